@@ -1,0 +1,133 @@
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_EXECUTABLE_SUFFIX .exe)
+
+# -fgnuc-version and the two defines make the mingw-w64 headers take their GCC paths; -fasync-exceptions is a Visual C++
+# host's /EHa; -fcheck-new because the global allocator answers null when memory is gone.
+set(flags
+  -nostdlibinc "SHELL:-isystem ${PROJECT_SOURCE_DIR}/crt/include" "SHELL:-isystem /usr/i686-w64-mingw32/include"
+  -fgnuc-version=12.2 -D_X86_=1 -D__declspec=__declspec -D__USE_MINGW_ANSI_STDIO=0 -DWINVER=0x0600 -D_WIN32_WINNT=0x0600
+  -ffunction-sections -fdata-sections -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -fno-ident
+  -g -gcodeview -gno-codeview-command-line -Wno-unknown-pragmas)
+add_compile_options(${flags}
+  "$<$<COMPILE_LANGUAGE:CXX>:-fexceptions;-fcxx-exceptions;-fasync-exceptions;-fno-threadsafe-statics;-fcheck-new>")
+set(CMAKE_C_FLAGS "")
+set(CMAKE_CXX_FLAGS "")
+set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+set(CMAKE_C_FLAGS_DEBUG "-O0")
+set(CMAKE_CXX_FLAGS_DEBUG "-O0")
+
+# The compiler driver would bring a C runtime of its own, so the linker is called directly.
+set(link_flags
+  "/nologo /nodefaultlib /safeseh /debug /pdbaltpath:%_PDB% /Brepro /opt:ref /opt:icf /incremental:no")
+foreach(language C CXX)
+  set(CMAKE_${language}_CREATE_SHARED_LIBRARY
+    "lld-link-19 ${link_flags} /dll /entry:_DllMainCRTStartup@12 <LINK_FLAGS> <OBJECTS> /out:<TARGET> /implib:<TARGET_IMPLIB> <LINK_LIBRARIES>")
+  set(CMAKE_${language}_LINK_EXECUTABLE
+    "lld-link-19 ${link_flags} <LINK_FLAGS> <OBJECTS> /out:<TARGET> <LINK_LIBRARIES>")
+endforeach()
+foreach(kind WIN32 CONSOLE)
+  set(CMAKE_C_CREATE_${kind}_EXE "")
+  set(CMAKE_CXX_CREATE_${kind}_EXE "")
+endforeach()
+set(CMAKE_C_STANDARD_LIBRARIES "")
+set(CMAKE_CXX_STANDARD_LIBRARIES "")
+set(CMAKE_SHARED_LINKER_FLAGS "")
+set(CMAKE_EXE_LINKER_FLAGS "")
+foreach(kind EXE SHARED)
+  set(CMAKE_${kind}_LINKER_FLAGS_RELEASE "")
+  set(CMAKE_${kind}_LINKER_FLAGS_DEBUG "")
+endforeach()
+
+add_library(wendax_flags INTERFACE)
+target_compile_options(wendax_flags INTERFACE -Wall -Wextra -Werror)
+target_include_directories(wendax_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/mfc)
+
+# The archives of mingw-w64 hold long-form import objects that carry no safe-exception mark, so each system library
+# gets a short-form import library of the same names: name of the archive, then name of the DLL.
+set(WENDAX_IMPORTS ${CMAKE_BINARY_DIR}/imports)
+file(MAKE_DIRECTORY ${WENDAX_IMPORTS})
+function(wendax_system_library name dll)
+  if(NOT EXISTS ${WENDAX_IMPORTS}/${name}.lib)
+    execute_process(
+      COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/crt/make_import_library.py
+        /usr/i686-w64-mingw32/lib/lib${name}.a ${dll} ${WENDAX_IMPORTS}/${name}.lib
+      COMMAND_ERROR_IS_FATAL ANY)
+  endif()
+endfunction()
+
+# wendax_link(TARGET [DEPENDS layers...] [LIBS system libraries...])
+function(wendax_link target)
+  cmake_parse_arguments(ARG "" "" "DEPENDS;LIBS" ${ARGN})
+  target_link_libraries(${target} PRIVATE ${ARG_DEPENDS} crt wendax_flags)
+  list(APPEND ARG_LIBS kernel32)
+  foreach(lib IN LISTS ARG_LIBS)
+    target_link_libraries(${target} PRIVATE ${WENDAX_IMPORTS}/${lib}.lib)
+  endforeach()
+  target_link_libraries(${target} PRIVATE ${WENDAX_IMPORTS}/msvcrt.lib)
+endfunction()
+
+# Compiles NAME.rc of the current folder into a .res file and links it into TARGET. FILES are what the script includes.
+function(wendax_resources target script)
+  cmake_parse_arguments(ARG "" "" "FILES" ${ARGN})
+  get_filename_component(stem ${script} NAME_WE)
+  set(compiled ${CMAKE_CURRENT_BINARY_DIR}/${stem}.res)
+  set(preprocessed ${CMAKE_CURRENT_BINARY_DIR}/${stem}.i)
+  add_custom_command(
+    OUTPUT ${compiled}
+    COMMAND clang-19 --target=i686-pc-windows-msvc -E -P -xc -DRC_INVOKED -nostdlibinc
+      -isystem /usr/i686-w64-mingw32/include -fgnuc-version=12.2 -D_X86_=1
+      -DWENDAX_VERSION_MAJOR=${PROJECT_VERSION_MAJOR} -DWENDAX_VERSION_MINOR=${PROJECT_VERSION_MINOR}
+      -DWENDAX_VERSION_PATCH=${PROJECT_VERSION_PATCH} -I${PROJECT_SOURCE_DIR}
+      ${CMAKE_CURRENT_SOURCE_DIR}/${script} -o ${preprocessed}
+    COMMAND llvm-rc-19 /no-preprocess /C 65001 /I ${CMAKE_CURRENT_SOURCE_DIR} /FO ${compiled} ${preprocessed}
+    DEPENDS ${script} ${ARG_FILES}
+    VERBATIM)
+  target_sources(${target} PRIVATE ${compiled})
+  set_source_files_properties(${compiled} PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)
+endfunction()
+
+# wendax_dll(NAME DEF exports.def [SOURCES ...] [RESOURCES script.rc] [RESOURCE_FILES ...] [DEPENDS layers...]
+#            [LIBS system libraries...])
+function(wendax_dll name)
+  cmake_parse_arguments(ARG "" "DEF;RESOURCES" "SOURCES;RESOURCE_FILES;DEPENDS;LIBS" ${ARGN})
+  add_library(${name} SHARED ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES PREFIX "" SUFFIX ".dll" IMPORT_PREFIX "" IMPORT_SUFFIX ".lib"
+    ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib LINKER_LANGUAGE CXX
+    LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_DEF})
+  target_link_options(${name} PRIVATE /def:${CMAKE_CURRENT_SOURCE_DIR}/${ARG_DEF})
+  wendax_link(${name} DEPENDS ${ARG_DEPENDS} LIBS ${ARG_LIBS})
+  if(ARG_RESOURCES)
+    wendax_resources(${name} ${ARG_RESOURCES} FILES ${ARG_RESOURCE_FILES})
+  endif()
+endfunction()
+
+# wendax_host(NAME [GUI] SOURCES ... [RESOURCES script.rc] [RESOURCE_FILES ...] [DEPENDS layers or DLLs...] [LIBS ...])
+# A Windows program: a console program with main(), or with GUI a program with WinMain().
+function(wendax_host name)
+  cmake_parse_arguments(ARG "GUI" "RESOURCES" "SOURCES;RESOURCE_FILES;DEPENDS;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  if(ARG_GUI)
+    target_link_options(${name} PRIVATE /subsystem:windows /entry:WinMainCRTStartup)
+  else()
+    target_link_options(${name} PRIVATE /subsystem:console /entry:mainCRTStartup)
+  endif()
+  wendax_link(${name} DEPENDS ${ARG_DEPENDS} LIBS ${ARG_LIBS})
+  if(ARG_RESOURCES)
+    wendax_resources(${name} ${ARG_RESOURCES} FILES ${ARG_RESOURCE_FILES})
+  endif()
+endfunction()
+
+# wendax_product_test(NAME script.py [ARGS...]): a Python test that drives what the product build made.
+function(wendax_product_test name script)
+  add_test(NAME product.${name} COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
+  set_tests_properties(product.${name} PROPERTIES LABELS product TIMEOUT 900
+    ENVIRONMENT "WENDAX_BIN=${CMAKE_BINARY_DIR}/bin;PYTHONPATH=${PROJECT_SOURCE_DIR}/tests")
+endfunction()
+
+function(wendax_gtest_program)
+  message(FATAL_ERROR "unit tests belong to the native and mingw rings")
+endfunction()

@@ -1,0 +1,16 @@
+# Cross-compiles the product for 32-bit Windows in the Microsoft C++ ABI with clang, lld and the mingw-w64 headers.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86)
+set(CMAKE_C_COMPILER clang-19)
+set(CMAKE_CXX_COMPILER clang++-19)
+set(CMAKE_C_COMPILER_TARGET i686-pc-windows-msvc)
+set(CMAKE_CXX_COMPILER_TARGET i686-pc-windows-msvc)
+set(CMAKE_AR llvm-ar-19)
+set(CMAKE_RANLIB llvm-ranlib-19)
+set(CMAKE_LINKER lld-link-19)
+set(CMAKE_RC_COMPILER llvm-rc-19)
+set(CMAKE_MT llvm-mt-19)
+# There is nothing to link a test program against before our own crt is built.
+set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
+set(CMAKE_MSVC_RUNTIME_LIBRARY "")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -1,0 +1,46 @@
+# One function per kind of target. A ring is one way to build and test:
+#   product  the DLLs that ship and hosts that load them, clang in the Microsoft ABI
+#   mingw    GoogleTest programs over the Windows shells, run under Wine
+#   native   GoogleTest programs over the pure cores, under sanitizers
+include(${CMAKE_CURRENT_LIST_DIR}/ring-${WENDAX_RING}.cmake)
+
+set(WENDAX_WARNINGS -Wall -Wextra -Werror)
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+
+# wendax_layer(NAME [SOURCES pure...] [WINDOWS needs_windows...] [PRODUCT needs_structured_exceptions...]
+#              [DEPENDS layers...])
+# A folder of the library as one static library. SOURCES build in every ring, WINDOWS in product and mingw,
+# PRODUCT in the product alone.
+function(wendax_layer name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;WINDOWS;PRODUCT;DEPENDS" ${ARGN})
+  set(sources ${ARG_SOURCES})
+  if(NOT WENDAX_RING STREQUAL "native")
+    list(APPEND sources ${ARG_WINDOWS})
+  endif()
+  if(WENDAX_RING STREQUAL "product")
+    list(APPEND sources ${ARG_PRODUCT})
+  endif()
+  if(sources)
+    add_library(${name} STATIC ${sources})
+    set(scope PUBLIC)
+  else()
+    add_library(${name} INTERFACE)
+    set(scope INTERFACE)
+  endif()
+  target_include_directories(${name} ${scope} ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} ${scope} ${ARG_DEPENDS} wendax_flags)
+endfunction()
+
+# wendax_test(LAYER [SOURCES pure_test.cpp...] [WINDOWS win_test.cpp...] [DEPENDS layers...] [LIBS system libs...])
+# The unit tests of a folder as one GoogleTest program, LAYER_test.
+function(wendax_test layer)
+  cmake_parse_arguments(ARG "" "" "SOURCES;WINDOWS;DEPENDS;LIBS" ${ARGN})
+  set(sources ${ARG_SOURCES})
+  if(WENDAX_RING STREQUAL "mingw")
+    list(APPEND sources ${ARG_WINDOWS})
+  endif()
+  if(NOT sources OR WENDAX_RING STREQUAL "product")
+    return()
+  endif()
+  wendax_gtest_program(${layer}_test SOURCES ${sources} LINK ${layer} ${ARG_DEPENDS} ${ARG_LIBS})
+endfunction()

@@ -1,0 +1,19 @@
+#include <windows.h>
+
+#include "crt/initializers.h"
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved);
+
+extern "C" BOOL WINAPI _DllMainCRTStartup(HINSTANCE instance, DWORD reason, LPVOID reserved) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        crt::run_initializers();
+        if (DllMain(instance, reason, reserved))
+            return TRUE;
+        crt::run_exit_functions();
+        return FALSE;
+    }
+    const BOOL result = DllMain(instance, reason, reserved);
+    if (reason == DLL_PROCESS_DETACH)
+        crt::run_exit_functions();
+    return result;
+}
