@@ -1,0 +1,41 @@
+# Shared by the scripts: places, messages and the lock. Sourced, never run.
+# Sets repo_dir and tools_dir. The sourcing script has set -euo pipefail.
+
+repo_dir=$(cd "${BASH_SOURCE[0]%/*}/../.." && pwd -P)
+tools_dir=${WENDAX_TOOLS:-$repo_dir/build/tools}
+
+# say TEXT...: one line of progress.
+say() {
+    printf 'setup: %s\n' "$*"
+}
+
+# die TEXT...: ends the script with one sentence about what went wrong and what to do.
+die() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+# run_logged LOGFILE COMMAND...: runs the command silently; where it fails, shows the end of what it wrote and
+# returns its exit code.
+run_logged() {
+    local log=$1 code=0
+    shift
+    mkdir -p "${log%/*}"
+    "$@" >"$log" 2>&1 </dev/null || code=$?
+    if [ "$code" -ne 0 ]; then
+        tail -n 25 "$log" >&2
+        printf '(all of it: %s)\n' "$log" >&2
+    fi
+    return "$code"
+}
+
+# as_root COMMAND...: runs the command with the rights of root.
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        die "'$1' needs root: run scripts/setup as root, or install sudo"
+    fi
+}

@@ -1,0 +1,167 @@
+# The part of scripts/setup that gets a 32-bit Wine and makes the project's prefix. Sourced by it.
+. "$repo_dir/scripts/lib/wine-env.sh"
+
+wine_prefix=$repo_dir/build/wineprefix
+wine_choice=$repo_dir/build/wine.conf
+
+# take_lock FILE: waits until no other set-up holds FILE. Descriptor 9 is closed for whatever keeps running later.
+take_lock() {
+    mkdir -p "${1%/*}" || die "can't make the directory ${1%/*}"
+    exec 9>"$1" || die "can't write the lock file $1"
+    flock -w 1800 9 || die "another scripts/setup has held $1 for half an hour: end it, then try again"
+}
+
+# ensure_wine: after it, scripts/wine works.
+ensure_wine() {
+    if [ -f "$wine_prefix/system.reg" ] && wine_load_choice "$repo_dir"; then
+        return
+    fi
+    if try_users_wine; then
+        wine_load_choice "$repo_dir"
+        return
+    fi
+    ensure_wine_root
+    say "making the Wine prefix $wine_prefix"
+    make_prefix root "$tools_dir/wine32" || die "the Wine prefix could not be made; the log is build/logs/wineboot.log"
+    wine_load_choice "$repo_dir"
+}
+
+# try_users_wine: takes the machine's own wine if a prefix made by it runs a 32-bit program.
+try_users_wine() {
+    local program
+    program=$(command -v wine) || return 1
+    program=$(readlink -f "$program")
+    say "trying this machine's own Wine, $program"
+    if make_prefix program "$program"; then
+        return 0
+    fi
+    say "it runs no 32-bit programs; leaving it alone"
+    return 1
+}
+
+# ensure_wine_root: unpacks Debian's 32-bit Wine into the tools directory, beside the system instead of into it: apt
+# needs the i386 and amd64 package indexes in step to install it, and they often are not.
+ensure_wine_root() {
+    local root=$tools_dir/wine32
+    (
+        take_lock "$tools_dir/wine32.lock"
+        rm -rf "$root".new.*
+        if [ -x "$root/usr/lib/wine/wine" ]; then
+            exit 0
+        fi
+        [ ! -e "$root" ] || die "$root is there, but holds no Wine: remove it, then try again"
+        unpack_wine "$root"
+    )
+}
+
+# unpack_wine DIR: makes DIR in one step, from a directory that is complete.
+unpack_wine() {
+    local release mirror new options=() line
+    if [ -z "$(debian_mirror)" ]; then
+        run_logged "$repo_dir/build/logs/apt-update.log" apt_get update || die "apt-get could not fetch its package lists"
+    fi
+    read -r release mirror < <(debian_mirror) ||
+        die "this machine's apt knows no archive of Debian's own release, so there is nowhere to take Wine from"
+    # The machine's way through a proxy and its stand on old indexes hold for this apt as well.
+    while read -r line; do
+        options+=("--aptopt=$line")
+    done < <(apt-config dump | grep -E '^(Acquire::(https?|ftp)::Proxy|Acquire::Check-|Acquire::ForceIPv).* "[^"]+";$' || true)
+    new=$1.new.$$
+    trap 'as_root rm -rf "$new"' EXIT
+    trap 'exit 130' INT TERM HUP
+    say "fetching 32-bit Wine into $1"
+    run_logged "$repo_dir/build/logs/mmdebstrap.log" as_root env TMPDIR="$tools_dir" mmdebstrap --mode=root \
+        --variant=extract --arch=i386 --include=wine,wine32 --aptopt='Acquire::Retries "3"' "${options[@]}" \
+        "$release" "$new" "deb $mirror $release main" || die "32-bit Wine could not be fetched; mmdebstrap's words are above"
+    as_root chown -R "$(id -u):$(id -g)" "$new"
+    chmod 755 "$new"
+    mend_wine_root "$new"
+    mv -T "$new" "$1"
+    trap - EXIT
+}
+
+# mend_wine_root DIR: what the packages leave to their installation, or expect at a fixed place.
+mend_wine_root() {
+    # The packaged wineserver is a script with a fixed path in it.
+    ln -sfn wineserver32 "$1/usr/lib/wine/wineserver"
+    # The loader /lib/ld-linux.so.2 comes from libc6-i386, and only the C library of the same build goes with it: hide
+    # this one's, so that the loader finds its own.
+    local hidden=$1/usr/share/unused-libc file
+    mkdir -p "$hidden"
+    for file in "$1"/lib/i386-linux-gnu/lib{c,m,dl,pthread,rt,resolv,util,nsl,anl,BrokenLocale,thread_db}.so.* \
+        "$1"/lib/i386-linux-gnu/libnss_{compat,dns,files,hesiod}.so.2 "$1"/lib/i386-linux-gnu/ld-linux.so.2; do
+        [ ! -e "$file" ] || mv "$file" "$hidden/"
+    done
+}
+
+# make_prefix KIND PLACE: makes the project's prefix with that Wine (as in build/wine.conf), and records the choice.
+# Returns 1, leaving nothing behind, if that Wine can't run 32-bit programs.
+make_prefix() (
+    local new=$wine_prefix.new xvfb=
+    "wine_use_$1" "$2"
+    wine_defaults
+    export WINEARCH=win32 WINEPREFIX=$new
+    trap drop_prefix EXIT
+    trap 'exit 130' INT TERM HUP
+    mkdir -p "$repo_dir/build/logs"
+    rm -rf "$new"
+    mkdir -p "$new/drive_c/windows/system32" || exit 1
+    if [ "$1" = root ]; then
+        # Wine's own libraries import it, and look for it at a place under /usr of this machine.
+        cp "$2/usr/i686-w64-mingw32/lib/zlib1.dll" "$new/drive_c/windows/system32/" || exit 1
+    fi
+    start_xvfb || exit 1
+    : >"$repo_dir/build/logs/wineboot.log"
+    first_start >>"$repo_dir/build/logs/wineboot.log" 2>&1 </dev/null 9>&- || exit 1
+    rm -rf "$wine_prefix"
+    mv -T "$new" "$wine_prefix" || exit 1
+    printf '%s %s\n' "$1" "$2" >"$wine_choice.new" && mv "$wine_choice.new" "$wine_choice" || exit 1
+)
+
+# drop_prefix: ends what make_prefix started. Runs on every way out of it.
+drop_prefix() {
+    if [ -d "$new" ]; then
+        "$wineserver_program" -k >/dev/null 2>&1 9>&- || true
+        timeout 30 "$wineserver_program" -w >/dev/null 2>&1 9>&- || true
+        rm -rf "$new"
+    fi
+    if [ -n "$xvfb" ]; then
+        kill "$xvfb" 2>/dev/null || true
+        wait "$xvfb" 2>/dev/null || true
+    fi
+}
+
+# start_xvfb: a private X server on a free display, for the windows of the first start. Sets xvfb and DISPLAY.
+start_xvfb() {
+    local told number= tries
+    told=$(mktemp "$repo_dir/build/display.XXXXXX")
+    Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$told" >/dev/null 2>&1 </dev/null 9>&- &
+    xvfb=$!
+    for ((tries = 0; tries < 300; tries++)); do
+        read -r number <"$told" && break
+        kill -0 "$xvfb" 2>/dev/null || break
+        sleep 0.1
+    done
+    rm -f "$told"
+    if [ -z "$number" ]; then
+        printf 'setup: the X server Xvfb did not start\n' >&2
+        return 1
+    fi
+    export DISPLAY=:$number
+}
+
+# first_start: fills the new prefix and shows that a 32-bit program runs in it.
+first_start() {
+    local code=0 link
+    timeout 300 "$wine_program" wineboot --init || return 1
+    # No window that waits for a click when a program ends by a fault, for tests without a user.
+    timeout 60 "$wine_program" reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f || return 1
+    timeout 60 "$wine_program" cmd /c exit 42 || code=$?
+    [ "$code" -eq 42 ] || return 1
+    timeout 60 "$wineserver_program" -w || return 1
+    grep -q '^#arch=win32' "$WINEPREFIX/system.reg" || return 1
+    # Wine links the documents folders to the user's own ones: tests must not write there.
+    find "$WINEPREFIX/drive_c/users" -type l | while read -r link; do
+        rm "$link" && mkdir "$link" || return 1
+    done
+}

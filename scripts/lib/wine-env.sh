@@ -1,0 +1,64 @@
+# Finds the project's Wine and sets the environment to run it. Sourced; needs bash only, starts no process.
+# Afterwards wine_program and wineserver_program are set, and WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES exported.
+# A caller's own WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES are kept.
+
+# wine_fail TEXT...: ends the calling script with one sentence. 125 is no exit code of a Windows program in use here.
+wine_fail() {
+    printf 'wine: %s\n' "$*" >&2
+    exit 125
+}
+
+# wine_use_root DIR: takes Wine from the unpacked 32-bit Debian packages in DIR.
+wine_use_root() {
+    wine_program=$1/usr/lib/wine/wine
+    wineserver_program=$1/usr/lib/wine/wineserver
+    wine_libraries=$1/usr/lib/i386-linux-gnu:$1/lib/i386-linux-gnu
+    export LD_LIBRARY_PATH=$wine_libraries${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
+}
+
+# wine_use_program FILE: takes a Wine that the machine already has.
+wine_use_program() {
+    wine_program=$1
+    wineserver_program=wineserver
+    if [ -x "${1%/*}/wineserver" ]; then
+        wineserver_program=${1%/*}/wineserver
+    fi
+}
+
+# wine_load_choice REPO: uses the Wine that scripts/setup chose (build/wine.conf: "root DIR" or "program FILE").
+# Returns 1 if there is none, or it is gone.
+wine_load_choice() {
+    local kind place
+    [ -r "$1/build/wine.conf" ] || return 1
+    read -r kind place <"$1/build/wine.conf" || return 1
+    case $kind in
+        root) [ -x "$place/usr/lib/wine/wine" ] || return 1; wine_use_root "$place" ;;
+        program) [ -x "$place" ] || return 1; wine_use_program "$place" ;;
+        *) return 1 ;;
+    esac
+}
+
+# wine_defaults: quiet, and without the parts that would ask the user to download something (mono, gecko) or
+# write menu entries into the user's home directory.
+wine_defaults() {
+    export WINEDEBUG=${WINEDEBUG--all}
+    export WINEDLLOVERRIDES=${WINEDLLOVERRIDES-winemenubuilder.exe=d;mscoree,mshtml=}
+}
+
+# wine_enter REPO: all of the above for a program that is to run now, in the caller's prefix or the project's.
+wine_enter() {
+    wine_load_choice "$1" || wine_fail "no Wine is set up here yet: run scripts/setup first"
+    wine_defaults
+    if [ -n "${WINEPREFIX:-}" ]; then
+        [ -f "$WINEPREFIX/system.reg" ] ||
+            wine_fail "WINEPREFIX names no Wine prefix ($WINEPREFIX): unset it to use the project's own, made by scripts/setup"
+        case $WINEPREFIX in
+            /*) ;;
+            *) WINEPREFIX=$PWD/$WINEPREFIX ;;
+        esac
+    else
+        WINEPREFIX=$1/build/wineprefix
+        [ -f "$WINEPREFIX/system.reg" ] || wine_fail "the project's Wine prefix is missing: run scripts/setup first"
+    fi
+    export WINEPREFIX
+}
