@@ -1,0 +1,11 @@
+#include "base/split_path.h"
+
+CStdSplitPath::CStdSplitPath(const char* path) : m_path(path) {}
+
+CStdString CStdSplitPath::GetFileName() const {
+    const int backslash = m_path.rfind('\\');
+    // Kept: a backslash at position 1 doesn't count either, although a name follows it.
+    if (backslash <= 1)
+        return "";
+    return m_path.substr(static_cast<unsigned>(backslash) + 1);
+}

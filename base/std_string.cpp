@@ -1,0 +1,82 @@
+#include "base/std_string.h"
+
+#include "base/bounded_format.h"
+#include "base/text_search.h"
+
+namespace {
+
+constexpr unsigned format_step = 1024;   // characters that each try has more than the one before
+constexpr unsigned format_bound = 32767; // a try with this much room or more is the last
+
+CStdString joined(const char* left, unsigned left_length, const char* right, unsigned right_length) {
+    CStdString whole;
+    // Each length is below max_bytes, so that their sum plus one can't wrap.
+    whole.grow(left_length + right_length + 1);
+    whole.append(left, left_length);
+    whole.append(right, right_length);
+    return whole;
+}
+
+} // namespace
+
+void CStdString::format(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    vformat(format, arguments);
+    va_end(arguments);
+}
+
+void CStdString::vformat(const char* format, va_list arguments) {
+    if (!format)
+        format = "";
+    unsigned limit = sum(gen::text_length(format), format_step);
+    // In storage of its own, which replaces the old text only when all has gone well.
+    gen::array<char> text(capacity() > limit + 1 ? capacity() : limit + 1);
+    text.resize(limit + 1);
+    int result;
+    for (;;) {
+        va_list once;
+        va_copy(once, arguments);
+        result = gen::bounded_format(text.data(), limit, format, once);
+        va_end(once);
+        if (result != -1 || limit >= format_bound)
+            break;
+        limit += format_step;
+        text.resize(limit + 1);
+    }
+    const unsigned length = result != -1 ? static_cast<unsigned>(result) : gen::text_length(text.data());
+    text.data()[length] = '\0';
+    text.resize(length + 1);
+    take(text);
+}
+
+CStdString operator+(const CStdString& left, const gen::basic_string<char>& right) {
+    return joined(left.c_str(), left.length(), right.c_str(), right.length());
+}
+
+CStdString operator+(const CStdString& left, const char* right) {
+    return joined(left.c_str(), left.length(), right, gen::text_length(right));
+}
+
+CStdString operator+(const CStdString& left, char right) {
+    return joined(left.c_str(), left.length(), &right, 1);
+}
+
+CStdString operator+(const char* left, const CStdString& right) {
+    return joined(left, gen::text_length(left), right.c_str(), right.length());
+}
+
+CStdString operator+(CStdString&& left, const gen::basic_string<char>& right) {
+    left += right;
+    return static_cast<CStdString&&>(left);
+}
+
+CStdString operator+(CStdString&& left, const char* right) {
+    left += right;
+    return static_cast<CStdString&&>(left);
+}
+
+CStdString operator+(CStdString&& left, char right) {
+    left += right;
+    return static_cast<CStdString&&>(left);
+}

@@ -1,0 +1,47 @@
+// CStdString: the system's char string, with printf-style formatting.
+#pragma once
+
+#include <stdarg.h>
+
+#include "base/basic_string.h"
+
+class CStdString : public gen::basic_string<char> {
+    using base = gen::basic_string<char>;
+
+public:
+    CStdString() = default;
+    CStdString(const char* text) : base(text) {}
+    CStdString(const base& other) : base(other) {}
+    CStdString(base&& other) noexcept : base(static_cast<base&&>(other)) {}
+    CStdString(const CStdString&) = default;
+    CStdString(CStdString&&) noexcept = default;
+    ~CStdString() override = default;
+
+    CStdString& operator=(const CStdString&) = default;
+    CStdString& operator=(CStdString&&) noexcept = default;
+    // Null as in basic_string::assign.
+    CStdString& operator=(const char* text) {
+        assign(text);
+        return *this;
+    }
+
+    // Replaces the text by the formatted one. The conversions are those of the platform's own _vsnprintf. At most about
+    // 32 KiB come out: the first try takes the length of the format text plus 1024 characters, each further try 1024
+    // more, and none follows a try of 32767 or more; what doesn't fit then is cut, without a report. The
+    // arguments may point into this string. A null format is an empty one.
+    [[gnu::format(printf, 2, 3)]] void format(const char* format, ...);
+    [[gnu::format(printf, 2, 0)]] void vformat(const char* format, va_list arguments);
+
+    CStdString left(int n) const { return base::left(n); }
+    CStdString substr(unsigned pos, unsigned n = ~0u) const { return base::substr(pos, n); }
+};
+
+static_assert(sizeof(CStdString) == sizeof(gen::base_array), "a string adds no field to its array");
+
+CStdString operator+(const CStdString& left, const gen::basic_string<char>& right);
+CStdString operator+(const CStdString& left, const char* right);
+CStdString operator+(const CStdString& left, char right);
+CStdString operator+(const char* left, const CStdString& right);
+CStdString operator+(CStdString&& left, const gen::basic_string<char>& right);
+CStdString operator+(CStdString&& left, const char* right);
+CStdString operator+(CStdString&& left, char right);

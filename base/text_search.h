@@ -1,0 +1,20 @@
+// Searching texts that are given by pointer and length, for both character types of the strings.
+#pragma once
+
+namespace gen {
+
+// The length of a NUL-terminated text; 0 for null. A text longer than a string can hold throws genlib_out_of_memory.
+template <typename T>
+unsigned text_length(const T* text);
+
+// The index of the first match of the pattern at or after `from`, or -1. An empty pattern is found nowhere. No byte
+// outside the two ranges is read, and NULs inside the text are characters like others.
+template <typename T>
+int find_text(const T* text, unsigned length, const T* pattern, unsigned pattern_length, unsigned from);
+
+extern template unsigned text_length(const char*);
+extern template unsigned text_length(const unsigned short*);
+extern template int find_text(const char*, unsigned, const char*, unsigned, unsigned);
+extern template int find_text(const unsigned short*, unsigned, const unsigned short*, unsigned, unsigned);
+
+} // namespace gen
