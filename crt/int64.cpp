@@ -1,6 +1,6 @@
-// 64-bit multiplication and division, which the compiler calls by these names: both operands on the stack, removed by the
-// callee, result in edx:eax. Division works in 32-bit steps: the processor divides 64 by 32 bits as long as the quotient
-// fits; a divisor above 32 bits is scaled down first, which makes the quotient at most one too large.
+// 64-bit multiplication and division, which the compiler calls by these names: both operands on the stack, removed by
+// the callee, result in edx:eax. Division works in 32-bit steps: the processor divides 64 by 32 bits as long as the
+// quotient fits; a divisor above 32 bits is scaled down first, which makes the quotient at most one too large.
 
 typedef unsigned int u32;
 typedef unsigned long long u64;

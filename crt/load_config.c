@@ -1,5 +1,5 @@
-/* The load configuration record of the image. Without it the linker marks the image as one that has no exception handlers,
- * and Windows would not run ours. The linker fills in the handler table and its count. */
+/* The load configuration record of the image. Without it the linker marks the image as one that has no exception
+ * handlers, and Windows would not run ours. The linker fills in the handler table and its count. */
 
 extern void* __safe_se_handler_table[];
 extern unsigned char __safe_se_handler_count;

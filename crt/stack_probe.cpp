@@ -1,5 +1,5 @@
-// The compiler calls this before it takes more than a page of stack: eax holds the size. Each page is touched in turn, so
-// that the guard page moves; then the stack pointer goes down and every register but eax is as it was.
+// The compiler calls this before it takes more than a page of stack: eax holds the size. Each page is touched in turn,
+// so that the guard page moves; then the stack pointer goes down and every register but eax is as it was.
 
 extern "C" __attribute__((naked)) void stack_probe() __asm__("__chkstk");
 

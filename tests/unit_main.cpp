@@ -27,7 +27,9 @@ public:
         thread_.join();
     }
 
-    void OnTestStart(const testing::TestInfo& test) override { set(std::string(test.test_suite_name()) + "." + test.name()); }
+    void OnTestStart(const testing::TestInfo& test) override {
+        set(std::string(test.test_suite_name()) + "." + test.name());
+    }
     void OnTestEnd(const testing::TestInfo&) override { set(""); }
 
 private:

@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+
+#include <afxtempl.h>
+#include "base/std_string.h"
+
+namespace {
+
+using Texts = CArray<CStdString, CStdString&>;
+
+TEST(CArray, Has_the_frameworks_layout) {
+    EXPECT_EQ(sizeof(Texts), 20u);
+    EXPECT_EQ(sizeof(CByteArray), 20u);
+}
+
+TEST(CArray, Keeps_the_order_of_what_is_added) {
+    Texts texts;
+    for (int i = 0; i < 1000; ++i) {
+        CStdString text;
+        text.format("%d", i);
+        EXPECT_EQ(texts.Add(text), i);
+    }
+    EXPECT_EQ(texts.GetSize(), 1000);
+    EXPECT_EQ(texts.GetUpperBound(), 999);
+    EXPECT_STREQ(texts[0].c_str(), "0");
+    EXPECT_STREQ(texts[999].c_str(), "999");
+}
+
+TEST(CArray, Shrunk_and_grown_again_holds_fresh_elements) {
+    Texts texts;
+    CStdString text("old");
+    texts.Add(text);
+    texts.Add(text);
+    texts.SetSize(1);
+    texts.SetSize(2);
+    EXPECT_STREQ(texts[1].c_str(), "");
+    texts.RemoveAll();
+    EXPECT_EQ(texts.GetSize(), 0);
+    EXPECT_EQ(texts.GetUpperBound(), -1);
+}
+
+TEST(CByteArray, New_bytes_are_zero) {
+    CByteArray bytes;
+    bytes.SetSize(3);
+    EXPECT_EQ(bytes[0] | bytes[1] | bytes[2], 0);
+    bytes.Add(0xFF);
+    EXPECT_EQ(bytes.GetAt(3), 0xFF);
+}
+
+TEST(CByteArray, Impossible_size_is_out_of_memory_and_changes_nothing) {
+    CByteArray bytes;
+    bytes.Add(1);
+    EXPECT_THROW(bytes.SetSize(0x7FFFFFFF), gen::genlib_out_of_memory);
+    EXPECT_EQ(bytes.GetSize(), 1);
+}
+
+} // namespace

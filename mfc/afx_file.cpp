@@ -1,0 +1,72 @@
+#include "mfc/afx_file.h"
+
+namespace {
+
+DWORD access_of(UINT flags) {
+    switch (flags & 3) {
+    case CFile::modeWrite:
+        return GENERIC_WRITE;
+    case CFile::modeReadWrite:
+        return GENERIC_READ | GENERIC_WRITE;
+    default:
+        return GENERIC_READ;
+    }
+}
+
+DWORD sharing_of(UINT flags) {
+    switch (flags & 0x70) {
+    case CFile::shareDenyWrite:
+        return FILE_SHARE_READ;
+    case CFile::shareDenyRead:
+        return FILE_SHARE_WRITE;
+    case CFile::shareDenyNone:
+        return FILE_SHARE_READ | FILE_SHARE_WRITE;
+    default:
+        return 0;
+    }
+}
+
+DWORD creation_of(UINT flags) {
+    if (!(flags & CFile::modeCreate))
+        return OPEN_EXISTING;
+    return flags & CFile::modeNoTruncate ? OPEN_ALWAYS : CREATE_ALWAYS;
+}
+
+} // namespace
+
+CFile::~CFile() {
+    Close();
+}
+
+BOOL CFile::Open(LPCSTR lpszFileName, UINT nOpenFlags, CFileException* pError) {
+    Close();
+    SECURITY_ATTRIBUTES attributes = {sizeof(attributes), nullptr, (nOpenFlags & modeNoInherit) == 0};
+    m_hFile = CreateFileA(lpszFileName, access_of(nOpenFlags), sharing_of(nOpenFlags), &attributes,
+                          creation_of(nOpenFlags), FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (m_hFile != INVALID_HANDLE_VALUE)
+        return TRUE;
+    if (pError)
+        pError->m_lOsError = static_cast<LONG>(GetLastError());
+    return FALSE;
+}
+
+UINT CFile::Read(void* lpBuf, UINT nCount) {
+    DWORD read = 0;
+    if (!ReadFile(m_hFile, lpBuf, nCount, &read, nullptr))
+        AfxThrowFileException(static_cast<LONG>(GetLastError()));
+    return read;
+}
+
+void CFile::Write(const void* lpBuf, UINT nCount) {
+    DWORD written = 0;
+    if (!WriteFile(m_hFile, lpBuf, nCount, &written, nullptr))
+        AfxThrowFileException(static_cast<LONG>(GetLastError()));
+    if (written != nCount)
+        AfxThrowFileException(ERROR_DISK_FULL);
+}
+
+void CFile::Close() {
+    if (m_hFile != INVALID_HANDLE_VALUE)
+        CloseHandle(m_hFile);
+    m_hFile = INVALID_HANDLE_VALUE;
+}

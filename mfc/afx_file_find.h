@@ -1,0 +1,17 @@
+// CFileFind: whether a file of a name exists.
+#pragma once
+
+#include "mfc/afx_object.h"
+
+class CFileFind : public CObject {
+public:
+    CFileFind() = default;
+    ~CFileFind() override { Close(); }
+
+    // Whether anything matches the name; wildcards and folders count. A null or empty name finds nothing.
+    BOOL FindFile(LPCSTR pstrName, DWORD dwUnused = 0);
+    void Close();
+
+private:
+    HANDLE m_hContext = INVALID_HANDLE_VALUE; // owned search handle
+};

@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include <afxwin.h>
+
+namespace {
+
+std::string temp_file(const char* name) {
+    char folder[MAX_PATH];
+    GetTempPathA(sizeof(folder), folder);
+    return std::string(folder) + name;
+}
+
+class File : public testing::Test {
+protected:
+    void TearDown() override { DeleteFileA(path.c_str()); }
+    std::string path = temp_file("afx_file_test.bin");
+};
+
+TEST_F(File, Gives_back_the_bytes_that_were_written) {
+    CFile file;
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite));
+    file.Write("a\r\nb\0c\x1A", 7);
+    file.Close();
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeRead));
+    char bytes[16];
+    EXPECT_EQ(file.Read(bytes, sizeof(bytes)), 7u);
+    EXPECT_EQ(std::string(bytes, 7), std::string("a\r\nb\0c\x1A", 7));
+}
+
+TEST_F(File, Create_truncates_unless_told_not_to) {
+    CFile file;
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite));
+    file.Write("12345", 5);
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeNoTruncate | CFile::modeReadWrite));
+    char bytes[8];
+    EXPECT_EQ(file.Read(bytes, sizeof(bytes)), 5u);
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeReadWrite));
+    EXPECT_EQ(file.Read(bytes, sizeof(bytes)), 0u);
+}
+
+TEST_F(File, Missing_file_fails_with_the_systems_error) {
+    CFile file;
+    CFileException error;
+    EXPECT_FALSE(file.Open(path.c_str(), CFile::modeRead, &error));
+    EXPECT_EQ(error.m_lOsError, ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(file.m_hFile, INVALID_HANDLE_VALUE);
+}
+
+TEST_F(File, Exclusive_file_is_not_shared) {
+    CFile first, second;
+    ASSERT_TRUE(first.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive));
+    EXPECT_FALSE(second.Open(path.c_str(), CFile::modeRead | CFile::shareDenyNone));
+}
+
+TEST_F(File, Writing_to_a_file_open_for_reading_throws_a_pointer) {
+    CFile file;
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite));
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeRead));
+    try {
+        file.Write("x", 1);
+        FAIL() << "nothing was thrown";
+    } catch (CFileException* error) {
+        EXPECT_EQ(error->m_lOsError, ERROR_ACCESS_DENIED);
+        error->Delete();
+    }
+}
+
+TEST_F(File, Finder_finds_files_folders_and_patterns_but_no_empty_name) {
+    CFile file;
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite));
+    file.Close();
+    CFileFind finder;
+    EXPECT_TRUE(finder.FindFile(path.c_str()));
+    EXPECT_TRUE(finder.FindFile((path.substr(0, path.size() - 3) + "*").c_str()));
+    EXPECT_TRUE(finder.FindFile("C:\\windows"));
+    EXPECT_FALSE(finder.FindFile(""));
+    EXPECT_FALSE(finder.FindFile(nullptr));
+    EXPECT_FALSE(finder.FindFile((path + std::string(1000, 'x')).c_str()));
+}
+
+} // namespace

@@ -1,0 +1,145 @@
+#include "mfc/afx_string.h"
+
+#include <limits.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "base/genlib_error.h"
+
+namespace {
+
+// Every empty string points here; it is never counted and never freed.
+struct EmptyBlock {
+    CStringData header;
+    char nul;
+};
+EmptyBlock empty_block = {{-1, 0, 0}, '\0'};
+
+LPSTR empty_text() {
+    return empty_block.header.data();
+}
+
+CStringData* allocate(int length) {
+    if (length < 0 || length > INT_MAX - static_cast<int>(sizeof(CStringData)) - 1)
+        throw gen::genlib_out_of_memory();
+    CStringData* const block = static_cast<CStringData*>(malloc(sizeof(CStringData) + length + 1));
+    if (!block)
+        throw gen::genlib_out_of_memory();
+    block->nRefs = 1;
+    block->nDataLength = length;
+    block->nAllocLength = length;
+    block->data()[length] = '\0';
+    return block;
+}
+
+int length_of(LPCSTR text) {
+    return text ? static_cast<int>(strlen(text)) : 0;
+}
+
+} // namespace
+
+CString::CString() : m_pchData(empty_text()) {}
+
+CString::CString(const CString& other) : m_pchData(other.m_pchData) {
+    if (m_pchData != empty_text())
+        InterlockedIncrement(&header()->nRefs);
+}
+
+CString::CString(CString&& other) noexcept : m_pchData(other.m_pchData) {
+    other.m_pchData = empty_text();
+}
+
+CString::CString(LPCSTR text) : CString(text, length_of(text)) {}
+
+CString::CString(LPCSTR text, int length) : m_pchData(empty_text()) {
+    assign(text, length);
+}
+
+CString::~CString() {
+    release();
+}
+
+void CString::release() {
+    if (m_pchData != empty_text() && InterlockedDecrement(&header()->nRefs) == 0)
+        free(header());
+    m_pchData = empty_text();
+}
+
+void CString::assign(LPCSTR text, int length) {
+    if (length == 0) {
+        release();
+        return;
+    }
+    CStringData* const block = allocate(length);
+    memcpy(block->data(), text, length);
+    release();
+    m_pchData = block->data();
+}
+
+void CString::append(LPCSTR text, int length) {
+    if (length == 0)
+        return;
+    const int old_length = GetLength();
+    if (length > INT_MAX - old_length)
+        throw gen::genlib_out_of_memory();
+    // The old block lives until the new one is full: the text may be a part of it.
+    CStringData* const block = allocate(old_length + length);
+    memcpy(block->data(), m_pchData, old_length);
+    memcpy(block->data() + old_length, text, length);
+    release();
+    m_pchData = block->data();
+}
+
+const CString& CString::operator=(const CString& other) {
+    CString copy(other);
+    LPSTR const mine = m_pchData;
+    m_pchData = copy.m_pchData;
+    copy.m_pchData = mine;
+    return *this;
+}
+
+const CString& CString::operator=(LPCSTR text) {
+    assign(text, length_of(text));
+    return *this;
+}
+
+const CString& CString::operator+=(const CString& other) {
+    append(other, other.GetLength());
+    return *this;
+}
+
+const CString& CString::operator+=(LPCSTR text) {
+    append(text, length_of(text));
+    return *this;
+}
+
+void CString::Empty() {
+    release();
+}
+
+LPSTR CString::GetBuffer(int minimum) {
+    const int length = GetLength();
+    if (m_pchData == empty_text() || header()->nRefs > 1 || header()->nAllocLength < minimum) {
+        CStringData* const block = allocate(minimum > length ? minimum : length);
+        memcpy(block->data(), m_pchData, length + 1);
+        block->nDataLength = length;
+        release();
+        m_pchData = block->data();
+    }
+    return m_pchData;
+}
+
+LPSTR CString::GetBufferSetLength(int length) {
+    GetBuffer(length);
+    header()->nDataLength = length;
+    m_pchData[length] = '\0';
+    return m_pchData;
+}
+
+void CString::ReleaseBuffer(int length) {
+    GetBuffer(0); // a buffer of its own, should it be shared or empty
+    if (length == -1)
+        length = static_cast<int>(strlen(m_pchData));
+    header()->nDataLength = length;
+    m_pchData[length] = '\0';
+}

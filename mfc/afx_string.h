@@ -1,0 +1,55 @@
+// CString: the framework's text. Copies share one counted block until one of them is written to.
+#pragma once
+
+#include <windows.h>
+
+// Lies in front of the characters of a CString's block.
+struct CStringData {
+    LONG nRefs;
+    int nDataLength;  // characters in use, without the NUL
+    int nAllocLength; // characters that fit, without the NUL
+
+    char* data() { return reinterpret_cast<char*>(this + 1); }
+};
+
+// One pointer wide, so that classes with a CString member have the framework's layout. Counting is safe across threads;
+// one object is used by one thread. Exhausted memory throws gen::genlib_out_of_memory, like every text of the library
+// (the genuine framework throws its own memory exception), and leaves the object as it was.
+class CString {
+public:
+    CString();
+    CString(const CString& other);
+    CString(CString&& other) noexcept;
+    CString(LPCSTR text); // null gives the empty text
+    CString(LPCSTR text, int length);
+    ~CString();
+
+    const CString& operator=(const CString& other);
+    const CString& operator=(LPCSTR text);
+    const CString& operator+=(const CString& other);
+    const CString& operator+=(LPCSTR text);
+
+    operator LPCSTR() const { return m_pchData; }
+    int GetLength() const { return header()->nDataLength; } // bytes
+    BOOL IsEmpty() const { return GetLength() == 0; }
+    char GetAt(int index) const { return m_pchData[index]; }
+    void Empty();
+
+    // The characters for writing, with room for at least minimum characters and a NUL; valid until ReleaseBuffer, which
+    // takes the new length (-1: up to the first NUL).
+    LPSTR GetBuffer(int minimum);
+    LPSTR GetBufferSetLength(int length);
+    void ReleaseBuffer(int length = -1);
+
+private:
+    CStringData* header() const { return reinterpret_cast<CStringData*>(m_pchData) - 1; }
+    void release();
+    void assign(LPCSTR text, int length);
+    void append(LPCSTR text, int length);
+
+    LPSTR m_pchData;
+};
+
+inline bool operator==(const CString& a, LPCSTR b) {
+    return lstrcmpA(a, b) == 0;
+}

@@ -1,0 +1,4 @@
+// The application framework's collection templates.
+#pragma once
+
+#include "mfc/afx_array.h"

@@ -1,0 +1,18 @@
+// Functions that are looked up at run time.
+#pragma once
+
+#include <windows.h>
+
+namespace win {
+
+// The exported function of a loaded module as a FunctionType*, or null when the module lacks it.
+template <class FunctionType>
+FunctionType* function_of(HMODULE module, const char* name) {
+    return reinterpret_cast<FunctionType*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+// Loads a DLL of the system by its full path, so that no other file of the name can take its place. Null when there is
+// none; the caller frees it.
+HMODULE load_system_library(const char* file_name);
+
+} // namespace win
