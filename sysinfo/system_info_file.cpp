@@ -1,0 +1,48 @@
+#include "sysinfo/system_info_file.h"
+
+#include <stdio.h>
+#include <windows.h>
+
+#include "sysinfo/std_info.h"
+#include "sysinfo/system_info_text.h"
+
+namespace {
+
+struct OwnedInfo {
+    OwnedInfo() : object(new CStdInfo) {
+        if (!object)
+            throw gen::genlib_out_of_memory();
+    }
+    ~OwnedInfo() { delete object; }
+    OwnedInfo(const OwnedInfo&) = delete;
+    OwnedInfo& operator=(const OwnedInfo&) = delete;
+
+    CStdInfo* object;
+};
+
+struct OwnedFile {
+    ~OwnedFile() {
+        if (stream)
+            fclose(stream);
+    }
+    FILE* stream;
+};
+
+} // namespace
+
+bool WriteSystemInfoFile(CStdString& path) {
+    CStdString directory;
+    GetTempPathA(1024, directory.get_buffer(1024));
+    directory.release_buffer();
+    path = sysinfo::SystemInfoPath(directory.c_str());
+
+    const OwnedInfo info;
+    OwnedFile file{fopen(path.c_str(), "w+")};
+    if (!file.stream)
+        return false;
+    const CStdString text = info.object->GetSystemInfoText();
+    const bool written = fprintf(file.stream, "%s", text.c_str()) >= 0;
+    FILE* stream = file.stream;
+    file.stream = nullptr;
+    return fclose(stream) == 0 && written;
+}
