@@ -1,0 +1,46 @@
+#include "capture/screen_grab.h"
+
+#include "glib/gdi_handle.h"
+
+namespace {
+
+LONG smaller(LONG a, LONG b) {
+    return a < b ? a : b;
+}
+LONG larger(LONG a, LONG b) {
+    return a > b ? a : b;
+}
+
+HBITMAP make_section(LONG width, LONG height) {
+    BITMAPINFO info = {};
+    info.bmiHeader.biSize = sizeof(info.bmiHeader);
+    info.bmiHeader.biWidth = width;
+    info.bmiHeader.biHeight = height;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 24;
+    info.bmiHeader.biCompression = BI_RGB;
+    void* bits;
+    HDC screen = GetDC(nullptr);
+    HBITMAP section = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+    ReleaseDC(nullptr, screen);
+    return section;
+}
+
+} // namespace
+
+HBITMAP copy_screen_to_bitmap(const RECT* rect) {
+    if (IsRectEmpty(rect))
+        return nullptr;
+    glib::DeviceContext display(CreateDCA("DISPLAY", nullptr, nullptr, nullptr));
+    glib::DeviceContext memory(CreateCompatibleDC(display.get()));
+    const LONG x0 = larger(rect->left, 0);
+    const LONG y0 = larger(rect->top, 0);
+    const LONG width = smaller(GetDeviceCaps(display.get(), HORZRES), rect->right) - x0;
+    const LONG bottom = smaller(GetDeviceCaps(display.get(), VERTRES), rect->bottom);
+
+    // A negative height makes the top row come first.
+    HGDIOBJ previous = SelectObject(memory.get(), make_section(width, y0 - bottom));
+    BitBlt(memory.get(), 0, 0, width, bottom - y0, display.get(), x0, y0, SRCCOPY);
+    // What gives way to the previous object is the section itself, or null if there was none to select.
+    return static_cast<HBITMAP>(SelectObject(memory.get(), previous));
+}

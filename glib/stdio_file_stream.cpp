@@ -1,0 +1,206 @@
+#include "glib/stdio_file_stream.h"
+
+#include <io.h>
+#include <stdarg.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <windows.h>
+
+#include "glib/byte_order.h"
+
+VStdioFileStream::~VStdioFileStream() {
+    Close();
+}
+
+unsigned VStdioFileStream::adopt(FILE* file) {
+    m_file = file;
+    m_last = Last::neither;
+    return file != nullptr;
+}
+
+unsigned VStdioFileStream::OpenWide(const wchar_t* path, const wchar_t* mode) {
+    Close();
+    return path && mode ? adopt(_wfopen(path, mode)) : 0;
+}
+
+unsigned VStdioFileStream::Open(const char* path, const char* mode) {
+    Close();
+    return path && mode ? adopt(fopen(path, mode)) : 0;
+}
+
+// The runtime's buffer serves one direction at a time; setting the position lets it change over.
+bool VStdioFileStream::begin(Last operation) {
+    if (!m_file)
+        return false;
+    if (m_last != Last::neither && m_last != operation) {
+        fpos_t here;
+        if (fgetpos(m_file, &here) != 0 || fsetpos(m_file, &here) != 0)
+            return false;
+    }
+    m_last = operation;
+    return true;
+}
+
+unsigned VStdioFileStream::Seek(int64_t offset, int origin) {
+    if (!m_file)
+        return 0;
+    uint64_t base;
+    switch (origin) {
+    case from_start:
+        base = 0;
+        break;
+    case from_current:
+        base = Tell();
+        break;
+    case from_end:
+        base = Size();
+        break;
+    default:
+        return 0;
+    }
+    fpos_t target = static_cast<fpos_t>(base + static_cast<uint64_t>(offset));
+    if (target < 0 || fsetpos(m_file, &target) != 0)
+        return 0;
+    m_last = Last::neither;
+    return 1;
+}
+
+unsigned VStdioFileStream::IsEndOfData() {
+    return m_file && feof(m_file);
+}
+
+unsigned VStdioFileStream::IsEmpty() {
+    return Size() == 0;
+}
+
+unsigned VStdioFileStream::HasError() {
+    return m_file && ferror(m_file);
+}
+
+uint64_t VStdioFileStream::Tell() {
+    fpos_t here;
+    return m_file && fgetpos(m_file, &here) == 0 ? static_cast<uint64_t>(here) : 0;
+}
+
+unsigned VStdioFileStream::SetPosition(uint64_t position) {
+    return Seek(static_cast<int64_t>(position), from_start);
+}
+
+uint64_t VStdioFileStream::Size() {
+    if (!m_file)
+        return 0;
+    if (m_last == Last::write)
+        fflush(m_file);
+    const int64_t size = _filelengthi64(_fileno(m_file));
+    return size < 0 ? 0 : static_cast<uint64_t>(size);
+}
+
+int64_t VStdioFileStream::ModificationTime() {
+    struct _stati64 status;
+    return m_file && _fstati64(_fileno(m_file), &status) == 0 ? static_cast<int64_t>(status.st_mtime) : 0;
+}
+
+unsigned VStdioFileStream::SetSize(uint64_t size) {
+    const int64_t wanted = static_cast<int64_t>(size);
+    if (!m_file || wanted < 0)
+        return 0;
+    // Through the position the runtime gives up what it has buffered; the system's own position is then free to move.
+    fpos_t here;
+    if (fgetpos(m_file, &here) != 0 || fflush(m_file) != 0)
+        return 0;
+    const int descriptor = _fileno(m_file);
+    const bool done = _lseeki64(descriptor, wanted, SEEK_SET) == wanted &&
+                      SetEndOfFile(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)));
+    const bool back = fsetpos(m_file, &here) == 0;
+    m_last = Last::neither;
+    return done && back;
+}
+
+uint8_t VStdioFileStream::ReadByte() {
+    const int byte = begin(Last::read) ? getc(m_file) : EOF;
+    return byte == EOF ? 0 : static_cast<uint8_t>(byte);
+}
+
+template <typename T>
+T VStdioFileStream::read_value() {
+    T value;
+    return Read(&value, sizeof(T), 1) ? glib::in_order(value, big_endian()) : T(0);
+}
+
+uint16_t VStdioFileStream::ReadWord() {
+    return read_value<uint16_t>();
+}
+
+uint32_t VStdioFileStream::ReadDword() {
+    return read_value<uint32_t>();
+}
+
+uint64_t VStdioFileStream::ReadQword() {
+    return read_value<uint64_t>();
+}
+
+uint32_t VStdioFileStream::Read(void* buffer, uint32_t size, uint32_t count) {
+    if (!buffer || !size || !count || count > ~0u / size || !begin(Last::read))
+        return 0;
+    return static_cast<uint32_t>(fread(buffer, size, count, m_file));
+}
+
+char* VStdioFileStream::ReadLine(char* buffer, uint32_t length) {
+    if (!buffer || !length || length > 0x7FFFFFFF || !begin(Last::read))
+        return nullptr;
+    return fgets(buffer, static_cast<int>(length), m_file);
+}
+
+unsigned VStdioFileStream::WriteByte(uint8_t value) {
+    return begin(Last::write) && fputc(value, m_file) != EOF;
+}
+
+template <typename T>
+unsigned VStdioFileStream::write_value(T value) {
+    value = glib::in_order(value, big_endian());
+    return Write(&value, sizeof(T), 1);
+}
+
+unsigned VStdioFileStream::WriteWord(uint16_t value) {
+    return write_value(value);
+}
+
+unsigned VStdioFileStream::WriteDword(uint32_t value) {
+    return write_value(value);
+}
+
+unsigned VStdioFileStream::WriteQword(uint64_t value) {
+    return write_value(value);
+}
+
+uint32_t VStdioFileStream::Write(const void* buffer, uint32_t size, uint32_t count) {
+    if (!buffer || !size || !count || count > ~0u / size || !begin(Last::write))
+        return 0;
+    return static_cast<uint32_t>(fwrite(buffer, size, count, m_file));
+}
+
+unsigned VStdioFileStream::WriteString(const char* text) {
+    if (!text || !begin(Last::write) || fputs(text, m_file) == EOF)
+        return 0;
+    return static_cast<unsigned>(strlen(text));
+}
+
+unsigned VStdioFileStream::WriteFormat(const char* format, ...) {
+    if (!format || !begin(Last::write))
+        return 0;
+    va_list arguments;
+    va_start(arguments, format);
+    const int written = vfprintf(m_file, format, arguments);
+    va_end(arguments);
+    return written > 0;
+}
+
+unsigned VStdioFileStream::Flush() {
+    return m_file && fflush(m_file) == 0;
+}
+
+unsigned VStdioFileStream::Close() {
+    FILE* file = m_file;
+    m_file = nullptr;
+    return file && fclose(file) == 0;
+}
