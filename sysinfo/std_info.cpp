@@ -18,7 +18,7 @@ CStdString CStdInfo::GetSystemInfoText() {
 }
 
 CStdString CStdInfo::GetWindowsVersionText() {
-    return "Unknown [tag 0]";
+    return m_version.GetVersionText(false);
 }
 
 CStdString CStdInfo::GetModuleInfoText(HMODULE) {

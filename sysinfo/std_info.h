@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "base/std_string.h"
+#include "sysinfo/std_win_version.h"
 
 // Construction identifies the processor, which takes about 50 ms of measuring, so one object is built per report. It is
 // too large for a stack that a fault may have used up: keep it on the heap.
@@ -27,4 +28,7 @@ public:
     CStdString GetCpuInfoText();
     CStdString GetPrintersText();
     CStdString GetHostApplicationText();
+
+private:
+    CStdWinVersion m_version;
 };

@@ -1,0 +1,23 @@
+// CStdWinVersion: which Windows this is, in one line of text.
+#pragma once
+
+#include <windows.h>
+
+#include "base/std_string.h"
+#include "sysinfo/win_version_text.h"
+
+class CStdWinVersion {
+public:
+    virtual ~CStdWinVersion() = default;
+
+    // The long name, or with `tag` the compact one; see sysinfo::DescribeWinVersion. The text says what GetVersionExA
+    // says: Windows tells programs without a manifest of later systems that it is an older one.
+    CStdString GetVersionText(bool tag);
+};
+
+namespace sysinfo {
+
+// Fills the edition fields of the record from ProductOptions below this root, HKEY_LOCAL_MACHINE unless in a test.
+void ReadRegistryEdition(HKEY root, WinVersion& version);
+
+} // namespace sysinfo

@@ -1,0 +1,144 @@
+#include "sysinfo/win_version_text.h"
+
+namespace sysinfo {
+
+namespace {
+
+// Appends to one of the two spellings, which always grow together. Every long piece ends in a blank, every tag in "_".
+class Spelling {
+public:
+    explicit Spelling(bool tag) : m_tag(tag) {}
+
+    void add(const char* long_piece, const char* tag_piece) { m_text += m_tag ? tag_piece : long_piece; }
+    void add(const CStdString& piece) { m_text += piece; }
+    bool is_tag() const { return m_tag; }
+
+    CStdString finish() {
+        m_text.trim_right("_");
+        return static_cast<CStdString&&>(m_text);
+    }
+
+private:
+    const bool m_tag;
+    CStdString m_text;
+};
+
+bool EqualIgnoringCase(const char* left, const char* right) {
+    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
+    for (; upper(*left) == upper(*right); ++left, ++right)
+        if (*left == 0)
+            return true;
+    return false;
+}
+
+void AddNtName(const WinVersion& version, Spelling& text) {
+    if (version.major < 5)
+        text.add("Microsoft Windows NT ", "WinNT_");
+    else if (version.major == 5 && version.minor == 0)
+        text.add("Microsoft Windows 2000 ", "Win2k_");
+}
+
+// The service-pack text of these systems is a blank and a letter.
+void Add9xName(const WinVersion& version, Spelling& text) {
+    if (version.major != 4)
+        return;
+    const char letter = version.service_pack[0] ? version.service_pack[1] : '\0';
+    switch (version.minor) {
+    case 0:
+        text.add("Microsoft Windows 95 ", "Win95_");
+        if (letter == 'C' || letter == 'B')
+            text.add("OSR2 ", "OSR2_");
+        break;
+    case 10:
+        text.add("Microsoft Windows 98 ", "Win98_");
+        if (letter == 'A')
+            text.add("SE ", "SE_");
+        break;
+    case 90:
+        text.add("Microsoft Windows Millennium Edition ", "WinMe_");
+        break;
+    }
+}
+
+void AddRegistryEdition(const char* name, Spelling& text) {
+    if (EqualIgnoringCase(name, "WINNT"))
+        text.add("Professional ", "Prof_");
+    else if (EqualIgnoringCase(name, "LANMANNT"))
+        text.add("Server ", "Srv_");
+    else if (EqualIgnoringCase(name, "SERVERNT"))
+        text.add("Advanced Server ", "AdvSrv_");
+}
+
+void AddWorkstationEdition(const WinVersion& version, Spelling& text) {
+    constexpr unsigned personal = 0x200;
+    if (version.major == 5 && version.minor == 1)
+        text.add("Microsoft Windows XP ", "WinXP_");
+    if (version.suite_mask & personal)
+        text.add("Home Edition ", "Home_");
+    else
+        text.add("Professional ", "Prof_");
+}
+
+void AddServerEdition(const WinVersion& version, Spelling& text) {
+    constexpr unsigned datacenter = 0x80;
+    constexpr unsigned enterprise = 0x02;
+    constexpr unsigned web = 3;
+    if (version.major == 5 && version.minor == 2)
+        text.add("Microsoft Windows .NET ", "Win.NET_");
+    if (version.suite_mask & datacenter)
+        text.add("DataCenter Server ", "DtSrv_");
+    else if (version.suite_mask & enterprise)
+        version.major == 4 ? text.add("Advanced Server ", "AdvSrv_") : text.add("Enterprise Server ", "EtpSrv_");
+    else if (version.suite_mask == web) // Kept: never true behind the enterprise bit, so a web server is a "Server".
+        text.add("Web Server ", "WebSrv_");
+    else
+        text.add("Server ", "Srv_");
+}
+
+void AddExtendedEdition(const WinVersion& version, Spelling& text) {
+    constexpr uint8_t workstation = 1;
+    constexpr uint8_t server = 3;
+    if (version.product_type == workstation)
+        AddWorkstationEdition(version, text);
+    else if (version.product_type == server)
+        AddServerEdition(version, text);
+}
+
+void AddBuild(const WinVersion& version, Spelling& text) {
+    const int build = static_cast<int>(version.build & 0xFFFF);
+    CStdString piece;
+    if (text.is_tag())
+        piece.format("SP%d_", version.service_pack_major);
+    else if (version.major > 4)
+        piece.format("%s (Build %d)\n", version.service_pack, build);
+    else
+        piece.format("version %d.%d %s (Build %d)\n", static_cast<int>(version.major), static_cast<int>(version.minor),
+                     version.service_pack, build);
+    text.add(piece);
+}
+
+} // namespace
+
+CStdString DescribeWinVersion(const WinVersion& version, bool tag) {
+    if (!version.known)
+        return tag ? "Unk0" : "Unknown [tag 0]";
+
+    Spelling text(tag);
+    if (version.platform == WinVersion::platform_nt) {
+        AddNtName(version, text);
+        if (version.extended)
+            AddExtendedEdition(version, text);
+        else if (version.edition == RegistryEdition::key_missing)
+            return tag ? "Unk1" : "Unknown [tag 1]";
+        else if (version.edition == RegistryEdition::value_missing)
+            return tag ? "Unk2" : "Unknown [tag 2]";
+        else if (version.edition == RegistryEdition::read)
+            AddRegistryEdition(version.edition_name, text);
+        AddBuild(version, text);
+    } else if (version.platform == WinVersion::platform_9x) {
+        Add9xName(version, text);
+    }
+    return text.finish();
+}
+
+} // namespace sysinfo
