@@ -170,18 +170,25 @@ void basic_string<T>::trim_right(const T* set) {
 }
 
 template <typename T>
-void basic_string<T>::reserve(unsigned n) {
-    array<T>::reserve(n);
-    if (this->m_count)
-        this->data()[this->m_count - 1] = 0;
-    else if (this->m_capacity)
+void basic_string<T>::grow(unsigned n) {
+    array<T>::grow(n);
+    if (this->m_count == 0 && this->m_capacity)
         *this->data() = 0;
+}
+
+template <typename T>
+void basic_string<T>::reserve(unsigned n) {
+    if (n > this->m_capacity)
+        return grow(n);
+    array<T>::reserve(n);
+    if (this->m_capacity)
+        this->data()[this->m_count ? this->m_count - 1 : 0] = 0;
 }
 
 template <typename T>
 T* basic_string<T>::get_buffer(unsigned n) {
     const unsigned wanted = this->sum(1, n);
-    this->grow(wanted);
+    grow(wanted);
     this->m_count = wanted;
     memset(this->m_data, 0, wanted * sizeof(T));
     return this->data();

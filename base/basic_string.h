@@ -83,6 +83,8 @@ public:
     // Removes the characters of the set from the end, until one is not in it.
     void trim_right(const T* set);
 
+    // Makes the capacity at least n (the NUL counts), exactly n if it must grow; the text stays.
+    void grow(unsigned n);
     // The capacity becomes exactly n if it is less. Otherwise the string is CUT to n elements, the NUL among them.
     void reserve(unsigned n);
 

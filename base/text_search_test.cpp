@@ -1,0 +1,113 @@
+#include "base/text_search.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "base/guarded_copy.h"
+
+namespace {
+
+template <typename T>
+std::vector<T> elements(const std::string& text) {
+    return std::vector<T>(text.begin(), text.end());
+}
+
+// Finds with both texts ending at unreadable pages, and again with both beginning at one.
+template <typename T>
+int guarded_find(const std::string& text, const std::string& pattern, unsigned from) {
+    const GuardedCopy<T> text_end(elements<T>(text));
+    const GuardedCopy<T> pattern_end(elements<T>(pattern));
+    const GuardedCopy<T> text_begin(elements<T>(text), GuardedCopy<T>::guarded_begin);
+    const GuardedCopy<T> pattern_begin(elements<T>(pattern), GuardedCopy<T>::guarded_begin);
+    const unsigned text_size = static_cast<unsigned>(text.size());
+    const unsigned pattern_size = static_cast<unsigned>(pattern.size());
+    const int hit = gen::find_text(text_end.data(), text_size, pattern_end.data(), pattern_size, from);
+    EXPECT_EQ(hit, gen::find_text(text_begin.data(), text_size, pattern_begin.data(), pattern_size, from));
+    return hit;
+}
+
+int expected_find(const std::string& text, const std::string& pattern, unsigned from) {
+    if (pattern.empty())
+        return -1;
+    const std::size_t hit = text.find(pattern, from);
+    return hit == std::string::npos ? -1 : static_cast<int>(hit);
+}
+
+struct FindCase {
+    const char* name;
+    std::string text;
+    std::string pattern;
+    unsigned from;
+    int expected;
+};
+
+const FindCase find_cases[] = {
+    {"first_of_several", "abcabc", "bc", 0, 1},
+    {"from_a_match_on", "abcabc", "bc", 1, 1},
+    {"behind_a_match", "abcabc", "bc", 2, 4},
+    {"whole_text", "abc", "abc", 0, 0},
+    {"one_character", "abc", "c", 0, 2},
+    {"at_the_end", "aab", "ab", 0, 1},
+    {"overlapping_starts", "aaab", "aab", 0, 1},
+    {"right_ends_wrong_middle", "axcabc", "abc", 0, 3},
+    {"cut_off_at_the_end", "xxab", "abc", 0, -1},
+    {"longer_than_the_text", "ab", "abc", 0, -1},
+    {"empty_pattern", "abc", "", 0, -1},
+    {"empty_text", "", "a", 0, -1},
+    {"both_empty", "", "", 0, -1},
+    {"from_the_last_place", "abc", "c", 2, 2},
+    {"from_the_end", "abc", "c", 3, -1},
+    {"from_far_beyond_the_end", "abc", "c", 0xFFFFFFFFu, -1},
+    {"pattern_does_not_fit_behind_from", "abab", "ab", 3, -1},
+    {"across_a_nul", std::string("a\0b", 3), "b", 0, 2},
+    {"pattern_with_a_nul", std::string("a\0b", 3), std::string("\0b", 2), 0, 1},
+    {"high_bytes", "\x61\xFF\x80", "\xFF\x80", 0, 1},
+};
+
+TEST(FindText, Finds_the_first_match_and_reads_nothing_outside) {
+    for (const FindCase& test : find_cases) {
+        SCOPED_TRACE(test.name);
+        EXPECT_EQ(test.expected, guarded_find<char>(test.text, test.pattern, test.from));
+        EXPECT_EQ(test.expected, guarded_find<unsigned short>(test.text, test.pattern, test.from));
+    }
+}
+
+TEST(FindText, Agrees_with_the_standard_string_on_random_texts) {
+    std::mt19937 random(20240229);
+    const auto text_of = [&](unsigned longest) {
+        std::string text(random() % (longest + 1), ' ');
+        for (char& c : text)
+            c = static_cast<char>('a' + random() % 2);
+        return text;
+    };
+    for (int round = 0; round < 2000; ++round) {
+        const std::string text = text_of(40);
+        const std::string pattern = text_of(6);
+        const unsigned from = random() % 45;
+        ASSERT_EQ(expected_find(text, pattern, from), guarded_find<char>(text, pattern, from))
+            << '"' << pattern << "\" in \"" << text << "\" from " << from;
+        ASSERT_EQ(expected_find(text, pattern, from), guarded_find<unsigned short>(text, pattern, from));
+    }
+}
+
+TEST(FindText, Compares_all_of_a_wide_character) {
+    const unsigned short text[] = {0x0141, 0x0241, 0x0041, 0x0042};
+    const unsigned short pattern[] = {0x0041, 0x0042};
+    EXPECT_EQ(2, gen::find_text(text, 4, pattern, 2, 0));
+}
+
+TEST(TextLength, Counts_up_to_the_NUL) {
+    EXPECT_EQ(0u, gen::text_length<char>(nullptr));
+    EXPECT_EQ(0u, gen::text_length(""));
+    EXPECT_EQ(3u, gen::text_length("abc"));
+    EXPECT_EQ(0u, gen::text_length<unsigned short>(nullptr));
+    const unsigned short wide[] = {0x100, 0x200, 0};
+    EXPECT_EQ(2u, gen::text_length(wide));
+    const GuardedCopy<char> guarded(elements<char>(std::string("abc\0", 4)));
+    EXPECT_EQ(3u, gen::text_length(guarded.data()));
+}
+
+} // namespace

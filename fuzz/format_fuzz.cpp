@@ -1,0 +1,47 @@
+// Formatting against one big formatted buffer: the result is its beginning, cut where the room of the last try ends.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "base/std_string.h"
+
+namespace {
+
+// 1024 characters more than the format text, then 1024 more with each try, until 32767 are reached.
+std::size_t last_room(std::size_t format_length, std::size_t result_length) {
+    std::size_t room = format_length + 1024;
+    while (result_length > room && room < 32767)
+        room += 1024;
+    return room;
+}
+
+} // namespace
+
+// Bytes 0 to 3 size two paddings, byte 4 is a number and a character, the rest is text that is partly format, partly
+// argument.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size < 6)
+        return 0;
+    const int width = data[0] | (data[1] << 8);
+    const int precision = data[2] | (data[3] << 8);
+    const std::string rest(reinterpret_cast<const char*>(data) + 5, size - 5);
+    const std::string argument = rest.substr(rest.size() / 2).c_str();
+    std::string format = std::string(data[4] > 250 ? precision : 0, '=') + rest.substr(0, rest.size() / 2).c_str();
+    for (std::size_t at = 0; (at = format.find('%', at)) != std::string::npos; at += 2)
+        format.insert(at, 1, '%');
+    format += "%*d|%-*.*s|%c|%s";
+
+    std::string whole(2 * 65536 + 3 * (size + 70000), '\0');
+    const int length = std::snprintf(whole.data(), whole.size(), format.c_str(), width, data[4], precision, precision,
+                                     argument.c_str(), data[4], argument.c_str());
+    whole.resize(static_cast<std::size_t>(length));
+    const std::size_t room = last_room(format.size(), whole.size());
+    const std::string expected = whole.size() > room ? std::string(whole.substr(0, room).c_str()) : whole;
+
+    CStdString text("before");
+    text.format(format.c_str(), width, data[4], precision, precision, argument.c_str(), data[4], argument.c_str());
+    if (std::string(text.c_str(), text.length()) != expected || text.capacity() != std::max<std::size_t>(64, room + 1))
+        std::abort();
+    return 0;
+}
