@@ -81,7 +81,9 @@ function(wendax_resources target script)
     COMMAND clang-19 --target=i686-pc-windows-msvc -E -P -xc -DRC_INVOKED -nostdlibinc
       -isystem /usr/i686-w64-mingw32/include -fgnuc-version=12.2 -D_X86_=1
       -DWENDAX_VERSION_MAJOR=${PROJECT_VERSION_MAJOR} -DWENDAX_VERSION_MINOR=${PROJECT_VERSION_MINOR}
-      -DWENDAX_VERSION_PATCH=${PROJECT_VERSION_PATCH} -I${PROJECT_SOURCE_DIR}
+      -DWENDAX_VERSION_PATCH=${PROJECT_VERSION_PATCH}
+      "-DWENDAX_VERSION_TEXT=\"${PROJECT_VERSION_MAJOR}, ${PROJECT_VERSION_MINOR}, ${PROJECT_VERSION_PATCH}, 0\""
+      -I${PROJECT_SOURCE_DIR}
       ${CMAKE_CURRENT_SOURCE_DIR}/${script} -o ${preprocessed}
     COMMAND llvm-rc-19 /no-preprocess /C 65001 /I ${CMAKE_CURRENT_SOURCE_DIR} /FO ${compiled} ${preprocessed}
     DEPENDS ${script} ${ARG_FILES}

@@ -1,0 +1,67 @@
+#include "report/crash_report.h"
+
+#include "capture/screen_grab.h"
+#include "capture/screenshot.h"
+#include "compose/email_tool.h"
+#include "report/mail_text.h"
+#include "report/resource_scope.h"
+#include "report/se_exception.h"
+#include "sysinfo/std_info.h"
+
+namespace {
+
+CStdString system_text() {
+    // On the heap: the object holds a work area of 64 KiB, and after a stack overflow little stack is left.
+    struct Owner {
+        CStdInfo* info = new CStdInfo;
+        ~Owner() { delete info; }
+    } owner;
+    if (!owner.info)
+        throw gen::genlib_out_of_memory();
+    return owner.info->GetSystemInfoText();
+}
+
+CStdString debug_text(CSeException* exception) {
+    CStdString text(report::no_debug_text);
+    // Kept: the test is made on the object's own address, which tells whether its first byte can be read.
+    if (!IsBadCodePtr(reinterpret_cast<FARPROC>(exception)))
+        exception->GetFaultDescription(text);
+    return text;
+}
+
+} // namespace
+
+CCrashReport::CCrashReport(CSeException* exception) : m_exception(exception) {}
+
+CCrashReport::~CCrashReport() = default;
+
+void CCrashReport::AddAttachment(const char* path) {
+    CStdString copy(path ? path : "");
+    m_attachments.Add(copy);
+}
+
+void CCrashReport::GenerateEmail(int context, const char* product, const char* subject, const char* recipient) {
+    const ResourceScope resources;
+    const CWaitCursor wait;
+    CEmailTool mail;
+    const char* const name = product ? product : report::default_product;
+    {
+        const CStdString note = report::screenshot_note(name);
+        const CStdString debug = debug_text(m_exception);
+        const report::MailText text = report::mail_text(context, name, subject, note, system_text(), debug);
+        mail.Compose(text.subject.c_str(), text.body.c_str(), recipient ? recipient : WENDAX_SUPPORT_ADDRESS, nullptr);
+    }
+    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_HIGHEST); // Kept: never lowered again.
+    for (int i = 0; i < m_attachments.GetSize(); ++i)
+        mail.AddAttachment(m_attachments[i].c_str());
+    mail.OpenInMailer();
+}
+
+void CCrashReport::AttachScreenCopy() {
+    const CStdString path = capture::write_screenshot();
+    AddAttachment(path.c_str());
+}
+
+HBITMAP CCrashReport::CopyScreenToBitmap(RECT* rect) {
+    return capture::copy_screen_to_bitmap(rect);
+}

@@ -1,0 +1,90 @@
+#include "report/crash_report2.h"
+
+#include "report/report_dialog.h"
+#include "report/resource_scope.h"
+#include "report/upload_texts.h"
+#include "resources/ids.h"
+
+class CCrashReport2::CCrushDialog : public report::ReportDialog {
+public:
+    explicit CCrushDialog(HINSTANCE icon_module) : ReportDialog(icon_module, library_module(), IDD_UPLOAD_REPORT) {
+        running = this;
+    }
+    ~CCrushDialog() { running = nullptr; }
+
+    static INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wparam, LPARAM) {
+        if (!running)
+            return 0;
+        switch (message) {
+        case WM_INITDIALOG:
+            // Kept: the field is still null, so this dialog shows the icon of its template and not the host's.
+            SendMessageA(running->dialog_window(), WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(running->icon()));
+            SendMessageA(running->dialog_window(), WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(running->icon()));
+            settle(dialog);
+            return 1;
+        case WM_DESTROY:
+            running->destroy_icon();
+            return 0;
+        case WM_COMMAND:
+            if (LOWORD(wparam) == IDOK)
+                running->upload(dialog);
+            else if (LOWORD(wparam) == IDCANCEL)
+                running->end(dialog, IDCANCEL);
+            return 0;
+        }
+        return 0;
+    }
+
+private:
+    void upload(HWND dialog);
+
+    static CCrushDialog* running; // the dialog of the OpenDlg call at work
+};
+
+CCrashReport2::CCrushDialog* CCrashReport2::CCrushDialog::running;
+
+namespace {
+
+// Shows the text at once: no message is worked on while the upload runs.
+void say(HWND dialog, const char* text) {
+    HWND const control = GetDlgItem(dialog, IDC_UPLOAD_TEXT);
+    if (!control)
+        return;
+    SetWindowTextA(control, text);
+    UpdateWindow(control);
+}
+
+void enable_buttons(HWND dialog, BOOL enabled) {
+    EnableWindow(GetDlgItem(dialog, IDCANCEL), enabled);
+    EnableWindow(GetDlgItem(dialog, IDOK), enabled);
+}
+
+bool upload_newest() {
+    try {
+        return CCrashReport2::m_pThis && CCrashReport2::m_pThis->Upload();
+    } catch (const gen::genlib_error&) {
+        return false; // No exception may pass through the window procedure; to the user it is a failed upload.
+    }
+}
+
+} // namespace
+
+void CCrashReport2::CCrushDialog::upload(HWND dialog) {
+    const CWaitCursor wait;
+    enable_buttons(dialog, FALSE);
+    say(dialog, report::upload_wait_text);
+    if (upload_newest()) {
+        say(dialog, report::upload_success_text);
+        end(dialog, IDOK);
+        return;
+    }
+    say(dialog, report::upload_failure_text);
+    enable_buttons(dialog, TRUE);
+}
+
+unsigned int CCrashReport2::OpenDlg() {
+    const ResourceScope resources;
+    m_saved_resources = resources.saved();
+    CCrushDialog dialog(m_saved_resources);
+    return static_cast<unsigned int>(dialog.run(CCrushDialog::procedure));
+}

@@ -1,0 +1,96 @@
+#include "report/mail_text.h"
+
+namespace report {
+
+const char default_product[] = "Corrowfinder";
+const char no_debug_text[] = "Debug info is not accessible.\n";
+
+namespace {
+
+// The texts are what the receiving side knows, slips included: "Report" is capitalised in two subjects only, the main
+// text has a stray Cyrillic letter (Windows-1251) after "Thank you,", and some lines end in a blank.
+
+constexpr char note_format[] =
+    "\n\nPlease note, that %s has created a screenshot of your desktop. That screenshot will help developers fix the "
+    "problem. If you don't want to send screenshot to Torvex, delete file screen_copy.jpg and send report.";
+
+constexpr char main_body[] =
+    "%s has performed an illegal operation.\n"
+    "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
+    "Please send this email to Torvex Support including attachments.\n"
+    "This will help find and fix this problem faster.%s\n\n"
+    "Thank you,\xEE\n"
+    "Torvex Support\n\n"
+    "PS:%s\n%s\n";
+
+constexpr char user_body[] =
+    "Dear user,\n\n"
+    "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
+    "Please send this email to Torvex Support including attachments: image that program was processing when error "
+    "occurred, conversion profile and file with command line.\n\n"
+    "This will help find and fix this problem faster.%s\n\n"
+    "Thank you,\n"
+    "Torvex Support\n\n"
+    "PS:%s\n%s\n";
+
+constexpr char engine_body[] = "Corrowfinder has performed an illegal operation.\n"
+                               "It could be caused by graphics engine that incorrectly processed graphics file.\n\n"
+                               "Please send this email to Torvex Support including attachment.\n"
+                               "This will help find and fix this problem faster.%s\n\n"
+                               "Thank you,\n"
+                               "Torvex Support\n\n"
+                               "PS:%s\n%s\n";
+
+constexpr char watch_body[] =
+    "Corrowfinder has performed an illegal operation. \n\n"
+    "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
+    "This will help find and fix this problem faster.%s\n\n"
+    "Thank you,\n"
+    "Torvex Support \n\n"
+    "PS:%s\n%s\n";
+
+constexpr char unknown_body[] =
+    "Corrowfinder has performed an illegal operation.\n\n"
+    "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
+    "This will help find and fix this problem faster.%s\n\n"
+    "Thank you,\n"
+    "Torvex Support \n\n"
+    "PS:%s\n%s\n";
+
+struct Context {
+    const char* subject;
+    const char* body; // takes note, system text and debug text
+};
+
+// Contexts 1 to 6; 0 is put together from the host's own words.
+constexpr Context contexts[] = {
+    {"Corrowfinder Error Report [Progress]", user_body},      {"Corrowfinder Error report [InfoWndWork]", engine_body},
+    {"Corrowfinder Error report [InfoRunWork]", engine_body}, {"Corrowfinder Error report [User]", user_body},
+    {"Corrowfinder Error report [ImageList]", engine_body},   {"Corrowfinder Error report [Watch]", watch_body},
+};
+constexpr int context_count = sizeof(contexts) / sizeof(contexts[0]);
+constexpr Context unknown_context = {"Corrowfinder Error report [Unknown]", unknown_body};
+
+} // namespace
+
+CStdString screenshot_note(const char* product) {
+    CStdString note;
+    note.format(note_format, product);
+    return note;
+}
+
+MailText mail_text(int context, const char* product, const char* subject, const CStdString& note,
+                   const CStdString& system, const CStdString& debug) {
+    MailText text;
+    if (context == 0) {
+        text.subject.format("%s %s", product, subject ? subject : "Error Report [Main]");
+        text.body.format(main_body, product, note.c_str(), system.c_str(), debug.c_str());
+        return text;
+    }
+    const Context& chosen = context >= 1 && context <= context_count ? contexts[context - 1] : unknown_context;
+    text.subject = chosen.subject;
+    text.body.format(chosen.body, note.c_str(), system.c_str(), debug.c_str());
+    return text;
+}
+
+} // namespace report

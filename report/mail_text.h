@@ -1,0 +1,27 @@
+// Subject and body of the e-mail report. Pure text building; no Windows.
+#pragma once
+
+#include "base/std_string.h"
+
+namespace report {
+
+// The name that stands for the product when the host gives none.
+extern const char default_product[];
+
+// What stands for the fault description in a report without an exception.
+extern const char no_debug_text[];
+
+// The remark about the screenshot that every body holds. product is not null.
+CStdString screenshot_note(const char* product);
+
+struct MailText {
+    CStdString subject;
+    CStdString body; // cut at about 32 KiB, the bound of formatted texts
+};
+
+// The message of a context (0 to 6, any other value: unknown). product is not null; a null subject takes its default;
+// product and subject are used by context 0 alone. note, system and debug go into every body, in this order.
+MailText mail_text(int context, const char* product, const char* subject, const CStdString& note,
+                   const CStdString& system, const CStdString& debug);
+
+} // namespace report

@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "report/mail_text.h"
+
+namespace {
+
+const CStdString note("<note>");
+const CStdString sys("<system>");
+const CStdString debug("<debug>");
+
+report::MailText text_of(int context, const char* product = "Prod", const char* subject = nullptr) {
+    return report::mail_text(context, product, subject, note, sys, debug);
+}
+
+std::string subject_of(int context) {
+    return text_of(context).subject.c_str();
+}
+
+std::string body_of(int context) {
+    return text_of(context).body.c_str();
+}
+
+TEST(ScreenshotNote, Names_the_product) {
+    EXPECT_STREQ(report::screenshot_note("My Program").c_str(),
+                 "\n\nPlease note, that My Program has created a screenshot of your desktop. That screenshot will help "
+                 "developers fix the problem. If you don't want to send screenshot to Torvex, delete file "
+                 "screen_copy.jpg and send report.");
+}
+
+TEST(MailText, Main_subject_joins_product_and_default_text) {
+    EXPECT_STREQ(text_of(0, report::default_product).subject.c_str(), "Corrowfinder Error Report [Main]");
+}
+
+TEST(MailText, Main_subject_takes_the_hosts_words) {
+    EXPECT_STREQ(text_of(0, "Prod", "fell over").subject.c_str(), "Prod fell over");
+}
+
+TEST(MailText, Empty_words_are_no_defaults) {
+    EXPECT_STREQ(text_of(0, "", "x").subject.c_str(), " x");
+    EXPECT_STREQ(text_of(0, "Prod", "").subject.c_str(), "Prod ");
+}
+
+TEST(MailText, Main_body_begins_with_the_product_and_holds_the_stray_letter) {
+    EXPECT_EQ(body_of(0),
+              "Prod has performed an illegal operation.\nYou can help developers to fix this problem by "
+              "describing your actions that lead to this error.\n\nPlease send this email to Torvex Support "
+              "including attachments.\nThis will help find and fix this problem faster.<note>\n\nThank you,"
+              "\xEE\nTorvex Support\n\nPS:<system>\n<debug>\n");
+}
+
+struct Case {
+    int context;
+    const char* subject;
+    const char* body_begins;
+    const char* body_ends;
+};
+
+const char user_begins[] =
+    "Dear user,\n\nYou can help developers to fix this problem by describing your actions that lead to this error.\n\n"
+    "Please send this email to Torvex Support including attachments: image that program was processing when error "
+    "occurred, conversion profile and file with command line.\n\nThis will help find and fix this problem "
+    "faster.<note>";
+const char engine_begins[] = "Corrowfinder has performed an illegal operation.\nIt could be caused by graphics engine "
+                             "that incorrectly processed "
+                             "graphics file.\n\nPlease send this email to Torvex Support including attachment.\nThis "
+                             "will help find and fix this "
+                             "problem faster.<note>";
+const char watch_begins[] =
+    "Corrowfinder has performed an illegal operation. \n\nYou can help developers to fix this problem by describing "
+    "your "
+    "actions that lead to this error.\n\nThis will help find and fix this problem faster.<note>";
+const char unknown_begins[] =
+    "Corrowfinder has performed an illegal operation.\n\nYou can help developers to fix this problem by describing "
+    "your "
+    "actions that lead to this error.\n\nThis will help find and fix this problem faster.<note>";
+const char plain_end[] = "\n\nThank you,\nTorvex Support\n\nPS:<system>\n<debug>\n";
+const char blank_end[] = "\n\nThank you,\nTorvex Support \n\nPS:<system>\n<debug>\n";
+
+const Case cases[] = {
+    {1, "Corrowfinder Error Report [Progress]", user_begins, plain_end},
+    {2, "Corrowfinder Error report [InfoWndWork]", engine_begins, plain_end},
+    {3, "Corrowfinder Error report [InfoRunWork]", engine_begins, plain_end},
+    {4, "Corrowfinder Error report [User]", user_begins, plain_end},
+    {5, "Corrowfinder Error report [ImageList]", engine_begins, plain_end},
+    {6, "Corrowfinder Error report [Watch]", watch_begins, blank_end},
+    {7, "Corrowfinder Error report [Unknown]", unknown_begins, blank_end},
+    {-1, "Corrowfinder Error report [Unknown]", unknown_begins, blank_end},
+    {0x7FFFFFFF, "Corrowfinder Error report [Unknown]", unknown_begins, blank_end},
+};
+
+TEST(MailText, Every_context_has_its_subject_and_body) {
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.context);
+        EXPECT_EQ(subject_of(one.context), one.subject);
+        EXPECT_EQ(body_of(one.context), std::string(one.body_begins) + one.body_ends);
+    }
+}
+
+TEST(MailText, Other_contexts_use_neither_product_nor_subject) {
+    EXPECT_STREQ(text_of(1, "Prod", "mine").subject.c_str(), "Corrowfinder Error Report [Progress]");
+    EXPECT_EQ(std::string(text_of(6, "Prod", "mine").body.c_str()).find("Prod"), std::string::npos);
+}
+
+TEST(MailText, Texts_of_the_host_are_no_formats) {
+    const report::MailText text =
+        report::mail_text(0, "%s%n", "100%d", CStdString("%x"), CStdString("%s"), CStdString("%%"));
+    EXPECT_STREQ(text.subject.c_str(), "%s%n 100%d");
+    EXPECT_NE(std::string(text.body.c_str()).find("PS:%s\n%%\n"), std::string::npos);
+}
+
+TEST(MailText, Long_body_is_cut_at_its_end) {
+    const std::string long_text(60000, 'x');
+    const report::MailText text = report::mail_text(0, "Prod", nullptr, note, CStdString(long_text.c_str()), debug);
+    EXPECT_GE(text.body.length(), 32767u);
+    EXPECT_LT(text.body.length(), 34000u);
+    EXPECT_EQ(std::string(text.body.c_str()).substr(0, 8), "Prod has");
+}
+
+} // namespace

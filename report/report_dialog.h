@@ -1,0 +1,46 @@
+// The dialog that both report variants show: creation from a template, message loop, end.
+#pragma once
+
+#include <windows.h>
+
+namespace report {
+
+// One per OpenDlg call, on the caller's stack. It is no framework dialog and has no owner, because it must work while
+// the host is in an unknown state after a fault. Runs on the calling thread.
+class ReportDialog {
+public:
+    // icon_module: where icon 128 is looked up, normally the host. template_id: the dialog in the library's resources.
+    ReportDialog(HINSTANCE icon_module, HINSTANCE library, int template_id);
+    ~ReportDialog();
+    ReportDialog(const ReportDialog&) = delete;
+    ReportDialog& operator=(const ReportDialog&) = delete;
+
+    // Shows the dialog and works on its messages until end() is called. Returns end()'s result, or 0 when the dialog
+    // can't be created, its window is taken away or the program is told to quit; the order to quit is posted again.
+    int run(DLGPROC procedure);
+
+    // Called by the window procedure: the dialog closes with this result.
+    void end(HWND dialog, int result);
+
+protected:
+    // What both variants do at WM_INITDIALOG, after their icons: take the focus and go to the middle of the work area.
+    static void settle(HWND dialog);
+    void destroy_icon();
+
+    HICON icon() const { return m_icon; }
+    // Always null, as is the owner.
+    HWND dialog_window() const { return m_dialog; }
+
+private:
+    const DLGTEMPLATE* m_template = nullptr; // belongs to the library's module
+    HRSRC m_resource = nullptr;
+    HWND m_parent = nullptr;
+    HWND m_dialog = nullptr;
+    HINSTANCE m_icon_module;
+    HINSTANCE m_library;
+    int m_running = 1;
+    int m_result = 0;
+    HICON m_icon; // null when the module has no icon 128
+};
+
+} // namespace report

@@ -1,0 +1,29 @@
+// A structured exception that was translated, kept so that a report can describe it.
+#pragma once
+
+#include <afx.h>
+
+#include "base/std_string.h"
+
+class CSeException : public CException {
+    DECLARE_DYNAMIC(CSeException)
+
+public:
+    // The pointers are neither copied nor owned: they are good while the host's catch block runs, and not after.
+    CSeException(unsigned int code, EXCEPTION_POINTERS* pointers);
+
+    // The structured exception's code.
+    unsigned int code() const { return m_code; }
+
+    // Replaces the text by the fault's reason and stack trace, which faultkit.dll beside the host's executable gives.
+    // Throws gen::genlib_error.
+    void GetFaultDescription(CStdString& text);
+
+private:
+    unsigned int m_code;
+    EXCEPTION_POINTERS* m_pointers;
+};
+
+#ifdef _MSC_VER
+static_assert(sizeof(CSeException) == 16, "hosts know this layout");
+#endif

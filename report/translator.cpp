@@ -1,0 +1,15 @@
+#include "report/translator.h"
+
+#include <new>
+
+#include "report/se_exception.h"
+
+char exception_marker[] = "SEHWendaxExceptionGenerated";
+CSeException* last_translated_exception;
+
+extern "C" void __cdecl APISeTranslator(unsigned int code, EXCEPTION_POINTERS* pointers) {
+    // The object before stays: a report may still point to it.
+    last_translated_exception = new (std::nothrow) CSeException(code, pointers);
+    // A plain char* and not the object: that is what hosts catch. A const char* would not match their handlers.
+    throw static_cast<char*>(exception_marker);
+}

@@ -1,0 +1,43 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "report/upload_texts.h"
+
+namespace {
+
+// The texts as Unicode, turned into Windows-1251 by this test's own small table.
+std::string windows_1251(const char16_t* text) {
+    std::string bytes;
+    for (; *text; ++text) {
+        if (*text < 0x80)
+            bytes += static_cast<char>(*text);
+        else if (*text == 0x0451) // io
+            bytes += '\xB8';
+        else
+            bytes += static_cast<char>(*text - 0x0410 + 0xC0);
+    }
+    return bytes;
+}
+
+TEST(UploadTexts, Wait_text_is_russian_in_windows_1251_with_a_latin_word) {
+    EXPECT_EQ(report::upload_wait_text,
+              windows_1251(u"Upload отчёта о crash'e может занять некоторое время. Пожалуйста подождите.\n\n"
+                           u"После окончания операции загрузки программа будет автоматически закрыта."));
+    EXPECT_EQ(std::strlen(report::upload_wait_text), 149u);
+}
+
+TEST(UploadTexts, Failure_text_is_russian_in_windows_1251) {
+    EXPECT_EQ(report::upload_failure_text,
+              windows_1251(u"Ошибка передачи данных.\n\n"
+                           u"Пожалуйста подключитесь к сети Internet и разрешите программе ksv.exe выход в сеть для "
+                           u"соединения с сервером компании Torvex."));
+    EXPECT_EQ(std::strlen(report::upload_failure_text), 150u);
+}
+
+TEST(UploadTexts, Success_text_is_english) {
+    EXPECT_STREQ(report::upload_success_text, "Thank you.\n\nData has uploaded successfully");
+}
+
+} // namespace
