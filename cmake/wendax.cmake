@@ -32,7 +32,7 @@ function(wendax_layer name)
 endfunction()
 
 # wendax_test(LAYER [SOURCES pure_test.cpp...] [WINDOWS win_test.cpp...] [DEPENDS layers...] [LIBS system libs...])
-# The unit tests of a folder as one GoogleTest program, LAYER_test.
+# The unit tests of a folder as one GoogleTest program, LAYER_test. LIBS are Windows libraries.
 function(wendax_test layer)
   cmake_parse_arguments(ARG "" "" "SOURCES;WINDOWS;DEPENDS;LIBS" ${ARGN})
   set(sources ${ARG_SOURCES})
@@ -41,6 +41,9 @@ function(wendax_test layer)
   endif()
   if(NOT sources OR WENDAX_RING STREQUAL "product")
     return()
+  endif()
+  if(WENDAX_RING STREQUAL "native")
+    set(ARG_LIBS)
   endif()
   wendax_gtest_program(${layer}_test SOURCES ${sources} LINK ${layer} ${ARG_DEPENDS} ${ARG_LIBS})
 endfunction()

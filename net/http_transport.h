@@ -1,0 +1,63 @@
+// CHttpTransport: one HTTP exchange after another over WinINet, on the calling thread. WinINet's own time-outs apply.
+//
+// It shows no message: a failure is a null answer and LastError(). The HTTP status is not looked at; a redirect is
+// followed as WinINet does it. Handles are closed when the next request or the end of the object makes them useless.
+// A text that can't grow throws gen::genlib_out_of_memory.
+#pragma once
+
+#include "base/std_string.h"
+#include "win/handle.h"
+
+#include <wininet.h>
+
+class CHttpTransport {
+public:
+    // For Request's length: the body is a text and goes out up to its NUL.
+    static constexpr DWORD kTextLength = 0xFFFFFFFF;
+    // LastError() after a request without a URL.
+    static constexpr DWORD kNoUrl = 0xFFFFFFFF;
+
+    // Opens the session as "Lumivale", directly and not through a proxy. Where that fails, every request does.
+    CHttpTransport();
+    ~CHttpTransport();
+
+    CHttpTransport(const CHttpTransport&) = delete;
+    CHttpTransport& operator=(const CHttpTransport&) = delete;
+
+    // Replaces the headers of a POST, at first "Content-Type: application/x-www-form-urlencoded". Without a line end.
+    // A GET sends none.
+    void SetHeaders(const char* headers);
+
+    // Sends a POST with the body (null is an empty one), or a GET that ignores it, and reads the whole answer.
+    // The answer is a text, empty rather than null where the server sent nothing: it is joined from chunks of at most
+    // 8191 bytes, and a zero byte hides the rest of its own chunk. It stays valid until the next answer arrives or the
+    // object ends; a failed request leaves it alone. Null when there is no answer.
+    // A POST to port 80 goes out in the clear, to any other port over TLS: the port decides, not the scheme.
+    const char* Request(const char* url, bool post, const void* body, DWORD length = kTextLength);
+
+    // GetLastError() of the last call that failed, kNoUrl, or 0.
+    DWORD LastError() const { return m_last_error; }
+
+private:
+    struct InternetTraits {
+        using Value = HINTERNET;
+        static Value invalid() { return nullptr; }
+        static void close(Value handle) { InternetCloseHandle(handle); }
+    };
+    using InternetHandle = win::UniqueHandle<InternetTraits>;
+
+    bool Get(const char* url);
+    bool Post(const char* url, const void* body, DWORD length);
+    const char* ReadAnswer();
+    bool Fail(DWORD error);
+
+    CStdString m_headers;
+    InternetHandle m_session;
+    InternetHandle m_request;
+    InternetHandle m_connection;
+    char* m_answer = nullptr;      // from calloc
+    char* m_second_text = nullptr; // kept for the layout; nothing sets it
+    DWORD m_last_error = 0;
+};
+
+static_assert(sizeof(void*) != 4 || sizeof(CHttpTransport) == 48, "a string, three handles, two texts and the error");

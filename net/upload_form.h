@@ -1,0 +1,44 @@
+// The upload form: what an upload report sends besides the bytes of its files, and how an answer is judged. Pure text,
+// no network. The format as a whole is written down in docs/upload-format.md.
+#pragma once
+
+#include "net/super_buffer.h"
+
+namespace upload_form {
+
+// The files of a report, in the order in which they are sent.
+enum Part {
+    conversion_script,
+    conversion_config,
+    file_for_conversion,
+    conversion_log,
+    screen_copy,
+    system_info,
+    part_count
+};
+
+// The name under which the form knows a part.
+const char* PartName(Part part);
+
+// What stands before a part's bytes: five settings fields of the form, then the headers of the file itself. The path
+// goes out as it is, unescaped. Texts beyond some 32 KiB are cut, as CStdString::format does.
+CStdString PartHeader(Part part, const char* path);
+
+// What stands after a part's bytes. Kept: it reads as the end of the whole body, after every single part.
+extern const char kPartEnd[];
+
+// The form's own fields, after the last part. Kept: it ends in an open boundary.
+extern const char kTrailer[];
+
+// The request header that names the boundary; no line end.
+extern const char kRequestHeaders[];
+
+// Appends the whole body to the buffer. paths[part] is the path of each part, "" for none; a path that names no
+// readable file gives an empty part. Throws gen::genlib_out_of_memory as the buffer does.
+void AppendBody(CSuperBuffer& body, const char* const (&paths)[part_count]);
+
+// Whether the server's answer confirms the upload; null is no answer. Kept: an answer that begins with the
+// confirmation is refused, whatever else it holds.
+bool Confirms(const char* response);
+
+} // namespace upload_form
