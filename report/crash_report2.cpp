@@ -1,0 +1,62 @@
+#include "report/crash_report2.h"
+
+#include "capture/screenshot.h"
+#include "net/http_transport.h"
+#include "net/upload_form.h"
+#include "sysinfo/system_info_file.h"
+
+namespace {
+
+const char form_url[] = "http://" WENDAX_UPLOAD_SERVER "/index.php?option=com_mosforms";
+
+// Null is no path, as an empty text is.
+const char* path_or_none(const char* path) {
+    return path ? path : "";
+}
+
+} // namespace
+
+CCrashReport2* CCrashReport2::m_pThis;
+
+CCrashReport2::CCrashReport2(CSeException* exception) : m_exception(exception) {
+    m_pThis = this;
+}
+
+CCrashReport2::~CCrashReport2() {
+    if (m_pThis == this)
+        m_pThis = nullptr;
+}
+
+void CCrashReport2::PostRequest(const char* config, const char* script, const char* log, const char* file) {
+    m_config_path = path_or_none(config);
+    m_script_path = path_or_none(script);
+    m_log_path = path_or_none(log);
+    m_file_path = path_or_none(file);
+}
+
+void CCrashReport2::AddAttachment(const char* path) {
+    CStdString copy(path_or_none(path));
+    m_attachments.Add(copy);
+}
+
+bool CCrashReport2::Upload() {
+    const char* const paths[upload_form::part_count] = {
+        m_script_path.c_str(), m_config_path.c_str(), m_file_path.c_str(),
+        m_log_path.c_str(),    m_screen_path.c_str(), m_system_path.c_str(),
+    };
+    CHttpTransport transport;
+    CSuperBuffer body;
+    upload_form::AppendBody(body, paths);
+    transport.SetHeaders(upload_form::kRequestHeaders);
+    return upload_form::Confirms(transport.Request(form_url, true, body.GetData(), body.GetLength()));
+}
+
+void CCrashReport2::CreateScreenCopy() {
+    m_screen_path = screenshot_path();
+    set_up_screenshot_format();
+    write_screenshot(m_screen_path);
+}
+
+void CCrashReport2::CreateSystemInfo() {
+    WriteSystemInfoFile(m_system_path);
+}
