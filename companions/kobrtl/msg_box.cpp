@@ -1,0 +1,40 @@
+#include <windows.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "companions/kobrtl/kobrtl.h"
+#include "companions/kobrtl/message_text.h"
+
+namespace {
+
+constexpr DWORD kTitleRoom = MAX_PATH;
+
+// The name of the running program without folder and extension; empty if it is unknown.
+void program_name(char (&title)[kTitleRoom]) {
+    char path[kTitleRoom] = {};
+    const DWORD length = GetModuleFileNameA(nullptr, path, kTitleRoom);
+    path[length < kTitleRoom ? length : kTitleRoom - 1] = '\0';
+    const char* separator = strrchr(path, '\\');
+    strcpy(title, separator ? separator + 1 : path);
+    if (char* dot = strrchr(title, '.'))
+        *dot = '\0';
+}
+
+} // namespace
+
+int __cdecl MsgBox(HWND__* owner, unsigned flags, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    char* text = kobrtl::format_message(format, arguments);
+    va_end(arguments);
+
+    char title[kTitleRoom] = {};
+    if (!owner || !GetWindowTextA(owner, title, kTitleRoom))
+        program_name(title);
+    // Without an owner the box must still keep the user from going on in the program's windows.
+    const unsigned modality = owner ? 0 : MB_TASKMODAL | MB_SETFOREGROUND;
+    // When even the text can't be had, the bare format says more than no box at all.
+    const int answer = MessageBoxA(owner, text ? text : format, title, flags | modality);
+    free(text);
+    return answer;
+}

@@ -1,0 +1,164 @@
+#include "companions/kobrtl/resample.h"
+
+#include <gtest/gtest.h>
+
+#include "companions/kobrtl/test_picture.h"
+
+namespace {
+
+using kobrtl::RowKernels;
+using kobrtl_test::Bitmap;
+
+const kobrtl::FilterPair kCubic = {kobrtl::mitchell(), kobrtl::catmull_rom()};
+const kobrtl::FilterPair kLinear = {kobrtl::triangle(), kobrtl::triangle()};
+
+Bitmap scaled(const Bitmap& from, unsigned width, unsigned height, const RowKernels& kernels,
+              const kobrtl::FilterPair& filters = kCubic) {
+    Bitmap to(width, height, from.channels);
+    const kobrtl::Picture source = {from.bytes.data(), from.stride(), from.width, from.height,
+                                    8 * from.channels, nullptr,       0};
+    EXPECT_TRUE(kobrtl::resample(source, {to.bytes.data(), to.stride(), width, height}, filters, kernels));
+    return to;
+}
+
+double greatest_error(const Bitmap& bitmap, const std::vector<double>& ideal) {
+    double greatest = 0;
+    for (size_t i = 0; i < ideal.size(); ++i)
+        greatest = std::max(greatest, fabs(bitmap.bytes[i] - ideal[i]));
+    return greatest;
+}
+
+struct Case {
+    const char* name;
+    unsigned width, height, to_width, to_height;
+};
+
+void PrintTo(const Case& c, std::ostream* out) {
+    *out << c.name;
+}
+
+// Rounding alone may be wrong by half a level; the rest is what fixed point costs.
+constexpr double kBound = 0.53;
+
+class ResampleSizes : public testing::TestWithParam<Case> {
+protected:
+    Bitmap scaled_by_both(const Bitmap& from) {
+        const Bitmap plain = scaled(from, GetParam().to_width, GetParam().to_height, kobrtl::plain_kernels());
+        const RowKernels* sse2 = kobrtl::sse2_kernels();
+        if (sse2) {
+            EXPECT_EQ(scaled(from, GetParam().to_width, GetParam().to_height, *sse2).bytes, plain.bytes);
+        }
+        return plain;
+    }
+};
+
+TEST_P(ResampleSizes, Bytes_are_within_rounding_of_the_ideal_and_both_kernels_agree) {
+    const Case& c = GetParam();
+    for (unsigned channels : {1u, 3u, 4u}) {
+        SCOPED_TRACE(channels);
+        for (Bitmap from :
+             {kobrtl_test::noise(c.width, c.height, channels), kobrtl_test::blocks(c.width, c.height, channels)}) {
+            if (channels == 4)
+                kobrtl_test::make_opaque(from);
+            EXPECT_LE(greatest_error(scaled_by_both(from), kobrtl_test::ideal(from, c.to_width, c.to_height)), kBound);
+        }
+    }
+}
+
+TEST_P(ResampleSizes, Opacities_are_within_rounding_of_the_ideal_and_both_kernels_agree) {
+    const Case& c = GetParam();
+    const Bitmap from = kobrtl_test::noise(c.width, c.height, 4);
+    const Bitmap to = scaled_by_both(from);
+    const auto ideal = kobrtl_test::ideal_weighted(from, c.to_width, c.to_height);
+    for (size_t i = 0; i < ideal.size(); i += 4) {
+        ASSERT_NEAR(to.bytes[i + 3], ideal[i + 3], kBound) << i;
+        if (to.bytes[i + 3] == 0)
+            continue;
+        // The less opaque a pixel is, the coarser is its colour, and the less it matters.
+        const double bound = 0.52 + 3.0 / ideal[i + 3];
+        for (size_t k = 0; k < 3; ++k)
+            ASSERT_NEAR(to.bytes[i + k], ideal[i + k], bound) << i << " opacity " << ideal[i + 3];
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, ResampleSizes,
+                         testing::Values(Case{"one_pixel_stays", 1, 1, 1, 1}, Case{"one_pixel_grows", 1, 1, 9, 5},
+                                         Case{"to_one_pixel", 33, 21, 1, 1}, Case{"one_row", 100, 1, 17, 1},
+                                         Case{"one_column", 1, 100, 1, 17}, Case{"row_becomes_column", 64, 1, 1, 64},
+                                         Case{"same_size", 37, 23, 37, 23}, Case{"a_little_smaller", 100, 80, 99, 79},
+                                         Case{"a_little_larger", 100, 80, 101, 81}, Case{"half", 128, 96, 64, 48},
+                                         Case{"odd_sizes", 131, 97, 53, 41}, Case{"grows", 19, 13, 83, 71},
+                                         Case{"wider_but_lower", 40, 160, 150, 30},
+                                         Case{"narrower_but_higher", 160, 40, 30, 150},
+                                         Case{"many_rows_to_one", 16, 1000, 16, 2},
+                                         Case{"screen_like", 480, 270, 128, 128}, Case{"vector_width", 16, 16, 8, 8},
+                                         Case{"just_below_vector", 5, 40, 5, 20}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(Resample, A_flat_picture_stays_flat_at_every_level) {
+    for (unsigned value = 0; value < 256; ++value)
+        for (unsigned size : {3u, 17u, 40u, 131u}) {
+            const Bitmap to =
+                scaled(kobrtl_test::flat(40, 31, 3, static_cast<uint8_t>(value)), size, size, kobrtl::best_kernels());
+            for (uint8_t byte : to.bytes)
+                ASSERT_EQ(byte, value) << size;
+        }
+}
+
+TEST(Resample, The_same_size_gives_the_same_pixels) {
+    const Bitmap from = kobrtl_test::noise(61, 47, 3);
+    EXPECT_EQ(scaled(from, 61, 47, kobrtl::plain_kernels()).bytes, from.bytes);
+    EXPECT_EQ(scaled(from, 61, 47, kobrtl::plain_kernels(), kLinear).bytes, from.bytes);
+}
+
+TEST(Resample, The_triangle_filter_is_within_rounding_of_its_ideal) {
+    const Bitmap from = kobrtl_test::noise(90, 70, 3);
+    for (unsigned size : {20u, 200u}) {
+        const Bitmap to = scaled(from, size, size, kobrtl::best_kernels(), kLinear);
+        EXPECT_LE(greatest_error(to, kobrtl_test::ideal(from, size, size, kobrtl::ReferenceFilter::linear)), kBound);
+    }
+}
+
+TEST(Resample, Transparent_pixels_lend_their_colour_to_nobody) {
+    Bitmap from(32, 32, 4);
+    for (unsigned y = 0; y < 32; ++y)
+        for (unsigned x = 0; x < 32; ++x) {
+            const bool seen = x < 13;
+            from.at(x, y, 0) = seen ? 200 : 0;
+            from.at(x, y, 1) = seen ? 10 : 255;
+            from.at(x, y, 3) = seen ? 255 : 0;
+        }
+    const Bitmap to = scaled(from, 11, 11, kobrtl::best_kernels());
+    bool between = false;
+    for (unsigned x = 0; x < 11; ++x) {
+        const unsigned opacity = to.at(x, 5, 3);
+        between |= opacity > 8 && opacity < 247;
+        if (opacity > 8) {
+            EXPECT_NEAR(to.at(x, 5, 0), 200, 1) << x;
+            EXPECT_NEAR(to.at(x, 5, 1), 10, 1) << x;
+        } else if (opacity == 0) {
+            EXPECT_EQ(to.at(x, 5, 0) | to.at(x, 5, 1), 0);
+        }
+    }
+    EXPECT_TRUE(between);
+}
+
+TEST(Resample, One_pixel_that_is_not_opaque_in_the_last_row_is_found) {
+    Bitmap from = kobrtl_test::flat(64, 64, 4, 255);
+    from.at(63, 63, 3) = 0;
+    const Bitmap to = scaled(from, 16, 16, kobrtl::best_kernels());
+    EXPECT_LT(to.at(15, 15, 3), 255);
+    EXPECT_EQ(to.at(0, 0, 3), 255);
+    EXPECT_EQ(to.at(15, 15, 0), 255);
+}
+
+TEST(Resample, Rows_may_lie_bottom_up_on_both_sides) {
+    const Bitmap from = kobrtl_test::noise(50, 40, 3);
+    Bitmap to(20, 15, 3);
+    const kobrtl::Picture source = {from.bytes.data() + 39 * from.stride(), -from.stride(), 50, 40, 24, nullptr, 0};
+    ASSERT_TRUE(kobrtl::resample(source, {to.bytes.data() + 14 * to.stride(), -to.stride(), 20, 15}, kCubic,
+                                 kobrtl::best_kernels()));
+    EXPECT_EQ(to.bytes, scaled(from, 20, 15, kobrtl::best_kernels()).bytes);
+}
+
+} // namespace
