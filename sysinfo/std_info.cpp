@@ -26,10 +26,7 @@ CStdString CStdInfo::GetModuleInfoText(HMODULE) {
 }
 
 CStdString CStdInfo::GetCpuInfoText() {
-    return "\nVendor: Unknown Manufacturer\nVendor ID: \nExtended Processor Name: \nProcesor Clock Frequecy: 0\n"
-           "Logical processors per physical: -1\nStepping code: 0\nMMX support: no\nMMX+ support: no\n"
-           "SSE support: no\nSSE2 support: no\n3DNow suppor: no\n3DNow+ suppor: no\nAI64 support: no\n"
-           "Hyperthreading support: no\nL1 cache size: -1\nL2 cache size: -1\nL3 cache size: -1\n";
+    return m_processor.GetText();
 }
 
 CStdString CStdInfo::GetPrintersText() {

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "base/std_string.h"
+#include "sysinfo/processor_info.h"
 #include "sysinfo/std_win_version.h"
 
 // Construction identifies the processor, which takes about 50 ms of measuring, so one object is built per report. It is
@@ -31,4 +32,5 @@ public:
 
 private:
     CStdWinVersion m_version;
+    CProcessorInfo m_processor;
 };

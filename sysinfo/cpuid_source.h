@@ -1,0 +1,26 @@
+// Where the processor's own answers come from: the machine, or a recording of another one.
+#pragma once
+
+#include <stdint.h>
+
+namespace sysinfo {
+
+struct CpuidRegisters {
+    uint32_t eax;
+    uint32_t ebx;
+    uint32_t ecx;
+    uint32_t edx;
+};
+
+class CpuidSource {
+public:
+    // Executes CPUID for this leaf and subleaf. False, with the registers as they were, on a processor without the
+    // instruction. What a leaf beyond the processor's highest one answers means nothing: ask leaf 0 or 0x80000000
+    // first.
+    virtual bool read(uint32_t leaf, uint32_t subleaf, CpuidRegisters& registers) = 0;
+
+protected:
+    ~CpuidSource() = default;
+};
+
+} // namespace sysinfo

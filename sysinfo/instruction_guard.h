@@ -1,0 +1,12 @@
+// Whether instructions run that the processor has but the operating system may not let through.
+#pragma once
+
+namespace sysinfo {
+
+// Runs a function that executes such an instruction; false if it faults instead of returning. Not in a GCC build.
+bool RunsWithoutFault(void (*instruction)());
+
+bool SseRuns();
+bool TimeStampCounterRuns();
+
+} // namespace sysinfo

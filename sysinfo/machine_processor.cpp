@@ -1,0 +1,80 @@
+#include "sysinfo/machine_processor.h"
+
+#include <windows.h>
+
+#include "sysinfo/instruction_guard.h"
+#include "sysinfo/processor_info.h"
+
+namespace sysinfo {
+
+namespace {
+
+// A processor has CPUID if the identification flag can be changed.
+bool HasCpuid() {
+    constexpr uint32_t identification = 0x200000;
+    uint32_t before;
+    uint32_t after;
+    asm volatile("pushfl\n\t"
+                 "popl %0\n\t"
+                 "movl %0, %1\n\t"
+                 "xorl %2, %1\n\t"
+                 "pushl %1\n\t"
+                 "popfl\n\t"
+                 "pushfl\n\t"
+                 "popl %1\n\t"
+                 "pushl %0\n\t"
+                 "popfl"
+                 : "=&r"(before), "=&r"(after)
+                 : "i"(identification)
+                 : "cc", "memory");
+    return ((before ^ after) & identification) != 0;
+}
+
+} // namespace
+
+bool MachineCpuid::read(uint32_t leaf, uint32_t subleaf, CpuidRegisters& registers) {
+    static const bool available = HasCpuid();
+    if (!available)
+        return false;
+    asm volatile("cpuid"
+                 : "=a"(registers.eax), "=b"(registers.ebx), "=c"(registers.ecx), "=d"(registers.edx)
+                 : "a"(leaf), "c"(subleaf));
+    return true;
+}
+
+bool MachineClock::time_stamp_usable() {
+    return TimeStampCounterRuns();
+}
+
+uint64_t MachineClock::time_stamp() {
+    return __builtin_ia32_rdtsc();
+}
+
+uint64_t MachineClock::counter() {
+    LARGE_INTEGER value = {};
+    QueryPerformanceCounter(&value);
+    return static_cast<uint64_t>(value.QuadPart);
+}
+
+uint64_t MachineClock::frequency() {
+    LARGE_INTEGER value = {};
+    return QueryPerformanceFrequency(&value) ? static_cast<uint64_t>(value.QuadPart) : 0;
+}
+
+void MachineClock::scan_bits(uint32_t count) {
+    asm volatile("1:\n\t"
+                 "bsfl %1, %%eax\n\t"
+                 "decl %0\n\t"
+                 "jnz 1b"
+                 : "+r"(count)
+                 : "r"(0x80000000u)
+                 : "eax", "cc");
+}
+
+} // namespace sysinfo
+
+CProcessorInfo::CProcessorInfo() {
+    sysinfo::MachineCpuid cpuid;
+    sysinfo::MachineClock clock;
+    Identify({cpuid, clock, sysinfo::SseRuns});
+}

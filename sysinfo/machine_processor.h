@@ -1,0 +1,24 @@
+// The processor at hand, asked by its own instructions.
+#pragma once
+
+#include "sysinfo/cpuid_source.h"
+#include "sysinfo/processor_clock.h"
+
+namespace sysinfo {
+
+class MachineCpuid : public CpuidSource {
+public:
+    bool read(uint32_t leaf, uint32_t subleaf, CpuidRegisters& registers) override;
+};
+
+// The counter is that of QueryPerformanceCounter.
+class MachineClock : public ClockSource {
+public:
+    bool time_stamp_usable() override;
+    uint64_t time_stamp() override;
+    uint64_t counter() override;
+    uint64_t frequency() override;
+    void scan_bits(uint32_t count) override;
+};
+
+} // namespace sysinfo

@@ -1,0 +1,99 @@
+#include "sysinfo/processor_clock.h"
+
+#include <limits.h>
+
+namespace sysinfo {
+
+namespace {
+
+constexpr uint32_t kMilliseconds = 50;
+
+int Clamp(uint64_t value) {
+    return value > INT_MAX ? INT_MAX : static_cast<int>(value);
+}
+
+// Waits until so many steps of the counter have passed; it looks at the counter once at least. Gives up, with false, if
+// the counter stands still: no counter is read this often in the time that we wait.
+bool Wait(ClockSource& clock, uint64_t steps) {
+    constexpr uint32_t most_looks = 100000000;
+    const uint64_t start = clock.counter();
+    for (uint32_t i = 0; i < most_looks; ++i)
+        if (clock.counter() - start >= steps)
+            return true;
+    return false;
+}
+
+struct Measurement {
+    bool valid;
+    int megahertz;
+    uint64_t disturbance; // steps beyond those waited for
+};
+
+Measurement Measure(ClockSource& clock, uint64_t steps) {
+    const uint64_t outer_start = clock.counter();
+    const uint64_t wait_start = clock.time_stamp();
+    const bool waited = Wait(clock, steps);
+    const uint64_t wait = clock.time_stamp() - wait_start;
+    const uint64_t overhead_start = clock.time_stamp();
+    Wait(clock, 0);
+    const uint64_t overhead = clock.time_stamp() - overhead_start;
+    const uint64_t outer = clock.counter() - outer_start;
+
+    const uint64_t ticks = wait > overhead ? wait - overhead : 0;
+    return {waited, Clamp(ticks / kMilliseconds / 1000), outer > steps ? outer - steps : 0};
+}
+
+// Another thread that gets the processor within a measurement makes the wait longer than the 50 ms it is divided by.
+// Such a measurement is repeated a few times, and the least disturbed one counts.
+int MeasureByTimeStamp(ClockSource& clock) {
+    constexpr int most_tries = 5;
+    const uint64_t steps = clock.frequency() / 1000 * kMilliseconds;
+    const uint64_t tolerated = steps / 200;
+
+    Measurement best = Measure(clock, steps);
+    for (int i = 1; i < most_tries && best.valid && best.disturbance > tolerated; ++i) {
+        const Measurement next = Measure(clock, steps);
+        if (next.valid && next.disturbance < best.disturbance)
+            best = next;
+    }
+    return best.valid ? best.megahertz : 0;
+}
+
+// The clock cycles of all scans on a processor of this family.
+uint64_t ScanCycles(uint32_t family) {
+    switch (family) {
+    case 3:
+        return 1150000000;
+    case 4:
+        return 470000000;
+    case 5:
+        return 430000000;
+    default:
+        return 0;
+    }
+}
+
+int MeasureByScanning(ClockSource& clock, uint32_t family) {
+    constexpr uint32_t scans = 10000000;
+    const uint64_t cycles = ScanCycles(family);
+    const uint64_t frequency = clock.frequency();
+    if (cycles == 0 || frequency > UINT64_MAX / cycles)
+        return 0;
+    const uint64_t start = clock.counter();
+    clock.scan_bits(scans);
+    const uint64_t steps = clock.counter() - start;
+    // Kept: divided by 2^20, not by 10^6.
+    return steps ? Clamp(cycles * frequency / steps >> 20) : 0;
+}
+
+} // namespace
+
+int MeasureClock(ClockSource& clock, bool has_time_stamp, uint32_t family) {
+    if (clock.frequency() == 0)
+        return 0;
+    if (has_time_stamp && clock.time_stamp_usable())
+        return MeasureByTimeStamp(clock);
+    return MeasureByScanning(clock, family);
+}
+
+} // namespace sysinfo

@@ -1,0 +1,168 @@
+#include "sysinfo/processor_info.h"
+
+#include <stdio.h>
+#include <string.h>
+
+using sysinfo::CpuidRegisters;
+using sysinfo::CpuidSource;
+
+namespace {
+
+constexpr int kTimeStampBit = 4;
+
+uint32_t Bits(uint32_t value, int first, int count) {
+    return value >> first & ((1u << count) - 1);
+}
+
+const char* YesOrNo(bool value) {
+    return value ? "yes" : "no";
+}
+
+// 0 if the processor has no extended leaves: what the older ones answer to the question isn't one of their numbers.
+uint32_t HighestExtendedLeaf(CpuidSource& cpuid) {
+    CpuidRegisters leaf;
+    return cpuid.read(0x80000000, 0, leaf) && leaf.eax >> 16 == 0x8000 ? leaf.eax : 0;
+}
+
+} // namespace
+
+CProcessorInfo::CProcessorInfo(const sysinfo::ProcessorSources& sources) {
+    Identify(sources);
+}
+
+void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
+    CpuidSource& cpuid = sources.cpuid;
+    CpuidRegisters leaf;
+    if (!cpuid.read(0, 0, leaf))
+        return;
+    const uint32_t highest = leaf.eax;
+    const uint32_t highest_extended = HighestExtendedLeaf(cpuid);
+    const uint32_t identification[] = {leaf.ebx, leaf.edx, leaf.ecx};
+    memcpy(m_vendor_id, identification, sizeof(identification));
+    m_vendor = sysinfo::VendorOf(m_vendor_id);
+
+    CpuidRegisters leaf1 = {};
+    if (highest >= 1)
+        cpuid.read(1, 0, leaf1);
+    ReadStandardFeatures(leaf1);
+    if (HasFeature(kSse) && sources.sse_usable())
+        m_features |= kSseUsable;
+
+    m_clock = sysinfo::MeasureClock(sources.clock, Bits(leaf1.edx, kTimeStampBit, 1), GetFamily());
+    m_caches = sysinfo::ReadCacheSizes(cpuid, highest, highest_extended, GetFamily(), GetModel());
+    if (highest_extended >= 0x80000004)
+        ReadBrand(cpuid);
+    if (m_vendor != sysinfo::kVendorIntel && highest_extended >= 0x80000001 && cpuid.read(0x80000001, 0, leaf))
+        ReadExtendedFeatures(leaf.edx);
+    ReadName(); // after the extended features, which have the brand flag
+    if (HasFeature(kSerialNumber) && highest >= 3)
+        ReadSerialNumber(cpuid, leaf1.eax);
+}
+
+void CProcessorInfo::ReadStandardFeatures(const CpuidRegisters& leaf1) {
+    m_stepping = Bits(leaf1.eax, 0, 4);
+    m_signature.model = Bits(leaf1.eax, 4, 4);
+    m_signature.family = Bits(leaf1.eax, 8, 4);
+    m_signature.extended_family = Bits(leaf1.eax, 20, 8);
+
+    SetFeature(kLocalApic, leaf1.edx, 9);
+    SetFeature(kMtrr, leaf1.edx, 12);
+    SetFeature(kCmov, leaf1.edx, 15);
+    SetFeature(kSerialNumber, leaf1.edx, 18);
+    SetFeature(kMmx, leaf1.edx, 23);
+    SetFeature(kSse, leaf1.edx, 25);
+    SetFeature(kSse2, leaf1.edx, 26);
+    SetFeature(kHyperThreading, leaf1.edx, 28);
+    SetFeature(kIa64, leaf1.edx, 30);
+
+    const int counted = static_cast<int>(Bits(leaf1.ebx, 16, 8));
+    if (!HasFeature(kHyperThreading))
+        m_logical_processors = 1;
+    else if (counted != 0)
+        m_logical_processors = counted;
+    if (HasFeature(kLocalApic))
+        m_apic_id = static_cast<int>(Bits(leaf1.ebx, 24, 8));
+}
+
+void CProcessorInfo::ReadBrand(CpuidSource& cpuid) {
+    for (uint32_t i = 0; i < 3; ++i) {
+        CpuidRegisters part;
+        if (!cpuid.read(0x80000002 + i, 0, part))
+            return;
+        memcpy(m_brand + i * sizeof(part), &part, sizeof(part));
+    }
+    m_has_brand = true;
+}
+
+void CProcessorInfo::ReadExtendedFeatures(uint32_t bits) {
+    SetFeature(kMultiprocessor, bits, 19);
+    SetFeature(kAmdMmx, bits, 22);
+    SetFeature(k3DNowPlus, bits, 30);
+    SetFeature(k3DNow, bits, 31);
+    if (m_vendor == sysinfo::kVendorAmd)
+        SetFeature(kMmxPlus, bits, 22);
+    else if (m_vendor == sysinfo::kVendorCyrix)
+        SetFeature(kMmxPlus, bits, 24);
+    m_signature.brand_flag = HasFeature(kMultiprocessor);
+}
+
+void CProcessorInfo::ReadName() {
+    const sysinfo::ProcessorName name = sysinfo::NameOf(m_vendor, m_signature);
+    snprintf(m_name, sizeof(m_name), "%s", name.text);
+    m_name_known = name.known;
+}
+
+void CProcessorInfo::ReadSerialNumber(CpuidSource& cpuid, uint32_t signature) {
+    CpuidRegisters leaf;
+    if (!cpuid.read(3, 0, leaf))
+        return;
+    const uint32_t words[] = {signature, leaf.edx, leaf.ecx};
+    unsigned bytes[12];
+    for (int i = 0; i < 12; ++i)
+        bytes[i] = Bits(words[i / 4], 24 - i % 4 * 8, 8);
+    snprintf(m_serial_number, sizeof(m_serial_number), "%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x",
+             bytes[0], bytes[1], bytes[2], bytes[3], bytes[4], bytes[5], bytes[6], bytes[7], bytes[8], bytes[9],
+             bytes[10], bytes[11]);
+}
+
+void CProcessorInfo::SetFeature(Feature feature, uint32_t bits, int bit) {
+    if (Bits(bits, bit, 1))
+        m_features |= feature;
+}
+
+int CProcessorInfo::GetName(const char** name) const {
+    *name = m_name;
+    return m_name_known ? 1 : 0;
+}
+
+int CProcessorInfo::GetCacheSize(uint32_t level) const {
+    switch (level) {
+    case kL1:
+        return m_caches.l1;
+    case kL2:
+        return m_caches.l2;
+    case kL3:
+        return m_caches.l3;
+    default:
+        return -1;
+    }
+}
+
+CStdString CProcessorInfo::GetText() const {
+    char stepping[16];
+    snprintf(stepping, sizeof(stepping), "%d", static_cast<int>(m_stepping));
+
+    CStdString head;
+    head.format("\nVendor: %s\nVendor ID: %s\nExtended Processor Name: %s\nProcesor Clock Frequecy: %d\n",
+                GetManufacturer(), m_vendor_id, GetExtendedName(), m_clock);
+    CStdString rest;
+    rest.format("Logical processors per physical: %d\nStepping code: %s\nMMX support: %s\nMMX+ support: %s\n"
+                "SSE support: %s\nSSE2 support: %s\n3DNow suppor: %s\n3DNow+ suppor: %s\nAI64 support: %s\n"
+                "Hyperthreading support: %s\nL1 cache size: %d\nL2 cache size: %d\nL3 cache size: %d\n",
+                m_logical_processors, stepping, YesOrNo(HasFeature(kMmx)), YesOrNo(HasFeature(kMmxPlus)),
+                YesOrNo(HasFeature(kSse)), YesOrNo(HasFeature(kSse2)), YesOrNo(HasFeature(k3DNow)),
+                YesOrNo(HasFeature(k3DNowPlus)), YesOrNo(HasFeature(kIa64)), YesOrNo(HasFeature(kHyperThreading)),
+                m_caches.l1, m_caches.l2, m_caches.l3);
+    head += rest;
+    return head;
+}
