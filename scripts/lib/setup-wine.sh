@@ -58,21 +58,24 @@ ensure_wine_root() {
 unpack_wine() {
     local release mirror new options=() line
     if [ -z "$(debian_mirror)" ]; then
-        run_logged "$repo_dir/build/logs/apt-update.log" apt_get update || die "apt-get could not fetch its package lists"
+        run_logged "$repo_dir/build/logs/apt-update.log" apt_get update ||
+            die "apt-get could not fetch its package lists; its words are above"
     fi
     read -r release mirror < <(debian_mirror) ||
         die "this machine's apt knows no archive of Debian's own release, so there is nowhere to take Wine from"
     # The machine's way through a proxy and its stand on old indexes hold for this apt as well.
     while read -r line; do
         options+=("--aptopt=$line")
-    done < <(apt-config dump | grep -E '^(Acquire::(https?|ftp)::Proxy|Acquire::Check-|Acquire::ForceIPv).* "[^"]+";$' || true)
+    done < <(apt-config dump |
+        grep -E '^Acquire::((https?|ftp)::Proxy|Check-|ForceIPv).* "[^"]+";$' || true)
     new=$1.new.$$
     trap 'as_root rm -rf "$new"' EXIT
     trap 'exit 130' INT TERM HUP
     say "fetching 32-bit Wine into $1"
     run_logged "$repo_dir/build/logs/mmdebstrap.log" as_root env TMPDIR="$tools_dir" mmdebstrap --mode=root \
         --variant=extract --arch=i386 --include=wine,wine32 --aptopt='Acquire::Retries "3"' "${options[@]}" \
-        "$release" "$new" "deb $mirror $release main" || die "32-bit Wine could not be fetched; mmdebstrap's words are above"
+        "$release" "$new" "deb $mirror $release main" ||
+        die "32-bit Wine could not be fetched; mmdebstrap's words are above"
     as_root chown -R "$(id -u):$(id -g)" "$new"
     chmod 755 "$new"
     mend_wine_root "$new"
@@ -84,6 +87,10 @@ unpack_wine() {
 mend_wine_root() {
     # The packaged wineserver is a script with a fixed path in it.
     ln -sfn wineserver32 "$1/usr/lib/wine/wineserver"
+    # Half a gigabyte of debug sections, which would be copied into every prefix. The symbols for stack traces stay.
+    find "$1/usr/lib/i386-linux-gnu/wine/i386-windows" -type f -print0 |
+        xargs -0 -n 64 -P "$(nproc)" llvm-strip-19 --strip-debug ||
+        die "llvm-strip-19 could not take the debug sections out of Wine's libraries"
     # The loader /lib/ld-linux.so.2 comes from libc6-i386, and only the C library of the same build goes with it: hide
     # this one's, so that the loader finds its own.
     local hidden=$1/usr/share/unused-libc file

@@ -51,7 +51,7 @@ wine_enter() {
     wine_defaults
     if [ -n "${WINEPREFIX:-}" ]; then
         [ -f "$WINEPREFIX/system.reg" ] ||
-            wine_fail "WINEPREFIX names no Wine prefix ($WINEPREFIX): unset it to use the project's own, made by scripts/setup"
+            wine_fail "WINEPREFIX names no Wine prefix ($WINEPREFIX): unset it to use the one of scripts/setup"
         case $WINEPREFIX in
             /*) ;;
             *) WINEPREFIX=$PWD/$WINEPREFIX ;;

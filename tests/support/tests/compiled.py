@@ -1,0 +1,18 @@
+"""Compiles the small Windows programs of these tests, once per run."""
+
+import functools
+import pathlib
+import subprocess
+import tempfile
+
+_folder = tempfile.TemporaryDirectory()
+
+
+@functools.cache
+def program(name):
+    """The path of the program made from programs/NAME.c."""
+    source = pathlib.Path(__file__).parent / "programs" / f"{name}.c"
+    made = pathlib.Path(_folder.name) / f"{name}.exe"
+    subprocess.run(["i686-w64-mingw32-gcc", "-Wall", "-Wextra", "-Werror", "-g", "-O1", "-o", made, source, "-lgdi32"],
+                   check=True, timeout=300)
+    return made
