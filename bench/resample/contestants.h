@@ -1,0 +1,28 @@
+// Who takes part: each shrinks the same picture to the same size.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace bench {
+
+struct Task {
+    const uint8_t* source; // rows without gaps, top first; 32 bits are opaque
+    unsigned width, height, bpp;
+    uint8_t* result;
+    unsigned to_width, to_height;
+};
+
+struct Contestant {
+    const char* name;
+    bool (*run)(const Task&);
+    bool scales; // whether `result` holds a picture afterwards
+};
+
+extern const Contestant kContestants[];
+extern const unsigned kContestantCount;
+
+bool start_gdiplus();
+void stop_gdiplus();
+
+} // namespace bench

@@ -1,0 +1,25 @@
+// Times and errors.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace bench {
+
+double now(); // milliseconds from some fixed moment
+
+// The middle one; sorts the values.
+double median(double* values, unsigned count);
+
+struct Closeness {
+    double greatest; // levels
+    double mean;     // of the absolute values
+    double rms;
+    double misrounded; // share of the values that are not the nearest whole number to the ideal
+};
+Closeness compare(const uint8_t* result, const double* ideal, size_t count);
+
+// A picture like a screen: windows, text, a photograph; the same on every run.
+void draw_screen(uint8_t* pixels, unsigned width, unsigned height, unsigned bpp);
+
+} // namespace bench
