@@ -1,5 +1,7 @@
 #include "sysinfo/processor_caches.h"
 
+#include <limits.h>
+
 namespace sysinfo {
 
 namespace {
@@ -110,22 +112,26 @@ CacheSizes ExtendedSizes(CpuidSource& cpuid, uint32_t highest_extended_leaf) {
     return sizes;
 }
 
+// In kilobytes, rounded down; the greatest values that the fields can hold don't overflow.
+uint64_t SizeOfLeaf4(const CpuidRegisters& leaf) {
+    const uint64_t lines = (Bits(leaf.ebx, 12, 10) + 1ull) * (Bits(leaf.ebx, 22, 10) + 1ull) * (leaf.ecx + 1ull);
+    const uint64_t line_size = Bits(leaf.ebx, 0, 12) + 1;
+    return lines / 1024 * line_size + lines % 1024 * line_size / 1024;
+}
+
 // Leaf 4 has one subleaf per cache, and one of type 0 behind the last.
 CacheSizes Leaf4Sizes(CpuidSource& cpuid) {
     constexpr uint32_t most_caches = 32;
-    CacheSizes sizes;
-    int* const levels[] = {&sizes.l1, &sizes.l2, &sizes.l3};
+    uint64_t kilobytes[8] = {}; // by level, of which processors have 1 to 3
     CpuidRegisters leaf;
-    for (uint32_t i = 0; i < most_caches && cpuid.read(4, i, leaf) && Bits(leaf.eax, 0, 5) != 0; ++i) {
-        const uint32_t level = Bits(leaf.eax, 5, 3);
-        if (level < 1 || level > 3)
-            continue;
-        const uint64_t lines = (Bits(leaf.ebx, 12, 10) + 1ull) * (Bits(leaf.ebx, 22, 10) + 1ull) * (leaf.ecx + 1ull);
-        const uint64_t kilobytes = lines * (Bits(leaf.ebx, 0, 12) + 1) / 1024;
-        constexpr uint64_t limit = 0x3FFFFFFF;
-        int& size = *levels[level - 1];
-        size = (size < 0 ? 0 : size) + static_cast<int>(kilobytes > limit ? limit : kilobytes);
-    }
+    for (uint32_t i = 0; i < most_caches && cpuid.read(4, i, leaf) && Bits(leaf.eax, 0, 5) != 0; ++i)
+        kilobytes[Bits(leaf.eax, 5, 3)] += SizeOfLeaf4(leaf);
+
+    const auto size = [](uint64_t sum) { return sum == 0 ? -1 : sum > INT_MAX ? INT_MAX : static_cast<int>(sum); };
+    CacheSizes sizes;
+    sizes.l1 = size(kilobytes[1]);
+    sizes.l2 = size(kilobytes[2]);
+    sizes.l3 = size(kilobytes[3]);
     return sizes;
 }
 

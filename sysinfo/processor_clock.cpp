@@ -15,7 +15,7 @@ int Clamp(uint64_t value) {
 // Waits until so many steps of the counter have passed; it looks at the counter once at least. Gives up, with false, if
 // the counter stands still: no counter is read this often in the time that we wait.
 bool Wait(ClockSource& clock, uint64_t steps) {
-    constexpr uint32_t most_looks = 100000000;
+    constexpr uint32_t most_looks = 20000000;
     const uint64_t start = clock.counter();
     for (uint32_t i = 0; i < most_looks; ++i)
         if (clock.counter() - start >= steps)

@@ -64,7 +64,8 @@ public:
     uint32_t GetStepping() const { return m_stepping; }
     uint32_t GetExtendedFamily() const { return m_signature.extended_family; }
 
-    // Gives the name of the tables, and returns 1, or 0 if it is only a text of something unknown.
+    // Gives the name of the tables, which lives as long as this object, and returns 1, or 0 if it is only the text for
+    // an unknown processor.
     int GetName(const char** name) const;
     // The processor's own brand string, at most 48 characters, leading blanks included; if it has none, the name.
     const char* GetExtendedName() const { return m_has_brand ? m_brand : m_name; }

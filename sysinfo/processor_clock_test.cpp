@@ -1,0 +1,184 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "sysinfo/processor_clock.h"
+
+namespace {
+
+using sysinfo::MeasureClock;
+
+constexpr uint32_t kPentium = 5;
+
+// A machine whose time passes only when someone looks at a counter.
+class FakeClock : public sysinfo::ClockSource {
+public:
+    bool usable = true;
+    uint64_t steps_a_second = 10000000;
+    uint64_t steps_a_look = 10;       // how far the counter moves when it is read
+    uint64_t ticks_a_step = 260;      // of the time-stamp counter
+    uint64_t ticks_a_stamp = 0;       // how far the time-stamp counter moves when it is read
+    uint64_t steps_of_a_scan = 0;     // of all bit scans together
+    std::vector<uint64_t> looks_away; // at the n-th look, so many steps go by besides
+
+    uint64_t now = 123456789;
+    unsigned looks = 0;
+    uint32_t scanned = 0;
+
+    bool time_stamp_usable() override { return usable; }
+    uint64_t time_stamp() override {
+        EXPECT_TRUE(usable);
+        m_stamp_extra += ticks_a_stamp;
+        return now * ticks_a_step + m_stamp_extra;
+    }
+    uint64_t counter() override {
+        now += steps_a_look + (looks < looks_away.size() ? looks_away[looks] : 0);
+        ++looks;
+        return now;
+    }
+    uint64_t frequency() override { return steps_a_second; }
+    void scan_bits(uint32_t count) override {
+        scanned += count;
+        now += steps_of_a_scan;
+    }
+
+private:
+    uint64_t m_stamp_extra = 0;
+};
+
+TEST(ProcessorClock, Is_the_ticks_of_50_ms_less_the_overhead) {
+    FakeClock clock; // 10 MHz counter, 261 ticks a step: 2610 MHz
+    clock.ticks_a_step = 261;
+    // The first look and the 50000 that wait, less the two looks of the overhead: 499990 steps.
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 499990 * 261 / 50 / 1000);
+}
+
+TEST(ProcessorClock, Subtracts_what_a_call_without_waiting_takes) {
+    FakeClock clock;
+    clock.steps_a_look = 1000; // 50 ms are 500 looks, and two looks are 0.4 % of them
+    // Wait: one look, then 500 until 500000 steps have passed. Overhead: one look, then one.
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 2600 * (501 - 2) / 500);
+}
+
+TEST(ProcessorClock, Is_cut_to_whole_megahertz) {
+    FakeClock clock;
+    clock.steps_a_second = 1000000;
+    clock.steps_a_look = 1;
+    clock.ticks_a_step = 99; // 50000 steps: 50001 of the wait less 2 of the overhead are 4949901 ticks
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 98);
+}
+
+TEST(ProcessorClock, Counts_steps_in_whole_milliseconds) {
+    FakeClock clock;
+    clock.steps_a_second = 3579545; // / 1000 * 50 is 178950
+    clock.steps_a_look = 1;
+    clock.ticks_a_step = 100;
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), (178951 - 2) * 100 / 50 / 1000);
+}
+
+TEST(ProcessorClock, Measures_again_when_it_was_disturbed) {
+    FakeClock clock;
+    clock.steps_a_look = 1000;
+    clock.looks_away = std::vector<uint64_t>(100);
+    clock.looks_away.push_back(4000000); // 400 ms within the first wait
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 2600 * (501 - 2) / 500);
+}
+
+TEST(ProcessorClock, Takes_the_least_disturbed_of_five_measurements) {
+    FakeClock clock;
+    clock.steps_a_look = 500000; // each wait takes a single look, each measurement six
+    clock.looks_away = std::vector<uint64_t>(30, 0);
+    const uint64_t away[] = {900000, 700000, 100000, 300000, 500000};
+    for (int i = 0; i < 5; ++i)
+        clock.looks_away[i * 6 + 2] = away[i];
+    // The wait has two looks and what goes by in the second: (1000000 + 100000 - 1000000 of the overhead) steps.
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 100000 * 260 / 50 / 1000);
+    EXPECT_EQ(clock.looks, 30u);
+}
+
+TEST(ProcessorClock, Is_0_when_the_overhead_is_all_there_is) {
+    FakeClock clock;
+    clock.steps_a_second = 999; // no whole step a millisecond: nothing is waited for
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 0);
+}
+
+TEST(ProcessorClock, Is_0_without_a_counter_of_real_time) {
+    FakeClock clock;
+    clock.steps_a_second = 0;
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 0);
+    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0);
+    EXPECT_EQ(clock.scanned, 0u);
+}
+
+TEST(ProcessorClock, Counter_that_stands_still_ends_the_measurement) {
+    FakeClock clock;
+    clock.steps_a_look = 0;
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 0);
+}
+
+TEST(ProcessorClock, Absurd_time_stamps_stay_an_int) {
+    FakeClock clock;
+    clock.ticks_a_step = uint64_t{1} << 38;
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 0x7FFFFFFF);
+}
+
+struct Scanning {
+    uint32_t family;
+    uint64_t milliseconds;
+    int megahertz; // constant / seconds / 1048576, cut
+};
+
+TEST(ProcessorClock, Without_time_stamps_scans_bits_and_divides_by_2_to_the_20) {
+    const Scanning cases[] = {
+        {3, 28750, 38},  // 1150000000 / 28.75 / 1048576 = 38.15
+        {4, 4700, 95},   // 470000000 / 4.7 / 1048576 = 95.37
+        {5, 4300, 95},   // 430000000 / 4.3 / 1048576 = 95.37
+        {3, 1000, 1096}, // 1096.73
+        {4, 1000, 448},  // 448.23
+        {5, 1000, 410},  // 410.08
+        {5, 2000, 205},  // 205.04
+    };
+    for (const Scanning& row : cases) {
+        FakeClock clock;
+        clock.steps_a_look = 0;
+        clock.steps_a_second = 1193182;
+        clock.steps_of_a_scan = row.milliseconds * clock.steps_a_second / 1000;
+        EXPECT_EQ(MeasureClock(clock, false, row.family), row.megahertz) << row.family;
+        EXPECT_EQ(clock.scanned, 10000000u);
+    }
+}
+
+TEST(ProcessorClock, Scans_too_where_reading_time_stamps_is_forbidden) {
+    FakeClock clock;
+    clock.usable = false;
+    clock.steps_a_look = 0;
+    clock.steps_of_a_scan = clock.steps_a_second;
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 410);
+}
+
+TEST(ProcessorClock, Of_other_families_stays_unknown_without_time_stamps) {
+    for (uint32_t family : {0u, 1u, 2u, 6u, 7u, 15u}) {
+        FakeClock clock;
+        clock.steps_of_a_scan = clock.steps_a_second;
+        EXPECT_EQ(MeasureClock(clock, false, family), 0) << family;
+        EXPECT_EQ(clock.scanned, 0u);
+    }
+}
+
+TEST(ProcessorClock, Scan_that_takes_no_time_tells_nothing) {
+    FakeClock clock;
+    clock.steps_a_look = 0;
+    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0);
+}
+
+TEST(ProcessorClock, Scan_at_an_absurd_frequency_tells_nothing) {
+    FakeClock clock;
+    clock.steps_a_second = ~uint64_t{0};
+    clock.steps_of_a_scan = 1;
+    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0);
+    clock.steps_a_second = 8000000000;
+    clock.steps_a_look = 0;
+    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0x7FFFFFFF);
+}
+
+} // namespace
