@@ -96,6 +96,14 @@ void basic_string<T>::append(const T* text, unsigned n) {
 }
 
 template <typename T>
+T* basic_string<T>::extend(unsigned n) {
+    const unsigned old_length = length();
+    this->grow(this->sum(this->sum(old_length, n), 1));
+    end_at(old_length + n);
+    return this->data() + old_length;
+}
+
+template <typename T>
 int basic_string<T>::find(const T* pattern, unsigned from) const {
     return find_text(c_str(), length(), pattern, text_length(pattern), from);
 }

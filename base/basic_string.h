@@ -53,6 +53,9 @@ public:
     // Appending null does nothing.
     void append(const T* text);
     void append(const T* text, unsigned n);
+    // Adds n characters at the end and returns the first of them. The caller writes them all; until then they are
+    // undefined.
+    T* extend(unsigned n);
     basic_string& operator+=(const T* text) {
         append(text);
         return *this;

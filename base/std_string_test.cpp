@@ -181,4 +181,17 @@ TEST(StdString, Copies_and_moves) {
     EXPECT_TRUE(assigned.empty());
 }
 
+TEST(StdString, Extends_by_characters_that_the_caller_writes) {
+    CStdString text;
+    memcpy(text.extend(3), "abc", 3);
+    EXPECT_STREQ("abc", text.c_str());
+    memset(text.extend(100), 'x', 100);
+    EXPECT_EQ("abc" + std::string(100, 'x'), text.c_str());
+    EXPECT_EQ(103u, text.length());
+    EXPECT_EQ(104u, text.capacity());
+    text.extend(0);
+    EXPECT_EQ(103u, text.length());
+    EXPECT_THROW(text.extend(0xFFFFFFFF), gen::genlib_out_of_memory);
+}
+
 } // namespace

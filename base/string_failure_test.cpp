@@ -34,6 +34,7 @@ const Operation operations[] = {
     {"append", 1, [](CStdString& s) { s += "x"; }},
     {"append_itself", 1, [](CStdString& s) { s += s; }},
     {"append_character", 1, [](CStdString& s) { s += 'x'; }},
+    {"extend", 1, [](CStdString& s) { s.extend(1); }},
     {"add_up", 2, [](CStdString& s) { s = s + kLong.c_str(); }},
     {"replace_all", 1, [](CStdString& s) { s.replace_all("o", "ab"); }},
     {"replace_all_within_itself", 1, [](CStdString& s) { s.replace_all("o", s.c_str() + 90); }},
