@@ -1,0 +1,89 @@
+#include "compose/email_tool.h"
+
+#include <shellapi.h>
+
+#include "base/split_path.h"
+#include "compose/base64_coding.h"
+#include "compose/memory_file.h"
+#include "compose/message_template.h"
+#include "compose/readable_prefix.h"
+
+namespace {
+
+// A file to attach. Its bytes are in memory as long as the object lives.
+class AttachedFile {
+public:
+    explicit AttachedFile(const char* path) : m_name(CStdSplitPath(path).GetFileName()) {
+        if (m_file.Open(path, 0, 0, 0, nullptr))
+            m_size = compose::readable_prefix(m_file.GetData(), m_file.GetDataLength());
+    }
+
+    compose::Attachment attachment() const { return {m_name.c_str(), m_file.GetData(), m_size}; }
+
+private:
+    CStdString m_name;
+    CMemoryFile m_file;
+    unsigned m_size = 0;
+};
+
+} // namespace
+
+CEmailTool::~CEmailTool() = default;
+
+void CEmailTool::Compose(const char* subject, const char* body, const char* recipient, const char* path) {
+    ComposeAt(CTime::GetCurrentTime(), subject, body, recipient, path);
+}
+
+void CEmailTool::ComposeAt(const CTime& time, const char* subject, const char* body, const char* recipient,
+                           const char* path) {
+    // Kept: readers of these messages expect day and year, the reversed clock, and the zone that is always +0000.
+    const CString date = time.Format("%A, %d, %y");
+    const CString clock = time.Format("%S:%M:%H");
+    const compose::MessageFields fields = {subject, body, recipient, date, clock};
+    if (!path) {
+        m_message = compose::message_text(fields, nullptr);
+        return;
+    }
+    const AttachedFile file(path);
+    const compose::Attachment attachment = file.attachment();
+    m_message = compose::message_text(fields, &attachment);
+}
+
+void CEmailTool::AddAttachment(const char* path) {
+    compose::append_attachment(m_message, AttachedFile(path).attachment());
+}
+
+CString CEmailTool::EncodeFile(const char* path) const {
+    const AttachedFile file(path);
+    CString text;
+    CBase64Coding().Encode(file.attachment().data, static_cast<int>(file.attachment().size), text);
+    return text;
+}
+
+void CEmailTool::OpenInMailer() const {
+    char folder[1024] = {};
+    const DWORD length = GetTempPathA(sizeof(folder), folder);
+    char unique[MAX_PATH] = {};
+    if (length == 0 || length >= sizeof(folder) || !GetTempFileNameA(folder, "email", 0, unique))
+        return;
+    // Only the name is wanted. Whatever the deletion throws must not keep the message from the user.
+    try {
+        DeleteFileA(unique);
+    } catch (...) {
+    }
+    const CStdString temporary(unique);
+    const CStdString name = temporary.left(temporary.rfind('.')) + ".eml";
+    WriteToFile(name.c_str());
+    ShellExecuteA(nullptr, "open", name.c_str(), nullptr, nullptr, SW_SHOW);
+}
+
+void CEmailTool::WriteToFile(const char* name) const {
+    CFile file;
+    if (!file.Open(name, CFile::modeCreate | CFile::modeWrite))
+        return;
+    try {
+        file.Write(m_message.c_str(), m_message.length());
+    } catch (CFileException* error) {
+        error->Delete();
+    }
+}

@@ -1,0 +1,107 @@
+#include "compose/memory_file.h"
+
+#include <new>
+
+namespace {
+
+// The file's size; false if the system can't tell.
+bool get_size(HANDLE file, unsigned long long& size) {
+    DWORD high = 0;
+    SetLastError(NO_ERROR);
+    const DWORD low = GetFileSize(file, &high);
+    if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) // all ones can also be the lower half of a size
+        return false;
+    size = static_cast<unsigned long long>(high) << 32 | low;
+    return true;
+}
+
+} // namespace
+
+CMemoryFile::CMemoryFile() {
+    SYSTEM_INFO system;
+    GetSystemInfo(&system);
+    m_granularity = system.dwAllocationGranularity;
+}
+
+CMemoryFile::~CMemoryFile() {
+    CMemoryFile::Close();
+    CMemoryFile::FreeSecurity();
+}
+
+void CMemoryFile::CreateSecurity() {
+    FreeSecurity();
+    m_descriptor = new (std::nothrow) SECURITY_DESCRIPTOR;
+    m_attributes = new (std::nothrow) SECURITY_ATTRIBUTES;
+    if (!m_descriptor || !m_attributes || !InitializeSecurityDescriptor(m_descriptor, SECURITY_DESCRIPTOR_REVISION) ||
+        !SetSecurityDescriptorDacl(m_descriptor, TRUE, nullptr, FALSE)) {
+        FreeSecurity();
+        return;
+    }
+    *m_attributes = {sizeof(*m_attributes), m_descriptor, TRUE};
+}
+
+void CMemoryFile::FreeSecurity() {
+    delete m_attributes;
+    m_attributes = nullptr;
+    delete m_descriptor;
+    m_descriptor = nullptr;
+}
+
+void CMemoryFile::Close() {
+    m_view.reset();
+    m_mapping.reset();
+    m_data = nullptr;
+    m_fileName.Empty();
+    m_dataLength = m_viewLength = m_mappedLength = 0;
+    m_fileSize = 0;
+}
+
+bool CMemoryFile::Flush() {
+    return m_view && FlushViewOfFile(m_view.get(), m_viewLength);
+}
+
+void CMemoryFile::GetFileName(CString& name) {
+    name = m_fileName;
+}
+
+int CMemoryFile::Open(const char* path, unsigned flags, unsigned long long offset, unsigned length, void* base) {
+    if (m_view)
+        Close();
+    if (!path)
+        return 0;
+    const CString name(path);
+    CFile file; // closes itself; the mapping keeps the file open
+    if (!file.Open(path, flags ? flags : static_cast<unsigned>(CFile::shareDenyNone | CFile::modeRead)))
+        return 0;
+    const DWORD protection = flags ? PAGE_READWRITE : PAGE_READONLY;
+    const DWORD access = flags ? FILE_MAP_WRITE : FILE_MAP_READ;
+    if (!get_size(file.m_hFile, m_fileSize) || offset > m_fileSize)
+        return 0;
+    if (length == 0) {
+        const unsigned long long rest = m_fileSize - offset;
+        length = rest > 0xFFFFFFFF ? 0xFFFFFFFF : static_cast<unsigned>(rest);
+    }
+
+    const HANDLE mapping = CreateFileMappingA(file.m_hFile, m_attributes, protection, 0, 0, nullptr);
+    if (!mapping) {
+        Close();
+        return 0;
+    }
+    m_mapping.reset(mapping);
+    const unsigned slack = static_cast<unsigned>(offset % m_granularity);
+    const unsigned long long start = offset - slack;
+    const unsigned view_length = length + slack;
+    // A view of no bytes would be taken for one up to the end, a sum that wrapped for a short one.
+    if (view_length > 0 && view_length >= length)
+        m_view.reset(MapViewOfFileEx(mapping, access, static_cast<DWORD>(start >> 32), static_cast<DWORD>(start),
+                                     view_length, base));
+    if (!m_view) {
+        Close();
+        return 0;
+    }
+    m_fileName = name;
+    m_dataLength = m_mappedLength = length;
+    m_viewLength = view_length;
+    m_data = static_cast<unsigned char*>(m_view.get()) + slack;
+    return 1;
+}
