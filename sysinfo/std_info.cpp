@@ -9,7 +9,7 @@ CStdString CStdInfo::GetSystemInfoText() {
     const CStdString windows = GetWindowsVersionText();
     const CStdString module = GetModuleInfoText(GetModuleHandleA(nullptr));
     const CStdString cpu = GetCpuInfoText();
-    const CStdString display = "Error: can not enumerate display settings.";
+    const CStdString display = m_monitor.GetDisplayText();
     const CStdString browser = "Cannot extract version number of Internet Explorer";
     const CStdString printers = GetPrintersText();
     const CStdString host = GetHostApplicationText();
@@ -30,7 +30,7 @@ CStdString CStdInfo::GetCpuInfoText() {
 }
 
 CStdString CStdInfo::GetPrintersText() {
-    return "Printers list: \n\nDefault printer: \n\n";
+    return m_printers.GetPrintersInfo();
 }
 
 CStdString CStdInfo::GetHostApplicationText() {

@@ -4,6 +4,8 @@
 #include <windows.h>
 
 #include "base/std_string.h"
+#include "sysinfo/monitor_info.h"
+#include "sysinfo/printers_info.h"
 #include "sysinfo/processor_info.h"
 #include "sysinfo/std_win_version.h"
 
@@ -31,6 +33,8 @@ public:
     CStdString GetHostApplicationText();
 
 private:
+    CPrintersInfo m_printers;
+    CMonitorInfo m_monitor;
     CStdWinVersion m_version;
     CProcessorInfo m_processor;
 };

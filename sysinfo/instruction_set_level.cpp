@@ -1,0 +1,30 @@
+#include "sysinfo/instruction_set_level.h"
+
+namespace sysinfo {
+
+namespace {
+
+bool BeginsWith(const char* text, const char* upper_case) {
+    for (; *upper_case; ++text, ++upper_case) {
+        const char c = *text >= 'a' && *text <= 'z' ? static_cast<char>(*text - 'a' + 'A') : *text;
+        if (c != *upper_case)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int LowerInstructionSetLevel(const char* setting, int level) {
+    if (BeginsWith(setting, "NONE"))
+        return 0;
+    if (BeginsWith(setting, "SSE2"))
+        return level >= 3 ? 3 : level;
+    if (BeginsWith(setting, "SSE"))
+        return level >= 2 ? 2 : level;
+    if (BeginsWith(setting, "MMX"))
+        return level > 0 ? 1 : level;
+    return level;
+}
+
+} // namespace sysinfo

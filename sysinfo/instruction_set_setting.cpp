@@ -1,0 +1,21 @@
+#include "sysinfo/instruction_set_setting.h"
+
+#include "base/std_string.h"
+#include "sysinfo/instruction_set_level.h"
+#include "win/handle.h"
+
+int GetInstructionSetSetting(HKEY root, int* level) {
+    constexpr DWORD limit = 1024;
+    win::RegistryKey key;
+    if (RegOpenKeyA(root, "Software\\Torvex", key.put()) != ERROR_SUCCESS)
+        return 0;
+    CStdString setting;
+    DWORD type = 0;
+    DWORD size = limit;
+    if (RegQueryValueExA(key.get(), "CPU instruction set", nullptr, &type,
+                         reinterpret_cast<BYTE*>(setting.get_buffer(limit)), &size) != ERROR_SUCCESS)
+        return 0;
+    setting.release_buffer();
+    *level = sysinfo::LowerInstructionSetLevel(setting.c_str(), *level);
+    return 1;
+}

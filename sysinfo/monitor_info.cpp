@@ -1,0 +1,19 @@
+#include "sysinfo/monitor_info.h"
+
+#include "sysinfo/display_text.h"
+
+namespace sysinfo {
+
+CStdString GetDisplayText(decltype(EnumDisplaySettingsA)* enumerate) {
+    DEVMODEA mode = {};
+    mode.dmSize = 148; // the record without its later fields, which every Windows knows
+    if (!enumerate(nullptr, ENUM_CURRENT_SETTINGS, &mode))
+        return "Error: can not enumerate display settings.";
+    return DescribeDisplayMode({mode.dmBitsPerPel, mode.dmPelsWidth, mode.dmPelsHeight, mode.dmDisplayFrequency});
+}
+
+} // namespace sysinfo
+
+CStdString CMonitorInfo::GetDisplayText() {
+    return sysinfo::GetDisplayText(EnumDisplaySettingsA);
+}

@@ -1,0 +1,58 @@
+#include "sysinfo/printers_info.h"
+
+#include "base/array.h"
+#include "sysinfo/printers_text.h"
+
+namespace sysinfo {
+
+namespace {
+
+constexpr DWORD kFlags = PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS;
+
+bool IsNt() {
+    OSVERSIONINFOA record = {};
+    record.dwOSVersionInfoSize = sizeof(record);
+    static_assert(sizeof(record) == 148);
+    return GetVersionExA(&record) && record.dwPlatformId == VER_PLATFORM_WIN32_NT;
+}
+
+} // namespace
+
+PrinterListStatus ListPrinters(const PrinterSystem& system, CArray<CStdString, CStdString&>& names) {
+    const DWORD level = system.nt ? 4 : 1;
+    DWORD needed = 0;
+    DWORD count = 0;
+    system.enumerate(kFlags, nullptr, level, nullptr, 0, &needed, &count);
+    if (needed == 0)
+        return PrinterListStatus::none;
+
+    gen::array<BYTE> records(needed);
+    if (!system.enumerate(kFlags, nullptr, level, records.data(), needed, &needed, &count))
+        return PrinterListStatus::failed;
+    for (DWORD i = 0; i < count; ++i) {
+        CStdString name(level == 4 ? reinterpret_cast<const PRINTER_INFO_4A*>(records.data())[i].pPrinterName
+                                   : reinterpret_cast<const PRINTER_INFO_1A*>(records.data())[i].pName);
+        names.Add(name);
+    }
+    return PrinterListStatus::listed;
+}
+
+CStdString DefaultPrinter(const PrinterSystem& system) {
+    constexpr DWORD size = 512;
+    CStdString entry;
+    system.profile_string("windows", "device", ",,,", entry.get_buffer(size), size);
+    entry.release_buffer();
+    return PrinterOfEntry(entry.c_str());
+}
+
+CStdString GetPrintersInfo(const PrinterSystem& system) {
+    CArray<CStdString, CStdString&> names;
+    ListPrinters(system, names);
+    return DescribePrinters(names.GetData(), names.GetSize(), DefaultPrinter(system).c_str());
+}
+
+} // namespace sysinfo
+
+CStdString CPrintersInfo::GetPrintersInfo() {
+    return sysinfo::GetPrintersInfo({sysinfo::IsNt(), EnumPrintersA, GetProfileStringA});
+}
