@@ -1,4 +1,5 @@
 // Formatting against one big formatted buffer: the result is its beginning, cut where the room of the last try ends.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -18,13 +19,13 @@ std::size_t last_room(std::size_t format_length, std::size_t result_length) {
 
 } // namespace
 
-// Bytes 0 to 3 size two paddings, byte 4 is a number and a character, the rest is text that is partly format, partly
-// argument.
+// Bytes 0 to 3 size the padding, byte 4 is a number and a character; the first half of the rest goes into the format
+// text, the other into the arguments.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 6)
         return 0;
-    const int width = data[0] | (data[1] << 8);
-    const int precision = data[2] | (data[3] << 8);
+    const int width = data[0] << data[1] % 9; // mostly short, up to 65,280
+    const int precision = data[2] << data[3] % 9;
     const std::string rest(reinterpret_cast<const char*>(data) + 5, size - 5);
     const std::string argument = rest.substr(rest.size() / 2).c_str();
     std::string format = std::string(data[4] > 250 ? precision : 0, '=') + rest.substr(0, rest.size() / 2).c_str();
@@ -32,10 +33,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         format.insert(at, 1, '%');
     format += "%*d|%-*.*s|%c|%s";
 
-    std::string whole(2 * 65536 + 3 * (size + 70000), '\0');
-    const int length = std::snprintf(whole.data(), whole.size(), format.c_str(), width, data[4], precision, precision,
-                                     argument.c_str(), data[4], argument.c_str());
-    whole.resize(static_cast<std::size_t>(length));
+    const auto print = [&](char* buffer, std::size_t room) {
+        return std::snprintf(buffer, room, format.c_str(), width, data[4], precision, precision, argument.c_str(),
+                             data[4], argument.c_str());
+    };
+    std::string whole(static_cast<std::size_t>(print(nullptr, 0)), '\0');
+    print(whole.data(), whole.size() + 1);
     const std::size_t room = last_room(format.size(), whole.size());
     const std::string expected = whole.size() > room ? std::string(whole.substr(0, room).c_str()) : whole;
 
