@@ -90,9 +90,8 @@ void basic_string<T>::append(const T* text) {
 
 template <typename T>
 void basic_string<T>::append(const T* text, unsigned n) {
-    if (!text || n == 0)
-        return;
-    write(length(), text, n);
+    if (text)
+        write(length(), text, n);
 }
 
 template <typename T>

@@ -184,6 +184,19 @@ TYPED_TEST(String, Appending_grows_to_exactly_what_is_needed) {
     EXPECT_EQ(std::string(63, 'x') + "y0123456789", narrow(text));
 }
 
+TYPED_TEST(String, A_text_that_just_fits_needs_no_new_storage) {
+    gen::basic_string<TypeParam> text;
+    const TypeParam* const piece = lit<TypeParam>(std::string(63, 'x').c_str());
+    FailingAllocator allocator(1);
+    text = piece;
+    EXPECT_EQ(64u, text.count());
+    text = lit<TypeParam>("");
+    text += piece;
+    EXPECT_EQ(64u, text.count());
+    text.get_buffer(63);
+    EXPECT_EQ(0u, allocator.calls());
+}
+
 TYPED_TEST(String, Appending_itself_or_a_part_of_itself_is_safe) {
     gen::basic_string<TypeParam> text(lit<TypeParam>("0123456789"));
     text += text;

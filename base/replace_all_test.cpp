@@ -80,6 +80,9 @@ TEST(ReplaceAll, Allocates_nothing_when_the_result_fits) {
     EXPECT_EQ(0u, allocator.calls());
     EXPECT_STREQ("azb", text.c_str());
     EXPECT_EQ(64u, text.capacity());
+    EXPECT_EQ(1, text.replace_all("z", "0123456789012345678901234567890123456789012345678901234567890")); // 61
+    EXPECT_EQ(64u, text.count());
+    EXPECT_EQ(0u, allocator.calls());
 }
 
 TEST(ReplaceAll, Pattern_and_replacement_may_lie_in_the_text) {

@@ -91,7 +91,7 @@ TEST(StdString, A_result_of_40000_characters_is_cut_at_the_last_room) {
 
 TEST(StdString, The_cut_depends_on_the_format_length) {
     const std::string argument(70000, 'a');
-    for (unsigned format_length : {2u, 1023u, 1024u, 31743u, 31744u, 32767u, 33000u}) {
+    for (unsigned format_length : {2u, 1022u, 1023u, 1024u, 31743u, 31744u, 32767u, 33000u}) {
         const std::string format = std::string(format_length - 2, '-') + "%s";
         CStdString text;
 #pragma GCC diagnostic push
@@ -141,6 +141,15 @@ TEST(StdString, Adds_up_texts_strings_and_characters) {
     EXPECT_STREQ("nameplain", (name + plain).c_str());
     EXPECT_STREQ("plainname", CStdString(plain + name).c_str());
     EXPECT_STREQ("name", name.c_str());
+}
+
+TEST(StdString, Adding_up_takes_storage_for_the_whole_text_at_once) {
+    const CStdString left(std::string(1000, 'l').c_str());
+    const CStdString right(std::string(1000, 'r').c_str());
+    FailingAllocator allocator(0);
+    const CStdString whole = left + right;
+    EXPECT_EQ(2u, allocator.calls()); // the first is what every string takes when it is made
+    EXPECT_EQ(2001u, whole.capacity());
 }
 
 TEST(StdString, Parts_are_CStdStrings_again) {
