@@ -111,6 +111,8 @@ TYPED_TEST(Array, Access_beyond_the_size_throws_index_and_size) {
 TYPED_TEST(Array, Resize_adds_zero_elements_and_cuts) {
     gen::array<TypeParam> elements = filled<TypeParam>(64);
     elements.resize(2);
+    elements.resize(3);
+    EXPECT_EQ(TypeParam(), elements[2]);
     elements.resize(100);
     EXPECT_EQ(100u, elements.capacity());
     EXPECT_EQ(value<TypeParam>(1), elements[1]);

@@ -132,8 +132,17 @@ basic_string<T> basic_string<T>::substr(unsigned pos, unsigned n) const {
 
 template <typename T>
 int basic_string<T>::replace_all(const T* pattern, const T* replacement) {
+    return replace_all(pattern, replacement, text_length(replacement));
+}
+
+template <typename T>
+int basic_string<T>::replace_all(const T* pattern, const basic_string& replacement) {
+    return replace_all(pattern, replacement.c_str(), replacement.length());
+}
+
+template <typename T>
+int basic_string<T>::replace_all(const T* pattern, const T* replacement, unsigned replacement_length) {
     const unsigned pattern_length = text_length(pattern);
-    const unsigned replacement_length = text_length(replacement);
     const unsigned old_length = length();
     const int matches = count_matches(c_str(), old_length, pattern, pattern_length);
     if (matches == 0)

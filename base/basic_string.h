@@ -83,6 +83,8 @@ public:
     // Replaces every match, from left to right, and returns how many there were; inserted text is not searched again.
     // A null replacement removes the matches. Linear in the length of the text, with at most one allocation.
     int replace_all(const T* pattern, const T* replacement);
+    // As above by the whole length of the replacement, which needs no search for its end.
+    int replace_all(const T* pattern, const basic_string& replacement);
     // Removes the characters of the set from the end, until one is not in it.
     void trim_right(const T* set);
 
@@ -109,6 +111,7 @@ private:
     using array<T>::resize;
     using array<T>::size;
 
+    int replace_all(const T* pattern, const T* replacement, unsigned replacement_length);
     // Writes n characters from position `at` <= length() and ends the text after them; grows exactly.
     void write(unsigned at, const T* text, unsigned n);
     // Ends the text after `length` characters, which stand in the storage, as does room for the NUL.

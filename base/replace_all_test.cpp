@@ -103,6 +103,19 @@ TEST(ReplaceAll, Replaces_behind_a_NUL_too) {
     EXPECT_EQ(std::string("cc\0ccb", 6), std::string(text.c_str(), text.length()));
 }
 
+TEST(ReplaceAll, A_string_as_replacement_goes_in_by_its_length) {
+    CStdString replacement;
+    replacement.assign("x\0y", 3);
+    CStdString text("a{}b{}");
+    EXPECT_EQ(2, text.replace_all("{}", replacement));
+    EXPECT_EQ(std::string("ax\0ybx\0y", 8), std::string(text.c_str(), text.length()));
+    text = "a.b";
+    EXPECT_EQ(1, text.replace_all(".", text));
+    EXPECT_STREQ("aa.bb", text.c_str());
+    EXPECT_EQ(2, text.replace_all("a", CStdString()));
+    EXPECT_STREQ(".bb", text.c_str());
+}
+
 TEST(ReplaceAll, A_result_beyond_one_block_is_out_of_memory) {
     CStdString text;
     const unsigned n = 70000;

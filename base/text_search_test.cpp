@@ -93,6 +93,27 @@ TEST(FindText, Agrees_with_the_standard_string_on_random_texts) {
     }
 }
 
+TEST(FindText, Finds_at_every_place_of_a_text_of_every_length) {
+    for (unsigned length = 1; length < 70; ++length) {
+        for (unsigned place = 0; place < length; ++place) {
+            for (unsigned size : {1u, 2u, 5u, 17u}) {
+                // Right first and last characters all over the text, the whole pattern once.
+                const std::string pattern = std::string(size - 1, 'a') + 'b';
+                std::string text(length, size > 2 ? 'c' : 'x');
+                if (place + size > length)
+                    continue;
+                for (unsigned i = 0; size > 2 && i + 1 < length; i += 2)
+                    text.replace(i, 2, "ab");
+                text.replace(place, size, pattern);
+                const unsigned from = place > 20 ? place - 20 : 0;
+                ASSERT_EQ(expected_find(text, pattern, from), guarded_find<char>(text, pattern, from))
+                    << '"' << pattern << "\" in \"" << text << "\" from " << from;
+                ASSERT_EQ(expected_find(text, pattern, from), guarded_find<unsigned short>(text, pattern, from));
+            }
+        }
+    }
+}
+
 TEST(FindText, Compares_all_of_a_wide_character) {
     const unsigned short text[] = {0x0141, 0x0241, 0x0041, 0x0042};
     const unsigned short pattern[] = {0x0041, 0x0042};
