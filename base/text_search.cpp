@@ -35,7 +35,8 @@ size_t load(const T* at) {
 template <typename T>
 bool has_zero(size_t word) {
     constexpr size_t highest = ones<T> << (8 * sizeof(T) - 1);
-    return (~word & (word - ones<T>) & highest) != 0;
+    const size_t lowered = word - ones<T>;
+    return (lowered & ~word & highest) != 0;
 }
 
 size_t measure(const char* text) {
