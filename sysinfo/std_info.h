@@ -7,6 +7,7 @@
 #include "sysinfo/monitor_info.h"
 #include "sysinfo/printers_info.h"
 #include "sysinfo/processor_info.h"
+#include "sysinfo/std_file_info.h"
 #include "sysinfo/std_win_version.h"
 
 // Construction identifies the processor, which takes about 50 ms of measuring, so one object is built per report. It is
@@ -37,4 +38,5 @@ private:
     CMonitorInfo m_monitor;
     CStdWinVersion m_version;
     CProcessorInfo m_processor;
+    CStdFileInfo m_file_info;
 };

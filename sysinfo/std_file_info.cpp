@@ -1,0 +1,98 @@
+#include "sysinfo/std_file_info.h"
+
+#include <new>
+#include <stdio.h>
+#include <string.h>
+
+CStdFileInfo::~CStdFileInfo() {
+    Reset();
+}
+
+void CStdFileInfo::Reset() {
+    m_fixed = nullptr;
+    m_translations = nullptr;
+    m_translation_count = 0;
+    delete[] m_block;
+    m_block = nullptr;
+    m_block_size = 0;
+    m_language = kNoLanguage;
+    m_code_page = kWesternCodePage;
+}
+
+int CStdFileInfo::Open(const char* path) {
+    Reset();
+    DWORD handle = 0;
+    const DWORD size = GetFileVersionInfoSizeA(path, &handle);
+    if (size == 0)
+        return 0;
+    m_block = new (std::nothrow) BYTE[size]();
+    if (!m_block)
+        return 0;
+    if (!GetFileVersionInfoA(path, handle, size, m_block)) {
+        Reset();
+        return 0;
+    }
+    m_block_size = size;
+
+    void* value = nullptr;
+    UINT length = 0;
+    if (!Query("\\", &value, &length))
+        return 1; // strings may be there all the same, in no language
+    m_fixed = static_cast<const VS_FIXEDFILEINFO*>(value);
+    if (Query("\\VarFileInfo\\Translation", &value, &length) && length >= sizeof(Translation)) {
+        m_translations = static_cast<const Translation*>(value);
+        m_translation_count = length / sizeof(Translation);
+        m_language = m_translations->language;
+        m_code_page = m_translations->code_page;
+    }
+    return 1;
+}
+
+int CStdFileInfo::OpenModule(HMODULE module) {
+    constexpr DWORD size = 1024;
+    // Some systems end a path that they cut without a terminator.
+    m_work_area[GetModuleFileNameA(module, m_work_area, size)] = '\0';
+    return Open(m_work_area);
+}
+
+CStdString CStdFileInfo::GetStringValue(const char* key) {
+    if (!m_block)
+        return "Unknown";
+    snprintf(m_work_area, sizeof(m_work_area), "\\StringFileInfo\\%04x%04x\\%s", m_language, m_code_page, key);
+    m_work_area[sizeof(m_work_area) - 1] = '\0';
+
+    CStdString text;
+    void* value = nullptr;
+    UINT length = 0;
+    if (Query(m_work_area, &value, &length) && length != 0) {
+        // The length counts characters of the resource, which may be more bytes here, so the terminator decides.
+        constexpr size_t limit = 1024;
+        const char* const begin = static_cast<const char*>(value);
+        const size_t room = m_block_size - static_cast<size_t>(begin - reinterpret_cast<const char*>(m_block));
+        text.assign(begin, static_cast<unsigned>(strnlen(begin, room < limit ? room : limit)));
+    }
+    return text;
+}
+
+bool CStdFileInfo::Query(const char* path, void** value, UINT* length) {
+    return VerQueryValueA(m_block, path, value, length) && *value;
+}
+
+CStdString CStdFileInfo::GetCompanyName() {
+    return GetStringValue("CompanyName");
+}
+
+// Kept: the key's small "n"; the look-up doesn't regard case.
+CStdString CStdFileInfo::GetProductName() {
+    return GetStringValue("Productname");
+}
+
+CStdString CStdFileInfo::GetProductVersionPart(int index) {
+    return sysinfo::ProductVersionPart(GetStringValue("ProductVersion").c_str(), index);
+}
+
+sysinfo::FileVersion CStdFileInfo::GetVersion() {
+    return {GetCompanyName(),
+            GetProductName(),
+            {GetProductVersionPart(0), GetProductVersionPart(1), GetProductVersionPart(2), GetProductVersionPart(3)}};
+}

@@ -1,0 +1,2 @@
+/* A library with nothing in it but its resources. */
+typedef int nothing;

@@ -1,0 +1,62 @@
+#include "sysinfo/version_texts.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+namespace sysinfo {
+
+namespace {
+
+constexpr int kParts = 4;
+
+// A signed number of 32 bits, wherever it is built.
+long Printed(unsigned long value) {
+    return static_cast<int>(value);
+}
+
+} // namespace
+
+CStdString ProductVersionPart(const char* version, int index) {
+    CStdString part;
+    if (index < 0 || index >= kParts)
+        return part;
+    const char* begin = version;
+    for (int i = 0; i < index; ++i) {
+        const char* const comma = strchr(begin, ',');
+        if (!comma)
+            return part;
+        begin = comma + 1;
+    }
+    if (index == kParts - 1)
+        while (const char* const comma = strchr(begin, ','))
+            begin = comma + 1;
+    part.assign(begin, static_cast<unsigned>(strcspn(begin, ",")));
+    part.replace_all(" ", "");
+    return part;
+}
+
+CStdString DescribeModule(const FileVersion& version) {
+    CStdString text;
+    text.format("\nCompany: %s\nProduct Name: %s\nProduct Version: %d.%d.%d.%d\n", version.company.c_str(),
+                version.product.c_str(), atoi(version.parts[0].c_str()), atoi(version.parts[1].c_str()),
+                atoi(version.parts[2].c_str()), atoi(version.parts[3].c_str()));
+    return text;
+}
+
+CStdString DescribeHostApplication(const FileVersion& version) {
+    CStdString text;
+    // Kept: no blank behind "Product name:", no colon behind "Build number".
+    text.format("Lumivale module info:\nCompany: %s\nProduct name:%s\nVersion number: %s.%s.%s\nBuild number %s",
+                version.company.c_str(), version.product.c_str(), version.parts[0].c_str(), version.parts[1].c_str(),
+                version.parts[2].c_str(), version.parts[3].c_str());
+    return text;
+}
+
+CStdString DescribeBrowser(unsigned long major, unsigned long minor, unsigned long build) {
+    CStdString text;
+    text.format("Internet Explorer Version: %ld.%ld\nBuild Number: %ld", Printed(major), Printed(minor),
+                Printed(build));
+    return text;
+}
+
+} // namespace sysinfo
