@@ -1,0 +1,238 @@
+#include "compose/memory_file.h"
+
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "compose/temp_folder.h"
+
+namespace {
+
+constexpr unsigned granularity = 65536; // of every Windows for x86
+
+std::string data_of(const CMemoryFile& file) {
+    return std::string(reinterpret_cast<const char*>(file.GetData()), file.GetDataLength());
+}
+
+std::string name_of(CMemoryFile& file) {
+    CString name;
+    file.GetFileName(name);
+    return std::string(name);
+}
+
+void expect_closed(CMemoryFile& file) {
+    EXPECT_EQ(file.GetData(), nullptr);
+    EXPECT_EQ(file.GetDataLength(), 0u);
+    EXPECT_EQ(file.GetViewLength(), 0u);
+    EXPECT_EQ(name_of(file), "");
+    EXPECT_FALSE(file.Flush());
+}
+
+// Bytes that differ from page to page.
+std::string pattern(unsigned size) {
+    std::string bytes(size, '\0');
+    for (unsigned i = 0; i < size; ++i)
+        bytes[i] = static_cast<char>(i ^ i >> 8 ^ i >> 16);
+    return bytes;
+}
+
+class MemoryFile : public testing::Test {
+protected:
+    TempFolder folder;
+    CMemoryFile file;
+};
+
+TEST_F(MemoryFile, Is_closed_at_first) {
+    expect_closed(file);
+    file.Close();
+    expect_closed(file);
+}
+
+TEST_F(MemoryFile, Maps_a_whole_file) {
+    const std::string path = folder.add("whole.bin", pattern(100001));
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+    EXPECT_EQ(data_of(file), pattern(100001));
+    EXPECT_EQ(file.GetViewLength(), 100001u);
+    EXPECT_EQ(name_of(file), path);
+    file.Close();
+    expect_closed(file);
+}
+
+TEST_F(MemoryFile, Keeps_no_handle_of_the_file) {
+    const std::string path = folder.add("mapped.bin", "abc");
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+    CFile exclusive;
+    EXPECT_TRUE(exclusive.Open(path.c_str(), CFile::modeRead | CFile::shareExclusive));
+    EXPECT_EQ(data_of(file), "abc");
+}
+
+TEST_F(MemoryFile, Window_starts_at_the_granularity_below_the_offset) {
+    const std::string path = folder.add("window.bin", pattern(200000));
+    ASSERT_EQ(file.Open(path.c_str(), 0, 70000, 1000, nullptr), 1);
+    EXPECT_EQ(data_of(file), pattern(200000).substr(70000, 1000));
+    EXPECT_EQ(file.GetViewLength(), 1000u + 4464u);
+    EXPECT_EQ(reinterpret_cast<ULONG_PTR>(file.GetData()) % granularity, 4464u);
+}
+
+TEST_F(MemoryFile, Length_0_is_up_to_the_end) {
+    const std::string path = folder.add("rest.bin", pattern(70123));
+    ASSERT_EQ(file.Open(path.c_str(), 0, 70000, 0, nullptr), 1);
+    EXPECT_EQ(data_of(file), pattern(70123).substr(70000));
+}
+
+TEST_F(MemoryFile, Offset_at_the_end_is_taken_unless_the_view_would_be_empty) {
+    const std::string slack = folder.add("slack.bin", pattern(70000));
+    EXPECT_EQ(file.Open(slack.c_str(), 0, 70000, 0, nullptr), 1);
+    EXPECT_EQ(file.GetDataLength(), 0u);
+    EXPECT_EQ(file.GetViewLength(), 4464u);
+    const std::string aligned = folder.add("aligned.bin", pattern(granularity));
+    EXPECT_EQ(file.Open(aligned.c_str(), 0, granularity, 0, nullptr), 0);
+    expect_closed(file);
+}
+
+TEST_F(MemoryFile, Offset_beyond_the_end_fails) {
+    const std::string path = folder.add("short.bin", pattern(100));
+    EXPECT_EQ(file.Open(path.c_str(), 0, 101, 0, nullptr), 0);
+    EXPECT_EQ(file.GetData(), nullptr);
+    EXPECT_EQ(file.Open(path.c_str(), 0, 0x100000000ull, 0, nullptr), 0);
+}
+
+TEST_F(MemoryFile, Length_beyond_the_end_can_not_be_mapped) {
+    const std::string path = folder.add("short.bin", pattern(100));
+    EXPECT_EQ(file.Open(path.c_str(), 0, 0, 2 * granularity, nullptr), 0);
+    expect_closed(file);
+    // The length and the bytes before the offset together pass 32 bits.
+    EXPECT_EQ(file.Open(path.c_str(), 0, 50, 0xFFFFFFFF, nullptr), 0);
+    expect_closed(file);
+}
+
+TEST_F(MemoryFile, Empty_file_can_not_be_mapped) {
+    EXPECT_EQ(file.Open(folder.add("empty.bin", "").c_str(), 0, 0, 0, nullptr), 0);
+    expect_closed(file);
+}
+
+TEST_F(MemoryFile, Missing_file_and_folder_fail) {
+    EXPECT_EQ(file.Open(folder.path("missing.bin").c_str(), 0, 0, 0, nullptr), 0);
+    EXPECT_EQ(file.Open(folder.path("missing\\missing.bin").c_str(), 0, 0, 0, nullptr), 0);
+    EXPECT_EQ(file.Open("", 0, 0, 0, nullptr), 0);
+    EXPECT_EQ(file.Open(folder.path("").c_str(), 0, 0, 0, nullptr), 0);
+    expect_closed(file);
+}
+
+TEST_F(MemoryFile, Second_open_closes_the_first_view) {
+    const std::string first = folder.add("first.bin", "first");
+    const std::string second = folder.add("second.bin", "second");
+    ASSERT_EQ(file.Open(first.c_str(), 0, 0, 0, nullptr), 1);
+    ASSERT_EQ(file.Open(second.c_str(), 0, 0, 0, nullptr), 1);
+    EXPECT_EQ(data_of(file), "second");
+    EXPECT_EQ(name_of(file), second);
+    EXPECT_TRUE(DeleteFileA(first.c_str())) << "nothing holds it any more";
+}
+
+TEST_F(MemoryFile, Failed_open_closes_the_first_view) {
+    const std::string path = folder.add("first.bin", "first");
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+    EXPECT_EQ(file.Open(nullptr, 0, 0, 0, nullptr), 0);
+    expect_closed(file);
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+    EXPECT_EQ(file.Open(folder.path("missing.bin").c_str(), 0, 0, 0, nullptr), 0);
+    expect_closed(file);
+}
+
+TEST_F(MemoryFile, Read_write_view_changes_the_file) {
+    const std::string path = folder.add("changed.bin", "abcdef");
+    ASSERT_EQ(file.Open(path.c_str(), CFile::modeReadWrite, 0, 0, nullptr), 1);
+    std::memcpy(file.GetData(), "xyz", 3);
+    EXPECT_TRUE(file.Flush());
+    file.Close();
+    EXPECT_EQ(folder.read("changed.bin"), "xyzdef");
+}
+
+TEST_F(MemoryFile, Any_flags_ask_for_a_writable_view) {
+    const std::string path = folder.add("read_only.bin", "abc");
+    EXPECT_EQ(file.Open(path.c_str(), CFile::modeRead | CFile::shareDenyNone, 0, 0, nullptr), 0);
+    expect_closed(file);
+    EXPECT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+}
+
+TEST_F(MemoryFile, File_that_others_have_open_for_writing_can_be_mapped) {
+    const std::string path = folder.add("log.txt", "so far");
+    CFile log;
+    ASSERT_TRUE(log.Open(path.c_str(), CFile::modeReadWrite | CFile::shareDenyNone));
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+    EXPECT_EQ(data_of(file), "so far");
+}
+
+TEST_F(MemoryFile, File_that_others_do_not_share_fails) {
+    const std::string path = folder.add("locked.txt", "abc");
+    CFile other;
+    ASSERT_TRUE(other.Open(path.c_str(), CFile::modeReadWrite | CFile::shareExclusive));
+    EXPECT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 0);
+    expect_closed(file);
+}
+
+TEST_F(MemoryFile, View_goes_to_the_preferred_address_or_fails) {
+    const std::string path = folder.add("placed.bin", pattern(1000));
+    void* const free_place = VirtualAlloc(nullptr, granularity, MEM_RESERVE, PAGE_NOACCESS);
+    ASSERT_TRUE(VirtualFree(free_place, 0, MEM_RELEASE));
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, free_place), 1);
+    EXPECT_EQ(file.GetData(), free_place);
+    CMemoryFile other;
+    EXPECT_EQ(other.Open(path.c_str(), 0, 0, 0, free_place), 0);
+    expect_closed(other);
+    EXPECT_EQ(data_of(file), pattern(1000));
+}
+
+TEST_F(MemoryFile, Security_for_everyone_can_be_made_anew_and_freed) {
+    const std::string path = folder.add("shared.bin", "abc");
+    file.CreateSecurity();
+    file.CreateSecurity();
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+    EXPECT_EQ(data_of(file), "abc");
+    file.FreeSecurity();
+    file.FreeSecurity();
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+    file.CreateSecurity(); // the destructor frees it
+}
+
+TEST_F(MemoryFile, Window_lies_beyond_4_GiB) {
+    const std::string path = folder.path("huge.bin");
+    const unsigned long long offset = 0x100000000ull + 70000;
+    {
+        CFile huge;
+        ASSERT_TRUE(huge.Open(path.c_str(), CFile::modeCreate | CFile::modeReadWrite));
+        LONG high = 1;
+        SetFilePointer(huge.m_hFile, 70000, &high, FILE_BEGIN);
+        huge.Write("far away", 8);
+    }
+    ASSERT_EQ(file.Open(path.c_str(), 0, offset, 0, nullptr), 1);
+    EXPECT_EQ(data_of(file), "far away");
+    EXPECT_EQ(file.GetViewLength(), 8u + 4464u);
+    EXPECT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 0) << "4 GiB don't fit into the address space";
+    expect_closed(file);
+}
+
+TEST_F(MemoryFile, Leaves_no_handles_behind) {
+    const std::string good = folder.add("good.bin", pattern(1000));
+    const std::string empty = folder.add("empty.bin", "");
+    const auto open_all_ways = [&] {
+        CMemoryFile once;
+        once.Open(good.c_str(), 0, 0, 0, nullptr);
+        once.Open(good.c_str(), 0, 2000, 0, nullptr);                 // beyond the end
+        once.Open(good.c_str(), CFile::shareDenyNone, 0, 0, nullptr); // no mapping
+        once.Open(empty.c_str(), 0, 0, 0, nullptr);                   // no mapping
+        once.Open(good.c_str(), 0, 0, 2 * granularity, nullptr);      // no view
+        once.Open(good.c_str(), 0, 0, 0, nullptr);
+    };
+    open_all_ways();
+    DWORD before = 0, after = 0;
+    ASSERT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &before));
+    for (int i = 0; i < 50; ++i)
+        open_all_ways();
+    ASSERT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &after));
+    EXPECT_EQ(before, after);
+    EXPECT_TRUE(DeleteFileA(good.c_str()));
+}
+
+} // namespace
