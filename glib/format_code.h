@@ -14,12 +14,12 @@ enum EFormat : uint32_t {
 
 // Capability bits in the top byte.
 enum EFormatCapability : uint32_t {
-    capability_movie = 0x01000000u,     // a film with its own timing
-    capability_deep = 0x02000000u,      // more than what this layer's pages can show; read in part
-    capability_metadata = 0x04000000u,  // carries descriptive data or colour profiles
+    capability_movie = 0x01000000u,     // a film with a stream of its own
+    capability_animation = 0x02000000u, // pages that follow each other in time
+    capability_metadata = 0x04000000u,  // descriptive data beside the pixels
     capability_multipage = 0x10000000u, // several pages in one file
     capability_alpha = 0x20000000u,     // transparent pixels
-    capability_layers = 0x40000000u,    // keeps layers apart
+    capability_layers = 0x40000000u,    // layers kept apart
     capability_vector = 0x80000000u,    // drawings instead of pixels
 };
 

@@ -211,7 +211,7 @@ uint64_t VMemStream::copy_in(const uint8_t* bytes, uint64_t count, uint64_t limi
 
 bool VMemStream::grow_to(uint64_t capacity) {
     void* grown = nullptr;
-    if (capacity > m_capacity && capacity <= SIZE_MAX) {
+    if (capacity > m_capacity && capacity <= PTRDIFF_MAX) {
         const size_t bytes = static_cast<size_t>(capacity);
         if (m_callbacks.reallocate) {
             grown = m_callbacks.reallocate(m_buffer, bytes);

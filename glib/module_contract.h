@@ -19,9 +19,9 @@
 /* A module that reports another version is dropped. */
 #define GLIB_INTERFACE_VERSION 0x800u
 
-/* Limits of one page. Beyond them AddPage answers null, and a module gives OMEM; a host never asks a save beyond. */
+/* Limits. Beyond them AddPage answers null, and a module gives OMEM; a host never asks a save beyond. */
 #define GLIB_MAX_PAGE_SIDE 65500u       /* pixels */
-#define GLIB_MAX_PAGE_BYTES 0x20000000u /* 512 MB of pixels */
+#define GLIB_MAX_PAGE_BYTES 0x20000000u /* 512 MB of pixels, also of all pages of one load together */
 #define GLIB_MAX_PAGES 4096u            /* pages of one document */
 
 #if defined(_WIN32)
@@ -118,7 +118,9 @@ typedef ResultCode(GLIB_CALL* InfoEntry)(VStream* stream, ImageFileInfo* info);
 /* Adds one page that shows the image within max_width x max_height; TMNS if the data holds no thumbnail. */
 typedef ResultCode(GLIB_CALL* ThumbnailEntry)(ImageDataExchange* image, VStream* stream, uint32_t max_width,
                                               uint32_t max_height);
-/* Writes the pages as `options` says; options->format is this format (low 24 bits). Null options mean the defaults. */
+/* Writes the pages as `options` says, or the first of them where the format holds one. options->format is this format
+ * (low 24 bits). The host has chosen the pages: first_page and page_count are done with. Pages with alpha come only if
+ * keep_alpha is set. */
 typedef ResultCode(GLIB_CALL* SaveEntry)(ImageDataExchange* image, VStream* stream, const BaseFormatDesc* options);
 
 #ifdef __cplusplus

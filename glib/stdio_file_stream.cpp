@@ -108,9 +108,10 @@ unsigned VStdioFileStream::SetSize(uint64_t size) {
     fpos_t here;
     if (fgetpos(m_file, &here) != 0 || fflush(m_file) != 0)
         return 0;
-    const int descriptor = _fileno(m_file);
-    const bool done = _lseeki64(descriptor, wanted, SEEK_SET) == wanted &&
-                      SetEndOfFile(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)));
+    HANDLE const file = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(m_file)));
+    LARGE_INTEGER end;
+    end.QuadPart = wanted;
+    const bool done = SetFilePointerEx(file, end, nullptr, FILE_BEGIN) && SetEndOfFile(file);
     const bool back = fsetpos(m_file, &here) == 0;
     m_last = Last::neither;
     return done && back;

@@ -1,0 +1,50 @@
+#include "capture/screenshot.h"
+
+#include "capture/screen_grab.h"
+#include "glib/film.h"
+#include "glib/filter_manager.h"
+#include "glib/gdi_handle.h"
+#include "glib/gdiplus_init.h"
+#include "glib/save_record.h"
+
+namespace {
+
+constexpr unsigned side = 512;  // pixels of the screenshot
+constexpr int area_correct = 1; // scale type of glib::Scale
+constexpr uint8_t jpeg_quality = 75;
+constexpr DWORD path_room = 1024; // characters that the temporary directory may have
+
+// Stops GDI+ at its end, also when an exception passes.
+struct GdiplusRun {
+    GdiplusRun() { glib::gdiplus_switch(true); }
+    ~GdiplusRun() { glib::gdiplus_switch(false); }
+};
+
+} // namespace
+
+CStdString screenshot_path() {
+    CStdString path;
+    GetTempPathA(path_room, path.get_buffer(path_room));
+    path.release_buffer();
+    path.trim_right("\\");
+    path += "\\screen_copy.jpg";
+    return path;
+}
+
+void write_screenshot(const CStdString& path) {
+    const RECT screen = {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+    glib::Bitmap bitmap(copy_screen_to_bitmap(&screen));
+    glib::Film film;
+    // GDI+ stops before the document goes, whose end then finds it stopped and only lowers the count of documents.
+    const GdiplusRun gdiplus;
+    film.SetSlideBitmap(0, bitmap.get());
+    // What fails from here on shows in the file not being there.
+    film.Stretch(side, side, area_correct, true, 0, ~0u, false);
+    const glib::JPGSave options(jpeg_quality);
+    film.Save(path.c_str(), &options);
+    DeleteObject(bitmap.release());
+}
+
+void set_up_screenshot_format() {
+    glib::filter_manager().SetUp(nullptr, "fall\n");
+}

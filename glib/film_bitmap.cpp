@@ -1,0 +1,118 @@
+// Taking a bitmap of GDI into a document.
+#include <new>
+#include <windows.h>
+
+#include "glib/film.h"
+#include "glib/film_body.h"
+#include "glib/gdi_handle.h"
+#include "glib/owner.h"
+#include "glib/pixel_convert.h"
+
+namespace glib {
+
+namespace {
+
+struct BitmapInfo {
+    BITMAPINFOHEADER header;
+    RGBQUAD colours[256];
+};
+
+// The rows of a bitmap as GetDIBits gives them: from the bottom, padded to 32-bit words.
+struct BitmapRows {
+    BitmapInfo info;
+    PixelBuffer pixels;
+    uint32_t width, height, bits, row_bytes;
+};
+
+bool read_rows(HBITMAP bitmap, BitmapRows& rows) {
+    BITMAPINFO* const info = reinterpret_cast<BITMAPINFO*>(&rows.info);
+    const DeviceContext dc(CreateCompatibleDC(nullptr));
+    rows.info = {};
+    rows.info.header.biSize = sizeof(rows.info.header);
+    if (!GetDIBits(dc.get(), bitmap, 0, 0, nullptr, info, DIB_RGB_COLORS))
+        return false;
+    // Rows are wanted from the bottom, whichever way the bitmap itself keeps them.
+    if (rows.info.header.biHeight < 0)
+        rows.info.header.biHeight = -rows.info.header.biHeight;
+    rows.width = static_cast<uint32_t>(rows.info.header.biWidth);
+    rows.height = static_cast<uint32_t>(rows.info.header.biHeight);
+    rows.bits = rows.info.header.biBitCount;
+    const uint64_t row = row_length(rows.bits, rows.width);
+    if (!row || !rows.height || row * rows.height > GLIB_MAX_PAGE_BYTES)
+        return false;
+    rows.row_bytes = static_cast<uint32_t>(row);
+    return rows.pixels.Allocate(static_cast<size_t>(row * rows.height)) &&
+           GetDIBits(dc.get(), bitmap, 0, rows.height, rows.pixels.data(), info, DIB_RGB_COLORS) != 0;
+}
+
+void make_opaque(Raster& raster) {
+    for (uint32_t y = 0; y < raster.height(); ++y) {
+        uint8_t* pixel = raster.row(y);
+        for (uint32_t x = 0; x < raster.width(); ++x)
+            pixel[4 * x + 3] = 255;
+    }
+}
+
+// The rows of 16 bits per pixel as a picture of 24.
+bool convert_from_16(const BitmapRows& rows, Raster& raster) {
+    if (!raster.Create(rows.width, rows.height, 24))
+        return false;
+    ChannelMasks masks = masks_555;
+    if (rows.info.header.biCompression == BI_BITFIELDS) {
+        // The masks stand where the palette would.
+        const DWORD* const given = reinterpret_cast<const DWORD*>(rows.info.colours);
+        masks = {given[0], given[1], given[2]};
+    }
+    for (uint32_t i = 0; i < rows.height; ++i) // both from the bottom
+        convert_16_to_24(rows.pixels.data() + static_cast<size_t>(i) * rows.row_bytes,
+                         raster.pixels() + static_cast<size_t>(i) * raster.row_bytes(), rows.width, masks);
+    return true;
+}
+
+bool make_raster(BitmapRows& rows, Raster& raster) {
+    if (rows.bits == 16)
+        return convert_from_16(rows, raster);
+    if (!raster.Adopt(rows.width, rows.height, rows.bits, static_cast<PixelBuffer&&>(rows.pixels)))
+        return false;
+    if (rows.bits == 32)
+        make_opaque(raster);
+    gen::array<RGB32> palette(raster.palette());
+    for (unsigned i = 0; i < palette.size(); ++i) {
+        const RGBQUAD& colour = rows.info.colours[i];
+        palette[i] = RGB32{colour.rgbBlue, colour.rgbGreen, colour.rgbRed, 255};
+    }
+    raster.SetPalette(palette.data(), palette.size());
+    return true;
+}
+
+bool fill_page(Slide& page, HBITMAP bitmap) {
+    page.Clear();
+    BitmapRows rows;
+    Raster raster;
+    if (!read_rows(bitmap, rows) || !make_raster(rows, raster))
+        return false;
+    Layer* layer = new (std::nothrow) Layer(static_cast<Raster&&>(raster));
+    if (!layer)
+        return false;
+    layer->scales = true;
+    page.AddLayer(layer);
+    return true;
+}
+
+} // namespace
+
+unsigned Film::SetSlideBitmap(unsigned index, HBITMAP__* bitmap) {
+    if (!bitmap)
+        return 0;
+    bool is_new;
+    Slide* page = m_body->TargetPage(index, &is_new);
+    if (!page)
+        return 0;
+    if (fill_page(*page, bitmap))
+        return 1;
+    if (is_new)
+        m_body->pages().remove(m_body->pages().size() - 1);
+    return 0;
+}
+
+} // namespace glib

@@ -1,0 +1,107 @@
+// The ways out of a document.
+#include <windows.h>
+
+#include "glib/film.h"
+#include "glib/film_body.h"
+#include "glib/mem_stream.h"
+#include "glib/stdio_file_stream.h"
+
+namespace glib {
+
+namespace {
+
+// Writes a file that was not there before, or that is to be lost; none is left if it can't be finished.
+ResultCode write_file(FilmBody& body, const char* path, const BaseFormatDesc& options) {
+    VStdioFileStream stream;
+    if (!stream.Open(path, "wb"))
+        return IERR;
+    ResultCode code = IERR;
+    try {
+        code = body.Save(filter_manager(), stream, options);
+    } catch (gen::genlib_error&) {
+        stream.Close();
+        DeleteFileA(path);
+        throw;
+    }
+    const bool complete = !stream.HasError();
+    if (!(stream.Close() && complete) && succeeded(code))
+        code = IERR;
+    if (!succeeded(code))
+        DeleteFileA(path);
+    return code;
+}
+
+ResultCode save(FilmBody& body, const char* path, const BaseFormatDesc* options, bool safely) {
+    if (!path || !options)
+        return BADA;
+    ResultCode code = body.CanSave(filter_manager(), *options);
+    if (code != RCOK)
+        return code;
+    if (!safely)
+        return write_file(body, path, *options);
+    const CStdString beside = CStdString(path) + ".new";
+    code = write_file(body, beside.c_str(), *options);
+    if (succeeded(code) && !MoveFileExA(beside.c_str(), path, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        DeleteFileA(beside.c_str());
+        return IERR;
+    }
+    return code;
+}
+
+} // namespace
+
+ResultCode Film::SaveWith(const char* path, uint32_t format, uint32_t bits_per_pixel, double resolution_x,
+                          double resolution_y, const BaseFormatDesc* options, uint32_t first_page,
+                          uint32_t page_count) {
+    const EFormat code = static_cast<EFormat>(format);
+    const bool usable = options && same_format(static_cast<EFormat>(options->format), code);
+    if (options && !usable)
+        return BADA;
+    const auto save_as = [&](BaseFormatDesc& record) {
+        record.format = format;
+        record.bits_per_pixel = bits_per_pixel;
+        record.resolution_unit = resolution_x > 0 && resolution_y > 0 ? 2 : 1;
+        record.resolution_x = resolution_x;
+        record.resolution_y = resolution_y;
+        record.first_page = first_page;
+        record.page_count = page_count;
+        return save(*m_body, path, &record, false);
+    };
+    // JPEG's record is the one with fields of its own.
+    if (same_format(code, EFormat_JPG)) {
+        JPGSave record = usable ? *static_cast<const JPGSave*>(options) : JPGSave();
+        return save_as(record);
+    }
+    ImageSave record = usable ? *static_cast<const ImageSave*>(options) : ImageSave(format);
+    return save_as(record);
+}
+
+ResultCode Film::SaveSafely(const char* path, const BaseFormatDesc* options) {
+    return save(*m_body, path, options, true);
+}
+
+ResultCode Film::Save(const char* path, const BaseFormatDesc* options) {
+    return save(*m_body, path, options, false);
+}
+
+ResultCode Film::SaveMemory(const BaseFormatDesc* options, void** buffer, uint32_t* length) {
+    if (!options || !buffer || !length)
+        return BADA;
+    *buffer = nullptr;
+    *length = 0;
+    VMemStream stream;
+    const ResultCode code = m_body->Save(filter_manager(), stream, *options);
+    if (!succeeded(code))
+        return code;
+    if (stream.HasError())
+        return OMEM;
+    *length = static_cast<uint32_t>(stream.Size());
+    *buffer = stream.Detach();
+    return code;
+}
+
+void Film::FreeMemory(void* buffer) {
+    VMemStream::process_allocator.release(buffer);
+}
+
+} // namespace glib

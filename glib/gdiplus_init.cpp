@@ -1,0 +1,109 @@
+#include "glib/gdiplus_init.h"
+
+#include "glib/gdiplus_api.h"
+#include "glib/structured_guard.h"
+
+static_assert(sizeof(void*) != 4 || sizeof(glib::GdiPlusInit) == 12, "the type table, the flag and the token");
+
+namespace glib {
+
+namespace {
+
+struct Startup {
+    uintptr_t token;
+    Gdiplus::Status status;
+};
+
+void start(void* context) {
+    Startup& startup = *static_cast<Startup*>(context);
+    Gdiplus::GdiplusStartupInput input;
+    ULONG_PTR token = 0;
+    startup.status = gdiplus_api().Startup(&token, &input, nullptr);
+    startup.token = token;
+}
+
+class CriticalSection {
+public:
+    CriticalSection() { InitializeCriticalSection(&m_section); }
+    ~CriticalSection() { DeleteCriticalSection(&m_section); }
+    void Enter() { EnterCriticalSection(&m_section); }
+    void Leave() { LeaveCriticalSection(&m_section); }
+
+private:
+    CRITICAL_SECTION m_section;
+};
+
+class Lock {
+public:
+    explicit Lock(CriticalSection& section) : m_section(section) { m_section.Enter(); }
+    ~Lock() { m_section.Leave(); }
+
+private:
+    CriticalSection& m_section;
+};
+
+// Made when the library is loaded; the guard goes first at its end.
+CriticalSection g_section;
+int32_t g_documents;
+uint32_t g_periods;
+GdiPlusInit g_guard;
+
+void start_process_wide() {
+    if (g_guard.started())
+        return;
+    g_guard.Start();
+    g_periods += g_guard.started();
+}
+
+} // namespace
+
+GdiPlusInit::~GdiPlusInit() {
+    Stop();
+}
+
+void GdiPlusInit::Start() {
+    if (m_started || !bind_gdiplus())
+        return;
+    Startup startup = {0, Gdiplus::GenericError};
+    if (!call_guarded(start, &startup) || startup.status != Gdiplus::Ok)
+        return;
+    m_token = startup.token;
+    m_started = 1;
+}
+
+void GdiPlusInit::Stop() {
+    if (!m_started)
+        return;
+    gdiplus_api().Shutdown(m_token);
+    m_started = 0;
+}
+
+void gdiplus_switch(bool on) {
+    if (on)
+        start_process_wide();
+    else
+        g_guard.Stop();
+}
+
+void count_document() {
+    Lock lock(g_section);
+    ++g_documents;
+    start_process_wide();
+}
+
+void discount_document() {
+    Lock lock(g_section);
+    if (--g_documents == 0)
+        g_guard.Stop();
+}
+
+int32_t live_documents() {
+    Lock lock(g_section);
+    return g_documents;
+}
+
+uint32_t gdiplus_period() {
+    return g_guard.started() ? g_periods : 0;
+}
+
+} // namespace glib

@@ -1,0 +1,417 @@
+#include "glib/mem_stream.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string contents(const VMemStream& stream, uint64_t size) {
+    return size ? std::string(reinterpret_cast<const char*>(stream.data()), static_cast<size_t>(size)) : std::string();
+}
+
+std::string contents(VMemStream& stream) {
+    return contents(stream, stream.Size());
+}
+
+// An allocator that can be told to fail, and that knows what is out.
+int g_blocks;
+int g_left_to_give;
+
+void* counted_allocate(size_t bytes) {
+    if (g_left_to_give-- <= 0)
+        return nullptr;
+    ++g_blocks;
+    return std::malloc(bytes);
+}
+void counted_release(void* block) {
+    if (block)
+        --g_blocks;
+    std::free(block);
+}
+void* counted_reallocate(void* block, size_t bytes) {
+    if (g_left_to_give-- <= 0)
+        return nullptr;
+    if (!block)
+        ++g_blocks;
+    return std::realloc(block, bytes);
+}
+
+const VMemStream::Callbacks kCounted = {counted_allocate, counted_release, counted_reallocate};
+const VMemStream::Callbacks kWithoutReallocate = {counted_allocate, counted_release, nullptr};
+
+class FailingGrowth : public testing::Test {
+protected:
+    void SetUp() override {
+        g_blocks = 0;
+        g_left_to_give = 1000;
+    }
+    void TearDown() override { EXPECT_EQ(g_blocks, 0); }
+};
+
+TEST(MemStream, Growth_takes_the_step_when_it_is_more_than_the_shortfall) {
+    VMemStream stream(65535, 65535);
+    const std::string full(65535, 'x');
+    EXPECT_EQ(stream.Write(full.data(), 1, 65535), 65535u);
+    EXPECT_EQ(stream.capacity(), 65535u);
+    EXPECT_EQ(stream.Write("0123456789", 1, 10), 10u);
+    EXPECT_EQ(stream.capacity(), 131070u);
+    EXPECT_EQ(stream.Size(), 65545u);
+    EXPECT_EQ(stream.Tell(), 65545u);
+    EXPECT_EQ(contents(stream), full + "0123456789");
+}
+
+TEST(MemStream, Growth_takes_the_shortfall_when_it_is_more_than_the_step) {
+    VMemStream stream(65535, 65535);
+    const std::string full(65535, 'x'), more(100000, 'y');
+    stream.Write(full.data(), 1, 65535);
+    EXPECT_EQ(stream.Write(more.data(), 1, 100000), 100000u);
+    EXPECT_EQ(stream.capacity(), 165535u);
+    EXPECT_EQ(contents(stream), full + more);
+}
+
+TEST(MemStream, Growth_is_of_what_is_left_after_filling_the_capacity) {
+    VMemStream stream(4, 10);
+    stream.Write("abcdefgh", 1, 8);
+    EXPECT_EQ(stream.Write("0123456789", 1, 10), 10u); // two fit, eight are left
+    EXPECT_EQ(stream.capacity(), 18u);
+    EXPECT_EQ(contents(stream), "abcdefgh0123456789");
+}
+
+TEST(MemStream, Seven_bytes_in_elements_of_two_are_three_elements) {
+    char seven[7];
+    VMemStream stream(seven, 7);
+    EXPECT_EQ(stream.Write("12345678", 2, 4), 3u);
+    EXPECT_EQ(stream.Tell(), 7u);
+    EXPECT_EQ(std::string(seven, 7), "1234567");
+}
+
+TEST(MemStream, A_fixed_stream_never_changes_its_size) {
+    char buffer[8] = {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h'};
+    VMemStream stream(buffer, 4);
+    EXPECT_EQ(stream.Write("123456", 1, 6), 4u);
+    EXPECT_EQ(stream.Size(), 4u);
+    EXPECT_EQ(stream.Write("x", 1, 1), 0u);
+    EXPECT_EQ(stream.HasError(), 0u);
+    EXPECT_EQ(std::string(buffer, 8), "1234efgh");
+    EXPECT_EQ(stream.SetSize(5), 0u);
+    EXPECT_EQ(stream.SetSize(4), 1u);
+    EXPECT_EQ(stream.Detach(), nullptr);
+}
+
+TEST(MemStream, A_position_beyond_the_end_is_no_room) {
+    char buffer[4] = {1, 2, 3, 4};
+    VMemStream stream(buffer, 4);
+    ASSERT_EQ(stream.SetPosition(10), 1u);
+    EXPECT_EQ(stream.Write("x", 1, 1), 0u);
+    EXPECT_EQ(stream.Read(buffer, 1, 1), 0u);
+    EXPECT_EQ(stream.ReadByte(), 0u);
+    EXPECT_EQ(stream.IsEndOfData(), 1u);
+    EXPECT_EQ(stream.Tell(), 10u);
+}
+
+TEST(MemStream, A_stream_for_reading_takes_no_bytes) {
+    const char text[] = "text";
+    VMemStream stream(static_cast<const void*>(text), 4);
+    EXPECT_EQ(stream.Write("1234", 1, 4), 0u);
+    EXPECT_EQ(stream.WriteByte(1), 0u);
+    EXPECT_STREQ(text, "text");
+    EXPECT_EQ(stream.ReadByte(), 't');
+}
+
+TEST(MemStream, Seek_knows_three_origins_and_refuses_others) {
+    VMemStream stream;
+    stream.WriteString("0123456789");
+    EXPECT_EQ(stream.Seek(4, 0), 1u);
+    EXPECT_EQ(stream.Tell(), 4u);
+    EXPECT_EQ(stream.Seek(3, 1), 1u);
+    EXPECT_EQ(stream.Tell(), 7u);
+    EXPECT_EQ(stream.Seek(-5, 1), 1u);
+    EXPECT_EQ(stream.Tell(), 2u);
+    EXPECT_EQ(stream.Seek(-1, 2), 1u);
+    EXPECT_EQ(stream.Tell(), 9u);
+    for (int origin : {3, -1, 100}) {
+        EXPECT_EQ(stream.Seek(0, origin), 0u);
+        EXPECT_EQ(stream.Tell(), 9u);
+    }
+    EXPECT_EQ(stream.Seek(-10, 1), 0u);
+    EXPECT_EQ(stream.Seek(-11, 2), 0u);
+    EXPECT_EQ(stream.SetPosition(~uint64_t(0)), 0u);
+    EXPECT_EQ(stream.Tell(), 9u);
+}
+
+TEST(MemStream, Positions_are_of_64_bits) {
+    VMemStream stream;
+    stream.WriteString("abc");
+    EXPECT_EQ(stream.Seek(0x123456789ALL, 0), 1u);
+    EXPECT_EQ(stream.Tell(), 0x123456789Aull);
+    EXPECT_EQ(stream.Seek(-0x1234567899LL, 1), 1u);
+    EXPECT_EQ(stream.ReadByte(), 'b');
+}
+
+TEST(MemStream, Reading_at_the_end_sets_the_flag_and_a_seek_clears_it) {
+    VMemStream stream;
+    stream.WriteString("ab");
+    EXPECT_EQ(stream.IsEndOfData(), 0u);
+    EXPECT_EQ(stream.ReadByte(), 0);
+    EXPECT_EQ(stream.IsEndOfData(), 1u);
+    EXPECT_EQ(stream.Seek(0, 5), 0u);
+    EXPECT_EQ(stream.IsEndOfData(), 1u) << "a refused seek leaves it";
+    stream.SetPosition(1);
+    EXPECT_EQ(stream.IsEndOfData(), 0u);
+    EXPECT_EQ(stream.ReadByte(), 'b');
+    EXPECT_EQ(stream.Tell(), 2u);
+    char two[2];
+    EXPECT_EQ(stream.Read(two, 1, 2), 0u);
+}
+
+TEST(MemStream, A_block_read_short_of_an_element_still_moves_on) {
+    VMemStream stream;
+    stream.WriteString("1234567");
+    stream.SetPosition(0);
+    char bytes[8] = {};
+    EXPECT_EQ(stream.Read(bytes, 2, 4), 3u);
+    EXPECT_EQ(stream.Tell(), 7u);
+    EXPECT_STREQ(bytes, "1234567");
+}
+
+TEST(MemStream, Numbers_are_little_endian_unless_the_flag_is_set) {
+    VMemStream stream;
+    stream.WriteDword(0x11223344);
+    stream.set_big_endian(true);
+    stream.WriteDword(0x11223344);
+    stream.WriteWord(0x5566);
+    stream.WriteQword(0x0102030405060708ull);
+    EXPECT_EQ(contents(stream),
+              std::string("\x44\x33\x22\x11\x11\x22\x33\x44\x55\x66\x01\x02\x03\x04\x05\x06\x07\x08", 18));
+    stream.SetPosition(4);
+    EXPECT_EQ(stream.ReadDword(), 0x11223344u);
+    EXPECT_EQ(stream.ReadWord(), 0x5566u);
+    EXPECT_EQ(stream.ReadQword(), 0x0102030405060708ull);
+    stream.SetPosition(0);
+    EXPECT_EQ(stream.ReadDword(), 0x44332211u);
+    stream.SetPosition(0);
+    stream.set_big_endian(false);
+    EXPECT_EQ(stream.ReadWord(), 0x3344u);
+    EXPECT_EQ(stream.ReadQword(), 0x6655443322111122ull);
+}
+
+TEST(MemStream, A_number_that_is_cut_off_reads_as_zero) {
+    VMemStream stream;
+    stream.WriteString("abc");
+    stream.SetPosition(0);
+    EXPECT_EQ(stream.ReadDword(), 0u);
+    EXPECT_EQ(stream.IsEndOfData(), 1u);
+}
+
+TEST(MemStream, Nothing_is_written_of_nothing) {
+    VMemStream stream;
+    EXPECT_EQ(stream.Write("x", 0, 5), 0u);
+    EXPECT_EQ(stream.Write("x", 5, 0), 0u);
+    EXPECT_EQ(stream.Write(nullptr, 1, 1), 0u);
+    EXPECT_EQ(stream.WriteString(""), 0u);
+    EXPECT_EQ(stream.WriteString(nullptr), 0u);
+    EXPECT_EQ(stream.WriteFormat("%s", ""), 0u);
+    EXPECT_EQ(stream.WriteFormat(nullptr), 0u);
+    EXPECT_EQ(stream.Size(), 0u);
+    EXPECT_EQ(stream.IsEmpty(), 1u);
+}
+
+TEST(MemStream, A_formatted_text_counts_as_one_element) {
+    VMemStream stream;
+    EXPECT_EQ(stream.WriteFormat("%d-%s", 42, "x"), 1u);
+    EXPECT_EQ(contents(stream), "42-x");
+    EXPECT_EQ(stream.IsEmpty(), 0u);
+}
+
+TEST(MemStream, A_formatted_text_is_cut_at_1024_bytes) {
+    for (size_t length : {1023u, 1024u, 1025u, 5000u}) {
+        VMemStream stream;
+        const std::string text(length, 'f');
+        EXPECT_EQ(stream.WriteFormat("%s", text.c_str()), 1u);
+        EXPECT_EQ(contents(stream), text.substr(0, 1024)) << length;
+    }
+}
+
+TEST(MemStream, Lines_end_after_their_line_feed_or_at_the_room) {
+    VMemStream stream;
+    stream.WriteString("one\ntwo three\nend");
+    stream.SetPosition(0);
+    char line[9];
+    EXPECT_STREQ(stream.ReadLine(line, 9), "one\n");
+    EXPECT_STREQ(stream.ReadLine(line, 9), "two thre");
+    EXPECT_STREQ(stream.ReadLine(line, 9), "e\n");
+    EXPECT_STREQ(stream.ReadLine(line, 1), "");
+    EXPECT_STREQ(stream.ReadLine(line, 9), "end");
+    EXPECT_EQ(stream.ReadLine(line, 9), nullptr);
+    EXPECT_EQ(stream.IsEndOfData(), 1u);
+    EXPECT_EQ(stream.ReadLine(line, 0), nullptr);
+    EXPECT_EQ(stream.ReadLine(nullptr, 9), nullptr);
+}
+
+TEST(MemStream, Bytes_that_a_seek_jumped_over_are_zero) {
+    VMemStream stream(16, 64);
+    stream.WriteString("ab");
+    stream.SetPosition(5);
+    stream.WriteString("c");
+    EXPECT_EQ(contents(stream), std::string("ab\0\0\0c", 6));
+}
+
+TEST(MemStream, A_write_from_beyond_the_capacity_lands_at_the_capacity) {
+    VMemStream stream(16, 4);
+    stream.WriteString("ab");
+    stream.SetPosition(100);
+    EXPECT_EQ(stream.Write("xyz", 1, 3), 3u);
+    EXPECT_EQ(contents(stream), std::string("ab\0\0xyz", 7));
+    EXPECT_EQ(stream.Tell(), 7u);
+    EXPECT_EQ(stream.capacity(), 20u);
+}
+
+TEST(MemStream, SetSize_cuts_and_fills_with_zeros) {
+    VMemStream stream(8, 4);
+    stream.WriteString("abcdef");
+    EXPECT_EQ(stream.SetSize(3), 1u);
+    EXPECT_EQ(stream.Tell(), 6u);
+    EXPECT_EQ(stream.SetSize(20), 1u);
+    EXPECT_EQ(contents(stream), "abc" + std::string(17, '\0'));
+}
+
+TEST(MemStream, A_given_buffer_is_the_takers) {
+    VMemStream stream;
+    stream.WriteString("given");
+    uint8_t* given = stream.Detach();
+    ASSERT_NE(given, nullptr);
+    EXPECT_EQ(std::memcmp(given, "given", 5), 0);
+    std::free(given);
+    EXPECT_EQ(stream.Size(), 0u);
+    EXPECT_EQ(stream.WriteString("again"), 5u);
+    EXPECT_EQ(contents(stream), "again");
+}
+
+TEST(MemStream, Kept_positions_come_back_in_reverse) {
+    VMemStream stream;
+    stream.WriteString("0123456789");
+    EXPECT_EQ(stream.PopPosition(), 0u);
+    stream.SetPosition(3);
+    stream.PushPosition();
+    stream.SetPosition(7);
+    stream.PushPosition();
+    stream.SetPosition(0);
+    EXPECT_EQ(stream.PopPosition(), 1u);
+    EXPECT_EQ(stream.Tell(), 7u);
+    EXPECT_EQ(stream.PopPosition(), 1u);
+    EXPECT_EQ(stream.Tell(), 3u);
+    EXPECT_EQ(stream.PopPosition(), 0u);
+    EXPECT_EQ(stream.Tell(), 3u);
+}
+
+TEST_F(FailingGrowth, Sets_the_error_flag_and_reports_nothing_of_what_fitted) {
+    for (const auto& callbacks : {kCounted, kWithoutReallocate}) {
+        g_left_to_give = 1;
+        VMemStream stream(16, 10, callbacks);
+        EXPECT_EQ(stream.Write("12345", 1, 5), 5u);
+        EXPECT_EQ(stream.Write("abcdefgh", 1, 8), 0u);
+        EXPECT_EQ(stream.HasError(), 1u);
+        EXPECT_EQ(stream.Size(), 10u);
+        EXPECT_EQ(stream.Tell(), 10u);
+        EXPECT_EQ(contents(stream), "12345abcde");
+        g_left_to_give = 1000;
+        stream.SetPosition(0);
+        EXPECT_EQ(stream.Write("x", 1, 1), 0u) << "until the stream is remade";
+        EXPECT_EQ(stream.SetSize(100), 0u);
+        EXPECT_EQ(stream.ReadByte(), '1');
+    }
+}
+
+TEST_F(FailingGrowth, Without_reallocate_data_is_carried_over) {
+    VMemStream stream(4, 4, kWithoutReallocate);
+    for (int i = 0; i < 100; ++i)
+        ASSERT_EQ(stream.WriteFormat("%d,", i), 1u);
+    std::string expected;
+    for (int i = 0; i < 100; ++i)
+        expected += std::to_string(i) + ",";
+    EXPECT_EQ(contents(stream), expected);
+    EXPECT_EQ(g_blocks, 1);
+}
+
+TEST_F(FailingGrowth, A_stream_without_its_first_buffer_tries_again) {
+    g_left_to_give = 0;
+    VMemStream stream(16, 10, kCounted);
+    EXPECT_EQ(stream.capacity(), 0u);
+    g_left_to_give = 1000;
+    EXPECT_EQ(stream.WriteString("now"), 3u);
+    EXPECT_EQ(contents(stream), "now");
+}
+
+TEST_F(FailingGrowth, A_capacity_beyond_the_address_space_is_no_memory) {
+    VMemStream stream(16, 0, kCounted);
+    EXPECT_EQ(stream.SetSize(uint64_t(1) << 63), 0u);
+    EXPECT_EQ(stream.HasError(), 1u);
+}
+
+// The same random operations on the stream and on a plain model of it.
+TEST(MemStream, Agrees_with_a_model_over_random_operations) {
+    std::mt19937 random(12345);
+    for (int run = 0; run < 200; ++run) {
+        const uint32_t step = random() % 40, capacity = random() % 40;
+        VMemStream stream(step, capacity);
+        std::string model;
+        uint64_t position = 0, model_capacity = capacity;
+        for (int i = 0; i < 200; ++i) {
+            switch (random() % 5) {
+            case 0:
+            case 1: {
+                std::string bytes(random() % 50, char('a' + random() % 26));
+                const uint32_t size = 1 + random() % 4, count = static_cast<uint32_t>(bytes.size()) / size;
+                bytes.resize(size * count);
+                ASSERT_EQ(stream.Write(bytes.data(), size, count), count);
+                if (bytes.empty())
+                    break;
+                if (position > model_capacity)
+                    position = model_capacity;
+                if (position + bytes.size() > model_capacity) {
+                    const uint64_t rest = position + bytes.size() - model_capacity;
+                    model_capacity += rest > step ? rest : step;
+                }
+                if (model.size() < position + bytes.size())
+                    model.resize(position + bytes.size());
+                model.replace(position, bytes.size(), bytes);
+                position += bytes.size();
+                break;
+            }
+            case 2: {
+                const uint32_t wanted = random() % 50;
+                std::string bytes(wanted, '?');
+                const uint64_t there = position < model.size() ? model.size() - position : 0;
+                const uint32_t got = stream.Read(bytes.data(), 1, wanted);
+                ASSERT_EQ(got, wanted < there ? wanted : there);
+                ASSERT_EQ(bytes.substr(0, got), got ? model.substr(position, got) : "");
+                position += got;
+                break;
+            }
+            case 3:
+                position = random() % 120;
+                ASSERT_EQ(stream.SetPosition(position), 1u);
+                break;
+            case 4:
+                if (random() % 4 == 0) {
+                    const unsigned size = random() % 100;
+                    if (size > model_capacity)
+                        model_capacity = size > model_capacity + step ? size : model_capacity + step;
+                    model.resize(size);
+                    ASSERT_EQ(stream.SetSize(size), 1u);
+                }
+                break;
+            }
+            ASSERT_EQ(stream.Tell(), position);
+            ASSERT_EQ(contents(stream), model);
+            ASSERT_EQ(stream.capacity(), model_capacity);
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,51 @@
+#include "glib/module_call.h"
+
+#include "glib/structured_guard.h"
+
+namespace glib {
+
+namespace {
+
+// Runs any callable under the guard.
+template <typename Call>
+bool guarded(Call call) {
+    return call_guarded([](void* context) { (*static_cast<Call*>(context))(); }, &call);
+}
+
+constexpr ResultCode g_codes[] = {RCOK, OKAF, IERR, UNSF, NSUP, BADA, BADI, BADT, DISF, CFLT, OMEM, USRA, MISS, TMNS};
+
+ResultCode known(ResultCode code) {
+    for (const ResultCode each : g_codes)
+        if (code == each)
+            return code;
+    return CFLT;
+}
+
+} // namespace
+
+bool call_get_info(GetFilterInfoEntry entry, FilterInfoRequest& request) {
+    return guarded([&] { entry(0, &request); });
+}
+
+ResultCode call_load(LoadEntry entry, ImageDataExchange& image, VStream& stream, int32_t page) {
+    ResultCode code = CFLT;
+    return guarded([&] { code = entry(&image, &stream, page); }) ? known(code) : CFLT;
+}
+
+ResultCode call_info(InfoEntry entry, VStream& stream, ImageFileInfo& info) {
+    ResultCode code = CFLT;
+    return guarded([&] { code = entry(&stream, &info); }) ? known(code) : CFLT;
+}
+
+ResultCode call_thumbnail(ThumbnailEntry entry, ImageDataExchange& image, VStream& stream, uint32_t width,
+                          uint32_t height) {
+    ResultCode code = CFLT;
+    return guarded([&] { code = entry(&image, &stream, width, height); }) ? known(code) : CFLT;
+}
+
+ResultCode call_save(SaveEntry entry, ImageDataExchange& image, VStream& stream, const BaseFormatDesc& options) {
+    ResultCode code = CFLT;
+    return guarded([&] { code = entry(&image, &stream, &options); }) ? known(code) : CFLT;
+}
+
+} // namespace glib

@@ -1,0 +1,75 @@
+// A picture in memory: pixels, their depth, and the palette where the depth needs one.
+#pragma once
+
+#include <stdint.h>
+
+#include "base/array.h"
+#include "glib/module_contract.h"
+#include "glib/pixel_buffer.h"
+
+namespace glib {
+
+// The bytes of one row of pixels, padded to whole 32-bit words.
+constexpr uint64_t row_length(uint32_t bits_per_pixel, uint32_t width) {
+    return (static_cast<uint64_t>(bits_per_pixel) * width + 31) / 8 & ~static_cast<uint64_t>(3);
+}
+
+// Pixels lie as in IDEPage: rows from the bottom up, blue first. A raster without pixels has width and height 0.
+class Raster {
+public:
+    Raster() = default;
+    Raster(Raster&& other) noexcept;
+    Raster& operator=(Raster&& other) noexcept; // the source is left without pixels
+
+    // Black pixels (index 0 below 24 bits, transparent in 32) and a palette of greys. False, with no pixels at all, for
+    // a depth other than 1, 4, 8, 24 and 32, a side of 0, a picture beyond the limits of the module contract, or too
+    // little memory.
+    bool Create(uint32_t width, uint32_t height, uint32_t bits_per_pixel);
+    // The same over memory that holds the pixels already, which it takes over on success.
+    bool Adopt(uint32_t width, uint32_t height, uint32_t bits_per_pixel, PixelBuffer&& pixels);
+    // Takes pixels and palette of the other; false as in Create.
+    bool CopyFrom(const Raster& other);
+    void Clear();
+
+    bool empty() const { return m_width == 0; }
+    uint32_t width() const { return m_width; }
+    uint32_t height() const { return m_height; }
+    uint32_t bits_per_pixel() const { return m_bits_per_pixel; }
+    uint32_t row_bytes() const { return static_cast<uint32_t>(row_length(m_bits_per_pixel, m_width)); }
+    uint8_t* pixels() { return m_pixels.data(); }
+    const uint8_t* pixels() const { return m_pixels.data(); }
+
+    // Row y counted from the top of the picture; unchecked.
+    uint8_t* row(uint32_t y) { return m_pixels.data() + row_offset(y); }
+    const uint8_t* row(uint32_t y) const { return m_pixels.data() + row_offset(y); }
+
+    // 2, 16 or 256 entries, or none above 8 bits per pixel.
+    const gen::array<RGB32>& palette() const { return m_palette; }
+    // Takes the first `count` entries and leaves the rest as they are; more than the palette holds are ignored.
+    void SetPalette(const RGB32* entries, uint32_t count);
+
+    // The palette index that is transparent as a whole, -1: none.
+    int32_t transparent_index() const { return m_transparent_index; }
+    void SetTransparentIndex(int32_t index) { m_transparent_index = index; }
+
+    // Whether any pixel may be other than opaque.
+    bool HasAlpha() const { return m_bits_per_pixel == 32 || m_transparent_index >= 0; }
+    // Row y as colours with alpha, `width` entries; unchecked.
+    void ReadRow(uint32_t y, RGB32* out) const;
+
+    // What the module contract calls a page, over the same memory.
+    IDEPage AsPage();
+
+private:
+    bool describe(uint32_t width, uint32_t height, uint32_t bits_per_pixel);
+    size_t row_offset(uint32_t y) const { return static_cast<size_t>(m_height - 1 - y) * row_bytes(); }
+
+    uint32_t m_width = 0;
+    uint32_t m_height = 0;
+    uint32_t m_bits_per_pixel = 0;
+    int32_t m_transparent_index = -1;
+    PixelBuffer m_pixels;
+    gen::array<RGB32> m_palette{0};
+};
+
+} // namespace glib
