@@ -1,0 +1,239 @@
+// 32-bit code carries no unwind tables. What there is to go by:
+//
+//   - A framed function keeps ebp: the return address is at [ebp + 4], the caller's ebp at [ebp]. A function without a
+//     frame leaves ebp alone or uses it for something else, so the chain alone skips it, and its end means nothing.
+//   - A return address stands after a call instruction. Stale ones, left by earlier calls in the unused parts of
+//   younger
+//     frames, do so too.
+//   - If the call is of a known target, that target must be the function that holds the frame below: this tells a true
+//     return address from a stale one. (A tail call breaks the rule; then the frame is found by the chain, or skipped.)
+//   - Compilers align functions and fill the gaps, so the start of the function around an address can be found by
+//     looking back for such a gap. Its first instructions say whether it keeps a frame, and how much stack it takes at
+//     least: no return address can lie in there.
+//
+// A step takes the first of these that applies: the instruction is at a function's edge, where the frame is not yet or
+// no longer there; the function is framed and the chain is sound; a slot of the stack holds a return address whose call
+// entered this function; one whose call is through a pointer, from which further such steps lead to the chain or to a
+// call that is certain; the function that owns the next link of the chain; the chain; a guess.
+#include "companions/faultkit/frame_walker.h"
+
+namespace faultkit {
+namespace {
+
+constexpr uint32_t kLargestFrame = 0x10000; // how far a return address is looked for without a chain
+constexpr uint32_t kGuessReach = 0x4000;    // the same, for a guess
+constexpr uint32_t kThreadStart = 0x100;    // so near the end of the stack there is nothing left to guess
+constexpr uint32_t kLargestChainLink = 0x400000;
+
+} // namespace
+
+FrameWalker::Level FrameWalker::level_at(uint32_t address, uint32_t sp) {
+    const FunctionBounds function = find_function(memory_, modules_, address);
+    const uint32_t taken = function.start && !function.framed ? stack_taken(memory_, function.start, address) : 0;
+    return {address, taken < kLargestFrame ? sp + taken : sp, function};
+}
+
+bool FrameWalker::entered(const Slot& slot, const Level& level) {
+    const uint32_t target = slot.call.target;
+    if (slot.call.kind != CallSite::kKnown || target > level.address ||
+        modules_.find(target) != modules_.find(level.address))
+        return false;
+    const uint32_t start = level.function.framed ? level.function.start - kPrologueReach : level.function.start;
+    return level.function.start ? target >= start : level.address - target < kLargestFunction;
+}
+
+bool FrameWalker::slot_at(uint32_t place, Slot* slot) {
+    slot->place = place;
+    if (!memory_.read_u32(place, &slot->value) || !modules_.is_or_was_code(slot->value))
+        return false;
+    slot->call = find_call_before(memory_, modules_, slot->value);
+    return slot->call.kind != CallSite::kNone;
+}
+
+bool FrameWalker::anchor_of(uint32_t sp, uint32_t bp, Slot* anchor) {
+    return bp % 4 == 0 && bp >= sp && bp < stack_end_ && bp - sp < kLargestChainLink && slot_at(bp + 4, anchor);
+}
+
+bool FrameWalker::next_slot(uint32_t from, uint32_t end, Slot* slot) {
+    uint32_t words[64];
+    while (from < end) {
+        uint32_t size = end - from < sizeof words ? end - from : sizeof words;
+        if (!memory_.read(from, words, size)) {
+            size = 4;
+            if (!memory_.read(from, words, size))
+                return false;
+        }
+        for (uint32_t i = 0; i < size / 4; ++i)
+            if (modules_.is_or_was_code(words[i]) && slot_at(from + i * 4, slot))
+                return true;
+        from += size;
+    }
+    return false;
+}
+
+bool FrameWalker::find_entering(const Level& level, uint32_t end, Slot* slot) {
+    for (uint32_t from = level.floor; next_slot(from, end, slot); from = slot->place + 4)
+        if (entered(*slot, level))
+            return true;
+    return false;
+}
+
+// What a search up the stack has before it: the next slots, the chain's one (if any) the last of them.
+struct FrameWalker::Search {
+    static constexpr unsigned kMostSlots = 24;
+    enum Verdict : uint8_t { kOpen, kLeadsOn, kLeadsNowhere };
+
+    Slot slots[kMostSlots];
+    Level levels[kMostSlots]; // of the function that a slot returns to
+    Verdict verdicts[kMostSlots];
+    unsigned count;
+    bool anchored;
+    bool tolerant; // the chain's slot is believed although its call had another target: there are tail calls
+};
+
+// Whether the way up from a function ends well, over the slots from `first` on.
+bool FrameWalker::leads_on(Search& search, const Level& level, unsigned first) {
+    const unsigned last = search.count - 1;
+    if (search.anchored && level.function.framed)
+        return search.tolerant || search.slots[last].call.kind == CallSite::kComputed ||
+               entered(search.slots[last], level);
+    for (unsigned i = first; i < search.count; ++i) {
+        const Slot& slot = search.slots[i];
+        if (slot.place < level.floor)
+            continue;
+        if (entered(slot, level))
+            return true;
+        if (slot.call.kind == CallSite::kComputed && ((search.anchored && i == last) || slot_leads_on(search, i)))
+            return true;
+    }
+    return false;
+}
+
+// The same from the function that slot `index` returns to; looked at once.
+bool FrameWalker::slot_leads_on(Search& search, unsigned index) {
+    if (search.verdicts[index] == Search::kOpen)
+        search.verdicts[index] =
+            leads_on(search, search.levels[index], index + 1) ? Search::kLeadsOn : Search::kLeadsNowhere;
+    return search.verdicts[index] == Search::kLeadsOn;
+}
+
+bool FrameWalker::find_plausible(const Level& level, uint32_t end, const Slot* anchor, Slot* slot) {
+    Search search;
+    search.count = 0;
+    search.anchored = anchor != nullptr;
+    const unsigned most = Search::kMostSlots - (anchor ? 1 : 0);
+    uint32_t from = level.floor;
+    while (search.count < most && next_slot(from, anchor ? anchor->place : end, &search.slots[search.count]))
+        from = search.slots[search.count++].place + 4;
+    if (anchor)
+        search.slots[search.count++] = *anchor;
+    for (unsigned i = 0; i < search.count; ++i)
+        search.levels[i] = level_at(search.slots[i].value - 1, search.slots[i].place + 4);
+    for (int pass = 0; pass < 2; ++pass) {
+        search.tolerant = pass == 1;
+        for (unsigned i = 0; i < search.count; ++i)
+            search.verdicts[i] = Search::kOpen;
+        for (unsigned i = 0; i < search.count; ++i) {
+            *slot = search.slots[i];
+            if (slot->call.kind == CallSite::kComputed && slot_leads_on(search, i))
+                return true;
+        }
+    }
+    return false;
+}
+
+// The link in the chain belongs to some framed function. If not to this one, then to one further up, which called on:
+// its return address lies below the link, though what is in between is lost. The one closest to the link is taken.
+bool FrameWalker::find_owner(const Level& level, const Slot& anchor, Slot* slot) {
+    constexpr int kMostTries = 32;
+    int tries = 0;
+    const uint32_t reach = anchor.place - level.floor < kLargestFrame ? anchor.place - level.floor : kLargestFrame;
+    for (uint32_t below = 8; below <= reach && tries < kMostTries; below += 4) {
+        if (!slot_at(anchor.place - below, slot))
+            continue;
+        ++tries;
+        const Level owner = level_at(slot->value - 1, slot->place + 4);
+        if (owner.function.framed && entered(anchor, owner))
+            return true;
+    }
+    return false;
+}
+
+// At a function's first instructions, or at its return, the frame is not there and the return address is on top.
+bool FrameWalker::interrupted_at_edge(const Frame& frame, Slot* slot) {
+    if (!modules_.find_code(frame.pc))
+        return slot_at(frame.sp, slot); // a call through a bad pointer
+    const FunctionBounds function = find_function(memory_, modules_, frame.pc);
+    if (function.push && frame.pc <= function.push)
+        return slot_at(frame.sp, slot);
+    if (function.push && frame.pc == function.push + 1)
+        return slot_at(frame.sp + 4, slot);
+    uint8_t code = 0;
+    return (frame.pc == function.start || (memory_.read_u8(frame.pc, &code) && (code == 0xC3 || code == 0xC2))) &&
+           slot_at(frame.sp, slot);
+}
+
+void FrameWalker::make_caller(const Frame& frame, const Slot& slot, FrameOrigin origin, Frame* caller) {
+    caller->pc = slot.value;
+    caller->sp = slot.place + 4;
+    caller->bp = frame.bp;
+    caller->origin = origin;
+    uint32_t saved = 0;
+    Slot anchor;
+    if (slot.place == frame.bp + 4) {
+        if (memory_.read_u32(frame.bp, &saved))
+            caller->bp = saved;
+    } else if (!anchor_of(caller->sp, frame.bp, &anchor) && memory_.read_u32(slot.place - 4, &saved) &&
+               anchor_of(caller->sp, saved, &anchor)) {
+        // ebp was used for something else; its value of before stands below the return address.
+        caller->bp = saved;
+    }
+}
+
+bool FrameWalker::find_caller(const Frame& frame, Frame* caller) {
+    Slot slot, anchor;
+    if (frame.origin == FrameOrigin::kInterrupted && interrupted_at_edge(frame, &slot)) {
+        make_caller(frame, slot, FrameOrigin::kChecked, caller);
+        return true;
+    }
+    const uint32_t address = frame.instruction();
+    const uint32_t from = (frame.sp + 3) & ~3u;
+    if (from < frame.sp || from >= stack_end_)
+        return false;
+    const Level level = level_at(address, from);
+    const bool anchored = anchor_of(from, frame.bp, &anchor);
+    if (anchored && level.function.framed && (anchor.call.kind == CallSite::kComputed || entered(anchor, level))) {
+        make_caller(frame, anchor, FrameOrigin::kChained, caller);
+        return true;
+    }
+    const uint32_t rest = stack_end_ - from;
+    const uint32_t end = anchored ? anchor.place + 4 : from + (rest < kLargestFrame ? rest : kLargestFrame);
+    if (find_entering(level, end, &slot)) {
+        make_caller(frame, slot, FrameOrigin::kChecked, caller);
+        return true;
+    }
+    if (find_plausible(level, end, anchored ? &anchor : nullptr, &slot)) {
+        make_caller(frame, slot, FrameOrigin::kPlausible, caller);
+        return true;
+    }
+    if (anchored && !level.function.framed && find_owner(level, anchor, &slot)) {
+        make_caller(frame, slot, FrameOrigin::kGuessed, caller);
+        return true;
+    }
+    if (anchored) {
+        make_caller(frame, anchor, FrameOrigin::kChained, caller);
+        return true;
+    }
+    if (rest > kThreadStart && next_slot(from, from + (rest < kGuessReach ? rest : kGuessReach), &slot)) {
+        make_caller(frame, slot, FrameOrigin::kGuessed, caller);
+        return true;
+    }
+    return false;
+}
+
+bool FrameWalker::is_sound(const Frame& frame, const Frame& caller) {
+    return caller.sp > frame.sp && caller.sp <= stack_end_ &&
+           find_call_before(memory_, modules_, caller.pc).kind != CallSite::kNone;
+}
+
+} // namespace faultkit

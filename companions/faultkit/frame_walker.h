@@ -1,0 +1,77 @@
+// Walks the stack of 32-bit code without debugging information, also through functions that keep no frame pointer.
+#pragma once
+
+#include <stdint.h>
+
+#include "companions/faultkit/call_site.h"
+#include "companions/faultkit/function_bounds.h"
+#include "companions/faultkit/memory.h"
+#include "companions/faultkit/module_table.h"
+
+namespace faultkit {
+
+// How a frame was found, from certain to doubtful.
+enum class FrameOrigin : uint8_t {
+    kInterrupted, // the fault's own registers
+    kSymbols,     // the debugging library, from a PDB
+    kChecked,     // the call before the return address entered the function below
+    kPlausible,   // a call through a pointer, made by a function that leads on
+    kChained,     // the chain of frame pointers
+    kGuessed,     // the first thing on the stack that looks like a return address
+};
+
+struct Frame {
+    uint32_t pc; // address of the interrupted instruction, or a return address
+    uint32_t sp; // stack pointer of the function that holds pc; behind the return address for a caller
+    uint32_t bp; // frame pointer there, if the function keeps one; otherwise whatever the register holds
+    FrameOrigin origin;
+
+    // An address inside the instruction that belongs to the frame: a return address may be the next line's, or even the
+    // next function's.
+    uint32_t instruction() const { return origin == FrameOrigin::kInterrupted ? pc : pc - 1; }
+};
+
+class FrameWalker {
+public:
+    // stack_end: one past the highest address of the stack. Both references must outlive the walker.
+    FrameWalker(Memory& memory, const ModuleTable& modules, uint32_t stack_end)
+        : memory_(memory), modules_(modules), stack_end_(stack_end) {}
+
+    // The caller of `frame`. Returns false at the end of what can be found. The caller's sp is always above the
+    // frame's.
+    bool find_caller(const Frame& frame, Frame* caller);
+
+    // Whether `caller` is a sound continuation of `frame`: higher on the stack, inside code, after a call.
+    bool is_sound(const Frame& frame, const Frame& caller);
+
+private:
+    struct Slot {
+        uint32_t place, value; // address on the stack, and the return address that it holds
+        CallSite call;
+    };
+    // A function on the way up: the code that is being executed, and the stack below which its return address can't be.
+    struct Level {
+        uint32_t address, floor;
+        FunctionBounds function;
+    };
+    struct Search;
+
+    Level level_at(uint32_t address, uint32_t sp);
+    bool entered(const Slot& slot, const Level& level);
+    bool slot_at(uint32_t place, Slot* slot);
+    bool anchor_of(uint32_t sp, uint32_t bp, Slot* anchor);
+    bool next_slot(uint32_t from, uint32_t end, Slot* slot);
+    bool find_entering(const Level& level, uint32_t end, Slot* slot);
+    bool leads_on(Search& search, const Level& level, unsigned first);
+    bool slot_leads_on(Search& search, unsigned index);
+    bool find_plausible(const Level& level, uint32_t end, const Slot* anchor, Slot* slot);
+    bool find_owner(const Level& level, const Slot& anchor, Slot* slot);
+    bool interrupted_at_edge(const Frame& frame, Slot* slot);
+    void make_caller(const Frame& frame, const Slot& slot, FrameOrigin origin, Frame* caller);
+
+    Memory& memory_;
+    const ModuleTable& modules_;
+    uint32_t stack_end_;
+};
+
+} // namespace faultkit

@@ -1,0 +1,215 @@
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "companions/faultkit/fake_process.h"
+#include "companions/faultkit/frame_walker.h"
+
+namespace {
+
+using faultkit::FakeProcess;
+using faultkit::Frame;
+using faultkit::FrameOrigin;
+using faultkit::FrameWalker;
+
+constexpr std::uint32_t kInner = FakeProcess::kCode + 0x100, kMiddle = kInner + 0x100, kOuter = kInner + 0x200;
+constexpr std::uint32_t kStack = FakeProcess::kStack + 0x800;
+
+// A process whose stack a test builds: each return address stands behind a call in one of three functions.
+class FrameWalkerTest : public testing::Test {
+protected:
+    Frame interrupted(std::uint32_t pc, std::uint32_t sp, std::uint32_t bp) {
+        return {pc, sp, bp, FrameOrigin::kInterrupted};
+    }
+    FrameWalker walker() { return FrameWalker(process.memory, process.modules, FakeProcess::kStackEnd); }
+
+    std::vector<std::uint32_t> walk(Frame frame) {
+        FrameWalker walker = this->walker();
+        std::vector<std::uint32_t> path;
+        Frame caller;
+        while (path.size() < 100 && walker.find_caller(frame, &caller)) {
+            EXPECT_GT(caller.sp, frame.sp);
+            path.push_back(caller.pc);
+            frame = caller;
+        }
+        return path;
+    }
+
+    FakeProcess process;
+};
+
+using Path = std::vector<std::uint32_t>;
+
+TEST_F(FrameWalkerTest, Chain_of_frame_pointers_is_followed) {
+    for (const std::uint32_t start : {kInner, kMiddle, kOuter})
+        process.put_framed_function(start);
+    process.put_call(kMiddle + 0x20, kInner);
+    process.put_call(kOuter + 0x20, kMiddle);
+    process.memory.put_u32(kStack + 0x40, kStack + 0x80);
+    process.memory.put_u32(kStack + 0x44, kMiddle + 0x20);
+    process.memory.put_u32(kStack + 0x80, 0);
+    process.memory.put_u32(kStack + 0x84, kOuter + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x40)), (Path{kMiddle + 0x20, kOuter + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Functions_without_frame_pointer_are_found_below_the_next_link) {
+    process.put_frameless_function(kInner);
+    process.put_frameless_function(kMiddle);
+    process.put_framed_function(kOuter);
+    process.put_call(kMiddle + 0x20, kInner);
+    process.put_call(kOuter + 0x20, kMiddle);
+    process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x80)), (Path{kMiddle + 0x20, kOuter + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Stale_return_address_of_another_function_is_passed_over) {
+    process.put_frameless_function(kInner);
+    process.put_frameless_function(kMiddle);
+    process.put_frameless_function(kOuter);
+    process.put_call(kMiddle + 0x20, kInner);
+    process.put_call(kOuter + 0x30, kMiddle); // of an earlier call
+    process.memory.put_u32(kStack + 0x18, kOuter + 0x30);
+    process.memory.put_u32(kStack + 0x20, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, 0)).front(), kMiddle + 0x20);
+}
+
+TEST_F(FrameWalkerTest, Stale_return_address_of_a_recursion_inside_the_locals_is_passed_over) {
+    process.put_frameless_function(kInner);
+    process.put_call(kInner + 0x20, kInner);
+    process.memory.put_u32(kStack + 0x08, kInner + 0x20); // in the 20 bytes that the function took
+    process.memory.put_u32(kStack + 0x14, kInner + 0x20);
+    Frame caller;
+    ASSERT_TRUE(walker().find_caller(interrupted(kInner + 0x10, kStack, 0), &caller));
+    EXPECT_EQ(caller.sp, kStack + 0x18);
+    EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+}
+
+TEST_F(FrameWalkerTest, Call_through_a_pointer_is_believed_when_its_maker_leads_on) {
+    for (const std::uint32_t start : {kInner, kMiddle, kOuter})
+        process.put_frameless_function(start);
+    process.put_call_by_register(kMiddle + 0x20);
+    process.put_call(kOuter + 0x20, kMiddle);
+    process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, 0), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kPlausible);
+}
+
+TEST_F(FrameWalkerTest, Calls_through_pointers_in_a_row_lead_to_the_chain) {
+    process.put_frameless_function(kInner);
+    process.put_frameless_function(kMiddle);
+    process.put_framed_function(kOuter);
+    process.put_call_by_register(kMiddle + 0x20);
+    process.put_call_by_register(kOuter + 0x20);
+    process.put_framed_function(kOuter + 0x80);
+    process.put_call(kOuter + 0xA0, kOuter);
+    process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
+    process.memory.put_u32(kStack + 0x50, 0);
+    process.memory.put_u32(kStack + 0x54, kOuter + 0xA0);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x50)),
+              (Path{kMiddle + 0x20, kOuter + 0x20, kOuter + 0xA0}));
+}
+
+TEST_F(FrameWalkerTest, Fault_before_the_frame_is_set_up_finds_the_return_address_on_top) {
+    process.put_framed_function(kInner);
+    process.put_call(kMiddle + 0x20, kInner);
+    process.memory.put_u32(kStack, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner, kStack, kStack + 0x80)), (Path{kMiddle + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Fault_after_the_push_finds_the_return_address_below_it) {
+    process.put_framed_function(kInner);
+    process.put_call(kMiddle + 0x20, kInner);
+    process.memory.put_u32(kStack + 4, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 1, kStack, kStack + 0x80)), (Path{kMiddle + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Call_through_a_null_pointer_leads_back_to_its_maker) {
+    process.put_frameless_function(kMiddle);
+    process.put_call_by_register(kMiddle + 0x20);
+    process.memory.put_u32(kStack, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(0, kStack, 0)), (Path{kMiddle + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Circular_chain_ends) {
+    process.put_framed_function(kInner);
+    process.put_call(kInner + 0x20, kInner);
+    process.memory.put_u32(kStack + 0x40, kStack + 0x40);
+    process.memory.put_u32(kStack + 0x44, kInner + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x40)), (Path{kInner + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Overwritten_return_address_is_bridged_by_a_guess) {
+    process.put_frameless_function(kInner);
+    process.put_framed_function(kMiddle);
+    process.put_framed_function(kOuter);
+    process.put_call(kMiddle + 0x20, kOuter + 0x80);
+    process.put_call(kOuter + 0x20, kMiddle);
+    for (std::uint32_t place = kStack; place < kStack + 0x20; place += 4)
+        process.memory.put_u32(place, 0x41414141);
+    process.memory.put_u32(kStack + 0x30, kMiddle + 0x20);
+    process.memory.put_u32(kStack + 0x54, kOuter + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x50), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+}
+
+TEST_F(FrameWalkerTest, Frame_of_an_unloaded_module_is_passed_through) {
+    process.modules.add_unloaded({0x900000, 0x1000, 1, "gone.dll"});
+    process.put_frameless_function(kInner);
+    process.put_framed_function(kOuter);
+    process.put_call_by_register(kOuter + 0x20);
+    process.memory.put_u32(kStack + 0x14, 0x900123);
+    process.memory.put_u32(kStack + 0x20, kOuter + 0x20);
+    process.memory.put_u32(kStack + 0x50, 0);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, 0)), (Path{0x900123, kOuter + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Unreadable_stack_ends_the_walk) {
+    process.put_frameless_function(kInner);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, 0x50000, 0x50040)), Path{});
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, 0xFFFFFFFE, 0xFFFFFFFF)), Path{});
+}
+
+TEST_F(FrameWalkerTest, Sound_frame_is_higher_and_behind_a_call) {
+    process.put_call(kMiddle + 0x20, kInner);
+    const Frame frame = interrupted(kInner + 0x10, kStack, 0);
+    const Frame good = {kMiddle + 0x20, kStack + 8, 0, FrameOrigin::kSymbols};
+    EXPECT_TRUE(walker().is_sound(frame, good));
+    Frame bad = good;
+    bad.sp = kStack;
+    EXPECT_FALSE(walker().is_sound(frame, bad));
+    bad = good;
+    bad.sp = FakeProcess::kStackEnd + 4;
+    EXPECT_FALSE(walker().is_sound(frame, bad));
+    bad = good;
+    bad.pc = kMiddle + 0x21;
+    EXPECT_FALSE(walker().is_sound(frame, bad));
+}
+
+TEST_F(FrameWalkerTest, Any_memory_and_any_registers_give_a_walk_that_rises_and_ends) {
+    std::mt19937 random(12345);
+    for (int round = 0; round < 200; ++round) {
+        faultkit::FakeMemory::Bytes code(0x400);
+        for (auto& byte : code)
+            byte = random() % 3 ? static_cast<std::uint8_t>(random())
+                                : faultkit::FakeMemory::Bytes{0xE8, 0xFF, 0x55, 0xC3}[random() % 4];
+        process.memory.put(FakeProcess::kCode, code);
+        for (std::uint32_t place = FakeProcess::kStack; place < FakeProcess::kStackEnd; place += 4)
+            process.memory.put_u32(place, random() % 2 ? FakeProcess::kCode + random() % 0x400
+                                                       : FakeProcess::kStack + random() % 0x1000);
+        const std::uint32_t pc = random() % 4 ? FakeProcess::kCode + random() % 0x400 : random();
+        const std::uint32_t bp = random() % 4 ? FakeProcess::kStack + random() % 0x1000 : random();
+        EXPECT_LE(walk(interrupted(pc, FakeProcess::kStack + random() % 0x800, bp)).size(), 100u);
+    }
+}
+
+} // namespace

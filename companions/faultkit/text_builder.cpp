@@ -1,0 +1,82 @@
+#include "companions/faultkit/text_builder.h"
+
+namespace faultkit {
+
+unsigned bounded_length(const char* text, unsigned most) {
+    unsigned length = 0;
+    while (length < most && text[length])
+        ++length;
+    return length;
+}
+
+TextBuilder::TextBuilder(char* storage, unsigned size) : storage_(storage), size_(size) {
+    storage_[0] = '\0';
+}
+
+TextBuilder& TextBuilder::character(char c) {
+    if (length_ + 1 >= size_) {
+        overflowed_ = true;
+        return *this;
+    }
+    storage_[length_++] = c;
+    storage_[length_] = '\0';
+    return *this;
+}
+
+TextBuilder& TextBuilder::text(const char* text) {
+    for (; text && *text; ++text)
+        character(*text);
+    return *this;
+}
+
+TextBuilder& TextBuilder::name(const char* name, unsigned most) {
+    const unsigned length = bounded_length(name, most + 1);
+    const bool cut = length > most;
+    const unsigned kept = cut ? (most > 3 ? most - 3 : 0) : length;
+    for (unsigned i = 0; i < kept; ++i)
+        character(static_cast<unsigned char>(name[i]) < 0x20 || name[i] == 0x7F ? '?' : name[i]);
+    return cut ? text("...") : *this;
+}
+
+TextBuilder& TextBuilder::tail_of_name(const char* whole, unsigned most) {
+    const unsigned length = bounded_length(whole, 0xFFFF);
+    if (length <= most)
+        return name(whole, most);
+    const unsigned kept = most > 3 ? most - 3 : 0;
+    return text("...").name(whole + (length - kept), kept);
+}
+
+TextBuilder& TextBuilder::hex(uint32_t value, int digits) {
+    for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
+        character("0123456789ABCDEF"[(value >> shift) & 15]);
+    return *this;
+}
+
+TextBuilder& TextBuilder::short_hex(uint32_t value) {
+    int digits = 1;
+    while (digits < 8 && value >> (digits * 4))
+        ++digits;
+    return text("0x").hex(value, digits);
+}
+
+TextBuilder& TextBuilder::decimal(uint32_t value) {
+    char digits[10];
+    int count = 0;
+    do {
+        digits[count++] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value);
+    while (count)
+        character(digits[--count]);
+    return *this;
+}
+
+void TextBuilder::cut_to(unsigned length) {
+    if (length <= length_) {
+        length_ = length;
+        storage_[length_] = '\0';
+        overflowed_ = false;
+    }
+}
+
+} // namespace faultkit

@@ -1,0 +1,53 @@
+// Text in storage of fixed size. It is built in a process whose heap, locale and locks may be broken, so nothing here
+// allocates, locks or calls the C runtime's formatting.
+#pragma once
+
+#include <stdint.h>
+
+namespace faultkit {
+
+class TextBuilder {
+public:
+    // Builds in storage, which the caller owns and which must outlive the builder. size counts the final NUL and must
+    // not be 0. The text is NUL-terminated at every moment.
+    TextBuilder(char* storage, unsigned size);
+    template <unsigned Size>
+    explicit TextBuilder(char (&storage)[Size]) : TextBuilder(storage, Size) {}
+    TextBuilder(const TextBuilder&) = delete;
+    TextBuilder& operator=(const TextBuilder&) = delete;
+
+    // A text of our own. Null appends nothing.
+    TextBuilder& text(const char* text);
+    // A name that comes from outside (file, symbol, type): control characters become '?', so that a line stays one
+    // line. At most `most` characters are taken; a longer name ends in "...".
+    TextBuilder& name(const char* name, unsigned most);
+    // Like name(), but a longer one loses its beginning: the end of a path tells more.
+    TextBuilder& tail_of_name(const char* name, unsigned most);
+    TextBuilder& character(char c);
+    // Upper-case hexadecimal, exactly `digits` of them (1 to 8), the lowest ones.
+    TextBuilder& hex(uint32_t value, int digits = 8);
+    // "0x" and as many digits as the value needs.
+    TextBuilder& short_hex(uint32_t value);
+    TextBuilder& decimal(uint32_t value);
+
+    const char* c_str() const { return storage_; }
+    unsigned length() const { return length_; }
+    // Characters that still fit.
+    unsigned room() const { return size_ - 1 - length_; }
+    // Whether something did not fit; what came after it may be there all the same.
+    bool overflowed() const { return overflowed_; }
+    // Drops everything after the first `length` characters and forgets an overflow: to take back a line that did not
+    // fit.
+    void cut_to(unsigned length);
+
+private:
+    char* storage_;
+    unsigned size_;
+    unsigned length_ = 0;
+    bool overflowed_ = false;
+};
+
+// Length of a NUL-terminated text, at most `most`.
+unsigned bounded_length(const char* text, unsigned most);
+
+} // namespace faultkit

@@ -1,0 +1,96 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "companions/faultkit/text_builder.h"
+
+namespace {
+
+using faultkit::TextBuilder;
+
+struct Storage {
+    char bytes[64];
+    TextBuilder text{bytes};
+};
+
+TEST(TextBuilder, Starts_empty_and_terminated) {
+    char storage[4] = {'x', 'x', 'x', 'x'};
+    const TextBuilder text(storage);
+    EXPECT_STREQ(text.c_str(), "");
+    EXPECT_EQ(text.room(), 3u);
+}
+
+TEST(TextBuilder, Joins_texts_and_characters_and_takes_null_for_nothing) {
+    Storage s;
+    s.text.text("ab").text(nullptr).character('c').text("");
+    EXPECT_STREQ(s.text.c_str(), "abc");
+    EXPECT_EQ(s.text.length(), 3u);
+}
+
+TEST(TextBuilder, Hexadecimal_has_exactly_the_digits_asked_for) {
+    Storage s;
+    s.text.hex(0xBEEF).character(' ').hex(0xBEEF, 4).character(' ').hex(0x12345, 2);
+    EXPECT_STREQ(s.text.c_str(), "0000BEEF BEEF 45");
+}
+
+TEST(TextBuilder, Short_hexadecimal_has_the_digits_that_the_value_needs) {
+    Storage s;
+    s.text.short_hex(0).character(' ').short_hex(0x1A).character(' ').short_hex(0xFFFFFFFF);
+    EXPECT_STREQ(s.text.c_str(), "0x0 0x1A 0xFFFFFFFF");
+}
+
+TEST(TextBuilder, Decimal_reaches_from_nothing_to_the_largest_value) {
+    Storage s;
+    s.text.decimal(0).character(' ').decimal(1000000).character(' ').decimal(0xFFFFFFFF);
+    EXPECT_STREQ(s.text.c_str(), "0 1000000 4294967295");
+}
+
+TEST(TextBuilder, Name_keeps_its_line_whole) {
+    Storage s;
+    s.text.name("a\nb\r\tc\x7F\xE4", 20);
+    EXPECT_STREQ(s.text.c_str(), "a?b??c?\xE4");
+}
+
+TEST(TextBuilder, Name_of_just_the_length_is_whole_and_a_longer_one_ends_in_dots) {
+    Storage s;
+    s.text.name("12345678", 8).character(' ').name("123456789", 8);
+    EXPECT_STREQ(s.text.c_str(), "12345678 12345...");
+}
+
+TEST(TextBuilder, Long_path_keeps_its_end) {
+    Storage s;
+    s.text.tail_of_name("c:\\source\\widget.cpp", 13).character(' ').tail_of_name("widget.cpp", 10);
+    EXPECT_STREQ(s.text.c_str(), "...widget.cpp widget.cpp");
+}
+
+TEST(TextBuilder, What_does_not_fit_is_dropped_and_remembered) {
+    char storage[5];
+    TextBuilder text(storage);
+    text.text("abcd");
+    EXPECT_FALSE(text.overflowed());
+    text.text("ef").decimal(7);
+    EXPECT_TRUE(text.overflowed());
+    EXPECT_STREQ(text.c_str(), "abcd");
+    EXPECT_EQ(text.room(), 0u);
+}
+
+TEST(TextBuilder, Cutting_takes_a_line_back) {
+    char storage[8];
+    TextBuilder text(storage);
+    text.text("one");
+    const unsigned mark = text.length();
+    text.text("\nthree");
+    ASSERT_TRUE(text.overflowed());
+    text.cut_to(mark);
+    EXPECT_FALSE(text.overflowed());
+    EXPECT_STREQ(text.c_str(), "one");
+}
+
+TEST(TextBuilder, Storage_of_one_byte_holds_the_empty_text) {
+    char storage[1] = {'x'};
+    TextBuilder text(storage);
+    text.character('a').hex(1);
+    EXPECT_STREQ(text.c_str(), "");
+}
+
+} // namespace
