@@ -1,0 +1,51 @@
+#include "companions/faultkit/fault_context.h"
+
+#include <stddef.h>
+
+#include "companions/faultkit/process_modules.h"
+
+extern "C" IMAGE_DOS_HEADER __ImageBase;
+
+namespace faultkit {
+
+void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, StepFault* fault) {
+    memory.forget();
+    modules.clear();
+    *fault = {};
+    EXCEPTION_POINTERS copied = {};
+    memory.read(reinterpret_cast<uint32_t>(pointers), &copied, sizeof copied);
+    has_record = copied.ExceptionRecord &&
+                 memory.read(reinterpret_cast<uint32_t>(copied.ExceptionRecord), &record, sizeof record);
+    // The extended registers at the end are missing where only the older part was saved.
+    context = CONTEXT();
+    const uint32_t at = reinterpret_cast<uint32_t>(copied.ContextRecord);
+    has_context = at && (memory.read(at, &context, sizeof context) ||
+                         memory.read(at, &context, offsetof(CONTEXT, ExtendedRegisters)));
+    has_context = has_context && (context.ContextFlags & CONTEXT_CONTROL) == CONTEXT_CONTROL;
+    guarded(fault, [&] {
+        list_process_modules(memory, &modules);
+        list_unloaded_modules(memory, &modules);
+        // This library is usually loaded after the fault, perhaps at the place of the very module that is missing.
+        modules.drop_newcomer(reinterpret_cast<uint32_t>(&__ImageBase));
+    });
+}
+
+Frame FaultContext::interrupted() const {
+    if (has_context)
+        return {context.Eip, context.Esp, context.Ebp, FrameOrigin::kInterrupted};
+    return {reinterpret_cast<uint32_t>(record.ExceptionAddress), 0, 0, FrameOrigin::kInterrupted};
+}
+
+uint32_t FaultContext::stack_end_for(uint32_t address) const {
+    const NT_TIB* thread = reinterpret_cast<const NT_TIB*>(NtCurrentTeb());
+    const uint32_t base = reinterpret_cast<uint32_t>(thread->StackBase);
+    if (address >= reinterpret_cast<uint32_t>(thread->StackLimit) && address < base)
+        return base;
+    // A fiber's stack, or another thread's: the end of the region.
+    MEMORY_BASIC_INFORMATION region;
+    if (!VirtualQuery(reinterpret_cast<void*>(address), &region, sizeof region) || region.State != MEM_COMMIT)
+        return address;
+    return reinterpret_cast<uint32_t>(region.BaseAddress) + static_cast<uint32_t>(region.RegionSize);
+}
+
+} // namespace faultkit

@@ -1,0 +1,40 @@
+// Running a step that may fault, and reading memory that may not be there.
+#pragma once
+
+#include <windows.h>
+#include <stdint.h>
+
+#include "companions/faultkit/memory.h"
+
+namespace faultkit {
+
+// A fault that a step of ours met.
+struct StepFault {
+    uint32_t code, address;
+};
+
+// Runs step(data). Returns false, with *fault filled in, when it raised an exception, which ends there. The step's
+// destructors don't run then, so a step holds nothing that needs one.
+bool run_guarded(void (*step)(void*), void* data, StepFault* fault);
+
+// The same for a lambda that captures by reference.
+template <class Step>
+bool guarded(StepFault* fault, Step step) {
+    return run_guarded([](void* data) { (*static_cast<Step*>(data))(); }, &step, fault);
+}
+
+// The memory of this process. A page that can't be read, or that the system guards (touching it would change the
+// stack's growth), counts as unreadable. One thread at a time.
+class ProcessMemory : public Memory {
+public:
+    bool read(uint32_t address, void* to, uint32_t size) override;
+    // What is known about pages is forgotten: before each new fault.
+    void forget() { begin_ = end_ = 0; }
+
+private:
+    bool is_readable(uint32_t address, uint32_t size);
+
+    uint32_t begin_ = 0, end_ = 0; // the region found readable last
+};
+
+} // namespace faultkit

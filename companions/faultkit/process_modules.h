@@ -1,0 +1,19 @@
+// The modules that are, and were, in the process.
+#pragma once
+
+#include "companions/faultkit/memory.h"
+#include "companions/faultkit/module_table.h"
+
+namespace faultkit {
+
+// Fills the table from the address space itself: the loader's own list lies in the heap that may be broken, and behind
+// a lock that another thread may hold for ever. No heap, no lock.
+void list_process_modules(Memory& memory, ModuleTable* modules);
+
+// Adds what the loader remembers of modules that are gone; nothing on systems that keep no such record.
+void list_unloaded_modules(Memory& memory, ModuleTable* modules);
+
+// What is at an address, in words ("free memory", "read-only memory of host.exe"...). Constant text.
+const char* describe_memory_at(uint32_t address);
+
+} // namespace faultkit

@@ -1,0 +1,19 @@
+// Doing what needs stack when the faulting thread has hardly any left.
+#pragma once
+
+namespace faultkit {
+
+enum class Outcome {
+    kDone,
+    kNoThread,  // the stack is short and no thread could be started
+    kAbandoned, // the thread did not end in time; it may still use its data, now and later
+};
+
+// Runs work(data) on the calling thread if its stack has room for the debugging library, otherwise on a thread of its
+// own with a bounded wait. `data` must be static. After an abandoned thread the library stays in memory for good.
+Outcome run_with_room(void (*work)(void*), void* data);
+
+// Whether a thread was abandoned before: what it uses can't be used any more.
+bool was_abandoned();
+
+} // namespace faultkit

@@ -1,0 +1,68 @@
+// What the debugging library knows about this process: names and lines of addresses, and steps down the stack where a
+// PDB describes the frames.
+#pragma once
+
+#include "companions/faultkit/debug_library.h"
+#include "companions/faultkit/frame_walker.h"
+#include "companions/faultkit/guarded.h"
+#include "companions/faultkit/module_table.h"
+#include "companions/faultkit/place_text.h"
+
+namespace faultkit {
+
+// One at a time in the process, in static storage. Every call into the library is guarded: after a fault in there it is
+// not entered again, fault() tells what happened, and every answer is "nothing known".
+class SymbolSession {
+public:
+    // Opens the library with a handle of our own, so that the host's use of it for the same process is not disturbed.
+    // Both references must outlive the session. Returns false when there is no library, or it fails.
+    bool open(ProcessMemory& memory, const ModuleTable& modules);
+    void close();
+
+    bool is_open() const { return state_ == kOpen; }
+    // The fault that the library met; code 0 when there was none.
+    const StepFault& fault() const { return fault_; }
+
+    // Names of the address, innermost inlined function first; the last one is the function whose code it is. Returns
+    // how many there are, 1 at least: with empty texts when nothing is known.
+    unsigned find_places(uint32_t address, SourcePlace* places, unsigned most);
+
+    // The caller of `frame` by the library's own walk. Only where a PDB of the module is at hand; it is not checked.
+    bool find_caller(const Frame& frame, Frame* caller);
+
+private:
+    enum State { kClosed, kOpen, kFailed };
+    enum ModuleState : uint8_t { kUntried, kNothing, kExports, kDebugInfo };
+
+    ModuleState load_module_of(uint32_t address);
+    void load_module(const Module& module, ModuleState* state);
+    void find_symbol(uint32_t address, bool exports_only, SourcePlace* place);
+    unsigned find_inlined(uint32_t address, SourcePlace* places, unsigned most);
+    void keep_symbol(SourcePlace* place, DWORD64 displacement);
+    void keep_line(SourcePlace* place);
+    void walk_one_step(const Frame& frame, Frame* caller, bool* found);
+    template <class Step>
+    bool attempt(Step step);
+
+    DebugLibrary library_;
+    ProcessMemory* memory_;
+    const ModuleTable* modules_;
+    HANDLE process_;
+    DWORD options_before_;
+    State state_;
+    StepFault fault_;
+    ModuleState module_states_[ModuleTable::kMostModules];
+
+    // Working storage, here instead of on a stack that may be nearly used up.
+    union {
+        SYMBOL_INFO info;
+        char storage[sizeof(SYMBOL_INFO) + sizeof(SourcePlace::function)];
+    } symbol_;
+    IMAGEHLP_LINE64 line_;
+    IMAGEHLP_MODULE64 module_info_;
+    STACKFRAME64 walk_frame_;
+    CONTEXT walk_context_;
+    char path_[2048];
+};
+
+} // namespace faultkit
