@@ -52,7 +52,7 @@ void breakpoint() {
 __attribute__((noinline)) int recurse(int depth) {
     volatile char frame[512];
     frame[0] = static_cast<char>(depth);
-    return recurse(depth + 1) + frame[0];
+    return depth < zero ? 0 : recurse(depth + 1) + frame[0];
 }
 
 void overflow_stack() {
