@@ -1,6 +1,5 @@
 #include "sysinfo/processor_info.h"
 
-#include <stdio.h>
 #include <string.h>
 
 using sysinfo::CpuidRegisters;
@@ -108,7 +107,7 @@ void CProcessorInfo::ReadExtendedFeatures(uint32_t bits) {
 
 void CProcessorInfo::ReadName() {
     const sysinfo::ProcessorName name = sysinfo::NameOf(m_vendor, m_signature);
-    snprintf(m_name, sizeof(m_name), "%s", name.text);
+    m_name = name.text;
     m_name_known = name.known;
 }
 
@@ -116,13 +115,12 @@ void CProcessorInfo::ReadSerialNumber(CpuidSource& cpuid, uint32_t signature) {
     CpuidRegisters leaf;
     if (!cpuid.read(3, 0, leaf))
         return;
-    const uint32_t words[] = {signature, leaf.edx, leaf.ecx};
     unsigned bytes[12];
+    const uint32_t words[] = {signature, leaf.edx, leaf.ecx};
     for (int i = 0; i < 12; ++i)
         bytes[i] = Bits(words[i / 4], 24 - i % 4 * 8, 8);
-    snprintf(m_serial_number, sizeof(m_serial_number), "%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x",
-             bytes[0], bytes[1], bytes[2], bytes[3], bytes[4], bytes[5], bytes[6], bytes[7], bytes[8], bytes[9],
-             bytes[10], bytes[11]);
+    m_serial_number.format("%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x", bytes[0], bytes[1], bytes[2],
+                           bytes[3], bytes[4], bytes[5], bytes[6], bytes[7], bytes[8], bytes[9], bytes[10], bytes[11]);
 }
 
 void CProcessorInfo::SetFeature(Feature feature, uint32_t bits, int bit) {
@@ -149,20 +147,17 @@ int CProcessorInfo::GetCacheSize(uint32_t level) const {
 }
 
 CStdString CProcessorInfo::GetText() const {
-    char stepping[16];
-    snprintf(stepping, sizeof(stepping), "%d", static_cast<int>(m_stepping));
-
     CStdString head;
     head.format("\nVendor: %s\nVendor ID: %s\nExtended Processor Name: %s\nProcesor Clock Frequecy: %d\n",
                 GetManufacturer(), m_vendor_id, GetExtendedName(), m_clock);
     CStdString rest;
-    rest.format("Logical processors per physical: %d\nStepping code: %s\nMMX support: %s\nMMX+ support: %s\n"
+    rest.format("Logical processors per physical: %d\nStepping code: %d\nMMX support: %s\nMMX+ support: %s\n"
                 "SSE support: %s\nSSE2 support: %s\n3DNow suppor: %s\n3DNow+ suppor: %s\nAI64 support: %s\n"
                 "Hyperthreading support: %s\nL1 cache size: %d\nL2 cache size: %d\nL3 cache size: %d\n",
-                m_logical_processors, stepping, YesOrNo(HasFeature(kMmx)), YesOrNo(HasFeature(kMmxPlus)),
-                YesOrNo(HasFeature(kSse)), YesOrNo(HasFeature(kSse2)), YesOrNo(HasFeature(k3DNow)),
-                YesOrNo(HasFeature(k3DNowPlus)), YesOrNo(HasFeature(kIa64)), YesOrNo(HasFeature(kHyperThreading)),
-                m_caches.l1, m_caches.l2, m_caches.l3);
+                m_logical_processors, static_cast<int>(m_stepping), YesOrNo(HasFeature(kMmx)),
+                YesOrNo(HasFeature(kMmxPlus)), YesOrNo(HasFeature(kSse)), YesOrNo(HasFeature(kSse2)),
+                YesOrNo(HasFeature(k3DNow)), YesOrNo(HasFeature(k3DNowPlus)), YesOrNo(HasFeature(kIa64)),
+                YesOrNo(HasFeature(kHyperThreading)), m_caches.l1, m_caches.l2, m_caches.l3);
     head += rest;
     return head;
 }

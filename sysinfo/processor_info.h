@@ -64,8 +64,7 @@ public:
     uint32_t GetStepping() const { return m_stepping; }
     uint32_t GetExtendedFamily() const { return m_signature.extended_family; }
 
-    // Gives the name of the tables, which lives as long as this object, and returns 1, or 0 if it is only the text for
-    // an unknown processor.
+    // Gives the name of the tables and returns 1, or 0 if it is only the text for an unknown processor.
     int GetName(const char** name) const;
     // The processor's own brand string, at most 48 characters, leading blanks included; if it has none, the name.
     const char* GetExtendedName() const { return m_has_brand ? m_brand : m_name; }
@@ -83,7 +82,7 @@ public:
     int GetClock() const { return m_clock; }
     // Six groups of four hexadecimal digits: the signature, then the two words of the number, most significant first.
     // Empty without a serial number.
-    const char* GetSerialNumber() const { return m_serial_number; }
+    const char* GetSerialNumber() const { return m_serial_number.c_str(); }
 
     // The section of the report.
     CStdString GetText() const;
@@ -101,7 +100,7 @@ private:
     char m_vendor_id[13] = "";
     sysinfo::ProcessorSignature m_signature = {};
     uint32_t m_stepping = 0;
-    char m_name[96] = "";
+    const char* m_name = "";
     bool m_name_known = false;
     char m_brand[49] = "";
     bool m_has_brand = false;
@@ -110,5 +109,5 @@ private:
     int m_apic_id = -1;
     sysinfo::CacheSizes m_caches;
     int m_clock = 0;
-    char m_serial_number[30] = "";
+    CStdString m_serial_number;
 };

@@ -1,7 +1,6 @@
 #include "sysinfo/std_file_info.h"
 
 #include <new>
-#include <stdio.h>
 #include <string.h>
 
 CStdFileInfo::~CStdFileInfo() {
@@ -58,20 +57,19 @@ int CStdFileInfo::OpenModule(HMODULE module) {
 CStdString CStdFileInfo::GetStringValue(const char* key) {
     if (!m_block)
         return "Unknown";
-    snprintf(m_work_area, sizeof(m_work_area), "\\StringFileInfo\\%04x%04x\\%s", m_language, m_code_page, key);
-    m_work_area[sizeof(m_work_area) - 1] = '\0';
+    CStdString query;
+    query.format("\\StringFileInfo\\%04x%04x\\%s", m_language, m_code_page, key);
 
-    CStdString text;
+    constexpr size_t limit = 1024;
+    memset(m_work_area, 0, limit + 1);
     void* value = nullptr;
     UINT length = 0;
-    if (Query(m_work_area, &value, &length) && length != 0) {
+    if (Query(query.c_str(), &value, &length) && length != 0) {
         // The length counts characters of the resource, which may be more bytes here, so the terminator decides.
-        constexpr size_t limit = 1024;
-        const char* const begin = static_cast<const char*>(value);
-        const size_t room = m_block_size - static_cast<size_t>(begin - reinterpret_cast<const char*>(m_block));
-        text.assign(begin, static_cast<unsigned>(strnlen(begin, room < limit ? room : limit)));
+        const size_t room = m_block_size - static_cast<size_t>(static_cast<BYTE*>(value) - m_block);
+        strncpy(m_work_area, static_cast<const char*>(value), room < limit ? room : limit);
     }
-    return text;
+    return m_work_area;
 }
 
 bool CStdFileInfo::Query(const char* path, void** value, UINT* length) {

@@ -1,0 +1,103 @@
+// Runs the system information as the product has it and says on its standard output what came of it.
+#include <windows.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "sysinfo/instruction_guard.h"
+#include "sysinfo/machine_processor.h"
+#include "sysinfo/processor_info.h"
+#include "sysinfo/system_info_file.h"
+
+namespace {
+
+int write_file() {
+    CStdString path;
+    const bool written = WriteSystemInfoFile(path);
+    printf("%s %s\n", written ? "written" : "not written", path.c_str());
+    return 0;
+}
+
+// With a trap for every kind of floating-point error, as a host may set them before it faults.
+int write_file_with_float_traps() {
+    const unsigned short x87 = 0x0300;
+    const unsigned sse = 0;
+    asm volatile("fninit; fldcw %0; ldmxcsr %1" ::"m"(x87), "m"(sse));
+    return write_file();
+}
+
+// How far down the stack goes: the bytes below the caller that were painted and are so no longer.
+DWORD WINAPI measure_stack(void*) {
+    constexpr unsigned char paint = 0xA5;
+    constexpr int painted = 512 * 1024;
+    volatile unsigned char* const top = static_cast<unsigned char*>(__builtin_frame_address(0)) - 1024;
+    for (int i = 0; i < painted; ++i)
+        top[-i] = paint;
+    CStdString path;
+    WriteSystemInfoFile(path);
+    int depth = painted;
+    while (depth > 0 && top[-depth + 1] == paint)
+        --depth;
+    return static_cast<DWORD>(depth + 1024);
+}
+
+int stack() {
+    HANDLE thread = CreateThread(nullptr, 4 * 1024 * 1024, measure_stack, nullptr, 0, nullptr);
+    DWORD bytes = 0;
+    if (!thread || WaitForSingleObject(thread, 60000) != WAIT_OBJECT_0 || !GetExitCodeThread(thread, &bytes))
+        return 1;
+    CloseHandle(thread);
+    printf("deepest %lu\n", bytes);
+    return 0;
+}
+
+void illegal_instruction() {
+    asm volatile("ud2");
+}
+void access_violation() {
+    *reinterpret_cast<volatile int*>(4) = 0;
+}
+void privileged_instruction() {
+    asm volatile("hlt");
+}
+void harmless() {}
+
+int guard() {
+    printf("illegal instruction %d\n", sysinfo::RunsWithoutFault(illegal_instruction));
+    printf("access violation %d\n", sysinfo::RunsWithoutFault(access_violation));
+    printf("privileged instruction %d\n", sysinfo::RunsWithoutFault(privileged_instruction));
+    printf("harmless %d\n", sysinfo::RunsWithoutFault(harmless));
+    printf("SSE %d\n", sysinfo::SseRuns());
+    printf("time stamps %d\n", sysinfo::TimeStampCounterRuns());
+    return 0;
+}
+
+// The clock as measured, and the rate of the time-stamp counter over the time that all the measuring took.
+int clock() {
+    sysinfo::MachineClock machine;
+    const uint64_t start = machine.counter();
+    const uint64_t start_ticks = machine.time_stamp();
+    for (int i = 0; i < 5; ++i)
+        printf("measured %d\n", CProcessorInfo().GetClock());
+    const uint64_t steps = machine.counter() - start;
+    const uint64_t ticks = machine.time_stamp() - start_ticks;
+    printf("counted %d\n", static_cast<int>(static_cast<double>(ticks) * static_cast<double>(machine.frequency()) /
+                                            static_cast<double>(steps) / 1e6));
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const char* const task = argc > 1 ? argv[1] : "";
+    if (strcmp(task, "file") == 0)
+        return write_file();
+    if (strcmp(task, "file-with-float-traps") == 0)
+        return write_file_with_float_traps();
+    if (strcmp(task, "stack") == 0)
+        return stack();
+    if (strcmp(task, "guard") == 0)
+        return guard();
+    if (strcmp(task, "clock") == 0)
+        return clock();
+    return 2;
+}

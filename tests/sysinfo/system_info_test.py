@@ -1,0 +1,198 @@
+"""The system-information file as the product writes it, with the facts of the machine and of a Wine prefix to spoil."""
+
+import re
+import shutil
+
+from support import Case, main
+
+HOST = "system_info_host.exe"
+VERSION_KEY = r"HKEY_CURRENT_USER\Software\Wine"
+ENVIRONMENT_KEY = r"HKEY_CURRENT_USER\Environment"
+PRINTERS_KEY = r"HKEY_LOCAL_MACHINE\System\CurrentControlSet\Control\Print\Printers"
+DEFAULT_PRINTER_KEY = r"HKEY_CURRENT_USER\Software\Microsoft\Windows NT\CurrentVersion\Windows"
+APP_PATHS_KEY = r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\App Paths\Lumivale.exe"
+
+WHOLE_TEXT = re.compile(
+    rb"\nWindows Version:\n(?P<windows>[^\n]*\n?)"
+    rb"\nModule Info:\nCompany: (?P<company>[^\n]*)\nProduct Name: (?P<product>[^\n]*)\n"
+    rb"Product Version: (?P<version>[^\n]*)\n"
+    rb"\nCPU Info:\nVendor: (?P<vendor>[^\n]*)\nVendor ID: (?P<vendor_id>[^\n]*)\n"
+    rb"Extended Processor Name: (?P<processor>[^\n]*)\nProcesor Clock Frequecy: (?P<clock>\d+)\n"
+    rb"Logical processors per physical: -?\d+\nStepping code: (?P<stepping>\d+)\nMMX support: (?P<mmx>yes|no)\n"
+    rb"MMX\+ support: (?:yes|no)\nSSE support: (?P<sse>yes|no)\nSSE2 support: (?P<sse2>yes|no)\n"
+    rb"3DNow suppor: (?P<threednow>yes|no)\n3DNow\+ suppor: (?:yes|no)\nAI64 support: (?:yes|no)\n"
+    rb"Hyperthreading support: (?:yes|no)\nL1 cache size: (?P<l1>-?\d+)\nL2 cache size: (?P<l2>-?\d+)\n"
+    rb"L3 cache size: (?P<l3>-?\d+)\n"
+    rb"\nMonitor info:\nColor depth: (?P<depth>\d+) Bits per pixel\.\r\nPixel Width: (?P<width>\d+)\r\n"
+    rb"Pixel Height: (?P<height>\d+)\r\nRefresh frequency: (?P<frequency>\d+) Hz\n"
+    rb"\n(?P<browser>Internet Explorer Version: \d+\.\d+\nBuild Number: \d+)\n"
+    rb"\nPrinters list: \n(?P<printers>(?:[^\n]+\n)*)\nDefault printer: \n(?P<default_printer>[^\n]*)\n"
+    rb"\n(?P<host>Cannot extract version number of Lumivale|Lumivale module info:\n.*)",
+    re.DOTALL)
+
+# What Wine says it is, under names of its own, and how the report calls it.
+WINDOWS_VERSIONS = {
+    "win95": b"Microsoft Windows 95 ",
+    "win98": b"Microsoft Windows 98 SE ",
+    "winme": b"Microsoft Windows Millennium Edition ",
+    "nt351": b"Microsoft Windows NT Professional version 3.51 Service Pack 5 (Build 1057)\n",
+    "nt40": b"Microsoft Windows NT Professional version 4.0 Service Pack 6a (Build 1381)\n",
+    "win2k": b"Microsoft Windows 2000 Professional Service Pack 4 (Build 2195)\n",
+    "winxp": b"Microsoft Windows XP Professional Service Pack 3 (Build 2600)\n",
+    "win2003": b"Microsoft Windows .NET Server Service Pack 2 (Build 3790)\n",
+    "vista": b"Professional Service Pack 2 (Build 6002)\n",
+    "win2008": b"Server Service Pack 2 (Build 6002)\n",
+}
+
+
+def cpu_facts():
+    """What this system says of its first processor."""
+    with open("/proc/cpuinfo", encoding="utf-8") as file:
+        pairs = (line.partition(":") for line in file.read().split("\n\n")[0].splitlines())
+        return {name.strip(): value.strip() for name, _, value in pairs}
+
+
+class InThisMachine(Case):
+    """Tests that change nothing, in the prefix that all share."""
+
+    def host(self, *args):
+        return self.wine().run(self.product(HOST), *args, check=True).text
+
+    def test_a_fault_behind_the_guard_is_an_answer(self):
+        self.assertEqual(self.host("guard").splitlines(),
+                         ["illegal instruction 0", "access violation 0", "privileged instruction 0", "harmless 1",
+                          "SSE 1", "time stamps 1"])
+
+    def test_the_clock_agrees_with_the_time_stamp_counter(self):
+        lines = [line.split() for line in self.host("clock").splitlines()]
+        measured = sorted(int(value) for name, value in lines if name == "measured")
+        counted = next(int(value) for name, value in lines if name == "counted")
+        self.assertEqual(len(measured), 5)
+        self.assertAlmostEqual(measured[2], counted, delta=counted * 0.02)
+
+    def test_the_text_needs_little_stack(self):
+        # After a stack overflow, about 16 KB are left.
+        name, depth = self.host("stack").split()
+        self.assertEqual(name, "deepest")
+        self.assertLess(int(depth), 10_000)
+
+
+class TheFile(Case):
+    def setUp(self):
+        self.prefix = self.fresh_prefix()
+        self.windows = self.wine(self.desktop(width=1152, height=864), self.prefix)
+        self.folder = self.prefix.drive_c / "host"
+        self.folder.mkdir()
+        self.exe = shutil.copy(self.product(HOST), self.folder / "host.exe")
+
+    def write(self, task="file"):
+        """Runs the host; returns whether it wrote the file, the path it gives, and the text with plain newlines."""
+        said = self.windows.run(self.exe, task, check=True).text
+        match = re.fullmatch(r"(written|not written) (.*)\n", said)
+        self.assertTrue(match, said)
+        path = self.prefix.to_unix(match[2]) if ":" in match[2] else None
+        written = match[1] == "written"
+        # Text mode puts a CR before every LF, and so a second one into the display's own line ends.
+        text = path.read_bytes().replace(b"\r\n", b"\n") if written else None
+        return written, match[2], text
+
+    def facts(self):
+        written, _, text = self.write()
+        self.assertTrue(written)
+        match = WHOLE_TEXT.fullmatch(text)
+        self.assertTrue(match, text.decode("cp1252"))
+        return match
+
+    def print_system(self, names):
+        self.windows.import_registry("".join(
+            f'[{PRINTERS_KEY}\\{name}]\n"Name"="{name}"\n"Port"="LPT1:"\n"Printer Driver"="none"\n'
+            f'"Attributes"=dword:00000040\n\n' for name in names))
+
+    def test_tells_of_this_machine_what_is_so(self):
+        facts, cpu = self.facts(), cpu_facts()
+        self.assertEqual(facts["vendor_id"].decode(), cpu["vendor_id"])
+        self.assertEqual(facts["processor"].decode().strip(), cpu["model name"])
+        self.assertEqual(int(facts["stepping"]), int(cpu["stepping"]) & 15)
+        flags = cpu["flags"].split()
+        for group, flag in {"mmx": "mmx", "sse": "sse", "sse2": "sse2", "threednow": "3dnow"}.items():
+            self.assertEqual(facts[group] == b"yes", flag in flags, flag)
+        self.assertEqual((facts["width"], facts["height"], facts["depth"]), (b"1152", b"864", b"32"))
+        self.assertEqual((facts["company"], facts["product"], facts["version"]),
+                         (b"Example Hosts", b"System information host", b"3.1.0.12"))
+        self.assertEqual(facts["host"], b"Cannot extract version number of Lumivale")
+
+    def test_ends_its_lines_in_CR_LF(self):
+        _, path, _ = self.write()
+        content = self.prefix.to_unix(path).read_bytes()
+        self.assertEqual(content.count(b"\n"), content.count(b"\r\n"))
+        self.assertEqual(content.count(b"\r\r\n"), 3, "the display's three line ends")
+        self.assertTrue(content.startswith(b"\r\nWindows Version:\r\n"))
+
+    def test_names_the_Windows_version(self):
+        for name, expected in WINDOWS_VERSIONS.items():
+            with self.subTest(name):
+                self.windows.set_registry(VERSION_KEY, "Version", name)
+                self.assertEqual(self.facts()["windows"], expected)
+
+    def test_is_in_the_temporary_directory_with_one_backslash(self):
+        (self.prefix.drive_c / "temporary files").mkdir()
+        for directory in ("C:\\temporary files", "C:\\temporary files\\", "C:\\temporary files\\\\\\"):
+            self.windows.set_registry(ENVIRONMENT_KEY, "TMP", directory)
+            self.assertEqual(self.write()[:2], (True, "C:\\temporary files\\system_info.txt"))
+        self.windows.set_registry(ENVIRONMENT_KEY, "TMP", "C:\\")
+        self.assertEqual(self.write()[:2], (True, "C:\\system_info.txt"))
+
+    def test_overwrites_what_was_there(self):
+        file = self.prefix.temp_dir / "system_info.txt"
+        file.write_bytes(b"#" * 100_000)
+        self.assertNotIn(b"#", self.facts()[0])
+
+    def test_that_cannot_be_written_has_its_path_all_the_same(self):
+        self.windows.set_registry(ENVIRONMENT_KEY, "TMP", "C:\\no such directory")
+        self.assertEqual(self.write(), (False, "C:\\no such directory\\system_info.txt", None))
+
+    def test_is_written_with_floating_point_traps_set(self):
+        written, _, text = self.write("file-with-float-traps")
+        self.assertTrue(written)
+        self.assertRegex(text, WHOLE_TEXT)
+
+    def test_lists_the_printers_on_NT_and_before(self):
+        self.print_system(["Zebra", "Alpha tray"])
+        self.windows.set_registry(DEFAULT_PRINTER_KEY, "device", "Alpha tray,winspool,LPT1:")
+        for version in ("winxp", "win98"):
+            self.windows.set_registry(VERSION_KEY, "Version", version)
+            facts = self.facts()
+            self.assertEqual(sorted(facts["printers"].splitlines()), [b"Alpha tray", b"Zebra"], version)
+            self.assertEqual(facts["default_printer"], b"Alpha tray", version)
+
+    def test_is_cut_at_its_end_with_very_many_printers(self):
+        self.print_system(f"Printer number {number:06}" for number in range(2000))
+        written, _, text = self.write()
+        self.assertTrue(written)
+        self.assertTrue(text.startswith(b"\nWindows Version:\n"))
+        self.assertRegex(text, rb"\nPrinter number \d+\n?\Z|\nP[a-z ]*\d*\Z")
+        self.assertNotIn(b"Default printer", text)
+        self.assertGreaterEqual(len(text), 32767 - 3)
+        self.assertLess(len(text), 32767 + 1024)
+
+    def test_finds_the_host_application_where_it_is_registered(self):
+        found = (b"Lumivale module info:\nCompany: Example Hosts\nProduct name:System information host\n"
+                 b"Version number: 3.1.0\nBuild number 12")
+        missing = b"Cannot extract version number of Lumivale"
+        installed = self.prefix.drive_c / "Programs" / "Lumivale.exe"
+        self.windows.set_registry(APP_PATHS_KEY, "", "C:\\Programs\\Lumivale.exe")
+        self.assertEqual(self.facts()["host"], missing)
+        installed.parent.mkdir()
+        shutil.copy(self.exe, installed)
+        self.assertEqual(self.facts()["host"], found)
+        installed.write_bytes(b"no program at all")
+        self.assertEqual(self.facts()["host"], b"Lumivale module info:\nCompany: Unknown\nProduct name:Unknown\n"
+                                               b"Version number: Unknown..\nBuild number ")
+        installed.unlink()
+        self.assertEqual(self.facts()["host"], missing)
+        shutil.copy(self.exe, self.folder / "Lumivale.exe")
+        self.assertEqual(self.facts()["host"], found)
+
+
+if __name__ == "__main__":
+    main()
