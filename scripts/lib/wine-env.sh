@@ -1,4 +1,4 @@
-# Finds the project's Wine and sets the environment to run it. Sourced; needs bash only, starts no process.
+# Finds the project's Wine and sets the environment to run it. Sourced.
 # Afterwards wine_program and wineserver_program are set, and WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES exported.
 # A caller's own WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES are kept.
 
@@ -61,4 +61,16 @@ wine_enter() {
         [ -f "$WINEPREFIX/system.reg" ] || wine_fail "the project's Wine prefix is missing: run scripts/setup first"
     fi
     export WINEPREFIX
+}
+
+# wine_match_display: Wine's desktop lives as long as anything runs in the prefix, and some seconds more. One that was
+# begun without a display never shows a window, so a program with a display lets it end first (or gives up waiting).
+wine_match_display() {
+    local mark=$WINEPREFIX/.without-display
+    if [ -z "${DISPLAY:-}" ]; then
+        [ -e "$mark" ] || : >"$mark"
+    elif [ -e "$mark" ]; then
+        timeout 20 "$wineserver_program" -w >/dev/null 2>&1 </dev/null || :
+        rm -f "$mark"
+    fi
 }

@@ -8,7 +8,6 @@ import faulthandler
 import functools
 import os
 import pathlib
-import re
 import shutil
 import signal
 import sys
@@ -41,13 +40,13 @@ class Case(unittest.TestCase):
         super().__init__(method)
         if hasattr(self, method):
             setattr(self, method, self._guarded(getattr(self, method)))
-        self._desktops = []
+        self._desktops, self._prefixes = [], {}
 
     @functools.cached_property
     def artifacts(self):
         """An empty folder for what this test leaves to be looked at."""
-        name = re.sub(r"[^\w.-]", "_", self.id().removeprefix("__main__."))
-        folder = REPO / "build" / "test-artifacts" / pathlib.Path(sys.argv[0]).stem / name
+        file = pathlib.Path(sys.modules[type(self).__module__].__file__).stem
+        folder = REPO / "build" / "test-artifacts" / file / f"{type(self).__name__}.{self._testMethodName}"
         shutil.rmtree(folder, ignore_errors=True)
         folder.mkdir(parents=True)
         return folder
@@ -69,7 +68,10 @@ class Case(unittest.TestCase):
         return self.enterContext(fresh_prefix())
 
     def wine(self, desktop=None, prefix=None, locale=None):
-        """A Wine whose programs are ended with the test."""
+        """A Wine whose programs are ended with the test. With a desktop, and no prefix named, it has a fresh one:
+        other tests' programs without a display would take its windows away (see Wine)."""
+        if desktop and not prefix:
+            prefix = self._prefixes.get(desktop) or self._prefixes.setdefault(desktop, self.fresh_prefix())
         wine = Wine(desktop, prefix, locale)
         start = wine.start
 

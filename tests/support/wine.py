@@ -1,9 +1,9 @@
 """Runs Windows programs for a test, each under a watchdog."""
 
+import contextlib
 import dataclasses
 import itertools
 import os
-import pathlib
 import re
 import signal
 import subprocess
@@ -42,7 +42,8 @@ class Result:
 class Wine:
     """Runs programs in one prefix, on one desktop (or none), under one locale.
 
-    prefix: the project's shared one if None. locale: such as "ru_RU.UTF-8" for ANSI code page 1251; C.UTF-8 (code
+    prefix: the project's shared one if None. While any program without a display runs in a prefix, those with one show
+    no windows: have a prefix of its own for a desktop. locale: such as "ru_RU.UTF-8" for ANSI code page 1251; C.UTF-8 (code
     page 1252) if None.
     """
 
@@ -127,11 +128,9 @@ class WineProcess:
         self._lock = threading.Lock()
         mark = ("WENDAX_TEST_PROCESS", f"{os.getpid()}.{next(_count)}")
         self._mark = "=".join(mark).encode()
-        self._stdout, self._stderr = tempfile.TemporaryFile(), tempfile.TemporaryFile()
-        # Files, and opened anew to append: a pipe would be held open by children, a shared offset moved by reading.
-        with open(_path_of(self._stdout), "ab") as stdout, open(_path_of(self._stderr), "ab") as stderr:
-            self._process = spawn([REPO / "scripts" / "wine", *argv], cwd=cwd, env={**env, mark[0]: mark[1]},
-                                  stdin=stdin, stdout=stdout, stderr=stderr)
+        self._stdout, self._stderr = _Capture(), _Capture()
+        self._process = spawn([REPO / "scripts" / "wine", *argv], cwd=cwd, env={**env, mark[0]: mark[1]},
+                              stdin=stdin, stdout=self._stdout.file, stderr=self._stderr.file)
         self.stdin = self._process.stdin
         self._watchdog = threading.Timer(limit, self._expire)
         self._watchdog.daemon = True
@@ -177,6 +176,8 @@ class WineProcess:
         with self._lock:
             self._end_family()
         self._process.wait()
+        self._stdout.close()
+        self._stderr.close()
 
     def result(self):
         """The Result of a program that has ended."""
@@ -185,11 +186,11 @@ class WineProcess:
     @property
     def stdout(self):
         """What it has written to its standard output by now."""
-        return _contents(self._stdout)
+        return self._stdout.read()
 
     @property
     def stderr(self):
-        return _contents(self._stderr)
+        return self._stderr.read()
 
     def output(self):
         """What it has written by now to both, as text for a message."""
@@ -212,11 +213,15 @@ class WineProcess:
 
     def _end_family(self):
         signal_group(self._process, signal.SIGKILL)
-        for pid in self.family():
-            try:
+        # Again, until none is left: a program may have started another one meanwhile, and dying takes its time.
+        wait_until(lambda: not self._kill_family(), f"the end of {self.name} and its children", seen=self.family)
+
+    def _kill_family(self):
+        family = self.family()
+        for pid in family:
+            with contextlib.suppress(ProcessLookupError):
                 os.kill(pid, signal.SIGKILL)
-            except ProcessLookupError:
-                pass
+        return family
 
     def _stacks(self):
         """Where the threads of the prefix's programs stand, Wine's own programs left out."""
@@ -231,12 +236,22 @@ class WineProcess:
         return "".join(wanted) or "(no stacks: the debugger saw no program)"
 
 
-def _path_of(file):
-    return pathlib.Path(f"/proc/self/fd/{file.fileno()}")
+class _Capture:
+    """What a program writes. A file, because children may hold a pipe open for ever."""
 
+    def __init__(self):
+        self.file = tempfile.TemporaryFile(buffering=0)
+        self._kept = None
 
-def _contents(file):
-    return os.pread(file.fileno(), os.fstat(file.fileno()).st_size, 0)
+    def read(self):
+        if self._kept is not None:
+            return self._kept
+        # At a place of its own: the offset is shared with the program that writes.
+        return os.pread(self.file.fileno(), os.fstat(self.file.fileno()).st_size, 0)
+
+    def close(self):
+        self._kept = self.read()
+        self.file.close()
 
 
 def _text(written):

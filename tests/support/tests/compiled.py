@@ -1,11 +1,13 @@
 """Compiles the small Windows programs of these tests, once per run."""
 
+import atexit
 import functools
 import pathlib
 import subprocess
 import tempfile
 
 _folder = tempfile.TemporaryDirectory()
+atexit.register(_folder.cleanup)
 
 
 @functools.cache

@@ -39,6 +39,20 @@ class Wine_run(Case):
             self.assertTrue(written.exists())
 
 
+class Wine_on_a_desktop(Case):
+    def test_shows_windows_right_after_a_program_without_a_display(self):
+        prefix, desktop = self.fresh_prefix(), self.desktop()
+        self.assertEqual(self.wine(prefix=prefix).run(program("console"), "desktop").returncode, 0)
+        self.wine(desktop, prefix).start(program("window"), "A window")
+        desktop.wait_window("A window")
+
+    def test_has_a_prefix_of_its_own(self):
+        first, second = self.desktop(), self.desktop()
+        prefixes = [self.wine(desktop).prefix.path for desktop in (first, first, second)]
+        self.assertEqual(prefixes[0], prefixes[1])
+        self.assertEqual(len({*prefixes, project_prefix().path}), 3)
+
+
 class Watchdog(Case):
     def test_ends_a_program_with_its_children_and_says_where_it_hung(self):
         process = self.wine().start(program("console"), "hang-with-child", limit=4)

@@ -39,6 +39,9 @@ int main(int argc, char** argv) {
         printf("%s\n", text);
         return 0;
     }
+    if (strcmp(command, "desktop") == 0) {
+        return GetDesktopWindow() == NULL;
+    }
     if (strncmp(command, "hang", 4) == 0) {
         if (strcmp(command, "hang-with-child") == 0) { /* the child in a console, and so in a session, of its own */
             Start(argv[0], "hang", CREATE_NEW_CONSOLE);
