@@ -22,7 +22,7 @@ set(CMAKE_CXX_FLAGS_DEBUG "-O0")
 
 # The compiler driver would bring a C runtime of its own, so the linker is called directly.
 set(link_flags
-  "/nologo /nodefaultlib /safeseh /debug /pdbaltpath:%_PDB% /Brepro /opt:ref /opt:icf /incremental:no")
+  "/nologo /machine:x86 /nodefaultlib /safeseh /debug /pdbaltpath:%_PDB% /Brepro /opt:ref /opt:icf /incremental:no")
 foreach(language C CXX)
   set(CMAKE_${language}_CREATE_SHARED_LIBRARY
     "lld-link-19 ${link_flags} /dll /entry:_DllMainCRTStartup@12 <LINK_FLAGS> <OBJECTS> /out:<TARGET> /implib:<TARGET_IMPLIB> <LINK_LIBRARIES>")
@@ -74,18 +74,19 @@ endfunction()
 function(wendax_resources target script)
   cmake_parse_arguments(ARG "" "" "FILES" ${ARGN})
   get_filename_component(stem ${script} NAME_WE)
+  get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR}/${script} DIRECTORY)
   set(compiled ${CMAKE_CURRENT_BINARY_DIR}/${stem}.res)
   set(preprocessed ${CMAKE_CURRENT_BINARY_DIR}/${stem}.i)
   add_custom_command(
     OUTPUT ${compiled}
-    COMMAND clang-19 --target=i686-pc-windows-msvc -E -P -xc -DRC_INVOKED -nostdlibinc
+    COMMAND clang-19 --target=i686-pc-windows-msvc -E -xc -DRC_INVOKED -nostdlibinc
       -isystem /usr/i686-w64-mingw32/include -fgnuc-version=12.2 -D_X86_=1
       -DWENDAX_VERSION_MAJOR=${PROJECT_VERSION_MAJOR} -DWENDAX_VERSION_MINOR=${PROJECT_VERSION_MINOR}
       -DWENDAX_VERSION_PATCH=${PROJECT_VERSION_PATCH}
       "-DWENDAX_VERSION_TEXT=\"${PROJECT_VERSION_MAJOR}, ${PROJECT_VERSION_MINOR}, ${PROJECT_VERSION_PATCH}, 0\""
       -I${PROJECT_SOURCE_DIR}
       ${CMAKE_CURRENT_SOURCE_DIR}/${script} -o ${preprocessed}
-    COMMAND llvm-rc-19 /no-preprocess /C 65001 /I ${CMAKE_CURRENT_SOURCE_DIR} /FO ${compiled} ${preprocessed}
+    COMMAND llvm-rc-19 /no-preprocess /C 65001 /I ${folder} /FO ${compiled} ${preprocessed}
     DEPENDS ${script} ${ARG_FILES}
     VERBATIM)
   target_sources(${target} PRIVATE ${compiled})

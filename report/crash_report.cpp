@@ -58,10 +58,11 @@ void CCrashReport::GenerateEmail(int context, const char* product, const char* s
 }
 
 void CCrashReport::AttachScreenCopy() {
-    const CStdString path = capture::write_screenshot();
+    const CStdString path = screenshot_path();
+    write_screenshot(path);
     AddAttachment(path.c_str());
 }
 
 HBITMAP CCrashReport::CopyScreenToBitmap(RECT* rect) {
-    return capture::copy_screen_to_bitmap(rect);
+    return copy_screen_to_bitmap(rect);
 }

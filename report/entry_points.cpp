@@ -9,7 +9,7 @@
 
 namespace {
 
-char attachment_path[1024];
+char attachment_path[1024 + 1]; // the last byte stays NUL, so that a path without terminator ends
 int screen_copy_flag;
 
 bool attachment_exists() {
@@ -53,7 +53,7 @@ extern "C" void __cdecl OpenCrushReport(const char* marker) {
 
 extern "C" char* __cdecl SetAttachment(const char* path) {
     // Kept: a path of 1024 bytes or more has no terminator.
-    return strncpy(attachment_path, path ? path : "", sizeof(attachment_path));
+    return strncpy(attachment_path, path ? path : "", sizeof(attachment_path) - 1);
 }
 
 extern "C" int __cdecl SetCreateScreenCopy(int flag) {
