@@ -1,0 +1,156 @@
+"""The message that the e-mail report leaves, read by a mail parser."""
+
+import datetime
+import os
+import random
+import re
+
+from support import report_dialog, runner
+from support.host import Host
+
+BOUNDARY = "----=_NextPart_000_023D_01C25DB8.8402B210"
+
+
+class Class(runner.Case):
+    """Messages made by a host that drives the report class itself."""
+
+    def message(self, *args, files=(), **options):
+        host = Host(self, "report_host.exe", **options)
+        paths = []
+        for name, content in files:
+            path = host.folder / name
+            path.write_bytes(content)
+            paths.append(host.prefix.to_windows(path))
+        done = host.run(*args, *paths)
+        self.assertIn("end", done.text)
+        self.host = host
+        return host.wait_messages(1)[0]
+
+    def test_attachments_come_back_byte_for_byte(self):
+        data = random.Random(7)
+        files = [(f"size {size}.bin", data.randbytes(size))
+                 for size in (0, 1, 2, 3, 53, 54, 55, 72, 4096, 10 * 1024 * 1024)]
+        message = self.message("0", "-", "-", "-", files=files)
+        self.assertEqual([name for name, _ in message.attachments], [name for name, _ in files])
+        for (name, sent), (_, received) in zip(files, message.attachments):
+            self.assertEqual(received, sent, name)
+
+    def test_headers_are_those_of_an_unsent_draft(self):
+        before = datetime.datetime.now()
+        message = self.message("0", "-", "-", "-")
+        after = datetime.datetime.now()
+        text = message.raw.decode("latin-1")
+        head, _, rest = text.partition("\r\n\r\n")
+        lines = head.split("\r\n")
+        self.assertEqual(lines[0], 'To: "support@wendax.invalid" ')
+        self.assertEqual(lines[1:4], ["Reply-To: ", "From: ", "Subject: Corrowfinder Error Report [Main]"])
+        dates = {f"{moment:Date: %A, %d, %y %S:%M:%H +0000}" for moment in
+                 (before + datetime.timedelta(seconds=n) for n in range(int((after - before).total_seconds()) + 2))}
+        self.assertIn(lines[4], dates)
+        self.assertEqual(lines[5:], [
+            "MIME-Version: 1.0", "Content-Type: multipart/mixed;", f'\tboundary="{BOUNDARY}"', "X-Priority: 3",
+            "X-MSMail-Priority: Normal", "X-Unsent: 1", "X-MimeOLE: Produced By Microsoft MimeOLE V6.00.2600.0000"])
+        self.assertTrue(rest.startswith(f"This is a multi-part message in MIME format.\r\n\r\n--{BOUNDARY}\r\n"
+                                        'Content-Type: text/plain;\r\n\tcharset="windows-1251"\r\n'
+                                        "Content-Transfer-Encoding: 7bit\r\n\r\n"))
+        self.assertTrue(text.endswith(f"\r\n\r\n--{BOUNDARY}\r\n"))
+        self.assertNotIn(f"--{BOUNDARY}--", text)
+
+    def test_main_body_holds_every_piece(self):
+        body = self.message("0", "-", "-", "-").body
+        self.assertTrue(body.startswith(b"Corrowfinder has performed an illegal operation.\nYou can help"))
+        self.assertIn(b"faster.\n\nPlease note, that Corrowfinder has created a screenshot", body)
+        self.assertIn(b"\n\nThank you,\xEE\nTorvex Support\n\nPS:\nWindows Version:\n", body)
+        captions = [b"\nWindows Version:\n", b"\nModule Info:", b"\nCPU Info:", b"\nMonitor info:\n",
+                    b"\nPrinters list: \n", b"\nDefault printer: \n"]
+        places = [body.index(caption) for caption in captions]
+        self.assertEqual(places, sorted(places))
+        self.assertTrue(body.rstrip(b"\r\n").endswith(b"Debug info is not accessible."))
+
+    def test_derived_class_is_called_through_the_slot(self):
+        self.message("0", "-", "-", "-")
+        self.assertIn("context 0", self.host.run("0", "-", "-", "-").text)
+
+    def test_host_words_take_the_place_of_the_defaults(self):
+        message = self.message("0", "My Program", "fell over", "help@example.com")
+        self.assertEqual(message.subject, "My Program fell over")
+        self.assertIn(b'To: "help@example.com" \r\n', message.raw)
+        self.assertTrue(message.body.startswith(b"My Program has performed"))
+
+    def test_empty_words_are_no_defaults(self):
+        message = self.message("0", "", "", "")
+        self.assertIn(b'To: "" \r\n', message.raw)
+        self.assertIn(b"\r\nSubject:  \r\n", message.raw)
+
+    def test_contexts_have_their_subjects(self):
+        for context, subject in ((1, "Corrowfinder Error Report [Progress]"), (6, "Corrowfinder Error report [Watch]"),
+                                 (7, "Corrowfinder Error report [Unknown]"), (-1, "Corrowfinder Error report [Unknown]")):
+            with self.subTest(context):
+                self.assertEqual(self.message(context, "P", "S", "-").subject, subject)
+
+    def test_message_lies_in_the_temporary_folder_under_a_name_of_its_own(self):
+        message = self.message("0", "-", "-", "-")
+        self.assertRegex(message.path.name, r"^ema[0-9A-Fa-f]+\.eml$")
+        self.assertEqual(message.path.parent, self.host.temp)
+        self.assertEqual(list(self.host.temp.glob("ema*.tmp")), [])
+        self.assertEqual([show for show, _ in self.host.opened()], [5])
+
+
+class Road(runner.Case):
+    """Messages made by OpenCrushReport after a fault."""
+
+    def report(self, *args, prepare=None, **options):
+        desktop = self.desktop()
+        self.host = Host(self, "fault_host.exe", helper="full", desktop=desktop, **options)
+        if prepare:
+            args = (*args[:-1], *prepare(self.host), args[-1])
+        process = self.host.start(*args)
+        report_dialog.press(desktop, "Open Error Report")
+        message = self.host.wait_messages(1)[0]
+        process.wait_family()
+        return message
+
+    def test_text_that_is_not_the_marker_gives_no_fault_details(self):
+        for args in (["--null"], ["--text", "SEHWendaxExceptionGenerate"], ["--text", "SEHWendaxExceptionGenerated!"],
+                     ["--text", ""]):
+            with self.subTest(args):
+                body = self.report(*args, "write").body
+                self.assertIn(b"Debug info is not accessible.\n", body)
+                self.assertNotIn(b"Crush Expantion", body)
+
+    def test_marker_without_a_fault_gives_no_fault_details(self):
+        body = self.report("--text", "SEHWendaxExceptionGenerated", "none").body
+        self.assertIn(b"Debug info is not accessible.\n", body)
+
+    def attached(self, name, content):
+        def prepare(host):
+            path = host.folder / name
+            if content is not None:
+                path.write_bytes(content)
+            return ["--attach", host.prefix.to_windows(path)]
+
+        return [(os.path.basename(name), data) for name, data in self.report("write", prepare=prepare).attachments]
+
+    def test_attachment_that_exists_is_sent(self):
+        self.assertEqual(self.attached("notes.txt", b"what I did\r\n"), [("notes.txt", b"what I did\r\n")])
+
+    def test_attachment_that_is_missing_is_left_out(self):
+        self.assertEqual(self.attached("missing.txt", None), [])
+
+    def test_attachment_that_is_empty_is_sent_empty(self):
+        self.assertEqual(self.attached("empty.txt", b""), [("empty.txt", b"")])
+
+    def test_attachment_with_blanks_and_other_letters_is_sent(self):
+        desktop = self.desktop()
+        host = Host(self, "fault_host.exe", desktop=desktop, locale="ru_RU.UTF-8", folder="папка с отчётом")
+        (host.folder / "мой файл.txt").write_bytes(b"data")
+        process = host.start("--attach", host.prefix.to_windows(host.folder / "мой файл.txt"), "write")
+        report_dialog.press(desktop, "Open Error Report")
+        message = host.wait_messages(1)[0]
+        process.wait_family()
+        self.assertIn('filename="мой файл.txt"'.encode("cp1251"), message.raw)
+        self.assertIn(b"\r\n\r\nZGF0YQ==\r\n", message.raw)
+
+
+if __name__ == "__main__":
+    runner.main()

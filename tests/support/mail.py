@@ -1,0 +1,26 @@
+"""Reads a composed message as a mail program would."""
+
+import email
+import email.policy
+import re
+
+
+class Message:
+    """A parsed .eml file: subject, recipient, body bytes, and attachments as a list of (name, bytes)."""
+
+    def __init__(self, path):
+        self.path = path
+        self.raw = path.read_bytes()
+        self.parsed = email.message_from_bytes(self.raw, policy=email.policy.compat32)
+        parts = self.parsed.get_payload()
+        self.subject = self.parsed["Subject"]
+        self.recipient = self.parsed["To"]
+        self.body = parts[0].get_payload(decode=True)
+        # The message ends with an open boundary, behind which a parser sees an empty last part.
+        self.attachments = [(part.get_filename(), part.get_payload(decode=True)) for part in parts[1:]
+                            if part.get("Content-Disposition")]
+
+    def exception_code(self):
+        """The code that the recording helper wrote into the fault's description, or None."""
+        found = re.search(rb"reason code ([0-9A-F]{8})", self.body)
+        return int(found[1], 16) if found else None

@@ -1,0 +1,30 @@
+"""The report dialogs as a user meets them."""
+
+TITLE = "Software Error Report"
+
+# Places in dialog units: the middle of each button, and the size of the dialog.
+_EMAIL_SIZE = (300, 173)
+_UPLOAD_SIZE = (300, 177)
+_BUTTONS = {
+    "Open Error Report": (_EMAIL_SIZE, (258, 160)),
+    "Don't Open & Close": (_EMAIL_SIZE, (183, 160)),
+    "Upload Report": (_UPLOAD_SIZE, (258, 163)),
+    "Close": (_UPLOAD_SIZE, (183, 163)),
+}
+
+
+def wait(desktop, timeout=120):
+    """The dialog's window, when it has come to rest."""
+    return desktop.wait_window(TITLE, timeout)
+
+
+def press(desktop, button, window=None):
+    """Clicks one of the dialog's buttons with the pointer; returns the window."""
+    window = window or wait(desktop)
+    (width, height), (x, y) = _BUTTONS[button]
+    desktop.click_window(window, x * window.width // width, y * window.height // height)
+    return window
+
+
+def wait_closed(desktop, timeout=120):
+    desktop.wait_no_window(TITLE, timeout)

@@ -1,0 +1,31 @@
+#include <windows.h>
+#include <stdio.h>
+
+namespace {
+
+int runs;
+
+struct Global {
+    Global() { ++runs; }
+    ~Global() {
+        puts("dll global destroyed");
+        fflush(stdout);
+    }
+};
+Global global;
+
+char marker[] = "marker";
+
+} // namespace
+
+extern "C" void throw_marker(unsigned, EXCEPTION_POINTERS*) {
+    throw static_cast<char*>(marker);
+}
+
+extern "C" int initializer_runs() {
+    return runs;
+}
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
+    return TRUE;
+}
