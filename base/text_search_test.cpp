@@ -65,6 +65,8 @@ const FindCase find_cases[] = {
     {"across_a_nul", std::string("a\0b", 3), "b", 0, 2},
     {"pattern_with_a_nul", std::string("a\0b", 3), std::string("\0b", 2), 0, 1},
     {"high_bytes", "\x61\xFF\x80", "\xFF\x80", 0, 1},
+    {"high_bytes_in_a_long_text", "\x61\xFF\x61\x80 0123456789ab \xFF\x80 0123456789", "\xFF\x80", 0, 18},
+    {"nuls_in_a_long_text", std::string("a\0a\1 0123456789ab \0\1 0123456789", 31), std::string("\0\1", 2), 0, 18},
 };
 
 TEST(FindText, Finds_the_first_match_and_reads_nothing_outside) {

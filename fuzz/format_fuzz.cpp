@@ -24,8 +24,9 @@ std::size_t last_room(std::size_t format_length, std::size_t result_length) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 6)
         return 0;
-    const int width = data[0] << data[1] % 9; // mostly short, up to 65,280
-    const int precision = data[2] << data[3] % 9;
+    const auto mostly_short = [&](int i) { return data[i] * (data[i + 1] == 255 ? 257 : 1 + data[i + 1] % 16); };
+    const int width = mostly_short(0);
+    const int precision = mostly_short(2);
     const std::string rest(reinterpret_cast<const char*>(data) + 5, size - 5);
     const std::string argument = rest.substr(rest.size() / 2).c_str();
     std::string format = std::string(data[4] > 250 ? precision : 0, '=') + rest.substr(0, rest.size() / 2).c_str();
