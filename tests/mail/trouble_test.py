@@ -5,13 +5,16 @@ from support.host import Host
 
 
 class Trouble(runner.Case):
-    def report(self, *args, env=None, prepare=None, **options):
+    def report(self, *args, temp=None, prepare=None, **options):
         """A report that the user opens; gives the host's lines."""
         self.screen = self.desktop()
         self.host = Host(self, "fault_host.exe", helper="full", desktop=self.screen, **options)
         if prepare:
             prepare(self.host)
-        process = self.host.start(*args, "write", env=env)
+        if temp:
+            for name in ("TMP", "TEMP"):
+                self.host.wine.set_registry(r"HKEY_CURRENT_USER\Environment", name, temp)
+        process = self.host.start(*args, "write")
         report_dialog.press(self.screen, "Open Error Report")
         report_dialog.wait_closed(self.screen)
         process.wait_family()
@@ -26,22 +29,21 @@ class Trouble(runner.Case):
         self.assertEqual(len(self.host.messages_in_temp()), 1)
 
     def test_missing_temporary_folder_leaves_nothing(self):
-        self.assert_host_went_on(self.report(env={"TMP": "C:\\nowhere\\at all", "TEMP": "C:\\nowhere\\at all"}))
+        self.assert_host_went_on(self.report(temp="C:\\nowhere\\at all"))
         self.assertEqual(self.host.messages_in_temp(), [])
 
     def test_temporary_folder_that_is_a_file_leaves_nothing(self):
         def prepare(host):
             (host.prefix.drive_c / "file").write_bytes(b"kept")
 
-        self.assert_host_went_on(self.report(env={"TMP": "C:\\file", "TEMP": "C:\\file"}, prepare=prepare))
+        self.assert_host_went_on(self.report(temp="C:\\file", prepare=prepare))
         self.assertEqual((self.host.prefix.drive_c / "file").read_bytes(), b"kept")
 
     def test_temporary_folder_with_blanks_and_other_letters_is_used(self):
         def prepare(host):
             (host.prefix.drive_c / "временные файлы").mkdir()
 
-        folder = "C:\\временные файлы"
-        self.assert_host_went_on(self.report(env={"TMP": folder, "TEMP": folder}, prepare=prepare, locale="ru_RU.UTF-8"))
+        self.assert_host_went_on(self.report(temp="C:\\временные файлы", prepare=prepare, locale="ru_RU.UTF-8"))
         self.assertEqual(len(list((self.host.prefix.drive_c / "временные файлы").glob("ema*.eml"))), 1)
 
     def test_library_in_a_folder_with_blanks_and_other_letters_works(self):
