@@ -1,0 +1,94 @@
+#include "tests/upload/counted_calls.h"
+
+#include <windows.h>
+#include <wininet.h>
+
+namespace {
+
+HeldCounts held;
+
+HANDLE heap() {
+    static const HANDLE own = HeapCreate(0, 0, 0);
+    return own;
+}
+
+// The functions of the same names that are defined below take the place of the imported ones, so these ask for them.
+template <class Function>
+Function* real(const char* name) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(LoadLibraryA("wininet.dll"), name)));
+}
+
+HINTERNET counted(HINTERNET handle) {
+    held.handles += handle ? 1 : 0;
+    return handle;
+}
+
+HINTERNET WINAPI open_session(LPCSTR agent, DWORD type, LPCSTR proxy, LPCSTR bypass, DWORD flags) {
+    return counted(real<decltype(InternetOpenA)>("InternetOpenA")(agent, type, proxy, bypass, flags));
+}
+
+HINTERNET WINAPI open_connection(HINTERNET session, LPCSTR host, INTERNET_PORT port, LPCSTR user, LPCSTR password,
+                                 DWORD service, DWORD flags, DWORD_PTR context) {
+    return counted(real<decltype(InternetConnectA)>("InternetConnectA")(session, host, port, user, password, service,
+                                                                        flags, context));
+}
+
+HINTERNET WINAPI open_request(HINTERNET connection, LPCSTR verb, LPCSTR path, LPCSTR version, LPCSTR referrer,
+                              LPCSTR* accept, DWORD flags, DWORD_PTR context) {
+    return counted(real<decltype(HttpOpenRequestA)>("HttpOpenRequestA")(connection, verb, path, version, referrer,
+                                                                        accept, flags, context));
+}
+
+HINTERNET WINAPI open_url(HINTERNET session, LPCSTR url, LPCSTR headers, DWORD length, DWORD flags, DWORD_PTR context) {
+    return counted(real<decltype(InternetOpenUrlA)>("InternetOpenUrlA")(session, url, headers, length, flags, context));
+}
+
+// Counted even where the handle is gone: a connection takes its requests along.
+BOOL WINAPI close_handle(HINTERNET handle) {
+    --held.handles;
+    return real<decltype(InternetCloseHandle)>("InternetCloseHandle")(handle);
+}
+
+} // namespace
+
+HeldCounts held_counts() {
+    return held;
+}
+
+extern "C" {
+
+void* malloc(size_t size) {
+    void* const block = HeapAlloc(heap(), 0, size);
+    held.blocks += block ? 1 : 0;
+    return block;
+}
+
+void* calloc(size_t count, size_t size) {
+    void* const block = HeapAlloc(heap(), HEAP_ZERO_MEMORY, count * size);
+    held.blocks += block ? 1 : 0;
+    return block;
+}
+
+void* realloc(void* block, size_t size) {
+    return block ? HeapReAlloc(heap(), 0, block, size) : malloc(size);
+}
+
+void free(void* block) {
+    if (!block)
+        return;
+    HeapFree(heap(), 0, block);
+    --held.blocks;
+}
+
+// What the linker finds where a call goes through the import table.
+extern const void* const imported_open __asm__("__imp__InternetOpenA@20");
+const void* const imported_open = reinterpret_cast<const void*>(open_session);
+extern const void* const imported_connect __asm__("__imp__InternetConnectA@32");
+const void* const imported_connect = reinterpret_cast<const void*>(open_connection);
+extern const void* const imported_request __asm__("__imp__HttpOpenRequestA@32");
+const void* const imported_request = reinterpret_cast<const void*>(open_request);
+extern const void* const imported_url __asm__("__imp__InternetOpenUrlA@24");
+const void* const imported_url = reinterpret_cast<const void*>(open_url);
+extern const void* const imported_close __asm__("__imp__InternetCloseHandle@4");
+const void* const imported_close = reinterpret_cast<const void*>(close_handle);
+}

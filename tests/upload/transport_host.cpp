@@ -1,0 +1,106 @@
+// Drives the HTTP transport: one command a line on standard input, one answer a line on standard output.
+//
+//   new                     a fresh transport instead of the one before
+//   headers TEXT            SetHeaders
+//   post URL FILE           a POST of the file's bytes, with their number as its length
+//   text URL TEXT           a POST of the text, without a length
+//   get URL                 a GET
+//   nothing post|get        a request without a URL
+//   drop                    no transport from here on, until "new"
+//   held                    the blocks and WinINet handles that are held, and the handles of the whole process
+//
+// A request answers "answer HEX" or "null ERROR", and how long it took in milliseconds.
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "net/http_transport.h"
+#include "net/super_buffer.h"
+#include "tests/upload/counted_calls.h"
+
+namespace {
+
+CHttpTransport* transport;
+
+void show(const char* answer, DWORD start) {
+    const DWORD took = GetTickCount() - start;
+    if (!answer) {
+        printf("null %lu %lu\n", transport->LastError(), took);
+        return;
+    }
+    printf("answer ");
+    for (; *answer; ++answer)
+        printf("%02x", static_cast<unsigned char>(*answer));
+    printf(" %lu\n", took);
+}
+
+void post_file(const char* url, const char* path) {
+    CSuperBuffer body;
+    body.AppendFile(path);
+    const DWORD start = GetTickCount();
+    show(transport->Request(url, true, body.GetData(), body.GetLength()), start);
+}
+
+void show_held() {
+    DWORD handles = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &handles);
+    printf("held %d %d %lu\n", held_counts().blocks, held_counts().handles, handles);
+}
+
+// Cuts the first word off; the rest may be empty.
+char* rest_of(char* line) {
+    char* const blank = strchr(line, ' ');
+    if (!blank)
+        return line + strlen(line);
+    *blank = 0;
+    return blank + 1;
+}
+
+bool obey(char* line) {
+    char* const first = rest_of(line);
+    const bool two = strcmp(line, "post") == 0 || strcmp(line, "text") == 0;
+    char* const second = two ? rest_of(first) : nullptr;
+    const DWORD start = GetTickCount();
+    if (strcmp(line, "new") == 0) {
+        delete transport;
+        transport = new CHttpTransport;
+        puts("done");
+    } else if (strcmp(line, "headers") == 0) {
+        transport->SetHeaders(first);
+        puts("done");
+    } else if (strcmp(line, "post") == 0) {
+        post_file(first, second);
+    } else if (strcmp(line, "text") == 0) {
+        show(transport->Request(first, true, second), start);
+    } else if (strcmp(line, "get") == 0) {
+        show(transport->Request(first, false, nullptr), start);
+    } else if (strcmp(line, "nothing") == 0) {
+        show(transport->Request(nullptr, strcmp(first, "post") == 0, "body"), start);
+    } else if (strcmp(line, "drop") == 0) {
+        delete transport;
+        transport = nullptr;
+        puts("done");
+    } else if (strcmp(line, "held") == 0) {
+        show_held();
+    } else {
+        return false;
+    }
+    fflush(stdout);
+    return true;
+}
+
+} // namespace
+
+int main() {
+    transport = new CHttpTransport;
+    static char line[4096];
+    while (fgets(line, sizeof line, stdin)) {
+        line[strcspn(line, "\r\n")] = 0;
+        if (!obey(line)) {
+            fprintf(stderr, "unknown command: %s\n", line);
+            return 2;
+        }
+    }
+    delete transport;
+    return 0;
+}
