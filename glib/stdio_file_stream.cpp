@@ -15,6 +15,7 @@ VStdioFileStream::~VStdioFileStream() {
 unsigned VStdioFileStream::adopt(FILE* file) {
     m_file = file;
     m_last = Last::neither;
+    m_failed = false;
     return file != nullptr;
 }
 
@@ -61,6 +62,9 @@ unsigned VStdioFileStream::Seek(int64_t offset, int origin) {
     fpos_t target = static_cast<fpos_t>(base + static_cast<uint64_t>(offset));
     if (target < 0 || fsetpos(m_file, &target) != 0)
         return 0;
+    // A successful seek clears the end-of-data flag, which not every runtime does by itself; an error stays.
+    m_failed = HasError() != 0;
+    clearerr(m_file);
     m_last = Last::neither;
     return 1;
 }

@@ -19,8 +19,8 @@ public:
     // Beyond the end is a legal place for a position, before the start is not.
     unsigned Seek(int64_t offset, int origin) override;
     unsigned IsEndOfData() override;
-    unsigned IsEmpty() override; // 1 without a file, too
-    unsigned HasError() override;
+    unsigned IsEmpty() override;  // 1 without a file, too
+    unsigned HasError() override; // until the next open
     uint64_t Tell() override;
     unsigned SetPosition(uint64_t position) override;
     uint64_t Size() override; // flushes first, so that bytes just written count
@@ -54,4 +54,5 @@ private:
 
     FILE* m_file = nullptr;
     Last m_last = Last::neither;
+    bool m_failed = false; // before the last seek
 };

@@ -1,0 +1,189 @@
+#include "glib/raster.h"
+
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "glib/canvas.h"
+#include "glib/pixel_convert.h"
+
+namespace glib {
+
+inline bool operator==(const RGB32& a, const RGB32& b) {
+    return a.blue == b.blue && a.green == b.green && a.red == b.red && a.alpha == b.alpha;
+}
+inline void PrintTo(const RGB32& c, std::ostream* out) {
+    *out << "{" << int(c.blue) << "," << int(c.green) << "," << int(c.red) << "," << int(c.alpha) << "}";
+}
+
+namespace {
+
+TEST(RowLength, Rounds_up_to_whole_words) {
+    struct {
+        uint32_t bits, width;
+        uint64_t length;
+    } const cases[] = {{1, 1, 4},  {1, 32, 4},          {1, 33, 8},
+                       {4, 8, 4},  {4, 9, 8},           {8, 4, 4},
+                       {8, 5, 8},  {16, 2, 4},          {16, 3, 8},
+                       {24, 1, 4}, {24, 4, 12},         {24, 5, 16},
+                       {32, 1, 4}, {24, 1366, 4100},    {24, 1024, 3072},
+                       {24, 0, 0}, {32, 65500, 262000}, {32, 0xFFFFFFFF, 0x3FFFFFFFCull}};
+    for (const auto& c : cases)
+        EXPECT_EQ(row_length(c.bits, c.width), c.length) << c.bits << " bits, " << c.width;
+}
+
+TEST(Raster, Refuses_what_the_contract_does_not_allow) {
+    Raster raster;
+    for (uint32_t bits : {0u, 2u, 15u, 16u, 31u, 33u, 64u})
+        EXPECT_FALSE(raster.Create(1, 1, bits)) << bits;
+    EXPECT_FALSE(raster.Create(0, 1, 24));
+    EXPECT_FALSE(raster.Create(1, 0, 24));
+    EXPECT_FALSE(raster.Create(65501, 1, 24));
+    EXPECT_FALSE(raster.Create(20000, 20000, 24));
+    EXPECT_TRUE(raster.empty());
+    EXPECT_TRUE(raster.Create(65500, 1, 24));
+    EXPECT_FALSE(raster.Create(0, 0, 24));
+    EXPECT_TRUE(raster.empty()) << "nothing is left of the picture before";
+}
+
+TEST(Raster, Rows_run_from_the_bottom_up) {
+    Raster raster;
+    ASSERT_TRUE(raster.Create(1, 3, 24));
+    for (uint32_t y = 0; y < 3; ++y)
+        raster.row(y)[0] = static_cast<uint8_t>(10 + y);
+    EXPECT_EQ(raster.pixels()[0], 12);
+    EXPECT_EQ(raster.pixels()[4], 11);
+    EXPECT_EQ(raster.pixels()[8], 10);
+}
+
+TEST(Raster, Reads_every_depth_as_colours) {
+    const RGB32 palette[] = {{1, 2, 3, 255}, {4, 5, 6, 0}, {7, 8, 9, 255}};
+    std::vector<RGB32> row(3);
+    Raster one;
+    ASSERT_TRUE(one.Create(3, 1, 1));
+    one.SetPalette(palette, 3);
+    one.row(0)[0] = 0x40; // 0 1 0
+    one.ReadRow(0, row.data());
+    EXPECT_EQ(row, (std::vector<RGB32>{{1, 2, 3, 255}, {4, 5, 6, 255}, {1, 2, 3, 255}}));
+
+    Raster four;
+    ASSERT_TRUE(four.Create(3, 1, 4));
+    four.SetPalette(palette, 3);
+    four.SetTransparentIndex(2);
+    four.row(0)[0] = 0x12;
+    four.row(0)[1] = 0xF0;
+    four.ReadRow(0, row.data());
+    EXPECT_EQ(row, (std::vector<RGB32>{{4, 5, 6, 255}, {7, 8, 9, 0}, {255, 255, 255, 255}}));
+
+    Raster eight;
+    ASSERT_TRUE(eight.Create(3, 1, 8));
+    eight.SetPalette(palette, 3);
+    eight.row(0)[0] = 2;
+    eight.row(0)[1] = 200;
+    eight.ReadRow(0, row.data());
+    EXPECT_EQ(row, (std::vector<RGB32>{{7, 8, 9, 255}, {200, 200, 200, 255}, {1, 2, 3, 255}}));
+
+    Raster colours;
+    ASSERT_TRUE(colours.Create(3, 1, 24));
+    for (int i = 0; i < 9; ++i)
+        colours.row(0)[i] = static_cast<uint8_t>(i);
+    colours.ReadRow(0, row.data());
+    EXPECT_EQ(row, (std::vector<RGB32>{{0, 1, 2, 255}, {3, 4, 5, 255}, {6, 7, 8, 255}}));
+
+    Raster alpha;
+    ASSERT_TRUE(alpha.Create(3, 1, 32));
+    for (int i = 0; i < 12; ++i)
+        alpha.row(0)[i] = static_cast<uint8_t>(i);
+    alpha.ReadRow(0, row.data());
+    EXPECT_EQ(row, (std::vector<RGB32>{{0, 1, 2, 3}, {4, 5, 6, 7}, {8, 9, 10, 11}}));
+}
+
+TEST(Raster, A_copy_has_everything_and_a_moved_one_nothing) {
+    Raster raster;
+    ASSERT_TRUE(raster.Create(5, 4, 8));
+    const RGB32 colour = {9, 9, 9, 255};
+    raster.SetPalette(&colour, 1);
+    raster.SetTransparentIndex(7);
+    raster.row(3)[4] = 77;
+    Raster copy;
+    ASSERT_TRUE(copy.CopyFrom(raster));
+    EXPECT_EQ(copy.row(3)[4], 77);
+    EXPECT_EQ(copy.palette()[0], colour);
+    EXPECT_EQ(copy.transparent_index(), 7);
+    EXPECT_NE(copy.pixels(), raster.pixels());
+    EXPECT_TRUE(copy.CopyFrom(copy));
+
+    const Raster moved(static_cast<Raster&&>(raster));
+    EXPECT_EQ(moved.row(3)[4], 77);
+    EXPECT_TRUE(raster.empty());
+    EXPECT_EQ(raster.palette().size(), 0u);
+    EXPECT_FALSE(copy.CopyFrom(raster));
+}
+
+TEST(Canvas, Becomes_24_bits_when_opaque_and_32_when_not) {
+    Canvas canvas;
+    ASSERT_TRUE(canvas.Create(2, 2));
+    for (uint32_t y = 0; y < 2; ++y)
+        for (uint32_t x = 0; x < 2; ++x)
+            canvas.row(y)[x] = RGB32{1, static_cast<uint8_t>(10 * y), static_cast<uint8_t>(x), 255};
+    Raster raster;
+    ASSERT_TRUE(canvas.ToRaster(raster));
+    EXPECT_EQ(raster.bits_per_pixel(), 24u);
+    EXPECT_EQ(raster.row(1)[1], 10) << "upright";
+    EXPECT_EQ(raster.row(1)[5], 1);
+    canvas.row(1)[0].alpha = 254;
+    ASSERT_TRUE(canvas.ToRaster(raster));
+    EXPECT_EQ(raster.bits_per_pixel(), 32u);
+    EXPECT_EQ(raster.row(1)[3], 254);
+}
+
+TEST(Canvas, On_white_transparency_pales) {
+    Canvas canvas;
+    ASSERT_TRUE(canvas.Create(3, 1));
+    canvas.row(0)[0] = {100, 0, 255, 255};
+    canvas.row(0)[1] = {100, 0, 255, 0};
+    canvas.row(0)[2] = {0, 0, 0, 51};
+    Raster raster;
+    ASSERT_TRUE(canvas.ToRasterOnWhite(raster));
+    const uint8_t* row = raster.row(0);
+    EXPECT_EQ(std::vector<int>(row, row + 9), (std::vector<int>{100, 0, 255, 255, 255, 255, 204, 204, 204}));
+}
+
+TEST(Canvas, Refuses_pages_beyond_the_limits) {
+    Canvas canvas;
+    EXPECT_FALSE(canvas.Create(0, 1));
+    EXPECT_FALSE(canvas.Create(65501, 1));
+    EXPECT_FALSE(canvas.Create(20000, 20000));
+    EXPECT_FALSE(canvas.CreateFrom(Raster()));
+}
+
+uint32_t bgr(uint16_t pixel, const ChannelMasks& masks) {
+    const uint8_t source[2] = {static_cast<uint8_t>(pixel), static_cast<uint8_t>(pixel >> 8)};
+    uint8_t target[3];
+    convert_16_to_24(source, target, 1, masks);
+    return static_cast<uint32_t>(target[2]) << 16 | target[1] << 8 | target[0];
+}
+
+TEST(Convert16To24, Spreads_five_bits_over_the_whole_range) {
+    EXPECT_EQ(bgr(0x0000, masks_555), 0x000000u);
+    EXPECT_EQ(bgr(0x7FFF, masks_555), 0xFFFFFFu);
+    EXPECT_EQ(bgr(0x7C00, masks_555), 0xFF0000u);
+    EXPECT_EQ(bgr(0x03E0, masks_555), 0x00FF00u);
+    EXPECT_EQ(bgr(0x001F, masks_555), 0x0000FFu);
+    EXPECT_EQ(bgr(0x8000, masks_555), 0x000000u) << "the highest bit means nothing";
+    EXPECT_EQ(bgr(0x4210, masks_555), 0x848484u) << "16/31 of 255 is 131.6";
+}
+
+TEST(Convert16To24, Takes_the_masks_it_is_given) {
+    const ChannelMasks masks_565 = {0xF800, 0x07E0, 0x001F};
+    EXPECT_EQ(bgr(0xFFFF, masks_565), 0xFFFFFFu);
+    EXPECT_EQ(bgr(0xF800, masks_565), 0xFF0000u);
+    EXPECT_EQ(bgr(0x07E0, masks_565), 0x00FF00u);
+    EXPECT_EQ(bgr(0x0400, masks_565), 0x008200u) << "32/63 of 255 is 129.5";
+    EXPECT_EQ(bgr(0x8000, {0x8000, 0, 0}), 0xFF0000u) << "one bit is full intensity";
+    EXPECT_EQ(bgr(0xFFFF, {0, 0, 0}), 0x000000u);
+    EXPECT_EQ(bgr(0x1234, {0xFFFFFFFF, 0, 0}), 0x120000u) << "bits beyond the pixel don't count";
+}
+
+} // namespace
+} // namespace glib

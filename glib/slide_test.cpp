@@ -1,0 +1,269 @@
+#include "glib/slide.h"
+
+#include <gtest/gtest.h>
+
+#include "glib/canvas.h"
+#include "glib/drawing_period.h"
+
+namespace glib {
+namespace {
+
+// A drawing that remembers what was asked of it.
+struct FakeDrawing : VectorImage {
+    FakeDrawing(uint32_t w, uint32_t h) : w(w), h(h) {}
+    uint32_t width() const override { return w; }
+    uint32_t height() const override { return h; }
+    VectorImage* Clone() const override { return new FakeDrawing(w, h); }
+    VectorImage* Resized(uint32_t width, uint32_t height) const override {
+        return refuses ? nullptr : new FakeDrawing(width, height);
+    }
+    bool Draw(Canvas& canvas, int32_t left, int32_t top, uint32_t, uint32_t) const override {
+        canvas.row(static_cast<uint32_t>(top))[left] = RGB32{1, 2, 3, 255};
+        return !refuses;
+    }
+    uint32_t w, h;
+    bool refuses = false;
+};
+
+Layer* filled(uint32_t width, uint32_t height, RGB32 colour, uint32_t bits = 24) {
+    Raster raster;
+    EXPECT_TRUE(raster.Create(width, height, bits));
+    for (uint32_t y = 0; y < height; ++y)
+        for (uint32_t x = 0; x < width; ++x)
+            memcpy(raster.row(y) + x * bits / 8, &colour, bits / 8);
+    return new Layer(static_cast<Raster&&>(raster));
+}
+
+RGB32 pixel_of(const Layer& layer, uint32_t x, uint32_t y) {
+    std::vector<RGB32> row(layer.width());
+    layer.raster().ReadRow(y, row.data());
+    return row[x];
+}
+
+TEST(ScaledPosition, Is_signed_and_truncates_towards_zero) {
+    EXPECT_EQ(scaled_position(-3, 512, 1024), -1);
+    EXPECT_EQ(scaled_position(3, 512, 1024), 1);
+    EXPECT_EQ(scaled_position(-3, 1024, 512), -6);
+    EXPECT_EQ(scaled_position(0, 1, 65535), 0);
+    EXPECT_EQ(scaled_position(2000000000, 3000, 1500), 2147483647) << "as far as a position goes";
+    EXPECT_EQ(scaled_position(-2000000000, 3000, 1500), -2147483647 - 1);
+}
+
+TEST(ScaledSize, Truncates_but_keeps_one_pixel) {
+    EXPECT_EQ(scaled_size(1024, 512, 1024), 512u);
+    EXPECT_EQ(scaled_size(333, 512, 1024), 166u);
+    EXPECT_EQ(scaled_size(1, 1, 1000), 1u);
+    EXPECT_EQ(scaled_size(65500, 65500, 65500), 65500u) << "the product needs 64 bits";
+    EXPECT_EQ(scaled_size(65500, 65500, 1), 4290250000u);
+}
+
+TEST(Fitted, Keeps_the_aspect_ratio_in_the_middle_of_the_page) {
+    const struct {
+        PageRect rect;
+        uint32_t width, height;
+        PageRect expected;
+    } cases[] = {{{0, 0, 100, 50}, 512, 512, {0, 128, 512, 384}}, {{10, 10, 60, 110}, 512, 512, {128, 0, 384, 512}},
+                 {{-5, -5, 5, 5}, 300, 200, {50, 0, 250, 200}},   {{0, 0, 10000, 1}, 100, 100, {0, 49, 100, 50}},
+                 {{5, 5, 5, 9}, 100, 100, {0, 0, 0, 0}},          {{9, 0, 1, 5}, 100, 100, {0, 0, 0, 0}}};
+    for (const auto& c : cases) {
+        const PageRect fit = fitted(c.rect, c.width, c.height);
+        EXPECT_EQ(fit.left, c.expected.left);
+        EXPECT_EQ(fit.top, c.expected.top);
+        EXPECT_EQ(fit.right, c.expected.right);
+        EXPECT_EQ(fit.bottom, c.expected.bottom);
+    }
+}
+
+TEST(Slide, Layers_are_named_by_their_place_and_the_first_gives_the_size) {
+    Slide page;
+    page.AddLayer(filled(8, 6, {}));
+    page.AddLayer(filled(20, 20, {}));
+    EXPECT_STREQ(page.LayerAt(0).name.c_str(), "Layer 1");
+    EXPECT_STREQ(page.LayerAt(1).name.c_str(), "Layer 2");
+    EXPECT_EQ(page.width(), 8u);
+    EXPECT_EQ(page.height(), 6u);
+    EXPECT_EQ(page.BitsPerPixel(), 24u);
+    EXPECT_FALSE(page.IsPlain());
+    page.RemoveLayer(1);
+    EXPECT_TRUE(page.IsPlain());
+    try {
+        page.LayerAt(1);
+        FAIL();
+    } catch (const gen::genlib_out_of_range& error) {
+        EXPECT_EQ(error.index, 1u);
+        EXPECT_EQ(error.size, 1u);
+    }
+}
+
+TEST(Slide, Stretching_scales_sizes_and_places_by_the_page) {
+    Slide page;
+    page.AddLayer(filled(1024, 768, {}));
+    page.AddLayer(filled(100, 101, {}));
+    page.LayerAt(1).left = -3;
+    page.LayerAt(1).top = 7;
+    ASSERT_EQ(page.Stretch(512, 512, 1, true, false), RCOK);
+    EXPECT_EQ(page.width(), 512u);
+    EXPECT_EQ(page.height(), 512u);
+    EXPECT_EQ(page.LayerAt(0).width(), 512u);
+    EXPECT_EQ(page.LayerAt(0).height(), 512u);
+    EXPECT_EQ(page.LayerAt(1).width(), 50u);
+    EXPECT_EQ(page.LayerAt(1).height(), 67u);
+    EXPECT_EQ(page.LayerAt(1).left, -1);
+    EXPECT_EQ(page.LayerAt(1).top, 4);
+    EXPECT_STREQ(page.LayerAt(1).name.c_str(), "Layer 2");
+}
+
+TEST(Slide, Only_marked_layers_scale_unless_all_are_wanted) {
+    for (bool all : {false, true}) {
+        Slide page;
+        page.AddLayer(filled(100, 100, {}));
+        page.AddLayer(filled(40, 40, {}));
+        page.LayerAt(1).scales = false;
+        page.LayerAt(1).left = 10;
+        ASSERT_EQ(page.Stretch(50, 50, 1, false, all), RCOK);
+        EXPECT_EQ(page.LayerAt(0).width(), 50u);
+        EXPECT_EQ(page.LayerAt(1).width(), all ? 20u : 40u);
+        EXPECT_EQ(page.LayerAt(1).left, all ? 5 : 10);
+    }
+}
+
+TEST(Slide, The_pages_own_rectangle_is_fitted_when_wanted_and_set) {
+    Slide page;
+    page.AddLayer(filled(100, 100, {}));
+    ASSERT_EQ(page.Stretch(50, 50, 1, true, false), RCOK);
+    EXPECT_FALSE(page.rect.is_set());
+    page.rect = {10, 10, 30, 20};
+    ASSERT_EQ(page.Stretch(40, 40, 1, false, false), RCOK);
+    EXPECT_EQ(page.rect.right, 30);
+    ASSERT_EQ(page.Stretch(60, 60, 1, true, false), RCOK);
+    EXPECT_EQ(page.rect.left, 0);
+    EXPECT_EQ(page.rect.top, 15);
+    EXPECT_EQ(page.rect.right, 60);
+    EXPECT_EQ(page.rect.bottom, 45);
+}
+
+TEST(Slide, A_drawing_is_redrawn_in_the_new_size) {
+    Slide page;
+    page.AddLayer(new Layer(new FakeDrawing(200, 100)));
+    EXPECT_TRUE(page.LayerAt(0).is_vector());
+    EXPECT_EQ(page.BitsPerPixel(), 32u);
+    EXPECT_FALSE(page.IsPlain());
+    ASSERT_EQ(page.Stretch(100, 100, 1, false, false), RCOK);
+    EXPECT_EQ(page.LayerAt(0).width(), 100u);
+    EXPECT_EQ(page.LayerAt(0).height(), 100u);
+}
+
+TEST(Slide, A_failed_stretch_leaves_the_page_as_it_was) {
+    Slide page;
+    page.AddLayer(filled(100, 100, {}));
+    auto* drawing = new FakeDrawing(10, 10);
+    drawing->refuses = true;
+    page.AddLayer(new Layer(drawing));
+    page.rect = {1, 2, 3, 4};
+    EXPECT_EQ(page.Stretch(50, 50, 1, true, false), IERR);
+    EXPECT_EQ(page.width(), 100u);
+    EXPECT_EQ(page.LayerAt(0).width(), 100u);
+    EXPECT_EQ(page.rect.right, 3);
+    page.RemoveLayer(1);
+    EXPECT_EQ(page.Stretch(50, 50, 99, true, false), BADA) << "no such scale type";
+    EXPECT_EQ(page.Stretch(0, 50, 1, true, false), BADA);
+    EXPECT_EQ(page.Stretch(50, 0, 1, true, false), BADA);
+    EXPECT_EQ(page.Stretch(70000, 50, 1, true, false), OMEM);
+    EXPECT_EQ(page.width(), 100u);
+    Slide empty;
+    EXPECT_EQ(empty.Stretch(50, 50, 1, true, false), BADA);
+}
+
+TEST(Slide, Dissolved_layers_are_flattened_before_they_are_stretched) {
+    const DrawingPeriod drawing;
+    Slide page;
+    page.AddLayer(filled(64, 64, {0, 0, 0, 255}));
+    page.AddLayer(filled(64, 64, {255, 255, 255, 128}, 32));
+    page.LayerAt(1).blend_mode = blend_diss;
+    ASSERT_EQ(page.Stretch(32, 32, 1, false, false), RCOK);
+    EXPECT_EQ(page.LayerCount(), 1u);
+    EXPECT_EQ(page.width(), 32u);
+    EXPECT_EQ(page.LayerAt(0).width(), 32u);
+}
+
+TEST(Slide, Flattening_draws_the_layers_from_the_lowest_up) {
+    const DrawingPeriod drawing;
+    Slide page;
+    page.AddLayer(filled(4, 4, {10, 10, 10, 255}));
+    page.AddLayer(filled(2, 2, {200, 200, 200, 255}));
+    page.AddLayer(filled(2, 2, {100, 100, 100, 255}));
+    page.LayerAt(1).left = 3;
+    page.LayerAt(1).top = -1;
+    page.LayerAt(2).blend_mode = blend_add;
+    page.LayerAt(2).top = 3;
+    ASSERT_EQ(page.Flatten(), RCOK);
+    ASSERT_EQ(page.LayerCount(), 1u);
+    const Layer& flat = page.LayerAt(0);
+    EXPECT_STREQ(flat.name.c_str(), "Layer 1");
+    EXPECT_EQ(flat.bits_per_pixel(), 24u);
+    EXPECT_EQ(pixel_of(flat, 3, 0).blue, 200) << "the part of the second that is on the page";
+    EXPECT_EQ(pixel_of(flat, 3, 1).blue, 10);
+    EXPECT_EQ(pixel_of(flat, 2, 0).blue, 10);
+    EXPECT_EQ(pixel_of(flat, 0, 3).blue, 110) << "added";
+    EXPECT_EQ(pixel_of(flat, 1, 2).blue, 10);
+    EXPECT_TRUE(page.IsPlain());
+}
+
+TEST(Slide, Flattening_keeps_what_is_transparent) {
+    const DrawingPeriod drawing;
+    Slide page;
+    page.AddLayer(filled(2, 2, {5, 6, 7, 100}, 32));
+    page.SetSize(3, 2);
+    ASSERT_EQ(page.Flatten(), RCOK);
+    EXPECT_EQ(page.LayerAt(0).bits_per_pixel(), 32u);
+    EXPECT_EQ(page.LayerAt(0).width(), 3u);
+    EXPECT_EQ(pixel_of(page.LayerAt(0), 0, 0).alpha, 100);
+    EXPECT_EQ(pixel_of(page.LayerAt(0), 2, 0).alpha, 0);
+    Slide empty;
+    EXPECT_EQ(empty.Flatten(), BADA);
+}
+
+TEST(Slide, A_layer_far_outside_the_page_is_harmless) {
+    const DrawingPeriod drawing;
+    Slide page;
+    page.AddLayer(filled(2, 2, {1, 1, 1, 255}));
+    for (int32_t far : {2147483647, -2147483647 - 1, 100, -100}) {
+        for (BlendMode mode : {blend_norm, blend_mul}) {
+            page.AddLayer(filled(3, 3, {9, 9, 9, 255}));
+            Layer& top = page.LayerAt(page.LayerCount() - 1);
+            top.left = top.top = far;
+            top.blend_mode = mode;
+        }
+    }
+    ASSERT_EQ(page.Flatten(), RCOK);
+    EXPECT_EQ(pixel_of(page.LayerAt(0), 1, 1).blue, 1);
+}
+
+TEST(Slide, A_clone_is_a_page_of_its_own) {
+    Slide page;
+    page.AddLayer(filled(4, 4, {10, 10, 10, 255}));
+    page.AddLayer(new Layer(new FakeDrawing(2, 2)));
+    page.LayerAt(1).blend_mode = blend_mul;
+    page.LayerAt(1).left = 3;
+    page.LayerAt(1).name = "drawn";
+    page.rect = {1, 2, 3, 4};
+    page.resolution_x = 96.0;
+    page.delay = 40;
+    Slide* copy = page.Clone();
+    ASSERT_NE(copy, nullptr);
+    page.Clear();
+    EXPECT_EQ(page.LayerCount(), 0u);
+    EXPECT_EQ(page.width(), 0u);
+    ASSERT_EQ(copy->LayerCount(), 2u);
+    EXPECT_EQ(pixel_of(copy->LayerAt(0), 0, 0).blue, 10);
+    EXPECT_EQ(copy->LayerAt(1).blend_mode, blend_mul);
+    EXPECT_EQ(copy->LayerAt(1).left, 3);
+    EXPECT_STREQ(copy->LayerAt(1).name.c_str(), "drawn");
+    EXPECT_EQ(copy->rect.bottom, 4);
+    EXPECT_EQ(copy->resolution_x, 96.0);
+    EXPECT_EQ(copy->delay, 40u);
+    delete copy;
+}
+
+} // namespace
+} // namespace glib
