@@ -1,0 +1,95 @@
+// Opens the e-mail dialog while another thread does something to it; prints the dialog's answer.
+//
+// usage: loop_host quit | sent-command | flood
+//   quit          the other thread tells the program to quit: the dialog answers 0, and the order arrives afterwards
+//   sent-command  the other thread presses button 1 by a sent message, which no queue sees
+//   flood         messages for another window of the host wait in the queue all the time; a person answers the dialog
+#include <windows.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "include/wendax.h"
+
+namespace {
+
+HWND other_window;
+
+HWND wait_for_dialog() {
+    for (;;) {
+        HWND const dialog = FindWindowA(nullptr, "Software Error Report");
+        if (dialog && IsWindowVisible(dialog))
+            return dialog;
+        Sleep(10);
+    }
+}
+
+// The host's own window tells the program to quit when it gets a WM_APP.
+LRESULT CALLBACK other_procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    if (message == WM_APP)
+        PostQuitMessage(7);
+    return DefWindowProcA(window, message, wparam, lparam);
+}
+
+void make_other_window() {
+    WNDCLASSA window_class = {};
+    window_class.lpfnWndProc = other_procedure;
+    window_class.hInstance = GetModuleHandleA(nullptr);
+    window_class.lpszClassName = "Other";
+    RegisterClassA(&window_class);
+    other_window = CreateWindowA("Other", "Other", 0, 0, 0, 10, 10, nullptr, nullptr, window_class.hInstance, nullptr);
+}
+
+DWORD WINAPI tell_to_quit(void*) {
+    wait_for_dialog();
+    SendMessageA(other_window, WM_APP, 0, 0);
+    return 0;
+}
+
+DWORD WINAPI send_command(void*) {
+    SendMessageA(wait_for_dialog(), WM_COMMAND, MAKEWPARAM(1, BN_CLICKED), 0);
+    return 0;
+}
+
+void flood() {
+    for (int i = 0; i < 100; ++i)
+        PostMessageA(other_window, WM_USER, i, 0);
+}
+
+void start(LPTHREAD_START_ROUTINE routine) {
+    CloseHandle(CreateThread(nullptr, 0, routine, nullptr, 0, nullptr));
+}
+
+int messages_waiting() {
+    MSG message;
+    int count = 0;
+    while (PeekMessageA(&message, other_window, WM_USER, WM_USER, PM_REMOVE))
+        ++count;
+    return count;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const char* const mode = argc > 1 ? argv[1] : "";
+    MSG message;
+    make_other_window();
+    if (strcmp(mode, "quit") == 0)
+        start(tell_to_quit);
+    else if (strcmp(mode, "sent-command") == 0)
+        start(send_command);
+    else if (strcmp(mode, "flood") == 0)
+        flood();
+    else
+        return 2;
+    HCURSOR const before = GetCursor();
+    CCrashReport report(nullptr);
+    printf("answer %u\n", report.OpenDlg());
+    printf("cursor %s\n", GetCursor() == before ? "restored" : "changed");
+    if (strcmp(mode, "quit") == 0) {
+        const BOOL more = GetMessageA(&message, nullptr, 0, 0);
+        printf("then %s with %d\n", more ? "a message" : "quit", static_cast<int>(message.wParam));
+    }
+    if (strcmp(mode, "flood") == 0)
+        printf("kept %d\n", messages_waiting());
+    return 0;
+}

@@ -1,0 +1,127 @@
+"""The dialog templates as they lie in the DLL, field by field."""
+
+import struct
+
+from support import runner
+
+RT_ICON_GROUP, RT_BITMAP, RT_DIALOG = 14, 2, 5
+BUTTON, STATIC = 0x80, 0x82
+
+DS_SETFONT, DS_MODALFRAME = 0x40, 0x80
+WS_POPUP, WS_VISIBLE, WS_CAPTION, WS_SYSMENU = 0x80000000, 0x10000000, 0x00C00000, 0x00080000
+WS_EX_CLIENTEDGE = 0x200
+SS_ICON, SS_WHITEFRAME, SS_BITMAP, SS_SUNKEN = 0x03, 0x09, 0x0E, 0x1000
+BS_DEFPUSHBUTTON = 0x01
+
+SORRY = "The program has encountered a problem and needs to close.  We are sorry for the inconvenience."
+
+
+class Reader:
+    """Reads an extended dialog template."""
+
+    def __init__(self, data):
+        self.data, self.at = data, 0
+
+    def take(self, form):
+        values = struct.unpack_from("<" + form, self.data, self.at)
+        self.at += struct.calcsize("<" + form)
+        return values if len(values) > 1 else values[0]
+
+    def name(self):
+        """A text, or a number behind the mark 0xFFFF."""
+        if struct.unpack_from("<H", self.data, self.at)[0] == 0xFFFF:
+            return self.take("HH")[1]
+        end = self.at
+        while self.data[end:end + 2] != b"\0\0":
+            end += 2
+        text = self.data[self.at:end].decode("utf-16-le", "surrogatepass")
+        self.at = end + 2
+        return text
+
+    def align(self):
+        self.at = (self.at + 3) & ~3
+
+
+def parse(data):
+    """{dialog fields}, and a list of its controls as dictionaries."""
+    reader = Reader(data)
+    version, signature, _, extended, style, count, x, y, width, height = reader.take("HHIIIHhhhh")
+    assert (version, signature) == (1, 0xFFFF)
+    dialog = {"style": style, "extended": extended, "size": (x, y, width, height),
+              "menu": reader.name(), "class": reader.name(), "caption": reader.name()}
+    dialog["font size"], _, _, _ = reader.take("HHBB")
+    dialog["font"] = reader.name()
+    controls = []
+    for _ in range(count):
+        reader.align()
+        _, extended, style, x, y, width, height, number = reader.take("IIIhhhhi")
+        controls.append({"extended": extended, "style": style, "place": (x, y, width, height), "id": number,
+                         "class": reader.name(), "text": reader.name()})
+        creation_data = reader.take("H")
+        reader.at += creation_data
+    return dialog, controls
+
+
+class Templates(runner.Case):
+    def resource(self, kind, number):
+        done = self.wine().run(self.product("resource_host.exe"), self.product("Wendax.dll"), kind, number)
+        self.assertEqual(done.returncode, 0)
+        return done.stdout
+
+    def dialog(self, number, size):
+        dialog, controls = parse(self.resource(RT_DIALOG, number))
+        self.assertEqual(dialog["size"], (0, 0, *size))
+        self.assertEqual(dialog["caption"], "Software Error Report")
+        self.assertEqual((dialog["font size"], dialog["font"]), (8, "MS Sans Serif"))
+        self.assertEqual(dialog["style"], DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_VISIBLE | WS_CAPTION | WS_SYSMENU)
+        return {control["place"]: control for control in controls}
+
+    def assert_shared_controls(self, controls):
+        self.assertEqual(controls[84, 7, 206, 33]["style"] & 0x1F, SS_WHITEFRAME)
+        self.assertEqual(controls[89, 11, 158, 24]["text"], SORRY)
+        icon = controls[262, 13, 20, 20]
+        self.assertEqual((icon["id"], icon["text"], icon["style"] & 0x1F), (19000, 128, SS_ICON))
+        bitmap = controls[7, 7, 75, 138]
+        self.assertEqual((bitmap["text"], bitmap["style"] & 0x1F), (228, SS_BITMAP))
+        self.assertTrue(bitmap["extended"] & WS_EX_CLIENTEDGE)
+
+    def assert_button(self, control, number, text, default=False):
+        self.assertEqual((control["class"], control["id"], control["text"]), (BUTTON, number, text))
+        self.assertEqual(control["style"] & 0xF, BS_DEFPUSHBUTTON if default else 0)
+
+    def test_email_dialog_is_as_users_know_it(self):
+        controls = self.dialog(299, (300, 173))
+        self.assertEqual(len(controls), 10)
+        self.assert_shared_controls(controls)
+        self.assert_button(controls[223, 153, 70, 14], 1, "Open Error Report", default=True)
+        self.assert_button(controls[148, 153, 70, 14], 2, "Don't Open && Close")
+        self.assertEqual(controls[86, 47, 203, 21]["text"],
+                         "If you were in the middle of something, the information you were working on might be lost.")
+        self.assertEqual(controls[86, 70, 197, 8]["text"], "Please tell Torvex about this problem.")
+        self.assertEqual(controls[86, 86, 206, 36]["text"],
+                         "We have created an error report that your can sent to us. This report will help us to improve "
+                         "the program and fix this error. No private data is being sent to Torvex.")
+        self.assertTrue(controls[7, 148, 285, 1]["style"] & SS_SUNKEN)
+
+    def test_upload_dialog_is_as_users_know_it(self):
+        controls = self.dialog(300, (300, 177))
+        self.assertEqual(len(controls), 8)
+        self.assert_shared_controls(controls)
+        self.assert_button(controls[223, 156, 70, 14], 1, "Upload Report", default=True)
+        self.assert_button(controls[148, 156, 70, 14], 2, "Close")
+        self.assertTrue(controls[7, 150, 285, 1]["style"] & SS_SUNKEN)
+        text = controls[86, 47, 203, 96]
+        self.assertEqual(text["id"], 19001)
+        self.assertEqual(text["text"],
+                         "If you were in the middle of something, the information you were working on might be lost.\n\n"
+                         "Please tell Torvex about this problem.\n\nWe have created an error report that your can sent to "
+                         "us. This report will help us to improve the program and fix this error\u7C91\u4A39")
+        self.assertEqual(len(text["text"]), 258)
+
+    def test_icon_and_banner_are_there(self):
+        self.assertEqual(struct.unpack_from("<HHH", self.resource(RT_ICON_GROUP, 128))[:2], (0, 1))
+        self.assertEqual(struct.unpack_from("<I", self.resource(RT_BITMAP, 228))[0], 40)
+
+
+if __name__ == "__main__":
+    runner.main()
