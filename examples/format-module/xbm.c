@@ -78,12 +78,11 @@ static long number(const char* word) {
 static ResultCode read_header(Reader* reader, uint32_t* width, uint32_t* height) {
     char word[64], name[64], value[64];
     long w = 0, h = 0;
-    int first = 1;
-    for (;;) {
-        int length = next_word(reader, word);
-        if (length <= 0 || (first && strcmp(word, "#") != 0))
-            return first ? BADT : BADI;
-        first = 0;
+    for (int words = 0;; ++words) {
+        if (next_word(reader, word) <= 0)
+            return words < 2 ? BADT : BADI;
+        if ((words == 0 && strcmp(word, "#") != 0) || (words == 1 && strcmp(word, "define") != 0))
+            return BADT; /* every file of this format begins with "#define" */
         if (strcmp(word, "{") == 0)
             break;
         if (strcmp(word, "define") != 0)

@@ -1,0 +1,40 @@
+// A format module of which every entry fails in a way of its own.
+#include <windows.h>
+
+#include "glib/module_contract.h"
+
+namespace {
+const uint32_t g_formats[] = {0x044A5047u};
+volatile int g_zero;
+volatile int* volatile g_nowhere;
+} // namespace
+
+extern "C" {
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
+    return TRUE;
+}
+
+glib::ResultCode GLIB_CALL LoadJPGImageData(glib::ImageDataExchange*, VStream*, int32_t) {
+    *g_nowhere = 1;
+    return glib::RCOK;
+}
+
+glib::ResultCode GLIB_CALL GetJPGFileInfo(VStream*, glib::ImageFileInfo*) {
+    g_zero = 1 / g_zero;
+    return glib::RCOK;
+}
+
+glib::ResultCode GLIB_CALL SaveJPGImageData(glib::ImageDataExchange*, VStream*, const glib::BaseFormatDesc*) {
+    throw 5;
+}
+
+void GLIB_CALL GetFilterInfo(uint32_t, glib::FilterInfoRequest* request) {
+#ifdef FAULTY_DISCOVERY
+    *g_nowhere = 1;
+#endif
+    request->interface_version = GLIB_INTERFACE_VERSION;
+    request->format_count = 1;
+    request->formats = g_formats;
+}
+}
