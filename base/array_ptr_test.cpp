@@ -153,6 +153,9 @@ TEST_F(ArrayPtr, Moves_elements_and_flag) {
     EXPECT_EQ(2, third[2]->number);
     target.add(new Item(1));
     EXPECT_EQ(1u, target.size());
+    gen::array_ptr<Item> lent(false);
+    third = static_cast<gen::array_ptr<Item>&&>(lent);
+    EXPECT_FALSE(third.owns());
 }
 
 TEST_F(ArrayPtr, An_element_that_could_not_be_added_stays_with_the_caller) {
