@@ -8,12 +8,14 @@
 
 #include "base/guarded_copy.h"
 #include "compose/base64_kernels.h"
+#include "compose/base64_reference.h"
 
 namespace {
 
 using base64::DecodeEnd;
 using base64::LineBreak;
-using Bytes = std::vector<unsigned char>;
+using base64_reference::Bytes;
+using base64_reference::Outcome;
 
 // Bytes that look random but are the same in every run.
 Bytes noise(unsigned size) {
@@ -24,28 +26,6 @@ Bytes noise(unsigned size) {
         byte = static_cast<unsigned char>(state >> 24);
     }
     return bytes;
-}
-
-// The text bit by bit, as the format's description has it and in no other way of the codec's.
-std::string reference(const Bytes& bytes, LineBreak line_break) {
-    const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    unsigned bits = 0, count = 0;
-    for (unsigned char byte : bytes) {
-        for (int bit = 7; bit >= 0; --bit) {
-            bits = bits << 1 | (byte >> bit & 1);
-            if (++count == 6) {
-                text += alphabet[bits];
-                bits = count = 0;
-            }
-        }
-    }
-    if (count)
-        text += alphabet[bits << (6 - count)];
-    const char* const paddings[] = {"=", "==", "="};
-    if (line_break == LineBreak::once && bytes.size() >= 54)
-        text.insert(72, "\r\n");
-    return text + paddings[bytes.size() % 3];
 }
 
 // Through encode(), with a check of what stands around the text.
@@ -63,19 +43,6 @@ std::string encoded(const std::string& text, LineBreak line_break = LineBreak::o
     return encoded(Bytes(text.begin(), text.end()), line_break);
 }
 
-struct Outcome {
-    std::string bytes;
-    DecodeEnd end;
-};
-
-bool operator==(const Outcome& a, const Outcome& b) {
-    return a.bytes == b.bytes && a.end == b.end;
-}
-
-void PrintTo(const Outcome& outcome, std::ostream* out) {
-    *out << testing::PrintToString(outcome.bytes) << " end " << static_cast<int>(outcome.end);
-}
-
 Outcome decoded(const std::string& text, const unsigned char table[256] = base64::decode_table.values) {
     const GuardedCopy<unsigned char> input(Bytes(text.begin(), text.end()));
     const unsigned room = base64::decoded_room(text.size());
@@ -86,48 +53,11 @@ Outcome decoded(const std::string& text, const unsigned char table[256] = base64
     return {std::string(bytes.begin(), bytes.begin() + result.size), result.end};
 }
 
-// The decoder's rules taken one symbol at a time.
-Outcome reference_decoded(const std::string& text) {
-    const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string bytes;
-    std::size_t at = 0;
-    while (at < text.size()) {
-        int symbols[4];
-        bool padded = false;
-        for (int& symbol : symbols) {
-            symbol = -1; // stands for padding
-            while (!padded) {
-                if (at == text.size())
-                    return {"", DecodeEnd::malformed};
-                const char character = text[at++];
-                if (character == '=') {
-                    padded = true;
-                } else if (std::string(" \t\r\n").find(character) == std::string::npos) {
-                    const std::size_t value = alphabet.find(character);
-                    if (value == std::string::npos)
-                        return {"", DecodeEnd::malformed};
-                    symbol = static_cast<int>(value);
-                    break;
-                }
-            }
-        }
-        if (symbols[0] < 0 || symbols[1] < 0)
-            return {bytes, DecodeEnd::padding};
-        bytes += static_cast<char>(symbols[0] * 4 + symbols[1] / 16);
-        if (symbols[2] < 0)
-            return {bytes, DecodeEnd::padding};
-        bytes += static_cast<char>(symbols[1] % 16 * 16 + symbols[2] / 4);
-        if (symbols[3] < 0)
-            return {bytes, DecodeEnd::padding};
-        bytes += static_cast<char>(symbols[2] % 4 * 64 + symbols[3]);
-    }
-    return {bytes, DecodeEnd::end_of_text};
-}
-
 TEST(Base64Encode, Writes_the_text_of_the_reference_for_every_size) {
     for (unsigned size = 0; size <= 200; ++size) {
         for (LineBreak line_break : {LineBreak::once, LineBreak::none})
-            EXPECT_EQ(encoded(noise(size), line_break), reference(noise(size), line_break)) << size << " bytes";
+            EXPECT_EQ(encoded(noise(size), line_break), base64_reference::encoded(noise(size), line_break))
+                << size << " bytes";
     }
 }
 
@@ -184,7 +114,7 @@ class Base64Decode : public testing::TestWithParam<DecodeCase> {};
 
 TEST_P(Base64Decode, Gives) {
     EXPECT_EQ(decoded(GetParam().text), GetParam().outcome);
-    EXPECT_EQ(reference_decoded(GetParam().text), GetParam().outcome) << "the reference itself";
+    EXPECT_EQ(base64_reference::decoded(GetParam().text), GetParam().outcome) << "the reference itself";
 }
 
 const Outcome malformed = {"", DecodeEnd::malformed};
@@ -224,14 +154,15 @@ TEST(Base64DecodeRoundTrip, Gives_back_the_bytes_of_every_size) {
 // One character that stops the fast loops, at every place of a text that is long enough for them.
 TEST(Base64DecodeRoundTrip, Reads_a_spoilt_character_anywhere_as_the_reference_does) {
     const Bytes bytes = noise(90);
-    const std::string clean = reference(bytes, LineBreak::none).substr(0, 120);
+    const std::string clean = base64_reference::encoded(bytes, LineBreak::none).substr(0, 120);
     for (const char spoiler : {'=', ' ', '*', '\0', '\x80', '-', '@', '[', '`', '{', ':', '.'}) {
         for (std::size_t at = 0; at < clean.size(); ++at) {
             std::string text = clean;
             text[at] = spoiler;
-            EXPECT_EQ(decoded(text), reference_decoded(text)) << "place " << at << ", character " << int(spoiler);
+            EXPECT_EQ(decoded(text), base64_reference::decoded(text))
+                << "place " << at << ", character " << int(spoiler);
             text.insert(at, 1, clean[at]);
-            EXPECT_EQ(decoded(text), reference_decoded(text)) << "inserted at " << at << ", " << int(spoiler);
+            EXPECT_EQ(decoded(text), base64_reference::decoded(text)) << "inserted at " << at << ", " << int(spoiler);
         }
     }
 }
@@ -239,7 +170,7 @@ TEST(Base64DecodeRoundTrip, Reads_a_spoilt_character_anywhere_as_the_reference_d
 TEST(Base64DecodeRoundTrip, Decodes_in_place) {
     for (unsigned size = 1; size <= 200; ++size) {
         const Bytes bytes = noise(size);
-        std::string text = reference(bytes, LineBreak::once);
+        std::string text = base64_reference::encoded(bytes, LineBreak::once);
         unsigned char* const place = reinterpret_cast<unsigned char*>(&text[0]);
         const base64::Decoded result = base64::decode(base64::decode_table.values, place, text.size(), place);
         ASSERT_EQ(result.size, size);
@@ -273,7 +204,7 @@ TEST_P(Base64Kernels, Encode_every_number_of_groups_and_touch_nothing_else) {
         const GuardedCopy<unsigned char> data(bytes);
         std::string text(groups * 4 + 2, '#');
         kernels.encode(data.data(), groups, &text[1]);
-        std::string expected = reference(bytes, LineBreak::none);
+        std::string expected = base64_reference::encoded(bytes, LineBreak::none);
         expected.back() = '#';
         EXPECT_EQ(text, "#" + expected) << groups << " groups";
     }
@@ -289,7 +220,7 @@ TEST_P(Base64Kernels, Encode_every_value_in_every_place) {
                                            static_cast<unsigned char>(bits >> 8), static_cast<unsigned char>(bits)});
             std::string text(32, '#');
             kernels.encode(bytes.data(), 8, &text[0]);
-            EXPECT_EQ(text + "=", reference(bytes, LineBreak::none));
+            EXPECT_EQ(text + "=", base64_reference::encoded(bytes, LineBreak::none));
         }
     }
 }
@@ -297,7 +228,7 @@ TEST_P(Base64Kernels, Encode_every_value_in_every_place) {
 TEST_P(Base64Kernels, Decode_up_to_the_first_group_that_is_not_clean) {
     const unsigned groups = 40;
     const Bytes bytes = noise(groups * 3);
-    const std::string clean = reference(bytes, LineBreak::none).substr(0, groups * 4);
+    const std::string clean = base64_reference::encoded(bytes, LineBreak::none).substr(0, groups * 4);
     for (unsigned spoilt = 0; spoilt <= groups * 4; ++spoilt) {
         std::string text = clean;
         if (spoilt < text.size())

@@ -1,0 +1,32 @@
+// Encodes and decodes the input with every set of loops that this processor has and with the plain reference; it ends
+// the program at the first difference.
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "compose/base64_kernels.h"
+#include "compose/base64_reference.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const base64_reference::Bytes input(data, data + size);
+    const std::string expected = base64_reference::encoded(input, base64::LineBreak::once);
+    std::string text(base64::encoded_length(size, base64::LineBreak::once), '\0');
+    base64::encode(input.data(), size, base64::LineBreak::once, text.data());
+    if (text != expected)
+        std::abort();
+
+    const base64_reference::Outcome outcome = base64_reference::decoded(std::string(input.begin(), input.end()));
+    base64_reference::Bytes bytes(base64::decoded_room(size));
+    const base64::Decoded result = base64::decode(base64::decode_table.values, input.data(), size, bytes.data());
+    if (result.end != outcome.end || std::string(bytes.begin(), bytes.begin() + result.size) != outcome.bytes)
+        std::abort();
+
+    for (unsigned i = 0; i < base64::kernel_set_count && base64::kernel_sets[i].available(); ++i) {
+        std::string groups(size / 3 * 4, '\0');
+        base64::kernel_sets[i].encode(input.data(), size / 3, groups.data());
+        const std::string unbroken = base64_reference::encoded(input, base64::LineBreak::none);
+        if (unbroken.compare(0, groups.size(), groups) != 0)
+            std::abort();
+    }
+    return 0;
+}
