@@ -22,6 +22,20 @@ std::string part(const std::string& name, const std::string& body) {
            "\"\r\n\r\n" + body + "\r\n------=_NextPart_000_023D_01C25DB8.8402B210\r\n";
 }
 
+// The current directory of this process, as long as it lives.
+class CurrentDirectory {
+public:
+    explicit CurrentDirectory(const std::string& path) {
+        char old[MAX_PATH];
+        m_old.assign(old, GetCurrentDirectoryA(sizeof(old), old));
+        EXPECT_TRUE(SetCurrentDirectoryA(path.c_str()));
+    }
+    ~CurrentDirectory() { SetCurrentDirectoryA(m_old.c_str()); }
+
+private:
+    std::string m_old;
+};
+
 class EmailTool : public testing::Test {
 protected:
     std::string without_attachment() {
@@ -91,11 +105,8 @@ TEST_F(EmailTool, File_that_can_not_be_mapped_is_attached_as_no_bytes) {
 
 TEST_F(EmailTool, File_without_a_backslash_in_its_path_is_attached_without_a_name) {
     folder.add("bare.txt", "abc");
-    char old_folder[MAX_PATH];
-    GetCurrentDirectoryA(sizeof(old_folder), old_folder);
-    ASSERT_TRUE(SetCurrentDirectoryA(folder.path("").c_str()));
+    const CurrentDirectory current(folder.path(""));
     mail.AddAttachment("bare.txt");
-    SetCurrentDirectoryA(old_folder);
     EXPECT_EQ(text_of(mail), without_attachment() + part("", "YWJj="));
 }
 
@@ -225,6 +236,7 @@ TEST_F(EmailTool, OpenInMailer_without_a_usable_temporary_directory_does_nothing
     const std::string deep = temp.path(std::string(255 - temp.path("").size(), 'd'));
     ASSERT_TRUE(CreateDirectoryW((L"\\\\?\\" + std::wstring(deep.begin(), deep.end())).c_str(), nullptr));
     const TemporaryDirectory tmp(deep);
+    const CurrentDirectory current(temp.path(""));
     const MailProgram program("cmd.exe /c mkdir \"" + temp.path("opened") + "\"");
     mail.OpenInMailer();
     EXPECT_EQ(temp.files("*.eml").size(), 0u);
