@@ -64,7 +64,8 @@ void CEmailTool::OpenInMailer() const {
     char folder[1024] = {};
     const DWORD length = GetTempPathA(sizeof(folder), folder);
     char unique[MAX_PATH] = {};
-    if (length == 0 || length >= sizeof(folder) || !GetTempFileNameA(folder, "email", 0, unique))
+    const DWORD name_room = 14; // GetTempFileNameA needs as much of a path's length for the name
+    if (length == 0 || length > MAX_PATH - name_room || !GetTempFileNameA(folder, "email", 0, unique))
         return;
     // Only the name is wanted. Whatever the deletion throws must not keep the message from the user.
     try {

@@ -232,13 +232,19 @@ TEST_F(EmailTool, OpenInMailer_without_a_mail_program_leaves_the_file) {
 
 TEST_F(EmailTool, OpenInMailer_without_a_usable_temporary_directory_does_nothing) {
     TempFolder temp;
-    // A folder that is there, but leaves no room for the name of a file within the 260 characters of a path.
-    const std::string deep = temp.path(std::string(255 - temp.path("").size(), 'd'));
-    ASSERT_TRUE(CreateDirectoryW((L"\\\\?\\" + std::wstring(deep.begin(), deep.end())).c_str(), nullptr));
-    const TemporaryDirectory tmp(deep);
     const CurrentDirectory current(temp.path(""));
     const MailProgram program("cmd.exe /c mkdir \"" + temp.path("opened") + "\"");
-    mail.OpenInMailer();
+    {
+        const TemporaryDirectory missing(temp.path("missing"));
+        mail.OpenInMailer();
+    }
+    // A folder that is there, but leaves no room for the name of a file within the 260 characters of a path.
+    const std::string deep = temp.path(std::string(250 - temp.path("").size(), 'd'));
+    ASSERT_TRUE(CreateDirectoryW((L"\\\\?\\" + std::wstring(deep.begin(), deep.end())).c_str(), nullptr));
+    {
+        const TemporaryDirectory no_room(deep);
+        mail.OpenInMailer();
+    }
     EXPECT_EQ(temp.files("*.eml").size(), 0u);
     EXPECT_EQ(temp.files("opened").size(), 0u);
 }

@@ -91,8 +91,7 @@ int CMemoryFile::Open(const char* path, unsigned flags, unsigned long long offse
     const unsigned slack = static_cast<unsigned>(offset % m_granularity);
     const unsigned long long start = offset - slack;
     const unsigned view_length = length + slack;
-    // A view of no bytes would be taken for one up to the end, a sum that wrapped for a short one.
-    if (view_length > 0 && view_length >= length)
+    if (view_length >= length) // the sum has not wrapped
         m_view.reset(MapViewOfFileEx(mapping, access, static_cast<DWORD>(start >> 32), static_cast<DWORD>(start),
                                      view_length, base));
     if (!m_view) {

@@ -102,6 +102,10 @@ TEST_F(MemoryFile, Length_beyond_the_end_can_not_be_mapped) {
     const std::string path = folder.add("short.bin", pattern(100));
     EXPECT_EQ(file.Open(path.c_str(), 0, 0, 2 * granularity, nullptr), 0);
     expect_closed(file);
+    CFile emptied;
+    EXPECT_TRUE(emptied.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite)) << "a mapping is still open";
+    emptied.Write(pattern(100).data(), 100);
+    emptied.Close();
     // The length and the bytes before the offset together pass 32 bits.
     EXPECT_EQ(file.Open(path.c_str(), 0, 50, 0xFFFFFFFF, nullptr), 0);
     expect_closed(file);
