@@ -16,7 +16,9 @@
 
 #include "net/http_transport.h"
 #include "net/super_buffer.h"
+#include "tests/upload/command_line.h"
 #include "tests/upload/counted_calls.h"
+#include "tests/upload/usage.h"
 
 namespace {
 
@@ -42,18 +44,7 @@ void post_file(const char* url, const char* path) {
 }
 
 void show_held() {
-    DWORD handles = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &handles);
-    printf("held %d %d %lu\n", held_counts().blocks, held_counts().handles, handles);
-}
-
-// Cuts the first word off; the rest may be empty.
-char* rest_of(char* line) {
-    char* const blank = strchr(line, ' ');
-    if (!blank)
-        return line + strlen(line);
-    *blank = 0;
-    return blank + 1;
+    printf("held %d %d %u\n", held_counts().blocks, held_counts().handles, process_handles());
 }
 
 bool obey(char* line) {
@@ -93,9 +84,7 @@ bool obey(char* line) {
 
 int main() {
     transport = new CHttpTransport;
-    static char line[4096];
-    while (fgets(line, sizeof line, stdin)) {
-        line[strcspn(line, "\r\n")] = 0;
+    while (char* const line = next_command()) {
         if (!obey(line)) {
             fprintf(stderr, "unknown command: %s\n", line);
             return 2;

@@ -1,0 +1,43 @@
+// A host that sends its reports to a server: it writes its configuration and its log, fails, and uploads both. Build it
+// with /EHa.
+#include <stdio.h>
+#include "include/wendax.h"
+
+namespace {
+
+const char config[] = "upload.cfg";
+const char log[] = "upload.log";
+
+void write_file(const char* name, const char* text) {
+    FILE* const file = fopen(name, "w");
+    if (!file)
+        return;
+    fputs(text, file);
+    fclose(file);
+}
+
+// Fails in a way the compiler can't rule out: there is nothing to convert.
+void convert(const int* source, int* target) {
+    *target = *source;
+}
+
+void (*volatile work)(const int*, int*) = convert;
+
+} // namespace
+
+int main() {
+    InitCrushReport();
+    write_file(config, "quality = high\n");
+    write_file(log, "conversion started\n");
+    try {
+        int target;
+        work(nullptr, &target);
+    } catch (char*) {
+        CCrashReport2 report(nullptr);
+        report.PostRequest(config, nullptr, log, nullptr);
+        report.CreateScreenCopy();
+        report.CreateSystemInfo();
+        puts(report.OpenDlg() == 1 ? "uploaded" : "not uploaded");
+    }
+    return 0;
+}

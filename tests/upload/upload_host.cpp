@@ -1,0 +1,127 @@
+// Drives the upload report through what Wendax.dll exports: one command a line on standard input, one answer a line on
+// standard output.
+//
+//   new                     makes a report; it answers to the commands below until the next "new"
+//   delete first|last       destroys the oldest or the newest report that there is
+//   post CONFIG|SCRIPT|LOG|FILE   PostRequest; "-" for null
+//   attach PATH             AddAttachment
+//   screen, system          CreateScreenCopy, CreateSystemInfo
+//   upload                  "uploaded", "failed" or "out of memory"
+//   dialog                  the number that OpenDlg returns
+//   newest                  which report m_pThis is: "first", "last", "none"
+//   usage                   handles of the process, and KiB of memory of its own
+#include <stdio.h>
+#include <string.h>
+
+#include "base/genlib_error.h"
+#include "include/wendax.h"
+#include "tests/upload/command_line.h"
+#include "tests/upload/usage.h"
+
+namespace {
+
+// Hosts may derive from the class; the call goes through the library's slot.
+class HostReport : public CCrashReport2 {
+public:
+    HostReport() : CCrashReport2(nullptr) {}
+    void PostRequest(const char* config, const char* script, const char* log, const char* file) override {
+        CCrashReport2::PostRequest(config, script, log, file);
+    }
+};
+
+CCrashReport2* reports[2];
+int count;
+
+const char* path(const char* word) {
+    return strcmp(word, "-") == 0 ? nullptr : word;
+}
+
+void make() {
+    if (count < 2)
+        reports[count++] = new HostReport;
+    puts("done");
+}
+
+void destroy(bool first) {
+    delete reports[first ? 0 : count - 1];
+    if (first)
+        reports[0] = reports[1];
+    --count;
+    puts("done");
+}
+
+void post(CCrashReport2& report, char* config) {
+    char* const script = rest_of(config, '|');
+    char* const log = rest_of(script, '|');
+    char* const file = rest_of(log, '|');
+    report.PostRequest(path(config), path(script), path(log), path(file));
+    puts("done");
+}
+
+void upload(CCrashReport2& report) {
+    try {
+        puts(report.Upload() ? "uploaded" : "failed");
+    } catch (const gen::genlib_out_of_memory&) {
+        puts("out of memory");
+    }
+}
+
+void show_newest() {
+    const CCrashReport2* const newest = CCrashReport2::m_pThis;
+    puts(!newest ? "none" : newest == reports[count - 1] ? "last" : newest == reports[0] ? "first" : "unknown");
+}
+
+bool obey(char* line) {
+    char* const rest = rest_of(line);
+    if (strcmp(line, "new") == 0) {
+        make();
+        return true;
+    }
+    if (strcmp(line, "newest") == 0) {
+        show_newest();
+        return true;
+    }
+    if (strcmp(line, "usage") == 0) {
+        printf("usage %u %u\n", process_handles(), process_memory());
+        return true;
+    }
+    if (count == 0)
+        return false;
+    CCrashReport2& report = *reports[count - 1];
+    if (strcmp(line, "delete") == 0) {
+        destroy(strcmp(rest, "first") == 0);
+    } else if (strcmp(line, "post") == 0) {
+        post(report, rest);
+    } else if (strcmp(line, "attach") == 0) {
+        report.AddAttachment(rest);
+        puts("done");
+    } else if (strcmp(line, "screen") == 0) {
+        report.CreateScreenCopy();
+        puts("done");
+    } else if (strcmp(line, "system") == 0) {
+        report.CreateSystemInfo();
+        puts("done");
+    } else if (strcmp(line, "upload") == 0) {
+        upload(report);
+    } else if (strcmp(line, "dialog") == 0) {
+        printf("%u\n", report.OpenDlg());
+    } else {
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int main() {
+    while (char* const line = next_command()) {
+        if (!obey(line)) {
+            fprintf(stderr, "can't do this now: %s\n", line);
+            return 2;
+        }
+        fflush(stdout);
+    }
+    while (count > 0)
+        delete reports[--count];
+    return 0;
+}
