@@ -13,7 +13,7 @@ enum class LineBreak {
     once, // CR LF after the first 72 characters, if these come from whole groups: from 54 bytes on
 };
 
-// Characters that encode() writes for so many bytes. 64 bits, because the text of 1.6 GB passes 32.
+// Characters that encode() writes for so many bytes; more than 32 bits hold from 3 GiB on.
 unsigned long long encoded_length(unsigned size, LineBreak line_break);
 
 // Writes exactly encoded_length() characters and no NUL. The blocks must not overlap; data may be null if size is 0.
