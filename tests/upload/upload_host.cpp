@@ -8,6 +8,7 @@
 //   screen, system          CreateScreenCopy, CreateSystemInfo
 //   upload                  "uploaded", "failed" or "out of memory"
 //   dialog                  the number that OpenDlg returns
+//   hold                    from here on a dialog that closes says "closing", and goes when the next line arrives
 //   newest                  which report m_pThis is: "first", "last", "none"
 //   usage                   handles of the process, and KiB of memory of its own
 #include <stdio.h>
@@ -66,6 +67,19 @@ void upload(CCrashReport2& report) {
     }
 }
 
+// Between the end of a dialog's loop and the end of its window.
+LRESULT CALLBACK hold_closing_dialog(int code, WPARAM window, LPARAM details) {
+    char name[16] = "";
+    if (code == HCBT_DESTROYWND && GetClassNameA(reinterpret_cast<HWND>(window), name, sizeof name) &&
+        strcmp(name, "#32770") == 0) {
+        puts("closing");
+        fflush(stdout);
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, 100, QS_ALLINPUT); // under Wine this brings what was painted out
+        next_command();
+    }
+    return CallNextHookEx(nullptr, code, window, details);
+}
+
 void show_newest() {
     const CCrashReport2* const newest = CCrashReport2::m_pThis;
     puts(!newest ? "none" : newest == reports[count - 1] ? "last" : newest == reports[0] ? "first" : "unknown");
@@ -103,6 +117,9 @@ bool obey(char* line) {
         puts("done");
     } else if (strcmp(line, "upload") == 0) {
         upload(report);
+    } else if (strcmp(line, "hold") == 0) {
+        SetWindowsHookExA(WH_CBT, hold_closing_dialog, nullptr, GetCurrentThreadId());
+        puts("done");
     } else if (strcmp(line, "dialog") == 0) {
         printf("%u\n", report.OpenDlg());
     } else {
