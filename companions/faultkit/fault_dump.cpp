@@ -12,6 +12,8 @@ namespace {
 // Stacks with what they point to, and the modules that are gone: some hundred kilobytes, small enough for an e-mail.
 constexpr int kDumpType = MiniDumpWithIndirectlyReferencedMemory | MiniDumpWithUnloadedModules;
 
+constexpr unsigned kPatience = 60000; // milliseconds; a dump holds every thread's stack
+
 struct DumpWork {
     HANDLE file;
     MINIDUMP_EXCEPTION_INFORMATION exception;
@@ -58,15 +60,18 @@ DWORD write_dump(const char* path, EXCEPTION_POINTERS* pointers) {
         return ERROR_INVALID_PARAMETER;
     if (was_abandoned())
         return ERROR_BUSY;
-    // No sharing: nobody reads half a dump.
-    const HANDLE file = CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    // Nobody reads half a dump, and one that is given up goes when its writer ends.
+    const HANDLE file =
+        CreateFileA(path, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return last_error_or(ERROR_GEN_FAILURE);
     dump_work = {file, {GetCurrentThreadId(), pointers, FALSE}, ERROR_GEN_FAILURE};
-    const Outcome outcome = run_with_room(write_guarded, &dump_work);
+    const Outcome outcome = run_with_room(write_guarded, &dump_work, kPatience);
     DWORD error = dump_work.error;
-    if (outcome == Outcome::kAbandoned)
-        return ERROR_TIMEOUT; // the file stays open: its writer may still be at it
+    if (outcome == Outcome::kAbandoned) {
+        DeleteFileA(path); // its writer may still be at it, so the handle stays open
+        return ERROR_TIMEOUT;
+    }
     if (outcome == Outcome::kNoThread)
         error = ERROR_NOT_ENOUGH_MEMORY;
     CloseHandle(file);

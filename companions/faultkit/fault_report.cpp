@@ -15,6 +15,7 @@ namespace {
 constexpr unsigned kReasonSize = 12 * 1024;
 constexpr unsigned kNotesRoom = 400; // characters of the reason kept for the notes behind the modules
 constexpr unsigned kMostInlined = 4;
+constexpr unsigned kPatience = 10000; // milliseconds
 
 const char kNoLibrary[] = "no symbols: the system has no usable dbghelp.dll";
 const char kLibraryFaulted[] = "symbols are incomplete: dbghelp.dll met a fault, which was swallowed";
@@ -149,7 +150,7 @@ const char* make_reason(const EXCEPTION_POINTERS* pointers) {
     if (!was_abandoned()) {
         symbol_work.instruction = facts.address;
         symbol_work.place_count = 0;
-        if (run_with_room(find_instruction, &symbol_work) == Outcome::kDone) {
+        if (run_with_room(find_instruction, &symbol_work, kPatience) == Outcome::kDone) {
             note = symbol_work.note;
             met = symbol_work.session.fault();
             if (symbol_work.place_count)
@@ -173,7 +174,8 @@ bool begin_trace(const EXCEPTION_POINTERS* pointers) {
     fault.capture(memory, pointers, &listing);
     if (!fault.has_record && !fault.has_context)
         return false;
-    const bool symbols_done = !was_abandoned() && run_with_room(walk_with_symbols, &symbol_work) == Outcome::kDone;
+    const bool symbols_done =
+        !was_abandoned() && run_with_room(walk_with_symbols, &symbol_work, kPatience) == Outcome::kDone;
     StackTrace* trace = symbols_done ? &symbol_work.trace : &plain_trace;
     if (!symbols_done) {
         guarded(&walking, [] { plain_trace.walk(memory, fault, nullptr); });

@@ -43,7 +43,8 @@ const char* __cdecl GetNextStackTraceString(unsigned int options, struct _EXCEPT
 /* Writes a minidump of the process, which a debugger opens, to the file `path` (ANSI), replacing what is there. Null
  * pointers write one without a fault. Returns 1, or 0 with no file left behind; then GetLastError() tells why:
  * ERROR_INVALID_PARAMETER for a null or empty path, ERROR_PROC_NOT_FOUND without dbghelp.dll, ERROR_BUSY while another
- * thread is in here, ERROR_NOACCESS for a fault on the way, or what the system said. */
+ * thread is in here, ERROR_TIMEOUT when it took over a minute on a stack that was used up, ERROR_NOACCESS for a fault
+ * on the way, or what the system said. */
 int __cdecl WriteFaultDump(const char* path, struct _EXCEPTION_POINTERS* pointers);
 
 #ifdef __cplusplus

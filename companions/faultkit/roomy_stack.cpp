@@ -11,7 +11,6 @@ namespace {
 constexpr uint32_t kNeeded = 128 * 1024; // bytes; reading a large PDB under Wine and Windows takes a good half of it
 constexpr uint32_t kThreadStack = 1024 * 1024;
 constexpr uint32_t kGuardPages = 3 * 4096;
-constexpr DWORD kPatience = 10000; // milliseconds
 
 struct Work {
     void (*work)(void*);
@@ -36,7 +35,7 @@ bool stack_has_room() {
 
 } // namespace
 
-Outcome run_with_room(void (*work)(void*), void* data) {
+Outcome run_with_room(void (*work)(void*), void* data, unsigned patience) {
     if (stack_has_room()) {
         work(data);
         return Outcome::kDone;
@@ -48,7 +47,7 @@ Outcome run_with_room(void (*work)(void*), void* data) {
         CreateThread(nullptr, kThreadStack, run_work, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     if (!thread)
         return Outcome::kNoThread;
-    abandoned = WaitForSingleObject(thread, kPatience) != WAIT_OBJECT_0;
+    abandoned = WaitForSingleObject(thread, patience) != WAIT_OBJECT_0;
     CloseHandle(thread);
     if (!abandoned)
         return Outcome::kDone;

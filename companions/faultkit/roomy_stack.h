@@ -10,8 +10,9 @@ enum class Outcome {
 };
 
 // Runs work(data) on the calling thread if its stack has room for the debugging library, otherwise on a thread of its
-// own with a bounded wait. `data` must be static. After an abandoned thread the library stays in memory for good.
-Outcome run_with_room(void (*work)(void*), void* data);
+// own, for which it waits at most `patience` milliseconds. `data` must be static. After an abandoned thread the library
+// stays in memory for good.
+Outcome run_with_room(void (*work)(void*), void* data, unsigned patience);
 
 // Whether a thread was abandoned before: what it uses can't be used any more.
 bool was_abandoned();
