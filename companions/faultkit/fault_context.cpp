@@ -22,6 +22,10 @@ void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* poin
     has_context = at && (memory.read(at, &context, sizeof context) ||
                          memory.read(at, &context, offsetof(CONTEXT, ExtendedRegisters)));
     has_context = has_context && (context.ContextFlags & CONTEXT_CONTROL) == CONTEXT_CONTROL;
+    if (!has_record)
+        record = EXCEPTION_RECORD();
+    if (!has_record && has_context)
+        record.ExceptionAddress = reinterpret_cast<void*>(context.Eip);
     guarded(fault, [&] {
         list_process_modules(memory, &modules);
         list_unloaded_modules(memory, &modules);

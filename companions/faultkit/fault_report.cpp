@@ -71,10 +71,7 @@ void walk_with_symbols(void* data) {
 
 void write_note(TextBuilder& text, const char* note, const StepFault& met) {
     text.text("\n(").text(note);
-    if (met.code) {
-        text.text(": ").hex(met.code).text(" at ");
-        write_place(text, fault.modules, met.address, SourcePlace(), {true, false, false, true});
-    }
+    write_fault(text, fault.modules, met);
     text.character(')');
 }
 
@@ -116,6 +113,7 @@ void copy_registers(const CONTEXT& from, Registers* to) {
 
 void gather_facts() {
     facts = FaultFacts();
+    facts.has_record = fault.has_record;
     facts.code = fault.record.ExceptionCode;
     facts.address = reinterpret_cast<uint32_t>(fault.record.ExceptionAddress);
     facts.parameter_count = fault.record.NumberParameters < 4 ? fault.record.NumberParameters : 4;
@@ -142,8 +140,8 @@ const char* make_reason(const EXCEPTION_POINTERS* pointers) {
     TextBuilder text(reason_text);
     StepFault listing, gathering = {};
     fault.capture(memory, pointers, &listing);
-    if (!fault.has_record)
-        return text.text("no exception record: the exception pointers can't be read").c_str();
+    if (!fault.has_record && !fault.has_context)
+        return text.text("no description: the exception pointers can't be read").c_str();
     guarded(&gathering, gather_facts);
     const char* note = kNoRoom;
     StepFault met = {};

@@ -26,6 +26,10 @@ void describe_access(TextBuilder& text, const FaultFacts& facts) {
 }
 
 void describe_exception(TextBuilder& text, const FaultFacts& facts) {
+    if (!facts.has_record) {
+        text.text("exception unknown: its record can't be read");
+        return;
+    }
     const ExceptionName* entry = find_exception_name(facts.code);
     text.text(entry ? entry->name : "exception").text(" (").hex(facts.code).text(")");
     const bool access = facts.code == kAccessViolation || facts.code == kInPageError;

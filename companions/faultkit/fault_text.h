@@ -20,6 +20,7 @@ struct Registers {
 };
 
 struct FaultFacts {
+    bool has_record;        // otherwise there is nothing but registers
     uint32_t code, address; // exception code and address
     uint32_t parameter_count;
     uint32_t parameters[4];

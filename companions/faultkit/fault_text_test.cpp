@@ -16,6 +16,7 @@ using faultkit::Module;
 class FaultTextTest : public testing::Test {
 protected:
     FaultTextTest() {
+        facts.has_record = true;
         facts.code = 0xC0000005;
         facts.address = 0x401234;
         facts.parameter_count = 2;
@@ -112,6 +113,11 @@ TEST_F(FaultTextTest, Thrown_object_shows_its_type) {
     facts.code = 0xE06D7363;
     std::strcpy(facts.thrown_type, ".?AVCFileException@@");
     EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, type .?AVCFileException@@");
+}
+
+TEST_F(FaultTextTest, Missing_record_is_said) {
+    facts.has_record = false;
+    EXPECT_EQ(first_line(), "exception unknown: its record can't be read");
 }
 
 TEST_F(FaultTextTest, Instruction_code_thread_and_registers_follow) {

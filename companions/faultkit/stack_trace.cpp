@@ -15,6 +15,14 @@ bool find_caller(FrameWalker& walker, SymbolSession* session, const Frame& frame
 
 } // namespace
 
+void write_fault(TextBuilder& text, const ModuleTable& modules, const StepFault& fault) {
+    if (!fault.code)
+        return;
+    text.text(": ").hex(fault.code).text(" at ");
+    const bool listed = modules.find(fault.address) != nullptr;
+    write_place(text, modules, fault.address, SourcePlace(), {listed, false, false, true});
+}
+
 void StackTrace::add_lines(const Frame& frame, SymbolSession* session, unsigned most) {
     unsigned count = 1;
     places_[0] = SourcePlace();
@@ -90,10 +98,7 @@ bool StackTrace::write_next_line(const ModuleTable& modules, unsigned options, T
     if (at >= count_ + gap) {
         const Note& note = notes_[at - count_ - gap];
         text.text("(").text(note.text);
-        if (note.fault.code) {
-            text.text(": ").hex(note.fault.code).text(" at ");
-            write_place(text, modules, note.fault.address, SourcePlace(), place_options(1));
-        }
+        write_fault(text, modules, note.fault);
         text.character(')');
     } else if (gap && at == top_count_) {
         write_gap(text);

@@ -8,6 +8,10 @@
 
 namespace faultkit {
 
+// Appends ": C0000005 at 00401234 host.exe+00001234" for a fault of our own; nothing for code 0. The module is named if
+// it was there when the modules were listed.
+void write_fault(TextBuilder& text, const ModuleTable& modules, const StepFault& fault);
+
 // In static storage. A deep stack keeps its top, where the fault is, and its bottom, where it all began.
 class StackTrace {
 public:

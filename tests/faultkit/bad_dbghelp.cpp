@@ -1,0 +1,78 @@
+// A debugging library that knows nothing, and faults in the function that BAD_DBGHELP_FAULTS_IN names.
+#include <windows.h>
+#include <dbghelp.h>
+#include <string.h>
+
+namespace {
+
+volatile int zero = 0;
+
+void maybe_fault(const char* function) {
+    char wanted[64];
+    if (GetEnvironmentVariableA("BAD_DBGHELP_FAULTS_IN", wanted, sizeof wanted) && strcmp(wanted, function) == 0)
+        *reinterpret_cast<volatile int*>(zero) = 1;
+}
+
+} // namespace
+
+extern "C" {
+
+BOOL WINAPI bad_SymInitialize(HANDLE, PCSTR, BOOL) {
+    maybe_fault("SymInitialize");
+    return TRUE;
+}
+
+BOOL WINAPI bad_SymCleanup(HANDLE) {
+    maybe_fault("SymCleanup");
+    return TRUE;
+}
+
+DWORD WINAPI bad_SymGetOptions() {
+    return 0;
+}
+
+DWORD WINAPI bad_SymSetOptions(DWORD options) {
+    return options;
+}
+
+DWORD64 WINAPI bad_SymLoadModuleEx(HANDLE, HANDLE, PCSTR, PCSTR, DWORD64 base, DWORD, PMODLOAD_DATA, DWORD) {
+    maybe_fault("SymLoadModuleEx");
+    return base;
+}
+
+// Claims to have read a PDB of every module.
+BOOL WINAPI bad_SymGetModuleInfo64(HANDLE, DWORD64, PIMAGEHLP_MODULE64 info) {
+    info->SymType = SymPdb;
+    return TRUE;
+}
+
+BOOL WINAPI bad_SymFromAddr(HANDLE, DWORD64, PDWORD64, PSYMBOL_INFO) {
+    maybe_fault("SymFromAddr");
+    return FALSE;
+}
+
+BOOL WINAPI bad_SymGetLineFromAddr64(HANDLE, DWORD64, PDWORD, PIMAGEHLP_LINE64) {
+    return FALSE;
+}
+
+// A step that always succeeds, and leads nowhere.
+BOOL WINAPI bad_StackWalk64(DWORD, HANDLE, HANDLE, LPSTACKFRAME64 frame, PVOID, PREAD_PROCESS_MEMORY_ROUTINE64,
+                            PFUNCTION_TABLE_ACCESS_ROUTINE64, PGET_MODULE_BASE_ROUTINE64,
+                            PTRANSLATE_ADDRESS_ROUTINE64) {
+    maybe_fault("StackWalk64");
+    frame->AddrPC.Offset = 0x12345678;
+    return TRUE;
+}
+
+PVOID WINAPI bad_SymFunctionTableAccess64(HANDLE, DWORD64) {
+    return nullptr;
+}
+
+DWORD64 WINAPI bad_SymGetModuleBase64(HANDLE, DWORD64) {
+    return 0;
+}
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
+    return TRUE;
+}
+}

@@ -1,0 +1,189 @@
+// A host that faults on request and prints what faultkit.dll beside it says, in the form of a report's fault text.
+//
+// usage: describe_host [--thread | --threads N] [--options BITS] [--dump PATH] [--pointers KIND] FAULT...
+//   --thread    the faults happen on a second thread, whose stack has 1 MB
+//   --threads   they happen on N threads at the same time, and nothing is printed but each thread's end
+//   --options   the option bits of the stack trace, 15 if not given
+//   --dump      writes a minidump of each fault, too
+//   --pointers  hands over worse exception pointers than it got: null, wild, no-record, no-context, wild-context,
+//               stale (good ones, but asks for the next line with others)
+// FAULT is one of tests/hosts/faults.cpp or of stack_faults.cpp.
+#include <windows.h>
+#include <eh.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "companions/faultkit/faultkit.h"
+#include "tests/faultkit/stack_faults.h"
+#include "tests/hosts/faults.h"
+#include "win/library.h"
+
+namespace {
+
+struct Faultkit {
+    decltype(GetFaultReason)* reason;
+    decltype(GetFirstStackTraceString)* first;
+    decltype(GetNextStackTraceString)* next;
+    decltype(WriteFaultDump)* dump;
+};
+
+unsigned options = 15;
+const char* dump_path;
+const char* pointers_kind = "good";
+char** faults;
+int fault_count;
+EXCEPTION_POINTERS* caught_pointers;
+
+void __cdecl translate(unsigned, EXCEPTION_POINTERS* pointers) {
+    caught_pointers = pointers;
+    throw const_cast<char*>("translated");
+}
+
+// Loaded for each description and freed behind it, as the library does.
+HMODULE load_beside_executable(Faultkit* kit) {
+    char path[MAX_PATH + 16];
+    GetModuleFileNameA(nullptr, path, MAX_PATH);
+    strcpy(strrchr(path, '\\'), "\\faultkit.dll");
+    const HMODULE module = LoadLibraryA(path);
+    if (module)
+        *kit = {win::function_of<decltype(GetFaultReason)>(module, "GetFaultReason"),
+                win::function_of<decltype(GetFirstStackTraceString)>(module, "GetFirstStackTraceString"),
+                win::function_of<decltype(GetNextStackTraceString)>(module, "GetNextStackTraceString"),
+                win::function_of<decltype(WriteFaultDump)>(module, "WriteFaultDump")};
+    return module;
+}
+
+// The pointers to hand over; copies live in static storage.
+EXCEPTION_POINTERS* worsened(EXCEPTION_POINTERS* good) {
+    static EXCEPTION_POINTERS worse;
+    worse = *good;
+    if (strcmp(pointers_kind, "null") == 0)
+        return nullptr;
+    if (strcmp(pointers_kind, "wild") == 0)
+        return reinterpret_cast<EXCEPTION_POINTERS*>(0x1001);
+    if (strcmp(pointers_kind, "no-record") == 0)
+        worse.ExceptionRecord = nullptr;
+    else if (strcmp(pointers_kind, "no-context") == 0)
+        worse.ContextRecord = nullptr;
+    else if (strcmp(pointers_kind, "wild-context") == 0)
+        worse.ContextRecord = reinterpret_cast<CONTEXT*>(0xFFFFFFF0);
+    else
+        return good;
+    return &worse;
+}
+
+// Texts are shared between the threads, so there is nothing to be said about what they hold.
+void describe_quietly(EXCEPTION_POINTERS* pointers) {
+    Faultkit kit;
+    const HMODULE module = load_beside_executable(&kit);
+    kit.reason(pointers);
+    for (const char* line = kit.first(options, pointers); line; line = kit.next(options, pointers)) {
+    }
+    FreeLibrary(module);
+}
+
+void describe(const char* fault) {
+    Faultkit kit;
+    const HMODULE module = load_beside_executable(&kit);
+    if (!module) {
+        printf("faultkit.dll was not found\n");
+        return;
+    }
+    EXCEPTION_POINTERS* const pointers = worsened(caught_pointers);
+    EXCEPTION_POINTERS other = *caught_pointers;
+    EXCEPTION_POINTERS* const later = strcmp(pointers_kind, "stale") == 0 ? &other : pointers;
+    printf("=== %s\nCrush Expantion:\n%s\n\nStack Trace:\n", fault, kit.reason(pointers));
+    for (const char* line = kit.first(options, pointers); line; line = kit.next(options, later))
+        printf("%s\n", line);
+    if (dump_path) {
+        const int written = kit.dump(dump_path, pointers);
+        printf("--- dump %d error %lu\n", written, GetLastError());
+    }
+    fflush(nullptr);
+    FreeLibrary(module);
+}
+
+bool commit(const char* name) {
+    return commit_stack_fault(name) || commit_fault(name);
+}
+
+void run_faults() {
+    _set_se_translator(translate);
+    for (int i = 0; i < fault_count; ++i) {
+        try {
+            printf(commit(faults[i]) ? "no consequence: %s\n" : "unknown fault: %s\n", faults[i]);
+        } catch (char*) {
+            describe(faults[i]);
+        }
+        fflush(nullptr);
+    }
+}
+
+DWORD WINAPI thread_main(void*) {
+    run_faults();
+    return 0;
+}
+
+void __cdecl translate_to_pointers(unsigned, EXCEPTION_POINTERS* pointers) {
+    throw pointers;
+}
+
+DWORD WINAPI racing_thread(void*) {
+    _set_se_translator(translate_to_pointers);
+    for (int i = 0; i < fault_count; ++i) {
+        try {
+            commit(faults[i]);
+        } catch (EXCEPTION_POINTERS* pointers) {
+            describe_quietly(pointers);
+        }
+    }
+    printf("thread ends\n");
+    fflush(nullptr);
+    return 0;
+}
+
+HANDLE start_thread(DWORD(WINAPI* function)(void*)) {
+    return CreateThread(nullptr, 1024 * 1024, function, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+}
+
+void run_threads(unsigned count, DWORD(WINAPI* function)(void*)) {
+    HANDLE threads[8];
+    for (unsigned i = 0; i < count; ++i)
+        threads[i] = start_thread(function);
+    WaitForMultipleObjects(count, threads, TRUE, INFINITE);
+    for (unsigned i = 0; i < count; ++i)
+        CloseHandle(threads[i]);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    unsigned thread_count = 0;
+    bool race = false;
+    int i = 1;
+    for (; i < argc && strncmp(argv[i], "--", 2) == 0; ++i) {
+        const char* const option = argv[i] + 2;
+        if (strcmp(option, "thread") == 0)
+            thread_count = 1;
+        else if (++i == argc)
+            return 2;
+        else if (strcmp(option, "threads") == 0)
+            race = (thread_count = static_cast<unsigned>(atoi(argv[i]))) <= 8;
+        else if (strcmp(option, "options") == 0)
+            options = static_cast<unsigned>(atoi(argv[i]));
+        else if (strcmp(option, "dump") == 0)
+            dump_path = argv[i];
+        else if (strcmp(option, "pointers") == 0)
+            pointers_kind = argv[i];
+        else
+            return 2;
+    }
+    faults = argv + i;
+    fault_count = argc - i;
+    if (thread_count)
+        run_threads(thread_count, race ? racing_thread : thread_main);
+    else
+        run_faults();
+    return 0;
+}

@@ -1,0 +1,93 @@
+"""Runs hosts that fault, and takes what faultkit.dll says about it apart."""
+
+import dataclasses
+import functools
+import pathlib
+import re
+import shutil
+import tempfile
+
+from support import runner
+from support.processes import REPO
+
+FRAME = re.compile(r"(?P<address>[0-9A-F]{8}) (?P<module>[^+]+)\+(?P<offset>[0-9A-F]{8})(?P<gone> \[unloaded\])?"
+                   r"(?: (?!\[guessed)(?P<function>[^(]+?)(?P<displacement>\+0x[0-9A-F]+)?(?: \((?P<file>[^()]+):(?P<line>\d+)\))?"
+                   r"(?P<inlined> \[inlined\])?)?(?P<guessed> \[guessed\])?")
+
+
+@dataclasses.dataclass
+class Description:
+    """What was said about one fault."""
+
+    fault: str
+    reason: list  # lines
+    stack: list   # lines
+    after: list   # what the host printed then
+
+    @property
+    def text(self):
+        return "\n".join(["Crush Expantion:", *self.reason, "", "Stack Trace:", *self.stack, ""])
+
+    @property
+    def frames(self):
+        """The stack's lines that stand for a place, as matches of FRAME."""
+        return [match for match in map(FRAME.fullmatch, self.stack) if match]
+
+    @property
+    def functions(self):
+        """The functions of the stack without their namespaces, "?" for a frame without one."""
+        return [short(frame["function"]) for frame in self.frames]
+
+    def modules(self):
+        """{name: (base, size, time stamp, version, key)} as text."""
+        start = next(at for at, line in enumerate(self.reason) if line.startswith("Modules ("))
+        fields = [line.split(" ", 5) for line in self.reason[start + 1:] if re.match(r"[0-9A-F]{8} ", line)]
+        return {field[5]: tuple(field[:5]) for field in fields}
+
+
+def short(function):
+    """Without namespaces and classes."""
+    return (function or "?").rpartition("::")[2]
+
+
+@functools.cache
+def source(name):
+    """The lines of a source file of the hosts, by the path in a PDB."""
+    path = REPO / name.replace("\\", "/").partition(":")[2].lstrip("/")
+    return path.read_text("utf-8").splitlines()
+
+
+def source_line(frame):
+    """The line of source that a frame names."""
+    return source(frame["file"])[int(frame["line"]) - 1].strip()
+
+
+class DescribingCase(runner.Case):
+    """Hosts run in folders of their own, so that what lies beside them, PDBs or not, is the test's choice."""
+
+    FILES = ("describe_host.exe", "faultkit.dll", "fault_guest.dll")
+    PDBS = ("describe_host.pdb", "fault_guest.pdb")
+
+    def folder(self, *names):
+        folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        for name in names:
+            shutil.copy(self.product(name), folder)
+        return folder
+
+    def describe(self, *args, pdbs=True, folder=None, env=None, wine=None):
+        """The Descriptions of the faults in args, in order."""
+        folder = folder or self.folder(*self.FILES, *(self.PDBS if pdbs else ()))
+        done = (wine or self.wine()).run(folder / "describe_host.exe", *args, cwd=folder, env=env)
+        self.assertEqual(done.returncode, 0, done)
+        return [self.take_apart(part) for part in done.text.split("=== ")[1:]]
+
+    def describe_one(self, *args, **options):
+        (description,) = self.describe(*args, **options)
+        return description
+
+    def take_apart(self, text):
+        fault, _, rest = text.partition("\nCrush Expantion:\n")
+        reason, _, rest = rest.partition("\n\nStack Trace:\n")
+        lines = rest.rstrip("\n").split("\n")
+        after = next((at for at, line in enumerate(lines) if line.startswith("--- ")), len(lines))
+        return Description(fault, reason.split("\n"), [line for line in lines[:after] if line], lines[after:])

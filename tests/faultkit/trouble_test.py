@@ -1,0 +1,98 @@
+"""faultkit.dll where things are missing, broken or contested."""
+
+import shutil
+
+from support import runner
+from describing import DescribingCase
+
+# Wine's notation: the library can't be loaded. The rest is what scripts/wine sets.
+NO_DEBUG_LIBRARY = {"WINEDLLOVERRIDES": "winemenubuilder.exe=d;mscoree,mshtml=;dbghelp=d"}
+OWN_DEBUG_LIBRARY = {"WINEDLLOVERRIDES": "winemenubuilder.exe=d;mscoree,mshtml=;dbghelp=n"}
+
+
+def addresses(description):
+    """(address, module, offset) of each frame, inlined ones left out: they need symbols."""
+    return [(frame["address"], frame["module"], frame["offset"]) for frame in description.frames if not frame["inlined"]]
+
+
+class WithoutDebugLibrary(DescribingCase):
+    def test_addresses_and_modules_are_still_there(self):
+        with_it, without = self.describe_one("mixed"), self.describe_one("mixed", env=NO_DEBUG_LIBRARY)
+        self.assertEqual(addresses(without), addresses(with_it))
+        self.assertEqual(set(without.functions), {"?"})
+        self.assertEqual(without.stack[-1], "(no symbols: the system has no usable dbghelp.dll)")
+        self.assertEqual(without.reason[-1], "(no symbols: the system has no usable dbghelp.dll)")
+        self.assertEqual(without.reason[0], with_it.reason[0])
+
+    def test_dump_is_refused(self):
+        description = self.describe_one("--dump", "fault.dmp", "write", env=NO_DEBUG_LIBRARY)
+        self.assertEqual(description.after, ["--- dump 0 error 127"])  # ERROR_PROC_NOT_FOUND
+
+
+class WithFaultingDebugLibrary(DescribingCase):
+    """A debugging library that faults in one of its functions."""
+
+    def describe_with(self, function):
+        prefix = self.fresh_prefix()
+        target = prefix.drive_c / "windows" / "system32" / "dbghelp.dll"
+        target.unlink()
+        shutil.copy(self.product("Wendax.dll").parent.parent / "test-helpers" / "bad_dbghelp" / "dbghelp.dll", target)
+        return self.describe_one("mixed", env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": function},
+                                 wine=self.wine(prefix=prefix))
+
+    def test_fault_of_the_library_is_swallowed_and_named(self):
+        wanted = addresses(self.describe_one("mixed"))
+        for function in ("SymInitialize", "SymLoadModuleEx", "SymFromAddr", "StackWalk64", "SymCleanup"):
+            with self.subTest(function):
+                description = self.describe_with(function)
+                note = (r"^\(symbols are incomplete: dbghelp\.dll met a fault, which was swallowed: C0000005 at [0-9A-F]{8}"
+                        r"( dbghelp\.dll\+[0-9A-F]{8})?\)$")
+                self.assertRegex(description.stack[-1], note)
+                if function != "StackWalk64":  # the reason needs no walk
+                    self.assertRegex(description.reason[-1], note)
+                self.assertEqual(addresses(description), wanted)
+                self.assertIn("EXCEPTION_ACCESS_VIOLATION", description.reason[0])
+
+    def test_library_whose_walk_goes_nowhere_is_not_believed(self):
+        wanted = addresses(self.describe_one("mixed"))
+        self.assertEqual(addresses(self.describe_with("nothing")), wanted)
+
+
+class WorsePointers(DescribingCase):
+    def describe_with(self, pointers):
+        return self.describe_one("--pointers", pointers, "write")
+
+    def test_null_and_wild_pointers_give_a_sentence_and_no_line(self):
+        for pointers in ("null", "wild"):
+            with self.subTest(pointers):
+                description = self.describe_with(pointers)
+                self.assertEqual(description.reason, ["no description: the exception pointers can't be read"])
+                self.assertEqual(description.stack, [])
+
+    def test_without_a_record_there_are_still_registers_and_stack(self):
+        description = self.describe_with("no-record")
+        self.assertEqual(description.reason[0], "exception unknown: its record can't be read")
+        self.assertRegex("\n".join(description.reason), r"\nEAX [0-9A-F]{8} ")
+        self.assertIn("write_null", description.functions[0])
+        self.assertIn("main", description.functions)
+
+    def test_without_a_context_there_is_still_the_instruction(self):
+        for pointers in ("no-context", "wild-context"):
+            with self.subTest(pointers):
+                description = self.describe_with(pointers)
+                self.assertIn("EXCEPTION_ACCESS_VIOLATION", description.reason[0])
+                self.assertEqual(description.functions, ["write_null"])
+
+    def test_next_line_with_other_pointers_is_the_end(self):
+        self.assertEqual(len(self.describe_with("stale").stack), 1)
+
+
+class Threads(DescribingCase):
+    def test_threads_that_fault_at_the_same_time_all_get_through(self):
+        folder = self.folder(*self.FILES)
+        done = self.wine().run(folder / "describe_host.exe", "--threads", "4", "write", "divide", cwd=folder)
+        self.assertEqual((done.returncode, done.text), (0, "thread ends\n" * 4))
+
+
+if __name__ == "__main__":
+    runner.main()
