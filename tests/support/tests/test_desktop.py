@@ -5,9 +5,8 @@ import pathlib
 import re
 import subprocess
 import sys
-import unittest
 
-from support import Case, Desktop, WaitTimeout, wait_until
+from support import Case, Desktop, WaitTimeout, main, wait_until
 from support.processes import REPO, run_tool
 from support.tests.compiled import program
 
@@ -142,4 +141,4 @@ def stat(entry):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    main()

@@ -8,7 +8,7 @@ import sys
 import tempfile
 import unittest
 
-from support import Case, wait_until
+from support import Case, main, wait_until
 from support.processes import REPO
 from support.tests.test_desktop import children, still_running
 
@@ -106,4 +106,4 @@ class Waiting(Case):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    main()

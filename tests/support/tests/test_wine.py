@@ -4,9 +4,8 @@ import pathlib
 import shutil
 import subprocess
 import tempfile
-import unittest
 
-from support import Case, Hang, Prefix, fresh_prefix, project_prefix, wait_until
+from support import Case, Hang, Prefix, fresh_prefix, main, project_prefix, wait_until
 from support.processes import REPO
 from support.tests.compiled import program
 
@@ -183,4 +182,4 @@ def servers_of(prefix):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    main()
