@@ -3,6 +3,10 @@
 
 repo_dir=$(cd "${BASH_SOURCE[0]%/*}/../.." && pwd -P)
 tools_dir=${WENDAX_TOOLS:-$repo_dir/build/tools}
+case $tools_dir in
+    /*) ;;
+    *) tools_dir=$PWD/$tools_dir ;;
+esac
 
 # say TEXT...: one line of progress.
 say() {

@@ -45,13 +45,21 @@ ensure_wine_root() {
     local root=$tools_dir/wine32
     (
         take_lock "$tools_dir/wine32.lock"
-        rm -rf "$root".new.*
+        remove_left_behind "$root"
         if [ -x "$root/usr/lib/wine/wine" ]; then
             exit 0
         fi
         [ ! -e "$root" ] || die "$root is there, but holds no Wine: remove it, then try again"
         unpack_wine "$root"
     )
+}
+
+# remove_left_behind DIR: removes what a killed unpack_wine left. May belong to root.
+remove_left_behind() {
+    local left
+    for left in "$1".new.*; do
+        [ ! -e "$left" ] || as_root rm -rf "$left"
+    done
 }
 
 # unpack_wine DIR: makes DIR in one step, from a directory that is complete.
@@ -129,7 +137,7 @@ make_prefix() (
 drop_prefix() {
     if [ -d "$new" ]; then
         "$wineserver_program" -k >/dev/null 2>&1 9>&- || true
-        timeout 30 "$wineserver_program" -w >/dev/null 2>&1 9>&- || true
+        timeout --foreground 30 "$wineserver_program" -w >/dev/null 2>&1 9>&- || true
         rm -rf "$new"
     fi
     if [ -n "$xvfb" ]; then
@@ -141,7 +149,8 @@ drop_prefix() {
 # start_xvfb: a private X server on a free display, for the windows of the first start. Sets xvfb and DISPLAY.
 start_xvfb() {
     local told number= tries
-    told=$(mktemp "$repo_dir/build/display.XXXXXX")
+    told=$new/.display
+    : >"$told"
     Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$told" >/dev/null 2>&1 </dev/null 9>&- &
     xvfb=$!
     for ((tries = 0; tries < 300; tries++)); do
@@ -160,12 +169,13 @@ start_xvfb() {
 # first_start: fills the new prefix and shows that a 32-bit program runs in it.
 first_start() {
     local code=0 link
-    timeout 300 "$wine_program" wineboot --init || return 1
+    timeout --foreground 300 "$wine_program" wineboot --init || return 1
     # No window that waits for a click when a program ends by a fault, for tests without a user.
-    timeout 60 "$wine_program" reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f || return 1
-    timeout 60 "$wine_program" cmd /c exit 42 || code=$?
+    timeout --foreground 60 "$wine_program" reg add 'HKCU\Software\Wine\WineDbg' \
+        /v ShowCrashDialog /t REG_DWORD /d 0 /f || return 1
+    timeout --foreground 60 "$wine_program" cmd /c exit 42 || code=$?
     [ "$code" -eq 42 ] || return 1
-    timeout 60 "$wineserver_program" -w || return 1
+    timeout --foreground 60 "$wineserver_program" -w || return 1
     grep -q '^#arch=win32' "$WINEPREFIX/system.reg" || return 1
     # Wine links the documents folders to the user's own ones: tests must not write there.
     find "$WINEPREFIX/drive_c/users" -type l | while read -r link; do

@@ -70,7 +70,7 @@ wine_match_display() {
     if [ -z "${DISPLAY:-}" ]; then
         [ -e "$mark" ] || : >"$mark"
     elif [ -e "$mark" ]; then
-        timeout 20 "$wineserver_program" -w >/dev/null 2>&1 </dev/null || :
+        timeout --foreground 20 "$wineserver_program" -w >/dev/null 2>&1 </dev/null || :
         rm -f "$mark"
     fi
 }
