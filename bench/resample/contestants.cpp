@@ -30,6 +30,9 @@ bool ours(const Task& task, const kobrtl::RowKernels* kernels) {
     return kobrtl::resample(source, canvas, {kobrtl::mitchell(), kobrtl::catmull_rom()}, *kernels);
 }
 
+bool ours_avx2(const Task& task) {
+    return ours(task, kobrtl::avx2_kernels());
+}
 bool ours_sse2(const Task& task) {
     return ours(task, kobrtl::sse2_kernels());
 }
@@ -84,12 +87,17 @@ bool read_once(const Task& task) {
 
 } // namespace
 
-const Contestant kContestants[] = {{"ours, SSE2", ours_sse2, true},
-                                   {"ours, plain", ours_plain, true},
-                                   {"stb_image_resize", stb, true},
-                                   {"GDI+ bicubic", gdiplus, true},
-                                   {"reading once", read_once, false}};
+const Contestant kContestants[] = {{"ours, AVX2", ours_avx2, true},   {"ours, SSE2", ours_sse2, true},
+                                   {"ours, plain", ours_plain, true}, {"stb_image_resize", stb, true},
+                                   {"GDI+ bicubic", gdiplus, true},   {"reading once", read_once, false}};
 const unsigned kContestantCount = sizeof kContestants / sizeof *kContestants;
+
+void forget_source(const Task& task) {
+    const size_t length = static_cast<size_t>(task.width) * task.height * (task.bpp / 8);
+    for (size_t at = 0; at < length; at += 64)
+        _mm_clflush(task.source + at);
+    _mm_mfence();
+}
 
 bool start_gdiplus() {
     GdiplusStartupInput input = {};

@@ -7,6 +7,8 @@
 // cache.
 #include "companions/kobrtl/filter.h"
 
+#include <math.h>
+
 namespace kobrtl {
 
 namespace {
@@ -40,7 +42,8 @@ unsigned greatest_common_divisor(unsigned a, unsigned b) {
     return a;
 }
 
-// Whole numbers that add up to `whole`, each within one unit of its share: what one rounding drops, the next one gets.
+// Rounds shares of something to whole numbers: what one of them loses, the next one gets. Many small weights in a row
+// would otherwise all lose the same.
 class SharingRounder {
 public:
     int32_t next(double share) {
@@ -49,6 +52,7 @@ public:
         m_given = static_cast<int32_t>(m_sum < 0 ? m_sum - 0.5 : m_sum + 0.5);
         return m_given - before;
     }
+    int32_t given() const { return m_given; }
 
 private:
     double m_sum = 0;
@@ -86,68 +90,98 @@ Filter triangle() {
     return {triangle_value, 1};
 }
 
-bool AxisWeights::build(unsigned source, unsigned destination, const Filter& filter, unsigned most_shift) {
+bool AxisWeights::build(unsigned source, unsigned destination, const Filter& filter) {
     const Axis axis(source, destination, filter.radius);
-    const unsigned divisor = greatest_common_divisor(source, destination);
-    const unsigned period = destination / divisor;
-
-    size_t count = 0;
-    for (unsigned i = 0; i < period; ++i)
-        count += static_cast<size_t>(axis.last(i) - axis.first(i) + 2) & ~size_t(1);
-    Block<double> exact;
-    if (!exact.allocate(count) || !m_weights.allocate(count * kLanes) || !m_taps.allocate(destination))
+    m_size = destination;
+    m_source_size = source;
+    m_period = destination / greatest_common_divisor(source, destination);
+    m_most_taps = 0;
+    if (!m_taps.allocate(destination))
         return false;
 
-    double peak = 0;
-    double* weight = exact.data();
-    for (unsigned i = 0; i < period; ++i) {
-        const int64_t first = axis.first(i);
-        const unsigned taps = static_cast<unsigned>(axis.last(i) - first + 1);
-        double sum = 0;
-        for (unsigned k = 0; k < taps; ++k)
-            sum += weight[k] = filter.value(axis.distance(i, first + k));
-        for (unsigned k = 0; k < taps; ++k) {
-            weight[k] /= sum;
-            peak = weight[k] > peak ? weight[k] : peak;
-        }
-        if (taps % 2)
-            weight[taps] = 0;
-        weight += (taps + 1) & ~1u;
-    }
-
-    // The rounding can raise a weight by one unit.
-    m_shift = most_shift;
-    while (peak * (1 << m_shift) > INT16_MAX - 1)
-        --m_shift;
-
-    weight = exact.data();
-    int16_t* out = m_weights.data();
-    m_most_pairs = 0;
-    for (unsigned i = 0; i < period; ++i) {
-        const int64_t first = axis.first(i);
-        const unsigned pairs = static_cast<unsigned>(axis.last(i) - first + 2) / 2;
-        m_taps[i] = {static_cast<int32_t>(first), pairs, static_cast<uint32_t>(out - m_weights.data())};
-        m_most_pairs = pairs > m_most_pairs ? pairs : m_most_pairs;
-        SharingRounder rounder;
-        for (unsigned k = 0; k < pairs; ++k, out += 2 * kLanes) {
-            const int16_t even = static_cast<int16_t>(rounder.next(*weight++ * (1 << m_shift)));
-            const int16_t odd = static_cast<int16_t>(rounder.next(*weight++ * (1 << m_shift)));
-            for (unsigned lane = 0; lane < kLanes; ++lane) {
-                out[2 * lane] = even;
-                out[2 * lane + 1] = odd;
-            }
-        }
-    }
-    for (unsigned i = period; i < destination; ++i) {
-        m_taps[i] = m_taps[i - period];
-        m_taps[i].first += static_cast<int32_t>(source / divisor);
-    }
-    m_lowest = m_taps[0].first;
-    m_highest = 0;
+    uint32_t total = 0;
     for (unsigned i = 0; i < destination; ++i) {
-        const int32_t end = m_taps[i].first + static_cast<int32_t>(2 * m_taps[i].pairs);
-        m_highest = end > m_highest ? end : m_highest;
+        const int64_t first = axis.first(i), last = axis.last(i);
+        const bool inside = first >= 0 && last < axis.source;
+        const int64_t begin = first < 0 ? 0 : first, end = last < axis.source ? last + 1 : axis.source;
+        Taps& taps = m_taps[i];
+        taps = {static_cast<uint32_t>(begin), static_cast<uint32_t>(end - begin), total};
+        if (inside && i >= m_period && axis.first(i - m_period) >= 0)
+            taps.offset = m_taps[i - m_period].offset;
+        else
+            total += taps.count;
+        m_most_taps = taps.count > m_most_taps ? taps.count : m_most_taps;
     }
+
+    if (!m_weights.allocate(total))
+        return false;
+    total = 0;
+    for (unsigned i = 0; i < destination; ++i) {
+        const Taps& taps = m_taps[i];
+        if (taps.offset != total)
+            continue;
+        total += taps.count;
+        float* weight = m_weights.data() + taps.offset;
+        const int64_t first = axis.first(i), last = axis.last(i);
+        double sum = 0;
+        for (int64_t j = first; j <= last; ++j)
+            sum += filter.value(axis.distance(i, j));
+        double folded = 0;
+        for (int64_t j = first; j <= last; ++j) {
+            folded += filter.value(axis.distance(i, j));
+            if ((j < 0 && j < last) || (j >= axis.source - 1 && j < last))
+                continue;
+            *weight++ = static_cast<float>(folded / sum);
+            folded = 0;
+        }
+    }
+    return true;
+}
+
+// Each set has a unit of its own that brings its greatest weight to the most that 16 bits hold: with one power of two
+// for all, the rounding of the weights alone would cost more than everything else together. The sum of the rounded
+// weights, not the scale, makes the unit, so that a flat picture stays what it is.
+bool PairWeights::build(const AxisWeights& axis) {
+    constexpr float kMostWeight = 32766;  // rounding may add 1
+    constexpr float kMostScale = 1 << 22; // keeps 255 x the sum of all magnitudes within 32 bits
+    const auto is_new = [&axis](unsigned i) {
+        return i < axis.period() || axis.taps(i).offset != axis.taps(i - axis.period()).offset;
+    };
+    size_t pairs = 0;
+    for (unsigned i = 0; i < axis.size(); ++i)
+        if (is_new(i))
+            pairs += (axis.taps(i).count + 1) / 2;
+    if (!m_sets.allocate(axis.size()) || !m_weights.allocate(pairs * 8))
+        return false;
+
+    m_reads_behind = false;
+    int16_t* out = m_weights.data();
+    for (unsigned i = 0; i < axis.size(); ++i) {
+        if (!is_new(i)) {
+            m_sets[i] = m_sets[i - axis.period()];
+            continue;
+        }
+        const AxisWeights::Taps& taps = axis.taps(i);
+        const float* weights = axis.weights(taps);
+        float peak = 0;
+        for (unsigned k = 0; k < taps.count; ++k)
+            peak = fabsf(weights[k]) > peak ? fabsf(weights[k]) : peak;
+        const float scale = kMostWeight < kMostScale * peak ? kMostWeight / peak : kMostScale;
+
+        const unsigned pairs = (taps.count + 1) / 2;
+        const unsigned lead = taps.count % 2 && taps.first > 0 ? 1 : 0;
+        SharingRounder rounder;
+        for (unsigned k = 0; k < 2 * pairs; ++k) {
+            const bool is_tap = k >= lead && k - lead < taps.count;
+            const int32_t weight = is_tap ? rounder.next(static_cast<double>(weights[k - lead]) * scale) : 0;
+            for (unsigned lane = 0; lane < 4; ++lane)
+                out[k / 2 * 8 + lane * 2 + k % 2] = static_cast<int16_t>(weight);
+        }
+        m_sets[i] = {out, pairs, lead, 1.0f / static_cast<float>(rounder.given())};
+        out += 8 * pairs;
+    }
+    for (unsigned i = 0; i < axis.size(); ++i)
+        m_reads_behind |= axis.taps(i).first - m_sets[i].lead + 2 * m_sets[i].pairs > axis.source_size();
     return true;
 }
 

@@ -59,7 +59,7 @@ public:
     // Writes the whole picture in the size width x height to rows, whose meaning and stride are those of the
     // constructor; bytes between the end of a row and the next row stay as they are. Source and destination may not
     // overlap. Returns 1, or 0 for a bad picture, type, size or stride, or when memory is gone.
-    // Takes memory for the weights and at most 64 rows of the source, never for a whole picture.
+    // Takes memory for the weights and a narrow stripe of the source, never for a whole picture.
     int ScaleTo(void* rows, unsigned width, unsigned height, int stride, int type) const;
 
 private:

@@ -1,9 +1,10 @@
-// The vertical pass comes first: for one destination row it sums up whole source rows, which streams through the
-// picture once and vectorises whatever the pixels are. The result, one row of 16-bit samples as wide as the source,
-// goes through the horizontal pass at once, while it is in the cache.
+// The vertical pass comes first: it sums up source rows to a band of a few destination rows, which streams through the
+// picture once and vectorises whatever the pixels are. It advances by some columns at a time, and the horizontal pass
+// follows it at once over a window of these columns that stays in the cache. Between the passes samples are floats: a
+// rounding there would cost more closeness to the ideal than all else together.
 //
-// A picture of 32 bits begins as one that is opaque, since nearly all are. The first row that isn't starts it over with
-// colours weighted by their opacity.
+// A picture of 32 bits begins as one that is opaque, since nearly all are. The first pixels that aren't start it over
+// with colours weighted by their opacity.
 #include "companions/kobrtl/resample.h"
 
 #include <string.h>
@@ -14,138 +15,196 @@ namespace kobrtl {
 
 namespace {
 
-// What keeps sums within 32 bits: bytes and 16-bit samples in the vertical pass, 16-bit samples in the horizontal one.
-constexpr unsigned kMostByteShift = 22;
-constexpr unsigned kMostSampleShift = 15;
-constexpr unsigned kMostHorizontalShift = 16;
+constexpr unsigned kTilePixels = kColumns; // so a tile of any kind of pixel has a multiple of kColumns columns
+constexpr unsigned kStepPixels = 4 * kTilePixels;
 
 enum class Outcome { done, no_memory, not_opaque };
 
 class Resampler {
 public:
-    Resampler(const Picture& source, const Canvas& canvas, const FilterPair& filters, const RowKernels& kernels)
-        : m_source(source), m_canvas(canvas), m_filters(filters), m_kernels(kernels),
-          m_channels(pixel_kind(source).channels) {}
+    Resampler(const Picture& source, const Canvas& canvas, const RowKernels& kernels, RowForm form)
+        : m_source(source), m_canvas(canvas), m_kernels(kernels), m_form(form), m_rows(source, form),
+          m_channels(m_rows.channels()) {}
 
-    Outcome run(RowForm form);
+    Outcome run(const FilterPair& filters);
 
 private:
-    Outcome sum_rows(unsigned y);
-    void continue_edges();
+    bool prepare(const FilterPair& filters);
+    void begin_band(unsigned y);
+    unsigned first_row(unsigned y) const;
+    bool scale_band(unsigned y);
+    bool is_opaque(unsigned pixel, unsigned count) const;
+    void make_room(unsigned oldest, unsigned pixel);
+    void sum_rows(unsigned pixel, unsigned count);
+    void sum_tile(unsigned pixel, unsigned count);
+
+    // The place of a source pixel's samples in the window.
+    float* samples(unsigned pixel) const {
+        return m_window.data() + static_cast<size_t>(pixel - m_origin) * m_channels * m_kernels.lanes;
+    }
 
     const Picture& m_source;
     const Canvas& m_canvas;
-    const FilterPair& m_filters;
     const RowKernels& m_kernels;
+    const RowForm m_form;
+    const RowSource m_rows;
     const unsigned m_channels;
-    RowForm m_form = RowForm::bytes;
-    RowSource m_rows;
-    AxisWeights m_vertical, m_horizontal;
-    Block<int32_t> m_sums;
-    Block<int16_t> m_middle;
-    int16_t* m_samples = nullptr; // source pixel 0 in m_middle
+
+    AxisWeights m_down, m_across;
+    PairWeights m_down_pairs;
+    bool m_direct = false; // whether source rows are used as they lie
+    Block<uint8_t> m_tile; // else one tile of each of the band's rows
+    Block<float> m_window; // the samples of m_window_pixels pixels
+    unsigned m_window_pixels = 0;
+    unsigned m_origin = 0; // the source pixel that the window begins with
+    RowSum m_sums[kMostLanes] = {};
+    unsigned m_first_row = 0; // of the band
+    unsigned m_row_count = 0;
+    unsigned m_known_opaque = 0; // rows below this one are
 };
 
 const Filter& filter_for(const FilterPair& filters, unsigned from, unsigned to) {
     return from > to ? filters.shrink : filters.grow;
 }
 
-Outcome Resampler::run(RowForm form) {
-    m_form = form;
-    const Filter& down = filter_for(m_filters, m_source.height, m_canvas.height);
-    const Filter& across = filter_for(m_filters, m_source.width, m_canvas.width);
-    if (!m_vertical.build(m_source.height, m_canvas.height, down,
-                          form == RowForm::bytes ? kMostByteShift : kMostSampleShift) ||
-        !m_horizontal.build(m_source.width, m_canvas.width, across, kMostHorizontalShift))
-        return Outcome::no_memory;
+bool Resampler::prepare(const FilterPair& filters) {
+    if (!m_down.build(m_source.height, m_canvas.height, filter_for(filters, m_source.height, m_canvas.height)) ||
+        !m_across.build(m_source.width, m_canvas.width, filter_for(filters, m_source.width, m_canvas.width)) ||
+        (m_form == RowForm::bytes && !m_down_pairs.build(m_down)))
+        return false;
 
-    const unsigned taps = 2 * m_vertical.most_pairs();
-    if (!m_rows.open(m_source, form, taps < kMostRows ? taps : kMostRows, m_kernels))
-        return Outcome::no_memory;
-    const size_t samples = static_cast<size_t>(m_source.width) * m_channels;
-    if (taps > kMostRows && !m_sums.allocate(samples))
-        return Outcome::no_memory;
+    unsigned most_rows = 0;
+    for (unsigned y = 0; y < m_canvas.height; y += m_kernels.lanes) {
+        begin_band(y);
+        most_rows = m_row_count > most_rows ? m_row_count : most_rows;
+    }
+    // Wide enough that what is still needed at its end is seldom moved to its beginning.
+    m_window_pixels = 2 * m_across.most_taps() + 2 * kStepPixels;
+    m_direct = m_rows.is_direct() && !m_down_pairs.reads_behind();
+    return m_tile.allocate(static_cast<size_t>(most_rows + 1) * kTilePixels * m_channels * m_rows.sample_size()) &&
+           m_window.allocate(static_cast<size_t>(m_window_pixels) * m_channels * m_kernels.lanes);
+}
 
-    // Room for the pixels beyond both edges, with the first pixel of the picture 16-byte aligned.
-    const int32_t beyond = m_horizontal.highest() - static_cast<int32_t>(m_source.width);
-    const size_t before = (static_cast<size_t>(-m_horizontal.lowest()) * m_channels + 7) & ~size_t(7);
-    const size_t behind = static_cast<size_t>(beyond > 0 ? beyond : 0) * m_channels + 8;
-    if (!m_middle.allocate(before + samples + behind))
+Outcome Resampler::run(const FilterPair& filters) {
+    if (!prepare(filters))
         return Outcome::no_memory;
-    memset(m_middle.data(), 0, (before + samples + behind) * sizeof(int16_t));
-    m_samples = m_middle.data() + before;
-
-    const HorizontalRun run = {m_samples, &m_horizontal, m_canvas.width, m_channels};
-    for (unsigned y = 0; y < m_canvas.height; ++y) {
-        const Outcome outcome = sum_rows(y);
-        if (outcome != Outcome::done)
-            return outcome;
-        continue_edges();
-        if (form == RowForm::bytes)
-            m_kernels.horizontal(run, m_canvas.row(y));
-        else
-            m_kernels.horizontal_weighted(run, m_canvas.row(y));
+    for (unsigned y = 0; y < m_canvas.height; y += m_kernels.lanes) {
+        begin_band(y);
+        if (!scale_band(y))
+            return Outcome::not_opaque;
     }
     return Outcome::done;
 }
 
-Outcome Resampler::sum_rows(unsigned y) {
-    const AxisWeights::Taps& taps = m_vertical.taps(y);
-    const void* rows[kMostRows];
-    VerticalRun run = {};
-    run.rows = rows;
-    run.weights = m_vertical.weights(taps);
-    run.count = static_cast<size_t>(m_source.width) * m_channels;
-    run.sums = m_sums.data();
-    run.out = m_samples;
-    const unsigned weight_shift = m_vertical.shift();
-    if (m_form == RowForm::bytes) {
-        run.shift = weight_shift - kMiddleBits;
-        run.start = (1 << (run.shift - 1)) - (kCentre << weight_shift);
-    } else {
-        run.shift = weight_shift + 1;
-        run.start = 1 << (run.shift - 1);
-    }
-
-    const int32_t last_row = static_cast<int32_t>(m_source.height) - 1;
-    int32_t source_row = taps.first;
-    for (unsigned left = taps.pairs; left;) {
-        run.pairs = left < kMostRows / 2 ? left : kMostRows / 2;
-        for (unsigned i = 0; i < 2 * run.pairs; ++i, ++source_row) {
-            const int32_t inside = source_row < 0 ? 0 : source_row > last_row ? last_row : source_row;
-            rows[i] = m_rows.row(static_cast<unsigned>(inside));
-            if (!rows[i])
-                return Outcome::not_opaque;
+// Below the last row of the destination it is repeated.
+void Resampler::begin_band(unsigned y) {
+    m_first_row = first_row(y);
+    unsigned end = m_first_row;
+    for (unsigned lane = 0; lane < m_kernels.lanes; ++lane) {
+        const unsigned row = y + lane < m_canvas.height ? y + lane : m_canvas.height - 1;
+        const AxisWeights::Taps& taps = m_down.taps(row);
+        m_sums[lane] = {first_row(row) - m_first_row, taps.count, m_down.weights(taps), 0};
+        if (m_form == RowForm::bytes) {
+            const PairWeights::Set& set = m_down_pairs.set(row);
+            m_sums[lane].count = 2 * set.pairs;
+            m_sums[lane].weights = set.weights;
+            m_sums[lane].unit = set.unit;
         }
-        run.first = left == taps.pairs;
-        run.last = left == run.pairs;
-        if (m_form == RowForm::bytes)
-            m_kernels.vertical_bytes(run);
-        else
-            m_kernels.vertical_samples(run);
-        run.weights += static_cast<size_t>(run.pairs) * 2 * AxisWeights::kLanes;
-        left -= run.pairs;
+        end = taps.first + taps.count > end ? taps.first + taps.count : end;
     }
-    return Outcome::done;
+    m_row_count = end - m_first_row;
 }
 
-void Resampler::continue_edges() {
-    const size_t pixel = m_channels;
-    for (int32_t x = m_horizontal.lowest(); x < 0; ++x)
-        memcpy(m_samples + x * static_cast<ptrdiff_t>(pixel), m_samples, pixel * sizeof(int16_t));
-    const int16_t* edge = m_samples + (m_source.width - 1) * pixel;
-    for (int32_t x = static_cast<int32_t>(m_source.width); x < m_horizontal.highest(); ++x)
-        memcpy(m_samples + x * static_cast<ptrdiff_t>(pixel), edge, pixel * sizeof(int16_t));
+unsigned Resampler::first_row(unsigned y) const {
+    return m_down.taps(y).first - (m_form == RowForm::bytes ? m_down_pairs.set(y).lead : 0);
+}
+
+// False if a pixel is not opaque although the form of the rows says so.
+bool Resampler::scale_band(unsigned y) {
+    uint8_t* rows[kMostLanes];
+    for (unsigned lane = 0; lane < m_kernels.lanes; ++lane)
+        rows[lane] = m_canvas.row(y + lane < m_canvas.height ? y + lane : m_canvas.height - 1);
+
+    m_origin = 0;
+    unsigned next = 0; // the first pixel of the destination that isn't done
+    for (unsigned pixel = 0; pixel < m_source.width;) {
+        const unsigned left = m_source.width - pixel;
+        const unsigned count = left < kStepPixels ? left : kStepPixels;
+        make_room(m_across.taps(next).first, pixel);
+        sum_rows(pixel, count);
+        // Only now, when the pixels have come from memory.
+        if (m_form == RowForm::bytes && m_source.bpp == 32 && !is_opaque(pixel, count))
+            return false;
+        pixel += count;
+
+        HorizontalRun run = {m_window.data(), m_origin, &m_across, next, next, m_channels};
+        while (run.end < m_canvas.width && m_across.taps(run.end).first + m_across.taps(run.end).count <= pixel)
+            ++run.end;
+        if (m_form == RowForm::bytes)
+            m_kernels.horizontal(run, rows);
+        else
+            m_kernels.horizontal_weighted(run, rows);
+        // The last one, done or not, still says which pixels the window must keep.
+        next = run.end < m_canvas.width ? run.end : m_canvas.width - 1;
+    }
+    m_known_opaque = m_first_row + m_row_count;
+    return true;
+}
+
+bool Resampler::is_opaque(unsigned pixel, unsigned count) const {
+    for (unsigned y = m_first_row < m_known_opaque ? m_known_opaque : m_first_row; y < m_first_row + m_row_count; ++y)
+        if (!m_kernels.opaque(m_rows.row(y) + static_cast<size_t>(pixel) * 4, count))
+            return false;
+    return true;
+}
+
+// Makes the window take a step's columns from `pixel` on, and keeps those from `oldest` on.
+void Resampler::make_room(unsigned oldest, unsigned pixel) {
+    if (pixel - m_origin + kStepPixels <= m_window_pixels)
+        return;
+    const unsigned kept = oldest < pixel ? pixel - oldest : 0;
+    memmove(m_window.data(), samples(pixel - kept),
+            static_cast<size_t>(kept) * m_channels * m_kernels.lanes * sizeof(float));
+    m_origin = pixel - kept;
+}
+
+void Resampler::sum_rows(unsigned pixel, unsigned count) {
+    unsigned done = 0;
+    if (m_direct) {
+        done = count / kTilePixels * kTilePixels;
+        const uint8_t* rows = m_rows.row(m_first_row) + static_cast<size_t>(pixel) * m_channels;
+        const size_t columns = static_cast<size_t>(done) * m_channels;
+        m_kernels.vertical_bytes({rows, m_rows.stride(), m_row_count, m_sums, columns}, samples(pixel));
+    }
+    for (; done < count; done += kTilePixels)
+        sum_tile(pixel + done, count - done < kTilePixels ? count - done : kTilePixels);
+}
+
+void Resampler::sum_tile(unsigned pixel, unsigned count) {
+    const size_t columns = static_cast<size_t>(kTilePixels) * m_channels;
+    const size_t stride = columns * m_rows.sample_size();
+    const size_t used = static_cast<size_t>(count) * m_channels * m_rows.sample_size();
+    for (unsigned i = 0; i < m_row_count; ++i) {
+        uint8_t* out = m_tile.data() + i * stride;
+        m_rows.convert(m_first_row + i, pixel, count, out);
+        memset(out + used, 0, stride - used);
+    }
+    memset(m_tile.data() + m_row_count * stride, 0, stride); // a row of weight 0 may be read behind the last one
+    const VerticalRun run = {m_tile.data(), static_cast<ptrdiff_t>(stride), m_row_count, m_sums, columns};
+    if (m_form == RowForm::bytes)
+        m_kernels.vertical_bytes(run, samples(pixel));
+    else
+        m_kernels.vertical_floats(run, samples(pixel));
 }
 
 } // namespace
 
 bool resample(const Picture& source, const Canvas& canvas, const FilterPair& filters, const RowKernels& kernels) {
     Outcome outcome = Outcome::not_opaque;
-    if (pixel_kind(source).channels != 4 || source.bpp == 32)
-        outcome = Resampler(source, canvas, filters, kernels).run(RowForm::bytes);
+    if (channels_of(source) != 4 || source.bpp == 32)
+        outcome = Resampler(source, canvas, kernels, RowForm::bytes).run(filters);
     if (outcome == Outcome::not_opaque)
-        outcome = Resampler(source, canvas, filters, kernels).run(RowForm::weighted);
+        outcome = Resampler(source, canvas, kernels, RowForm::weighted).run(filters);
     return outcome == Outcome::done;
 }
 

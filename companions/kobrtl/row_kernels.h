@@ -1,4 +1,8 @@
-// The inner loops of the resampler. The plain and the SSE2 set do the same integer arithmetic and give the same bits.
+// The inner loops of the resampler, in three versions: plain C, SSE2, and AVX2 with fused multiplication and addition.
+//
+// A band is some neighbouring rows of the destination, as many as a vector has lanes. The vertical pass sums up source
+// rows to the band's samples: colours from 0 to 255 as floats, the samples of one column side by side. The horizontal
+// pass sums up columns, each lane a row, and so needs to know nothing of how pixels are put together.
 #pragma once
 
 #include <stddef.h>
@@ -8,49 +12,50 @@
 
 namespace kobrtl {
 
-// Between the two passes a sample is a signed 16-bit number with room for what the filters add beyond both ends:
-// (value - kCentre) << kMiddleBits for plain colours from 0 to 255, and for colours weighted by their opacity
-// colour x opacity / 2 - kWeightedCentre, where opacity itself stands as 255 x opacity.
-constexpr int kCentre = 128;
-constexpr unsigned kMiddleBits = 7;
-constexpr int kWeightedCentre = 16256;
+constexpr unsigned kMostLanes = 8;
+constexpr unsigned kColumns = 32; // the vertical pass works on this many columns at once
 
-// One run of the vertical pass: `count` columns over 2 x `pairs` rows. A destination row of many taps takes several
-// runs, which hand their sums on in `sums`.
+// What one row of the band sums up: `count` source rows from the run's row `first` on.
+struct RowSum {
+    unsigned first;
+    unsigned count;
+    const void* weights; // floats for rows of floats; for bytes those of PairWeights (count is even then)
+    float unit;          // for bytes: that of PairWeights
+};
+
 struct VerticalRun {
-    const void* const* rows; // 2 x pairs pointers, to bytes or to 16-bit samples
-    const int16_t* weights;  // as AxisWeights::Taps has them
-    unsigned pairs;
-    size_t count;
-    int32_t start;  // the value that the sums begin with in the first run
-    unsigned shift; // by which the last run shifts the sums down
-    int32_t* sums;  // null when one run does it all
-    bool first, last;
-    int16_t* out; // 16-byte aligned
+    const uint8_t* rows; // the first source row of the band, of bytes or of floats
+    ptrdiff_t stride;    // bytes from a row to the next one
+    unsigned row_count;
+    const RowSum* sums; // one for each lane
+    size_t columns;     // a multiple of kColumns
 };
 
-// One row of the horizontal pass, for pixels of 1, 3 or 4 samples.
 struct HorizontalRun {
-    const int16_t* samples; // source pixel 0; pixels from lowest() to highest() can be read, and 16 bytes more
+    const float* samples; // those of source pixel `origin`
+    unsigned origin;
     const AxisWeights* weights;
-    unsigned width; // pixels of the destination
-    unsigned channels;
+    unsigned begin, end; // pixels of the destination: those whose taps are all there
+    unsigned channels;   // 1, 3 or 4 columns make a pixel
 };
-
-// A run takes at most this many rows.
-constexpr unsigned kMostRows = 64;
 
 struct RowKernels {
-    void (*vertical_bytes)(const VerticalRun&);   // rows of bytes
-    void (*vertical_samples)(const VerticalRun&); // rows of int16_t
-    void (*horizontal)(const HorizontalRun&, uint8_t* out);
-    // Four channels of which the last is opacity and the others are weighted by it: gives plain colours.
-    void (*horizontal_weighted)(const HorizontalRun&, uint8_t* out);
+    const char* name;
+    unsigned lanes;
+    // samples: 16-byte aligned, columns x lanes of them.
+    void (*vertical_bytes)(const VerticalRun&, float* samples);
+    void (*vertical_floats)(const VerticalRun&, float* samples);
+    // rows: the destination's, one for each lane; two may be the same.
+    void (*horizontal)(const HorizontalRun&, uint8_t* const* rows);
+    // Four channels, of which the last is opacity x 255 and the others are weighted by opacity: gives plain colours,
+    // and pixels of four zeros where the opacity is 0.
+    void (*horizontal_weighted)(const HorizontalRun&, uint8_t* const* rows);
     bool (*opaque)(const uint8_t* row, size_t pixels); // whether every fourth byte is 255
 };
 
 const RowKernels& plain_kernels();
-const RowKernels* sse2_kernels(); // null if this processor has no SSE2
+const RowKernels* sse2_kernels(); // null if the processor or the system doesn't support it
+const RowKernels* avx2_kernels(); // likewise
 const RowKernels& best_kernels();
 
 } // namespace kobrtl

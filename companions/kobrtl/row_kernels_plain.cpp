@@ -1,60 +1,90 @@
 #include "companions/kobrtl/row_kernels.h"
 
-#include "companions/kobrtl/pixel_end.h"
+#include <string.h>
 
 namespace kobrtl {
 
 namespace {
 
-template <class Sample>
-void vertical(const VerticalRun& run) {
-    const Sample* const* rows = reinterpret_cast<const Sample* const*>(run.rows);
-    for (size_t x = 0; x < run.count; ++x) {
-        int32_t sum = run.first ? run.start : run.sums[x];
-        const int16_t* weight = run.weights;
-        for (unsigned pair = 0; pair < run.pairs; ++pair, weight += 2 * AxisWeights::kLanes)
-            sum += rows[2 * pair][x] * weight[0] + rows[2 * pair + 1][x] * weight[1];
-        if (run.last)
-            run.out[x] = static_cast<int16_t>(sum >> run.shift);
-        else
-            run.sums[x] = sum;
+// To the nearest whole number, by an addition that shifts the fraction out: a conversion would be slow without SSE.
+uint8_t to_byte(float value) {
+    if (!(value > 0))
+        return 0;
+    if (value >= 255)
+        return 255;
+    volatile float shifted = value + 8388608.0f;
+    const float rounded = shifted;
+    int32_t bits;
+    memcpy(&bits, &rounded, sizeof bits);
+    return static_cast<uint8_t>(bits);
+}
+
+void vertical_bytes(const VerticalRun& run, float* samples) {
+    const RowSum& sum = *run.sums;
+    for (size_t at = 0; at < run.columns; at += kColumns) {
+        int32_t sums[kColumns] = {};
+        const int16_t* weight = static_cast<const int16_t*>(sum.weights);
+        const uint8_t* row = run.rows + static_cast<ptrdiff_t>(sum.first) * run.stride + at;
+        for (unsigned k = 0; k < sum.count; k += 2, weight += 8, row += 2 * run.stride) {
+            const uint8_t* next = row + run.stride;
+            const int row_weight = weight[0], next_weight = weight[1];
+            for (unsigned x = 0; x < kColumns; ++x)
+                sums[x] += row[x] * row_weight + next[x] * next_weight;
+        }
+        for (unsigned x = 0; x < kColumns; ++x)
+            samples[at + x] = static_cast<float>(sums[x]) * sum.unit;
+    }
+}
+
+void vertical_floats(const VerticalRun& run, float* samples) {
+    const float* weights = static_cast<const float*>(run.sums->weights);
+    for (size_t x = 0; x < run.columns; ++x) {
+        float sum = 0;
+        const uint8_t* row = run.rows + static_cast<ptrdiff_t>(run.sums->first) * run.stride;
+        for (unsigned k = 0; k < run.sums->count; ++k, row += run.stride)
+            sum += reinterpret_cast<const float*>(row)[x] * weights[k];
+        samples[x] = sum;
     }
 }
 
 template <unsigned Channels, class Finish>
-void horizontal(const HorizontalRun& run, uint8_t* out, Finish finish) {
-    for (unsigned x = 0; x < run.width; ++x, out += Channels) {
+void for_each_pixel(const HorizontalRun& run, uint8_t* out, const Finish& finish) {
+    out += static_cast<size_t>(run.begin) * Channels;
+    for (unsigned x = run.begin; x < run.end; ++x, out += Channels) {
         const AxisWeights::Taps& taps = run.weights->taps(x);
-        const int16_t* sample = run.samples + taps.first * static_cast<ptrdiff_t>(Channels);
-        const int16_t* weight = run.weights->weights(taps);
-        int32_t sums[Channels] = {};
-        for (unsigned pair = 0; pair < taps.pairs; ++pair, weight += 2 * AxisWeights::kLanes, sample += 2 * Channels)
+        const float* sample = run.samples + static_cast<size_t>(taps.first - run.origin) * Channels;
+        const float* weight = run.weights->weights(taps);
+        float sums[Channels] = {};
+        for (unsigned k = 0; k < taps.count; ++k, sample += Channels)
             for (unsigned c = 0; c < Channels; ++c)
-                sums[c] += sample[c] * weight[0] + sample[Channels + c] * weight[1];
+                sums[c] += sample[c] * weight[k];
         finish(sums, out);
     }
 }
 
 template <unsigned Channels>
-void horizontal_plain(const HorizontalRun& run, uint8_t* out) {
-    horizontal<Channels>(run, out, [&run](const int32_t* sums, uint8_t* pixel) {
+void horizontal_of(const HorizontalRun& run, uint8_t* out) {
+    for_each_pixel<Channels>(run, out, [](const float* sums, uint8_t* pixel) {
         for (unsigned c = 0; c < Channels; ++c)
-            pixel[c] = plain_value(sums[c], run.weights->shift());
+            pixel[c] = to_byte(sums[c]);
     });
 }
 
-void horizontal_any(const HorizontalRun& run, uint8_t* out) {
+void horizontal(const HorizontalRun& run, uint8_t* const* rows) {
     if (run.channels == 1)
-        horizontal_plain<1>(run, out);
+        horizontal_of<1>(run, *rows);
     else if (run.channels == 3)
-        horizontal_plain<3>(run, out);
+        horizontal_of<3>(run, *rows);
     else
-        horizontal_plain<4>(run, out);
+        horizontal_of<4>(run, *rows);
 }
 
-void horizontal_weighted(const HorizontalRun& run, uint8_t* out) {
-    horizontal<4>(run, out,
-                  [&run](const int32_t* sums, uint8_t* pixel) { unweighted_pixel(sums, run.weights->shift(), pixel); });
+void horizontal_weighted(const HorizontalRun& run, uint8_t* const* rows) {
+    for_each_pixel<4>(run, *rows, [](const float* sums, uint8_t* pixel) {
+        pixel[3] = to_byte(sums[3] / 255);
+        for (unsigned c = 0; c < 3; ++c)
+            pixel[c] = pixel[3] ? to_byte(sums[c] * 255 / sums[3]) : 0;
+    });
 }
 
 bool opaque(const uint8_t* row, size_t pixels) {
@@ -67,12 +97,14 @@ bool opaque(const uint8_t* row, size_t pixels) {
 } // namespace
 
 const RowKernels& plain_kernels() {
-    static const RowKernels kernels = {vertical<uint8_t>, vertical<int16_t>, horizontal_any, horizontal_weighted,
+    static const RowKernels kernels = {"plain", 1, vertical_bytes, vertical_floats, horizontal, horizontal_weighted,
                                        opaque};
     return kernels;
 }
 
 const RowKernels& best_kernels() {
+    if (const RowKernels* avx2 = avx2_kernels())
+        return *avx2;
     const RowKernels* sse2 = sse2_kernels();
     return sse2 ? *sse2 : plain_kernels();
 }

@@ -48,7 +48,7 @@ unsigned Scale::CalcDestBpp(int type) const {
         return 0;
     if (type == Nearest)
         return m_bpp;
-    return 8 * kobrtl::pixel_kind({m_rows, m_stride, m_width, m_height, m_bpp, m_palette, m_colours}).channels;
+    return 8 * kobrtl::channels_of({m_rows, m_stride, m_width, m_height, m_bpp, m_palette, m_colours});
 }
 
 int Scale::ScaleTo(void* rows, unsigned width, unsigned height, int stride, int type) const {

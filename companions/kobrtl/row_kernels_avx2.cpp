@@ -1,0 +1,118 @@
+#include "companions/kobrtl/row_kernels.h"
+
+#if defined(__i386__) || defined(__x86_64__)
+
+#include <immintrin.h>
+#include <string.h>
+
+#include "companions/kobrtl/processor.h"
+#include "companions/kobrtl/target_switch.h"
+
+WENDAX_TARGET_BEGIN("avx2,fma")
+
+namespace kobrtl {
+
+namespace {
+
+struct Avx2 {
+    static constexpr unsigned lanes = 8;
+    using Ints = __m256i;
+    using Floats = __m256;
+
+    static Ints zero() { return _mm256_setzero_si256(); }
+    static Ints all_ones() { return _mm256_set1_epi32(-1); }
+    static Ints load(const uint8_t* bytes) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)); }
+    static Ints load_pairs(const int16_t* weights) {
+        return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(weights)));
+    }
+    static Ints interleave_low(Ints a, Ints b) { return _mm256_unpacklo_epi16(a, b); }
+    static Ints interleave_high(Ints a, Ints b) { return _mm256_unpackhi_epi16(a, b); }
+    static Ints even_bytes(Ints a) { return _mm256_and_si256(a, _mm256_set1_epi16(0xFF)); }
+    static Ints odd_bytes(Ints a) { return _mm256_srli_epi16(a, 8); }
+    static Ints multiply_pairs(Ints a, Ints b) { return _mm256_madd_epi16(a, b); }
+    static Ints add(Ints a, Ints b) { return _mm256_add_epi32(a, b); }
+    static Ints both(Ints a, Ints b) { return _mm256_and_si256(a, b); }
+    static bool high_bytes_set(Ints a) {
+        const Ints set = _mm256_cmpeq_epi32(_mm256_or_si256(a, _mm256_set1_epi32(0xFFFFFF)), all_ones());
+        return _mm256_movemask_epi8(set) == -1;
+    }
+
+    static Floats all(float value) { return _mm256_set1_ps(value); }
+    static Floats load(const float* values) { return _mm256_loadu_ps(values); }
+    static void store(float* out, Floats values) { _mm256_storeu_ps(out, values); }
+    static Floats to_floats(Ints a) { return _mm256_cvtepi32_ps(a); }
+    static Floats multiply(Floats a, Floats b) { return _mm256_mul_ps(a, b); }
+    static Floats multiply_add(Floats a, Floats b, Floats sum) { return _mm256_fmadd_ps(a, b, sum); }
+    // a / b where b is above least, 0 elsewhere.
+    static Floats divide_or_0(Floats a, Floats b, Floats least) {
+        return _mm256_and_ps(_mm256_div_ps(a, b), _mm256_cmp_ps(b, least, _CMP_GT_OQ));
+    }
+
+    // Thirty-two columns: 0 2 4 6 and 16 18 20 22, 1 3 5 7 and 17 19 21 23, 8 10 12 14 and ..., 9 11 13 15 and ...
+    static void store_columns(float* out, Floats even_low, Floats odd_low, Floats even_high, Floats odd_high) {
+        store_halves(out, _mm256_unpacklo_ps(even_low, odd_low));
+        store_halves(out + 4, _mm256_unpackhi_ps(even_low, odd_low));
+        store_halves(out + 8, _mm256_unpacklo_ps(even_high, odd_high));
+        store_halves(out + 12, _mm256_unpackhi_ps(even_high, odd_high));
+    }
+    static void store_halves(float* out, Floats values) {
+        _mm_storeu_ps(out, _mm256_castps256_ps128(values));
+        _mm_storeu_ps(out + 16, _mm256_extractf128_ps(values, 1));
+    }
+
+    static Floats load_halves(const float* low, const float* high) {
+        return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(low)), _mm_loadu_ps(high), 1);
+    }
+
+    // Two blocks of 4 x 8: the rows and the rows four further down make the halves of a vector.
+    static void transpose(const float* rows, size_t stride, float* out) {
+        for (unsigned x = 0; x < 8; x += 4) {
+            Floats line[4];
+            for (unsigned i = 0; i < 4; ++i)
+                line[i] = load_halves(rows + i * stride + x, rows + (i + 4) * stride + x);
+            const Floats a = _mm256_unpacklo_ps(line[0], line[1]), b = _mm256_unpackhi_ps(line[0], line[1]);
+            const Floats c = _mm256_unpacklo_ps(line[2], line[3]), d = _mm256_unpackhi_ps(line[2], line[3]);
+            store(out + x * 8, _mm256_shuffle_ps(a, c, _MM_SHUFFLE(1, 0, 1, 0)));
+            store(out + x * 8 + 8, _mm256_shuffle_ps(a, c, _MM_SHUFFLE(3, 2, 3, 2)));
+            store(out + x * 8 + 16, _mm256_shuffle_ps(b, d, _MM_SHUFFLE(1, 0, 1, 0)));
+            store(out + x * 8 + 24, _mm256_shuffle_ps(b, d, _MM_SHUFFLE(3, 2, 3, 2)));
+        }
+    }
+
+    // One channel in each argument, one pixel in each lane: rounds, clamps and puts the bytes of a pixel together.
+    static void to_pixels(Floats a, Floats b, Floats c, Floats d, int32_t* pixels) {
+        const Ints ab = _mm256_packs_epi32(_mm256_cvtps_epi32(a), _mm256_cvtps_epi32(b));
+        const Ints cd = _mm256_packs_epi32(_mm256_cvtps_epi32(c), _mm256_cvtps_epi32(d));
+        const Ints bytes = _mm256_packus_epi16(ab, cd); // in each half four of a, four of b, ...
+        const Ints ac_bd = _mm256_unpacklo_epi8(bytes, _mm256_srli_si256(bytes, 8));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels),
+                            _mm256_unpacklo_epi8(ac_bd, _mm256_srli_si256(ac_bd, 8)));
+    }
+
+    static void prefetch(const uint8_t* address) { _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T0); }
+};
+
+#include "companions/kobrtl/vector_kernels.h"
+
+} // namespace
+
+const RowKernels* avx2_kernels() {
+    static const RowKernels kernels = kernels_of<Avx2>("AVX2");
+    return processor().avx2_and_fma ? &kernels : nullptr;
+}
+
+} // namespace kobrtl
+
+WENDAX_TARGET_END
+
+#else
+
+namespace kobrtl {
+
+const RowKernels* avx2_kernels() {
+    return nullptr;
+}
+
+} // namespace kobrtl
+
+#endif
