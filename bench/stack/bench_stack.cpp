@@ -1,0 +1,116 @@
+// Measures the deepest stack use of a whole report, for each road: the stack below the catch block is painted, the
+// report is made with the dialog answered by a second thread, and the paint that is left tells how deep everything
+// went, the system's own frames included. After a stack overflow a report has to fit into what the thread has reserved.
+//
+// usage: bench_stack
+#include <windows.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "include/wendax.h"
+
+namespace {
+
+constexpr unsigned kPainted = 700 * 1024;
+constexpr unsigned char kPaint = 0xA5;
+
+unsigned char* painted_from;
+
+__attribute__((noinline)) void paint() {
+    volatile unsigned char block[kPainted];
+    for (unsigned i = kPainted; i-- > 0;) // downwards, as the guard page has to be met
+        block[i] = kPaint;
+    painted_from = const_cast<unsigned char*>(block);
+}
+void (*volatile paint_stack)() = paint;
+
+unsigned deepest() {
+    unsigned untouched = 0;
+    while (untouched < kPainted && painted_from[untouched] == kPaint)
+        ++untouched;
+    return kPainted - untouched;
+}
+
+int button;
+
+DWORD WINAPI answer(void*) {
+    for (;;) {
+        HWND const dialog = FindWindowA(nullptr, "Software Error Report");
+        if (dialog && IsWindowVisible(dialog)) {
+            PostMessageA(dialog, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED), 0);
+            return 0;
+        }
+        Sleep(5);
+    }
+}
+
+HANDLE answer_with(int number) {
+    button = number;
+    return CreateThread(nullptr, 64 * 1024, answer, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+}
+
+void fault() {
+    volatile int* null = nullptr;
+    *null = 1;
+}
+void (*volatile faulting)() = fault;
+
+void declined() {
+    OpenCrushReport("SEHWendaxExceptionGenerated");
+}
+
+void mailed() {
+    OpenCrushReport("SEHWendaxExceptionGenerated");
+}
+
+void mailed_with_screenshot() {
+    SetCreateScreenCopy(1);
+    OpenCrushReport("SEHWendaxExceptionGenerated");
+    SetCreateScreenCopy(0);
+}
+
+// The default server can't be reached; the body is built and the connection tried all the same.
+void upload_prepared() {
+    CCrashReport2 report(nullptr);
+    report.CreateScreenCopy();
+    report.CreateSystemInfo();
+    report.Upload();
+}
+
+struct Road {
+    const char* name;
+    void (*run)();
+    int button; // that answers the dialog; 0 for a road without one
+};
+
+const Road roads[] = {
+    {"e-mail, declined", declined, 2},
+    {"e-mail, opened", mailed, 1},
+    {"e-mail with screenshot, opened", mailed_with_screenshot, 1},
+    {"upload: screenshot, system text, sending", upload_prepared, 0},
+};
+
+__attribute__((noinline)) void measure(const Road& road) {
+    HANDLE const thread = road.button ? answer_with(road.button) : nullptr;
+    try {
+        faulting();
+    } catch (char*) {
+        paint_stack();
+        road.run();
+        printf("%-42s %8u bytes\n", road.name, deepest());
+        fflush(stdout);
+    }
+    if (thread) {
+        WaitForSingleObject(thread, INFINITE);
+        CloseHandle(thread);
+    }
+}
+
+} // namespace
+
+int main() {
+    InitCrushReport();
+    for (const Road& road : roads)
+        measure(road); // the first round loads DLLs; its figures are those of a process that meets its first fault
+    return 0;
+}
