@@ -46,7 +46,13 @@ DWORD WINAPI tell_to_quit(void*) {
 }
 
 DWORD WINAPI send_command(void*) {
-    SendMessageA(wait_for_dialog(), WM_COMMAND, MAKEWPARAM(1, BN_CLICKED), 0);
+    HWND const dialog = wait_for_dialog();
+    // A dialog at rest, to whose queue no message comes by itself any more; the outcome must not depend on it.
+    for (int i = 0; i < 40; ++i) {
+        SendMessageA(dialog, WM_NULL, 0, 0);
+        Sleep(25);
+    }
+    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(1, BN_CLICKED), 0);
     return 0;
 }
 
