@@ -22,7 +22,7 @@ typedef struct SaveFields {
     double resolution_y;       /* 40 */
     uint8_t reserved48[8];     /* 48: filler */
     uint32_t compression;      /* 56: 0: the format's usual, else the format's own number [0] */
-    int32_t transparent_index; /* 60: palette index to be written as transparent, -1: none [-1] */
+    int32_t transparent_index; /* 60: palette index to be written as transparent, -1: the page's own [-1] */
     uint8_t dither;            /* 64: 1: spread the error when colours are reduced [1] */
     uint8_t interlaced;        /* 65: 1: rows in passes, or a progressive file [0] */
     uint8_t bottom_up;         /* 66: 1: rows from the bottom up, where the format has the choice [0] */

@@ -52,7 +52,8 @@ TEST(SaveRecord, Begins_with_the_table_of_its_own_type) {
     const JPGSave jpg, other(10);
     const ImageSave image(0x24504E47);
     EXPECT_EQ(at<void*>(jpg, 0), at<void*>(other, 0));
-    EXPECT_NE(std::memcmp(&jpg, &image, sizeof(void*)), 0);
+    const void *first = &jpg, *second = &image;
+    EXPECT_NE(std::memcmp(first, second, sizeof(void*)), 0);
     EXPECT_EQ(static_cast<const void*>(static_cast<const BaseFormatDesc*>(&jpg)), &jpg) << "passed by its base at 0";
     EXPECT_EQ(static_cast<const BaseFormatDesc*>(&jpg)->format, 0x044A5047u);
     EXPECT_EQ(image.format, 0x24504E47u);

@@ -1,6 +1,4 @@
 // A format module of which every entry fails in a way of its own.
-#include <windows.h>
-
 #include "glib/module_contract.h"
 
 namespace {
@@ -10,10 +8,6 @@ volatile int* volatile g_nowhere;
 } // namespace
 
 extern "C" {
-
-BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
-    return TRUE;
-}
 
 glib::ResultCode GLIB_CALL LoadJPGImageData(glib::ImageDataExchange*, VStream*, int32_t) {
     *g_nowhere = 1;

@@ -62,24 +62,29 @@ int many_screenshots(int count) {
     return 0;
 }
 
+constexpr size_t marked_stack = 400 * 1024;
+constexpr char stack_mark = 0x5A;
+
+// Marks the stack below its caller and notes the lowest marked address.
+__attribute__((noinline)) void mark_stack(uintptr_t* lowest) {
+    volatile char area[marked_stack];
+    for (size_t i = 0; i < marked_stack; ++i)
+        area[i] = stack_mark;
+    *lowest = reinterpret_cast<uintptr_t>(area);
+}
+
 // How much of the stack a screenshot takes: what lies below is marked first, and looked at afterwards.
 int screenshot_stack() {
-    constexpr size_t room = 200 * 1024;
-    constexpr char mark = 0x5A;
     const CStdString path = screenshot_path();
     write_screenshot(path); // libraries are loaded and bound now
-    volatile char* lowest;
-    {
-        volatile char area[room];
-        for (size_t i = 0; i < room; ++i)
-            area[i] = mark;
-        lowest = area;
-    }
+    uintptr_t address;
+    mark_stack(&address);
+    const volatile char* const lowest = reinterpret_cast<const volatile char*>(address);
     write_screenshot(path);
     size_t untouched = 0;
-    while (untouched < room && lowest[untouched] == mark)
+    while (untouched < marked_stack && lowest[untouched] == stack_mark)
         ++untouched;
-    print_number("stack bytes", static_cast<unsigned long>(room - untouched));
+    print_number("stack bytes", static_cast<unsigned long>(marked_stack - untouched));
     return 0;
 }
 
@@ -191,6 +196,8 @@ int index_error() {
 int main(int argc, char** argv) {
     const auto argument = [&](int i) { return i < argc ? argv[i] : ""; };
     const char* const command = argument(1);
+    if (const char* temp = getenv("IMAGING_TEMP")) // Wine sets TMP itself
+        SetEnvironmentVariableA("TMP", temp);
     // A list of modules for the whole run, instead of the usual one.
     if (const char* modules = getenv("IMAGING_MODULES"))
         glib::filter_manager().SetUp(getenv("IMAGING_DIRECTORY"), modules);
