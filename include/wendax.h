@@ -1,50 +1,75 @@
-/* Wendax: crash reports for Windows desktop programs.
+/** @file wendax.h
+ * Wendax: crash reports for 32-bit Windows desktop programs.
  *
- * The five functions work from C and C++ and with any compiler. The two classes and the inline helper are for C++ hosts
- * that follow the Microsoft ABI (Visual C++, clang in its Microsoft mode); other compilers see the functions only.
+ * The five functions work from C and C++ and with any compiler for Windows. The two classes and WendaxCoverThread() are
+ * for C++ hosts that follow the Microsoft ABI (Visual C++, clang in its Microsoft mode); with GCC there are the
+ * functions only. Neither windows.h nor anything else is needed before this header.
  *
  * A covered thread looks like this (compile the host with /EHa):
  *
- *     InitCrushReport();
+ * @code
+ *     WendaxCoverThread();
  *     try {
  *         work();
  *     } catch (char* marker) {
- *         OpenCrushReport(marker);   // inside the catch block: the fault's record is good until it ends
+ *         OpenCrushReport(marker); // inside the catch block: the fault's record is good until it ends
  *     }
+ * @endcode
+ *
+ * No function reports an error. Settings and dialog are the process's: make one report at a time.
  */
 #ifndef WENDAX_H
 #define WENDAX_H
 
-struct _EXCEPTION_POINTERS;
-
-#if defined(_MSC_VER)
-#define WENDAX_IMPORT __declspec(dllimport)
-#else
-#define WENDAX_IMPORT
+#if !defined(_WIN32) || defined(_WIN64)
+#error "Wendax is for 32-bit Windows programs"
 #endif
+
+/** What a translated fault throws, as a char*: the text that makes OpenCrushReport() describe the last fault. */
+#define WENDAX_MARKER "SEHWendaxExceptionGenerated"
+
+#define WENDAX_IMPORT __declspec(dllimport)
+
+struct _EXCEPTION_POINTERS;
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
+/** Turns a structured exception into a C++ exception. */
 typedef void(__cdecl* WendaxTranslator)(unsigned int code, struct _EXCEPTION_POINTERS* pointers);
 
-/* Covers the calling thread: a structured exception on it becomes a C++ exception, the marker text as a char*. Returns
- * the thread's translator before. Good for hosts whose C runtime is msvcrt.dll; others call WendaxCoverThread. */
+/** Covers the calling thread: a structured exception on it becomes a C++ exception, #WENDAX_MARKER as a char*.
+ *
+ * Only for hosts whose C runtime is msvcrt.dll; WendaxCoverThread() covers hosts with any.
+ * @return the thread's translator before, null if there was none. */
 WENDAX_IMPORT WendaxTranslator __cdecl InitCrushReport(void);
 
-/* The translator itself, for a host's own _set_se_translator. Keeps the exception for the report and throws the marker.
- */
+/** The translator itself. Keeps the fault for OpenCrushReport() and throws the marker; never returns.
+ *
+ * The C runtime calls it; a translator of the host's own may end in it.
+ * @param code      the structured exception's code
+ * @param pointers  its record and context; not copied, so the report must be made before the catch block ends */
 WENDAX_IMPORT void __cdecl APISeTranslator(unsigned int code, struct _EXCEPTION_POINTERS* pointers);
 
-/* Makes the e-mail report: of the last fault when the text is the marker, without fault details for any other text and
- * for null. Call it inside the catch block. Blocks until the user has answered; says nothing about the answer. */
+/** Makes the e-mail report: asks the user, composes the message, opens it in the mail program.
+ *
+ * Called inside the catch block. Blocks until the user has answered and the message was handed over; tells nothing
+ * about the answer. Leaves the thread at its highest priority.
+ * @param marker  what was caught. With #WENDAX_MARKER the report describes the last fault of the process, with any
+ *                other text and with null it has no fault details. */
 WENDAX_IMPORT void __cdecl OpenCrushReport(const char* marker);
 
-/* A further file for every later report; at most 1023 bytes, null or "" for none. Returns the library's copy. */
+/** Names a further file for every later report. One that is missing by then is left out.
+ *
+ * @param path  at most 1023 bytes, in the ANSI code page; null or "" for none
+ * @return the library's copy of the path */
 WENDAX_IMPORT char* __cdecl SetAttachment(const char* path);
 
-/* Nonzero: every later report has a picture of the screen. Returns the flag. */
+/** Says whether every later report has a picture of the screen, 512 x 512 pixels. Needs fall.dll beside the program.
+ *
+ * @param flag  0: no, as it is at first; any other: yes
+ * @return the flag */
 WENDAX_IMPORT int __cdecl SetCreateScreenCopy(int flag);
 
 #ifdef __cplusplus
@@ -53,64 +78,139 @@ WENDAX_IMPORT int __cdecl SetCreateScreenCopy(int flag);
 
 #if defined(__cplusplus) && defined(_MSC_VER)
 
+#include <eh.h>
+
+typedef int(__stdcall* WendaxProcedure)();
+#ifndef _WINDOWS_ /* the parts of windows.h that WendaxCoverThread needs, as it declares them itself */
+struct HINSTANCE__;
+extern "C" __declspec(dllimport) struct HINSTANCE__* __stdcall GetModuleHandleA(const char* name);
+extern "C" __declspec(dllimport) WendaxProcedure __stdcall GetProcAddress(struct HINSTANCE__* module, const char* name);
+#endif
+
+/** Stack in bytes that WendaxCoverThread() keeps back for the report of a stack overflow. */
+#ifndef WENDAX_REPORT_STACK
+#define WENDAX_REPORT_STACK 131072
+#endif
+
+/** Covers the calling thread, whichever C runtime the host is built with. Called once, first thing on each thread.
+ *
+ * The translator belongs to a C runtime as well as to a thread, so this function is compiled into the host, where it
+ * finds the host's own. It also reserves #WENDAX_REPORT_STACK bytes for the report of a stack overflow; where the
+ * system can't do that (before Vista), or the thread's stack is too small for it, the thread is covered without.
+ * @param translator  one of the host's own may do something first, and then calls APISeTranslator()
+ * @return the thread's translator before, null if there was none */
+inline WendaxTranslator WendaxCoverThread(WendaxTranslator translator = APISeTranslator) {
+    typedef int(__stdcall * Guarantee)(unsigned long* bytes);
+    const WendaxProcedure found = GetProcAddress(GetModuleHandleA("kernel32.dll"), "SetThreadStackGuarantee");
+    const Guarantee guarantee = reinterpret_cast<Guarantee>(reinterpret_cast<unsigned int>(found));
+    unsigned long bytes = 0; /* asks for what is reserved already */
+    if (guarantee && guarantee(&bytes) && bytes < WENDAX_REPORT_STACK) {
+        bytes = WENDAX_REPORT_STACK;
+        guarantee(&bytes);
+    }
+    return _set_se_translator(translator);
+}
+
 struct HBITMAP__;
 struct tagRECT;
+
+/** The fault that a report describes; the library's own. */
 class CSeException;
 
-/* The e-mail report, for hosts that drive it themselves. 32 bytes. The exception is null or the fault's; it is not
- * owned. */
+/** The e-mail report, for hosts that drive it themselves or derive from it.
+ *
+ * What OpenCrushReport() makes. One exists at a time, on one thread. No member reports an error. */
 class WENDAX_IMPORT CCrashReport {
 public:
+    /** @param exception  not owned; null for a report without fault details */
     explicit CCrashReport(CSeException* exception);
 
-    /* Asks the user. 1: open the report, 2: don't, 0: no dialog could be shown. */
+    /** Shows the dialog and waits for the answer.
+     * @return 1: open the report, 2: don't, 0: no dialog could be shown, or the program was told to quit meanwhile */
     unsigned int OpenDlg();
-    /* A further file for the message; copied, need not exist. */
+
+    /** Adds a file to those that GenerateEmail() attaches.
+     * @param path  copied; the file may be missing, null is "" */
     void AddAttachment(const char* path);
-    /* Composes the message and opens it. Contexts: 0 main, 1 progress, 2 info window, 3 info run, 4 user, 5 image list,
-     * 6 watch, any other unknown. Null texts take their defaults. */
+
+    /** Composes the message, attaches the files and opens it. Leaves the thread at its highest priority.
+     *
+     * Null texts take their defaults, empty ones don't.
+     * @param context    0 main, 1 progress, 2 info window, 3 info run, 4 user, 5 image list, 6 watch, any other unknown
+     * @param product    the program's name, in context 0
+     * @param subject    what follows the name in the subject, in context 0
+     * @param recipient  an e-mail address */
     virtual void GenerateEmail(int context, const char* product, const char* subject, const char* recipient);
+
     virtual ~CCrashReport();
-    /* Takes a picture of the screen and attaches it. */
+
+    /** Writes screen_copy.jpg, a picture of the primary screen, into the temporary folder and attaches it. */
     void AttachScreenCopy();
-    /* A part of the screen as a bitmap that the caller deletes; null for an empty rectangle. */
+
+    /** Takes a picture of a part of the primary screen.
+     * @param rect  in pixels
+     * @return a 24-bit top-down section that the caller deletes; null for an empty rectangle */
     static HBITMAP__* __cdecl CopyScreenToBitmap(tagRECT* rect);
 
 private:
     CCrashReport(const CCrashReport&);
     CCrashReport& operator=(const CCrashReport&);
 
+    /* The library's; here for the size. */
     void* m_saved_resources;
     unsigned int m_attachments[5];
     CSeException* m_exception;
 };
 
-/* The upload report. 176 bytes. */
+/** The upload report: sends up to six files to a web form.
+ *
+ * One exists at a time, on one thread. */
 class WENDAX_IMPORT CCrashReport2 {
 public:
+    /** @param exception  not owned, and no part of the upload; null is fine */
     explicit CCrashReport2(CSeException* exception);
 
-    /* The paths of four files to send; null or "" for none. Sends nothing yet. */
+    /** Names four of the files. Sends nothing yet.
+     * @param config  the program's configuration; like the others copied, null or "" for none
+     * @param script  the script that it followed
+     * @param log     its log
+     * @param file    the file that it worked on */
     virtual void PostRequest(const char* config, const char* script, const char* log, const char* file);
+
     virtual ~CCrashReport2();
-    /* Kept with the report; not sent. */
+
+    /** Adds a path to the report's list. The list is no part of the upload.
+     * @param path  copied */
     void AddAttachment(const char* path);
-    /* Asks the user and uploads. 1: uploaded, 2: closed without, 0: no dialog could be shown. */
+
+    /** Shows the dialog, whose button uploads.
+     * @return 1: uploaded, 2: closed without, 0: no dialog could be shown, or the program was told to quit meanwhile */
     unsigned int OpenDlg();
-    /* Sends the files as they are now; true when the server confirmed. */
+
+    /** Sends the files as they are now, and waits for the answer.
+     * @return true only when the server confirmed */
     bool Upload();
-    /* A picture of the screen, and a text about the machine, for the upload. */
+
+    /** Writes screen_copy.jpg into the temporary folder and makes it part of the upload. */
     void CreateScreenCopy();
+
+    /** Writes system_info.txt into the temporary folder and makes it part of the upload. */
     void CreateSystemInfo();
 
-    /* The newest instance. */
+    /** The newest instance, the one that the dialog's button uploads; null when it is gone. */
     static CCrashReport2* m_pThis;
 
 private:
     CCrashReport2(const CCrashReport2&);
     CCrashReport2& operator=(const CCrashReport2&);
 
-    unsigned int m_paths[36];
+    /* The library's; here for the size. */
+    unsigned int m_config_path[6];
+    unsigned int m_script_path[6];
+    unsigned int m_file_path[6];
+    unsigned int m_log_path[6];
+    unsigned int m_screen_path[6];
+    unsigned int m_system_path[6];
     void* m_saved_resources;
     unsigned int m_attachments[5];
     CSeException* m_exception;

@@ -1,0 +1,32 @@
+"""WendaxCoverThread covers hosts with the C runtime of the library and with another one."""
+
+from support import runner
+
+CAUGHT = "caught the marker"
+
+
+class Cover(runner.Case):
+    program = "cover_host.exe"
+
+    def lines(self, way):
+        return self.wine().run(self.product(self.program), way).text.splitlines()
+
+    def test_fault_becomes_the_marker(self):
+        self.assertEqual(self.lines("cover"), ["before bare", "stack reserved", CAUGHT])
+
+    def test_second_call_finds_the_translator(self):
+        self.assertEqual(self.lines("twice"), ["before bare", "again covered", "stack reserved", CAUGHT])
+
+    def test_translator_of_the_host_comes_first(self):
+        self.assertEqual(self.lines("chain"), ["stack reserved", "code C0000005", CAUGHT])
+
+
+class CoverWithAnotherRuntime(Cover):
+    program = "cover_other_runtime_host.exe"
+
+    def test_library_alone_does_not_cover_it(self):
+        self.assertNotIn(CAUGHT, self.lines("init"))
+
+
+if __name__ == "__main__":
+    runner.main()
