@@ -1,0 +1,185 @@
+#include "companions/fall/codec.h"
+
+#include <limits.h>
+#include <math.h>
+#include <stdlib.h>
+#include <string.h>
+
+/* The headers of mingw-w64 make this word of the compiler a macro, which the library's use of it doesn't expect. */
+#if defined(_MSC_VER) && defined(__forceinline)
+#undef __forceinline
+#endif
+
+/* Everything that the library takes or gives back goes through the operation; its assertions end the operation. */
+#define STBI_MALLOC(bytes) take_memory(bytes)
+#define STBI_REALLOC(block, bytes) resize_memory(block, bytes)
+#define STBI_FREE(block) free_memory(block)
+#define STBI_ASSERT(truth) ((truth) ? (void)0 : give_up(BADI))
+#define STBI_MAX_DIMENSIONS GLIB_MAX_PAGE_SIDE
+#define STBI_NO_STDIO
+#define STBI_NO_FAILURE_STRINGS
+#define STBI_NO_THREAD_LOCALS
+#define STBI_NO_SIMD
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#include "stb_image.h"
+
+#define STBIW_MALLOC(bytes) take_memory(bytes)
+#define STBIW_REALLOC(block, bytes) resize_memory(block, bytes)
+#define STBIW_FREE(block) free_memory(block)
+#define STBIW_ASSERT(truth) ((truth) ? (void)0 : give_up(IERR))
+/* STBI_WRITE_NO_STDIO would take the HDR writer away too; the static functions for files are dropped unused. */
+#define STB_IMAGE_WRITE_STATIC
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#include "stb_image_write.h"
+
+/* Passes over its pixels that a JPEG may make; progressive ones in use make 3 to 20. */
+enum { most_passes = 100 };
+
+static int read_callback(void* user, char* data, int size) {
+    return (int)read_source((ByteSource*)user, data, (uint32_t)size);
+}
+
+static void skip_callback(void* user, int bytes) {
+    if (bytes > 0)
+        skip_source((ByteSource*)user, (uint64_t)bytes);
+}
+
+static int end_callback(void* user) {
+    return source_at_end((ByteSource*)user);
+}
+
+static stbi__context* start(ByteSource* source) {
+    static const stbi_io_callbacks callbacks = {read_callback, skip_callback, end_callback};
+    stbi__context* context = (stbi__context*)take_memory(sizeof(stbi__context));
+    memset(context, 0, sizeof(*context));
+    rewind_source(source);
+    stbi__start_callbacks(context, (stbi_io_callbacks*)&callbacks, source);
+    return context;
+}
+
+static void* load_psd(stbi__context* s, int* x, int* y, int* comp, int req_comp, stbi__result_info* ri) {
+    return stbi__psd_load(s, x, y, comp, req_comp, ri, 8);
+}
+
+static void* load_hdr(stbi__context* s, int* x, int* y, int* comp, int req_comp, stbi__result_info* ri) {
+    float* light = stbi__hdr_load(s, x, y, comp, req_comp, ri);
+    return light ? stbi__hdr_to_ldr(light, *x, *y, req_comp ? req_comp : *comp) : NULL;
+}
+
+static int test_pgm(stbi__context* s) {
+    return stbi__pnm_test(s) && s->img_buffer_original[1] == '5';
+}
+
+static int test_ppm(stbi__context* s) {
+    return stbi__pnm_test(s) && s->img_buffer_original[1] == '6';
+}
+
+typedef struct Decoder {
+    int (*test)(stbi__context*);
+    int (*info)(stbi__context*, int*, int*, int*);
+    void* (*load)(stbi__context*, int*, int*, int*, int, stbi__result_info*);
+} Decoder;
+
+static const Decoder decoders[image_format_count] = {
+    [image_jpg] = {stbi__jpeg_test, stbi__jpeg_info, stbi__jpeg_load},
+    [image_png] = {stbi__png_test, stbi__png_info, stbi__png_load},
+    [image_bmp] = {stbi__bmp_test, stbi__bmp_info, stbi__bmp_load},
+    [image_gif] = {stbi__gif_test, stbi__gif_info, stbi__gif_load},
+    [image_psd] = {stbi__psd_test, stbi__psd_info, load_psd},
+    [image_hdr] = {stbi__hdr_test, stbi__hdr_info, load_hdr},
+    [image_pgm] = {test_pgm, stbi__pnm_info, stbi__pnm_load},
+    [image_ppm] = {test_ppm, stbi__pnm_info, stbi__pnm_load},
+    [image_pic] = {stbi__pic_test, stbi__pic_info, stbi__pic_load},
+    [image_tga] = {stbi__tga_test, stbi__tga_info, stbi__tga_load},
+};
+
+int has_format(ImageFormat format, ByteSource* source) {
+    stbi__context* context = start(source);
+    int yes = decoders[format].test(context);
+    free_memory(context);
+    return yes;
+}
+
+Picture measure_picture(ImageFormat format, ByteSource* source) {
+    Picture picture = {0, 0, 0, NULL};
+    stbi__context* context = start(source);
+    int width = 0, height = 0, channels = 0;
+    if (!decoders[format].info(context, &width, &height, &channels) || width < 0 || height < 0)
+        give_up(BADI);
+    free_memory(context);
+    check_size((uint32_t)width, (uint32_t)height);
+    picture.width = (uint32_t)width;
+    picture.height = (uint32_t)height;
+    picture.channels = (uint32_t)channels;
+    return picture;
+}
+
+Picture decode_picture(ImageFormat format, ByteSource* source) {
+    Picture picture = measure_picture(format, source);
+    stbi__context* context = start(source);
+    stbi__result_info about = {8, 0, 0};
+    int width = 0, height = 0, channels = 0;
+    uint8_t* pixels;
+    source->pass_limit = format == image_jpg ? most_passes : 0;
+    about.channel_order = STBI_ORDER_RGB;
+    pixels = (uint8_t*)decoders[format].load(context, &width, &height, &channels, 0, &about);
+    source->pass_limit = 0;
+    if (!pixels || width <= 0 || height <= 0 || channels < 1 || channels > 4)
+        give_up(BADI);
+    free_memory(context);
+    if (about.bits_per_channel == 16)
+        pixels = stbi__convert_16_to_8((stbi__uint16*)pixels, width, height, channels);
+    picture.width = (uint32_t)width;
+    picture.height = (uint32_t)height;
+    picture.channels = (uint32_t)channels;
+    picture.pixels = pixels;
+    return picture;
+}
+
+static void write_callback(void* context, void* data, int size) {
+    write_sink((ByteSink*)context, data, (uint32_t)size);
+}
+
+static int encode_hdr(const Picture* picture, ByteSink* sink) {
+    size_t count = (size_t)picture->width * picture->height * picture->channels;
+    float* light;
+    float levels[256];
+    if (count > FALL_MAX_MEMORY / sizeof(float))
+        give_up(OMEM);
+    for (int i = 0; i < 256; ++i)
+        levels[i] = (float)pow(i / 255.0, 2.2);
+    light = (float*)take_memory(count * sizeof(float));
+    for (size_t i = 0; i < count; ++i)
+        light[i] = levels[picture->pixels[i]];
+    return stbi_write_hdr_to_func(write_callback, sink, (int)picture->width, (int)picture->height,
+                                  (int)picture->channels, light);
+}
+
+void encode_picture(ImageFormat format, const Picture* picture, EncodeChoice choice, ByteSink* sink) {
+    int width = (int)picture->width, height = (int)picture->height, channels = (int)picture->channels;
+    int done = 0;
+    switch (format) {
+    case image_jpg:
+        done = stbi_write_jpg_to_func(write_callback, sink, width, height, channels, picture->pixels, choice.quality);
+        break;
+    case image_png:
+        stbi_write_png_compression_level = choice.compression ? choice.compression : 8;
+        done = stbi_write_png_to_func(write_callback, sink, width, height, channels, picture->pixels, 0);
+        break;
+    case image_bmp:
+        done = stbi_write_bmp_to_func(write_callback, sink, width, height, channels, picture->pixels);
+        break;
+    case image_tga:
+        stbi_write_tga_with_rle = choice.compression != 1;
+        done = stbi_write_tga_to_func(write_callback, sink, width, height, channels, picture->pixels);
+        break;
+    case image_hdr:
+        done = encode_hdr(picture, sink);
+        break;
+    default:
+        give_up(NSUP);
+    }
+    if (!done)
+        give_up(IERR);
+}

@@ -1,0 +1,51 @@
+/* The library that decodes and encodes, behind plain functions: no other file knows it. */
+#ifndef FALL_CODEC_H
+#define FALL_CODEC_H
+
+#include "companions/fall/byte_sink.h"
+#include "companions/fall/byte_source.h"
+#include "companions/fall/picture.h"
+
+#ifdef __cplusplus
+namespace fall {
+extern "C" {
+#endif
+
+typedef enum ImageFormat {
+    image_jpg,
+    image_png,
+    image_bmp,
+    image_gif,
+    image_psd,
+    image_hdr,
+    image_pgm,
+    image_ppm,
+    image_pic,
+    image_tga,
+    image_format_count
+} ImageFormat;
+
+/* 1 if the data begins as that format does. Targa has no mark: for it, that the header makes sense. */
+int has_format(ImageFormat format, ByteSource* source);
+
+/* Size and channels of the first picture, from its header. Pixels are not set. Gives up with BADI for a bad header, and
+ * as check_size() does. */
+Picture measure_picture(ImageFormat format, ByteSource* source);
+
+/* The first picture, whole. Gives up with BADI if the data is damaged. */
+Picture decode_picture(ImageFormat format, ByteSource* source);
+
+typedef struct EncodeChoice {
+    int quality;     /* JPEG: 1 to 100 */
+    int compression; /* PNG: effort, 1 to 9, 0: the usual. Targa: 1 unpacked, else run lengths. */
+} EncodeChoice;
+
+/* Writes JPG, PNG, BMP, TGA or HDR; NSUP for the others. HDR wants 3 channels, which it takes for gamma 2.2. */
+void encode_picture(ImageFormat format, const Picture* picture, EncodeChoice choice, ByteSink* sink);
+
+#ifdef __cplusplus
+} // extern "C"
+} // namespace fall
+#endif
+
+#endif
