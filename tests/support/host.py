@@ -7,7 +7,7 @@ import shutil
 from support.mail import Message
 from support.processes import wait_until
 
-LIBRARY_FILES = ("Wendax.dll", "KOBRTL.dll")
+LIBRARY_FILES = ("Wendax.dll", "KOBRTL.dll", "fall.dll")
 
 
 class Host:
