@@ -1,47 +1,30 @@
 #include "report/crash_report2.h"
 
-#include "report/report_dialog.h"
 #include "report/resource_scope.h"
+#include "report/running_dialog.h"
 #include "report/upload_texts.h"
 #include "resources/ids.h"
 
-class CCrashReport2::CCrushDialog : public report::ReportDialog {
+class CCrashReport2::CCrushDialog : public report::RunningDialog<CCrashReport2::CCrushDialog> {
 public:
-    explicit CCrushDialog(HINSTANCE icon_module) : ReportDialog(icon_module, library_module(), IDD_UPLOAD_REPORT) {
-        running = this;
-    }
-    ~CCrushDialog() { running = nullptr; }
+    explicit CCrushDialog(HINSTANCE icon_module) : RunningDialog(icon_module, library_module(), IDD_UPLOAD_REPORT) {}
 
-    static INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wparam, LPARAM) {
-        if (!running)
-            return 0;
-        switch (message) {
-        case WM_INITDIALOG:
-            // Kept: the field is still null, so this dialog shows the icon of its template and not the host's.
-            SendMessageA(running->dialog_window(), WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(running->icon()));
-            SendMessageA(running->dialog_window(), WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(running->icon()));
-            settle(dialog);
-            return 1;
-        case WM_DESTROY:
-            running->destroy_icon();
-            return 0;
-        case WM_COMMAND:
-            if (LOWORD(wparam) == IDOK)
-                running->upload(dialog);
-            else if (LOWORD(wparam) == IDCANCEL)
-                running->end(dialog, IDCANCEL);
-            return 0;
-        }
-        return 0;
+    void show_icon(HWND) {
+        // Kept: the field is still null, so this dialog shows the icon of its template and not the host's.
+        SendMessageA(dialog_window(), WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon()));
+        SendMessageA(dialog_window(), WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon()));
+    }
+
+    void press(HWND dialog, int button) {
+        if (button == IDOK)
+            upload(dialog);
+        else if (button == IDCANCEL)
+            end(dialog, button);
     }
 
 private:
     void upload(HWND dialog);
-
-    static CCrushDialog* running; // the dialog of the OpenDlg call at work
 };
-
-CCrashReport2::CCrushDialog* CCrashReport2::CCrushDialog::running;
 
 namespace {
 

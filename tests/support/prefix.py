@@ -82,7 +82,8 @@ def project_prefix():
 
 @contextlib.contextmanager
 def fresh_prefix():
-    """Context manager: a copy of the project's prefix, which goes at the end, with everything that runs in it.
+    """Context manager: a copy of the project's prefix, which goes at the end, with everything that runs in it. Its folder
+    of temporary files is empty: what a demo has left in the original does not come along.
 
     The programs and libraries of Wine itself are shared with the original by hard links: replace them if you must,
     but never write into them.
@@ -111,7 +112,9 @@ def _copy(original, target):
             shutil.copy2(source, destination)
 
     COPIES.mkdir(parents=True, exist_ok=True)
-    shutil.copytree(original.path, target, symlinks=True, copy_function=copy)
+    temporary = original.temp_dir
+    shutil.copytree(original.path, target, symlinks=True, copy_function=copy,
+                    ignore=lambda folder, names: names if pathlib.Path(folder) == temporary else ())
     home = pathlib.Path.home()
     for folder, names, _ in os.walk(target / "drive_c" / "users"):
         for name in names:
