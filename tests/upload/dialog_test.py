@@ -1,5 +1,6 @@
 """The upload dialog on screen, answered with the pointer, in a program that has really failed."""
 
+import subprocess
 import threading
 
 from loopback import loopback_address
@@ -111,7 +112,21 @@ class WhatTheDialogShows(Case):
                    seen=self.shown)
 
     def picture(self, name):
-        self.screen.screenshot(self.artifacts / f"{name}.png")
+        """Takes a picture once the place of the dialog's text looks like in none of the pictures before."""
+
+        def text_has_changed():
+            picture = self.screen.screenshot(self.artifacts / f"{name}.png")
+            window = report_dialog.wait(self.screen)
+            x, y = window.x + window.width * 86 // 300, window.y + window.height * 46 // 177
+            place = f"{window.width * 203 // 300}x{window.height * 96 // 177}+{x}+{y}"
+            seen = subprocess.run(["convert", picture, "-crop", place, "rgb:-"], check=True, capture_output=True,
+                                  timeout=60).stdout
+            if seen in self.seen:
+                return False
+            self.seen.append(seen)
+            return True
+
+        wait_until(text_has_changed, f"the text of {name} to be painted", 30)
 
     def open(self):
         self.report.send("dialog")
@@ -122,6 +137,7 @@ class WhatTheDialogShows(Case):
         report_dialog.wait_closed(self.screen)
 
     def test_is_start_failed_sending_and_thanked(self):
+        self.seen = []
         self.report.tell("hold")
         self.open()
         self.assertEqual(self.shown(), (self.START, True, True))

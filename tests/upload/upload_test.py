@@ -1,10 +1,12 @@
 """CCrashReport2's upload, through the library's exports: what is sent, and what is taken for a success."""
 
 import os
+import re
 
 from loopback import loopback_address
 from php_server import PhpServer
 from support import Case, main
+from support.processes import REPO
 from upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body
 from upload_host import UploadHost
 from web_server import WebServer, answering, http_answer
@@ -45,6 +47,18 @@ class TheBody(UploadCase):
         self.assertEqual(request.headers["content-type"], CONTENT_TYPE)
         self.assertEqual(request.headers["host"], self.address)
         self.assertEqual(request.body, upload_body({}))
+
+    def test_is_the_one_that_the_document_shows(self):
+        self.serve()
+        content = b"(the bytes of the file)"
+        path = self.host.write(b"shown", content)
+        self.post(file=path)
+        self.assertEqual(self.upload(), "uploaded")
+        shown = (REPO / "docs" / "upload-format.md").read_text("ascii")
+        shown = shown.replace("Screen_copy", "File_for_conversion").replace("C:\\Temp\\screen_copy.jpg", path.decode())
+        _, part, trailer = re.findall(r"^```\n(.*?)^```", shown, re.DOTALL | re.MULTILINE)
+        self.assertEqual(self.sent().count(part.encode()), 1)
+        self.assertTrue(self.sent().endswith(b"\n\n--AaB03x--\n" + trailer.encode()))
 
     def test_holds_the_four_files_of_the_host_under_their_names(self):
         self.serve()
