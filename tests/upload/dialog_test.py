@@ -3,7 +3,7 @@
 import subprocess
 import threading
 
-from loopback import loopback_address
+from loopback import loopback_address, need_port_80
 from php_server import PhpServer
 from support import Case, WaitTimeout, main, report_dialog, wait_until
 from upload_body import CONFIRMATION, upload_body
@@ -219,4 +219,5 @@ class WhatTheDialogShows(Case):
 
 
 if __name__ == "__main__":
+    need_port_80()
     main()

@@ -1,8 +1,17 @@
-"""Addresses of this machine's own, and what may go wrong with their port 80."""
+"""Addresses of this machine's own, and a way to their port 80 for those who are not root."""
 
 import errno
+import fcntl
+import os
 import random
 import socket
+import struct
+import subprocess
+import sys
+
+from support.processes import REPO
+
+_INSIDE = "WENDAX_TEST_OWN_NETWORK"
 
 
 class NoPort(Exception):
@@ -22,8 +31,30 @@ def loopback_address(port=80):
                 return address
             except OSError as error:
                 if error.errno == errno.EACCES:
-                    raise NoPort(f"port {port} of {address} is reserved to root here: run the tests as root, or allow "
-                                 f"it with 'sysctl net.ipv4.ip_unprivileged_port_start={port}'") from None
+                    raise NoPort(f"port {port} of {address} is reserved to root here: run this as root, or allow it "
+                                 f"with 'sysctl net.ipv4.ip_unprivileged_port_start={port}'") from None
                 if error.errno != errno.EADDRINUSE:
                     raise NoPort(f"no server can listen on {address}:{port}: {error}") from None
     raise NoPort(f"port {port} is taken on every loopback address that was tried")
+
+
+def need_port_80():
+    """To be called first by a program that needs the port. Where only root may have it, the program starts again in a
+    network of its own, of which every user is the master; what it runs in Wine runs there too."""
+    if os.environ.pop(_INSIDE, None):
+        _bring_loopback_up()
+    try:
+        loopback_address()
+    except NoPort as trouble:
+        namespace = ["unshare", "--user", "--map-root-user", "--net"]
+        if subprocess.run([*namespace, "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
+            sys.exit(f"{sys.argv[0]}: {trouble}")
+        # In there Wine's server is another one: the one out here must have written back what it holds.
+        subprocess.run([REPO / "scripts" / "lib" / "wineserver", "-w"], timeout=120, check=True)
+        os.execvpe(namespace[0], [*namespace, sys.executable, *sys.argv], {**os.environ, _INSIDE: "1"})
+
+
+def _bring_loopback_up():
+    set_flags, up = 0x8914, 1  # SIOCSIFFLAGS, IFF_UP
+    with socket.socket() as any_socket:
+        fcntl.ioctl(any_socket, set_flags, struct.pack("16sh14x", b"lo", up))

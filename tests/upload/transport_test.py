@@ -8,7 +8,7 @@ import dataclasses
 import threading
 
 from driven_host import DrivenHost
-from loopback import loopback_address
+from loopback import loopback_address, need_port_80
 from support import Case, WaitTimeout, main
 from web_server import WebServer, answering, http_answer
 
@@ -326,4 +326,5 @@ class ManyRequests(TransportCase):
 
 
 if __name__ == "__main__":
+    need_port_80()
     main()

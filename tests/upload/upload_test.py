@@ -3,7 +3,7 @@
 import os
 import re
 
-from loopback import loopback_address
+from loopback import loopback_address, need_port_80
 from php_server import PhpServer
 from support import Case, main
 from support.processes import REPO
@@ -306,4 +306,5 @@ class TheServerThatComesWithIt(UploadCase):
 
 
 if __name__ == "__main__":
+    need_port_80()
     main()

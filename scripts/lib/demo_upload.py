@@ -1,0 +1,72 @@
+"""Shows a crash being reported to the server of examples/upload-server, and says where to look."""
+
+import contextlib
+import os
+import shutil
+import sys
+
+from loopback import loopback_address, need_port_80
+from php_server import PhpServer
+from support import report_dialog
+from support.desktop import Desktop
+from support.host import LIBRARY_FILES
+from support.prefix import fresh_prefix
+from support.processes import REPO, wait_until
+from support.wine import Wine
+from upload_host import aim_library
+
+BIN = REPO / "build" / "windows" / "bin"
+OUT = REPO / "build" / "demo-upload"
+
+
+def main():
+    here = "--here" in sys.argv[1:]
+    if here and not os.environ.get("DISPLAY"):
+        sys.exit("demo: --here needs a display, and DISPLAY is not set")
+    shutil.rmtree(OUT, ignore_errors=True)
+    host = OUT / "host"
+    host.mkdir(parents=True)
+    address = loopback_address()
+    for name in ("upload.exe", *LIBRARY_FILES):
+        shutil.copy(BIN / name, host)
+    # The server's name is a build setting; this copy of the library gets the one that runs here.
+    aim_library(host / "Wendax.dll", address)
+    with contextlib.ExitStack() as stack:
+        server = stack.enter_context(PhpServer(address, 80, OUT / "reports"))
+        print(f"demo: the upload server listens on http://{address}/", flush=True)
+        desktop = None if here else stack.enter_context(Desktop())
+        # The code page of the dialog's Russian texts.
+        wine = Wine(desktop, stack.enter_context(fresh_prefix()), "ru_RU.UTF-8")
+        if here:
+            wine.env["DISPLAY"] = os.environ["DISPLAY"]
+        print("demo: upload.exe reads from address 0 ...", flush=True)
+        process = stack.enter_context(wine.start(host / "upload.exe", cwd=host, limit=3600 if here else 300))
+        if here:
+            print('demo: answer the dialog on your screen ("Upload Report" sends the report)', flush=True)
+        else:
+            answer(desktop, server)
+        process.wait_family()
+        print(f"demo: the program says: {process.result().text.strip()}")
+        show(server)
+
+
+def answer(desktop, server):
+    window = report_dialog.wait(desktop)
+    print(f"demo: the dialog is on screen, see {desktop.screenshot(OUT / 'dialog.png')}", flush=True)
+    report_dialog.press(desktop, "Upload Report", window)
+    wait_until(server.report_folders, "a report to arrive", 120, seen=server.log)
+
+
+def show(server):
+    folders = server.report_folders()
+    if not folders:
+        print("demo: no report was wanted")
+        return
+    print(f"demo: the server stored {folders[0]}")
+    for part, (path, content) in server.reports()[0].items():
+        print(f"    {part:<20}{len(content):>8} bytes  {path}")
+
+
+if __name__ == "__main__":
+    need_port_80()
+    main()
