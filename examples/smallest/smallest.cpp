@@ -1,6 +1,6 @@
 // The smallest host: it covers its thread, fails, and makes a report. Build it with /EHa.
 #include <string.h>
-#include "include/wendax.h"
+#include "wendax.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // A host that sends its reports to a server: it writes its configuration and its log, fails, and uploads both. Build it
 // with /EHa.
 #include <stdio.h>
-#include "include/wendax.h"
+#include "wendax.h"
 
 namespace {
 

@@ -1,0 +1,71 @@
+// A host with several threads, two of which fail at the same time. Each covers itself, and they take turns at making
+// their reports. Build it with /EHa.
+#include <windows.h>
+#include <stdio.h>
+
+#include "wendax.h"
+
+namespace {
+
+CRITICAL_SECTION one_report;
+
+// The library keeps one fault at a time, so a second thread that fails must wait from here on, before the library hears
+// of its fault, until the first has made its report.
+void __cdecl translate_in_turn(unsigned int code, EXCEPTION_POINTERS* pointers) {
+    EnterCriticalSection(&one_report);
+    APISeTranslator(code, pointers);
+}
+
+// Volatile, so that the compiler doesn't foresee the faults.
+int* volatile nowhere = nullptr;
+volatile int zero = 0;
+volatile int result;
+
+void count() {
+    for (int i = 0; i < 1000; ++i)
+        result = i;
+}
+
+void write_nowhere() {
+    *nowhere = 1;
+}
+
+void divide_by_zero() {
+    result = 7 / zero;
+}
+
+struct Worker {
+    const char* name;
+    void (*volatile work)();
+};
+
+DWORD WINAPI thread_main(void* parameter) {
+    const Worker* const worker = static_cast<Worker*>(parameter);
+    WendaxCoverThread(translate_in_turn);
+    try {
+        worker->work();
+        printf("%s: done\n", worker->name);
+    } catch (char* marker) {
+        printf("%s: failed\n", worker->name);
+        OpenCrushReport(marker);
+        LeaveCriticalSection(&one_report);
+    }
+    return 0;
+}
+
+Worker workers[] = {{"reader", count}, {"writer", write_nowhere}, {"divider", divide_by_zero}};
+const int worker_count = sizeof(workers) / sizeof(workers[0]);
+
+} // namespace
+
+int main() {
+    InitializeCriticalSection(&one_report);
+    HANDLE threads[worker_count];
+    for (int i = 0; i < worker_count; ++i)
+        threads[i] = CreateThread(nullptr, 0, thread_main, &workers[i], 0, nullptr);
+    WaitForMultipleObjects(worker_count, threads, TRUE, INFINITE);
+    for (int i = 0; i < worker_count; ++i)
+        CloseHandle(threads[i]);
+    DeleteCriticalSection(&one_report);
+    return 0;
+}

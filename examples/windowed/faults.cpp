@@ -1,0 +1,96 @@
+#include "faults.h"
+
+#include <windows.h>
+#include <float.h>
+#include <string.h>
+
+namespace {
+
+// Volatile, so that the compiler doesn't foresee what happens.
+int* volatile nowhere = nullptr;
+volatile int zero = 0;
+volatile int sink;
+
+// Runs machine code, for what can't be said in C++.
+template <size_t size>
+void run(const unsigned char (&code)[size]) {
+    void* const page = VirtualAlloc(nullptr, size, MEM_COMMIT, PAGE_EXECUTE_READWRITE);
+    if (!page)
+        return;
+    memcpy(page, code, size);
+    FlushInstructionCache(GetCurrentProcess(), page, size);
+    reinterpret_cast<void (*)()>(page)();
+}
+
+void read_nowhere() {
+    sink = *nowhere;
+}
+
+void write_nowhere() {
+    *nowhere = 1;
+}
+
+void execute_data() {
+    static unsigned char data[] = {0xC3};
+    unsigned char* volatile function = data;
+    reinterpret_cast<void (*)()>(function)();
+}
+
+void divide_by_zero() {
+    sink = 7 / zero;
+}
+
+void overflow_division() {
+    // mov eax, 80000000h; cdq; mov ecx, -1; idiv ecx; ret
+    static const unsigned char code[] = {0xB8, 0, 0, 0, 0x80, 0x99, 0xB9, 0xFF, 0xFF, 0xFF, 0xFF, 0xF7, 0xF9, 0xC3};
+    run(code);
+}
+
+void divide_floats() {
+    // fld1; fldz; fdivp; fwait; fstp st(0); ret
+    static const unsigned char code[] = {0xD9, 0xE8, 0xD9, 0xEE, 0xDE, 0xF9, 0x9B, 0xDD, 0xD8, 0xC3};
+    _controlfp(_controlfp(0, 0) & ~_EM_ZERODIVIDE, _MCW_EM);
+    run(code);
+}
+
+void illegal_instruction() {
+    static const unsigned char code[] = {0x0F, 0x0B}; // ud2
+    run(code);
+}
+
+void privileged_instruction() {
+    static const unsigned char code[] = {0xF4}; // hlt
+    run(code);
+}
+
+void breakpoint() {
+    static const unsigned char code[] = {0xCC, 0xC3}; // int3; ret
+    run(code);
+}
+
+int recurse(int depth) {
+    volatile char frame[1024];
+    frame[0] = static_cast<char>(depth);
+    int (*volatile again)(int) = recurse;
+    return depth < 0 ? 0 : again(depth + 1) + frame[0];
+}
+
+void overflow_stack() {
+    sink = recurse(1);
+}
+
+} // namespace
+
+const Fault faults[] = {
+    {L"Read from nowhere", read_nowhere},
+    {L"Write to nowhere", write_nowhere},
+    {L"Execute data", execute_data},
+    {L"Divide by zero", divide_by_zero},
+    {L"Overflow a division", overflow_division},
+    {L"Divide floats by zero", divide_floats},
+    {L"Illegal instruction", illegal_instruction},
+    {L"Privileged instruction", privileged_instruction},
+    {L"Breakpoint", breakpoint},
+    {L"Overflow the stack", overflow_stack},
+};
+const int fault_count = sizeof(faults) / sizeof(faults[0]);

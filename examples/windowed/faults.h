@@ -1,0 +1,10 @@
+// One of each kind of fault, to press a button for.
+#pragma once
+
+struct Fault {
+    const wchar_t* name;
+    void (*commit)();
+};
+
+extern const Fault faults[];
+extern const int fault_count;

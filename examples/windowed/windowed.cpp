@@ -1,0 +1,117 @@
+// A host with a window: a button for each kind of fault, and the choice between the two reports. Build it with /EHa.
+#include <windows.h>
+#include <float.h>
+#include <malloc.h>
+
+#include "faults.h"
+#include "wendax.h"
+
+namespace {
+
+const int id_email = 1000;
+const int id_upload = 1001;
+const int id_picture = 1002;
+const int id_fault = 2000; // and those that follow, one for each fault
+
+const int margin = 12;
+const int row = 28;
+const int column = 190;
+
+bool is_checked(HWND window, int id) {
+    return IsDlgButtonChecked(window, id) == BST_CHECKED;
+}
+
+void report_by_upload(bool picture) {
+    CCrashReport2 report(nullptr);
+    if (picture)
+        report.CreateScreenCopy();
+    report.CreateSystemInfo();
+    report.OpenDlg();
+}
+
+// A fault must be caught within the window procedure: exceptions don't find their way through the system, which calls
+// it.
+void commit(HWND window, const Fault& fault) {
+    try {
+        void (*volatile hidden)() = fault.commit;
+        hidden();
+    } catch (char* marker) {
+        const bool picture = is_checked(window, id_picture);
+        if (is_checked(window, id_upload)) {
+            report_by_upload(picture);
+        } else {
+            SetCreateScreenCopy(picture);
+            OpenCrushReport(marker);
+        }
+    }
+    // Most hosts end after a report. This one goes on, so it puts right what its faults have changed.
+    _clearfp();
+    _controlfp(_CW_DEFAULT, _MCW_EM);
+    _resetstkoflw();
+}
+
+void add(HWND window, const wchar_t* text, int id, DWORD style, int x, int y) {
+    HWND const control = CreateWindowW(L"BUTTON", text, WS_CHILD | WS_VISIBLE | WS_TABSTOP | style, x, y,
+                                       column - margin, row - 4, window, reinterpret_cast<HMENU>(id), nullptr, nullptr);
+    SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(GetStockObject(DEFAULT_GUI_FONT)), FALSE);
+}
+
+void add_controls(HWND window) {
+    add(window, L"E-mail report", id_email, BS_AUTORADIOBUTTON | WS_GROUP, margin, margin);
+    add(window, L"Upload report", id_upload, BS_AUTORADIOBUTTON, margin, margin + row);
+    add(window, L"With a picture of the screen", id_picture, BS_AUTOCHECKBOX | WS_GROUP, margin + column, margin);
+    for (int i = 0; i < fault_count; ++i)
+        add(window, faults[i].name, id_fault + i, BS_PUSHBUTTON, margin + i % 2 * column,
+            margin + (2 + i / 2) * row + margin);
+    CheckRadioButton(window, id_email, id_upload, id_email);
+}
+
+LRESULT CALLBACK window_procedure(HWND window, UINT message, WPARAM wide, LPARAM narrow) {
+    const int id = LOWORD(wide);
+    switch (message) {
+    case WM_CREATE:
+        add_controls(window);
+        return 0;
+    case WM_COMMAND:
+        if (id >= id_fault && id < id_fault + fault_count)
+            commit(window, faults[id - id_fault]);
+        return 0;
+    case WM_DESTROY:
+        PostQuitMessage(0);
+        return 0;
+    }
+    return DefWindowProcW(window, message, wide, narrow);
+}
+
+} // namespace
+
+int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
+    WendaxCoverThread();
+
+    WNDCLASSW type = {};
+    type.lpfnWndProc = window_procedure;
+    type.hInstance = instance;
+    type.hCursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32512)); // IDC_ARROW
+    type.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+    type.lpszClassName = L"WendaxExample";
+    RegisterClassW(&type);
+
+    const DWORD style = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
+    RECT inside = {0, 0, margin + 2 * column, 3 * margin + (2 + (fault_count + 1) / 2) * row};
+    AdjustWindowRect(&inside, style, FALSE);
+    HWND const window =
+        CreateWindowW(L"WendaxExample", L"Ways to fail", style, CW_USEDEFAULT, CW_USEDEFAULT,
+                      inside.right - inside.left, inside.bottom - inside.top, nullptr, nullptr, instance, nullptr);
+    if (!window)
+        return 1;
+    ShowWindow(window, show);
+
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (IsDialogMessageW(window, &message))
+            continue;
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    return 0;
+}
