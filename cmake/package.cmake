@@ -1,0 +1,33 @@
+# What `cmake --install` puts into place and `cpack` into the zip: everything a host's developer needs, and no sources
+# of the library.
+include(CMakePackageConfigHelpers)
+
+set(shipped Wendax KOBRTL fall faultkit)
+foreach(dll IN LISTS shipped)
+  install(FILES ${CMAKE_BINARY_DIR}/bin/${dll}.dll ${CMAKE_BINARY_DIR}/bin/${dll}.pdb DESTINATION bin)
+endforeach()
+# Hosts link with these two alone.
+install(FILES ${CMAKE_BINARY_DIR}/lib/Wendax.lib ${CMAKE_BINARY_DIR}/lib/faultkit.lib DESTINATION lib)
+
+install(FILES include/wendax.h companions/faultkit/faultkit.h DESTINATION include)
+# For those who write format modules.
+install(FILES glib/module_contract.h glib/result_code.h glib/save_record.h DESTINATION include/glib)
+
+install(DIRECTORY examples DESTINATION .
+  PATTERN reports EXCLUDE
+  REGEX "examples/CMakeLists\\.txt$" EXCLUDE)
+install(DIRECTORY docs DESTINATION .
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+install(FILES LICENSE CHANGELOG.md THIRD-PARTY.md DESTINATION .)
+install(FILES packaging/README.md DESTINATION .)
+
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/WendaxConfigVersion.cmake
+  VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
+install(FILES packaging/WendaxConfig.cmake ${CMAKE_BINARY_DIR}/WendaxConfigVersion.cmake DESTINATION lib/cmake/Wendax)
+
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_VENDOR "The Wendax maintainers")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Crash reports for Windows desktop programs")
+set(CPACK_PACKAGE_FILE_NAME Wendax-${PROJECT_VERSION}-win32)
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)

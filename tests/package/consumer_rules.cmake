@@ -1,0 +1,18 @@
+# Stands for a host developer's own compiler and C runtime, which aren't on this machine: included after the consumer's
+# project(), it compiles and links as the library's test hosts are. WENDAX_BUILD is the library's build folder.
+get_filename_component(source "${CMAKE_CURRENT_LIST_DIR}/../.." ABSOLUTE)
+set(headers /usr/i686-w64-mingw32/include)
+add_compile_options(-nostdlibinc "SHELL:-isystem ${source}/crt/include" "SHELL:-isystem ${headers}"
+  -fgnuc-version=12.2 -D_X86_=1 -D__declspec=__declspec -D__USE_MINGW_ANSI_STDIO=0 -O2 -Wall -Wextra -Werror
+  "$<$<COMPILE_LANGUAGE:CXX>:-fexceptions;-fcxx-exceptions;-fasync-exceptions;-fno-threadsafe-statics>")
+set(CMAKE_EXECUTABLE_SUFFIX .exe)
+set(CMAKE_LINK_LIBRARY_FLAG "")
+set(CMAKE_LINK_LIBRARY_SUFFIX .lib)
+foreach(language C CXX)
+  set(CMAKE_${language}_FLAGS "")
+  set(CMAKE_${language}_STANDARD_LIBRARIES "")
+  set(CMAKE_${language}_CREATE_WIN32_EXE "/subsystem:windows /entry:WinMainCRTStartup")
+  set(CMAKE_${language}_CREATE_CONSOLE_EXE "/subsystem:console /entry:mainCRTStartup")
+  set(CMAKE_${language}_LINK_EXECUTABLE
+    "lld-link-19 /nologo /machine:x86 /nodefaultlib /safeseh /libpath:${WENDAX_BUILD}/imports <LINK_FLAGS> <OBJECTS> /out:<TARGET> <LINK_LIBRARIES> ${WENDAX_BUILD}/crt/crt.lib kernel32.lib msvcrt.lib")
+endforeach()
