@@ -39,8 +39,12 @@ wine_load_choice() {
 }
 
 # wine_defaults: quiet, and without the parts that would ask the user to download something (mono, gecko) or
-# write menu entries into the user's home directory.
+# write menu entries into the user's home directory. Where the environment names no locale, one that knows more than
+# ASCII: without it Wine can't make a file whose name has other letters.
 wine_defaults() {
+    case ${LC_ALL:-${LC_CTYPE:-${LANG:-}}} in
+        '' | C | POSIX) export LC_ALL=C.UTF-8 ;;
+    esac
     export WINEDEBUG=${WINEDEBUG--all}
     export WINEDLLOVERRIDES=${WINEDLLOVERRIDES-winemenubuilder.exe=d;mscoree,mshtml=}
 }
