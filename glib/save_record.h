@@ -114,8 +114,7 @@ static_assert(sizeof(glib::JPGSave) == 136, "part of the module contract");
 #else
 
 typedef struct SaveRecord {
-    const void* type_table;
-    uint32_t reserved4;
+    uint8_t type_table[8]; /* a pointer, and filler where it is shorter */
     SaveFields fields;
 } SaveRecord;
 

@@ -5,7 +5,6 @@
 ByteSource* open_source(VStream* stream, ImageDataExchange* image) {
     ByteSource* source = (ByteSource*)take_memory(sizeof(ByteSource));
     uint64_t end = host->Size(stream);
-    memset(source, 0, offsetof(ByteSource, bytes));
     source->stream = stream;
     source->image = image;
     source->start = host->Tell(stream);

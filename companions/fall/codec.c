@@ -36,26 +36,37 @@
 /* Passes over its pixels that a JPEG may make; progressive ones in use make 3 to 20. */
 enum { most_passes = 100 };
 
+/* The library's reader over a source. */
+typedef struct Reader {
+    stbi__context context;
+    ByteSource* source;
+} Reader;
+
+/* The library fills its own small buffer as far as there is data, but into other places it reads what it needs. */
 static int read_callback(void* user, char* data, int size) {
-    return (int)read_source((ByteSource*)user, data, (uint32_t)size);
+    Reader* reader = (Reader*)user;
+    uint32_t count = read_source(reader->source, data, (uint32_t)size);
+    if ((stbi_uc*)data != reader->context.buffer_start && count < (uint32_t)size)
+        reader->source->ran_dry = 1;
+    return (int)count;
 }
 
 static void skip_callback(void* user, int bytes) {
     if (bytes > 0)
-        skip_source((ByteSource*)user, (uint64_t)bytes);
+        skip_source(((Reader*)user)->source, (uint64_t)bytes);
 }
 
 static int end_callback(void* user) {
-    return source_at_end((ByteSource*)user);
+    return source_at_end(((Reader*)user)->source);
 }
 
 static stbi__context* start(ByteSource* source) {
     static const stbi_io_callbacks callbacks = {read_callback, skip_callback, end_callback};
-    stbi__context* context = (stbi__context*)take_memory(sizeof(stbi__context));
-    memset(context, 0, sizeof(*context));
+    Reader* reader = (Reader*)take_memory(sizeof(Reader));
+    reader->source = source;
     rewind_source(source);
-    stbi__start_callbacks(context, (stbi_io_callbacks*)&callbacks, source);
-    return context;
+    stbi__start_callbacks(&reader->context, (stbi_io_callbacks*)&callbacks, reader);
+    return &reader->context; /* the first member: freed as the whole */
 }
 
 static void* load_psd(stbi__context* s, int* x, int* y, int* comp, int req_comp, stbi__result_info* ri) {
@@ -65,6 +76,24 @@ static void* load_psd(stbi__context* s, int* x, int* y, int* comp, int req_comp,
 static void* load_hdr(stbi__context* s, int* x, int* y, int* comp, int req_comp, stbi__result_info* ri) {
     float* light = stbi__hdr_load(s, x, y, comp, req_comp, ri);
     return light ? stbi__hdr_to_ldr(light, *x, *y, req_comp ? req_comp : *comp) : NULL;
+}
+
+/* Always with 4 channels: for any other number the library converts even a picture that it failed to make. */
+static void* load_pic(stbi__context* s, int* x, int* y, int* comp, int req_comp, stbi__result_info* ri) {
+    (void)req_comp;
+    return stbi__pic_load(s, x, y, comp, 4, ri);
+}
+
+/* Samples of 16 bits come as the file has them, the high byte first, on a processor that has it last. */
+static void* load_pnm(stbi__context* s, int* x, int* y, int* comp, int req_comp, stbi__result_info* ri) {
+    uint8_t* samples = (uint8_t*)stbi__pnm_load(s, x, y, comp, req_comp, ri);
+    if (samples && ri->bits_per_channel == 16) {
+        size_t count = (size_t)*x * (size_t)*y * (size_t)*comp;
+        for (size_t i = 0; i < count; ++i)
+            samples[i] = samples[2 * i];
+        ri->bits_per_channel = 8;
+    }
+    return samples;
 }
 
 static int test_pgm(stbi__context* s) {
@@ -88,9 +117,9 @@ static const Decoder decoders[image_format_count] = {
     [image_gif] = {stbi__gif_test, stbi__gif_info, stbi__gif_load},
     [image_psd] = {stbi__psd_test, stbi__psd_info, load_psd},
     [image_hdr] = {stbi__hdr_test, stbi__hdr_info, load_hdr},
-    [image_pgm] = {test_pgm, stbi__pnm_info, stbi__pnm_load},
-    [image_ppm] = {test_ppm, stbi__pnm_info, stbi__pnm_load},
-    [image_pic] = {stbi__pic_test, stbi__pic_info, stbi__pic_load},
+    [image_pgm] = {test_pgm, stbi__pnm_info, load_pnm},
+    [image_ppm] = {test_ppm, stbi__pnm_info, load_pnm},
+    [image_pic] = {stbi__pic_test, stbi__pic_info, load_pic},
     [image_tga] = {stbi__tga_test, stbi__tga_info, stbi__tga_load},
 };
 
@@ -134,7 +163,47 @@ Picture decode_picture(ImageFormat format, ByteSource* source) {
     picture.height = (uint32_t)height;
     picture.channels = (uint32_t)channels;
     picture.pixels = pixels;
+    if (format == image_pic)
+        picture.channels = 4;
+    if (format == image_pic || format == image_psd) /* these come with alpha always */
+        drop_opaque_alpha(&picture);
     return picture;
+}
+
+struct GifDecoder {
+    stbi__context* context;
+    stbi__gif gif;
+    uint8_t* before[2]; /* the last picture and the one before it */
+};
+
+GifDecoder* open_gif(ByteSource* source) {
+    GifDecoder* decoder;
+    measure_picture(image_gif, source);
+    decoder = (GifDecoder*)take_memory(sizeof(GifDecoder));
+    decoder->context = start(source);
+    return decoder;
+}
+
+int next_gif_picture(GifDecoder* decoder, Picture* picture, uint32_t* delay) {
+    stbi__gif* gif = &decoder->gif;
+    int channels = 0;
+    uint8_t* older = decoder->before[1];
+    uint8_t* pixels = stbi__gif_load_next(decoder->context, gif, &channels, 4, older);
+    size_t bytes;
+    if (!pixels)
+        return -1;
+    if (pixels == (uint8_t*)decoder->context)
+        return 0;
+    bytes = (size_t)gif->w * (size_t)gif->h * 4;
+    decoder->before[1] = decoder->before[0];
+    decoder->before[0] = older ? older : (uint8_t*)take_memory(bytes);
+    memcpy(decoder->before[0], pixels, bytes);
+    picture->width = (uint32_t)gif->w;
+    picture->height = (uint32_t)gif->h;
+    picture->channels = 4;
+    picture->pixels = decoder->before[0];
+    *delay = (uint32_t)gif->delay;
+    return 1;
 }
 
 static void write_callback(void* context, void* data, int size) {

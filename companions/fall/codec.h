@@ -35,6 +35,14 @@ Picture measure_picture(ImageFormat format, ByteSource* source);
 /* The first picture, whole. Gives up with BADI if the data is damaged. */
 Picture decode_picture(ImageFormat format, ByteSource* source);
 
+/* A GIF, picture by picture. */
+typedef struct GifDecoder GifDecoder;
+GifDecoder* open_gif(ByteSource* source);
+
+/* The next picture as it is to be seen, with 4 channels; its pixels are good until the next call. `delay` is in
+ * milliseconds. 1, or 0 behind the last picture, or -1 if the rest is damaged. */
+int next_gif_picture(GifDecoder* decoder, Picture* picture, uint32_t* delay);
+
 typedef struct EncodeChoice {
     int quality;     /* JPEG: 1 to 100 */
     int compression; /* PNG: effort, 1 to 9, 0: the usual. Targa: 1 unpacked, else run lengths. */

@@ -1,5 +1,6 @@
 /* Reading: pages, facts and thumbnails. */
 #include "companions/fall/entries.h"
+#include "companions/fall/gif.h"
 
 typedef struct Reading {
     ImageFormat format;
@@ -21,6 +22,10 @@ static void load(void* argument) {
     const Reading* reading = (const Reading*)argument;
     ByteSource* source = open_image(reading);
     Picture picture;
+    if (reading->format == image_gif) {
+        load_gif(source, reading->image, reading->page_index);
+        return;
+    }
     if (reading->page_index > 0)
         give_up(MISS);
     picture = decode_picture(reading->format, source);
@@ -34,6 +39,22 @@ ResultCode load_image(ImageFormat format, ImageDataExchange* image, VStream* str
     return run_operation(load, &reading);
 }
 
+static uint32_t read_word(ByteSource* source) {
+    uint32_t high = read_source_byte(source);
+    return high << 8 | read_source_byte(source);
+}
+
+/* The codec counts 4 channels for all. */
+static void measure_psd(ByteSource* source, ImageFileInfo* info) {
+    uint32_t channels;
+    rewind_source(source);
+    skip_source(source, 12);
+    channels = read_word(source);
+    skip_source(source, 8);
+    info->bits_per_pixel = read_word(source) * (channels < 4 ? 3 : 4);
+    info->has_alpha = channels >= 4;
+}
+
 static void measure(void* argument) {
     const Reading* reading = (const Reading*)argument;
     ByteSource* source = open_image(reading);
@@ -45,6 +66,10 @@ static void measure(void* argument) {
     info->bits_per_pixel = 8 * picture.channels;
     info->page_count = 1;
     info->has_alpha = picture.channels % 2 == 0;
+    if (reading->format == image_gif)
+        measure_gif(source, info);
+    if (reading->format == image_psd)
+        measure_psd(source, info);
 }
 
 ResultCode image_info(ImageFormat format, VStream* stream, ImageFileInfo* info) {

@@ -2,6 +2,7 @@
 
 #include <setjmp.h>
 #include <stdlib.h>
+#include <string.h>
 
 const ModuleServices* host;
 void* (*operation_realloc)(void* block, size_t bytes) = realloc;
@@ -76,6 +77,8 @@ void* resize_memory(void* memory, size_t bytes) {
         give_up(OMEM);
     }
     link_block(moved, bytes);
+    if (bytes > old_bytes)
+        memset((char*)(moved + 1) + old_bytes, 0, bytes - old_bytes);
     return moved + 1;
 }
 

@@ -95,6 +95,18 @@ Picture picture_of_page(ImageDataExchange* image, const IDEPage* page, uint32_t 
     return picture;
 }
 
+void drop_opaque_alpha(Picture* picture) {
+    size_t count = (size_t)picture->width * picture->height;
+    uint8_t* to = picture->pixels;
+    const uint8_t* from = picture->pixels;
+    for (size_t i = 0; i < count; ++i)
+        if (picture->pixels[4 * i + 3] != 255)
+            return;
+    picture->channels = 3;
+    for (size_t i = 0; i < count; ++i, from += 4, to += 3)
+        memmove(to, from, 3);
+}
+
 int is_grey(const IDEPage* page) {
     for (uint32_t i = 0; i < page->palette_count; ++i) {
         const RGB32* colour = &page->palette[i];

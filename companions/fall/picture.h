@@ -27,6 +27,9 @@ IDEPage* add_picture(ImageDataExchange* image, const Picture* picture);
 /* A page as a picture with that many channels; grey is made by the weights of red, green and blue in JPEG. */
 Picture picture_of_page(ImageDataExchange* image, const IDEPage* page, uint32_t channels);
 
+/* Makes 3 channels of 4 if all pixels are opaque. */
+void drop_opaque_alpha(Picture* picture);
+
 /* 1 if the page has a palette, and only shades of grey in it. */
 int is_grey(const IDEPage* page);
 

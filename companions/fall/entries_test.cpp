@@ -1,0 +1,334 @@
+#include "companions/fall/entries.h"
+
+#include <gtest/gtest.h>
+
+#include "companions/fall/fake_host.h"
+
+namespace {
+
+using namespace fall;
+using fall_test::Bytes;
+using fall_test::Image;
+using fall_test::Stream;
+
+constexpr ImageFormat kLossless[] = {image_png, image_bmp, image_psd, image_ppm, image_pic, image_tga};
+
+// A pixel counted from the upper left corner, as 0xRRGGBB or 0xAARRGGBB.
+std::uint32_t pixel(const Image& image, unsigned x, unsigned y, unsigned page = 0) {
+    const glib::IDEPage& record = image.pages[page].record;
+    const std::uint8_t* row = record.pixels + (record.height - 1 - y) * record.row_bytes;
+    if (record.bits_per_pixel == 8) {
+        const glib::RGB32& colour = record.palette[row[x]];
+        return colour.red << 16 | colour.green << 8 | colour.blue;
+    }
+    const std::uint8_t* bytes = row + x * record.bits_per_pixel / 8;
+    const std::uint32_t colour = bytes[2] << 16 | bytes[1] << 8 | bytes[0];
+    return record.bits_per_pixel == 32 ? static_cast<std::uint32_t>(bytes[3]) << 24 | colour : colour;
+}
+
+void expect_sample(const Image& image, unsigned page = 0) {
+    ASSERT_GT(image.pages.size(), page);
+    EXPECT_EQ(image.pages[page].record.width, 3u);
+    EXPECT_EQ(image.pages[page].record.height, 2u);
+    EXPECT_EQ(image.pages[page].record.bits_per_pixel, 24u);
+    const std::uint32_t expected[] = {0xFF0000, 0x00FF00, 0x0000FF, 0xFFFFFF, 0x000000, 0x804020};
+    for (unsigned i = 0; i < 6; ++i)
+        EXPECT_EQ(pixel(image, i % 3, i / 3, page), expected[i]) << "pixel " << i;
+}
+
+Bytes saved(ImageFormat format, Image& image, const glib::JPGSave& options = glib::JPGSave()) {
+    Stream stream;
+    EXPECT_EQ(fall_test::save(format, image, stream, options), glib::RCOK);
+    return stream.bytes;
+}
+
+bool same_pixels(const Image& a, const Image& b) {
+    const glib::IDEPage &x = a.pages[0].record, &y = b.pages[0].record;
+    if (x.width != y.width || x.height != y.height || x.bits_per_pixel != y.bits_per_pixel)
+        return false;
+    const std::size_t used = std::size_t{x.width} * x.bits_per_pixel / 8;
+    for (unsigned row = 0; row < x.height; ++row)
+        if (std::memcmp(x.pixels + row * x.row_bytes, y.pixels + row * y.row_bytes, used) != 0)
+            return false;
+    return true;
+}
+
+double mean_error(const Image& a, const Image& b) {
+    const glib::IDEPage &x = a.pages[0].record, &y = b.pages[0].record;
+    double sum = 0;
+    for (unsigned row = 0; row < x.height; ++row)
+        for (unsigned i = 0; i < 3 * x.width; ++i)
+            sum += std::abs(x.pixels[row * x.row_bytes + i] - y.pixels[row * y.row_bytes + i]);
+    return sum / (3.0 * x.width * x.height);
+}
+
+struct JpegFacts {
+    bool jfif = false, baseline = false;
+    unsigned width = 0, height = 0, components = 0;
+    Bytes luminance_steps; // as stored, in zigzag order
+};
+
+// Walks the segments up to the pixels.
+JpegFacts jpeg_facts(const Bytes& file) {
+    JpegFacts facts;
+    for (std::size_t at = 2; at + 4 < file.size() && file[at] == 0xFF && file[at + 1] != 0xDA;
+         at += 2 + file[at + 2] * 256u + file[at + 3]) {
+        const std::uint8_t* body = file.data() + at + 4;
+        if (file[at + 1] == 0xE0)
+            facts.jfif = std::memcmp(body, "JFIF", 5) == 0;
+        if (file[at + 1] == 0xDB)
+            facts.luminance_steps.assign(body + 1, body + 65);
+        if (file[at + 1] == 0xC0 || file[at + 1] == 0xC2) {
+            facts.baseline = file[at + 1] == 0xC0;
+            facts.height = body[1] * 256u + body[2];
+            facts.width = body[3] * 256u + body[4];
+            facts.components = body[5];
+        }
+    }
+    return facts;
+}
+
+TEST(Fall, Reads_rows_and_colours_in_the_order_of_a_page) {
+    for (ImageFormat format : kLossless) {
+        SCOPED_TRACE(format);
+        Image image;
+        EXPECT_EQ(fall_test::load(format, fall_test::sample(format), image), glib::RCOK);
+        EXPECT_EQ(image.pages.size(), 1u);
+        expect_sample(image);
+    }
+}
+
+TEST(Fall, Reads_grey_as_a_page_with_a_grey_palette) {
+    Image image;
+    ASSERT_EQ(fall_test::load(image_pgm, fall_test::sample(image_pgm), image), glib::RCOK);
+    EXPECT_EQ(image.pages[0].record.bits_per_pixel, 8u);
+    const std::uint32_t expected[] = {0x000000, 0x323232, 0x646464, 0x969696, 0xC8C8C8, 0xFFFFFF};
+    for (unsigned i = 0; i < 6; ++i)
+        EXPECT_EQ(pixel(image, i % 3, i / 3), expected[i]);
+}
+
+TEST(Fall, Reads_the_high_bytes_of_sixteen_bits) {
+    const std::string file("P5 3 1 65535\n\x12\xFF\xAB\x00\xFF\x01", 19);
+    Image image;
+    ASSERT_EQ(fall_test::load(image_pgm, Bytes(file.begin(), file.end()), image), glib::RCOK);
+    EXPECT_EQ(pixel(image, 0, 0), 0x121212u);
+    EXPECT_EQ(pixel(image, 1, 0), 0xABABABu);
+    EXPECT_EQ(pixel(image, 2, 0), 0xFFFFFFu);
+}
+
+TEST(Fall, Reads_a_jpeg) {
+    Image image;
+    ASSERT_EQ(fall_test::load(image_jpg, fall_test::sample(image_jpg), image), glib::RCOK);
+    const std::uint32_t colour = pixel(image, 7, 7);
+    EXPECT_NEAR(colour >> 16, 200, 3);
+    EXPECT_NEAR(colour >> 8 & 255, 100, 3);
+    EXPECT_NEAR(colour & 255, 50, 3);
+}
+
+TEST(Fall, Reads_light_with_a_gamma_of_2_2) {
+    Image image;
+    ASSERT_EQ(fall_test::load(image_hdr, fall_test::sample(image_hdr), image), glib::RCOK);
+    EXPECT_EQ(pixel(image, 0, 0), 0xFF0000u);
+    EXPECT_EQ(pixel(image, 0, 1), 0xFFFFFFu);
+    EXPECT_EQ(pixel(image, 1, 1), 0u);
+    EXPECT_EQ(pixel(image, 2, 1), 0xBABABAu); // 255 * 0.5 ^ (1 / 2.2) = 186.1
+}
+
+TEST(Fall, Reads_the_pictures_of_a_gif_as_they_are_seen_one_after_the_other) {
+    Image image;
+    ASSERT_EQ(fall_test::load(image_gif, fall_test::sample(image_gif), image), glib::RCOK);
+    ASSERT_EQ(image.pages.size(), 2u);
+    expect_sample(image, 0);
+    EXPECT_EQ(image.pages[0].record.delay, 100u);
+    EXPECT_EQ(image.pages[1].record.delay, 200u);
+    EXPECT_EQ(pixel(image, 1, 0, 1), 0xFFFFFFu);
+    EXPECT_EQ(pixel(image, 0, 0, 1), 0xFF0000u);
+    EXPECT_EQ(pixel(image, 1, 1, 1), 0u);
+}
+
+TEST(Fall, Reads_one_page_of_a_gif) {
+    Image image;
+    ASSERT_EQ(fall_test::load(image_gif, fall_test::sample(image_gif), image, 1), glib::RCOK);
+    ASSERT_EQ(image.pages.size(), 1u);
+    EXPECT_EQ(pixel(image, 1, 0), 0xFFFFFFu);
+}
+
+TEST(Fall, Misses_a_page_behind_the_last) {
+    for (int format = 0; format < image_format_count; ++format) {
+        Image image;
+        const auto kind = static_cast<ImageFormat>(format);
+        EXPECT_EQ(fall_test::load(kind, fall_test::sample(kind), image, kind == image_gif ? 2 : 1), glib::MISS)
+            << format;
+    }
+}
+
+TEST(Fall, Reads_from_where_the_stream_stands) {
+    for (ImageFormat format : kLossless) {
+        SCOPED_TRACE(format);
+        fall_test::lend_services();
+        Stream stream{Bytes(1000, 0xFF)};
+        const Bytes data = fall_test::sample(format);
+        stream.bytes.insert(stream.bytes.end(), data.begin(), data.end());
+        stream.position = 1000;
+        Image image;
+        EXPECT_EQ(load_image(format, image.handle(), stream.handle(), 0), glib::RCOK);
+        expect_sample(image);
+    }
+}
+
+TEST(Fall, Tells_size_and_pages_without_decoding) {
+    for (int format = 0; format < image_format_count; ++format) {
+        SCOPED_TRACE(format);
+        const auto kind = static_cast<ImageFormat>(format);
+        glib::ImageFileInfo info;
+        ASSERT_EQ(fall_test::info(kind, fall_test::sample(kind), info), glib::RCOK);
+        EXPECT_EQ(info.format, format_codes[format]);
+        EXPECT_EQ(info.width, kind == image_jpg ? 8u : 3u);
+        EXPECT_EQ(info.height, kind == image_jpg ? 8u : 2u);
+        EXPECT_EQ(info.page_count, kind == image_gif ? 2u : 1u);
+        EXPECT_EQ(info.has_alpha, kind == image_gif ? 1u : 0u);
+        EXPECT_EQ(info.has_thumbnail, 0u);
+    }
+}
+
+TEST(Fall, Knows_data_of_another_format) {
+    for (int data = 0; data < image_format_count; ++data) {
+        for (int format = 0; format < image_format_count; ++format) {
+            if (data == format)
+                continue;
+            Image image;
+            const Bytes bytes = fall_test::sample(static_cast<ImageFormat>(data));
+            EXPECT_EQ(fall_test::load(static_cast<ImageFormat>(format), bytes, image), glib::BADT) << data << format;
+            EXPECT_TRUE(image.pages.empty());
+        }
+    }
+}
+
+TEST(Fall, Has_no_thumbnail_to_show) {
+    fall_test::lend_services();
+    Stream stream{fall_test::sample(image_png)};
+    Image image;
+    EXPECT_EQ(load_thumbnail(image_png, image.handle(), stream.handle(), 128, 96), glib::TMNS);
+    stream.position = 0;
+    EXPECT_EQ(load_thumbnail(image_bmp, image.handle(), stream.handle(), 128, 96), glib::BADT);
+}
+
+TEST(Fall, Writes_a_screenshot_as_a_baseline_jpeg_of_the_asked_quality) {
+    Image image;
+    fall_test::add_picture(image, 512, 512, 24);
+    const JpegFacts facts = jpeg_facts(saved(image_jpg, image));
+    EXPECT_TRUE(facts.jfif);
+    EXPECT_TRUE(facts.baseline);
+    EXPECT_EQ(facts.width, 512u);
+    EXPECT_EQ(facts.height, 512u);
+    EXPECT_EQ(facts.components, 3u);
+    // The standard's table 16 11 12 14 12 10 16 14 ... halved and rounded, which is what 75 stands for.
+    const Bytes first = {8, 6, 6, 7, 6, 5, 8, 7};
+    ASSERT_EQ(facts.luminance_steps.size(), 64u);
+    EXPECT_EQ(Bytes(facts.luminance_steps.begin(), facts.luminance_steps.begin() + 8), first);
+}
+
+TEST(Fall, Takes_a_quality_out_of_range_for_the_nearest) {
+    Image image;
+    fall_test::add_picture(image, 16, 16, 24);
+    EXPECT_EQ(saved(image_jpg, image, glib::JPGSave(0)), saved(image_jpg, image, glib::JPGSave(1)));
+    EXPECT_EQ(saved(image_jpg, image, glib::JPGSave(255)), saved(image_jpg, image, glib::JPGSave(100)));
+    EXPECT_NE(saved(image_jpg, image, glib::JPGSave(1)), saved(image_jpg, image, glib::JPGSave(100)));
+}
+
+TEST(Fall, A_jpeg_comes_back_upright_and_close) {
+    for (unsigned side : {1u, 7u, 16u, 33u, 100u}) {
+        Image image, again;
+        fall_test::add_picture(image, side, side + 3, 24);
+        ASSERT_EQ(fall_test::load(image_jpg, saved(image_jpg, image, glib::JPGSave(95)), again), glib::RCOK);
+        EXPECT_LT(mean_error(image, again), 4.0) << side;
+    }
+}
+
+TEST(Fall, Writes_a_grey_jpeg_for_eight_bits) {
+    Image image, again;
+    fall_test::add_picture(image, 20, 20, 24);
+    glib::JPGSave options(100);
+    options.bits_per_pixel = 8;
+    ASSERT_EQ(fall_test::load(image_jpg, saved(image_jpg, image, options), again), glib::RCOK);
+    for (unsigned i = 0; i < 20; ++i) {
+        const std::uint32_t colour = pixel(again, i, 19 - i), was = pixel(image, i, 19 - i);
+        EXPECT_EQ(colour >> 16, colour & 255);
+        EXPECT_NEAR(colour & 255, 0.299 * (was >> 16) + 0.587 * (was >> 8 & 255) + 0.114 * (was & 255), 4.0);
+    }
+}
+
+TEST(Fall, What_was_written_without_loss_comes_back_the_same) {
+    for (ImageFormat format : {image_png, image_bmp, image_tga}) {
+        for (unsigned bits : {24u, 32u}) {
+            SCOPED_TRACE(testing::Message() << format << ", " << bits << " bits");
+            Image image, again;
+            fall_test::add_picture(image, 37, 21, bits);
+            glib::JPGSave options;
+            options.keep_alpha = bits == 32;
+            ASSERT_EQ(fall_test::load(format, saved(format, image, options), again), glib::RCOK);
+            EXPECT_TRUE(same_pixels(image, again));
+        }
+    }
+}
+
+TEST(Fall, Leaves_alpha_out_unless_it_is_to_be_kept) {
+    Image image, again;
+    fall_test::add_picture(image, 5, 5, 32);
+    ASSERT_EQ(fall_test::load(image_png, saved(image_png, image), again), glib::RCOK);
+    EXPECT_EQ(again.pages[0].record.bits_per_pixel, 24u);
+}
+
+TEST(Fall, Writes_pages_of_few_colours_through_their_palette) {
+    for (unsigned bits : {1u, 4u, 8u}) {
+        Image image, again;
+        glib::IDEPage* page = image.add(9, 2, bits);
+        page->palette[0] = {1, 2, 3, 255};
+        page->palette[1] = {30, 20, 10, 255};
+        // The second pixel of the upper row has index 1, the others 0.
+        page->pixels[page->row_bytes + bits / 8] = bits == 1 ? 0x40 : 0x01;
+        ASSERT_EQ(fall_test::load(image_png, saved(image_png, image), again), glib::RCOK);
+        EXPECT_EQ(pixel(again, 0, 0), 0x030201u) << bits;
+        EXPECT_EQ(pixel(again, 1, 0), 0x0A141Eu) << bits;
+        EXPECT_EQ(pixel(again, 1, 1), 0x030201u) << bits;
+    }
+}
+
+TEST(Fall, Writes_a_grey_page_as_grey_where_eight_bits_are_asked) {
+    Image image, again;
+    image.add(4, 4, 8)->pixels[5] = 77;
+    glib::JPGSave options;
+    options.bits_per_pixel = 8;
+    ASSERT_EQ(fall_test::load(image_png, saved(image_png, image, options), again), glib::RCOK);
+    EXPECT_EQ(again.pages[0].record.bits_per_pixel, 8u);
+    EXPECT_TRUE(same_pixels(image, again));
+}
+
+TEST(Fall, Light_comes_back_close) {
+    Image image, again;
+    fall_test::add_picture(image, 40, 10, 24);
+    ASSERT_EQ(fall_test::load(image_hdr, saved(image_hdr, image), again), glib::RCOK);
+    EXPECT_LT(mean_error(image, again), 3.0);
+}
+
+TEST(Fall, Writes_behind_what_the_stream_holds) {
+    Image image;
+    fall_test::add_picture(image, 8, 8, 24);
+    Stream stream;
+    stream.bytes.assign(10, 0xAA);
+    stream.position = 10;
+    ASSERT_EQ(fall_test::save(image_jpg, image, stream, glib::JPGSave()), glib::RCOK);
+    EXPECT_EQ(stream.bytes[9], 0xAA);
+    EXPECT_EQ(stream.bytes[10], 0xFF);
+    EXPECT_EQ(stream.bytes[11], 0xD8);
+    EXPECT_EQ(stream.bytes.back(), 0xD9);
+}
+
+TEST(Fall, A_document_without_pages_is_a_bad_argument) {
+    Image image;
+    Stream stream;
+    EXPECT_EQ(fall_test::save(image_jpg, image, stream, glib::JPGSave()), glib::BADA);
+    EXPECT_TRUE(stream.bytes.empty());
+}
+
+} // namespace

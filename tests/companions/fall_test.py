@@ -1,0 +1,97 @@
+"""fall.dll as it ships: its exports, and its files in the hands of other readers."""
+
+import re
+import shutil
+import subprocess
+
+from support import Case, main
+
+READ_AND_WRITTEN = ["JPG", "PNG", "BMP", "TGA", "HDR"]
+ONLY_READ = ["GIF", "PSD", "PGM", "PPM", "PIC"]
+
+
+def identify(path, form):
+    return subprocess.run(["identify", "-format", form, path], check=True, capture_output=True, text=True).stdout
+
+
+def error_between(one, other):
+    """The root mean square error of two pictures, in levels of 255."""
+    # A Targa that begins with its lowest row is turned only on demand.
+    upright = []
+    for path in map(str, (one, other)):
+        upright.append(path.removesuffix("[0]") + ".upright.png")
+        subprocess.run(["convert", path, "-auto-orient", upright[-1]], check=True)
+    told = subprocess.run(["compare", "-metric", "RMSE", *upright, "null:"], capture_output=True, text=True).stderr
+    return float(re.search(r"\(([\d.e-]+)\)", told)[1]) * 255
+
+
+def segments(jpeg):
+    """The markers up to the pixels, with their contents."""
+    at, found = 2, {}
+    while jpeg[at] == 0xFF and jpeg[at + 1] != 0xDA:
+        length = int.from_bytes(jpeg[at + 2:at + 4], "big")
+        found[jpeg[at + 1]] = jpeg[at + 4:at + 2 + length]
+        at += 2 + length
+    return found
+
+
+class Fall(Case):
+    def setUp(self):
+        super().setUp()
+        self.folder = self.artifacts
+        self.picture = self.folder / "picture.ppm"
+        subprocess.run(["convert", "-seed", "7", "-size", "512x512", "plasma:red-blue", "-depth", "8", self.picture], check=True)
+
+    def convert(self, source, source_format, target_format, quality=75, bits=24):
+        wine = self.wine()
+        target = self.folder / f"out.{target_format.lower()}"
+        result = wine.run(self.product("fall_host.exe"), wine.prefix.to_windows(source), source_format,
+                          wine.prefix.to_windows(target), target_format, quality, bits, check=True)
+        self.assertIn("load: RCOK", result.text)
+        self.assertIn("save: RCOK", result.text)
+        return target
+
+    def test_exports_the_entries_of_its_formats(self):
+        told = subprocess.run(["llvm-readobj-19", "--coff-exports", self.product("fall.dll")], check=True,
+                              capture_output=True, text=True).stdout
+        expected = ["GetFilterInfo"]
+        for name in READ_AND_WRITTEN + ONLY_READ:
+            expected += [f"Load{name}ImageData", f"Get{name}FileInfo", f"Load{name}ImageThumbnail"]
+        expected += [f"Save{name}ImageData" for name in READ_AND_WRITTEN]
+        self.assertEqual(sorted(re.findall(r"Name: (\S+)", told)), sorted(expected))
+
+    def test_needs_nothing_but_what_every_windows_has(self):
+        told = subprocess.run(["llvm-readobj-19", "--coff-imports", self.product("fall.dll")], check=True,
+                              capture_output=True, text=True).stdout
+        self.assertEqual(sorted(re.findall(r"Name: (\S+)", told)), ["kernel32.dll", "msvcrt.dll"])
+
+    def test_a_screenshot_is_a_baseline_jpeg_of_quality_75(self):
+        jpeg = self.convert(self.picture, "PPM", "JPG")
+        self.assertEqual(identify(jpeg, "%m %w %h %Q %[colorspace] %[interlace]"), "JPEG 512 512 75 sRGB None")
+        parts = segments(jpeg.read_bytes())
+        self.assertEqual(parts[0xE0][:5], b"JFIF\0")
+        self.assertEqual(parts[0xC0][5], 3)
+        self.assertLess(error_between(self.picture, jpeg), 6)
+
+    def test_the_quality_is_the_asked_one(self):
+        for quality in (1, 30, 90, 100):
+            self.assertEqual(identify(self.convert(self.picture, "PPM", "JPG", quality), "%Q"), str(quality))
+
+    def test_what_it_writes_without_loss_others_read_unchanged(self):
+        for name in ("PNG", "BMP", "TGA"):
+            self.assertEqual(error_between(self.picture, self.convert(self.picture, "PPM", name)), 0, name)
+
+    def test_reads_what_others_write(self):
+        for name, options in {"png": [], "bmp": [], "tga": [], "psd": [], "jpg": ["-interlace", "JPEG", "-quality", "98"],
+                              "gif": ["-colors", "256", "+dither"]}.items():
+            source = self.folder / f"in.{name}"
+            subprocess.run(["convert", self.picture, *options, source], check=True)
+            shown = self.convert(source, name.upper(), "PNG")
+            # A PSD holds the flattened picture first.
+            limit = 2 if name == "jpg" else 0
+            self.assertLessEqual(error_between(f"{source}[0]", shown), limit, name)
+            shutil.move(shown, self.folder / f"from_{name}.png")
+
+
+if __name__ == "__main__":
+    main()
