@@ -13,7 +13,7 @@ namespace {
 
 const glib::ModuleServices* g_services;
 std::uint32_t g_pages;
-glib::JPGSave g_received;
+std::uint8_t g_received[sizeof(glib::JPGSave)];
 
 void require(bool holds) {
     if (!holds)
@@ -35,7 +35,7 @@ glib::ResultCode GLIB_CALL info(VStream*, glib::ImageFileInfo*) {
 }
 glib::ResultCode GLIB_CALL save(glib::ImageDataExchange* image, VStream*, const glib::BaseFormatDesc* options) {
     g_pages = g_services->PageCount(image);
-    std::memcpy(static_cast<void*>(&g_received), options, sizeof(g_received));
+    std::memcpy(g_received, static_cast<const void*>(options), sizeof(g_received));
     for (std::uint32_t i = 0; i < g_pages; ++i) {
         const glib::IDEPage* page = g_services->Page(image, i);
         require(page->width && page->height && page->row_bytes % 4 == 0 && page->pixels);
@@ -78,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(code == glib::UNSF);
     } else {
         const std::uint32_t left = 5 - record.first_page;
-        require(code == glib::RCOK && std::memcmp(&record, &g_received, sizeof(record)) == 0);
+        require(code == glib::RCOK && std::memcmp(static_cast<const void*>(&record), g_received, sizeof(record)) == 0);
         require(g_pages == (record.page_count ? std::min(record.page_count, left) : left));
     }
     return 0;
