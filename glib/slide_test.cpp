@@ -53,7 +53,8 @@ TEST(ScaledSize, Truncates_but_keeps_one_pixel) {
     EXPECT_EQ(scaled_size(1024, 512, 1024), 512u);
     EXPECT_EQ(scaled_size(333, 512, 1024), 166u);
     EXPECT_EQ(scaled_size(1, 1, 1000), 1u);
-    EXPECT_EQ(scaled_size(65500, 65500, 65500), 65500u) << "the product needs 64 bits";
+    EXPECT_EQ(scaled_size(4000000000u, 3, 6), 2000000000u) << "the product needs 64 bits";
+    EXPECT_EQ(scaled_size(4000000000u, 6, 3), 0xFFFFFFFFu) << "beyond every limit";
     EXPECT_EQ(scaled_size(65500, 65500, 1), 4290250000u);
 }
 
@@ -221,6 +222,26 @@ TEST(Slide, Flattening_keeps_what_is_transparent) {
     EXPECT_EQ(pixel_of(page.LayerAt(0), 2, 0).alpha, 0);
     Slide empty;
     EXPECT_EQ(empty.Flatten(), BADA);
+}
+
+TEST(Slide, A_blended_layer_is_cut_at_each_edge) {
+    const DrawingPeriod drawing;
+    const struct {
+        int32_t left, top;
+        uint32_t x, y; // the one pixel of the layer that is on the page
+    } cases[] = {{-2, -2, 0, 0}, {3, -2, 3, 0}, {-2, 3, 0, 3}, {3, 3, 3, 3}};
+    for (const auto& c : cases) {
+        Slide page;
+        page.AddLayer(filled(4, 4, {10, 10, 10, 255}));
+        page.AddLayer(filled(3, 3, {5, 5, 5, 255}));
+        page.LayerAt(1).blend_mode = blend_add;
+        page.LayerAt(1).left = c.left;
+        page.LayerAt(1).top = c.top;
+        ASSERT_EQ(page.Flatten(), RCOK);
+        for (uint32_t y = 0; y < 4; ++y)
+            for (uint32_t x = 0; x < 4; ++x)
+                EXPECT_EQ(pixel_of(page.LayerAt(0), x, y).blue, x == c.x && y == c.y ? 15 : 10) << x << "," << y;
+    }
 }
 
 TEST(Slide, A_layer_far_outside_the_page_is_harmless) {
