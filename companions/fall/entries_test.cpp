@@ -116,6 +116,18 @@ TEST(Fall, Reads_the_high_bytes_of_sixteen_bits) {
     EXPECT_EQ(pixel(image, 2, 0), 0xFFFFFFu);
 }
 
+// A PSD holds colours mixed with white; one darker than its alpha allows once became a bright one.
+TEST(Fall, Takes_a_colour_below_the_white_matte_of_a_psd_for_black) {
+    Bytes file = fall_test::sample(image_psd);
+    file[13] = 4;                     // channels
+    file.insert(file.end(), 6, 0x33); // alpha of 0.2
+    file[40] = 0;                     // red of the first pixel, which must be 204 at least
+    Image image;
+    ASSERT_EQ(fall_test::load(image_psd, file, image), glib::RCOK);
+    EXPECT_EQ(pixel(image, 0, 0), 0x33000000u);
+    EXPECT_EQ(pixel(image, 0, 1), 0x33FFFFFFu);
+}
+
 TEST(Fall, Reads_a_jpeg) {
     Image image;
     ASSERT_EQ(fall_test::load(image_jpg, fall_test::sample(image_jpg), image), glib::RCOK);

@@ -13,6 +13,12 @@ REPAIRS = [
      "               n += sizes[i];\n            }\n            L -= 17;\n",
      "               n += sizes[i];\n            }\n            if(n > 256) return 0;\n            L -= 17;\n",
      "if(n > 256)"),
+] + [
+    ("a colour below its white matte in a PSD wraps to a bright one",
+     f"               pixel[{i}] = (unsigned char) (pixel[{i}]*ra + inv_a);\n",
+     f"               pixel[{i}] = stbi__clamp((int) (pixel[{i}]*ra + inv_a));\n",
+     f"pixel[{i}] = stbi__clamp(")
+    for i in range(3)
 ]
 
 
