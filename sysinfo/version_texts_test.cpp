@@ -19,6 +19,7 @@ TEST(ProductVersionPart, Is_one_of_four_between_commas) {
         {"3\t,1", {"3\t", "1", "", ""}}, // other white space isn't taken out
         // The last part stands after the last comma.
         {"1, 2, 3, 4, 5", {"1", "2", "3", "5"}},
+        {"1,2,3,4,56", {"1", "2", "3", "56"}},
         {"1,2,3,4,5,6,", {"1", "2", "3", ""}},
         {",,,", {"", "", "", ""}},
         {",,,x", {"", "", "", "x"}},

@@ -184,6 +184,17 @@ TEST(WinVersionText, Keeps_underscores_that_don_t_end_the_text) {
                  "Microsoft Windows XP Professional _a_ (Build 2600)\n");
 }
 
+TEST(WinVersionText, Letter_behind_the_end_of_the_service_pack_text_is_none) {
+    WinVersion version = Windows9x(0, " B");
+    version.service_pack[0] = '\0';
+    EXPECT_STREQ(DescribeWinVersion(version, true).c_str(), "Win95");
+}
+
+TEST(WinVersionText, Only_the_personal_bit_makes_a_home_edition) {
+    EXPECT_STREQ(DescribeWinVersion(Nt(5, 1, 2600, kWorkstation, static_cast<uint16_t>(~kPersonal)), true).c_str(),
+                 "WinXP_Prof_SP0");
+}
+
 TEST(WinVersionText, Takes_the_longest_service_pack_text_whole) {
     WinVersion version = Nt(5, 1, 2600, kWorkstation);
     memset(version.service_pack, '%', 128);
