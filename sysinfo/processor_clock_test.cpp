@@ -17,7 +17,7 @@ public:
     uint64_t steps_a_second = 10000000;
     uint64_t steps_a_look = 10;       // how far the counter moves when it is read
     uint64_t ticks_a_step = 260;      // of the time-stamp counter
-    uint64_t ticks_a_stamp = 0;       // how far the time-stamp counter moves when it is read
+    uint64_t ticks_a_look = 0;        // of the time-stamp counter, besides those of the steps
     uint64_t steps_of_a_scan = 0;     // of all bit scans together
     std::vector<uint64_t> looks_away; // at the n-th look, so many steps go by besides
 
@@ -28,8 +28,7 @@ public:
     bool time_stamp_usable() override { return usable; }
     uint64_t time_stamp() override {
         EXPECT_TRUE(usable);
-        m_stamp_extra += ticks_a_stamp;
-        return now * ticks_a_step + m_stamp_extra;
+        return now * ticks_a_step + looks * ticks_a_look;
     }
     uint64_t counter() override {
         now += steps_a_look + (looks < looks_away.size() ? looks_away[looks] : 0);
@@ -41,9 +40,6 @@ public:
         scanned += count;
         now += steps_of_a_scan;
     }
-
-private:
-    uint64_t m_stamp_extra = 0;
 };
 
 TEST(ProcessorClock, Is_the_ticks_of_50_ms_less_the_overhead) {
@@ -51,6 +47,7 @@ TEST(ProcessorClock, Is_the_ticks_of_50_ms_less_the_overhead) {
     clock.ticks_a_step = 261;
     // The first look and the 50000 that wait, less the two looks of the overhead: 499990 steps.
     EXPECT_EQ(MeasureClock(clock, true, kPentium), 499990 * 261 / 50 / 1000);
+    EXPECT_LT(clock.looks, 50010u) << "measured more than once";
 }
 
 TEST(ProcessorClock, Subtracts_what_a_call_without_waiting_takes) {
@@ -113,6 +110,7 @@ TEST(ProcessorClock, Is_0_without_a_counter_of_real_time) {
 TEST(ProcessorClock, Counter_that_stands_still_ends_the_measurement) {
     FakeClock clock;
     clock.steps_a_look = 0;
+    clock.ticks_a_look = 50;
     EXPECT_EQ(MeasureClock(clock, true, kPentium), 0);
 }
 
@@ -148,6 +146,20 @@ TEST(ProcessorClock, Without_time_stamps_scans_bits_and_divides_by_2_to_the_20) 
     }
 }
 
+TEST(ProcessorClock, Scans_take_the_cycles_of_their_family) {
+    const struct {
+        uint32_t family;
+        int cycles;
+    } rows[] = {{3, 1150000000}, {4, 470000000}, {5, 430000000}};
+    for (const auto& row : rows) {
+        FakeClock clock;
+        clock.steps_a_look = 0;
+        clock.steps_a_second = 1048576;
+        clock.steps_of_a_scan = 1; // in 2^-20 seconds, so that nothing is cut
+        EXPECT_EQ(MeasureClock(clock, false, row.family), row.cycles);
+    }
+}
+
 TEST(ProcessorClock, Scans_too_where_reading_time_stamps_is_forbidden) {
     FakeClock clock;
     clock.usable = false;
@@ -176,7 +188,9 @@ TEST(ProcessorClock, Scan_at_an_absurd_frequency_tells_nothing) {
     clock.steps_a_second = ~uint64_t{0};
     clock.steps_of_a_scan = 1;
     EXPECT_EQ(MeasureClock(clock, false, kPentium), 0);
-    clock.steps_a_second = 8000000000;
+    clock.steps_a_second = ~uint64_t{0} / 430000000 + 1;
+    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0);
+    clock.steps_a_second = ~uint64_t{0} / 430000000;
     clock.steps_a_look = 0;
     EXPECT_EQ(MeasureClock(clock, false, kPentium), 0x7FFFFFFF);
 }

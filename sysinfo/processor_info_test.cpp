@@ -38,7 +38,7 @@ TEST(ProcessorInfo, Knows_nothing_of_a_processor_without_CPUID) {
 }
 
 TEST(ProcessorInfo, Takes_the_signature_as_raw_bits) {
-    const CProcessorInfo info = Identify({Leaf0(1, "GenuineIntel"), {1, {0x0FF3F5A7, 0, 0, 0}}, kNoExtendedLeaves});
+    const CProcessorInfo info = Identify({Leaf0(1, "GenuineIntel"), {1, {0xFFF3F5A7, 0, 0, 0}}, kNoExtendedLeaves});
     EXPECT_EQ(info.GetStepping(), 7u);
     EXPECT_EQ(info.GetModel(), 10u);
     EXPECT_EQ(info.GetFamily(), 5u);
@@ -142,11 +142,11 @@ TEST(ProcessorInfo, Measures_by_time_stamps_where_there_are_some) {
 
 TEST(ProcessorInfo, Serial_number_is_the_signature_and_two_words) {
     const CProcessorInfo info = Identify({Leaf0(3, "GenuineIntel"),
-                                          {1, {0x00000673, 0, 0, 1u << 18}},
+                                          {1, {0xA1B2C673, 0, 0, 1u << 18}},
                                           {2, {1, 0, 0, 0}},
                                           {3, {0xFFFFFFFF, 0xFFFFFFFF, 0x0A0B0C0D, 0x12345678}},
                                           kNoExtendedLeaves});
-    EXPECT_STREQ(info.GetSerialNumber(), "0000-0673-1234-5678-0a0b-0c0d");
+    EXPECT_STREQ(info.GetSerialNumber(), "a1b2-c673-1234-5678-0a0b-0c0d");
 }
 
 TEST(ProcessorInfo, Serial_number_needs_its_feature_and_its_leaf) {
