@@ -16,8 +16,8 @@ struct DescriptorRow {
 
 // The cache descriptors of "Encoding of CPUID Leaf 2 Descriptors" in Intel 64 and IA-32 Architectures Software
 // Developer's Manual, volume 2A, instruction CPUID. The bytes that this table lacks are those for translation
-// look-aside buffers, prefetching and trace caches, and unused ones. 0x39 to 0x3E are in no later edition of the
-// manual, but in Intel's application note 485.
+// look-aside buffers, prefetching and trace caches, and unused ones. Kept: other makers' leaf 2 is read by it too. 0x39
+// to 0x3E are in no later edition of the manual, but in Intel's application note 485.
 constexpr DescriptorRow kDescriptors[] = {
     {0x06, Level::l1_instruction, 8},
     {0x08, Level::l1_instruction, 16},

@@ -12,51 +12,57 @@ int Clamp(uint64_t value) {
     return value > INT_MAX ? INT_MAX : static_cast<int>(value);
 }
 
-// Waits until so many steps of the counter have passed; it looks at the counter once at least. Gives up, with false, if
-// the counter stands still: no counter is read this often in the time that we wait.
-bool Wait(ClockSource& clock, uint64_t steps) {
+// Waits until so many steps of the counter have passed, and says how many did; it looks at the counter once at least.
+// Gives up, with 0, if the counter stands still: no counter is read this often in the time that we wait.
+uint64_t Wait(ClockSource& clock, uint64_t steps) {
     constexpr uint32_t most_looks = 20000000;
     const uint64_t start = clock.counter();
-    for (uint32_t i = 0; i < most_looks; ++i)
-        if (clock.counter() - start >= steps)
-            return true;
-    return false;
+    for (uint32_t i = 0; i < most_looks; ++i) {
+        const uint64_t passed = clock.counter() - start;
+        if (passed >= steps)
+            return passed;
+    }
+    return 0;
 }
 
 struct Measurement {
-    bool valid;
-    int megahertz;
-    uint64_t disturbance; // steps beyond those waited for
+    uint64_t ticks;  // of the time-stamp counter in the wait
+    uint64_t passed; // steps of the wait, 0 if there was none
+    uint64_t astray; // steps that passed outside it
 };
 
 Measurement Measure(ClockSource& clock, uint64_t steps) {
     const uint64_t outer_start = clock.counter();
     const uint64_t wait_start = clock.time_stamp();
-    const bool waited = Wait(clock, steps);
+    const uint64_t passed = Wait(clock, steps);
     const uint64_t wait = clock.time_stamp() - wait_start;
     const uint64_t overhead_start = clock.time_stamp();
     Wait(clock, 0);
     const uint64_t overhead = clock.time_stamp() - overhead_start;
     const uint64_t outer = clock.counter() - outer_start;
-
-    const uint64_t ticks = wait > overhead ? wait - overhead : 0;
-    return {waited, Clamp(ticks / kMilliseconds / 1000), outer > steps ? outer - steps : 0};
+    return {wait > overhead ? wait - overhead : 0, passed, outer > passed ? outer - passed : 0};
 }
 
-// Another thread that gets the processor within a measurement makes the wait longer than the 50 ms it is divided by.
-// Such a measurement is repeated a few times, and the least disturbed one counts.
+// On a busy machine other threads get the processor within a measurement. Those that get it within the wait make that
+// longer than the 50 ms, which can be made good, because the counter tells how long it was. Those that get it between
+// the readings of the two counters spoil the measurement, so it is repeated a few times, and the least spoilt counts.
 int MeasureByTimeStamp(ClockSource& clock) {
     constexpr int most_tries = 5;
     const uint64_t steps = clock.frequency() / 1000 * kMilliseconds;
     const uint64_t tolerated = steps / 200;
 
     Measurement best = Measure(clock, steps);
-    for (int i = 1; i < most_tries && best.valid && best.disturbance > tolerated; ++i) {
+    for (int i = 1; i < most_tries && best.passed != 0 && best.astray > tolerated; ++i) {
         const Measurement next = Measure(clock, steps);
-        if (next.valid && next.disturbance < best.disturbance)
+        if (next.astray < best.astray)
             best = next;
     }
-    return best.valid ? best.megahertz : 0;
+    if (best.passed == 0)
+        return 0;
+    uint64_t ticks = best.ticks;
+    if (best.passed > steps + tolerated && ticks <= UINT64_MAX / (steps + 1))
+        ticks = ticks * steps / best.passed;
+    return Clamp(ticks / kMilliseconds / 1000);
 }
 
 // The clock cycles of all scans on a processor of this family.

@@ -73,22 +73,32 @@ TEST(ProcessorClock, Counts_steps_in_whole_milliseconds) {
     EXPECT_EQ(MeasureClock(clock, true, kPentium), (178951 - 2) * 100 / 50 / 1000);
 }
 
-TEST(ProcessorClock, Measures_again_when_it_was_disturbed) {
+TEST(ProcessorClock, Long_wait_is_reduced_to_50_ms) {
+    FakeClock clock;
+    clock.steps_a_look = 100;
+    clock.looks_away = std::vector<uint64_t>(100);
+    clock.looks_away.push_back(4000000); // 400 ms go by within the wait, which then is over
+    // From the first look of the wait to its last are 99 looks, 4009900 steps. The time stamps are one look further
+    // apart, and two are the overhead.
+    EXPECT_EQ(MeasureClock(clock, true, kPentium), 4009800ull * 260 * 500000 / 4009900 / 50 / 1000);
+    EXPECT_EQ(clock.looks, 104u) << "measured more than once";
+}
+
+TEST(ProcessorClock, Measures_again_when_time_passed_beside_the_wait) {
     FakeClock clock;
     clock.steps_a_look = 1000;
-    clock.looks_away = std::vector<uint64_t>(100);
-    clock.looks_away.push_back(4000000); // 400 ms within the first wait
+    clock.looks_away = {0, 4000000}; // 400 ms between the reading of the time stamp and the wait
     EXPECT_EQ(MeasureClock(clock, true, kPentium), 2600 * (501 - 2) / 500);
 }
 
-TEST(ProcessorClock, Takes_the_least_disturbed_of_five_measurements) {
+TEST(ProcessorClock, Takes_the_least_spoilt_of_five_measurements) {
     FakeClock clock;
     clock.steps_a_look = 500000; // each wait takes a single look, each measurement six
     clock.looks_away = std::vector<uint64_t>(30, 0);
     const uint64_t away[] = {900000, 700000, 100000, 300000, 500000};
     for (int i = 0; i < 5; ++i)
-        clock.looks_away[i * 6 + 2] = away[i];
-    // The wait has two looks and what goes by in the second: (1000000 + 100000 - 1000000 of the overhead) steps.
+        clock.looks_away[i * 6 + 1] = away[i];
+    // The wait has two looks and what goes by in the first: 1100000 steps, less 1000000 of the overhead.
     EXPECT_EQ(MeasureClock(clock, true, kPentium), 100000 * 260 / 50 / 1000);
     EXPECT_EQ(clock.looks, 30u);
 }

@@ -30,7 +30,12 @@ public:
     // Part 0 to 3 of the product version, see sysinfo::ProductVersionPart.
     CStdString GetProductVersionPart(int index);
 
-    // All of them together.
+    // The numbers of the resource, null if it has none; good until the next Open.
+    const VS_FIXEDFILEINFO* GetFixedInfo() const { return m_fixed; }
+    // How many languages the resource says that it has.
+    DWORD GetTranslationCount() const { return m_translation_count; }
+
+    // Company, product and version parts together.
     sysinfo::FileVersion GetVersion();
 
 private:

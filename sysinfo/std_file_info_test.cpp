@@ -83,6 +83,21 @@ TEST_F(FileInfo, Forgets_the_file_before) {
     Expect("Unknown", "Unknown", {"Unknown", "", "", ""});
 }
 
+TEST_F(FileInfo, Has_the_numbers_and_the_count_of_languages) {
+    EXPECT_EQ(Open("version_russian"), 1);
+    EXPECT_EQ(m_info->GetTranslationCount(), 2u);
+    EXPECT_EQ(Open("version_untranslated"), 1);
+    EXPECT_EQ(m_info->GetTranslationCount(), 0u);
+    EXPECT_EQ(Open("version_fixed_only"), 1);
+    ASSERT_NE(m_info->GetFixedInfo(), nullptr);
+    EXPECT_EQ(m_info->GetFixedInfo()->dwFileVersionMS, 0x00010002u);
+    EXPECT_EQ(m_info->GetFixedInfo()->dwProductVersionLS, 0x00070008u);
+    EXPECT_EQ(Open("version_russian"), 1);
+    EXPECT_EQ(Open("version_none"), 0);
+    EXPECT_EQ(m_info->GetFixedInfo(), nullptr);
+    EXPECT_EQ(m_info->GetTranslationCount(), 0u);
+}
+
 TEST_F(FileInfo, Opens_the_file_of_a_loaded_module) {
     const HMODULE module = LoadLibraryA(TestFile("version_complete").c_str());
     ASSERT_NE(module, nullptr);

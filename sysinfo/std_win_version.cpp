@@ -12,16 +12,18 @@ constexpr DWORD kExtendedSize = 156;
 constexpr DWORD kPlainSize = 148;
 static_assert(sizeof(OSVERSIONINFOEXA) == kExtendedSize && sizeof(OSVERSIONINFOA) == kPlainSize);
 
-WinVersion ReadWinVersion() {
+} // namespace
+
+WinVersion ReadWinVersion(decltype(GetVersionExA)* get_version, HKEY root) {
     WinVersion version = {};
     OSVERSIONINFOEXA record = {};
     OSVERSIONINFOA* const plain = reinterpret_cast<OSVERSIONINFOA*>(&record);
     record.dwOSVersionInfoSize = kExtendedSize;
-    version.extended = GetVersionExA(plain);
+    version.extended = get_version(plain);
     version.known = version.extended;
     if (!version.extended) {
         record.dwOSVersionInfoSize = kPlainSize;
-        version.known = GetVersionExA(plain);
+        version.known = get_version(plain);
     }
 
     version.platform = record.dwPlatformId;
@@ -34,11 +36,9 @@ WinVersion ReadWinVersion() {
     version.product_type = record.wProductType;
 
     if (version.known && !version.extended && version.platform == WinVersion::platform_nt)
-        ReadRegistryEdition(HKEY_LOCAL_MACHINE, version);
+        ReadRegistryEdition(root, version);
     return version;
 }
-
-} // namespace
 
 void ReadRegistryEdition(HKEY root, WinVersion& version) {
     win::RegistryKey key;
@@ -63,5 +63,5 @@ void ReadRegistryEdition(HKEY root, WinVersion& version) {
 } // namespace sysinfo
 
 CStdString CStdWinVersion::GetVersionText(bool tag) {
-    return sysinfo::DescribeWinVersion(sysinfo::ReadWinVersion(), tag);
+    return sysinfo::DescribeWinVersion(sysinfo::ReadWinVersion(GetVersionExA, HKEY_LOCAL_MACHINE), tag);
 }

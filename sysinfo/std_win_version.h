@@ -17,7 +17,11 @@ public:
 
 namespace sysinfo {
 
-// Fills the edition fields of the record from ProductOptions below this root, HKEY_LOCAL_MACHINE unless in a test.
+// The version record, plain or extended, whichever this function in the place of GetVersionExA gives; an NT without the
+// extended one has its edition from the registry below this root.
+WinVersion ReadWinVersion(decltype(GetVersionExA)* get_version, HKEY root);
+
+// Fills the edition fields of the record from ProductOptions below this root.
 void ReadRegistryEdition(HKEY root, WinVersion& version);
 
 } // namespace sysinfo

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <stdio.h>
+#include <string.h>
 
 #include <string>
 
@@ -89,6 +90,20 @@ TEST_F(ProductType, Is_the_text_of_the_value) {
     EXPECT_STREQ(version.edition_name, "LanmanNT");
 }
 
+TEST_F(ProductType, Without_a_terminator_ends_with_its_bytes) {
+    MakeValue(std::string("WINNT"));
+    EXPECT_STREQ(Read().edition_name, "WINNT");
+    HKEY key;
+    ASSERT_EQ(RegOpenKeyA(HKEY_CURRENT_USER, kKey, &key), ERROR_SUCCESS);
+    ASSERT_EQ(RegSetValueExA(key, "ProductType", 0, REG_BINARY, reinterpret_cast<const BYTE*>("SERVERNT"), 8),
+              ERROR_SUCCESS);
+    RegCloseKey(key);
+    WinVersion version = {};
+    memset(version.edition_name, 'x', sizeof(version.edition_name));
+    sysinfo::ReadRegistryEdition(m_root, version);
+    EXPECT_STREQ(version.edition_name, "SERVERNT");
+}
+
 TEST_F(ProductType, May_fill_the_80_bytes_but_no_more) {
     MakeValue(std::string(79, 'x') + '\0');
     const WinVersion version = Read();
@@ -96,6 +111,82 @@ TEST_F(ProductType, May_fill_the_80_bytes_but_no_more) {
     EXPECT_EQ(std::string(version.edition_name), std::string(79, 'x'));
     MakeValue(std::string(80, 'x') + '\0');
     EXPECT_EQ(Read().edition, RegistryEdition::value_missing);
+}
+
+// A Windows that knows the records up to some size and fills in these fields.
+struct FakeWindows {
+    DWORD largest_record;
+    DWORD platform;
+};
+FakeWindows g_windows;
+
+BOOL WINAPI FakeGetVersion(OSVERSIONINFOA* plain) {
+    if (plain->dwOSVersionInfoSize > g_windows.largest_record)
+        return FALSE;
+    EXPECT_TRUE(plain->dwOSVersionInfoSize == 156 || plain->dwOSVersionInfoSize == 148);
+    EXPECT_EQ(plain->dwMajorVersion, 0u) << "the record isn't empty";
+    plain->dwPlatformId = g_windows.platform;
+    plain->dwMajorVersion = 4;
+    plain->dwMinorVersion = 7;
+    plain->dwBuildNumber = 1381;
+    strcpy(plain->szCSDVersion, "Service Pack 6");
+    if (plain->dwOSVersionInfoSize == 156) {
+        auto* const extended = reinterpret_cast<OSVERSIONINFOEXA*>(plain);
+        extended->wServicePackMajor = 6;
+        extended->wSuiteMask = 2;
+        extended->wProductType = 3;
+    }
+    return TRUE;
+}
+
+class VersionRecord : public ProductType {
+protected:
+    WinVersion ReadFrom(FakeWindows windows) {
+        g_windows = windows;
+        return sysinfo::ReadWinVersion(FakeGetVersion, m_root);
+    }
+    static void ExpectPlainFields(const WinVersion& version) {
+        EXPECT_TRUE(version.known);
+        EXPECT_EQ(version.major, 4u);
+        EXPECT_EQ(version.minor, 7u);
+        EXPECT_EQ(version.build, 1381u);
+        EXPECT_STREQ(version.service_pack, "Service Pack 6");
+    }
+};
+
+TEST_F(VersionRecord, Extended_one_needs_no_registry) {
+    const WinVersion version = ReadFrom({156, 2});
+    ExpectPlainFields(version);
+    EXPECT_TRUE(version.extended);
+    EXPECT_EQ(version.service_pack_major, 6);
+    EXPECT_EQ(version.suite_mask, 2);
+    EXPECT_EQ(version.product_type, 3);
+    EXPECT_EQ(version.edition, RegistryEdition::not_asked);
+}
+
+TEST_F(VersionRecord, Plain_one_of_NT_takes_the_edition_from_the_registry) {
+    MakeValue(std::string("SERVERNT\0", 9));
+    const WinVersion version = ReadFrom({148, 2});
+    ExpectPlainFields(version);
+    EXPECT_FALSE(version.extended);
+    EXPECT_EQ(version.service_pack_major, 0);
+    EXPECT_EQ(version.edition, RegistryEdition::read);
+    EXPECT_STREQ(version.edition_name, "SERVERNT");
+}
+
+TEST_F(VersionRecord, Plain_one_of_9x_needs_no_registry) {
+    const WinVersion version = ReadFrom({148, 1});
+    ExpectPlainFields(version);
+    EXPECT_EQ(version.platform, 1u);
+    EXPECT_FALSE(version.extended);
+    EXPECT_EQ(version.edition, RegistryEdition::not_asked);
+}
+
+TEST_F(VersionRecord, Is_unknown_where_Windows_gives_none) {
+    const WinVersion version = ReadFrom({0, 2});
+    EXPECT_FALSE(version.known);
+    EXPECT_FALSE(version.extended);
+    EXPECT_EQ(version.edition, RegistryEdition::not_asked);
 }
 
 } // namespace

@@ -42,8 +42,12 @@ protected:
     void SetUp() override {
         char base[MAX_PATH];
         ASSERT_NE(GetTempPathA(sizeof(base), base), 0u);
-        m_directory = std::string(base) + "wendax_sysinfo_" + std::to_string(GetCurrentProcessId());
-        ASSERT_TRUE(CreateDirectoryA(m_directory.c_str(), nullptr));
+        for (int i = 0; m_directory.empty() && i < 1000; ++i) {
+            const std::string name = std::string(base) + "wendax_sysinfo_" + std::to_string(i);
+            if (CreateDirectoryA(name.c_str(), nullptr))
+                m_directory = name;
+        }
+        ASSERT_FALSE(m_directory.empty());
         m_file = m_directory + "\\system_info.txt";
         GetEnvironmentVariableA("TMP", m_old, sizeof(m_old));
         UseTemporaryDirectory(m_directory);
