@@ -27,6 +27,13 @@ class Wine_run(Case):
             self.assertEqual(shown[2], "Z:" + folder.replace("/", "\\"))
         self.assertEqual(self.wine(locale="ru_RU.UTF-8").run(program("console"), "where").text.splitlines()[0], "1251")
 
+    def test_sees_file_names_as_utf_8_where_no_language_is_chosen(self):
+        with tempfile.TemporaryDirectory() as folder:
+            pathlib.Path(folder, "na\u00efve").touch()
+            for unset in ({"LC_ALL": None, "LANG": None}, {"LC_ALL": "C"}, {"LC_ALL": None, "LANG": "POSIX"}):
+                found = self.wine().run("cmd", "/c", "if exist na\u00efve exit 8", cwd=folder, env=unset)
+                self.assertEqual(found.returncode, 8, unset)
+
     def test_raises_on_a_bad_code_where_asked_to(self):
         with self.assertRaisesRegex(RuntimeError, "(?s)console.exe ended with code 42.*an error"):
             self.wine().run(program("console"), "echo", check=True)
