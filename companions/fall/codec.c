@@ -85,7 +85,8 @@ static void* load_pic(stbi__context* s, int* x, int* y, int* comp, int req_comp,
 }
 
 /* Samples of 16 bits come as the file has them, the high byte first, on a processor that has it last. */
-static void* load_pnm(stbi__context* s, int* x, int* y, int* comp, int req_comp, stbi__result_info* ri) {
+__attribute__((nonnull)) static void* load_pnm(stbi__context* s, int* x, int* y, int* comp, int req_comp,
+                                               stbi__result_info* ri) {
     uint8_t* samples = (uint8_t*)stbi__pnm_load(s, x, y, comp, req_comp, ri);
     if (samples && ri->bits_per_channel == 16) {
         size_t count = (size_t)*x * (size_t)*y * (size_t)*comp;
@@ -146,11 +147,12 @@ Picture measure_picture(ImageFormat format, ByteSource* source) {
 
 Picture decode_picture(ImageFormat format, ByteSource* source) {
     Picture picture = measure_picture(format, source);
-    stbi__context* context = start(source);
+    stbi__context* context;
     stbi__result_info about = {8, 0, 0};
     int width = 0, height = 0, channels = 0;
     uint8_t* pixels;
     source->pass_limit = format == image_jpg ? most_passes : 0;
+    context = start(source);
     about.channel_order = STBI_ORDER_RGB;
     pixels = (uint8_t*)decoders[format].load(context, &width, &height, &channels, 0, &about);
     source->pass_limit = 0;

@@ -21,8 +21,12 @@ static struct {
 } operation;
 
 static void free_all(void) {
-    while (operation.blocks)
-        free_memory(operation.blocks + 1);
+    for (Block *block = operation.blocks, *next; block; block = next) {
+        next = block->next;
+        free(block);
+    }
+    operation.blocks = NULL;
+    operation.held = 0;
 }
 
 ResultCode run_operation(void (*work)(void*), void* argument) {

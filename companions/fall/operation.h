@@ -35,8 +35,8 @@ __attribute__((noreturn)) void give_up(ResultCode code);
 
 /* As malloc, realloc and free, but they never answer null, and new bytes are 0: what a decoder fails to fill must not
  * show what the memory held before. */
-void* take_memory(size_t bytes);
-void* resize_memory(void* block, size_t bytes);
+__attribute__((returns_nonnull)) void* take_memory(size_t bytes);
+__attribute__((returns_nonnull)) void* resize_memory(void* block, size_t bytes);
 void free_memory(void* block);
 
 /* The bytes held now. */
