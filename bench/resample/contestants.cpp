@@ -92,13 +92,6 @@ const Contestant kContestants[] = {{"ours, AVX2", ours_avx2, true},   {"ours, SS
                                    {"GDI+ bicubic", gdiplus, true},   {"reading once", read_once, false}};
 const unsigned kContestantCount = sizeof kContestants / sizeof *kContestants;
 
-void forget_source(const Task& task) {
-    const size_t length = static_cast<size_t>(task.width) * task.height * (task.bpp / 8);
-    for (size_t at = 0; at < length; at += 64)
-        _mm_clflush(task.source + at);
-    _mm_mfence();
-}
-
 bool start_gdiplus() {
     GdiplusStartupInput input = {};
     input.GdiplusVersion = 1;

@@ -22,9 +22,6 @@ struct Contestant {
 extern const Contestant kContestants[];
 extern const unsigned kContestantCount;
 
-// Drives the source out of the processor's caches.
-void forget_source(const Task& task);
-
 bool start_gdiplus();
 void stop_gdiplus();
 

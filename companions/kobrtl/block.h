@@ -1,4 +1,4 @@
-// Owned memory of one kind of value, uninitialised, at an address that is a multiple of 16.
+// Owned memory of one kind of value, uninitialised, at an address that is a multiple of 32.
 #pragma once
 
 #include <stddef.h>
@@ -28,7 +28,7 @@ public:
     T& operator[](size_t index) const { return m_data[index]; }
 
 private:
-    static constexpr uintptr_t kAlignment = 16;
+    static constexpr uintptr_t kAlignment = 32;
     void* m_memory = nullptr;
     T* m_data = nullptr;
 };

@@ -151,7 +151,7 @@ bool PairWeights::build(const AxisWeights& axis) {
     for (unsigned i = 0; i < axis.size(); ++i)
         if (is_new(i))
             pairs += (axis.taps(i).count + 1) / 2;
-    if (!m_sets.allocate(axis.size()) || !m_weights.allocate(pairs * 8))
+    if (!m_sets.allocate(axis.size()) || !m_weights.allocate(pairs * 2 * kCopies))
         return false;
 
     m_reads_behind = false;
@@ -174,11 +174,11 @@ bool PairWeights::build(const AxisWeights& axis) {
         for (unsigned k = 0; k < 2 * pairs; ++k) {
             const bool is_tap = k >= lead && k - lead < taps.count;
             const int32_t weight = is_tap ? rounder.next(static_cast<double>(weights[k - lead]) * scale) : 0;
-            for (unsigned lane = 0; lane < 4; ++lane)
-                out[k / 2 * 8 + lane * 2 + k % 2] = static_cast<int16_t>(weight);
+            for (unsigned copy = 0; copy < kCopies; ++copy)
+                out[(k / 2 * kCopies + copy) * 2 + k % 2] = static_cast<int16_t>(weight);
         }
         m_sets[i] = {out, pairs, lead, 1.0f / static_cast<float>(rounder.given())};
-        out += 8 * pairs;
+        out += 2 * kCopies * pairs;
     }
     for (unsigned i = 0; i < axis.size(); ++i)
         m_reads_behind |= axis.taps(i).first - m_sets[i].lead + 2 * m_sets[i].pairs > axis.source_size();

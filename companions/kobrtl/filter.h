@@ -51,8 +51,10 @@ private:
 // The same weights as 16-bit whole numbers for the multiplication with bytes, two and two.
 class PairWeights {
 public:
+    static constexpr unsigned kCopies = 8; // as many as the widest vector has lanes
+
     struct Set {
-        const int16_t* weights; // `pairs` pairs, each standing four times
+        const int16_t* weights; // `pairs` pairs, each standing kCopies times
         unsigned pairs;
         unsigned lead; // 1: the first weight is 0 and belongs to the pixel before the first of the taps
         float unit;    // what the sum of products must be multiplied with

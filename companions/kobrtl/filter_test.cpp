@@ -92,9 +92,9 @@ TEST(PairWeights, Whole_numbers_times_the_unit_are_the_weights_and_add_up_to_one
             ASSERT_LE(set.lead, taps.first);
             double sum = 0, magnitudes = 0;
             for (unsigned k = 0; k < 2 * set.pairs; ++k) {
-                const int weight = set.weights[k / 2 * 8 + k % 2];
-                for (unsigned lane = 1; lane < 4; ++lane)
-                    ASSERT_EQ(set.weights[k / 2 * 8 + lane * 2 + k % 2], weight);
+                const int weight = set.weights[k / 2 * 2 * PairWeights::kCopies + k % 2];
+                for (unsigned copy = 1; copy < PairWeights::kCopies; ++copy)
+                    ASSERT_EQ(set.weights[(k / 2 * PairWeights::kCopies + copy) * 2 + k % 2], weight);
                 const bool is_tap = k >= set.lead && k - set.lead < taps.count;
                 ASSERT_NEAR(weight * double(set.unit), is_tap ? axis.weights(taps)[k - set.lead] : 0,
                             set.unit * 1.1 + 1e-6);

@@ -22,14 +22,23 @@ struct Avx2 {
     static Ints zero() { return _mm256_setzero_si256(); }
     static Ints all_ones() { return _mm256_set1_epi32(-1); }
     static Ints load(const uint8_t* bytes) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)); }
-    static Ints load_pairs(const int16_t* weights) {
-        return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(weights)));
-    }
+    using Pairs = const __m256i*;
+    static Pairs pairs(const int16_t* weights) { return reinterpret_cast<const __m256i*>(weights); }
     static Ints interleave_low(Ints a, Ints b) { return _mm256_unpacklo_epi16(a, b); }
     static Ints interleave_high(Ints a, Ints b) { return _mm256_unpackhi_epi16(a, b); }
     static Ints even_bytes(Ints a) { return _mm256_and_si256(a, _mm256_set1_epi16(0xFF)); }
     static Ints odd_bytes(Ints a) { return _mm256_srli_epi16(a, 8); }
-    static Ints multiply_pairs(Ints a, Ints b) { return _mm256_madd_epi16(a, b); }
+    static Ints multiply_pairs(Ints a, Pairs weights) {
+#if defined(__i386__)
+        // Said outright that the weights stay in memory: with eight registers the compiler would rather move sums
+        // there.
+        Ints products;
+        __asm__("vpmaddwd %2, %1, %0" : "=x"(products) : "x"(a), "m"(*weights));
+        return products;
+#else
+        return _mm256_madd_epi16(a, _mm256_loadu_si256(weights));
+#endif
+    }
     static Ints add(Ints a, Ints b) { return _mm256_add_epi32(a, b); }
     static Ints both(Ints a, Ints b) { return _mm256_and_si256(a, b); }
     static bool high_bytes_set(Ints a) {

@@ -25,7 +25,7 @@ void vertical_bytes(const VerticalRun& run, float* samples) {
         int32_t sums[kColumns] = {};
         const int16_t* weight = static_cast<const int16_t*>(sum.weights);
         const uint8_t* row = run.rows + static_cast<ptrdiff_t>(sum.first) * run.stride + at;
-        for (unsigned k = 0; k < sum.count; k += 2, weight += 8, row += 2 * run.stride) {
+        for (unsigned k = 0; k < sum.count; k += 2, weight += 2 * PairWeights::kCopies, row += 2 * run.stride) {
             const uint8_t* next = row + run.stride;
             const int row_weight = weight[0], next_weight = weight[1];
             for (unsigned x = 0; x < kColumns; ++x)

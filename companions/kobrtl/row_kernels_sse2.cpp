@@ -22,12 +22,22 @@ struct Sse2 {
     static Ints zero() { return _mm_setzero_si128(); }
     static Ints all_ones() { return _mm_set1_epi32(-1); }
     static Ints load(const uint8_t* bytes) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)); }
-    static Ints load_pairs(const int16_t* weights) { return _mm_load_si128(reinterpret_cast<const __m128i*>(weights)); }
+    using Pairs = const __m128i*;
+    static Pairs pairs(const int16_t* weights) { return reinterpret_cast<const __m128i*>(weights); }
     static Ints interleave_low(Ints a, Ints b) { return _mm_unpacklo_epi16(a, b); }
     static Ints interleave_high(Ints a, Ints b) { return _mm_unpackhi_epi16(a, b); }
     static Ints even_bytes(Ints a) { return _mm_and_si128(a, _mm_set1_epi16(0xFF)); }
     static Ints odd_bytes(Ints a) { return _mm_srli_epi16(a, 8); }
-    static Ints multiply_pairs(Ints a, Ints b) { return _mm_madd_epi16(a, b); }
+    static Ints multiply_pairs(Ints a, Pairs weights) {
+#if defined(__i386__)
+        // Said outright that the weights stay in memory: with eight registers the compiler would rather move sums
+        // there.
+        __asm__("pmaddwd %1, %0" : "+x"(a) : "m"(*weights));
+        return a;
+#else
+        return _mm_madd_epi16(a, *weights);
+#endif
+    }
     static Ints add(Ints a, Ints b) { return _mm_add_epi32(a, b); }
     static Ints both(Ints a, Ints b) { return _mm_and_si128(a, b); }
     static bool high_bytes_set(Ints a) {

@@ -15,10 +15,11 @@ void sum_bytes(const VerticalRun& run, const RowSum& sum, size_t at, float* out)
     const uint8_t* row = run.rows + static_cast<ptrdiff_t>(sum.first) * run.stride + at;
     const int16_t* weight = static_cast<const int16_t*>(sum.weights);
     Ints even_low = Vector::zero(), odd_low = Vector::zero(), even_high = Vector::zero(), odd_high = Vector::zero();
-    for (const int16_t* end = weight + 4 * sum.count; weight != end; weight += 8, row += 2 * run.stride) {
+    for (const int16_t* end = weight + PairWeights::kCopies * sum.count; weight != end;
+         weight += 2 * PairWeights::kCopies, row += 2 * run.stride) {
         const Ints a = Vector::load(row);
         const Ints b = Vector::load(row + run.stride);
-        const Ints weights = Vector::load_pairs(weight);
+        const typename Vector::Pairs weights = Vector::pairs(weight);
         const Ints low = Vector::interleave_low(a, b);
         const Ints high = Vector::interleave_high(a, b);
         even_low = Vector::add(even_low, Vector::multiply_pairs(Vector::even_bytes(low), weights));
