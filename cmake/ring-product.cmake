@@ -4,12 +4,20 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_EXECUTABLE_SUFFIX .exe)
 
+# Neither DLLs nor PDBs know where they were built: the same sources give the same bytes anywhere.
+file(RELATIVE_PATH to_source ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+string(REGEX REPLACE "/$" "" to_source "${to_source}")
+foreach(language C CXX)
+  set(CMAKE_${language}_COMPILER_LAUNCHER ${PROJECT_SOURCE_DIR}/cmake/relative-source ${PROJECT_SOURCE_DIR} ${to_source})
+endforeach()
+
 # -fgnuc-version and the two defines make the mingw-w64 headers take their GCC paths; -fasync-exceptions is a Visual C++
 # host's /EHa; -fcheck-new because the global allocator answers null when memory is gone.
 set(flags
   -nostdlibinc "SHELL:-isystem ${PROJECT_SOURCE_DIR}/crt/include" "SHELL:-isystem /usr/i686-w64-mingw32/include"
   -fgnuc-version=12.2 -D_X86_=1 -D__declspec=__declspec -D__USE_MINGW_ANSI_STDIO=0 -DWINVER=0x0600 -D_WIN32_WINNT=0x0600
-  -ffunction-sections -fdata-sections -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -fno-ident
+  -ffunction-sections -fdata-sections -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${to_source}=.
+  -ffile-compilation-dir=. -fno-ident
   -g -gcodeview -gno-codeview-command-line -Wno-unknown-pragmas)
 add_compile_options(${flags}
   "$<$<COMPILE_LANGUAGE:CXX>:-fexceptions;-fcxx-exceptions;-fasync-exceptions;-fno-threadsafe-statics;-fcheck-new>")
@@ -21,9 +29,10 @@ set(CMAKE_CXX_FLAGS_RELEASE "-Os -DNDEBUG")
 set(CMAKE_C_FLAGS_DEBUG "-O0")
 set(CMAKE_CXX_FLAGS_DEBUG "-O0")
 
-# The compiler driver would bring a C runtime of its own, so the linker is called directly.
+# The compiler driver would bring a C runtime of its own, so the linker is called directly. Debuggers are told to look for
+# the sources below C:\wendax.
 set(link_flags
-  "/nologo /machine:x86 /nodefaultlib /safeseh /debug /pdbaltpath:%_PDB% /Brepro /opt:ref /opt:icf /incremental:no")
+  "/nologo /machine:x86 /nodefaultlib /safeseh /debug /pdbaltpath:%_PDB% /pdbsourcepath:C:/wendax /Brepro /opt:ref /opt:icf /incremental:no")
 foreach(language C CXX)
   set(CMAKE_${language}_CREATE_SHARED_LIBRARY
     "lld-link-19 ${link_flags} /dll /entry:_DllMainCRTStartup@12 <LINK_FLAGS> <OBJECTS> /out:<TARGET> /implib:<TARGET_IMPLIB> <LINK_LIBRARIES>")
@@ -102,7 +111,8 @@ function(wendax_dll name)
   set_target_properties(${name} PROPERTIES PREFIX "" SUFFIX ".dll" IMPORT_PREFIX "" IMPORT_SUFFIX ".lib"
     ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib LINKER_LANGUAGE CXX
     LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_DEF})
-  target_link_options(${name} PRIVATE /def:${CMAKE_CURRENT_SOURCE_DIR}/${ARG_DEF})
+  file(RELATIVE_PATH def ${CMAKE_BINARY_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_DEF})
+  target_link_options(${name} PRIVATE /def:${def})
   wendax_link(${name} DEPENDS ${ARG_DEPENDS} LIBS ${ARG_LIBS})
   if(ARG_RESOURCES)
     wendax_resources(${name} ${ARG_RESOURCES} FILES ${ARG_RESOURCE_FILES})
