@@ -14,7 +14,7 @@ endforeach()
 # -fgnuc-version and the two defines make the mingw-w64 headers take their GCC paths; -fasync-exceptions is a Visual C++
 # host's /EHa; -fcheck-new because the global allocator answers null when memory is gone.
 set(flags
-  -nostdlibinc "SHELL:-isystem ${PROJECT_SOURCE_DIR}/crt/include" "SHELL:-isystem /usr/i686-w64-mingw32/include"
+  -nostdlibinc -isystem${PROJECT_SOURCE_DIR}/crt/include -isystem/usr/i686-w64-mingw32/include
   -fgnuc-version=12.2 -D_X86_=1 -D__declspec=__declspec -D__USE_MINGW_ANSI_STDIO=0 -DWINVER=0x0600 -D_WIN32_WINNT=0x0600
   -ffunction-sections -fdata-sections -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${to_source}=.
   -ffile-compilation-dir=. -fno-ident

@@ -1,4 +1,5 @@
-/* faultkit.dll: describes a fault in words, for a report that a developer reads far away from where it happened.
+/** @file faultkit.h
+ * faultkit.dll: describes a fault in words, for a report that a developer reads far away from where it happened.
  *
  * Put beside the host's executable, it is found and called by the crash-report library; a host can load and call it
  * too. Every function may be called in a process that has just faulted, on the faulting thread or another one, while
@@ -12,12 +13,12 @@
 #ifndef WENDAX_FAULTKIT_H
 #define WENDAX_FAULTKIT_H
 
-/* What a line of the stack trace holds: any sum of these. A line with neither module nor address gets the address. */
+/** What a line of the stack trace holds: any sum of these. A line with neither module nor address gets the address. */
 enum FaultkitOptions {
-    FAULTKIT_MODULE = 1,   /* module and offset in it: "host.exe+00001234". The offset is from the module's base */
-    FAULTKIT_FUNCTION = 2, /* function and displacement in it, where symbols are at hand: "Widget::draw+0x1A" */
-    FAULTKIT_LINE = 4,     /* source file and line, where symbols are at hand: "(src\widget.cpp:42)" */
-    FAULTKIT_ADDRESS = 8   /* address in this run of the process, first of all: "00401234" */
+    FAULTKIT_MODULE = 1,   /**< module and offset in it: "host.exe+00001234". The offset is from the module's base */
+    FAULTKIT_FUNCTION = 2, /**< function and displacement in it, where symbols are at hand: "Widget::draw+0x1A" */
+    FAULTKIT_LINE = 4,     /**< source file and line, where symbols are at hand: "(src\widget.cpp:42)" */
+    FAULTKIT_ADDRESS = 8   /**< address in this run of the process, first of all: "00401234" */
 };
 
 #ifdef _WIN32 /* the bits above are for portable code, too */
@@ -28,19 +29,19 @@ struct _EXCEPTION_POINTERS;
 extern "C" {
 #endif
 
-/* Names the fault: exception, access and address, instruction, registers, and the modules of the process with the
+/** Names the fault: exception, access and address, instruction, registers, and the modules of the process with the
  * identity of their PDBs. At most 12 KB. Never null. */
 const char* __cdecl GetFaultReason(struct _EXCEPTION_POINTERS* pointers);
 
-/* The first line of the stack trace, the faulting instruction; null when there is none. Walks the whole stack and keeps
- * what it finds until the next call of this function. */
+/** The first line of the stack trace, the faulting instruction; null when there is none. Walks the whole stack and
+ * keeps what it finds until the next call of this function. */
 const char* __cdecl GetFirstStackTraceString(unsigned int options, struct _EXCEPTION_POINTERS* pointers);
 
-/* The next line of the trace that this thread began; null at its end, and when the pointers are not those it was begun
+/** The next line of the trace that this thread began; null at its end, and when the pointers are not those it was begun
  * with. A trace has a bounded number of lines and altogether at most 14 KB. */
 const char* __cdecl GetNextStackTraceString(unsigned int options, struct _EXCEPTION_POINTERS* pointers);
 
-/* Writes a minidump of the process, which a debugger opens, to the file `path` (ANSI), replacing what is there. Null
+/** Writes a minidump of the process, which a debugger opens, to the file `path` (ANSI), replacing what is there. Null
  * pointers write one without a fault. Returns 1, or 0 with no file left behind; then GetLastError() tells why:
  * ERROR_INVALID_PARAMETER for a null or empty path, ERROR_PROC_NOT_FOUND without dbghelp.dll, ERROR_BUSY while another
  * thread is in here, ERROR_TIMEOUT when it took over a minute on a stack that was used up, ERROR_NOACCESS for a fault

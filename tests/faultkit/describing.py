@@ -52,8 +52,8 @@ def short(function):
 
 @functools.cache
 def source(name):
-    """The lines of a source file of the hosts, by the path in a PDB."""
-    path = REPO / name.replace("\\", "/").partition(":")[2].lstrip("/")
+    """The lines of a source file of the hosts, by the path in a PDB, which is the same wherever it was built."""
+    path = REPO / name.replace("\\", "/").partition("C:/wendax/")[2]
     return path.read_text("utf-8").splitlines()
 
 

@@ -1,4 +1,4 @@
-"""WendaxCoverThread covers hosts with the C runtime of the library and with another one."""
+"""WendaxCoverThread covers hosts with the C runtime of the library and with others."""
 
 from support import runner
 
@@ -21,11 +21,15 @@ class Cover(runner.Case):
         self.assertEqual(self.lines("chain"), ["stack reserved", "code C0000005", CAUGHT])
 
 
-class CoverWithAnotherRuntime(Cover):
-    program = "cover_other_runtime_host.exe"
+class CoverWithMsvcr120(Cover):
+    program = "cover_msvcr120_host.exe"
 
     def test_library_alone_does_not_cover_it(self):
         self.assertNotIn(CAUGHT, self.lines("init"))
+
+
+class CoverWithVcruntime140(CoverWithMsvcr120):
+    program = "cover_vcruntime140_host.exe"
 
 
 if __name__ == "__main__":

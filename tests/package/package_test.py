@@ -1,6 +1,7 @@
 """The zip, as a developer takes it home: what is in it, and hosts made from nothing else."""
 
 import functools
+import json
 import os
 import pathlib
 import re
@@ -136,6 +137,23 @@ class Examples(PackageCase):
                 run("cmake", "--build", build)
                 self.assertTrue((build / f"{program}.exe").exists())
                 self.assertEqual(sorted(file.name for file in build.glob("*.dll")), RUNTIME)
+
+
+class Port(PackageCase):
+    def test_host_finds_the_package_where_the_port_puts_it(self):
+        port = self.artifacts / "port"
+        shutil.copytree(REPO / "packaging" / "vcpkg" / "wendax", port)
+        (archive,) = unpacked().parent.glob("made/*.zip")
+        shutil.copy(archive, port)
+        installed = self.artifacts / "packages"
+        run("cmake", f"-DPORT={port}", f"-DCURRENT_PACKAGES_DIR={installed}", "-P", HERE / "vcpkg_stand_in.cmake")
+        self.assertIn("stb", (installed / "share/wendax/copyright").read_text())
+        build = self.build(unpacked() / "examples" / "minidump", installed)
+        self.assertEqual(sorted(file.name for file in build.glob("*.dll")), RUNTIME)
+
+    def test_port_is_of_the_librarys_version(self):
+        told = json.loads((REPO / "packaging/vcpkg/wendax/vcpkg.json").read_text())
+        self.assertEqual(unpacked().name, f"Wendax-{told['version']}-win32")
 
 
 if __name__ == "__main__":
