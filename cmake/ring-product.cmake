@@ -96,7 +96,9 @@ function(wendax_resources target script)
       "-DWENDAX_VERSION_TEXT=\"${PROJECT_VERSION_MAJOR}, ${PROJECT_VERSION_MINOR}, ${PROJECT_VERSION_PATCH}, 0\""
       -I${PROJECT_SOURCE_DIR}
       ${CMAKE_CURRENT_SOURCE_DIR}/${script} -o ${preprocessed}
-    COMMAND llvm-rc-19 /no-preprocess /C 65001 /I ${folder} /FO ${compiled} ${preprocessed}
+    # By their bare names: it would take a path such as /checkout/... for an option /C.
+    COMMAND llvm-rc-19 /no-preprocess /C 65001 /I ${folder} /FO ${stem}.res ${stem}.i
+    WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     DEPENDS ${script} ${ARG_FILES}
     VERBATIM)
   target_sources(${target} PRIVATE ${compiled})

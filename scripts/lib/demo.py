@@ -31,6 +31,7 @@ def main():
             wine.env["DISPLAY"] = os.environ["DISPLAY"]
         # Without a mail program the message would only lie in the temporary folder; this one notes that it was called.
         wine.associate(".eml", BIN / "mail_program.exe")
+        stack.callback(wine.dissociate, ".eml")
         print("demo: smallest.exe writes to address 0 ...", flush=True)
         process = stack.enter_context(wine.start(BIN / "smallest.exe", limit=3600 if here else 300,
                                                  env={"MAIL_PROGRAM_LOG": prefix.to_windows(log)}))

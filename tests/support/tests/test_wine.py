@@ -133,15 +133,15 @@ class Fresh_prefix(Case):
     def test_lets_a_program_open_files_of_a_kind(self):
         prefix = self.fresh_prefix()
         wine = self.wine(prefix=prefix)
-        note, record = prefix.drive_c / "a note.eml", prefix.drive_c / "record.txt"
+        note, record = prefix.drive_c / "a note.wendaxtest", prefix.drive_c / "record.txt"
         note.write_text("Hello")
-        opened = wine.run(program("console"), "open", r"C:\a note.eml")
+        opened = wine.run(program("console"), "open", r"C:\a note.wendaxtest")
         self.assertEqual(opened.returncode, 1, "nothing opens it at first")
-        wine.associate(".eml", program("console"), "record", prefix.to_windows(record))
-        self.assertEqual(wine.run(program("console"), "open", r"C:\a note.eml").returncode, 0)
-        self.assertEqual(record.read_text(), "C:\\a note.eml\n")
-        wine.dissociate(".eml")
-        self.assertEqual(wine.run(program("console"), "open", r"C:\a note.eml").returncode, 1)
+        wine.associate(".wendaxtest", program("console"), "record", prefix.to_windows(record))
+        self.assertEqual(wine.run(program("console"), "open", r"C:\a note.wendaxtest").returncode, 0)
+        self.assertEqual(record.read_text(), "C:\\a note.wendaxtest\n")
+        wine.dissociate(".wendaxtest")
+        self.assertEqual(wine.run(program("console"), "open", r"C:\a note.wendaxtest").returncode, 1)
 
 
 class Prefix_paths(Case):
