@@ -95,8 +95,8 @@ TEST(CallSite, Address_outside_every_module_is_no_return_address) {
 
 TEST(CallSite, Address_in_an_unloaded_module_passes) {
     FakeProcess process;
-    process.modules.add_unloaded({0x900000, 0x1000, 1, "gone.dll"});
-    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, 0x900010).kind, CallSite::kComputed);
+    process.modules.add_unloaded({0x900000, 0x4000, 1, "gone.dll"});
+    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, 0x901010).kind, CallSite::kComputed);
 }
 
 } // namespace

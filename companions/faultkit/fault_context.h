@@ -6,6 +6,7 @@
 #include "companions/faultkit/frame_walker.h"
 #include "companions/faultkit/guarded.h"
 #include "companions/faultkit/module_table.h"
+#include "companions/faultkit/symbol_session.h"
 
 namespace faultkit {
 
@@ -18,7 +19,8 @@ struct FaultContext {
 
     // Copies what can be read behind the pointers, which may be null or wrong, and lists the modules. A fault on the
     // way is kept in *fault (code 0 for none), and what there is by then is used.
-    void capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, StepFault* fault);
+    void capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
+                 StepFault* fault);
 
     // The frame of the faulting instruction.
     Frame interrupted() const;

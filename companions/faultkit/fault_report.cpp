@@ -139,7 +139,7 @@ void gather_facts() {
 const char* make_reason(const EXCEPTION_POINTERS* pointers) {
     TextBuilder text(reason_text);
     StepFault listing, gathering = {};
-    fault.capture(memory, pointers, &listing);
+    fault.capture(memory, pointers, symbol_work.session, &listing);
     if (!fault.has_record && !fault.has_context)
         return text.text("no description: the exception pointers can't be read").c_str();
     guarded(&gathering, gather_facts);
@@ -169,7 +169,7 @@ const char* make_reason(const EXCEPTION_POINTERS* pointers) {
 bool begin_trace(const EXCEPTION_POINTERS* pointers) {
     StepFault listing, walking = {};
     ready_trace = nullptr;
-    fault.capture(memory, pointers, &listing);
+    fault.capture(memory, pointers, symbol_work.session, &listing);
     if (!fault.has_record && !fault.has_context)
         return false;
     const bool symbols_done =

@@ -163,14 +163,14 @@ TEST_F(FrameWalkerTest, Overwritten_return_address_is_bridged_by_a_guess) {
 }
 
 TEST_F(FrameWalkerTest, Frame_of_an_unloaded_module_is_passed_through) {
-    process.modules.add_unloaded({0x900000, 0x1000, 1, "gone.dll"});
+    process.modules.add_unloaded({0x900000, 0x4000, 1, "gone.dll"});
     process.put_frameless_function(kInner);
     process.put_framed_function(kOuter);
     process.put_call_by_register(kOuter + 0x20);
-    process.memory.put_u32(kStack + 0x14, 0x900123);
+    process.memory.put_u32(kStack + 0x14, 0x901123);
     process.memory.put_u32(kStack + 0x20, kOuter + 0x20);
     process.memory.put_u32(kStack + 0x50, 0);
-    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, 0)), (Path{0x900123, kOuter + 0x20}));
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, 0)), (Path{0x901123, kOuter + 0x20}));
 }
 
 TEST_F(FrameWalkerTest, Unreadable_stack_ends_the_walk) {

@@ -55,7 +55,11 @@ const UnloadedModule* ModuleTable::find_unloaded(uint32_t address) const {
 }
 
 bool ModuleTable::is_or_was_code(uint32_t address) const {
-    return find_code(address) || (!find(address) && find_unloaded(address));
+    if (find(address))
+        return find_code(address) != nullptr;
+    // The first page of a module holds its headers.
+    const UnloadedModule* gone = find_unloaded(address);
+    return gone && address - gone->base >= 0x1000;
 }
 
 const CodeRange* ModuleTable::find_code(uint32_t address) const {

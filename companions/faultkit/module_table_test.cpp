@@ -74,7 +74,7 @@ TEST(ModuleTable, Newcomer_at_the_place_of_an_unloaded_module_gives_way) {
     process.modules.add_unloaded({FakeProcess::kModule + 0x8000, 0x10000, 1, "gone.dll"});
     process.modules.drop_newcomer(FakeProcess::kModule);
     EXPECT_EQ(process.modules.count(), 0u);
-    EXPECT_TRUE(process.modules.is_or_was_code(FakeProcess::kModule + 0x8000));
+    EXPECT_TRUE(process.modules.is_or_was_code(FakeProcess::kModule + 0x9000));
 }
 
 TEST(ModuleTable, Loaded_module_hides_an_unloaded_one) {
@@ -83,6 +83,14 @@ TEST(ModuleTable, Loaded_module_hides_an_unloaded_one) {
     EXPECT_FALSE(process.modules.is_or_was_code(FakeProcess::kModule + 0x10));
     EXPECT_TRUE(process.modules.is_or_was_code(FakeProcess::kModule + 0x18000));
     EXPECT_TRUE(process.modules.is_or_was_code(FakeProcess::kCode));
+}
+
+TEST(ModuleTable, Headers_of_an_unloaded_module_were_no_code) {
+    ModuleTable modules;
+    modules.clear();
+    modules.add_unloaded({0x10000, 0x4000, 1, "gone.dll"});
+    EXPECT_FALSE(modules.is_or_was_code(0x10FFF));
+    EXPECT_TRUE(modules.is_or_was_code(0x11000));
 }
 
 } // namespace

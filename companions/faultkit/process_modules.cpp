@@ -73,8 +73,37 @@ void name_module(QueryVirtualMemory* query, Module* module) {
     module->of_system = is_in_system_folder(path->text, length);
 }
 
-bool read_unload_event(Memory& memory, const UnloadEvent* events, uint32_t size, uint32_t index, UnloadEvent* event) {
-    return memory.read(reinterpret_cast<uint32_t>(events) + index * size, event, sizeof *event) && event->base;
+// The loader's record: a ring, whose newest entry has the highest sequence number.
+struct UnloadRecord {
+    Memory& memory;
+    const UnloadEvent* events;
+    uint32_t size, count;
+
+    bool read(uint32_t index, UnloadEvent* event) const {
+        return index < count && memory.read(reinterpret_cast<uint32_t>(events) + index * size, event, sizeof *event) &&
+               event->base;
+    }
+};
+
+UnloadRecord open_unload_record(Memory& memory) {
+    const HMODULE ntdll = GetModuleHandleA("ntdll.dll");
+    if (auto* get = win::function_of<GetUnloadTraceEx>(ntdll, "RtlGetUnloadEventTraceEx")) {
+        const uint32_t *size = nullptr, *count = nullptr;
+        const UnloadEvent** events = nullptr;
+        get(&size, &count, &events);
+        if (size && count && events && *size >= sizeof(UnloadEvent))
+            return {memory, *events, *size, *count};
+    } else if (auto* get_old = win::function_of<GetUnloadTrace>(ntdll, "RtlGetUnloadEventTrace")) {
+        return {memory, get_old(), sizeof(UnloadEvent), kOldEventCount};
+    }
+    return {memory, nullptr, 0, 0};
+}
+
+bool is_ignored(uint32_t sequence, const UnloadStretch* ignored, unsigned count) {
+    for (unsigned i = 0; i < count; ++i)
+        if (sequence >= ignored[i].begin && sequence < ignored[i].end)
+            return true;
+    return false;
 }
 
 } // namespace
@@ -100,32 +129,23 @@ void list_process_modules(Memory& memory, ModuleTable* modules) {
     }
 }
 
-void list_unloaded_modules(Memory& memory, ModuleTable* modules) {
-    const HMODULE ntdll = GetModuleHandleA("ntdll.dll");
-    const UnloadEvent* events = nullptr;
-    uint32_t size = sizeof(UnloadEvent), count = kOldEventCount;
-    if (auto* get = win::function_of<GetUnloadTraceEx>(ntdll, "RtlGetUnloadEventTraceEx")) {
-        const uint32_t *size_at = nullptr, *count_at = nullptr;
-        const UnloadEvent** events_at = nullptr;
-        get(&size_at, &count_at, &events_at);
-        if (size_at && count_at && events_at && *size_at >= sizeof(UnloadEvent)) {
-            size = *size_at;
-            count = *count_at;
-            events = *events_at;
-        }
-    } else if (auto* get_old = win::function_of<GetUnloadTrace>(ntdll, "RtlGetUnloadEventTrace")) {
-        events = get_old();
-    }
-    if (!events)
-        return;
-    // The record is a ring: the newest has the highest sequence number.
+uint32_t next_unload_sequence(Memory& memory) {
+    const UnloadRecord record = open_unload_record(memory);
     UnloadEvent event;
-    uint32_t newest = 0;
-    for (uint32_t i = 0; i < count && read_unload_event(memory, events, size, i, &event); ++i)
-        newest = event.sequence > newest ? event.sequence : newest;
-    for (uint32_t back = ModuleTable::kMostUnloaded; back-- > 0;)
-        for (uint32_t i = 0; i < count && read_unload_event(memory, events, size, i, &event); ++i) {
-            if (event.sequence != newest - back)
+    uint32_t next = 0;
+    for (uint32_t i = 0; record.read(i, &event); ++i)
+        next = event.sequence >= next ? event.sequence + 1 : next;
+    return next;
+}
+
+void list_unloaded_modules(Memory& memory, const UnloadStretch* ignored, unsigned ignored_count, ModuleTable* modules) {
+    constexpr uint32_t kMostEvents = 64;
+    const UnloadRecord record = open_unload_record(memory);
+    const uint32_t next = next_unload_sequence(memory);
+    UnloadEvent event;
+    for (uint32_t back = next < kMostEvents ? next : kMostEvents; back > 0; --back)
+        for (uint32_t i = 0; record.read(i, &event); ++i) {
+            if (event.sequence != next - back || is_ignored(event.sequence, ignored, ignored_count))
                 continue;
             UnloadedModule gone = {event.base, event.size, event.time_stamp, {}};
             unsigned length = 0;

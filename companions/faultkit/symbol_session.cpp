@@ -81,12 +81,23 @@ bool SymbolSession::open(ProcessMemory& memory, const ModuleTable& modules) {
     return state_ == kOpen;
 }
 
+// Consecutive stretches become one.
+void SymbolSession::note_unloads(uint32_t begin) {
+    const uint32_t end = next_unload_sequence(*memory_);
+    if (unload_count_ && unloads_[unload_count_ - 1].end == begin)
+        unloads_[unload_count_ - 1].end = end;
+    else if (unload_count_ < 4)
+        unloads_[unload_count_++] = {begin, end};
+}
+
 void SymbolSession::close() {
     attempt([&] {
+        const uint32_t begin = next_unload_sequence(*memory_);
         library_.cleanup(process_);
         library_.set_options(options_before_);
         CloseHandle(process_);
         library_.close();
+        note_unloads(begin);
     });
     if (state_ == kOpen)
         state_ = kClosed;

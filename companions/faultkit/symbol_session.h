@@ -7,6 +7,7 @@
 #include "companions/faultkit/guarded.h"
 #include "companions/faultkit/module_table.h"
 #include "companions/faultkit/place_text.h"
+#include "companions/faultkit/process_modules.h"
 
 namespace faultkit {
 
@@ -22,6 +23,10 @@ public:
     bool is_open() const { return state_ == kOpen; }
     // The fault that the library met; code 0 when there was none.
     const StepFault& fault() const { return fault_; }
+
+    // What the loader's record of unloaded modules holds because of sessions: nothing of the host's.
+    const UnloadStretch* unloads() const { return unloads_; }
+    unsigned unload_count() const { return unload_count_; }
 
     // Names of the address, innermost inlined function first; the last one is the function whose code it is. Returns
     // how many there are, 1 at least: with empty texts when nothing is known.
@@ -44,7 +49,11 @@ private:
     template <class Step>
     bool attempt(Step step);
 
+    void note_unloads(uint32_t begin);
+
     DebugLibrary library_;
+    UnloadStretch unloads_[4]; // of the sessions so far; more than these are not made between two faults
+    unsigned unload_count_;
     ProcessMemory* memory_;
     const ModuleTable* modules_;
     HANDLE process_;
