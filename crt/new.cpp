@@ -29,9 +29,3 @@ void operator delete(void* block, size_t) noexcept {
 void operator delete[](void* block, size_t) noexcept {
     free(block);
 }
-void operator delete(void* block, const std::nothrow_t&) noexcept {
-    free(block);
-}
-void operator delete[](void* block, const std::nothrow_t&) noexcept {
-    free(block);
-}

@@ -3,8 +3,7 @@
 //   - A framed function keeps ebp: the return address is at [ebp + 4], the caller's ebp at [ebp]. A function without a
 //     frame leaves ebp alone or uses it for something else, so the chain alone skips it, and its end means nothing.
 //   - A return address stands after a call instruction. Stale ones, left by earlier calls in the unused parts of
-//   younger
-//     frames, do so too.
+//     younger frames, do so too.
 //   - If the call is of a known target, that target must be the function that holds the frame below: this tells a true
 //     return address from a stale one. (A tail call breaks the rule; then the frame is found by the chain, or skipped.)
 //   - Compilers align functions and fill the gaps, so the start of the function around an address can be found by
@@ -28,9 +27,12 @@ constexpr uint32_t kLargestChainLink = 0x400000;
 } // namespace
 
 FrameWalker::Level FrameWalker::level_at(uint32_t address, uint32_t sp) {
-    const FunctionBounds function = find_function(memory_, modules_, address);
-    const uint32_t taken = function.start && !function.framed ? stack_taken(memory_, function.start, address) : 0;
-    return {address, taken < kLargestFrame ? sp + taken : sp, function};
+    Level level = {address, sp, functions_.find(address), {}};
+    if (level.function.start && !level.function.framed)
+        level.prologue = read_prologue(memory_, level.function.start, address);
+    if (level.prologue.taken < kLargestFrame)
+        level.floor += level.prologue.taken;
+    return level;
 }
 
 bool FrameWalker::entered(const Slot& slot, const Level& level) {
@@ -71,8 +73,8 @@ bool FrameWalker::next_slot(uint32_t from, uint32_t end, Slot* slot) {
     return false;
 }
 
-bool FrameWalker::find_entering(const Level& level, uint32_t end, Slot* slot) {
-    for (uint32_t from = level.floor; next_slot(from, end, slot); from = slot->place + 4)
+bool FrameWalker::find_entering(const Level& level, uint32_t from, uint32_t end, Slot* slot) {
+    for (; next_slot(from, end, slot); from = slot->place + 4)
         if (entered(*slot, level))
             return true;
     return false;
@@ -117,25 +119,30 @@ bool FrameWalker::slot_leads_on(Search& search, unsigned index) {
     return search.verdicts[index] == Search::kLeadsOn;
 }
 
-bool FrameWalker::find_plausible(const Level& level, uint32_t end, const Slot* anchor, Slot* slot) {
-    Search search;
-    search.count = 0;
-    search.anchored = anchor != nullptr;
+void FrameWalker::begin_search(const Level& level, uint32_t end, const Slot* anchor, Search* search) {
+    search->count = 0;
+    search->anchored = anchor != nullptr;
     const unsigned most = Search::kMostSlots - (anchor ? 1 : 0);
     uint32_t from = level.floor;
-    while (search.count < most && next_slot(from, anchor ? anchor->place : end, &search.slots[search.count]))
-        from = search.slots[search.count++].place + 4;
+    while (search->count < most && next_slot(from, anchor ? anchor->place : end, &search->slots[search->count]))
+        from = search->slots[search->count++].place + 4;
     if (anchor)
-        search.slots[search.count++] = *anchor;
-    for (unsigned i = 0; i < search.count; ++i)
-        search.levels[i] = level_at(search.slots[i].value - 1, search.slots[i].place + 4);
+        search->slots[search->count++] = *anchor;
+    for (unsigned i = 0; i < search->count; ++i)
+        search->levels[i] = level_at(search->slots[i].value - 1, search->slots[i].place + 4);
+}
+
+// The lowest slot that fits: what is stale lies further up, in the frames of callers.
+bool FrameWalker::find_return(Search& search, const Level& level, Slot* slot, FrameOrigin* origin) {
     for (int pass = 0; pass < 2; ++pass) {
         search.tolerant = pass == 1;
         for (unsigned i = 0; i < search.count; ++i)
             search.verdicts[i] = Search::kOpen;
         for (unsigned i = 0; i < search.count; ++i) {
             *slot = search.slots[i];
-            if (slot->call.kind == CallSite::kComputed && slot_leads_on(search, i))
+            const bool certain = entered(*slot, level);
+            *origin = certain ? FrameOrigin::kChecked : FrameOrigin::kPlausible;
+            if (certain || (slot->call.kind == CallSite::kComputed && slot_leads_on(search, i)))
                 return true;
         }
     }
@@ -163,7 +170,7 @@ bool FrameWalker::find_owner(const Level& level, const Slot& anchor, Slot* slot)
 bool FrameWalker::interrupted_at_edge(const Frame& frame, Slot* slot) {
     if (!modules_.find_code(frame.pc))
         return slot_at(frame.sp, slot); // a call through a bad pointer
-    const FunctionBounds function = find_function(memory_, modules_, frame.pc);
+    const FunctionBounds function = functions_.find(frame.pc);
     if (function.push && frame.pc <= function.push)
         return slot_at(frame.sp, slot);
     if (function.push && frame.pc == function.push + 1)
@@ -173,62 +180,70 @@ bool FrameWalker::interrupted_at_edge(const Frame& frame, Slot* slot) {
            slot_at(frame.sp, slot);
 }
 
-void FrameWalker::make_caller(const Frame& frame, const Slot& slot, FrameOrigin origin, Frame* caller) {
-    caller->pc = slot.value;
-    caller->sp = slot.place + 4;
-    caller->bp = frame.bp;
-    caller->origin = origin;
+// The caller's ebp: in the chain, or where the function keeps it, or untouched.
+uint32_t FrameWalker::bp_of_caller(const Frame& frame, const Level& level, const Slot& slot) {
     uint32_t saved = 0;
     Slot anchor;
-    if (slot.place == frame.bp + 4) {
-        if (memory_.read_u32(frame.bp, &saved))
-            caller->bp = saved;
-    } else if (!anchor_of(caller->sp, frame.bp, &anchor) && memory_.read_u32(slot.place - 4, &saved) &&
-               anchor_of(caller->sp, saved, &anchor)) {
-        // ebp was used for something else; its value of before stands below the return address.
-        caller->bp = saved;
-    }
+    if (slot.place == frame.bp + 4)
+        return memory_.read_u32(frame.bp, &saved) ? saved : frame.bp;
+    const uint32_t kept = level.function.framed ? 4 : level.prologue.saved_ebp;
+    if (kept)
+        return memory_.read_u32(slot.place - kept, &saved) ? saved : frame.bp;
+    if (!level.function.start && !anchor_of(slot.place + 4, frame.bp, &anchor) &&
+        memory_.read_u32(slot.place - 4, &saved) && anchor_of(slot.place + 4, saved, &anchor))
+        return saved;
+    return frame.bp;
 }
 
 bool FrameWalker::find_caller(const Frame& frame, Frame* caller) {
     Slot slot, anchor;
     if (frame.origin == FrameOrigin::kInterrupted && interrupted_at_edge(frame, &slot)) {
-        make_caller(frame, slot, FrameOrigin::kChecked, caller);
+        *caller = {slot.value, slot.place + 4, frame.bp, FrameOrigin::kChecked};
         return true;
     }
-    const uint32_t address = frame.instruction();
     const uint32_t from = (frame.sp + 3) & ~3u;
     if (from < frame.sp || from >= stack_end_)
         return false;
-    const Level level = level_at(address, from);
+    const Level level = level_at(frame.instruction(), from);
     const bool anchored = anchor_of(from, frame.bp, &anchor);
+    FrameOrigin origin = FrameOrigin::kGuessed;
+    bool found = false;
     if (anchored && level.function.framed && (anchor.call.kind == CallSite::kComputed || entered(anchor, level))) {
-        make_caller(frame, anchor, FrameOrigin::kChained, caller);
-        return true;
+        slot = anchor;
+        origin = FrameOrigin::kChained;
+        found = true;
     }
     const uint32_t rest = stack_end_ - from;
     const uint32_t end = anchored ? anchor.place + 4 : from + (rest < kLargestFrame ? rest : kLargestFrame);
-    if (find_entering(level, end, &slot)) {
-        make_caller(frame, slot, FrameOrigin::kChecked, caller);
-        return true;
+    // The lowest slot, when certain, ends the search before it begins: so it is in nearly all frames.
+    if (!found && next_slot(level.floor, end, &slot) && entered(slot, level)) {
+        origin = FrameOrigin::kChecked;
+        found = true;
     }
-    if (find_plausible(level, end, anchored ? &anchor : nullptr, &slot)) {
-        make_caller(frame, slot, FrameOrigin::kPlausible, caller);
-        return true;
+    if (!found) {
+        Search search;
+        begin_search(level, end, anchored ? &anchor : nullptr, &search);
+        found = find_return(search, level, &slot, &origin);
     }
-    if (anchored && !level.function.framed && find_owner(level, anchor, &slot)) {
-        make_caller(frame, slot, FrameOrigin::kGuessed, caller);
-        return true;
+    if (!found && find_entering(level, level.floor, end, &slot)) {
+        origin = FrameOrigin::kChecked;
+        found = true;
     }
-    if (anchored) {
-        make_caller(frame, anchor, FrameOrigin::kChained, caller);
-        return true;
+    if (!found && anchored) {
+        found = true;
+        origin = FrameOrigin::kGuessed;
+        if (level.function.framed || !find_owner(level, anchor, &slot)) {
+            slot = anchor;
+            origin = FrameOrigin::kChained;
+        }
     }
-    if (rest > kThreadStart && next_slot(from, from + (rest < kGuessReach ? rest : kGuessReach), &slot)) {
-        make_caller(frame, slot, FrameOrigin::kGuessed, caller);
-        return true;
+    if (!found && rest > kThreadStart) {
+        found = next_slot(from, from + (rest < kGuessReach ? rest : kGuessReach), &slot);
+        origin = FrameOrigin::kGuessed;
     }
-    return false;
+    if (found)
+        *caller = {slot.value, slot.place + 4, bp_of_caller(frame, level, slot), origin};
+    return found;
 }
 
 bool FrameWalker::is_sound(const Frame& frame, const Frame& caller) {

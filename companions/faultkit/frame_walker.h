@@ -4,7 +4,7 @@
 #include <stdint.h>
 
 #include "companions/faultkit/call_site.h"
-#include "companions/faultkit/function_bounds.h"
+#include "companions/faultkit/function_finder.h"
 #include "companions/faultkit/memory.h"
 #include "companions/faultkit/module_table.h"
 
@@ -31,11 +31,12 @@ struct Frame {
     uint32_t instruction() const { return origin == FrameOrigin::kInterrupted ? pc : pc - 1; }
 };
 
+// Some 2 KB large.
 class FrameWalker {
 public:
     // stack_end: one past the highest address of the stack. Both references must outlive the walker.
     FrameWalker(Memory& memory, const ModuleTable& modules, uint32_t stack_end)
-        : memory_(memory), modules_(modules), stack_end_(stack_end) {}
+        : memory_(memory), modules_(modules), functions_(memory, modules), stack_end_(stack_end) {}
 
     // The caller of `frame`. Returns false at the end of what can be found. The caller's sp is always above the
     // frame's.
@@ -53,6 +54,7 @@ private:
     struct Level {
         uint32_t address, floor;
         FunctionBounds function;
+        Prologue prologue;
     };
     struct Search;
 
@@ -61,16 +63,18 @@ private:
     bool slot_at(uint32_t place, Slot* slot);
     bool anchor_of(uint32_t sp, uint32_t bp, Slot* anchor);
     bool next_slot(uint32_t from, uint32_t end, Slot* slot);
-    bool find_entering(const Level& level, uint32_t end, Slot* slot);
+    bool find_entering(const Level& level, uint32_t from, uint32_t end, Slot* slot);
+    void begin_search(const Level& level, uint32_t end, const Slot* anchor, Search* search);
     bool leads_on(Search& search, const Level& level, unsigned first);
     bool slot_leads_on(Search& search, unsigned index);
-    bool find_plausible(const Level& level, uint32_t end, const Slot* anchor, Slot* slot);
+    bool find_return(Search& search, const Level& level, Slot* slot, FrameOrigin* origin);
     bool find_owner(const Level& level, const Slot& anchor, Slot* slot);
     bool interrupted_at_edge(const Frame& frame, Slot* slot);
-    void make_caller(const Frame& frame, const Slot& slot, FrameOrigin origin, Frame* caller);
+    uint32_t bp_of_caller(const Frame& frame, const Level& level, const Slot& slot);
 
     Memory& memory_;
     const ModuleTable& modules_;
+    FunctionFinder functions_;
     uint32_t stack_end_;
 };
 

@@ -15,9 +15,19 @@ struct FunctionBounds {
     uint32_t push; // of a framed function: address of its "push ebp"; 0 when something else sets the frame up
 };
 
-// The least number of bytes that the function at `start` has taken of the stack, below its return address, when it
-// executes `address`: what its first instructions push and reserve. 0 when nothing can be told.
-uint32_t stack_taken(Memory& memory, uint32_t start, uint32_t address);
+// What a function's first instructions have done to the stack by the time that it executes an address.
+struct Prologue {
+    uint32_t taken;     // bytes between its return address and its stack pointer, at least
+    uint32_t saved_ebp; // how far below the return address it keeps its caller's ebp; 0 when it doesn't
+};
+
+Prologue read_prologue(Memory& memory, uint32_t start, uint32_t address);
+
+// The function that starts there.
+FunctionBounds bounds_of_function(Memory& memory, uint32_t start);
+
+// Whether something ends in front of the address that may be a function's last instruction, or a gap.
+bool may_start_function(Memory& memory, const CodeRange& section, uint32_t address);
 
 // Looks back from `address`, at most 64 KB, for the gap between two functions. Reads code of one section only.
 FunctionBounds find_function(Memory& memory, const ModuleTable& modules, uint32_t address);

@@ -32,7 +32,7 @@ TEST_P(GapBetweenFunctions, Marks_the_start_of_the_next_one) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, GapBetweenFunctions,
-                         testing::Values(Gap{"int3", {0xE9, 1, 2, 3, 4, 0xCC}},
+                         testing::Values(Gap{"int3", {0xE9, 0x10, 0, 0, 0, 0xCC}},
                                          Gap{"nops_after_return", {0xC3, 0x90, 0x90}},
                                          Gap{"nop_after_return_with_count", {0xC2, 0x08, 0x00, 0x90}},
                                          Gap{"long_nop", {0xC3, 0x0F, 0x1F, 0x44, 0x00, 0x00}},
@@ -41,6 +41,15 @@ INSTANTIATE_TEST_SUITE_P(Kinds, GapBetweenFunctions,
                                          Gap{"lea_and_nop", {0xC3, 0x8D, 0x76, 0x00, 0x90}},
                                          Gap{"move_to_itself", {0xC3, 0x8B, 0xFF}}),
                          [](const auto& info) { return info.param.name; });
+
+TEST(FunctionBounds, Constant_that_ends_like_a_gap_does_not_split_a_function) {
+    FakeProcess process;
+    process.put_frameless_function(kFunction);
+    process.memory.put(kFunction + 0x0B, {0xB8, 0x40, 0xBD, 0x40, 0xCC}); // mov eax, 0xCC40BD40
+    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
+    process.memory.put(kFunction + 0x0B, {0xB8, 0xCD, 0xCC, 0xCC, 0xCC}); // to divide by ten
+    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
+}
 
 TEST(FunctionBounds, Early_return_does_not_split_a_function) {
     FakeProcess process;
@@ -106,40 +115,51 @@ TEST(FunctionBounds, Address_outside_the_code_has_none) {
     EXPECT_EQ(find(process, 0x900000).start, 0u);
 }
 
-std::uint32_t taken(const FakeMemory::Bytes& code, std::uint32_t reached) {
+faultkit::Prologue prologue(const FakeMemory::Bytes& code, std::uint32_t reached) {
     FakeProcess process;
     process.memory.put(kFunction, code);
-    return faultkit::stack_taken(process.memory, kFunction, kFunction + reached);
+    return faultkit::read_prologue(process.memory, kFunction, kFunction + reached);
 }
 
-TEST(StackTaken, Counts_saved_registers_and_the_space_for_locals) {
+std::uint32_t taken(const FakeMemory::Bytes& code, std::uint32_t reached) {
+    return prologue(code, reached).taken;
+}
+
+TEST(Prologue, Counts_saved_registers_and_the_space_for_locals) {
     // push ebx; push esi; push edi; sub esp, 0x40
     EXPECT_EQ(taken({0x53, 0x56, 0x57, 0x83, 0xEC, 0x40, 0x40}, 7), 12u + 0x40);
     // push ebp; sub esp, 0x1234
     EXPECT_EQ(taken({0x55, 0x81, 0xEC, 0x34, 0x12, 0, 0, 0x40}, 8), 4u + 0x1234);
 }
 
-TEST(StackTaken, Counts_only_what_was_executed) {
+TEST(Prologue, Counts_only_what_was_executed) {
     EXPECT_EQ(taken({0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 0), 0u);
     EXPECT_EQ(taken({0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 1), 4u);
     EXPECT_EQ(taken({0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 2), 8u);
 }
 
-TEST(StackTaken, Looks_past_instructions_mixed_in) {
+TEST(Prologue, Looks_past_instructions_mixed_in) {
     // mov eax, [esp + 8]; xor ecx, ecx; mov edx, 1; push esi
     EXPECT_EQ(taken({0x8B, 0x44, 0x24, 0x08, 0x31, 0xC9, 0xBA, 1, 0, 0, 0, 0x56, 0x40}, 13), 4u);
 }
 
-TEST(StackTaken, Pushed_arguments_are_not_counted) {
+TEST(Prologue, Pushed_arguments_are_not_counted) {
     // push esi; push eax: an argument, gone after the call
     EXPECT_EQ(taken({0x56, 0x50, 0xE8, 0, 0, 0, 0}, 7), 4u);
     // push esi; push esi: the second is an argument
     EXPECT_EQ(taken({0x56, 0x56, 0xE8, 0, 0, 0, 0}, 7), 4u);
 }
 
-TEST(StackTaken, Stops_at_a_branch) {
+TEST(Prologue, Stops_at_a_branch) {
     // test ecx, ecx; je; push esi: pushed on one way only
     EXPECT_EQ(taken({0x85, 0xC9, 0x74, 0x12, 0x56, 0x40}, 6), 0u);
+}
+
+TEST(Prologue, Tells_where_the_callers_frame_pointer_is_kept) {
+    // push edi; push ebp; push esi
+    EXPECT_EQ(prologue({0x57, 0x55, 0x56, 0x40}, 3).saved_ebp, 8u);
+    EXPECT_EQ(prologue({0x57, 0x55, 0x56, 0x40}, 1).saved_ebp, 0u);
+    EXPECT_EQ(prologue({0x57, 0x56, 0x40}, 3).saved_ebp, 0u);
 }
 
 } // namespace

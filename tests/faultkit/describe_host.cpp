@@ -7,7 +7,7 @@
 //   --dump      writes a minidump of each fault, too
 //   --pointers  hands over worse exception pointers than it got: null, wild, no-record, no-context, wild-context,
 //               stale (good ones, but asks for the next line with others)
-// FAULT is one of tests/hosts/faults.cpp or of stack_faults.cpp.
+// FAULT is one of tests/hosts/faults.cpp or of stack_faults.cpp, or descent-SEED for one of random_descent.cpp.
 #include <windows.h>
 #include <eh.h>
 #include <stdio.h>
@@ -15,6 +15,7 @@
 #include <string.h>
 
 #include "companions/faultkit/faultkit.h"
+#include "tests/faultkit/random_descent.h"
 #include "tests/faultkit/stack_faults.h"
 #include "tests/hosts/faults.h"
 #include "win/library.h"
@@ -105,6 +106,10 @@ void describe(const char* fault) {
 }
 
 bool commit(const char* name) {
+    if (strncmp(name, "descent-", 8) == 0) {
+        commit_random_descent(static_cast<unsigned>(atoi(name + 8)));
+        return true;
+    }
     return commit_stack_fault(name) || commit_fault(name);
 }
 

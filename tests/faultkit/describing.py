@@ -23,6 +23,7 @@ class Description:
     reason: list  # lines
     stack: list   # lines
     after: list   # what the host printed then
+    truth: list   # the return addresses that the host itself noted, innermost first
 
     @property
     def text(self):
@@ -79,15 +80,21 @@ class DescribingCase(runner.Case):
         folder = folder or self.folder(*self.FILES, *(self.PDBS if pdbs else ()))
         done = (wine or self.wine()).run(folder / "describe_host.exe", *args, cwd=folder, env=env)
         self.assertEqual(done.returncode, 0, done)
-        return [self.take_apart(part) for part in done.text.split("=== ")[1:]]
+        before, *parts = done.text.split("=== ")
+        descriptions = []
+        for part in parts:
+            # The host notes the truth before it faults, so it stands at the end of what came before.
+            descriptions.append(self.take_apart(part, before.partition("--- truth")[2].split()))
+            before = part
+        return descriptions
 
     def describe_one(self, *args, **options):
         (description,) = self.describe(*args, **options)
         return description
 
-    def take_apart(self, text):
+    def take_apart(self, text, truth):
         fault, _, rest = text.partition("\nCrush Expantion:\n")
         reason, _, rest = rest.partition("\n\nStack Trace:\n")
         lines = rest.rstrip("\n").split("\n")
         after = next((at for at, line in enumerate(lines) if line.startswith("--- ")), len(lines))
-        return Description(fault, reason.split("\n"), [line for line in lines[:after] if line], lines[after:])
+        return Description(fault, reason.split("\n"), [line for line in lines[:after] if line], lines[after:], truth)

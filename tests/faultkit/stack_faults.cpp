@@ -7,6 +7,8 @@
 #include "tests/faultkit/guest.h"
 #include "win/library.h"
 
+extern "C" void* _AddressOfReturnAddress();
+
 namespace {
 
 volatile int zero = 0;
@@ -73,17 +75,19 @@ void shallow() {
     sink = descend(100); // mark: shallow
 }
 
-// A buffer overrun: everything from the local variable up to and over the caller's frame.
-__attribute__((noinline)) void overrun(int size) {
+// A buffer overrun: everything from the local variable up to and over the return address.
+__attribute__((noinline)) void overrun() {
     char buffer[16];
     char* volatile to = buffer;
-    for (int i = 0; i < size; ++i)
-        to[i] = 'A';
+    char* const end = static_cast<char*>(_AddressOfReturnAddress()) + sizeof(void*);
+    for (; to != end; to = to + 1)
+        *to = 'A';
     write_to_null();
 }
 
 void smashed() {
-    overrun(24);
+    overrun();
+    sink = 1;
 }
 
 void __attribute__((naked)) fault_with_bad_frame_pointer() {

@@ -20,7 +20,9 @@ class Stack(DescribingCase):
         self.assertEqual(self.own(description), ["write_to_null", "inlined_step", "draw", "on_locale", "standard_step",
                                                  "fast_step", "mixed_calls", *BELOW])
         system = description.frames[4]
-        self.assertEqual((system["module"], system["function"]), ("kernelbase.dll", "EnumSystemLocalesA"))
+        self.assertEqual(system["module"], "kernelbase.dll")
+        # A Wine whose libraries are stripped knows no names in them.
+        self.assertIn(system["function"], ("EnumSystemLocalesA", None))
 
     def test_lines_are_those_of_the_calls(self):
         for frame in self.describe_one("mixed").frames:
@@ -57,13 +59,12 @@ class Stack(DescribingCase):
         self.assertEqual(gap[0], 96)
         self.assertLess(sum(len(line) + 1 for line in description.stack), 14 * 1024)
 
-    def test_overwritten_return_address_is_bridged_and_the_bridge_marked(self):
-        description = self.describe_one("smashed")
-        own = self.own(description)
+    def test_overwritten_return_address_is_bridged(self):
+        own = self.own(self.describe_one("smashed"))
         self.assertEqual(own[:2], ["write_to_null", "overrun"])
         self.assertEqual(own[-3:], ["run_faults", "main", "mainCRTStartup"])
-        marked = [short(frame["function"]) for frame in description.frames if frame["guessed"]]
-        self.assertEqual(marked, ["commit", "run_faults"])
+        # What was lost is left out, and nothing is made up.
+        self.assertEqual(own[2:], [name for name in BELOW if name in own[2:]])
 
     def test_corrupted_frame_pointer_does_not_end_the_walk(self):
         own = self.own(self.describe_one("bad-frame-pointer"))
@@ -104,6 +105,29 @@ class Stack(DescribingCase):
     def test_same_fault_twice_gives_the_same_lines(self):
         first, second = self.describe("mixed", "mixed")
         self.assertEqual(first.stack, second.stack)
+
+
+class RandomDescents(DescribingCase):
+    """Functions of all shapes, in random order, over a stack full of stale return addresses."""
+
+    SEEDS = range(1, 26)
+
+    def check(self, pdbs):
+        seeds = [f"descent-{seed}" for seed in self.SEEDS]
+        for description in self.describe(*seeds, pdbs=pdbs):
+            with self.subTest(description.fault):
+                truth = description.truth
+                self.assertGreater(len(truth), 10)
+                found = [frame["address"] for frame in description.frames
+                         if frame["module"] == "describe_host.exe" and not frame["inlined"]]
+                # The faulting instruction comes first; behind the truth are the frames that commit the fault.
+                self.assertEqual(found[1:len(truth) + 1], truth)
+
+    def test_release_host_without_pdbs_gives_every_frame_and_no_other(self):
+        self.check(pdbs=False)
+
+    def test_host_with_pdbs_gives_every_frame_and_no_other(self):
+        self.check(pdbs=True)
 
 
 class Options(DescribingCase):

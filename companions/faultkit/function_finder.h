@@ -1,0 +1,38 @@
+// Finds functions by all evidence there is, and remembers them.
+#pragma once
+
+#include <stdint.h>
+
+#include "companions/faultkit/function_bounds.h"
+#include "companions/faultkit/memory.h"
+#include "companions/faultkit/module_table.h"
+
+namespace faultkit {
+
+// Beside the gaps between functions, direct calls tell where functions start: some compilers pack them without gaps.
+// For that the code around an address is searched for calls, as long as a budget of bytes lasts; then the gaps must do.
+class FunctionFinder {
+public:
+    static constexpr uint32_t kBudget = 256 * 1024 * 1024; // some tenths of a second
+
+    // Both references must outlive the finder.
+    FunctionFinder(Memory& memory, const ModuleTable& modules) : memory_(memory), modules_(modules) {}
+
+    FunctionBounds find(uint32_t address);
+
+private:
+    struct Known {
+        uint32_t last; // highest address asked for in this function
+        FunctionBounds bounds;
+    };
+
+    uint32_t find_called(const CodeRange& section, uint32_t after, uint32_t address);
+
+    Memory& memory_;
+    const ModuleTable& modules_;
+    uint32_t budget_ = kBudget;
+    Known known_[64];
+    unsigned known_count_ = 0; // ever: the oldest gives way
+};
+
+} // namespace faultkit
