@@ -29,3 +29,9 @@ void operator delete(void* block, size_t) noexcept {
 void operator delete[](void* block, size_t) noexcept {
     free(block);
 }
+void operator delete(void* block, const std::nothrow_t&) noexcept {
+    free(block);
+}
+void operator delete[](void* block, const std::nothrow_t&) noexcept {
+    free(block);
+}

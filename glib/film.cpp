@@ -15,7 +15,7 @@ Film::Film() : m_body(new(std::nothrow) FilmBody) {
 
 Film::~Film() {
     try {
-        m_body->Report("", 0, FilmProgress::finished);
+        m_body->TellEnd();
     } catch (gen::genlib_error&) {
         // Without memory for its record the callback is not called.
     }

@@ -35,30 +35,42 @@ void FilmBody::SetProgress(FilmProgressCallback callback, void* context) {
     m_context = context;
 }
 
-bool FilmBody::Report(const char* text, uint32_t total, int32_t step) {
+bool FilmBody::tell(FilmProgress& progress, int32_t step) const {
+    progress.step = step;
+    return !m_callback || m_callback(m_context, &progress) != 0;
+}
+
+void FilmBody::TellEnd() {
     if (!m_callback)
-        return true;
-    const FilmProgress progress = {text, total, step, 1};
-    return m_callback(m_context, &progress) != 0;
+        return;
+    FilmProgress progress = {"", 0, 0, 1};
+    tell(progress, FilmProgress::finished);
 }
 
 bool FilmBody::OnModuleProgress(uint32_t step, uint32_t total) {
-    return Report(m_module_step, total, step > INT32_MAX ? INT32_MAX : static_cast<int32_t>(step));
+    if (!m_callback)
+        return true;
+    try {
+        FilmProgress progress = {m_module_step, total, 0, 1};
+        return tell(progress, step > INT32_MAX ? INT32_MAX : static_cast<int32_t>(step));
+    } catch (gen::genlib_out_of_memory&) {
+        return true; // nobody can be asked
+    }
 }
 
 unsigned FilmBody::Stretch(uint32_t width, uint32_t height, int scale_type, bool fit_rect, unsigned first,
                            unsigned count, bool all_layers) {
-    static const char text[] = "stretch...";
     const unsigned total = m_pages.size();
     if (first >= total)
         return 0;
     const unsigned end = count > total - first ? total : first + count; // all_pages too
-    Report(text, total, 0);
+    FilmProgress progress = {"stretch...", total, 0, 1};
+    tell(progress, 0);
     unsigned done = 1;
     for (unsigned i = first; i < end && done; ++i)
-        done = Report(text, total, static_cast<int32_t>(i + 1)) &&
+        done = tell(progress, static_cast<int32_t>(i + 1)) &&
                m_pages[i]->Stretch(width, height, scale_type, fit_rect, all_layers) == RCOK;
-    Report(text, total, FilmProgress::finished);
+    tell(progress, FilmProgress::finished);
     return done;
 }
 

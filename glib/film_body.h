@@ -41,8 +41,8 @@ public:
 
     void SetProgress(FilmProgressCallback callback, void* context);
     bool has_progress() const { return m_callback != nullptr; }
-    // Calls the callback, if there is one; false: it wants to stop.
-    bool Report(const char* text, uint32_t total, int32_t step);
+    // Calls the callback, if there is one, for the last time.
+    void TellEnd();
 
     // 1: all pages of the range stretched; 0: stopped, failed, or nothing to do it on. See Film::Stretch.
     unsigned Stretch(uint32_t width, uint32_t height, int scale_type, bool fit_rect, unsigned first, unsigned count,
@@ -64,6 +64,7 @@ public:
     EFormat source_format = EFormat_none; // of the last load
 
 private:
+    bool tell(FilmProgress& progress, int32_t step) const; // false: the callback wants to stop
     bool OnModuleProgress(uint32_t step, uint32_t total) override;
     ResultCode load_exchange(FilterManager& manager, VStream& stream, const LoadRequest& request, EFormat format,
                              ImageDataExchange& image);

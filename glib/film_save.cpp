@@ -91,10 +91,10 @@ ResultCode Film::SaveMemory(const BaseFormatDesc* options, void** buffer, uint32
     *length = 0;
     VMemStream stream;
     const ResultCode code = m_body->Save(filter_manager(), stream, *options);
+    if (stream.HasError())
+        return OMEM; // whatever the module made of it
     if (!succeeded(code))
         return code;
-    if (stream.HasError())
-        return OMEM;
     *length = static_cast<uint32_t>(stream.Size());
     *buffer = stream.Detach();
     return code;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned altered_search_path = 8; // LOAD_WITH_ALTERED_SEARCH_PATH
 constexpr unsigned error_icon = 0x10;       // MB_ICONERROR
-constexpr uint32_t max_formats = 256;       // of one module
+constexpr unsigned max_formats = 256;       // of one module, as its contract says
 
 } // namespace
 
@@ -46,14 +46,21 @@ void FilterManager::SetUp(const char* directory, const char* modules) {
 void FilterManager::bind_all() {
     if (m_bound)
         return;
+    try {
+        for (unsigned i = 0; i < m_names.size(); ++i)
+            bind_module(m_names[i]);
+    } catch (gen::genlib_out_of_memory&) {
+        drop_modules(); // to be bound when there is memory again
+        throw;
+    }
     m_bound = true;
-    for (unsigned i = 0; i < m_names.size(); ++i)
-        bind_module(m_names[i]);
 }
 
 void FilterManager::bind_module(const char* name) {
     const gen::basic_string<char> path = module_path(m_directory, name);
-    m_modules.grow(m_modules.size() + 1); // so that a loaded module is never lost
+    gen::array<EFormat> formats;
+    formats.resize(max_formats);
+    m_modules.grow(m_modules.size() + 1); // all memory is taken before, so that a loaded module is never lost
     void* module = m_loader.Load(path.c_str(), m_directory.empty() ? 0 : altered_search_path);
     if (!module)
         return;
@@ -63,17 +70,11 @@ void FilterManager::bind_module(const char* name) {
         m_loader.Free(module);
         return;
     }
-    FilterInfoRequest request = {&module_services(), sizeof(request), 0, 0, nullptr};
-    const bool usable = call_get_info(get_info, request) && request.interface_version == GLIB_INTERFACE_VERSION &&
-                        request.formats && request.format_count <= max_formats;
-    if (!usable) {
-        m_loader.Free(module);
-        return;
-    }
+    const unsigned count = call_get_info(get_info, formats.data(), max_formats);
     m_modules.add(module);
     bool serves = false;
-    for (uint32_t i = 0; i < request.format_count; ++i)
-        serves |= bind_format(module, name, static_cast<EFormat>(request.formats[i]));
+    for (unsigned i = 0; i < count; ++i)
+        serves |= bind_format(module, name, formats[i]);
     if (!serves) {
         m_modules.remove(m_modules.size() - 1);
         m_loader.Free(module);

@@ -10,7 +10,7 @@ namespace glib {
 // Hears how far a module has come.
 class ProgressSink {
 public:
-    // False: stop.
+    // False: stop. Must not throw.
     virtual bool OnModuleProgress(uint32_t step, uint32_t total) = 0;
 
 protected:

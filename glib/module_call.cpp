@@ -23,8 +23,17 @@ ResultCode known(ResultCode code) {
 
 } // namespace
 
-bool call_get_info(GetFilterInfoEntry entry, FilterInfoRequest& request) {
-    return guarded([&] { entry(0, &request); });
+unsigned call_get_info(GetFilterInfoEntry entry, EFormat* formats, unsigned room) {
+    FilterInfoRequest request = {&module_services(), sizeof(request), 0, 0, nullptr};
+    unsigned count = 0;
+    const bool done = guarded([&] {
+        entry(0, &request);
+        if (request.interface_version != GLIB_INTERFACE_VERSION || !request.formats || request.format_count > room)
+            return;
+        for (; count < request.format_count; ++count)
+            formats[count] = static_cast<EFormat>(request.formats[count]);
+    });
+    return done ? count : 0;
 }
 
 ResultCode call_load(LoadEntry entry, ImageDataExchange& image, VStream& stream, int32_t page) {

@@ -1,13 +1,15 @@
 // The calls into format modules: guarded, so that a module's fault becomes a result code.
 #pragma once
 
+#include "glib/format_code.h"
 #include "glib/image_data_exchange.h"
 #include "glib/save_record.h"
 
 namespace glib {
 
-// False when the module faulted.
-bool call_get_info(GetFilterInfoEntry entry, FilterInfoRequest& request);
+// Asks a module for its formats, writes their codes and gives their number. 0 when it faulted, has another interface
+// version, or names none or more than `room`.
+unsigned call_get_info(GetFilterInfoEntry entry, EFormat* formats, unsigned room);
 
 // What the entry answers; CFLT when it faulted or answered with no code that there is. A module that threw or faulted
 // may have left memory of its own behind.

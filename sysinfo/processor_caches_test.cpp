@@ -166,6 +166,13 @@ TEST(CacheSizes, Come_from_the_extended_leaves_first) {
     ExpectSizes(cpuid.sizes(2, 0x80000006), 0x40 + 0x20, 0x100, 1024);
 }
 
+TEST(CacheSizes, Are_unknown_where_the_extended_leaves_are_empty) {
+    FakeCpuid cpuid;
+    cpuid.leaves[0x80000005] = {{0, 0, 0x00FFFFFF, 0x00FFFFFF}};
+    cpuid.leaves[0x80000006] = {{0, 0, 0x0000FFFF, 0}};
+    ExpectSizes(cpuid.sizes(1, 0x80000006), -1, -1, -1);
+}
+
 TEST(CacheSizes, Fall_back_to_leaf_2_level_by_level) {
     FakeCpuid cpuid;
     cpuid.leaves[2] = {{0x00000801, 0x0C, 0x43, 0x23}};
@@ -201,11 +208,9 @@ TEST(CacheSizes, Read_leaf_2_once_if_its_lowest_byte_is_0) {
 
 // 32 KB data and 32 KB instructions, 1.25 MB, 24 MB.
 const std::vector<CpuidRegisters> kLeaf4 = {
-    {0x1C004121, 0x01C0003F, 63, 0},
-    {0x1C004122, 0x01C0003F, 63, 0},
-    {0x1C01C143, 0x04C0003F, 1023, 0},
-    {0x1C03C163, 0x02C0003F, 32767, 0},
-    {0, 0, 0, 0},
+    {0x1C004121, 0x01C0103F, 31, 0}, // two partitions of half the size
+    {0x1C004122, 0x01C0003F, 63, 0},    {0x1C01C143, 0x04C0003F, 1023, 0},
+    {0x1C03C163, 0x02C0003F, 32767, 0}, {0x1C03C160, 0x02C0003F, 32767, 0}, // type 0: the end
 };
 
 TEST(CacheSizes, Come_from_leaf_4_where_leaf_2_refers_to_it) {
