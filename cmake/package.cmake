@@ -13,11 +13,13 @@ install(FILES include/wendax.h companions/faultkit/faultkit.h DESTINATION includ
 # For those who write format modules.
 install(FILES glib/module_contract.h glib/result_code.h glib/save_record.h DESTINATION include/glib)
 
-install(DIRECTORY examples DESTINATION .
+install(DIRECTORY examples DESTINATION . USE_SOURCE_PERMISSIONS
   PATTERN reports EXCLUDE
   REGEX "examples/CMakeLists\\.txt$" EXCLUDE)
 install(DIRECTORY docs DESTINATION .
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+install(PROGRAMS tools/redirect.py DESTINATION tools)
+install(DIRECTORY tools/symbolize DESTINATION tools USE_SOURCE_PERMISSIONS FILES_MATCHING PATTERN "*.py")
 install(FILES LICENSE CHANGELOG.md THIRD-PARTY.md DESTINATION .)
 install(FILES packaging/README.md DESTINATION .)
 

@@ -216,6 +216,12 @@ private:
     CSeException* m_exception;
 };
 
+#elif defined(__cplusplus) && defined(__GNUC__)
+
+/* Says why a host of GCC can't call it. */
+WendaxTranslator WendaxCoverThread(WendaxTranslator translator = APISeTranslator) __attribute__((
+    error("GCC's exceptions aren't those that Wendax throws; examples/c-host shows what works with GCC")));
+
 #endif /* C++ in the Microsoft ABI */
 
 #endif /* WENDAX_H */

@@ -1,13 +1,20 @@
 # find_package(Wendax): for 32-bit programs on Windows.
 #
-#   Wendax::Wendax      the library; a C++ host is compiled with /EHa
-#   Wendax::faultkit    for hosts that call faultkit.dll themselves, to write a minidump
-#   wendax_copy_runtime(HOST [PDBS])
-#                       puts the DLLs beside the host whenever it is built, on request their PDBs too
-#   Wendax_RUNTIME_FILES  the DLLs, for install(FILES)
-if(DEFINED CMAKE_SIZEOF_VOID_P AND NOT CMAKE_SIZEOF_VOID_P EQUAL 4)
-  set(Wendax_FOUND FALSE)
+#   Wendax::Wendax        the library; a C++ host is compiled with /EHa
+#   Wendax::faultkit      for hosts that call faultkit.dll themselves, to write a minidump
+#   Wendax::glib_headers  for format modules, which link with nothing
+#   wendax_copy_runtime(HOST [PDBS] [SUPPORT_ADDRESS mailbox] [UPLOAD_SERVER host])
+#                         puts the DLLs beside the host whenever it is built, on request their PDBs too. A mailbox or a host
+#                         name is written into the copy of Wendax.dll as the place where reports go; that takes Python.
+#   Wendax_RUNTIME_FILES  the DLLs as they come, for install(FILES)
+set(Wendax_NOT_FOUND_MESSAGE)
+if(NOT WIN32)
+  set(Wendax_NOT_FOUND_MESSAGE "Wendax is for programs that run on Windows; elsewhere configure with a toolchain file for it.")
+elseif(DEFINED CMAKE_SIZEOF_VOID_P AND NOT CMAKE_SIZEOF_VOID_P EQUAL 4)
   set(Wendax_NOT_FOUND_MESSAGE "Wendax is for 32-bit programs; with Visual Studio configure with -A Win32.")
+endif()
+if(Wendax_NOT_FOUND_MESSAGE)
+  set(Wendax_FOUND FALSE)
   return()
 endif()
 
@@ -20,6 +27,7 @@ foreach(_wendax_dll Wendax KOBRTL fall faultkit)
 endforeach()
 set_property(GLOBAL PROPERTY WENDAX_RUNTIME_FILES "${Wendax_RUNTIME_FILES}")
 set_property(GLOBAL PROPERTY WENDAX_PDBS "${_wendax_pdbs}")
+set_property(GLOBAL PROPERTY WENDAX_REDIRECT "${_wendax_root}/tools/redirect.py")
 
 foreach(_wendax_name Wendax faultkit)
   if(NOT TARGET Wendax::${_wendax_name})
@@ -30,19 +38,44 @@ foreach(_wendax_name Wendax faultkit)
       INTERFACE_INCLUDE_DIRECTORIES "${_wendax_root}/include")
   endif()
 endforeach()
+if(NOT TARGET Wendax::glib_headers)
+  add_library(Wendax::glib_headers INTERFACE IMPORTED)
+  set_target_properties(Wendax::glib_headers PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${_wendax_root}/include")
+endif()
 # Without it, a fault passes by the handlers around code that doesn't throw.
 if(MSVC)
   set_property(TARGET Wendax::Wendax PROPERTY INTERFACE_COMPILE_OPTIONS "$<$<COMPILE_LANGUAGE:CXX>:/EHa>")
+elseif(CMAKE_CXX_SIMULATE_ID STREQUAL "MSVC")
+  set_property(TARGET Wendax::Wendax PROPERTY INTERFACE_COMPILE_OPTIONS
+    "$<$<COMPILE_LANGUAGE:CXX>:-fexceptions;-fasync-exceptions>")
 endif()
 
 function(wendax_copy_runtime host)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "PDBS" "SUPPORT_ADDRESS;UPLOAD_SERVER" "")
+  if(ARG_UNPARSED_ARGUMENTS OR ARG_KEYWORDS_MISSING_VALUES)
+    message(FATAL_ERROR
+      "wendax_copy_runtime: not understood: ${ARG_UNPARSED_ARGUMENTS} ${ARG_KEYWORDS_MISSING_VALUES}")
+  endif()
   get_property(files GLOBAL PROPERTY WENDAX_RUNTIME_FILES)
-  if("PDBS" IN_LIST ARGN)
+  if(ARG_PDBS)
     get_property(pdbs GLOBAL PROPERTY WENDAX_PDBS)
     list(APPEND files ${pdbs})
   endif()
+  set(redirect)
+  if(ARG_SUPPORT_ADDRESS OR ARG_UPLOAD_SERVER)
+    find_package(Python3 REQUIRED COMPONENTS Interpreter)
+    get_property(tool GLOBAL PROPERTY WENDAX_REDIRECT)
+    set(redirect COMMAND "${Python3_EXECUTABLE}" "${tool}" "$<TARGET_FILE_DIR:${host}>/Wendax.dll")
+    if(ARG_SUPPORT_ADDRESS)
+      list(APPEND redirect --support-address "${ARG_SUPPORT_ADDRESS}")
+    endif()
+    if(ARG_UPLOAD_SERVER)
+      list(APPEND redirect --upload-server "${ARG_UPLOAD_SERVER}")
+    endif()
+  endif()
   add_custom_command(TARGET ${host} POST_BUILD
     COMMAND "${CMAKE_COMMAND}" -E copy_if_different ${files} "$<TARGET_FILE_DIR:${host}>"
+    ${redirect}
     VERBATIM)
 endfunction()
 

@@ -3,6 +3,7 @@
 #include "capture/screen_grab.h"
 #include "capture/screenshot.h"
 #include "compose/email_tool.h"
+#include "report/destinations.h"
 #include "report/mail_text.h"
 #include "report/resource_scope.h"
 #include "report/se_exception.h"
@@ -49,7 +50,8 @@ void CCrashReport::GenerateEmail(int context, const char* product, const char* s
         const CStdString note = report::screenshot_note(name);
         const CStdString debug = debug_text(m_exception);
         const report::MailText text = report::mail_text(context, name, subject, note, system_text(), debug);
-        mail.Compose(text.subject.c_str(), text.body.c_str(), recipient ? recipient : WENDAX_SUPPORT_ADDRESS, nullptr);
+        mail.Compose(text.subject.c_str(), text.body.c_str(), recipient ? recipient : destinations.support_address,
+                     nullptr);
     }
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_HIGHEST); // Kept: never lowered again.
     for (int i = 0; i < m_attachments.GetSize(); ++i)

@@ -3,11 +3,17 @@
 #include "capture/screenshot.h"
 #include "net/http_transport.h"
 #include "net/upload_form.h"
+#include "report/destinations.h"
 #include "sysinfo/system_info_file.h"
 
 namespace {
 
-const char form_url[] = "http://" WENDAX_UPLOAD_SERVER "/index.php?option=com_mosforms";
+CStdString form_url() {
+    CStdString url("http://");
+    url += destinations.upload_server;
+    url += "/index.php?option=com_mosforms";
+    return url;
+}
 
 // Null is no path, as an empty text is.
 const char* path_or_none(const char* path) {
@@ -48,7 +54,7 @@ bool CCrashReport2::Upload() {
     CSuperBuffer body;
     upload_form::AppendBody(body, paths);
     transport.SetHeaders(upload_form::kRequestHeaders);
-    return upload_form::Confirms(transport.Request(form_url, true, body.GetData(), body.GetLength()));
+    return upload_form::Confirms(transport.Request(form_url().c_str(), true, body.GetData(), body.GetLength()));
 }
 
 void CCrashReport2::CreateScreenCopy() {

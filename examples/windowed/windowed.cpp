@@ -1,7 +1,10 @@
-// A host with a window: a button for each kind of fault, and the choice between the two reports. Build it with /EHa.
+// A host with a window: a button for each kind of fault, and the choice between the two reports. It keeps a log, which
+// goes with the e-mail reports. Build it with /EHa.
 #include <windows.h>
 #include <float.h>
 #include <malloc.h>
+#include <stdio.h>
+#include <string.h>
 
 #include "faults.h"
 #include "wendax.h"
@@ -16,6 +19,26 @@ const int id_fault = 2000; // and those that follow, one for each fault
 const int margin = 12;
 const int row = 28;
 const int column = 190;
+
+char log_path[MAX_PATH];
+
+void note(const wchar_t* what) {
+    if (FILE* const log = fopen(log_path, "a")) {
+        fprintf(log, "%ls\n", what);
+        fclose(log);
+    }
+}
+
+// Begins the log in the temporary folder and attaches it to all reports to come. The library wants a full path.
+void open_log() {
+    const DWORD length = GetTempPathA(MAX_PATH - 20, log_path);
+    if (length == 0 || length >= MAX_PATH - 20)
+        return;
+    strcat(log_path, "windowed.log");
+    remove(log_path);
+    note(L"started");
+    SetAttachment(log_path);
+}
 
 bool is_checked(HWND window, int id) {
     return IsDlgButtonChecked(window, id) == BST_CHECKED;
@@ -32,6 +55,7 @@ void report_by_upload(bool picture) {
 // A fault must be caught within the window procedure: exceptions don't find their way through the system, which calls
 // it.
 void commit(HWND window, const Fault& fault) {
+    note(fault.name);
     try {
         void (*volatile hidden)() = fault.commit;
         hidden();
@@ -87,6 +111,7 @@ LRESULT CALLBACK window_procedure(HWND window, UINT message, WPARAM wide, LPARAM
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
     WendaxCoverThread();
+    open_log();
 
     WNDCLASSW type = {};
     type.lpfnWndProc = window_procedure;

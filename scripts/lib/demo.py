@@ -5,7 +5,7 @@ import os
 import pathlib
 import sys
 
-from support import report_dialog
+from support import report_dialog, windowed
 from support.desktop import Desktop
 from support.mail import Message
 from support.prefix import project_prefix
@@ -32,27 +32,48 @@ def main():
         # Without a mail program the message would only lie in the temporary folder; this one notes that it was called.
         wine.associate(".eml", BIN / "mail_program.exe")
         stack.callback(wine.dissociate, ".eml")
-        print("demo: smallest.exe writes to address 0 ...", flush=True)
-        process = stack.enter_context(wine.start(BIN / "smallest.exe", limit=3600 if here else 300,
+        print("demo: starting windowed.exe, a program with a button for each kind of fault", flush=True)
+        process = stack.enter_context(wine.start(BIN / "windowed.exe", limit=3600 if here else 300,
                                                  env={"MAIL_PROGRAM_LOG": prefix.to_windows(log)}))
         if here:
-            print('demo: answer the dialog on your screen ("Open Error Report" makes the message)', flush=True)
+            print('demo: press one of its buttons on your screen, then "Open Error Report"; close its window to end',
+                  flush=True)
         else:
-            window = report_dialog.wait(desktop)
-            picture = desktop.screenshot(OUT / "dialog.png")
-            print(f"demo: the dialog is on screen, see {picture}", flush=True)
-            report_dialog.press(desktop, "Open Error Report", window)
-            wait_until(lambda: log.exists() and log.read_text("latin-1").endswith("\n"), "the mail program's call", 120)
+            use(desktop, log)
         process.wait_family()
     if not log.exists():
         print("demo: no report was wanted")
         return
     path = log.read_text("latin-1").splitlines()[-1].partition(" ")[2].strip().strip('"')
-    message = Message(prefix.to_unix(path))
+    show(Message(prefix.to_unix(path)))
+
+
+def use(desktop, log):
+    """Does what a user would: lets the program fail, answers the dialog, closes the program."""
+    window = windowed.wait(desktop)
+    windowed.choose_picture(desktop, window)
+    print("demo: it writes to address 0 ...", flush=True)
+    windowed.commit(desktop, window, windowed.WRITE_NOWHERE)
+    dialog = report_dialog.wait(desktop)
+    print(f"demo: the dialog is on screen, see {desktop.screenshot(OUT / 'dialog.png')}", flush=True)
+    report_dialog.press(desktop, "Open Error Report", dialog)
+    wait_until(lambda: log.exists() and log.read_text("latin-1").endswith("\n"), "the mail program's call", 120)
+    report_dialog.wait_closed(desktop)
+    desktop.close_window(window)
+
+
+def show(message):
     print(f"demo: the shell opened the message {message.path}")
     print(f"demo: it is to {message.recipient.strip()}, about {message.subject!r}, and begins:")
-    for line in message.body.decode("cp1251").splitlines()[:4]:
+    body = message.body.decode("cp1251")
+    for line in body.splitlines()[:4]:
         print(f"    {line}")
+    print("demo: of the fault it says:")
+    for line in body.partition("Crush Expantion:\n")[2].splitlines()[:2]:
+        print(f"    {line}")
+    for name, content in message.attachments:
+        (OUT / name).write_bytes(content)
+        print(f"demo: attached is {OUT / name}")
 
 
 if __name__ == "__main__":

@@ -9,11 +9,10 @@ from loopback import loopback_address, need_port_80
 from php_server import PhpServer
 from support import report_dialog
 from support.desktop import Desktop
-from support.host import LIBRARY_FILES
+from support.host import LIBRARY_FILES, redirect
 from support.prefix import fresh_prefix
 from support.processes import REPO, wait_until
 from support.wine import Wine
-from upload_host import aim_library
 
 BIN = REPO / "build" / "windows" / "bin"
 OUT = REPO / "build" / "demo-upload"
@@ -30,7 +29,7 @@ def main():
     for name in ("upload.exe", *LIBRARY_FILES):
         shutil.copy(BIN / name, host)
     # The server's name is a build setting; this copy of the library gets the one that runs here.
-    aim_library(host / "Wendax.dll", address)
+    redirect(host / "Wendax.dll", "--upload-server", address)
     with contextlib.ExitStack() as stack:
         server = stack.enter_context(PhpServer(address, 80, OUT / "reports"))
         print(f"demo: the upload server listens on http://{address}/", flush=True)

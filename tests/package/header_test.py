@@ -76,6 +76,12 @@ class Header(runner.Case):
         self.assertIn("CSeException", done.stderr)
         self.assertNotEqual(done.returncode, 0)
 
+    def test_cxx_host_of_gcc_is_told_what_works(self):
+        done = subprocess.run([*GCC, f"-I{REPO}/include", "-xc++", "-S", "-o/dev/null", "-"], text=True, timeout=120,
+                              input='#include "wendax.h"\nint main() { WendaxCoverThread(); }\n', capture_output=True,
+                              check=False)
+        self.assertIn("examples/c-host shows what works with GCC", done.stderr)
+
     def test_other_targets_are_told(self):
         for compiler in (["gcc"], ["clang-19", "--target=x86_64-pc-windows-msvc"]):
             with self.subTest(compiler):

@@ -119,13 +119,32 @@ class Package(PackageCase):
         listing.write_text(listing.read_text().replace("runtime(smallest)", "runtime(smallest PDBS)"))
         self.assertTrue((self.build(project) / "faultkit.pdb").exists())
 
-    def test_64_bit_host_is_told_why_it_can_not(self):
+    def test_hosts_that_it_is_not_for_are_told_why(self):
         project = self.artifacts / "project"
         project.mkdir()
         (project / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.16)\nproject(host LANGUAGES C)\n"
                                                 "find_package(Wendax REQUIRED)\n")
-        with self.assertRaisesRegex(AssertionError, "Wendax is for 32-bit programs"):
-            run("cmake", "-S", project, "-B", project / "build", f"-DCMAKE_PREFIX_PATH={unpacked()}")
+        for settings, reason in (((), "for programs that run on Windows"),
+                                 (("-DCMAKE_SYSTEM_NAME=Windows", "-DCMAKE_C_COMPILER=clang-19",
+                                   "-DCMAKE_C_COMPILER_TARGET=x86_64-pc-windows-msvc",
+                                   "-DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY"), "for 32-bit programs")):
+            with self.subTest(reason), self.assertRaisesRegex(AssertionError, f"Wendax is {reason}"):
+                run("cmake", "-S", project, "-B", self.artifacts / reason, f"-DCMAKE_PREFIX_PATH={unpacked()}", *settings)
+
+    def test_reports_go_where_the_host_says(self):
+        project = self.artifacts / "project"
+        shutil.copytree(unpacked() / "examples" / "smallest", project)
+        listing = project / "CMakeLists.txt"
+        listing.write_text(listing.read_text().replace("runtime(smallest)", "runtime(smallest SUPPORT_ADDRESS a@b.example)"))
+        self.assertIn(b"a@b.example\0", (self.build(project) / "Wendax.dll").read_bytes())
+
+    def test_misspelt_request_for_the_runtime_is_refused(self):
+        project = self.artifacts / "project"
+        shutil.copytree(unpacked() / "examples" / "smallest", project)
+        listing = project / "CMakeLists.txt"
+        listing.write_text(listing.read_text().replace("runtime(smallest)", "runtime(smallest SUPORT_ADDRESS a@b.example)"))
+        with self.assertRaisesRegex(AssertionError, r"not understood:\s+SUPORT_ADDRESS"):
+            self.build(project)
 
 
 class Examples(PackageCase):
@@ -139,6 +158,14 @@ class Examples(PackageCase):
                 self.assertEqual(sorted(file.name for file in build.glob("*.dll")), RUNTIME)
 
 
+    def test_format_module_is_a_project_that_links_with_nothing(self):
+        build = self.build(unpacked() / "examples" / "format-module")
+        exported = subprocess.run(["llvm-readobj-19", "--coff-exports", build / "xbm.dll"], text=True, check=True,
+                                  stdout=subprocess.PIPE, timeout=60).stdout
+        self.assertEqual(re.findall(r"Name: (\w+)", exported),
+                         ["GetFilterInfo", "GetXBMFileInfo", "LoadXBMImageData", "SaveXBMImageData"])
+
+
 class Port(PackageCase):
     def test_host_finds_the_package_where_the_port_puts_it(self):
         port = self.artifacts / "port"
@@ -147,6 +174,8 @@ class Port(PackageCase):
         shutil.copy(archive, port)
         installed = self.artifacts / "packages"
         run("cmake", f"-DPORT={port}", f"-DCURRENT_PACKAGES_DIR={installed}", "-P", HERE / "vcpkg_stand_in.cmake")
+        self.assertTrue((installed / "tools/wendax/redirect.py").exists())
+        self.assertIn("wendax_root}/tools/wendax/redirect.py", (installed / "share/wendax/WendaxConfig.cmake").read_text())
         self.assertIn("stb", (installed / "share/wendax/copyright").read_text())
         build = self.build(unpacked() / "examples" / "minidump", installed)
         self.assertEqual(sorted(file.name for file in build.glob("*.dll")), RUNTIME)

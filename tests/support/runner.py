@@ -45,8 +45,10 @@ class Case(unittest.TestCase):
     @functools.cached_property
     def artifacts(self):
         """An empty folder for what this test leaves to be looked at."""
-        file = pathlib.Path(sys.modules[type(self).__module__].__file__).stem
-        folder = REPO / "build" / "test-artifacts" / file / f"{type(self).__name__}.{self._testMethodName}"
+        file = pathlib.Path(sys.modules[type(self).__module__].__file__).resolve()
+        tests = REPO / "tests"
+        place = file.relative_to(tests).with_suffix("") if file.is_relative_to(tests) else file.stem
+        folder = REPO / "build" / "test-artifacts" / place / f"{type(self).__name__}.{self._testMethodName}"
         shutil.rmtree(folder, ignore_errors=True)
         folder.mkdir(parents=True)
         return folder

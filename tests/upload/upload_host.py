@@ -1,27 +1,10 @@
 """A host with the library beside it, whose reports go to an address of the test's choice."""
 
 import pathlib
-import re
 import shutil
 
 from driven_host import DrivenHost
-from support.host import LIBRARY_FILES
-
-_FORM_URL = re.compile(rb"http://([^/\0]+)(/index\.php\?option=com_mosforms)\0")
-
-
-def aim_library(dll, address):
-    """Puts another server into the form's URL of a Wendax.dll, the one difference to what ships.
-
-    The shipped library knows one server, by a name that reaches nobody.
-    """
-    content = dll.read_bytes()
-    found, = _FORM_URL.finditer(content)
-    url = b"http://" + address.encode("ascii") + found[2] + b"\0"
-    if len(url) > len(found[0]):
-        raise ValueError(f"{address} is longer than the server's name in {dll}: configure with a longer "
-                         "WENDAX_UPLOAD_SERVER")
-    dll.write_bytes(content[:found.start()] + url.ljust(len(found[0]), b"\0") + content[found.end():])
+from support.host import LIBRARY_FILES, redirect
 
 
 class UploadHost:
@@ -36,7 +19,7 @@ class UploadHost:
         for name in LIBRARY_FILES:
             shutil.copy(case.product(name), self.folder)
         if address:
-            aim_library(self.folder / "Wendax.dll", address)
+            redirect(self.folder / "Wendax.dll", "--upload-server", address)
 
     def start(self, **options):
         return self.wine.start(self.exe, cwd=self.folder, **options)
