@@ -2,6 +2,13 @@
 
 #include "report/fault_helper.h"
 
+namespace {
+
+// More than fits into a report's body: ends with a helper that never does.
+constexpr unsigned kLongestDescription = 40000; // bytes
+
+} // namespace
+
 IMPLEMENT_DYNAMIC(CSeException, CException)
 
 CSeException::CSeException(unsigned int code, EXCEPTION_POINTERS* pointers) : m_code(code), m_pointers(pointers) {}
@@ -21,8 +28,10 @@ void CSeException::GetFaultDescription(CStdString& text) {
     text += "Stack Trace:\n";
     if (!helper.has_stack())
         return;
-    for (const char* line = helper.first_stack_line(m_pointers); line; line = helper.next_stack_line(m_pointers)) {
+    const char* line = helper.first_stack_line(m_pointers);
+    while (line && text.length() < kLongestDescription) {
         text += line;
         text += "\n";
+        line = helper.next_stack_line(m_pointers);
     }
 }
