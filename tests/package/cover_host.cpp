@@ -1,12 +1,16 @@
 // Covers its thread in the way that is named, faults, and says what came of it; built once for each C runtime.
 //
-// usage: cover_host init | cover | twice | chain
+// usage: cover_host init | cover | twice | chain | abort
+#include <signal.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "wendax.h"
 
 extern "C" __declspec(dllimport) int __stdcall SetThreadStackGuarantee(unsigned long* bytes);
+extern "C" __declspec(dllimport) void __stdcall RaiseException(unsigned long code, unsigned long flags,
+                                                               unsigned long count, const unsigned long* arguments);
 
 namespace {
 
@@ -23,11 +27,20 @@ void __cdecl note_and_pass_on(unsigned int code, _EXCEPTION_POINTERS* pointers) 
     APISeTranslator(code, pointers);
 }
 
+// What docs/host-guide.md says of ends that are no exceptions.
+void __cdecl raise_instead(int) {
+    RaiseException(0xE0000001, 0, 0, nullptr);
+}
+
 void cover(const char* way) {
     if (strcmp(way, "init") == 0) {
         InitCrushReport();
     } else if (strcmp(way, "chain") == 0) {
         WendaxCoverThread(note_and_pass_on);
+    } else if (strcmp(way, "abort") == 0) {
+        WendaxCoverThread(note_and_pass_on);
+        signal(SIGABRT, raise_instead);
+        work = abort;
     } else {
         printf("before %s\n", WendaxCoverThread() ? "covered" : "bare");
         if (strcmp(way, "twice") == 0)

@@ -20,6 +20,9 @@ class Cover(runner.Case):
     def test_translator_of_the_host_comes_first(self):
         self.assertEqual(self.lines("chain"), ["stack reserved", "code C0000005", CAUGHT])
 
+    def test_abort_becomes_a_fault_where_the_host_lets_it(self):
+        self.assertEqual(self.lines("abort"), ["stack reserved", "code E0000001", CAUGHT])
+
 
 class CoverWithMsvcr120(Cover):
     program = "cover_msvcr120_host.exe"
