@@ -9,16 +9,16 @@ CTime::CTime(int year, int month, int day, int hour, int minute, int second) {
     parts.tm_min = minute;
     parts.tm_sec = second;
     parts.tm_isdst = -1;
-    m_time = mktime(&parts);
+    m_time = _mktime64(&parts);
 }
 
 CTime CTime::GetCurrentTime() {
-    return CTime(time(nullptr));
+    return CTime(_time64(nullptr));
 }
 
 CString CTime::Format(LPCSTR pFormat) const {
     char text[128];
-    const struct tm* const parts = localtime(&m_time);
+    const struct tm* const parts = _localtime64(&m_time);
     if (!parts || strftime(text, sizeof(text), pFormat, parts) == 0)
         return CString();
     return CString(text);

@@ -1,4 +1,4 @@
-// CTime: a point in time, shown in local time.
+// CTime: a point in time, shown in local time. Seconds have 64 bits: those of 32 end in January 2038.
 #pragma once
 
 #include <time.h>
@@ -11,18 +11,18 @@
 class CTime {
 public:
     CTime() : m_time(0) {}
-    CTime(time_t time) : m_time(time) {} // seconds since 1970, UTC
+    CTime(__time64_t time) : m_time(time) {} // seconds since 1970, UTC
     // Local time.
     CTime(int year, int month, int day, int hour, int minute, int second);
 
     static CTime GetCurrentTime();
 
-    time_t GetTime() const { return m_time; }
+    __time64_t GetTime() const { return m_time; }
 
     // strftime on the local time, in the process's locale. Empty when the result is longer than 127 bytes or the time
     // is outside what the C runtime can show.
     CString Format(LPCSTR pFormat) const;
 
 private:
-    time_t m_time;
+    __time64_t m_time;
 };
