@@ -1,6 +1,8 @@
 // CString: the framework's text. Copies share one counted block until one of them is written to.
 #pragma once
 
+#include <string.h>
+
 #include <windows.h>
 
 // Lies in front of the characters of a CString's block.
@@ -50,6 +52,7 @@ private:
     LPSTR m_pchData;
 };
 
+// Byte by byte up to the first NUL, whatever the locale takes for equal; null is the empty text.
 inline bool operator==(const CString& a, LPCSTR b) {
-    return lstrcmpA(a, b) == 0;
+    return strcmp(a, b ? b : "") == 0;
 }

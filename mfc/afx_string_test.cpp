@@ -17,6 +17,14 @@ TEST(CString, Starts_empty_and_takes_null_as_empty) {
     EXPECT_TRUE(CString("").IsEmpty());
 }
 
+TEST(CString, Equals_a_text_of_the_same_bytes_alone) {
+    const CString text("co\xADop"); // a soft hyphen, which the locale's order ignores
+    EXPECT_TRUE(text == "co\xADop");
+    EXPECT_FALSE(text == "coop");
+    EXPECT_FALSE(text == nullptr);
+    EXPECT_TRUE(CString() == nullptr);
+}
+
 TEST(CString, Copies_share_until_one_is_written_to) {
     CString first("shared");
     CString second(first);
