@@ -6,6 +6,7 @@
 #include "glib/gdi_handle.h"
 #include "glib/gdiplus_init.h"
 #include "glib/save_record.h"
+#include "win/fault_guard.h"
 
 namespace {
 
@@ -31,7 +32,9 @@ CStdString screenshot_path() {
     return path;
 }
 
-void write_screenshot(const CStdString& path) {
+namespace {
+
+void grab_and_write(const CStdString& path) {
     const RECT screen = {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
     glib::Bitmap bitmap(copy_screen_to_bitmap(&screen));
     glib::Film film;
@@ -43,6 +46,13 @@ void write_screenshot(const CStdString& path) {
     const glib::JPGSave options(jpeg_quality);
     film.Save(path.c_str(), &options);
     DeleteObject(bitmap.release());
+}
+
+} // namespace
+
+void write_screenshot(const CStdString& path) {
+    // A display driver may be what has failed: its fault costs the screenshot, not the report.
+    win::run_guarded([&] { grab_and_write(path); });
 }
 
 void set_up_screenshot_format() {

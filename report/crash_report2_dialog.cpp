@@ -4,6 +4,7 @@
 #include "report/running_dialog.h"
 #include "report/upload_texts.h"
 #include "resources/ids.h"
+#include "win/fault_guard.h"
 
 class CCrashReport2::CCrushDialog : public report::RunningDialog<CCrashReport2::CCrushDialog> {
 public:
@@ -42,12 +43,14 @@ void enable_buttons(HWND dialog, BOOL enabled) {
     EnableWindow(GetDlgItem(dialog, IDOK), enabled);
 }
 
+// Neither exception nor fault may pass through the window procedure; to the user they are a failed upload.
 bool upload_newest() {
+    bool uploaded = false;
     try {
-        return CCrashReport2::m_pThis && CCrashReport2::m_pThis->Upload();
+        win::run_guarded([&] { uploaded = CCrashReport2::m_pThis && CCrashReport2::m_pThis->Upload(); });
     } catch (const gen::genlib_error&) {
-        return false; // No exception may pass through the window procedure; to the user it is a failed upload.
     }
+    return uploaded;
 }
 
 } // namespace

@@ -18,7 +18,7 @@ CStdString helper_path() {
 
 // The entries are __cdecl, and a helper built with __stdcall removes its arguments itself: the stack pointer is kept in
 // a register over the call, so that either does. No object with a destructor lives in these two functions: should the
-// helper fault, the exception passes through them.
+// helper fault, the fault passes through them.
 __attribute__((noinline)) const char* call(FARPROC entry, const void* argument) {
     const char* result;
     __asm__ volatile("movl %%esp, %%esi\n\t"

@@ -17,6 +17,12 @@ private:
     HCURSOR m_previous;
 };
 
+// Takes the dialog from the screen, also when a fault passes.
+struct DialogWindow {
+    HWND window;
+    ~DialogWindow() { DestroyWindow(window); }
+};
+
 } // namespace
 
 ReportDialog::ReportDialog(HINSTANCE icon_module, HINSTANCE library, int template_id)
@@ -50,6 +56,7 @@ int ReportDialog::run(DLGPROC procedure) {
     if (!dialog)
         return 0;
     const CursorScope arrow(reinterpret_cast<LPCSTR>(IDC_ARROW));
+    const DialogWindow owner = {dialog}; // goes before the cursor comes back
     MSG message;
     while (m_running) {
         if (!PeekMessageA(&message, dialog, 0, 0, PM_NOREMOVE)) {
@@ -66,7 +73,6 @@ int ReportDialog::run(DLGPROC procedure) {
         TranslateMessage(&message);
         DispatchMessageA(&message);
     }
-    DestroyWindow(dialog);
     return m_result;
 }
 

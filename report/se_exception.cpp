@@ -1,11 +1,22 @@
 #include "report/se_exception.h"
 
 #include "report/fault_helper.h"
+#include "win/fault_guard.h"
 
 namespace {
 
 // More than fits into a report's body: ends with a helper that never does.
-constexpr unsigned kLongestDescription = 40000; // bytes
+constexpr unsigned longest_description = 40000; // bytes
+constexpr char helper_fault[] = "(faultkit.dll met a fault)";
+
+void append_stack(const FaultHelper& helper, EXCEPTION_POINTERS* pointers, CStdString& text) {
+    const char* line = helper.first_stack_line(pointers);
+    while (line && text.length() < longest_description) {
+        text += line;
+        text += "\n";
+        line = helper.next_stack_line(pointers);
+    }
+}
 
 } // namespace
 
@@ -22,16 +33,13 @@ void CSeException::GetFaultDescription(CStdString& text) {
     }
     if (helper.has_reason()) {
         text += "Crush Expantion:\n"; // Kept: readers of these reports look for this spelling.
-        text += helper.reason(m_pointers);
+        if (!win::run_guarded([&] { text += helper.reason(m_pointers); }))
+            text += helper_fault;
         text += "\n\n";
     }
     text += "Stack Trace:\n";
-    if (!helper.has_stack())
-        return;
-    const char* line = helper.first_stack_line(m_pointers);
-    while (line && text.length() < kLongestDescription) {
-        text += line;
+    if (helper.has_stack() && !win::run_guarded([&] { append_stack(helper, m_pointers, text); })) {
+        text += helper_fault;
         text += "\n";
-        line = helper.next_stack_line(m_pointers);
     }
 }

@@ -16,7 +16,7 @@ public:
     unsigned int code() const { return m_code; }
 
     // Replaces the text by the fault's reason and stack trace, which faultkit.dll beside the host's executable gives.
-    // Throws gen::genlib_error.
+    // Where the helper faults, a note stands in place of what it should have said. Throws gen::genlib_error.
     void GetFaultDescription(CStdString& text);
 
 private:

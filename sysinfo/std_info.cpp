@@ -3,18 +3,32 @@
 #include "sysinfo/browser_version.h"
 #include "sysinfo/host_application.h"
 #include "sysinfo/system_info_text.h"
+#include "win/fault_guard.h"
+
+namespace {
+
+// What a probe finds out. One that faults, in a printer's driver for instance, costs its own section only.
+template <class Probe>
+CStdString Section(Probe probe) {
+    CStdString text;
+    if (!win::run_guarded([&] { text = probe(); }))
+        text = "\nNot accessible: a fault occurred.\n";
+    return text;
+}
+
+} // namespace
 
 CStdInfo::CStdInfo() = default;
 CStdInfo::~CStdInfo() = default;
 
 CStdString CStdInfo::GetSystemInfoText() {
-    const CStdString windows = GetWindowsVersionText();
-    const CStdString module = GetModuleInfoText(GetModuleHandleA(nullptr));
-    const CStdString cpu = GetCpuInfoText();
-    const CStdString display = m_monitor.GetDisplayText();
-    const CStdString browser = GetInternetExplorerVersionText();
-    const CStdString printers = GetPrintersText();
-    const CStdString host = GetHostApplicationText();
+    const CStdString windows = Section([this] { return GetWindowsVersionText(); });
+    const CStdString module = Section([this] { return GetModuleInfoText(GetModuleHandleA(nullptr)); });
+    const CStdString cpu = Section([this] { return GetCpuInfoText(); });
+    const CStdString display = Section([this] { return m_monitor.GetDisplayText(); });
+    const CStdString browser = Section([] { return GetInternetExplorerVersionText(); });
+    const CStdString printers = Section([this] { return GetPrintersText(); });
+    const CStdString host = Section([this] { return GetHostApplicationText(); });
     return sysinfo::JoinSections({windows.c_str(), module.c_str(), cpu.c_str(), display.c_str(), browser.c_str(),
                                   printers.c_str(), host.c_str()});
 }
