@@ -5,11 +5,11 @@ import os
 import shutil
 import sys
 
-from loopback import loopback_address, need_port_80
 from php_server import PhpServer
 from support import report_dialog
 from support.desktop import Desktop
 from support.host import LIBRARY_FILES, redirect
+from support.loopback import loopback_address, need_port_80
 from support.prefix import fresh_prefix
 from support.processes import REPO, wait_until
 from support.wine import Wine

@@ -11,7 +11,7 @@ import sys
 
 from support.processes import REPO
 
-_INSIDE = "WENDAX_TEST_OWN_NETWORK"
+_INSIDE = "WENDAX_TEST_OWN_NAMESPACE"
 
 
 class NoPort(Exception):
@@ -38,20 +38,35 @@ def loopback_address(port=80):
     raise NoPort(f"port {port} is taken on every loopback address that was tried")
 
 
-def need_port_80():
+def need_port_80(own_mounts=False):
     """To be called first by a program that needs the port. Where only root may have it, the program starts again in a
-    network of its own, of which every user is the master; what it runs in Wine runs there too."""
-    if os.environ.pop(_INSIDE, None):
+    network of its own, of which every user is the master; what it runs in Wine runs there too.
+
+    own_mounts: it also starts again among mounts of its own, so that it can mount what nobody else sees.
+    """
+    inside = os.environ.pop(_INSIDE, None)
+    if inside == "network":
         _bring_loopback_up()
+    trouble = None
     try:
         loopback_address()
-    except NoPort as trouble:
-        namespace = ["unshare", "--user", "--map-root-user", "--net"]
-        if subprocess.run([*namespace, "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
+    except NoPort as reason:
+        trouble = reason
+    if inside or not (trouble or own_mounts):
+        if trouble:
             sys.exit(f"{sys.argv[0]}: {trouble}")
+        return
+    network = trouble or os.geteuid() != 0
+    namespace = ["unshare", *(["--user", "--map-root-user", "--net"] if network else []),
+                 *(["--mount"] if own_mounts else [])]
+    done = subprocess.run([*namespace, "true"], stderr=subprocess.PIPE, check=False)
+    if done.returncode != 0:
+        sys.exit(f"{sys.argv[0]}: {trouble or done.stderr.decode(errors='replace')}")
+    if network:
         # In there Wine's server is another one: the one out here must have written back what it holds.
         subprocess.run([REPO / "scripts" / "lib" / "wineserver", "-w"], timeout=120, check=True)
-        os.execvpe(namespace[0], [*namespace, sys.executable, *sys.argv], {**os.environ, _INSIDE: "1"})
+    os.execvpe(namespace[0], [*namespace, sys.executable, *sys.argv],
+               {**os.environ, _INSIDE: "network" if network else "mounts"})
 
 
 def _bring_loopback_up():

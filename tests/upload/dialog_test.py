@@ -3,12 +3,12 @@
 import subprocess
 import threading
 
-from loopback import loopback_address, need_port_80
 from php_server import PhpServer
 from support import Case, WaitTimeout, main, report_dialog, wait_until
-from upload_body import CONFIRMATION, upload_body
+from support.loopback import loopback_address, need_port_80
+from support.upload_body import CONFIRMATION, upload_body
+from support.web_server import WebServer, answering, http_answer
 from upload_host import UploadHost
-from web_server import WebServer, answering, http_answer
 
 YES = answering(b"Well: " + CONFIRMATION)
 

@@ -6,10 +6,10 @@ import re
 import socket
 import stat
 
-from loopback import loopback_address
 from php_server import PhpServer
 from support import Case, main
-from upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, upload_body
+from support.loopback import loopback_address
+from support.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, upload_body
 
 PORT = 8080
 GOOD = {

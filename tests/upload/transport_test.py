@@ -7,10 +7,10 @@ address of their own.
 import dataclasses
 import threading
 
-from driven_host import DrivenHost
-from loopback import loopback_address, need_port_80
+from support.driven_host import DrivenHost
 from support import Case, WaitTimeout, main
-from web_server import WebServer, answering, http_answer
+from support.loopback import loopback_address, need_port_80
+from support.web_server import WebServer, answering, http_answer
 
 # GetLastError() as WinINet gives it.
 NAME_NOT_RESOLVED = 12007

@@ -3,7 +3,7 @@
 import pathlib
 import shutil
 
-from driven_host import DrivenHost
+from support.driven_host import DrivenHost
 from support.host import LIBRARY_FILES, redirect
 
 

@@ -3,13 +3,13 @@
 import os
 import re
 
-from loopback import loopback_address, need_port_80
 from php_server import PhpServer
 from support import Case, main
+from support.loopback import loopback_address, need_port_80
 from support.processes import REPO
-from upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body
+from support.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body
+from support.web_server import WebServer, answering, http_answer
 from upload_host import UploadHost
-from web_server import WebServer, answering, http_answer
 
 YES = b"Well: " + CONFIRMATION
 
