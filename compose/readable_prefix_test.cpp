@@ -23,6 +23,7 @@ TEST(ReadablePrefix, Ends_at_the_first_page_that_can_not_be_read) {
         EXPECT_EQ(readable_prefix(block.data(), size), size);
         EXPECT_EQ(readable_prefix(block.data(), size + 1), size);
         EXPECT_EQ(readable_prefix(block.data(), size + 4096), size);
+        EXPECT_EQ(readable_prefix(block.data(), size + 20000), size);
     }
 }
 

@@ -54,6 +54,33 @@ TEST_F(File, Exclusive_file_is_not_shared) {
     EXPECT_FALSE(second.Open(path.c_str(), CFile::modeRead | CFile::shareDenyNone));
 }
 
+TEST_F(File, Shared_file_is_read_while_another_writes_it) {
+    CFile log, reader;
+    ASSERT_TRUE(log.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite | CFile::shareDenyNone));
+    log.Write("so far", 6);
+    ASSERT_TRUE(reader.Open(path.c_str(), CFile::modeRead | CFile::shareDenyNone));
+    char bytes[8];
+    EXPECT_EQ(reader.Read(bytes, sizeof(bytes)), 6u);
+}
+
+// A pipe that doesn't wait takes what it has room for, and says that all went well.
+TEST_F(File, Write_of_a_part_only_is_a_full_disk) {
+    HANDLE reading;
+    CFile file;
+    ASSERT_TRUE(CreatePipe(&reading, &file.m_hFile, nullptr, 4096));
+    DWORD mode = PIPE_NOWAIT;
+    ASSERT_TRUE(SetNamedPipeHandleState(file.m_hFile, &mode, nullptr, nullptr));
+    const std::string much(1 << 20, 'x');
+    try {
+        file.Write(much.data(), static_cast<UINT>(much.size()));
+        FAIL() << "nothing was thrown";
+    } catch (CFileException* error) {
+        EXPECT_EQ(error->m_lOsError, ERROR_DISK_FULL);
+        error->Delete();
+    }
+    CloseHandle(reading);
+}
+
 TEST_F(File, Writing_to_a_file_open_for_reading_throws_a_pointer) {
     CFile file;
     ASSERT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite));

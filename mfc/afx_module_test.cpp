@@ -30,6 +30,18 @@ TEST(Module, Extension_module_joins_the_chain_and_leaves_it) {
     EXPECT_EQ(CDynLinkLibrary::first(), nullptr);
 }
 
+TEST(Module, Library_that_leaves_the_chain_leaves_the_others_in_it) {
+    AFX_EXTENSION_MODULE state = {};
+    ASSERT_TRUE(AfxInitExtensionModule(state, GetModuleHandleA("kernel32.dll")));
+    CDynLinkLibrary first(state);
+    {
+        CDynLinkLibrary second(state), third(state);
+        EXPECT_EQ(CDynLinkLibrary::first(), &third);
+    }
+    EXPECT_EQ(CDynLinkLibrary::first(), &first);
+    EXPECT_EQ(first.m_pNextDLL, nullptr);
+}
+
 TEST(WaitCursor, Shows_the_hourglass_and_puts_the_old_cursor_back) {
     const HCURSOR arrow = LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW));
     const HCURSOR wait = LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_WAIT));

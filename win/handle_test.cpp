@@ -66,4 +66,36 @@ TEST_F(Handle, File_handle_is_invalid_as_all_ones_and_kernel_handle_as_null) {
     EXPECT_FALSE(win::KernelHandle(nullptr));
 }
 
+TEST(HandleKinds, Each_closes_what_it_holds) {
+    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    DWORD flags;
+    {
+        const win::KernelHandle owner(event);
+        EXPECT_TRUE(GetHandleInformation(event, &flags));
+    }
+    EXPECT_FALSE(GetHandleInformation(event, &flags));
+
+    const HANDLE nothing = CreateFileA("NUL", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    {
+        const win::FileHandle owner(nothing);
+        EXPECT_TRUE(GetHandleInformation(nothing, &flags));
+    }
+    EXPECT_FALSE(GetHandleInformation(nothing, &flags));
+
+    win::RegistryKey key;
+    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE", 0, KEY_READ, key.put()), ERROR_SUCCESS);
+    const HKEY opened = key.get();
+    key.reset();
+    EXPECT_NE(RegQueryInfoKeyA(opened, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr),
+              ERROR_SUCCESS);
+
+    ASSERT_EQ(GetModuleHandleA("winmm.dll"), nullptr);
+    {
+        const win::LibraryHandle owner(LoadLibraryA("winmm.dll"));
+        EXPECT_TRUE(owner);
+    }
+    EXPECT_EQ(GetModuleHandleA("winmm.dll"), nullptr);
+}
+
 } // namespace

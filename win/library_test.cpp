@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <string>
+
 #include "win/handle.h"
 #include "win/library.h"
 
@@ -16,6 +19,18 @@ TEST(Library, System_library_is_the_one_of_the_system_folder) {
 
 TEST(Library, Missing_system_library_is_null) {
     EXPECT_EQ(win::load_system_library("no such library.dll"), nullptr);
+}
+
+// A stranger's DLL in the folder where a program was put, or from which it was started.
+TEST(Library, Library_beside_the_program_is_not_taken_for_the_systems) {
+    char folder[MAX_PATH], program[MAX_PATH];
+    GetSystemDirectoryA(folder, sizeof(folder));
+    GetModuleFileNameA(nullptr, program, sizeof(program));
+    const std::string planted = std::string(program, strrchr(program, '\\') + 1) + "planted.dll";
+    ASSERT_TRUE(CopyFileA((std::string(folder) + "\\version.dll").c_str(), planted.c_str(), FALSE));
+    EXPECT_EQ(win::load_system_library("planted.dll"), nullptr);
+    EXPECT_TRUE(win::LibraryHandle(LoadLibraryA("planted.dll"))) << "the bare name finds it";
+    DeleteFileA(planted.c_str());
 }
 
 TEST(Library, Function_is_found_by_name_or_null) {
