@@ -145,6 +145,13 @@ Picture measure_picture(ImageFormat format, ByteSource* source) {
     return picture;
 }
 
+int has_wide_samples(ByteSource* source) {
+    stbi__context* context = start(source);
+    int wide = stbi__pnm_is16(context);
+    free_memory(context);
+    return wide;
+}
+
 Picture decode_picture(ImageFormat format, ByteSource* source) {
     Picture picture = measure_picture(format, source);
     stbi__context* context;
@@ -235,7 +242,7 @@ void encode_picture(ImageFormat format, const Picture* picture, EncodeChoice cho
         done = stbi_write_jpg_to_func(write_callback, sink, width, height, channels, picture->pixels, choice.quality);
         break;
     case image_png:
-        stbi_write_png_compression_level = choice.compression ? choice.compression : 8;
+        stbi_write_png_compression_level = choice.compression < 1 ? 8 : choice.compression > 9 ? 9 : choice.compression;
         done = stbi_write_png_to_func(write_callback, sink, width, height, channels, picture->pixels, 0);
         break;
     case image_bmp:

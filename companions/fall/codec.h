@@ -32,6 +32,9 @@ int has_format(ImageFormat format, ByteSource* source);
  * as check_size() does. */
 Picture measure_picture(ImageFormat format, ByteSource* source);
 
+/* 1 if the samples of a PGM or PPM are of 16 bits. */
+int has_wide_samples(ByteSource* source);
+
 /* The first picture, whole. Gives up with BADI if the data is damaged. */
 Picture decode_picture(ImageFormat format, ByteSource* source);
 
@@ -45,7 +48,8 @@ int next_gif_picture(GifDecoder* decoder, Picture* picture, uint32_t* delay);
 
 typedef struct EncodeChoice {
     int quality;     /* JPEG: 1 to 100 */
-    int compression; /* PNG: effort, 1 to 9, 0: the usual. Targa: 1 unpacked, else run lengths. */
+    int compression; /* PNG: effort, 1 to 9, more is 9, less the usual. Targa: 1
+                        unpacked, else run lengths. */
 } EncodeChoice;
 
 /* Writes JPG, PNG, BMP, TGA or HDR; NSUP for the others. HDR wants 3 channels, which it takes for gamma 2.2. */

@@ -248,6 +248,22 @@ TEST(Fall, Takes_a_quality_out_of_range_for_the_nearest) {
     EXPECT_NE(saved(image_jpg, image, glib::JPGSave(1)), saved(image_jpg, image, glib::JPGSave(100)));
 }
 
+TEST(Fall, Takes_an_effort_for_png_out_of_range_for_the_nearest_and_none_for_the_usual) {
+    Image image;
+    fall_test::add_picture(image, 300, 200, 24);
+    const auto with_effort = [&](std::uint32_t effort) {
+        glib::JPGSave options;
+        options.compression = effort;
+        return saved(image_png, image, options);
+    };
+    EXPECT_EQ(with_effort(0), with_effort(8));
+    EXPECT_EQ(with_effort(10), with_effort(9));
+    EXPECT_EQ(with_effort(1000000), with_effort(9));
+    EXPECT_EQ(with_effort(0x7FFFFFFF), with_effort(9));
+    EXPECT_EQ(with_effort(0x80000000), with_effort(8));
+    EXPECT_NE(with_effort(1), with_effort(9));
+}
+
 TEST(Fall, A_jpeg_comes_back_upright_and_close) {
     for (unsigned side : {1u, 7u, 16u, 33u, 100u}) {
         Image image, again;

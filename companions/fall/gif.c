@@ -66,7 +66,6 @@ void measure_gif(ByteSource* source, ImageFileInfo* info) {
     flags = read_source_byte(source);
     skip_source(source, 2);
     skip_palette(source, flags);
-    info->bits_per_pixel = (flags & 0x80) ? (flags & 7) + 1u : 8;
     info->has_alpha = 0;
     for (;;) {
         uint8_t tag = read_source_byte(source);

@@ -16,7 +16,7 @@ extern "C" {
 /* As LoadEntry; gives up with OKAF if pictures were added and the rest is damaged. */
 void load_gif(ByteSource* source, ImageDataExchange* image, int32_t page_index);
 
-/* Counts the pictures without decoding them. */
+/* Counts the pictures without decoding them, and looks for transparent ones. */
 void measure_gif(ByteSource* source, ImageFileInfo* info);
 
 #ifdef __cplusplus

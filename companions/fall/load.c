@@ -1,6 +1,7 @@
 /* Reading: pages, facts and thumbnails. */
 #include "companions/fall/entries.h"
 #include "companions/fall/gif.h"
+#include "companions/fall/stored_depth.h"
 
 typedef struct Reading {
     ImageFormat format;
@@ -39,20 +40,13 @@ ResultCode load_image(ImageFormat format, ImageDataExchange* image, VStream* str
     return run_operation(load, &reading);
 }
 
-static uint32_t read_word(ByteSource* source) {
-    uint32_t high = read_source_byte(source);
-    return high << 8 | read_source_byte(source);
-}
-
 /* The codec counts 4 channels for all. */
-static void measure_psd(ByteSource* source, ImageFileInfo* info) {
-    uint32_t channels;
+static uint32_t psd_has_alpha(ByteSource* source) {
+    uint32_t high;
     rewind_source(source);
     skip_source(source, 12);
-    channels = read_word(source);
-    skip_source(source, 8);
-    info->bits_per_pixel = read_word(source) * (channels < 4 ? 3 : 4);
-    info->has_alpha = channels >= 4;
+    high = read_source_byte(source);
+    return (high << 8 | read_source_byte(source)) >= 4;
 }
 
 static void measure(void* argument) {
@@ -63,13 +57,13 @@ static void measure(void* argument) {
     info->format = format_codes[reading->format];
     info->width = picture.width;
     info->height = picture.height;
-    info->bits_per_pixel = 8 * picture.channels;
+    info->bits_per_pixel = stored_depth(reading->format, &picture, source);
     info->page_count = 1;
     info->has_alpha = picture.channels % 2 == 0;
     if (reading->format == image_gif)
         measure_gif(source, info);
     if (reading->format == image_psd)
-        measure_psd(source, info);
+        info->has_alpha = psd_has_alpha(source);
 }
 
 ResultCode image_info(ImageFormat format, VStream* stream, ImageFileInfo* info) {

@@ -16,6 +16,7 @@ typedef struct Block {
 
 static struct {
     jmp_buf exit;
+    ResultCode code; /* what give_up() was given */
     Block* blocks;
     size_t held;
 } operation;
@@ -30,19 +31,17 @@ static void free_all(void) {
 }
 
 ResultCode run_operation(void (*work)(void*), void* argument) {
-    ResultCode code;
     free_all(); /* what an operation held that ended in a fault, caught by the host */
-    code = (ResultCode)setjmp(operation.exit);
-    if (!code) {
+    operation.code = RCOK;
+    if (setjmp(operation.exit) == 0)
         work(argument);
-        code = RCOK;
-    }
     free_all();
-    return code;
+    return operation.code;
 }
 
 void give_up(ResultCode code) {
-    longjmp(operation.exit, code);
+    operation.code = code;
+    longjmp(operation.exit, 1);
 }
 
 static void unlink_block(Block* block) {
