@@ -205,7 +205,8 @@ bool FrameWalker::find_caller(const Frame& frame, Frame* caller) {
     if (from < frame.sp || from >= stack_end_)
         return false;
     const Level level = level_at(frame.instruction(), from);
-    const bool anchored = anchor_of(from, frame.bp, &anchor);
+    // A link inside what the function itself has taken is stale.
+    const bool anchored = anchor_of(from, frame.bp, &anchor) && anchor.place >= level.floor;
     FrameOrigin origin = FrameOrigin::kGuessed;
     bool found = false;
     if (anchored && level.function.framed && (anchor.call.kind == CallSite::kComputed || entered(anchor, level))) {

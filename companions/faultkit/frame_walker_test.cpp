@@ -86,6 +86,23 @@ TEST_F(FrameWalkerTest, Stale_return_address_of_a_recursion_inside_the_locals_is
     EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
 }
 
+// ebp as a general register may point anywhere, also into what the function itself took.
+TEST_F(FrameWalkerTest, Link_inside_the_functions_own_frame_is_stale) {
+    process.put_frameless_function(kInner);
+    process.memory.put(kInner, {0x83, 0xEC, 0x28}); // sub esp, 40
+    process.put_framed_function(kMiddle);
+    process.put_call(kMiddle + 0x20, kInner);
+    process.put_call_by_register(kOuter + 0x20);
+    process.memory.put_u32(kStack + 0x14, kOuter + 0x20); // of an earlier call
+    process.memory.put_u32(kStack + 0x28, kMiddle + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x10), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.sp, kStack + 0x2C);
+    EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+}
+
 TEST_F(FrameWalkerTest, Call_through_a_pointer_is_believed_when_its_maker_leads_on) {
     for (const std::uint32_t start : {kInner, kMiddle, kOuter})
         process.put_frameless_function(start);
