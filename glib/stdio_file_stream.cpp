@@ -78,7 +78,7 @@ unsigned VStdioFileStream::IsEmpty() {
 }
 
 unsigned VStdioFileStream::HasError() {
-    return m_file && ferror(m_file);
+    return m_file && (m_failed || ferror(m_file));
 }
 
 uint64_t VStdioFileStream::Tell() {

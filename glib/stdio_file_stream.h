@@ -54,5 +54,5 @@ private:
 
     FILE* m_file = nullptr;
     Last m_last = Last::neither;
-    bool m_failed = false; // before the last seek
+    bool m_failed = false; // there was an error before the last seek
 };

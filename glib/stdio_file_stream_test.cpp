@@ -48,6 +48,21 @@ TEST_F(StdioFileStream, Opens_by_both_kinds_of_path) {
     EXPECT_EQ(stream.OpenWide(nullptr, L"rb"), 0u);
 }
 
+TEST_F(StdioFileStream, An_error_stays_until_the_next_open) {
+    fill("content");
+    VStdioFileStream stream;
+    ASSERT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    EXPECT_EQ(stream.WriteByte('x'), 0u);
+    EXPECT_EQ(stream.HasError(), 1u);
+    EXPECT_EQ(stream.SetPosition(0), 1u);
+    EXPECT_EQ(stream.HasError(), 1u);
+    EXPECT_EQ(stream.SetPosition(1), 1u);
+    EXPECT_EQ(stream.ReadByte(), 'o') << "what can be read is";
+    EXPECT_EQ(stream.HasError(), 1u);
+    EXPECT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    EXPECT_EQ(stream.HasError(), 0u);
+}
+
 TEST_F(StdioFileStream, Without_a_file_every_operation_fails) {
     VStdioFileStream stream;
     char line[8];
