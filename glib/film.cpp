@@ -29,9 +29,10 @@ void Film::SetTitle(const char* title, bool only_if_unset) {
 }
 
 Film* Film::Clone() const {
-    Film* copy = new (std::nothrow) Film;
+    Film* copy = nullptr;
     bool copied = false;
     try {
+        copy = new (std::nothrow) Film;
         copied = copy && copy->m_body->CopyFrom(*m_body);
     } catch (gen::genlib_out_of_memory&) {
         // Answered with null, as every lack of memory here.
@@ -48,8 +49,9 @@ void Film::Reset() {
 
 void Film::RemovePage(unsigned index) {
     m_body->pages().remove(index);
-    if (m_body->current_page() >= static_cast<int32_t>(PageCount()))
-        m_body->SetCurrentPage(static_cast<int32_t>(PageCount()) - 1);
+    const int32_t current = m_body->current_page(), last = static_cast<int32_t>(PageCount()) - 1;
+    if (current > last || current > static_cast<int32_t>(index))
+        m_body->SetCurrentPage(current - 1);
 }
 
 uint32_t Film::SourceFormat() const {

@@ -16,6 +16,9 @@ class Slide;
 // off (glib/gdiplus_init.h). Operations that answer with a ResultCode leave the document as it was on failure; out of
 // memory in a container passes out as gen::genlib_out_of_memory.
 //
+// Save records: one with JPEG's format code must be a JPGSave, which modules read to its end; of any other the fields
+// of BaseFormatDesc count.
+//
 // Paths are in the process's ANSI code page. max_width and max_height of a load are both 0 for the picture in full;
 // else the pages come as thumbnails that fit into that size, read from the file if it holds one. An "Append" puts the
 // pages behind those at hand; a "Damaged" takes what is good of a damaged file (OKAF), where the others give BADI and
@@ -57,7 +60,8 @@ public:
     virtual ResultCode SaveWith(const char* path, uint32_t format, uint32_t bits_per_pixel, double resolution_x,
                                 double resolution_y, const BaseFormatDesc* options, uint32_t first_page,
                                 uint32_t page_count);
-    // 19: Writes beside the file and puts the result in its place only when it is complete.
+    // 19: Writes beside the file, by a name that is not taken, and puts the result in its place only when it is
+    // complete.
     virtual ResultCode SaveSafely(const char* path, const BaseFormatDesc* options);
     // 20: Writes over the file. BADA for an empty document, UNSF, NSUP and DISF come before the file is touched; a
     // file that then can't be finished is removed.
@@ -67,8 +71,10 @@ public:
     virtual void SetTitle(const char* title, bool only_if_unset); // 22: null is an empty title
     virtual Film* Clone() const;                                  // 23: the caller deletes it; null without memory
     virtual void Reset();                                         // 24: as new; the progress callback stays
-    virtual void RemovePage(unsigned index);                      // 25: checked, as the four below
-    virtual uint32_t SourceFormat() const;                        // 26: of the last load, 0: none
+    // 25: Checked, as the four below. The current page stays the same one; if it is the one removed, the page behind it
+    // is current then, or the last.
+    virtual void RemovePage(unsigned index);
+    virtual uint32_t SourceFormat() const; // 26: of the last load, 0: none
     // 27 to 30: Of a page; past the end gen::genlib_out_of_range(index, PageCount()).
     virtual uint32_t PageWidth(unsigned index) const;
     virtual uint32_t PageHeight(unsigned index) const;
@@ -99,7 +105,7 @@ public:
 
     unsigned PageCount() const;
     Slide& Page(unsigned index); // checked
-    Slide* AddPage();            // an empty one at the end; null without memory
+    Slide* AddPage();            // an empty one at the end; without memory null, or the exception
     int32_t CurrentPage() const; // -1: none
     void SetCurrentPage(int32_t index);
     const char* Title() const; // until the next change

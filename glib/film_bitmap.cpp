@@ -1,5 +1,6 @@
 // Taking a bitmap of GDI into a document.
 #include <new>
+#include <string.h>
 #include <windows.h>
 
 #include "glib/film.h"
@@ -60,7 +61,8 @@ bool convert_from_16(const BitmapRows& rows, Raster& raster) {
     ChannelMasks masks = masks_555;
     if (rows.info.header.biCompression == BI_BITFIELDS) {
         // The masks stand where the palette would.
-        const DWORD* const given = reinterpret_cast<const DWORD*>(rows.info.colours);
+        uint32_t given[3];
+        memcpy(given, rows.info.colours, sizeof(given));
         masks = {given[0], given[1], given[2]};
     }
     for (uint32_t i = 0; i < rows.height; ++i) // both from the bottom
@@ -104,13 +106,17 @@ bool fill_page(Slide& page, HBITMAP bitmap) {
 unsigned Film::SetSlideBitmap(unsigned index, HBITMAP__* bitmap) {
     if (!bitmap)
         return 0;
-    bool is_new;
-    Slide* page = m_body->TargetPage(index, &is_new);
-    if (!page)
-        return 0;
-    if (fill_page(*page, bitmap))
-        return 1;
-    if (is_new)
+    bool is_new = false;
+    Slide* page = nullptr;
+    try {
+        page = m_body->TargetPage(index, &is_new);
+        if (page && fill_page(*page, bitmap))
+            return 1;
+    } catch (gen::genlib_out_of_memory&) {
+        if (page)
+            page->Clear();
+    }
+    if (page && is_new)
         m_body->pages().remove(m_body->pages().size() - 1);
     return 0;
 }

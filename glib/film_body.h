@@ -30,17 +30,16 @@ public:
 
     gen::array_ptr<Slide>& pages() { return m_pages; }
     const gen::array_ptr<Slide>& pages() const { return m_pages; }
-    // Makes an empty page at the end.
+    // Makes an empty page at the end. Without memory null, or gen::genlib_out_of_memory.
     Slide* AppendPage();
     // The page that a picture put in at `index` goes to: a page at hand, a new one if index is -1 or there are no
-    // pages, null for an index past the end. `is_new` tells which.
+    // pages, null for an index past the end. `is_new` tells which. Without memory as AppendPage.
     Slide* TargetPage(unsigned index, bool* is_new);
 
     int32_t current_page() const { return m_current_page; }
     void SetCurrentPage(int32_t index); // tells every page
 
     void SetProgress(FilmProgressCallback callback, void* context);
-    bool has_progress() const { return m_callback != nullptr; }
     // Calls the callback, if there is one, for the last time.
     void TellEnd();
 
@@ -55,7 +54,8 @@ public:
     ResultCode CanSave(FilterManager& manager, const BaseFormatDesc& options) const;
     ResultCode Save(FilterManager& manager, VStream& stream, const BaseFormatDesc& options);
 
-    // Takes pages, title and format of the other; false, with nothing changed, without memory. The callback stays.
+    // Takes pages, title and format of the other. Without memory nothing is changed: false, or out of memory thrown by
+    // a container. The callback stays.
     bool CopyFrom(const FilmBody& other);
     // No pages, no title, no format, no current page. The callback stays.
     void Reset();

@@ -131,7 +131,6 @@ using Calls = std::vector<std::string>;
 TEST_F(FilmBodyTest, Begins_empty_and_without_a_current_page) {
     EXPECT_EQ(film.pages().size(), 0u);
     EXPECT_EQ(film.current_page(), -1);
-    EXPECT_FALSE(film.has_progress());
     EXPECT_EQ(film.AppendPage()->current_page(), -1);
     film.SetCurrentPage(0);
     EXPECT_EQ(film.pages()[0]->current_page(), 0);

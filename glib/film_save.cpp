@@ -10,7 +10,7 @@ namespace glib {
 
 namespace {
 
-// Writes a file that was not there before, or that is to be lost; none is left if it can't be finished.
+// Writes a file that is new, or whose content is to be lost; none is left if it can't be finished.
 ResultCode write_file(FilmBody& body, const char* path, const BaseFormatDesc& options) {
     VStdioFileStream stream;
     if (!stream.Open(path, "wb"))
@@ -31,6 +31,28 @@ ResultCode write_file(FilmBody& body, const char* path, const BaseFormatDesc& op
     return code;
 }
 
+// Makes an empty file beside `path` whose name nobody has; without one the name is empty.
+CStdString claim_name_beside(const char* path) {
+    constexpr unsigned most_tries = 1000;
+    for (unsigned i = 0; i < most_tries; ++i) {
+        CStdString name = CStdString(path) + ".new";
+        if (i) {
+            CStdString number;
+            number.format("%u", i);
+            name += number;
+        }
+        HANDLE const file =
+            CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (file != INVALID_HANDLE_VALUE) {
+            CloseHandle(file);
+            return name;
+        }
+        if (GetLastError() != ERROR_FILE_EXISTS)
+            break;
+    }
+    return CStdString();
+}
+
 ResultCode save(FilmBody& body, const char* path, const BaseFormatDesc* options, bool safely) {
     if (!path || !options)
         return BADA;
@@ -39,7 +61,9 @@ ResultCode save(FilmBody& body, const char* path, const BaseFormatDesc* options,
         return code;
     if (!safely)
         return write_file(body, path, *options);
-    const CStdString beside = CStdString(path) + ".new";
+    const CStdString beside = claim_name_beside(path);
+    if (beside.empty())
+        return IERR;
     code = write_file(body, beside.c_str(), *options);
     if (succeeded(code) && !MoveFileExA(beside.c_str(), path, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
         DeleteFileA(beside.c_str());
@@ -72,7 +96,7 @@ ResultCode Film::SaveWith(const char* path, uint32_t format, uint32_t bits_per_p
         JPGSave record = usable ? *static_cast<const JPGSave*>(options) : JPGSave();
         return save_as(record);
     }
-    ImageSave record = usable ? *static_cast<const ImageSave*>(options) : ImageSave(format);
+    BaseFormatDesc record = usable ? *options : BaseFormatDesc(format);
     return save_as(record);
 }
 

@@ -24,8 +24,8 @@ public:
     GdiplusImage& operator=(const GdiplusImage&) = delete;
     ~GdiplusImage() { Reset(); }
 
-    // Gives up what it held and takes the image over. False when it is null, GDI+ isn't running, or has no memory; the
-    // image is disposed of then.
+    // Gives up what it held and takes the image over. False when it is null, GDI+ isn't running (an image is gone with
+    // its GDI+), or GDI+ has no memory; then the image is disposed of.
     bool Take(Gdiplus::GpImage* native);
     bool TakeCloneOf(const GdiplusImage& other);
     void Reset();

@@ -29,7 +29,7 @@ struct ImageDataExchange {
     void Clear();
 
     // Gives away the pixels of page i that AddPage made, with the palette index that its module has declared
-    // transparent; empty if the module left the page's record in disorder.
+    // transparent. Whatever else the module wrote into the page's record does not count.
     Raster TakeRaster(unsigned i);
 
     gen::array_ptr<IDEPage> pages;

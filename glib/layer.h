@@ -18,7 +18,7 @@ public:
     Layer& operator=(const Layer&) = delete;
     ~Layer() { delete m_drawing; }
 
-    // Another layer that looks the same; the caller deletes it. Null without memory.
+    // Another layer that looks the same; the caller deletes it. Without memory null, or gen::genlib_out_of_memory.
     Layer* Clone() const;
 
     uint32_t width() const { return m_drawing ? m_drawing->width() : m_raster.width(); }

@@ -37,7 +37,7 @@ public:
     virtual ResultCode Stretch(uint32_t width, uint32_t height, int scale_type, bool fit_rect, bool all_layers);
     // 3: Makes one pixel layer of all, of the page's size, named "Layer 1". What sticks out of the page is cut.
     virtual ResultCode Flatten();
-    // 4: A page that looks the same; the caller deletes it. Null without memory.
+    // 4: A page that looks the same; the caller deletes it. Without memory null, or gen::genlib_out_of_memory.
     virtual Slide* Clone() const;
     // 5: Tells the page which page of its document is the current one, -1: none.
     virtual void SetCurrentPage(int32_t index);

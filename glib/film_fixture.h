@@ -1,0 +1,97 @@
+// For tests: bitmaps of any kind, and documents with a format module beside the test program.
+#pragma once
+
+#include <cstdint>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include "glib/film.h"
+#include "glib/filter_manager.h"
+#include "glib/recorded_boxes.h"
+#include "glib/slide.h"
+
+namespace glib {
+
+// A section of any depth; rows are written as the test wants to see them, from the top.
+class Section {
+public:
+    Section(int width, int height, int bits, bool top_down, const std::vector<uint32_t>& masks_or_palette = {})
+        : height_(height), top_down_(top_down) {
+        struct {
+            BITMAPINFOHEADER header;
+            uint32_t colours[256];
+        } info = {};
+        info.header.biSize = sizeof(info.header);
+        info.header.biWidth = width;
+        info.header.biHeight = top_down ? -height : height;
+        info.header.biPlanes = 1;
+        info.header.biBitCount = static_cast<WORD>(bits);
+        info.header.biCompression = bits == 16 && !masks_or_palette.empty() ? BI_BITFIELDS : BI_RGB;
+        for (size_t i = 0; i < masks_or_palette.size(); ++i)
+            info.colours[i] = masks_or_palette[i];
+        void* bits_of_section = nullptr;
+        handle = CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS, &bits_of_section,
+                                  nullptr, 0);
+        bits_ = static_cast<uint8_t*>(bits_of_section);
+        row_bytes_ = static_cast<int>(row_length(static_cast<uint32_t>(bits), static_cast<uint32_t>(width)));
+    }
+    ~Section() { DeleteObject(handle); }
+    uint8_t* row(int y) { return bits_ + (top_down_ ? y : height_ - 1 - y) * row_bytes_; }
+
+    HBITMAP handle;
+
+private:
+    uint8_t* bits_;
+    int height_, row_bytes_;
+    bool top_down_;
+};
+
+// 0xAARRGGBB, from the top left corner of the page's first layer.
+inline uint32_t colour_at(Film& film, unsigned page, uint32_t x, uint32_t y) {
+    const Raster& raster = film.Page(page).LayerAt(0).raster();
+    std::vector<RGB32> row(raster.width());
+    raster.ReadRow(y, row.data());
+    return static_cast<uint32_t>(row[x].alpha) << 24 | row[x].red << 16 | row[x].green << 8 | row[x].blue;
+}
+
+constexpr uint32_t kXbm = 0x0058424D;
+
+// 9 x 2 pixels.
+inline const char kXbmFile[] = "#define image_width 9\n#define image_height 2\nstatic unsigned char image_bits[] = {\n"
+                               "0x01, 0x01,\n0x80, 0x00};\n";
+
+// The module of the XBM format is at hand, and a name for a file that is not there yet.
+class FilmFixture : public testing::Test {
+protected:
+    void SetUp() override {
+        char path[MAX_PATH];
+        GetModuleFileNameA(nullptr, path, MAX_PATH);
+        folder_of_modules = std::string(path).substr(0, std::string(path).rfind('\\'));
+        filter_manager().SetUp(folder_of_modules.c_str(), "xbm\n");
+        GetTempPathA(MAX_PATH, path);
+        temp = path;
+        GetTempFileNameA(path, "flm", 0, path);
+        file = path;
+        DeleteFileA(file.c_str());
+        clear_recorded_boxes();
+    }
+    void TearDown() override {
+        DeleteFileA(file.c_str());
+        filter_manager().SetUp(nullptr, "fall\n");
+    }
+    std::string on_disk() {
+        std::ostringstream text;
+        text << std::ifstream(file, std::ios::binary).rdbuf();
+        return text.str();
+    }
+    bool exists(const std::string& path) { return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+
+    std::string folder_of_modules, temp, file;
+};
+
+} // namespace glib
