@@ -19,6 +19,15 @@ glib::ResultCode GLIB_CALL GetJPGFileInfo(VStream*, glib::ImageFileInfo*) {
     return glib::RCOK;
 }
 
+// Overflows the stack.
+glib::ResultCode GLIB_CALL LoadJPGImageThumbnail(glib::ImageDataExchange*, VStream*, uint32_t depth, uint32_t) {
+    volatile char taken[1000];
+    taken[depth % 1000] = 1;
+    if (depth)
+        LoadJPGImageThumbnail(nullptr, nullptr, depth + 1, 0);
+    return static_cast<glib::ResultCode>(taken[1]);
+}
+
 glib::ResultCode GLIB_CALL SaveJPGImageData(glib::ImageDataExchange*, VStream*, const glib::BaseFormatDesc*) {
     throw 5;
 }

@@ -68,6 +68,21 @@ class Formats(Case):
         self.assertEqual(self.convert(self.source("in.png"), target, "TIF")["save"], "UNSF")
         self.assertFalse(target.exists())
 
+    def test_what_is_good_of_a_cut_picture_is_taken_where_damage_is_allowed(self):
+        wine = self.wine()
+        whole = self.source("whole.bmp", "-type", "TrueColor")
+        cut = self.artifacts / "cut.bmp"
+        cut.write_bytes(whole.read_bytes()[:9000])
+        facts = {}
+        for path in (whole, cut):
+            result = wine.run(self.product("imaging_host.exe"), "load", wine.prefix.to_windows(path), check=True)
+            facts[path] = dict(line.split(": ", 1) for line in result.text.splitlines())
+        calls = ["AppendDamaged", "Append", "LoadDamaged", "Load", "LoadDamagedPage", "LoadPage"]
+        self.assertEqual(facts[whole], dict.fromkeys(calls, "RCOK") |
+                         {"pages appended": "2", "pages loaded": "1", "pages kept": "1"})
+        self.assertEqual(facts[cut], {call: "OKAF" if "Damaged" in call else "BADI" for call in calls} |
+                         {"pages appended": "1", "pages loaded": "1", "pages kept": "1"})
+
     def test_damaged_and_foreign_files_give_a_result(self):
         whole = self.source("whole.jpg").read_bytes()
         png = self.source("whole.png").read_bytes()

@@ -130,6 +130,21 @@ int formats() {
     return 0;
 }
 
+// A file through each way of loading by its name.
+int load(const char* path) {
+    glib::Film film;
+    print_code("AppendDamaged", film.AppendDamaged(path, 0, 0));
+    print_code("Append", film.Append(path, 0, 0));
+    print_number("pages appended", film.PageCount());
+    print_code("LoadDamaged", film.LoadDamaged(path, 0, 0));
+    print_number("pages loaded", film.PageCount());
+    print_code("Load", film.Load(path, 0, 0));
+    print_code("LoadDamagedPage", film.LoadDamagedPage(path, 0, 0, 0));
+    print_code("LoadPage", film.LoadPage(path, 0, 0, 0));
+    print_number("pages kept", film.PageCount());
+    return 0;
+}
+
 int resource(const char* identifier) {
     glib::Film film;
     print_code("load", film.LoadResource(GetModuleHandleA(nullptr), identifier, RT_RCDATA));
@@ -166,6 +181,11 @@ int module_faults() {
     const char data[] = "data";
     print_code("load", film.LoadMemory(data, sizeof(data), glib::EFormat_JPG));
     print_code("detect", film.LoadMemory(data, sizeof(data), 0));
+    char any_file[MAX_PATH];
+    GetModuleFileNameA(nullptr, any_file, MAX_PATH);
+    print_code("thumbnail", film.LoadAs(any_file, glib::EFormat_JPG, 10, 10));
+    // The stack can overflow once more.
+    print_code("thumbnail again", film.LoadAs(any_file, glib::EFormat_JPG, 10, 10));
     const RECT rect = {0, 0, 8, 8};
     HBITMAP bitmap = copy_screen_to_bitmap(&rect);
     film.SetSlideBitmap(0, bitmap);
@@ -214,6 +234,8 @@ int main(int argc, char** argv) {
     if (!strcmp(command, "convert"))
         return convert(argument(2), argument(3), argument(4), static_cast<unsigned>(atoi(argument(5))),
                        static_cast<unsigned>(atoi(argument(6))));
+    if (!strcmp(command, "load"))
+        return load(argument(2));
     if (!strcmp(command, "formats"))
         return formats();
     if (!strcmp(command, "resource"))

@@ -39,7 +39,8 @@ class Modules(Case):
 
     def test_a_fault_in_a_module_is_a_result(self):
         self.assertEqual(self.facts("module-faults"), {
-            "load": "CFLT", "detect": "CFLT", "save": "CFLT", "formats of one that can't be asked": "0"})
+            "load": "CFLT", "detect": "CFLT", "thumbnail": "CFLT", "thumbnail again": "CFLT", "save": "CFLT",
+            "formats of one that can't be asked": "0"})
 
     def test_a_fault_in_the_start_of_gdiplus_is_swallowed(self):
         self.assertEqual(self.facts("gdiplus-fault"), {
