@@ -31,7 +31,7 @@
 #endif
 
 #ifdef __cplusplus
-class VStream; /* glib/stream.h; opaque to a module that uses the stream services below */
+class VStream; /* opaque to a module that uses the stream services below */
 namespace glib {
 struct BaseFormatDesc;
 struct ImageDataExchange;
@@ -66,7 +66,7 @@ typedef struct IDEPage {
 typedef struct ImageFileInfo {
     uint32_t format;                   /* the format code of the data */
     uint32_t width, height;            /* pixels of the first page */
-    uint32_t bits_per_pixel;           /* as stored in the file: 1 to 128 */
+    uint32_t bits_per_pixel;           /* as stored in the file: 1 to 128; with a palette those of an index */
     uint32_t page_count;               /* at least 1 */
     uint32_t has_alpha, has_thumbnail; /* 0 or 1 */
     uint32_t reserved;                 /* 0 */
@@ -124,6 +124,9 @@ typedef ResultCode(GLIB_CALL* ThumbnailEntry)(ImageDataExchange* image, VStream*
 typedef ResultCode(GLIB_CALL* SaveEntry)(ImageDataExchange* image, VStream* stream, const BaseFormatDesc* options);
 
 #ifdef __cplusplus
+static_assert(sizeof(void*) != 4 || (sizeof(IDEPage) == 72 && sizeof(ImageFileInfo) == 48 &&
+                                     sizeof(ModuleServices) == 44 && sizeof(FilterInfoRequest) == 20),
+              "both sides must agree");
 } // extern "C"
 } // namespace glib
 #endif
