@@ -26,6 +26,21 @@ VMemStream::VMemStream(const void* buffer, uint32_t size) : VMemStream(const_cas
     m_fixed = fixed_for_reading;
 }
 
+#ifdef _MSC_VER
+// The order of the fields is fixed, in the product's ABI.
+struct VMemStream::Layout {
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Winvalid-offsetof"
+    static_assert(offsetof(VMemStream, m_buffer) == 32 && offsetof(VMemStream, m_size) == 40 &&
+                  offsetof(VMemStream, m_position) == 48 && offsetof(VMemStream, m_step) == 56 &&
+                  offsetof(VMemStream, m_capacity) == 64);
+    static_assert(offsetof(VMemStream, m_fixed) == 72 && offsetof(VMemStream, m_end_of_data) == 73 &&
+                  offsetof(VMemStream, m_error) == 74 && offsetof(VMemStream, m_callbacks) == 76);
+    static_assert(sizeof(Callbacks) == 12 && offsetof(Callbacks, release) == 4 && offsetof(Callbacks, reallocate) == 8);
+#pragma clang diagnostic pop
+};
+#endif
+
 VMemStream::~VMemStream() {
     if (m_fixed == growable)
         m_callbacks.release(m_buffer);

@@ -67,6 +67,7 @@ public:
     unsigned Close() override;                              // nothing to do: 1
 
 private:
+    struct Layout; // checked in the source
     enum Buffer : uint8_t { growable = 0, fixed = 1, fixed_for_reading = 2 };
 
     uint64_t left() const { return m_position < m_size ? m_size - m_position : 0; }
