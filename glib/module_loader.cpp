@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "glib/filter_manager.h"
+#include "win/library.h"
 
 namespace glib {
 
@@ -10,14 +11,7 @@ namespace {
 
 class SystemLoader : public ModuleLoader {
 public:
-    void* Load(const char* path, unsigned flags) override {
-        // Without it the system may put a box of its own on the screen when a library is no good.
-        const UINT mode = SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
-        SetErrorMode(mode | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
-        HMODULE module = LoadLibraryExA(path, nullptr, flags);
-        SetErrorMode(mode);
-        return module;
-    }
+    void* Load(const char* path, unsigned flags) override { return win::load_quietly(path, flags); }
     void* Find(void* module, const char* entry) override {
         return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module), entry));
     }

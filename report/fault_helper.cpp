@@ -1,6 +1,9 @@
 #include "report/fault_helper.h"
 
+#include <stdint.h>
+
 #include "base/std_string.h"
+#include "win/library.h"
 
 namespace {
 
@@ -17,36 +20,29 @@ CStdString helper_path() {
 }
 
 // The entries are __cdecl, and a helper built with __stdcall removes its arguments itself: the stack pointer is kept in
-// a register over the call, so that either does. No object with a destructor lives in these two functions: should the
-// helper fault, the fault passes through them.
-__attribute__((noinline)) const char* call(FARPROC entry, const void* argument) {
-    const char* result;
+// a register over the call, so that either does, and an argument more than the entry takes does no harm. No object with
+// a destructor lives in this function: should the helper fault, the fault passes through it.
+__attribute__((noinline)) const char* call(FARPROC entry, uintptr_t first, uintptr_t second) {
+    uintptr_t entry_then_result = reinterpret_cast<uintptr_t>(entry);
     __asm__ volatile("movl %%esp, %%esi\n\t"
-                     "pushl %2\n\t"
-                     "call *%1\n\t"
+                     "pushl %[second]\n\t"
+                     "pushl %[first]\n\t"
+                     "call *%[entry]\n\t"
                      "movl %%esi, %%esp"
-                     : "=a"(result)
-                     : "c"(entry), "d"(argument)
-                     : "esi", "memory", "cc");
-    return result;
+                     : [entry] "+a"(entry_then_result), [first] "+c"(first), [second] "+d"(second)
+                     :
+                     : "esi", "memory", "cc", "st", "st(1)", "st(2)", "st(3)", "st(4)", "st(5)", "st(6)", "st(7)",
+                       "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7");
+    return reinterpret_cast<const char*>(entry_then_result);
 }
 
-__attribute__((noinline)) const char* call(FARPROC entry, unsigned options, const void* argument) {
-    const char* result;
-    __asm__ volatile("movl %%esp, %%esi\n\t"
-                     "pushl %3\n\t"
-                     "pushl %2\n\t"
-                     "call *%1\n\t"
-                     "movl %%esi, %%esp"
-                     : "=a"(result)
-                     : "0"(entry), "c"(options), "d"(argument)
-                     : "esi", "memory", "cc");
-    return result;
+uintptr_t argument(const EXCEPTION_POINTERS* pointers) {
+    return reinterpret_cast<uintptr_t>(pointers);
 }
 
 } // namespace
 
-FaultHelper::FaultHelper() : m_library(LoadLibraryA(helper_path().c_str())) {
+FaultHelper::FaultHelper() : m_library(win::load_quietly(helper_path().c_str())) {
     if (!m_library)
         return;
     m_reason = GetProcAddress(m_library.get(), "GetFaultReason");
@@ -55,13 +51,13 @@ FaultHelper::FaultHelper() : m_library(LoadLibraryA(helper_path().c_str())) {
 }
 
 const char* FaultHelper::reason(EXCEPTION_POINTERS* pointers) const {
-    return call(m_reason, pointers);
+    return call(m_reason, argument(pointers), 0);
 }
 
 const char* FaultHelper::first_stack_line(EXCEPTION_POINTERS* pointers) const {
-    return call(m_first_line, kStackOptions, pointers);
+    return call(m_first_line, kStackOptions, argument(pointers));
 }
 
 const char* FaultHelper::next_stack_line(EXCEPTION_POINTERS* pointers) const {
-    return call(m_next_line, kStackOptions, pointers);
+    return call(m_next_line, kStackOptions, argument(pointers));
 }

@@ -4,6 +4,15 @@
 
 namespace win {
 
+HMODULE load_quietly(const char* path, DWORD flags) {
+    const UINT quiet = SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX;
+    const UINT mode = SetErrorMode(quiet);
+    SetErrorMode(mode | quiet);
+    HMODULE const module = LoadLibraryExA(path, nullptr, flags);
+    SetErrorMode(mode);
+    return module;
+}
+
 HMODULE load_system_library(const char* file_name) {
     CStdString path;
     const UINT length = GetSystemDirectoryA(path.get_buffer(MAX_PATH), MAX_PATH + 1);

@@ -11,6 +11,10 @@ FunctionType* function_of(HMODULE module, const char* name) {
     return reinterpret_cast<FunctionType*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
+// LoadLibraryExA that shows nothing: where a file is damaged, the system would otherwise put a box of its own on the
+// screen. Null when the library can't be loaded; the caller frees it.
+HMODULE load_quietly(const char* path, DWORD flags = 0);
+
 // Loads a DLL of the system by its full path, so that no other file of the name can take its place. Null when there is
 // none; the caller frees it.
 HMODULE load_system_library(const char* file_name);

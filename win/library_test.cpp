@@ -17,6 +17,32 @@ TEST(Library, System_library_is_the_one_of_the_system_folder) {
     EXPECT_EQ(_strnicmp(path, folder, length), 0) << path;
 }
 
+// What the loader tells of each library: the error mode while it was being loaded.
+UINT mode_while_loading;
+
+void CALLBACK note_mode(ULONG, const void*, void*) {
+    mode_while_loading = GetErrorMode();
+}
+
+TEST(Library, Loaded_quietly_shows_no_box_and_leaves_the_mode_as_it_was) {
+    using Register = LONG NTAPI(ULONG, void(CALLBACK*)(ULONG, const void*, void*), void*, void**);
+    const HMODULE loader = GetModuleHandleA("ntdll.dll");
+    void* registered = nullptr;
+    ASSERT_EQ(win::function_of<Register>(loader, "LdrRegisterDllNotification")(0, note_mode, nullptr, &registered), 0);
+    const UINT before = SetErrorMode(SEM_NOALIGNMENTFAULTEXCEPT);
+    {
+        const win::LibraryHandle library(win::load_quietly("avifil32.dll"));
+        ASSERT_TRUE(library);
+        EXPECT_EQ(mode_while_loading & (SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX),
+                  static_cast<UINT>(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX));
+    }
+    EXPECT_EQ(GetErrorMode(), static_cast<UINT>(SEM_NOALIGNMENTFAULTEXCEPT));
+    EXPECT_EQ(win::load_quietly("no such library.dll"), nullptr);
+    EXPECT_EQ(GetErrorMode(), static_cast<UINT>(SEM_NOALIGNMENTFAULTEXCEPT));
+    SetErrorMode(before);
+    win::function_of<LONG NTAPI(void*)>(loader, "LdrUnregisterDllNotification")(registered);
+}
+
 TEST(Library, Missing_system_library_is_null) {
     EXPECT_EQ(win::load_system_library("no such library.dll"), nullptr);
 }

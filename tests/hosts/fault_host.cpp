@@ -35,6 +35,10 @@ void report(const char* caught) {
     if (!options.report)
         return;
     OpenCrushReport(options.own_text ? options.text : caught);
+    if (GetModuleHandleA("faultkit.dll"))
+        say("%s\n", "faultkit.dll is still loaded");
+    if (GetErrorMode() & SEM_FAILCRITICALERRORS)
+        say("%s\n", "the error mode has changed");
     say("%s\n", "reported");
 }
 

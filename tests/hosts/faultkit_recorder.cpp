@@ -31,6 +31,9 @@ extern "C" const char* __cdecl GetNextStackTraceString(unsigned options, EXCEPTI
     return ++lines_given > 2 ? nullptr : line("next", options, pointers);
 }
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+    // A box of the system's own, had this file been damaged.
+    if (reason == DLL_PROCESS_ATTACH && !(GetErrorMode() & SEM_FAILCRITICALERRORS))
+        puts("faultkit.dll: a box could show");
     return TRUE;
 }
