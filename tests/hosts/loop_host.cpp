@@ -1,8 +1,10 @@
 // Opens the e-mail dialog while another thread does something to it; prints the dialog's answer.
 //
-// usage: loop_host quit | sent-command | flood
+// usage: loop_host quit | sent-command | nested | flood
 //   quit          the other thread tells the program to quit: the dialog answers 0, and the order arrives afterwards
 //   sent-command  the other thread presses button 1 by a sent message, which no queue sees
+//   nested        a second dialog opens and closes within the first one's loop, as when a window procedure of the host
+//                 faults and reports that; then button 1 of the first is pressed
 //   flood         messages for another window of the host wait in the queue all the time; a person answers the dialog
 #include <windows.h>
 #include <stdio.h>
@@ -14,19 +16,24 @@ namespace {
 
 HWND other_window;
 
-HWND wait_for_dialog() {
+// The dialog on the screen that is not the one named.
+HWND wait_for_dialog(HWND but = nullptr) {
     for (;;) {
-        HWND const dialog = FindWindowA(nullptr, "Software Error Report");
-        if (dialog && IsWindowVisible(dialog))
-            return dialog;
+        HWND dialog = nullptr;
+        while ((dialog = FindWindowExA(nullptr, dialog, nullptr, "Software Error Report")))
+            if (dialog != but && IsWindowVisible(dialog))
+                return dialog;
         Sleep(10);
     }
 }
 
-// The host's own window tells the program to quit when it gets a WM_APP.
+enum Order { quit = WM_APP, report };
+
 LRESULT CALLBACK other_procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    if (message == WM_APP)
+    if (message == Order::quit)
         PostQuitMessage(7);
+    if (message == Order::report)
+        printf("inner answer %u\n", CCrashReport(nullptr).OpenDlg());
     return DefWindowProcA(window, message, wparam, lparam);
 }
 
@@ -41,7 +48,12 @@ void make_other_window() {
 
 DWORD WINAPI tell_to_quit(void*) {
     wait_for_dialog();
-    SendMessageA(other_window, WM_APP, 0, 0);
+    SendMessageA(other_window, Order::quit, 0, 0);
+    return 0;
+}
+
+DWORD WINAPI press_inner(void* outer) {
+    SendMessageA(wait_for_dialog(static_cast<HWND>(outer)), WM_COMMAND, MAKEWPARAM(2, BN_CLICKED), 0);
     return 0;
 }
 
@@ -52,6 +64,14 @@ DWORD WINAPI send_command(void*) {
         SendMessageA(dialog, WM_NULL, 0, 0);
         Sleep(25);
     }
+    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(1, BN_CLICKED), 0);
+    return 0;
+}
+
+DWORD WINAPI nest(void*) {
+    HWND const dialog = wait_for_dialog();
+    CloseHandle(CreateThread(nullptr, 0, press_inner, dialog, 0, nullptr));
+    SendMessageA(other_window, Order::report, 0, 0);
     SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(1, BN_CLICKED), 0);
     return 0;
 }
@@ -83,6 +103,8 @@ int main(int argc, char** argv) {
         start(tell_to_quit);
     else if (strcmp(mode, "sent-command") == 0)
         start(send_command);
+    else if (strcmp(mode, "nested") == 0)
+        start(nest);
     else if (strcmp(mode, "flood") == 0)
         flood();
     else
