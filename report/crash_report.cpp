@@ -1,9 +1,12 @@
 #include "report/crash_report.h"
 
+#include <new>
+
 #include "capture/screen_grab.h"
 #include "capture/screenshot.h"
 #include "compose/email_tool.h"
 #include "report/destinations.h"
+#include "report/heap_owner.h"
 #include "report/mail_text.h"
 #include "report/resource_scope.h"
 #include "report/se_exception.h"
@@ -13,13 +16,10 @@ namespace {
 
 CStdString system_text() {
     // On the heap: the object holds a work area of 64 KiB, and after a stack overflow little stack is left.
-    struct Owner {
-        CStdInfo* info = new CStdInfo;
-        ~Owner() { delete info; }
-    } owner;
-    if (!owner.info)
+    const report::HeapOwner<CStdInfo> info = {new (std::nothrow) CStdInfo};
+    if (!info.object)
         throw gen::genlib_out_of_memory();
-    return owner.info->GetSystemInfoText();
+    return info.object->GetSystemInfoText();
 }
 
 CStdString debug_text(CSeException* exception) {

@@ -5,11 +5,12 @@
 #include <afxwin.h>
 
 #include "report/crash_report.h"
+#include "report/heap_owner.h"
 #include "report/translator.h"
 
 namespace {
 
-char attachment_path[1024 + 1]; // the last byte stays NUL, so that a path without terminator ends
+char attachment_path[1024 + 1]; // the last byte stays NUL
 int screen_copy_flag;
 
 bool attachment_exists() {
@@ -17,24 +18,19 @@ bool attachment_exists() {
     return finder.FindFile(attachment_path) != FALSE;
 }
 
-// Deletes the report through its virtual destructor.
-struct ReportOwner {
-    CCrashReport* report;
-    ~ReportOwner() { delete report; }
-};
-
 void make_report(const char* marker) {
     const bool of_fault = marker && strcmp(marker, exception_marker) == 0;
-    ReportOwner owner = {new (std::nothrow) CCrashReport(of_fault ? last_translated_exception : nullptr)};
-    if (!owner.report)
+    const report::HeapOwner<CCrashReport> report = {new (std::nothrow)
+                                                        CCrashReport(of_fault ? last_translated_exception : nullptr)};
+    if (!report.object)
         return;
     if (screen_copy_flag)
-        owner.report->AttachScreenCopy();
-    if (owner.report->OpenDlg() != 1)
+        report.object->AttachScreenCopy();
+    if (report.object->OpenDlg() != 1)
         return;
     if (attachment_exists())
-        owner.report->AddAttachment(attachment_path);
-    owner.report->GenerateEmail(0, nullptr, nullptr, nullptr);
+        report.object->AddAttachment(attachment_path);
+    report.object->GenerateEmail(0, nullptr, nullptr, nullptr);
 }
 
 } // namespace
@@ -52,7 +48,7 @@ extern "C" void __cdecl OpenCrushReport(const char* marker) {
 }
 
 extern "C" char* __cdecl SetAttachment(const char* path) {
-    // Kept: a path of 1024 bytes or more has no terminator.
+    // Kept: 1024 bytes and no terminator among them; only the byte behind ends a longer path.
     return strncpy(attachment_path, path ? path : "", sizeof(attachment_path) - 1);
 }
 

@@ -10,6 +10,11 @@ class Api(runner.Case):
         self.assertRegex(done.text, r"checked \d{2}\n")
 
 
+    def test_fault_while_a_report_is_destroyed_destroys_it_no_second_time(self):
+        done = self.wine(self.desktop()).run(self.product("free_host.exe"))
+        self.assertEqual(done.text.splitlines(), ["SEHWendaxExceptionGenerated", "given back 1 times"])
+
+
 class Loop(runner.Case):
     def lines(self, mode):
         return self.wine(self.desktop()).run(self.product("loop_host.exe"), mode).text.splitlines()
@@ -19,6 +24,9 @@ class Loop(runner.Case):
 
     def test_button_pressed_by_a_sent_message_closes_at_once(self):
         self.assertEqual(self.lines("sent-command"), ["answer 1", "cursor restored"])
+
+    def test_dialog_goes_on_after_another_within_its_loop(self):
+        self.assertEqual(self.lines("nested"), ["inner answer 2", "answer 1", "cursor restored"])
 
     def test_messages_for_the_hosts_other_windows_wait_and_keep_nothing_from_showing(self):
         desktop = self.desktop()
