@@ -59,7 +59,7 @@ bool CHttpTransport::Post(const char* url, const void* body, DWORD length) {
     if (!InternetCrackUrlA(url, 0, 0, &parts)) {
         return Fail(GetLastError());
     }
-    m_connection.reset();
+    m_connection.reset(); // Kept: before its request, which goes with it; that one's own closing then finds nothing.
     CStdString host;
     host.assign(parts.lpszHostName, parts.dwHostNameLength);
     CStdString path;

@@ -1,11 +1,13 @@
 #include "net/super_buffer.h"
 
 #include <limits.h>
+#include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
 #ifdef _WIN32
 #include <io.h>
 #else
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -19,13 +21,18 @@ bool exists(const char* path) {
 #endif
 }
 
-// The size of an open file, read from its start afterwards; 0 where it has none (a pipe).
+// Bytes; not a long, which ends at 2 GiB on Windows. Negative where there are none (a pipe).
+int64_t length_of(FILE* file) {
+#ifdef _WIN32
+    return _filelengthi64(_fileno(file));
+#else
+    struct stat status;
+    return fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : -1;
+#endif
+}
+
 unsigned measure(FILE* file) {
-    if (fseek(file, 0, SEEK_END) != 0) {
-        return 0;
-    }
-    const long size = ftell(file);
-    rewind(file);
+    const int64_t size = length_of(file);
     if (size > INT_MAX) {
         gen::throw_out_of_memory();
     }

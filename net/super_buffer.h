@@ -14,7 +14,7 @@
 
 class CSuperBuffer {
 public:
-    // Something to append: nothing at first, then a text or a file.
+    // Something to append: nothing at first, then a text or a file. Set once, appended once.
     class Piece {
     public:
         Piece() = default;
