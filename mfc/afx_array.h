@@ -8,8 +8,8 @@
 #include "mfc/afx_object.h"
 
 // An array that grows by its growth step, or by an eighth of its size (between 4 and 1024 elements) when the step is 0.
-// Elements need a default constructor and an assignment. Exhausted memory throws gen::genlib_out_of_memory, like every
-// container of the library, and leaves the array as it was.
+// Elements need a default constructor, a copy and an assignment. Exhausted memory throws gen::genlib_out_of_memory,
+// like every container of the library, and leaves the array as it was.
 template <class TYPE, class ARG_TYPE>
 class CArray : public CObject {
 public:
@@ -43,11 +43,12 @@ public:
 
     void RemoveAll() { SetSize(0); }
 
-    // Appends a copy; returns its index.
+    // Appends a copy; returns its index. The element may be one of this array.
     int Add(ARG_TYPE element) {
+        TYPE copy(element); // first, while the element is where it was and a failure changes nothing
         const int index = m_nSize;
         SetSize(index + 1);
-        m_pData[index] = element;
+        m_pData[index] = static_cast<TYPE&&>(copy);
         return index;
     }
 

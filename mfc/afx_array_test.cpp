@@ -25,6 +25,31 @@ TEST(CArray, Keeps_the_order_of_what_is_added) {
     EXPECT_STREQ(texts[999].c_str(), "999");
 }
 
+TEST(CArray, Adds_an_element_of_its_own_even_when_it_grows) {
+    Texts texts;
+    CStdString text("a text too long to lie within its object");
+    texts.Add(text);
+    for (int i = 1; i < 100; ++i)
+        texts.Add(texts[i - 1]);
+    for (int i = 0; i < 100; ++i)
+        EXPECT_STREQ(texts[i].c_str(), text.c_str()) << i;
+}
+
+// A copy of it fails as one does for which there is no memory.
+struct Uncopyable {
+    Uncopyable() = default;
+    Uncopyable(const Uncopyable&) { throw gen::genlib_out_of_memory(); }
+    Uncopyable& operator=(const Uncopyable&) { throw gen::genlib_out_of_memory(); }
+    Uncopyable& operator=(Uncopyable&&) = default;
+};
+
+TEST(CArray, Element_that_cannot_be_copied_changes_nothing) {
+    CArray<Uncopyable, Uncopyable&> array;
+    Uncopyable element;
+    EXPECT_THROW(array.Add(element), gen::genlib_out_of_memory);
+    EXPECT_EQ(array.GetSize(), 0);
+}
+
 TEST(CArray, Shrunk_and_grown_again_holds_fresh_elements) {
     Texts texts;
     CStdString text("old");
