@@ -4,12 +4,12 @@
 
 #include "report/se_exception.h"
 
-char exception_marker[] = "SEHWendaxExceptionGenerated";
+const char exception_marker[] = "SEHWendaxExceptionGenerated";
 CSeException* last_translated_exception;
 
 extern "C" void __cdecl APISeTranslator(unsigned int code, EXCEPTION_POINTERS* pointers) {
     // The object before stays: a report may still point to it.
     last_translated_exception = new (std::nothrow) CSeException(code, pointers);
     // A plain char* and not the object: that is what hosts catch. A const char* would not match their handlers.
-    throw static_cast<char*>(exception_marker);
+    throw const_cast<char*>(exception_marker);
 }

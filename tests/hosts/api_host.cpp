@@ -26,6 +26,19 @@ DWORD WINAPI other_thread(void*) {
     return 0;
 }
 
+void check_marker() {
+    try {
+        APISeTranslator(0xE0000001, nullptr);
+    } catch (char* marker) {
+        MEMORY_BASIC_INFORMATION memory = {};
+        VirtualQuery(marker, &memory, sizeof(memory));
+        check(strcmp(marker, WENDAX_MARKER) == 0, "the translator throws the marker");
+        check(memory.Protect == PAGE_READONLY, "nobody can change the marker");
+        return;
+    }
+    check(false, "the translator throws");
+}
+
 void check_attachment() {
     char* const kept = SetAttachment("C:\\a long path\\file.txt");
     check(strcmp(kept, "C:\\a long path\\file.txt") == 0, "the path is copied");
@@ -79,6 +92,7 @@ int main() {
     HANDLE const thread = CreateThread(nullptr, 0, other_thread, nullptr, 0, nullptr);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
+    check_marker();
     check_attachment();
     check_screen_copy();
     check_capture();
