@@ -119,7 +119,9 @@ class CSeException;
 
 /** The e-mail report, for hosts that drive it themselves or derive from it.
  *
- * What OpenCrushReport() makes. One exists at a time, on one thread. No member reports an error. */
+ * What OpenCrushReport() makes. One exists at a time, on one thread. No member reports an error. A host on another C
+ * runtime than msvcrt.dll makes it on the stack or derives from it: its destructor is the library's, so that the memory
+ * of a plain `new` would be freed in the wrong runtime. */
 class WENDAX_IMPORT CCrashReport {
 public:
     /** @param exception  not owned; null for a report without fault details */
@@ -137,7 +139,7 @@ public:
      *
      * Null texts take their defaults, empty ones don't.
      * @param context    0 main, 1 progress, 2 info window, 3 info run, 4 user, 5 image list, 6 watch, any other unknown
-     * @param product    the program's name, in context 0
+     * @param product    the program's name, in context 0 and in every context's remark about the screenshot
      * @param subject    what follows the name in the subject, in context 0
      * @param recipient  an e-mail address */
     virtual void GenerateEmail(int context, const char* product, const char* subject, const char* recipient);
@@ -164,7 +166,7 @@ private:
 
 /** The upload report: sends up to six files to a web form.
  *
- * One exists at a time, on one thread. */
+ * One exists at a time, on one thread. Made as CCrashReport is: on the stack or derived from. */
 class WENDAX_IMPORT CCrashReport2 {
 public:
     /** @param exception  not owned, and no part of the upload; null is fine */

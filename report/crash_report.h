@@ -29,7 +29,8 @@ public:
 
     // Composes the message of one of eight contexts (0 main, 1 progress, 2 info window, 3 info run, 4 user, 5 image
     // list, 6 watch, any other unknown), attaches the files and opens the message through the shell. Null texts take
-    // their defaults, empty ones don't; product and subject belong to context 0. Raises the thread's priority for good.
+    // their defaults, empty ones don't. The subject belongs to context 0, the product to context 0 and to every
+    // context's remark about the screenshot. Raises the thread's priority for good.
     virtual void GenerateEmail(int context, const char* product, const char* subject, const char* recipient);
 
     virtual ~CCrashReport();
