@@ -79,14 +79,16 @@ public:
             throw_out_of_range(i, m_count);
         if (m_count == m_capacity)
             grow(sum(m_capacity, m_step > m_capacity / 2 ? m_step : m_capacity / 2 + 1));
-        memmove(static_cast<void*>(data() + i + 1), data() + i, (static_cast<size_t>(m_count) - i) * sizeof(T));
+        memmove(static_cast<void*>(data() + i + 1), static_cast<const void*>(data() + i),
+                (static_cast<size_t>(m_count) - i) * sizeof(T));
         data()[i] = value;
         ++m_count;
     }
     // Takes element i out; checked.
     void remove(unsigned i) {
         check(i, m_count);
-        memmove(static_cast<void*>(data() + i), data() + i + 1, (static_cast<size_t>(m_count) - i - 1) * sizeof(T));
+        memmove(static_cast<void*>(data() + i), static_cast<const void*>(data() + i + 1),
+                (static_cast<size_t>(m_count) - i - 1) * sizeof(T));
         --m_count;
     }
 

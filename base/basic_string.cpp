@@ -55,6 +55,7 @@ template <typename T>
 basic_string<T>::basic_string(basic_string&& other) noexcept : array<T>(static_cast<array<T>&&>(other)) {}
 
 template <typename T>
+// NOLINTNEXTLINE(*-oop54-cpp): the array looks whether it is itself
 basic_string<T>& basic_string<T>::operator=(const basic_string& other) {
     array<T>::operator=(other);
     if (this->m_count == 0 && this->m_capacity)

@@ -5,7 +5,6 @@
 #include <string.h>
 
 #include "base/bounded_format.h"
-#include "glib/byte_order.h"
 
 const VMemStream::Callbacks VMemStream::process_allocator = {malloc, free, realloc};
 
@@ -137,24 +136,6 @@ uint8_t VMemStream::ReadByte() {
     return m_buffer[m_position++];
 }
 
-template <typename T>
-T VMemStream::read_value() {
-    T value;
-    return Read(&value, sizeof(T), 1) ? glib::in_order(value, big_endian()) : T(0);
-}
-
-uint16_t VMemStream::ReadWord() {
-    return read_value<uint16_t>();
-}
-
-uint32_t VMemStream::ReadDword() {
-    return read_value<uint32_t>();
-}
-
-uint64_t VMemStream::ReadQword() {
-    return read_value<uint64_t>();
-}
-
 uint32_t VMemStream::Read(void* buffer, uint32_t size, uint32_t count) {
     uint64_t bytes = static_cast<uint64_t>(size) * count;
     if (!bytes || !buffer)
@@ -190,24 +171,6 @@ unsigned VMemStream::WriteByte(uint8_t value) {
     return Write(&value, 1, 1);
 }
 
-template <typename T>
-unsigned VMemStream::write_value(T value) {
-    value = glib::in_order(value, big_endian());
-    return Write(&value, sizeof(T), 1);
-}
-
-unsigned VMemStream::WriteWord(uint16_t value) {
-    return write_value(value);
-}
-
-unsigned VMemStream::WriteDword(uint32_t value) {
-    return write_value(value);
-}
-
-unsigned VMemStream::WriteQword(uint64_t value) {
-    return write_value(value);
-}
-
 // Bytes that a seek has jumped over read as zeros, not as what the allocator left there.
 void VMemStream::clear_gap(uint64_t end) {
     if (end > m_size)
@@ -230,10 +193,12 @@ bool VMemStream::grow_to(uint64_t capacity) {
         const size_t bytes = static_cast<size_t>(capacity);
         if (m_callbacks.reallocate) {
             grown = m_callbacks.reallocate(m_buffer, bytes);
-        } else if ((grown = m_callbacks.allocate(bytes))) {
-            if (m_size)
+        } else {
+            grown = m_callbacks.allocate(bytes);
+            if (grown && m_size)
                 memcpy(grown, m_buffer, static_cast<size_t>(m_size));
-            m_callbacks.release(m_buffer);
+            if (grown)
+                m_callbacks.release(m_buffer);
         }
     }
     if (!grown) {

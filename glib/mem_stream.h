@@ -3,9 +3,9 @@
 
 #include <stddef.h>
 
-#include "glib/stream.h"
+#include "glib/ordered_stream.h"
 
-class VMemStream : public VStream {
+class VMemStream : public VOrderedStream {
 public:
     typedef void* (*Allocate)(size_t bytes);                 // null when memory is gone
     typedef void (*Release)(void* memory);                   // null is allowed
@@ -51,15 +51,9 @@ public:
     int64_t ModificationTime() override;      // 0
     unsigned SetSize(uint64_t size) override; // leaves the position; a fixed stream refuses all but its own size
     uint8_t ReadByte() override;
-    uint16_t ReadWord() override;
-    uint32_t ReadDword() override;
-    uint64_t ReadQword() override;
     uint32_t Read(void* buffer, uint32_t size, uint32_t count) override;
     char* ReadLine(char* buffer, uint32_t length) override;
     unsigned WriteByte(uint8_t value) override;
-    unsigned WriteWord(uint16_t value) override;
-    unsigned WriteDword(uint32_t value) override;
-    unsigned WriteQword(uint64_t value) override;
     uint32_t Write(const void* buffer, uint32_t size, uint32_t count) override;
     unsigned WriteString(const char* text) override;
     unsigned WriteFormat(const char* format, ...) override; // cut at 1024 bytes
@@ -74,10 +68,6 @@ private:
     uint64_t copy_in(const uint8_t* bytes, uint64_t count, uint64_t limit);
     void clear_gap(uint64_t end);
     bool grow_to(uint64_t capacity);
-    template <typename T>
-    T read_value();
-    template <typename T>
-    unsigned write_value(T value);
 
     uint8_t* m_buffer;
     uint64_t m_size;

@@ -9,7 +9,7 @@ namespace glib {
 void ModuleList::Clear() {
     for (unsigned i = 0; i < m_count; ++i)
         free(m_names[i]);
-    free(m_names);
+    free(static_cast<void*>(m_names));
     m_names = nullptr;
     m_count = 0;
 }
@@ -29,7 +29,7 @@ void ModuleList::Add(const char* list) {
 
 void ModuleList::add_name(const char* name, size_t length) {
     static const char extension[] = ".dll";
-    char** names = static_cast<char**>(realloc(m_names, (m_count + 1) * sizeof(char*)));
+    char** names = static_cast<char**>(realloc(static_cast<void*>(m_names), (m_count + 1) * sizeof(char*)));
     if (!names)
         throw gen::genlib_out_of_memory();
     m_names = names;

@@ -6,8 +6,6 @@
 #include <sys/stat.h>
 #include <windows.h>
 
-#include "glib/byte_order.h"
-
 VStdioFileStream::~VStdioFileStream() {
     Close();
 }
@@ -126,24 +124,6 @@ uint8_t VStdioFileStream::ReadByte() {
     return byte == EOF ? 0 : static_cast<uint8_t>(byte);
 }
 
-template <typename T>
-T VStdioFileStream::read_value() {
-    T value;
-    return Read(&value, sizeof(T), 1) ? glib::in_order(value, big_endian()) : T(0);
-}
-
-uint16_t VStdioFileStream::ReadWord() {
-    return read_value<uint16_t>();
-}
-
-uint32_t VStdioFileStream::ReadDword() {
-    return read_value<uint32_t>();
-}
-
-uint64_t VStdioFileStream::ReadQword() {
-    return read_value<uint64_t>();
-}
-
 uint32_t VStdioFileStream::Read(void* buffer, uint32_t size, uint32_t count) {
     if (!buffer || !size || !count || count > ~0u / size || !begin(Last::read))
         return 0;
@@ -158,24 +138,6 @@ char* VStdioFileStream::ReadLine(char* buffer, uint32_t length) {
 
 unsigned VStdioFileStream::WriteByte(uint8_t value) {
     return begin(Last::write) && fputc(value, m_file) != EOF;
-}
-
-template <typename T>
-unsigned VStdioFileStream::write_value(T value) {
-    value = glib::in_order(value, big_endian());
-    return Write(&value, sizeof(T), 1);
-}
-
-unsigned VStdioFileStream::WriteWord(uint16_t value) {
-    return write_value(value);
-}
-
-unsigned VStdioFileStream::WriteDword(uint32_t value) {
-    return write_value(value);
-}
-
-unsigned VStdioFileStream::WriteQword(uint64_t value) {
-    return write_value(value);
 }
 
 uint32_t VStdioFileStream::Write(const void* buffer, uint32_t size, uint32_t count) {

@@ -3,12 +3,12 @@
 
 #include <stdio.h>
 
-#include "glib/stream.h"
+#include "glib/ordered_stream.h"
 
 // Before a file is open, and after Close, every operation fails. Reads and writes may follow each other freely: the
 // stream repositions between them, which the runtime demands. Use binary modes ("rb", "wb", "r+b"): sizes and
 // positions are those of the bytes in the file.
-class VStdioFileStream : public VStream {
+class VStdioFileStream : public VOrderedStream {
 public:
     VStdioFileStream() = default;
     ~VStdioFileStream() override; // closes the file
@@ -27,15 +27,9 @@ public:
     int64_t ModificationTime() override;
     unsigned SetSize(uint64_t size) override; // the position stays
     uint8_t ReadByte() override;
-    uint16_t ReadWord() override;
-    uint32_t ReadDword() override;
-    uint64_t ReadQword() override;
     uint32_t Read(void* buffer, uint32_t size, uint32_t count) override;
     char* ReadLine(char* buffer, uint32_t length) override;
     unsigned WriteByte(uint8_t value) override;
-    unsigned WriteWord(uint16_t value) override;
-    unsigned WriteDword(uint32_t value) override;
-    unsigned WriteQword(uint64_t value) override;
     uint32_t Write(const void* buffer, uint32_t size, uint32_t count) override;
     unsigned WriteString(const char* text) override;
     unsigned WriteFormat(const char* format, ...) override; // of any length
@@ -47,10 +41,6 @@ private:
 
     bool begin(Last operation);
     unsigned adopt(FILE* file);
-    template <typename T>
-    T read_value();
-    template <typename T>
-    unsigned write_value(T value);
 
     FILE* m_file = nullptr;
     Last m_last = Last::neither;

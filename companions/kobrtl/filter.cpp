@@ -94,6 +94,7 @@ bool AxisWeights::build(unsigned source, unsigned destination, const Filter& fil
     const Axis axis(source, destination, filter.radius);
     m_size = destination;
     m_source_size = source;
+    // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): the sizes are at least 1
     m_period = destination / greatest_common_divisor(source, destination);
     m_most_taps = 0;
     if (!m_taps.allocate(destination))

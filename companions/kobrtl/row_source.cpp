@@ -25,6 +25,7 @@ bool is_grey_ramp(const Picture& picture) {
 
 void weigh(const uint8_t* pixels, unsigned count, float* out) {
     for (unsigned x = 0; x < count; ++x, pixels += 4, out += 4) {
+        // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): only pixels of four channels are weighed
         const int opacity = pixels[3];
         for (unsigned c = 0; c < 3; ++c)
             out[c] = static_cast<float>(pixels[c] * opacity);
