@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 import zipfile
 
-from support import report_dialog, runner
+from support import documents, report_dialog, runner
 from support.host import Host
 from support.processes import REPO
 
@@ -94,11 +94,7 @@ class Package(PackageCase):
                 self.assertIn(version.replace(".", ", ") + ", 0", text, name)
 
     def test_links_between_the_documents_lead_somewhere(self):
-        root = unpacked()
-        for document in root.rglob("*.md"):
-            for target in re.findall(r"\]\((?!https?:|#)([^)#]+)", document.read_text("utf-8")):
-                with self.subTest(document=document.name, target=target):
-                    self.assertTrue((document.parent / target).exists())
+        self.assertEqual(documents.broken_links(unpacked(), unpacked().rglob("*.md")), [])
 
     def test_first_report_of_the_readme_works_as_it_stands(self):
         text = (unpacked() / "README.md").read_text("utf-8")

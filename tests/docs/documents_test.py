@@ -1,0 +1,45 @@
+"""The documents fit the repository: their links, their picture of the folders, the files that they name."""
+
+import re
+import subprocess
+
+from support import documents, runner
+from support.processes import REPO
+
+FOLDERS = {"base", "bench", "capture", "cmake", "companions", "compose", "crt", "docs", "examples", "fuzz", "glib", "include",
+           "mfc", "net", "packaging", "report", "resources", "scripts", "sysinfo", "tests", "tools", "win"}
+
+
+# Written for the top of the zip; the package's test follows its links.
+ELSEWHERE = REPO / "packaging/README.md"
+
+
+def all_documents():
+    return [path for path in REPO.rglob("*.md") if "build" not in path.relative_to(REPO).parts and path != ELSEWHERE]
+
+
+class Documents(runner.Case):
+    def test_links_lead_somewhere(self):
+        self.assertGreater(len(all_documents()), 10)
+        self.assertEqual(documents.broken_links(REPO, all_documents()), [])
+
+    def test_picture_of_the_folders_is_drawn_from_the_sources(self):
+        done = subprocess.run([REPO / "scripts/draw-architecture", "--check"], text=True, capture_output=True,
+                              timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+
+    def test_files_that_are_named_exist(self):
+        missing = []
+        for document in all_documents():
+            for name in re.findall(r"`([\w./-]+/[\w.-]+\.(?:h|c|cpp|py|md|txt|cmake))`", document.read_text("utf-8")):
+                if name.partition("/")[0] in FOLDERS and not (REPO / name).exists():
+                    missing.append(f"{document.relative_to(REPO)}: {name}")
+        self.assertEqual(missing, [])
+
+    def test_readme_leads_to_every_document(self):
+        named = set(re.findall(r"\]\(docs/([^)#]+\.md)", (REPO / "README.md").read_text("utf-8")))
+        self.assertEqual({path.name for path in (REPO / "docs").glob("*.md")} - named, set())
+
+
+if __name__ == "__main__":
+    runner.main()
