@@ -32,7 +32,7 @@ set(CMAKE_CXX_FLAGS_DEBUG "-O0")
 # The compiler driver would bring a C runtime of its own, so the linker is called directly. Debuggers are told to look for
 # the sources below C:\wendax.
 set(link_flags
-  "/nologo /machine:x86 /nodefaultlib /safeseh /debug /pdbaltpath:%_PDB% /pdbsourcepath:C:/wendax /Brepro /opt:ref /opt:icf /incremental:no")
+  "/nologo /machine:x86 /nodefaultlib /safeseh /debug /pdbaltpath:%_PDB% /pdbsourcepath:C:/wendax /Brepro /opt:ref /opt:icf /incremental:no /merge:.CRT=.rdata")
 foreach(language C CXX)
   set(CMAKE_${language}_CREATE_SHARED_LIBRARY
     "lld-link-19 ${link_flags} /dll /entry:_DllMainCRTStartup@12 <LINK_FLAGS> <OBJECTS> /out:<TARGET> /implib:<TARGET_IMPLIB> <LINK_LIBRARIES>")
@@ -66,6 +66,17 @@ function(wendax_system_library name dll)
       COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/crt/make_import_library.py
         /usr/i686-w64-mingw32/lib/lib${name}.a ${dll} ${WENDAX_IMPORTS}/${name}.lib
       COMMAND_ERROR_IS_FATAL ANY)
+  endif()
+endfunction()
+
+# Code that ships is made small: with -Oz, and optimised as a whole when it is linked, which is when the compiler sees
+# which calls can't throw. crt/ is not, because only then the compiler's own calls into it are found. A threshold of 0
+# takes functions into their callers only where that makes the whole smaller.
+function(wendax_ships target)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Oz;-flto>)
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "SHARED_LIBRARY")
+    target_link_options(${target} PRIVATE $<$<CONFIG:Release>:/mllvm:-inline-threshold=0>)
   endif()
 endfunction()
 
@@ -110,6 +121,7 @@ endfunction()
 function(wendax_dll name)
   cmake_parse_arguments(ARG "" "DEF;RESOURCES" "SOURCES;RESOURCE_FILES;DEPENDS;LIBS" ${ARGN})
   add_library(${name} SHARED ${ARG_SOURCES})
+  wendax_ships(${name})
   set_target_properties(${name} PROPERTIES PREFIX "" SUFFIX ".dll" IMPORT_PREFIX "" IMPORT_SUFFIX ".lib"
     ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib LINKER_LANGUAGE CXX
     LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_DEF})

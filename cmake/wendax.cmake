@@ -7,12 +7,14 @@ include(${CMAKE_CURRENT_LIST_DIR}/ring-${WENDAX_RING}.cmake)
 set(WENDAX_WARNINGS -Wall -Wextra -Werror)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
-# wendax_layer(NAME [SOURCES pure...] [WINDOWS needs_windows...] [PRODUCT needs_structured_exceptions...]
-#              [DEPENDS layers...])
+# wendax_layer(NAME [FAULT_CLEANUP] [TYPE_INFO] [SOURCES pure...] [WINDOWS needs_windows...]
+#              [PRODUCT needs_structured_exceptions...] [DEPENDS layers...])
 # A folder of the library as one static library. SOURCES build in every ring, WINDOWS in product and mingw,
-# PRODUCT in the product alone.
+# PRODUCT in the product alone. In the product, FAULT_CLEANUP keeps count of the objects to destroy at every instruction
+# and not just at calls, for a layer that touches what may be unreadable: memory of the host's, files mapped into memory,
+# drivers. TYPE_INFO is for a layer whose classes hosts derive from and may apply dynamic_cast to.
 function(wendax_layer name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;WINDOWS;PRODUCT;DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "FAULT_CLEANUP;TYPE_INFO" "" "SOURCES;WINDOWS;PRODUCT;DEPENDS" ${ARGN})
   set(sources ${ARG_SOURCES})
   if(NOT WENDAX_RING STREQUAL "native")
     list(APPEND sources ${ARG_WINDOWS})
@@ -23,6 +25,12 @@ function(wendax_layer name)
   if(sources)
     add_library(${name} STATIC ${sources})
     set(scope PUBLIC)
+    if(WENDAX_RING STREQUAL "product")
+      wendax_ships(${name})
+      target_compile_options(${name} PRIVATE
+        $<$<NOT:$<BOOL:${ARG_FAULT_CLEANUP}>>:$<$<COMPILE_LANGUAGE:CXX>:-fno-async-exceptions>>
+        $<$<NOT:$<BOOL:${ARG_TYPE_INFO}>>:$<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>>)
+    endif()
   else()
     add_library(${name} INTERFACE)
     set(scope INTERFACE)

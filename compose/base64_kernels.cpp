@@ -12,16 +12,16 @@ namespace base64 {
 namespace {
 
 // The two characters of each 12-bit number. One look-up for two characters is half the work of one for each, and 8 KB
-// still leave most of a first-level cache to the data.
-struct PairTable {
-    uint16_t pairs[4096];
+// still leave most of a first-level cache to the data. Made when first needed, which takes microseconds: few processors
+// need it, and all would carry it. Threads that meet here write the same.
+uint16_t pairs[4096];
+bool pairs_made;
 
-    constexpr PairTable() : pairs() {
-        for (unsigned i = 0; i < 4096; ++i)
-            pairs[i] = static_cast<uint16_t>(alphabet[i >> 6] | alphabet[i & 63] << 8);
-    }
-};
-constexpr PairTable pair_table;
+void make_pairs() {
+    for (unsigned i = 0; i < 4096; ++i)
+        pairs[i] = static_cast<uint16_t>(alphabet[i >> 6] | alphabet[i & 63] << 8);
+    __atomic_store_n(&pairs_made, true, __ATOMIC_RELEASE);
+}
 
 uint32_t load_big_endian(const unsigned char* bytes) {
     uint32_t word;
@@ -31,8 +31,8 @@ uint32_t load_big_endian(const unsigned char* bytes) {
 
 // The group in the upper 24 bits.
 void store_group(uint32_t bits, char* text) {
-    memcpy(text, &pair_table.pairs[bits >> 20], 2);
-    memcpy(text + 2, &pair_table.pairs[bits >> 8 & 0xFFF], 2);
+    memcpy(text, &pairs[bits >> 20], 2);
+    memcpy(text + 2, &pairs[bits >> 8 & 0xFFF], 2);
 }
 
 bool always() {
@@ -63,6 +63,8 @@ const Kernels& fastest_kernels() {
 }
 
 void plain::encode(const unsigned char* data, unsigned groups, char* text) {
+    if (!__atomic_load_n(&pairs_made, __ATOMIC_ACQUIRE))
+        make_pairs();
     // Four bytes are read for the three that are used, so the last group goes byte by byte.
     for (; groups >= 5; groups -= 4, data += 12, text += 16) {
         store_group(load_big_endian(data), text);
