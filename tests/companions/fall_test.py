@@ -5,13 +5,10 @@ import shutil
 import subprocess
 
 from support import Case, main
+from support.picture import described
 
 READ_AND_WRITTEN = ["JPG", "PNG", "BMP", "TGA", "HDR"]
 ONLY_READ = ["GIF", "PSD", "PGM", "PPM", "PIC"]
-
-
-def identify(path, form):
-    return subprocess.run(["identify", "-format", form, path], check=True, capture_output=True, text=True).stdout
 
 
 def error_between(one, other):
@@ -67,7 +64,7 @@ class Fall(Case):
 
     def test_a_screenshot_is_a_baseline_jpeg_of_quality_75(self):
         jpeg = self.convert(self.picture, "PPM", "JPG")
-        self.assertEqual(identify(jpeg, "%m %w %h %Q %[colorspace] %[interlace]"), "JPEG 512 512 75 sRGB None")
+        self.assertEqual(described(jpeg, "%m %w %h %Q %[colorspace] %[interlace]"), "JPEG 512 512 75 sRGB None")
         parts = segments(jpeg.read_bytes())
         self.assertEqual(parts[0xE0][:5], b"JFIF\0")
         self.assertEqual(parts[0xC0][5], 3)
@@ -75,7 +72,7 @@ class Fall(Case):
 
     def test_the_quality_is_the_asked_one(self):
         for quality in (1, 30, 90, 100):
-            self.assertEqual(identify(self.convert(self.picture, "PPM", "JPG", quality), "%Q"), str(quality))
+            self.assertEqual(described(self.convert(self.picture, "PPM", "JPG", quality), "%Q"), str(quality))
 
     def test_what_it_writes_without_loss_others_read_unchanged(self):
         for name in ("PNG", "BMP", "TGA"):

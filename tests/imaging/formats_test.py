@@ -3,10 +3,7 @@
 import subprocess
 
 from support import Case, main
-
-
-def described(path, form="%m %wx%h %Q"):
-    return subprocess.run(["identify", "-format", form, path], check=True, capture_output=True, text=True).stdout
+from support.picture import described
 
 
 def colour_at(path, x, y):

@@ -6,6 +6,7 @@ import struct
 import subprocess
 
 from support import Case, main
+from support.picture import described
 
 SIDE = 512
 CORNERS = {  # of the picture that is put on the display, as red, green, blue
@@ -25,10 +26,6 @@ class Recording:
         at = ((self.height - 1 - y) * self.width + x) * 3
         blue, green, red = self.pixels[at:at + 3]
         return red, green, blue
-
-
-def described(path, form):
-    return subprocess.run(["identify", "-format", form, path], check=True, capture_output=True, text=True).stdout
 
 
 class Screenshot(Case):

@@ -1,13 +1,8 @@
 """The screenshot of the e-mail report, decoded by a JPEG reader."""
 
-import subprocess
-
 from support import report_dialog, runner
 from support.host import Host, LIBRARY_FILES
-
-
-def described(path, form):
-    return subprocess.run(["identify", "-format", form, path], check=True, capture_output=True, text=True).stdout
+from support.picture import described
 
 
 class Screenshot(runner.Case):

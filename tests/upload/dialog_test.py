@@ -6,6 +6,7 @@ import threading
 from php_server import PhpServer
 from support import Case, WaitTimeout, main, report_dialog, wait_until
 from support.loopback import loopback_address, need_port_80
+from support.picture import described
 from support.upload_body import CONFIRMATION, upload_body
 from support.web_server import WebServer, answering, http_answer
 from upload_host import UploadHost
@@ -40,10 +41,11 @@ class DialogCase(Case):
         temp = self.host.wine.prefix.temp_dir
         folder = self.host.wine.prefix.to_windows(temp)
         picture = temp / "screen_copy.jpg"
+        self.assertEqual(described(picture, "%m %w %h %Q"), "JPEG 512 512 75")
         return upload_body({
             "Conversion_Config": (b"upload.cfg", (self.host.folder / "upload.cfg").read_bytes()),
             "Conversion_log": (b"upload.log", (self.host.folder / "upload.log").read_bytes()),
-            "Screen_copy": (f"{folder}\\screen_copy.jpg".encode(), picture.read_bytes() if picture.exists() else b""),
+            "Screen_copy": (f"{folder}\\screen_copy.jpg".encode(), picture.read_bytes()),
             "System_info": (f"{folder}\\system_info.txt".encode(), (temp / "system_info.txt").read_bytes()),
         })
 

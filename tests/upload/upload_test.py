@@ -6,6 +6,7 @@ import re
 from php_server import PhpServer
 from support import Case, main
 from support.loopback import loopback_address, need_port_80
+from support.picture import described
 from support.processes import REPO
 from support.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body
 from support.web_server import WebServer, answering, http_answer
@@ -143,8 +144,9 @@ class ThePreparedFiles(Case):
         picture = temp / "screen_copy.jpg"
         text = (temp / "system_info.txt").read_bytes()
         self.assertEqual(server.requests[0].body, upload_body({
-            "Screen_copy": (folder + b"\\screen_copy.jpg", picture.read_bytes() if picture.exists() else b""),
+            "Screen_copy": (folder + b"\\screen_copy.jpg", picture.read_bytes()),
             "System_info": (folder + b"\\system_info.txt", text)}))
+        self.assertEqual(described(picture, "%m %w %h %Q"), "JPEG 512 512 75")
         self.assertIn(b"Windows Version:", text)
 
 
