@@ -135,21 +135,7 @@ inline glib::ResultCode save(fall::ImageFormat format, Image& image, Stream& str
 }
 
 // A picture with edges, ramps and noise: 24 or 32 bits.
-inline void add_picture(Image& image, unsigned width, unsigned height, unsigned bits) {
-    glib::IDEPage* page = image.add(width, height, bits);
-    std::uint32_t noise = 1;
-    for (unsigned y = 0; y < height; ++y) {
-        std::uint8_t* to = page->pixels + y * page->row_bytes;
-        for (unsigned x = 0; x < width; ++x) {
-            noise = noise * 1664525 + 1013904223;
-            *to++ = static_cast<std::uint8_t>(x * 255 / width);
-            *to++ = static_cast<std::uint8_t>(y * 255 / height);
-            *to++ = static_cast<std::uint8_t>((x / 8 + y / 8) % 2 * 200 + (noise >> 29));
-            if (bits == 32)
-                *to++ = static_cast<std::uint8_t>((x + y) * 255 / (width + height));
-        }
-    }
-}
+void add_picture(Image& image, unsigned width, unsigned height, unsigned bits);
 
 // A small file of each format, as the module or a hand made it.
 Bytes sample(fall::ImageFormat format);

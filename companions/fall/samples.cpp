@@ -1,5 +1,5 @@
-// The smallest files of their formats that show the order of rows and colours. JPEG was written by ImageMagick (8 x 8
-// pixels of one colour); the others are written out by hand from the formats' descriptions.
+// The smallest files of the formats that show the order of rows and colours. JPEG was written by ImageMagick (8 x 8
+// pixels of one colour); the others are written out by hand from the formats' descriptions. And a picture for a page.
 #include "companions/fall/fake_host.h"
 
 namespace fall_test {
@@ -69,6 +69,22 @@ const Bytes k_tga = {0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
                      0xFF, 0x00, 0x00, 0xFF, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0x20, 0x40, 0x80};
 
 } // namespace
+
+void add_picture(Image& image, unsigned width, unsigned height, unsigned bits) {
+    glib::IDEPage* page = image.add(width, height, bits);
+    std::uint32_t noise = 1;
+    for (unsigned y = 0; y < height; ++y) {
+        std::uint8_t* to = page->pixels + y * page->row_bytes;
+        for (unsigned x = 0; x < width; ++x) {
+            noise = noise * 1664525 + 1013904223;
+            *to++ = static_cast<std::uint8_t>(x * 255 / width);
+            *to++ = static_cast<std::uint8_t>(y * 255 / height);
+            *to++ = static_cast<std::uint8_t>((x / 8 + y / 8) % 2 * 200 + (noise >> 29));
+            if (bits == 32)
+                *to++ = static_cast<std::uint8_t>((x + y) * 255 / (width + height));
+        }
+    }
+}
 
 Bytes sample(fall::ImageFormat format) {
     const Bytes* const samples[fall::image_format_count] = {&k_jpg, &k_png, &k_bmp, &k_gif, &k_psd,
