@@ -31,6 +31,7 @@ HBITMAP make_section(LONG width, LONG height) {
 HBITMAP copy_screen_to_bitmap(const RECT* rect) {
     if (IsRectEmpty(rect))
         return nullptr;
+    glib::Bitmap section; // goes after the contexts, because what is selected in one can't be deleted
     glib::DeviceContext display(CreateDCA("DISPLAY", nullptr, nullptr, nullptr));
     glib::DeviceContext memory(CreateCompatibleDC(display.get()));
     const LONG x0 = larger(rect->left, 0);
@@ -39,8 +40,9 @@ HBITMAP copy_screen_to_bitmap(const RECT* rect) {
     const LONG bottom = smaller(GetDeviceCaps(display.get(), VERTRES), rect->bottom);
 
     // A negative height makes the top row come first.
-    HGDIOBJ previous = SelectObject(memory.get(), make_section(width, y0 - bottom));
+    section.reset(make_section(width, y0 - bottom));
+    HGDIOBJ previous = SelectObject(memory.get(), section.get());
     BitBlt(memory.get(), 0, 0, width, bottom - y0, display.get(), x0, y0, SRCCOPY);
-    // What gives way to the previous object is the section itself, or null if there was none to select.
-    return static_cast<HBITMAP>(SelectObject(memory.get(), previous));
+    // What gives way to the previous object is the section itself, or null if it could not be selected.
+    return SelectObject(memory.get(), previous) == section.get() ? section.release() : nullptr;
 }

@@ -1,5 +1,6 @@
 #include "compose/email_tool.h"
 
+#include <string.h>
 #include <shellapi.h>
 
 #include "base/split_path.h"
@@ -72,10 +73,10 @@ void CEmailTool::OpenInMailer() const {
         DeleteFileA(unique);
     } catch (...) {
     }
-    const CStdString temporary(unique);
-    const CStdString name = temporary.left(temporary.rfind('.')) + ".eml";
-    WriteToFile(name.c_str());
-    ShellExecuteA(nullptr, "open", name.c_str(), nullptr, nullptr, SW_SHOW);
+    // The name ends in three letters behind a dot; changed in place, because memory may be short by now.
+    memcpy(strrchr(unique, '.'), ".eml", 4);
+    WriteToFile(unique);
+    ShellExecuteA(nullptr, "open", unique, nullptr, nullptr, SW_SHOW);
 }
 
 void CEmailTool::WriteToFile(const char* name) const {

@@ -19,8 +19,10 @@ GdiplusApi& gdiplus_api() {
 bool bind_gdiplus() {
     if (g_bound)
         return true;
-    // By its bare name: on Windows it is a side-by-side assembly and need not lie in the system directory.
-    win::LibraryHandle library(LoadLibraryA("gdiplus.dll"));
+    win::LibraryHandle library(LoadLibraryExA("gdiplus.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+    // An old Windows doesn't know the flag, or has no more than a side-by-side assembly.
+    if (!library)
+        library.reset(LoadLibraryA("gdiplus.dll"));
     if (!library)
         return false;
     GdiplusApi api = {};

@@ -14,20 +14,38 @@
 
 namespace {
 
+// Where memory gives out on the way, the message has what there is of the two texts and of the attachments.
+
 CStdString system_text() {
     // On the heap: the object holds a work area of 64 KiB, and after a stack overflow little stack is left.
-    const report::HeapOwner<CStdInfo> info = {new (std::nothrow) CStdInfo};
-    if (!info.object)
-        throw gen::genlib_out_of_memory();
-    return info.object->GetSystemInfoText();
+    try {
+        const report::HeapOwner<CStdInfo> info = {new (std::nothrow) CStdInfo};
+        if (info.object)
+            return info.object->GetSystemInfoText();
+    } catch (const gen::genlib_out_of_memory&) {
+    }
+    return CStdString();
 }
 
 CStdString debug_text(CSeException* exception) {
-    CStdString text(report::no_debug_text);
     // Kept: the test is made on the object's own address, which tells whether its first byte can be read.
-    if (!IsBadCodePtr(reinterpret_cast<FARPROC>(exception)))
+    if (IsBadCodePtr(reinterpret_cast<FARPROC>(exception)))
+        return report::no_debug_text;
+    CStdString text;
+    try {
         exception->GetFaultDescription(text);
+    } catch (const gen::genlib_error&) {
+        if (text.empty())
+            text = report::no_debug_text;
+    }
     return text;
+}
+
+void attach(CEmailTool& mail, const char* path) {
+    try {
+        mail.AddAttachment(path);
+    } catch (const gen::genlib_out_of_memory&) {
+    }
 }
 
 } // namespace
@@ -55,7 +73,7 @@ void CCrashReport::GenerateEmail(int context, const char* product, const char* s
     }
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_HIGHEST); // Kept: never lowered again.
     for (int i = 0; i < m_attachments.GetSize(); ++i)
-        mail.AddAttachment(m_attachments[i].c_str());
+        attach(mail, m_attachments[i].c_str());
     mail.OpenInMailer();
 }
 

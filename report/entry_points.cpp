@@ -18,6 +18,14 @@ bool attachment_exists() {
     return finder.FindFile(attachment_path) != FALSE;
 }
 
+void attach_screen_copy(CCrashReport& report) {
+    try {
+        report.AttachScreenCopy();
+    } catch (const gen::genlib_error&) {
+        // A picture takes more memory than the rest of the report, which is made without it.
+    }
+}
+
 void make_report(const char* marker) {
     const bool of_fault = marker && strcmp(marker, exception_marker) == 0;
     const report::HeapOwner<CCrashReport> report = {new (std::nothrow)
@@ -25,7 +33,7 @@ void make_report(const char* marker) {
     if (!report.object)
         return;
     if (screen_copy_flag)
-        report.object->AttachScreenCopy();
+        attach_screen_copy(*report.object);
     if (report.object->OpenDlg() != 1)
         return;
     if (attachment_exists())
