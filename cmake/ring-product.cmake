@@ -4,7 +4,8 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_EXECUTABLE_SUFFIX .exe)
 
-# Neither DLLs nor PDBs know where they were built: the same sources give the same bytes anywhere.
+# Neither DLLs nor PDBs know where they were built: the same sources give the same bytes anywhere. The headers of the
+# system are mapped as well, to a folder that debuggers look for beside the sources.
 file(RELATIVE_PATH to_source ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
 string(REGEX REPLACE "/$" "" to_source "${to_source}")
 foreach(language C CXX)
@@ -17,7 +18,7 @@ set(flags
   -nostdlibinc -isystem${PROJECT_SOURCE_DIR}/crt/include -isystem/usr/i686-w64-mingw32/include
   -fgnuc-version=12.2 -D_X86_=1 -D__declspec=__declspec -D__USE_MINGW_ANSI_STDIO=0 -DWINVER=0x0600 -D_WIN32_WINNT=0x0600
   -ffunction-sections -fdata-sections -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${to_source}=.
-  -ffile-compilation-dir=. -fno-ident
+  -ffile-prefix-map=/usr=system -ffile-compilation-dir=. -fno-ident
   -g -gcodeview -gno-codeview-command-line -Wno-unknown-pragmas)
 add_compile_options(${flags}
   "$<$<COMPILE_LANGUAGE:CXX>:-fexceptions;-fcxx-exceptions;-fasync-exceptions;-fno-threadsafe-statics;-fcheck-new>")

@@ -82,6 +82,24 @@ class Class(runner.Case):
         self.assertIn(b'To: "" \r\n', message.raw)
         self.assertIn(b"\r\nSubject:  \r\n", message.raw)
 
+    def test_words_of_a_host_are_no_formats(self):
+        message = self.message("0", "%s%n%x", "100%d %", "%n@example.org")
+        self.assertEqual(message.subject, "%s%n%x 100%d %")
+        self.assertEqual(message.recipient, '"%n@example.org" ')
+        self.assertTrue(message.body.startswith(b"%s%n%x has performed an illegal operation.\n"))
+        self.assertEqual(message.body.count(b"%s%n%x"), 2)  # there, and in the note about the screenshot
+
+    def test_name_of_a_file_stands_in_its_part_and_nowhere_else(self):
+        for name in ("50%s%n.txt", 'a "quoted" name', "it's {x}.log", "name\r\nBcc: other@example.org", "line\nend",
+                     "x" * 900):
+            with self.subTest(name):
+                message = self.message("0", "-", "-", "-", f"Q:\\folder\\{name}", folder="host" + os.urandom(4).hex())
+                raw, encoded = message.raw, name.encode()
+                part = (b'Content-Type: file;\r\n\tname="%s"\r\nContent-Transfer-Encoding: base64\r\n'
+                        b'Content-Disposition: attachment;\r\n\tfilename="%s"\r\n\r\n' % (encoded, encoded))
+                self.assertEqual((raw.count(part), raw.count(encoded)), (1, 2))
+                self.assertEqual(len(raw.partition(b"\r\n\r\n")[0].split(b"\r\n")), 12, "lines of the message's header")
+
     def test_contexts_have_their_subjects(self):
         for context, subject in ((1, "Corrowfinder Error Report [Progress]"), (6, "Corrowfinder Error report [Watch]"),
                                  (7, "Corrowfinder Error report [Unknown]"), (-1, "Corrowfinder Error report [Unknown]")):
