@@ -12,15 +12,12 @@ public:
     // The pointers are neither copied nor owned: they are good while the host's catch block runs, and not after.
     CSeException(unsigned int code, EXCEPTION_POINTERS* pointers);
 
-    // The structured exception's code.
-    unsigned int code() const { return m_code; }
-
     // Replaces the text by the fault's reason and stack trace, which faultkit.dll beside the host's executable gives.
     // Where the helper faults, a note stands in place of what it should have said. Throws gen::genlib_error.
     void GetFaultDescription(CStdString& text);
 
 private:
-    unsigned int m_code;
+    [[maybe_unused]] unsigned int m_code; // for whoever looks at the object in a debugger
     EXCEPTION_POINTERS* m_pointers;
 };
 

@@ -15,6 +15,26 @@ class Api(runner.Case):
         self.assertEqual(done.text.splitlines(), ["SEHWendaxExceptionGenerated", "given back 1 times"])
 
 
+class TheExceptionObject(runner.Case):
+    EXPECTED = {
+        "size": "16",
+        "auto-delete flag at 4": "1",
+        "code at 8": "C0000094",
+        "pointers at 12": "1",
+        "slot 1 class": "CSeException",
+        "slot 1 base": "CException",
+        "slot 1 root": "CObject",
+        "slot 2 destroys": "1",
+        "slots 1 and 2 are its own": "1",
+        "slots 3 to 7 are the base's": "1",
+        "slot 6 has no text": "1",
+    }
+
+    def test_has_its_functions_and_fields_where_a_visual_cpp_caller_looks(self):
+        done = self.wine().run(self.product("exception_host.exe"), check=True)
+        self.assertEqual(dict(line.split(": ", 1) for line in done.text.splitlines()), self.EXPECTED)
+
+
 class Loop(runner.Case):
     def lines(self, mode):
         return self.wine(self.desktop()).run(self.product("loop_host.exe"), mode).text.splitlines()

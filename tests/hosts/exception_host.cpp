@@ -1,0 +1,66 @@
+// Looks at a CSeException the way a caller does that was compiled without our headers: virtual functions by their
+// numbers, fields at their offsets. Prints one "name: value" a line.
+#include <stdio.h>
+#include <string.h>
+
+#include "report/se_exception.h"
+
+namespace {
+
+constexpr unsigned kSlots = 7;
+
+void** slots_of(void* object) {
+    return *static_cast<void***>(object);
+}
+
+// Virtual function number `slot`, counted from 1.
+template <typename Function>
+Function* slot_of(void* object, unsigned slot) {
+    return reinterpret_cast<Function*>(slots_of(object)[slot - 1]);
+}
+
+template <typename T>
+T field(void* object, unsigned offset) {
+    T value;
+    memcpy(&value, static_cast<char*>(object) + offset, sizeof(value));
+    return value;
+}
+
+void show_class(void* exception) {
+    const CRuntimeClass* const record = slot_of<CRuntimeClass* __thiscall(void*)>(exception, 1)(exception);
+    printf("slot 1 class: %s\n", record->m_lpszClassName);
+    printf("slot 1 base: %s\n", record->m_pBaseClass->m_lpszClassName);
+    printf("slot 1 root: %s\n", record->m_pBaseClass->m_pBaseClass->m_lpszClassName);
+}
+
+void show_slots(void* exception, void* base) {
+    bool own = true, inherited = true;
+    for (unsigned i = 0; i < kSlots; ++i) {
+        const bool same = slots_of(exception)[i] == slots_of(base)[i];
+        own = own && (i >= 2 || !same);
+        inherited = inherited && (i < 2 || same);
+    }
+    printf("slots 1 and 2 are its own: %d\n", own);
+    printf("slots 3 to 7 are the base's: %d\n", inherited);
+    char text[8] = "before";
+    const BOOL known =
+        slot_of<BOOL __thiscall(void*, char*, UINT, UINT*)>(exception, 6)(exception, text, sizeof(text), nullptr);
+    printf("slot 6 has no text: %d\n", !known && !*text);
+}
+
+} // namespace
+
+int main() {
+    EXCEPTION_POINTERS pointers = {};
+    void* const exception = new CSeException(0xC0000094, &pointers);
+    CException base;
+    printf("size: %u\n", static_cast<unsigned>(sizeof(CSeException)));
+    printf("auto-delete flag at 4: %d\n", field<BOOL>(exception, 4));
+    printf("code at 8: %08X\n", field<unsigned>(exception, 8));
+    printf("pointers at 12: %d\n", field<void*>(exception, 12) == &pointers);
+    show_class(exception);
+    show_slots(exception, &base);
+    using Destroy = void* __thiscall(void*, unsigned flags); // flag 1 frees the memory too
+    printf("slot 2 destroys: %d\n", slot_of<Destroy>(exception, 2)(exception, 1) == exception);
+    return 0;
+}
