@@ -160,6 +160,20 @@ TEST_F(MemoryFile, Any_flags_ask_for_a_writable_view) {
     EXPECT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
 }
 
+TEST_F(MemoryFile, Flags_say_what_others_may_do_meanwhile_and_whether_the_file_is_emptied) {
+    const std::string path = folder.add("flags.bin", "abcdef");
+    CFile other;
+    const unsigned keep = CFile::modeCreate | CFile::modeNoTruncate | CFile::modeReadWrite;
+    ASSERT_TRUE(other.Open(path.c_str(), CFile::modeRead | CFile::shareDenyNone));
+    EXPECT_EQ(file.Open(path.c_str(), keep | CFile::shareDenyRead, 0, 0, nullptr), 0) << "another one reads it";
+    EXPECT_EQ(file.Open(path.c_str(), keep | CFile::shareDenyWrite, 0, 0, nullptr), 1);
+    EXPECT_EQ(data_of(file), "abcdef");
+    file.Close();
+    ASSERT_TRUE(other.Open(path.c_str(), CFile::modeWrite | CFile::shareDenyNone));
+    EXPECT_EQ(file.Open(path.c_str(), keep | CFile::shareDenyWrite, 0, 0, nullptr), 0) << "another one writes it";
+    EXPECT_EQ(file.Open(path.c_str(), keep | CFile::shareDenyRead, 0, 0, nullptr), 1);
+}
+
 TEST_F(MemoryFile, File_that_others_have_open_for_writing_can_be_mapped) {
     const std::string path = folder.add("log.txt", "so far");
     CFile log;

@@ -17,10 +17,8 @@ public:
     ~CArray() override { delete[] m_pData; }
 
     int GetSize() const { return m_nSize; }
-    int GetUpperBound() const { return m_nSize - 1; }
     const TYPE* GetData() const { return m_pData; }
     TYPE* GetData() { return m_pData; }
-    TYPE GetAt(int index) const { return m_pData[index]; }
     const TYPE& operator[](int index) const { return m_pData[index]; }
     TYPE& operator[](int index) { return m_pData[index]; }
 
@@ -40,8 +38,6 @@ public:
             m_pData[i] = TYPE();
         m_nSize = size;
     }
-
-    void RemoveAll() { SetSize(0); }
 
     // Appends a copy; returns its index. The element may be one of this array.
     int Add(ARG_TYPE element) {

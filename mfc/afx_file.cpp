@@ -40,7 +40,7 @@ CFile::~CFile() {
 
 BOOL CFile::Open(LPCSTR lpszFileName, UINT nOpenFlags, CFileException* pError) {
     Close();
-    SECURITY_ATTRIBUTES attributes = {sizeof(attributes), nullptr, (nOpenFlags & modeNoInherit) == 0};
+    SECURITY_ATTRIBUTES attributes = {sizeof(attributes), nullptr, TRUE}; // handles are inherited, as the framework's
     m_hFile = CreateFileA(lpszFileName, access_of(nOpenFlags), sharing_of(nOpenFlags), &attributes,
                           creation_of(nOpenFlags), FILE_ATTRIBUTE_NORMAL, nullptr);
     if (m_hFile != INVALID_HANDLE_VALUE)
@@ -48,13 +48,6 @@ BOOL CFile::Open(LPCSTR lpszFileName, UINT nOpenFlags, CFileException* pError) {
     if (pError)
         pError->m_lOsError = static_cast<LONG>(GetLastError());
     return FALSE;
-}
-
-UINT CFile::Read(void* lpBuf, UINT nCount) {
-    DWORD read = 0;
-    if (!ReadFile(m_hFile, lpBuf, nCount, &read, nullptr))
-        AfxThrowFileException(static_cast<LONG>(GetLastError()));
-    return read;
 }
 
 void CFile::Write(const void* lpBuf, UINT nCount) {

@@ -129,13 +129,6 @@ LPSTR CString::GetBuffer(int minimum) {
     return m_pchData;
 }
 
-LPSTR CString::GetBufferSetLength(int length) {
-    GetBuffer(length);
-    header()->nDataLength = length;
-    m_pchData[length] = '\0';
-    return m_pchData;
-}
-
 void CString::ReleaseBuffer(int length) {
     GetBuffer(0); // a buffer of its own, should it be shared or empty
     if (length == -1)

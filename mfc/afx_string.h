@@ -34,13 +34,11 @@ public:
     operator LPCSTR() const { return m_pchData; }
     int GetLength() const { return header()->nDataLength; } // bytes
     BOOL IsEmpty() const { return GetLength() == 0; }
-    char GetAt(int index) const { return m_pchData[index]; }
     void Empty();
 
     // The characters for writing, with room for at least minimum characters and a NUL; valid until ReleaseBuffer, which
     // takes the new length (-1: up to the first NUL).
     LPSTR GetBuffer(int minimum);
-    LPSTR GetBufferSetLength(int length);
     void ReleaseBuffer(int length = -1);
 
 private:

@@ -10,7 +10,6 @@
 
 class CTime {
 public:
-    CTime() : m_time(0) {}
     CTime(__time64_t time) : m_time(time) {} // seconds since 1970, UTC
     // Local time.
     CTime(int year, int month, int day, int hour, int minute, int second);

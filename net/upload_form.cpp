@@ -44,10 +44,6 @@ const char kTrailer[] = FIELD("tableid") "\n\n\n" //
 
 const char kRequestHeaders[] = "Content-Type: multipart/form-data; boundary=AaB03x";
 
-const char* PartName(Part part) {
-    return kNames[part];
-}
-
 CStdString PartHeader(Part part, const char* path) {
     CStdString format(kPartHeader);
     format.replace_all("NAME", kNames[part]);

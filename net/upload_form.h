@@ -17,9 +17,6 @@ enum Part {
     part_count
 };
 
-// The name under which the form knows a part.
-const char* PartName(Part part);
-
 // What stands before a part's bytes: five settings fields of the form, then the headers of the file itself. The path
 // goes out as it is, unescaped. Texts beyond some 32 KiB are cut, as CStdString::format does.
 CStdString PartHeader(Part part, const char* path);

@@ -48,22 +48,6 @@ private:
     Value value_;
 };
 
-// Kernel objects that fail as null: mappings, events, processes, threads.
-struct KernelTraits {
-    using Value = HANDLE;
-    static Value invalid() { return nullptr; }
-    static void close(Value handle) { CloseHandle(handle); }
-};
-using KernelHandle = UniqueHandle<KernelTraits>;
-
-// Files, which fail as all ones.
-struct FileTraits {
-    using Value = HANDLE;
-    static Value invalid() { return INVALID_HANDLE_VALUE; }
-    static void close(Value handle) { CloseHandle(handle); }
-};
-using FileHandle = UniqueHandle<FileTraits>;
-
 struct RegistryKeyTraits {
     using Value = HKEY;
     static Value invalid() { return nullptr; }
