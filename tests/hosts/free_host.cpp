@@ -2,9 +2,9 @@
 // was given back, and what the host got to see.
 #include <windows.h>
 #include <stdio.h>
-#include <string.h>
 
 #include "include/wendax.h"
+#include "tests/hosts/import_slot.h"
 
 namespace {
 
@@ -22,30 +22,6 @@ void __cdecl free_with_fault(void* block) {
     real_free(block);
 }
 
-// Where the library keeps the address of the C runtime's free.
-void** slot_of_free(HMODULE module) {
-    auto* const base = reinterpret_cast<unsigned char*>(module);
-    const auto* const headers =
-        reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
-    const DWORD imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-    void* const wanted = reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("msvcrt.dll"), "free"));
-    for (auto* from = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports); from->Name; ++from)
-        for (auto** slot = reinterpret_cast<void**>(base + from->FirstThunk); *slot; ++slot)
-            if (*slot == wanted)
-                return slot;
-    return nullptr;
-}
-
-bool replace_free() {
-    void** const slot = slot_of_free(GetModuleHandleA("Wendax.dll"));
-    DWORD before;
-    if (!slot || !VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &before))
-        return false;
-    real_free = reinterpret_cast<decltype(real_free)>(*slot);
-    *slot = reinterpret_cast<void*>(free_with_fault);
-    return true;
-}
-
 DWORD WINAPI decline(void*) {
     HWND dialog;
     while (!(dialog = FindWindowA(nullptr, "Software Error Report")) || !IsWindowVisible(dialog))
@@ -59,7 +35,8 @@ DWORD WINAPI decline(void*) {
 
 int main() {
     InitCrushReport();
-    if (!replace_free())
+    real_free = replace_import(GetModuleHandleA("Wendax.dll"), "msvcrt.dll", "free", free_with_fault);
+    if (!real_free)
         return 2;
     CloseHandle(CreateThread(nullptr, 0, decline, nullptr, 0, nullptr));
     try {

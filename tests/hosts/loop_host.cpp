@@ -1,20 +1,38 @@
 // Opens the e-mail dialog while another thread does something to it; prints the dialog's answer.
 //
-// usage: loop_host quit | sent-command | nested | flood
+// usage: loop_host quit | sent-command | nested | destroyed | refused | flood
 //   quit          the other thread tells the program to quit: the dialog answers 0, and the order arrives afterwards
 //   sent-command  the other thread presses button 1 by a sent message, which no queue sees
 //   nested        a second dialog opens and closes within the first one's loop, as when a window procedure of the host
 //                 faults and reports that; then button 1 of the first is pressed
+//   destroyed     somebody else's code in the dialog's thread takes the window away
+//   refused       no window can be made; then one can, and button 1 is pressed
 //   flood         messages for another window of the host wait in the queue all the time; a person answers the dialog
 #include <windows.h>
 #include <stdio.h>
 #include <string.h>
 
 #include "include/wendax.h"
+#include "tests/hosts/import_slot.h"
 
 namespace {
 
 HWND other_window;
+
+HCURSOR cursor_of(LPCSTR name) {
+    return LoadCursorA(nullptr, name);
+}
+
+// The cursors that the library sets.
+decltype(SetCursor)* set_cursor;
+int cursors_set;
+bool arrow_first;
+
+HCURSOR WINAPI record_cursor(HCURSOR cursor) {
+    if (cursors_set++ == 0)
+        arrow_first = cursor == cursor_of(IDC_ARROW);
+    return set_cursor(cursor);
+}
 
 // The dialog on the screen that is not the one named.
 HWND wait_for_dialog(HWND but = nullptr) {
@@ -27,11 +45,13 @@ HWND wait_for_dialog(HWND but = nullptr) {
     }
 }
 
-enum Order { quit = WM_APP, report };
+enum Order { quit = WM_APP, report, destroy };
 
 LRESULT CALLBACK other_procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     if (message == Order::quit)
         PostQuitMessage(7);
+    if (message == Order::destroy)
+        DestroyWindow(reinterpret_cast<HWND>(wparam));
     if (message == Order::report)
         printf("inner answer %u\n", CCrashReport(nullptr).OpenDlg());
     return DefWindowProcA(window, message, wparam, lparam);
@@ -76,6 +96,15 @@ DWORD WINAPI nest(void*) {
     return 0;
 }
 
+DWORD WINAPI destroy_window(void*) {
+    SendMessageA(other_window, Order::destroy, reinterpret_cast<WPARAM>(wait_for_dialog()), 0);
+    return 0;
+}
+
+LRESULT CALLBACK refuse_windows(int code, WPARAM window, LPARAM details) {
+    return code == HCBT_CREATEWND ? 1 : CallNextHookEx(nullptr, code, window, details);
+}
+
 void flood() {
     for (int i = 0; i < 100; ++i)
         PostMessageA(other_window, WM_USER, i, 0);
@@ -98,6 +127,7 @@ int messages_waiting() {
 int main(int argc, char** argv) {
     const char* const mode = argc > 1 ? argv[1] : "";
     MSG message;
+    HHOOK hook = nullptr;
     make_other_window();
     if (strcmp(mode, "quit") == 0)
         start(tell_to_quit);
@@ -105,14 +135,27 @@ int main(int argc, char** argv) {
         start(send_command);
     else if (strcmp(mode, "nested") == 0)
         start(nest);
+    else if (strcmp(mode, "destroyed") == 0)
+        start(destroy_window);
+    else if (strcmp(mode, "refused") == 0)
+        hook = SetWindowsHookExA(WH_CBT, refuse_windows, nullptr, GetCurrentThreadId());
     else if (strcmp(mode, "flood") == 0)
         flood();
     else
         return 2;
-    HCURSOR const before = GetCursor();
+    HCURSOR const before = cursor_of(IDC_CROSS);
+    SetCursor(before);
+    set_cursor = replace_import(GetModuleHandleA("Wendax.dll"), "user32.dll", "SetCursor", record_cursor);
     CCrashReport report(nullptr);
     printf("answer %u\n", report.OpenDlg());
+    if (strcmp(mode, "sent-command") == 0)
+        printf("the first of %d cursors was %s\n", cursors_set, arrow_first ? "the arrow" : "another");
     printf("cursor %s\n", GetCursor() == before ? "restored" : "changed");
+    if (hook) {
+        UnhookWindowsHookEx(hook);
+        start(send_command);
+        printf("then answer %u\n", report.OpenDlg());
+    }
     if (strcmp(mode, "quit") == 0) {
         const BOOL more = GetMessageA(&message, nullptr, 0, 0);
         printf("then %s with %d\n", more ? "a message" : "quit", static_cast<int>(message.wParam));

@@ -43,7 +43,13 @@ class Loop(runner.Case):
         self.assertEqual(self.lines("quit"), ["answer 0", "cursor restored", "then quit with 7"])
 
     def test_button_pressed_by_a_sent_message_closes_at_once(self):
-        self.assertEqual(self.lines("sent-command"), ["answer 1", "cursor restored"])
+        self.assertEqual(self.lines("sent-command"), ["answer 1", "the first of 2 cursors was the arrow", "cursor restored"])
+
+    def test_dialog_that_others_destroy_answers_nothing(self):
+        self.assertEqual(self.lines("destroyed"), ["answer 0", "cursor restored"])
+
+    def test_dialog_that_cannot_be_made_answers_nothing_and_the_next_one_works(self):
+        self.assertEqual(self.lines("refused"), ["answer 0", "cursor restored", "then answer 1"])
 
     def test_dialog_goes_on_after_another_within_its_loop(self):
         self.assertEqual(self.lines("nested"), ["inner answer 2", "answer 1", "cursor restored"])

@@ -93,6 +93,14 @@ class Dialog(runner.Case):
         report_dialog.press(self.screen, "Don't Open & Close")
         self.finish()
 
+    def test_icon_of_the_host_is_shown_by_the_second_report_too(self):
+        self.start("write", "divide", program="fault_host_with_icon.exe")
+        report_dialog.press(self.screen, "Open Error Report")
+        self.host.wait_messages(1)
+        self.assertRegex(self.icon_colour(), r"\(0,192,0\)")
+        report_dialog.press(self.screen, "Don't Open & Close")
+        self.finish()
+
     def test_host_without_an_icon_leaves_the_templates(self):
         self.start("write")
         self.assertNotRegex(self.icon_colour(), r"\(0,192,0\)")

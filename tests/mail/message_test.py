@@ -106,6 +106,33 @@ class Class(runner.Case):
             with self.subTest(context):
                 self.assertEqual(self.message(context, "P", "S", "-").subject, subject)
 
+    def test_name_of_the_product_stands_in_the_note_of_every_context(self):
+        for context in (1, 7):
+            with self.subTest(context):
+                self.assertIn(b"\n\nPlease note, that My Program has created a screenshot of your desktop.",
+                              self.message(context, "My Program", "-", "-").body)
+
+    def test_second_message_of_a_report_is_a_fresh_one_with_the_same_attachments(self):
+        host = Host(self, "report_host.exe")
+        path = host.folder / "notes.txt"
+        path.write_bytes(b"what I did")
+        host.run("--twice", "0", "-", "-", "-", host.prefix.to_windows(path))
+        first, second = host.wait_messages(2)
+        self.assertNotEqual(first.path, second.path)
+        for message in (first, second):
+            self.assertEqual(message.attachments, [("notes.txt", b"what I did")])
+            self.assertEqual(message.raw.count(b"Subject: "), 1)
+
+    def test_exception_that_cannot_be_read_has_no_details(self):
+        for address in ("1", "0xFFFFFFF0"):
+            with self.subTest(address):
+                body = self.message("--exception", address, "0", "-", "-", "-").body
+                self.assertTrue(body.rstrip(b"\r\n").endswith(b"\nDebug info is not accessible."))
+
+    def test_thread_keeps_the_highest_priority_and_the_cursor_comes_back(self):
+        done = Host(self, "report_host.exe", desktop=self.desktop()).run("0", "-", "-", "-")
+        self.assertEqual(done.text.splitlines(), ["context 0", "priority 2", "cursor restored", "end"])
+
     def test_message_lies_in_the_temporary_folder_under_a_name_of_its_own(self):
         message = self.message("0", "-", "-", "-")
         self.assertRegex(message.path.name, r"^ema[0-9A-Fa-f]+\.eml$")
@@ -157,6 +184,17 @@ class Road(runner.Case):
 
     def test_attachment_that_is_empty_is_sent_empty(self):
         self.assertEqual(self.attached("empty.txt", b""), [("empty.txt", b"")])
+
+    def test_attachment_that_is_a_folder_or_a_pattern_is_sent_empty(self):
+        for path in ("C:\\host", "C:\\host\\fault*.exe"):
+            with self.subTest(path):
+                message = self.report("--attach", path, "write")
+                self.assertEqual(message.attachments, [(path.rpartition("\\")[2], b"")])
+
+    def test_attachment_of_a_path_that_is_too_long_is_left_out(self):
+        for length in (1023, 1024, 1025, 5000):
+            with self.subTest(length):
+                self.assertEqual(self.report("--attach", "C:\\host\\".ljust(length, "x"), "write").attachments, [])
 
     def test_attachment_with_blanks_and_other_letters_is_sent(self):
         desktop = self.desktop()

@@ -1,6 +1,8 @@
 """The dialog templates as they lie in the DLL, field by field."""
 
+import re
 import struct
+import subprocess
 
 from support import runner
 
@@ -74,6 +76,8 @@ class Templates(runner.Case):
         self.assertEqual(dialog["caption"], "Software Error Report")
         self.assertEqual((dialog["font size"], dialog["font"]), (8, "MS Sans Serif"))
         self.assertEqual(dialog["style"], DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_VISIBLE | WS_CAPTION | WS_SYSMENU)
+        named = sorted(control["id"] for control in controls if control["id"] != -1)
+        self.assertEqual(named, [1, 2, 19000] if number == 299 else [1, 2, 19000, 19001])
         return {control["place"]: control for control in controls}
 
     def assert_shared_controls(self, controls):
@@ -117,6 +121,14 @@ class Templates(runner.Case):
                          "Please tell Torvex about this problem.\n\nWe have created an error report that your can sent to "
                          "us. This report will help us to improve the program and fix this error\u7C91\u4A39")
         self.assertEqual(len(text["text"]), 258)
+
+    def test_dialogs_are_in_american_english(self):
+        told = subprocess.run(["llvm-readobj-19", "--coff-resources", self.product("Wendax.dll")], check=True,
+                              capture_output=True, text=True, timeout=60).stdout
+        dialogs = told[told.index("Type: DIALOG"):]
+        found = re.findall(r"Name: \(ID (\d+)\).*?Language: \(ID (\d+)\)", dialogs, re.S)
+        self.assertEqual([(number, language) for number, language in found if number in ("299", "300")],
+                         [("299", str(0x0409)), ("300", str(0x0409))])
 
     def test_icon_and_banner_are_there(self):
         self.assertEqual(struct.unpack_from("<HHH", self.resource(RT_ICON_GROUP, 128))[:2], (0, 1))
