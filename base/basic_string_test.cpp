@@ -5,23 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "base/failing_allocator.h"
+#include "base/test_text.h"
 
 namespace {
-
-// Text literals for both character types: narrow ones widened, kept until the program ends.
-template <typename T>
-const T* lit(const char* text) {
-    static std::basic_string<T> kept[8];
-    static unsigned next = 0;
-    std::basic_string<T>& place = kept[next++ % 8];
-    place.assign(text, text + std::char_traits<char>::length(text));
-    return place.c_str();
-}
-
-template <typename T>
-std::string narrow(const gen::basic_string<T>& text) {
-    return std::string(text.c_str(), text.c_str() + text.length());
-}
 
 template <typename T>
 class String : public testing::Test {};
@@ -311,91 +297,6 @@ TYPED_TEST(String, A_buffer_is_zeroed_and_its_text_found_again) {
     text.get_buffer(0);
     text.release_buffer();
     EXPECT_EQ(1u, text.count());
-}
-
-TYPED_TEST(String, Compares_by_text) {
-    const gen::basic_string<TypeParam> text(lit<TypeParam>("abc"));
-    EXPECT_TRUE(text == lit<TypeParam>("abc"));
-    EXPECT_FALSE(text == lit<TypeParam>("abd"));
-    EXPECT_FALSE(text == lit<TypeParam>("ab"));
-    EXPECT_FALSE(text == lit<TypeParam>("abcd"));
-    EXPECT_TRUE(text != lit<TypeParam>("xbc"));
-    EXPECT_TRUE(text == gen::basic_string<TypeParam>(text));
-    EXPECT_TRUE(gen::basic_string<TypeParam>() == gen::basic_string<TypeParam>(lit<TypeParam>("")));
-    EXPECT_TRUE(gen::basic_string<TypeParam>() == static_cast<const TypeParam*>(nullptr));
-    EXPECT_FALSE(text == static_cast<const TypeParam*>(nullptr));
-}
-
-TYPED_TEST(String, Copies_are_independent_and_keep_count_and_NULs) {
-    const TypeParam with_nul[] = {'a', 0, 'b'};
-    gen::basic_string<TypeParam> text;
-    text.assign(with_nul, 3);
-    gen::basic_string<TypeParam> copy(text);
-    gen::basic_string<TypeParam> assigned(lit<TypeParam>("old"));
-    assigned = text;
-    text.at(0) = 'x';
-    EXPECT_EQ(std::string("a\0b", 3), narrow(copy));
-    EXPECT_EQ(std::string("a\0b", 3), narrow(assigned));
-    const gen::basic_string<TypeParam> fresh;
-    assigned = fresh;
-    EXPECT_EQ(0u, assigned.count());
-    EXPECT_EQ(0, assigned.c_str()[0]);
-    EXPECT_EQ(0, gen::basic_string<TypeParam>(fresh).c_str()[0]);
-    const gen::basic_string<TypeParam>& itself = copy;
-    copy = itself;
-    EXPECT_EQ(std::string("a\0b", 3), narrow(copy));
-}
-
-TYPED_TEST(String, Moved_from_string_is_empty_and_usable) {
-    using Text = gen::basic_string<TypeParam>;
-    const auto moved_from = [] {
-        Text source(lit<TypeParam>("abc"));
-        Text target(static_cast<Text&&>(source));
-        EXPECT_EQ("abc", narrow(target));
-        return source; // not elided away: a named object that lost its storage
-    };
-    Text text = moved_from();
-    EXPECT_EQ(0u, text.capacity());
-    EXPECT_EQ(0u, text.length());
-    EXPECT_EQ(0, text.c_str()[0]);
-    EXPECT_TRUE(text.empty());
-    EXPECT_THROW((void)text.at(0), gen::genlib_out_of_range);
-    text = static_cast<const TypeParam*>(nullptr);
-    text.trim_right(lit<TypeParam>("x"));
-    text.release_buffer();
-    text.reserve(0);
-    EXPECT_EQ(0, text.replace_all(lit<TypeParam>("a"), lit<TypeParam>("b")));
-    EXPECT_EQ(0u, text.capacity());
-    EXPECT_EQ(0, Text(text).c_str()[0]);
-    text = lit<TypeParam>("");
-    EXPECT_EQ(1u, text.capacity());
-    EXPECT_EQ(1u, text.count());
-
-    Text appended = moved_from();
-    appended += lit<TypeParam>("xy");
-    EXPECT_EQ("xy", narrow(appended));
-    EXPECT_EQ(3u, appended.capacity());
-
-    Text reserved = moved_from();
-    reserved.reserve(5);
-    EXPECT_EQ(0, reserved.c_str()[0]);
-
-    Text assigned = moved_from();
-    assigned = moved_from();
-    assigned = Text(lit<TypeParam>("abc"));
-    EXPECT_EQ("abc", narrow(assigned));
-    assigned = static_cast<const Text&>(moved_from());
-    EXPECT_TRUE(assigned.empty());
-}
-
-TYPED_TEST(String, Moving_allocates_nothing) {
-    using Text = gen::basic_string<TypeParam>;
-    Text text(lit<TypeParam>("abc"));
-    FailingAllocator allocator(1);
-    Text target(static_cast<Text&&>(text));
-    text = static_cast<Text&&>(target);
-    EXPECT_EQ(0u, allocator.calls());
-    EXPECT_EQ("abc", narrow(text));
 }
 
 } // namespace
