@@ -33,7 +33,7 @@ struct Folder {
 const Folder folder;
 
 std::string start_of(int part, const std::string& path) {
-    const CStdString header = PartHeader(static_cast<Part>(part), path.c_str());
+    const CStdString header = part_header(static_cast<Part>(part), path.c_str());
     return std::string(header.c_str(), header.length());
 }
 
@@ -46,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     std::string rest(reinterpret_cast<const char*>(data) + 6, size - 6);
     const std::size_t found = std::string(rest.c_str()).find("Data has uploaded successfully");
-    require(Confirms(rest.c_str()) == (found != std::string::npos && found > 0));
+    require(confirms(rest.c_str()) == (found != std::string::npos && found > 0));
 
     std::string contents[part_count], paths[part_count];
     const char* arguments[part_count];
@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
 
     CSuperBuffer buffer;
-    AppendBody(buffer, arguments);
+    append_body(buffer, arguments);
     const std::string body(buffer.GetData(), buffer.GetLength());
     std::size_t at = 0;
     for (int i = 0; i < part_count; ++i) {

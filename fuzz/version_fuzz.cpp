@@ -20,16 +20,16 @@ void check_text(const char* text) {
     for (const char* c = text; *c; ++c)
         commas += *c == ',';
     for (int index = -1; index <= 4; ++index) {
-        const CStdString part = sysinfo::ProductVersionPart(text, index);
+        const CStdString part = sysinfo::product_version_part(text, index);
         require(part.length() <= strlen(text));
         require(part.find(",") == -1 && part.find(" ") == -1);
         require(part.empty() || (index >= 0 && index < 4 && static_cast<size_t>(index) <= commas));
     }
-    const CStdString printer = sysinfo::PrinterOfEntry(text);
+    const CStdString printer = sysinfo::printer_of_entry(text);
     require(strncmp(printer.c_str(), text, printer.length()) == 0);
     require(text[printer.length()] == (commas ? ',' : '\0'));
     for (int level = 0; level < 4; ++level) {
-        const int lowered = sysinfo::LowerInstructionSetLevel(text, level);
+        const int lowered = sysinfo::lower_instruction_set_level(text, level);
         require(lowered >= 0 && lowered <= level);
     }
 }
@@ -44,9 +44,9 @@ void check_record(const uint8_t* data, size_t size) {
     version.service_pack[128] = '\0';
     version.edition_name[80] = '\0';
     version.edition = static_cast<sysinfo::RegistryEdition>(size % 4);
-    const CStdString name = sysinfo::DescribeWinVersion(version, false);
+    const CStdString name = sysinfo::describe_win_version(version, false);
     require(name.length() < 300);
-    const CStdString tag = sysinfo::DescribeWinVersion(version, true);
+    const CStdString tag = sysinfo::describe_win_version(version, true);
     require(tag.empty() || (tag.length() < 40 && tag.at(tag.length() - 1) != '_' && tag.find(" ") == -1));
 }
 

@@ -8,11 +8,11 @@
 
 namespace {
 
-std::string BytesOf(const CSuperBuffer& buffer) {
+std::string bytes_of(const CSuperBuffer& buffer) {
     return std::string(buffer.GetData() ? buffer.GetData() : "", buffer.GetLength());
 }
 
-std::string Pattern(size_t size) {
+std::string pattern(size_t size) {
     std::string bytes(size, 0);
     unsigned state = 12345;
     for (char& byte : bytes) {
@@ -51,31 +51,31 @@ TEST_F(SuperBuffer, Texts_follow_each_other_without_terminators) {
     m_buffer.Append("one ");
     m_buffer.Append("");
     m_buffer.Append("two");
-    EXPECT_EQ(BytesOf(m_buffer), "one two");
+    EXPECT_EQ(bytes_of(m_buffer), "one two");
 }
 
 TEST_F(SuperBuffer, Text_with_a_zero_byte_goes_in_whole) {
     CStdString text;
     text.assign("a\0b", 3);
     m_buffer.Append(text);
-    EXPECT_EQ(BytesOf(m_buffer), std::string("a\0b", 3));
+    EXPECT_EQ(bytes_of(m_buffer), std::string("a\0b", 3));
 }
 
 TEST_F(SuperBuffer, File_goes_in_whole_whatever_its_size) {
     for (size_t size : {1, 2, 63, 64, 65, 127, 128, 129, 4095, 4096, 4097, 100000}) {
         CSuperBuffer buffer;
-        const std::string bytes = Pattern(size);
+        const std::string bytes = pattern(size);
         buffer.Append("<");
         buffer.AppendFile(Write(bytes).c_str());
         buffer.Append(">");
-        EXPECT_EQ(BytesOf(buffer), "<" + bytes + ">") << size;
+        EXPECT_EQ(bytes_of(buffer), "<" + bytes + ">") << size;
     }
 }
 
 TEST_F(SuperBuffer, Line_ends_and_end_of_file_characters_are_bytes_like_others) {
     const std::string bytes("a\r\nb\nc\rd\x1A\0e\r", 12);
     m_buffer.AppendFile(Write(bytes).c_str());
-    EXPECT_EQ(BytesOf(m_buffer), bytes);
+    EXPECT_EQ(bytes_of(m_buffer), bytes);
 }
 
 TEST_F(SuperBuffer, Empty_file_and_missing_file_add_nothing) {
@@ -96,17 +96,17 @@ TEST_F(SuperBuffer, Pieces_go_in_together_in_their_order) {
     pieces[3].SetFile("missing");
     pieces[4].SetText(last);
     m_buffer.Append(pieces, 5);
-    EXPECT_EQ(BytesOf(m_buffer), "01[file]2");
+    EXPECT_EQ(bytes_of(m_buffer), "01[file]2");
 }
 
 TEST_F(SuperBuffer, File_that_has_shrunk_gives_what_is_left) {
-    const std::string path = Write(Pattern(10000));
+    const std::string path = Write(pattern(10000));
     CSuperBuffer::Piece pieces[2];
     pieces[0].SetFile(path.c_str());
     pieces[1].SetText("end");
     Write("rest");
     m_buffer.Append(pieces, 2);
-    EXPECT_EQ(BytesOf(m_buffer), "restend");
+    EXPECT_EQ(bytes_of(m_buffer), "restend");
 }
 
 TEST_F(SuperBuffer, File_that_has_grown_is_cut_at_the_size_it_had) {
@@ -116,7 +116,7 @@ TEST_F(SuperBuffer, File_that_has_grown_is_cut_at_the_size_it_had) {
     pieces[1].SetText("end");
     Write("1234567890");
     m_buffer.Append(pieces, 2);
-    EXPECT_EQ(BytesOf(m_buffer), "12345678end");
+    EXPECT_EQ(bytes_of(m_buffer), "12345678end");
 }
 
 TEST_F(SuperBuffer, File_too_large_for_one_block_is_out_of_memory_and_changes_nothing) {
@@ -124,7 +124,7 @@ TEST_F(SuperBuffer, File_too_large_for_one_block_is_out_of_memory_and_changes_no
     std::filesystem::resize_file(path, 0x7FFFFFF0u);
     m_buffer.Append("sixteen bytes...");
     EXPECT_THROW(m_buffer.AppendFile(path.c_str()), gen::genlib_out_of_memory);
-    EXPECT_EQ(BytesOf(m_buffer), "sixteen bytes...");
+    EXPECT_EQ(bytes_of(m_buffer), "sixteen bytes...");
 }
 
 } // namespace

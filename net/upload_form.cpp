@@ -44,7 +44,7 @@ const char kTrailer[] = FIELD("tableid") "\n\n\n" //
 
 const char kRequestHeaders[] = "Content-Type: multipart/form-data; boundary=AaB03x";
 
-CStdString PartHeader(Part part, const char* path) {
+CStdString part_header(Part part, const char* path) {
     CStdString format(kPartHeader);
     format.replace_all("NAME", kNames[part]);
     CStdString header;
@@ -52,12 +52,12 @@ CStdString PartHeader(Part part, const char* path) {
     return header;
 }
 
-void AppendBody(CSuperBuffer& body, const char* const (&paths)[part_count]) {
+void append_body(CSuperBuffer& body, const char* const (&paths)[part_count]) {
     CStdString headers[part_count];
     CSuperBuffer::Piece pieces[3 * part_count + 1];
     CSuperBuffer::Piece* next = pieces;
     for (int i = 0; i < part_count; ++i) {
-        headers[i] = PartHeader(static_cast<Part>(i), paths[i]);
+        headers[i] = part_header(static_cast<Part>(i), paths[i]);
         (next++)->SetText(headers[i]);
         (next++)->SetFile(paths[i]);
         (next++)->SetText(kPartEnd);
@@ -66,7 +66,7 @@ void AppendBody(CSuperBuffer& body, const char* const (&paths)[part_count]) {
     body.Append(pieces, sizeof pieces / sizeof *pieces);
 }
 
-bool Confirms(const char* response) {
+bool confirms(const char* response) {
     const char* const found = response ? strstr(response, kConfirmation) : nullptr;
     return found && found != response;
 }

@@ -19,7 +19,7 @@ enum Part {
 
 // What stands before a part's bytes: five settings fields of the form, then the headers of the file itself. The path
 // goes out as it is, unescaped. Texts beyond some 32 KiB are cut, as CStdString::format does.
-CStdString PartHeader(Part part, const char* path);
+CStdString part_header(Part part, const char* path);
 
 // What stands after a part's bytes. Kept: it reads as the end of the whole body, after every single part.
 extern const char kPartEnd[];
@@ -32,10 +32,10 @@ extern const char kRequestHeaders[];
 
 // Appends the whole body to the buffer. paths[part] is the path of each part, "" for none; a path that names no
 // readable file gives an empty part. Throws gen::genlib_out_of_memory as the buffer does.
-void AppendBody(CSuperBuffer& body, const char* const (&paths)[part_count]);
+void append_body(CSuperBuffer& body, const char* const (&paths)[part_count]);
 
 // Whether the server's answer confirms the upload; null is no answer. Kept: an answer that begins with the
 // confirmation is refused, whatever else it holds.
-bool Confirms(const char* response);
+bool confirms(const char* response);
 
 } // namespace upload_form

@@ -37,7 +37,7 @@ const char* const kNamesInOrder[] = {"Conversion_Script", "Conversion_Config", "
                                      "Conversion_log",    "Screen_copy",       "System_info"};
 static_assert(std::size(kNamesInOrder) == part_count);
 
-std::string ExpectedHeader(std::string name, const std::string& path) {
+std::string expected_header(std::string name, const std::string& path) {
     std::string text = kHeader;
     for (size_t at; (at = text.find("NAME")) != std::string::npos;) {
         text.replace(at, 4, name);
@@ -45,9 +45,9 @@ std::string ExpectedHeader(std::string name, const std::string& path) {
     return text.replace(text.find("%s"), 2, path);
 }
 
-std::string BodyOf(const char* const (&paths)[part_count]) {
+std::string body_of(const char* const (&paths)[part_count]) {
     CSuperBuffer body;
-    AppendBody(body, paths);
+    append_body(body, paths);
     return std::string(body.GetData(), body.GetLength());
 }
 
@@ -71,24 +71,25 @@ protected:
 };
 
 TEST(UploadForm, Header_block_holds_five_settings_and_the_full_path) {
-    EXPECT_EQ(std::string(PartHeader(screen_copy, "C:\\Temp\\screen_copy.jpg").c_str()),
-              ExpectedHeader("Screen_copy", "C:\\Temp\\screen_copy.jpg"));
+    EXPECT_EQ(std::string(part_header(screen_copy, "C:\\Temp\\screen_copy.jpg").c_str()),
+              expected_header("Screen_copy", "C:\\Temp\\screen_copy.jpg"));
 }
 
 TEST(UploadForm, Path_is_not_escaped) {
     const char path[] = "C:\\50%s %n\\\"NAME\" \xE0\xFF.txt";
-    EXPECT_EQ(std::string(PartHeader(conversion_log, path).c_str()), ExpectedHeader("Conversion_log", path));
+    EXPECT_EQ(std::string(part_header(conversion_log, path).c_str()), expected_header("Conversion_log", path));
 }
 
 TEST(UploadForm, Header_of_an_overlong_path_is_cut_at_the_formatters_limit) {
     // The format text's length grows in steps of 1024 until the limit reaches 32767.
-    size_t limit = ExpectedHeader("Conversion_Script", "%s").size() + 1024;
+    size_t limit = expected_header("Conversion_Script", "%s").size() + 1024;
     while (limit < 32767) {
         limit += 1024;
     }
     const std::string path(40000, 'x');
-    const CStdString header = PartHeader(conversion_script, path.c_str());
-    EXPECT_EQ(std::string(header.c_str(), header.length()), ExpectedHeader("Conversion_Script", path).substr(0, limit));
+    const CStdString header = part_header(conversion_script, path.c_str());
+    EXPECT_EQ(std::string(header.c_str(), header.length()),
+              expected_header("Conversion_Script", path).substr(0, limit));
 }
 
 TEST(UploadForm, Part_ends_in_what_looks_like_the_end_of_the_body) {
@@ -104,7 +105,7 @@ TEST(UploadForm, Request_header_names_the_boundary_without_a_line_end) {
 }
 
 TEST(UploadForm, No_text_of_the_form_holds_a_carriage_return) {
-    CStdString all = PartHeader(system_info, "path") + kPartEnd + kTrailer + kRequestHeaders;
+    CStdString all = part_header(system_info, "path") + kPartEnd + kTrailer + kRequestHeaders;
     EXPECT_EQ(all.find("\r"), -1);
 }
 
@@ -112,9 +113,9 @@ TEST(UploadForm, Body_of_a_report_without_files_is_complete) {
     const char* const paths[part_count] = {"", "", "", "", "", ""};
     std::string expected;
     for (const char* name : kNamesInOrder) {
-        expected += ExpectedHeader(name, "") + "\n\n--AaB03x--\n";
+        expected += expected_header(name, "") + "\n\n--AaB03x--\n";
     }
-    EXPECT_EQ(BodyOf(paths), expected + kExpectedTrailer);
+    EXPECT_EQ(body_of(paths), expected + kExpectedTrailer);
 }
 
 TEST_F(UploadBody, Files_stand_between_their_headers_and_ends_byte_for_byte) {
@@ -130,16 +131,16 @@ TEST_F(UploadBody, Files_stand_between_their_headers_and_ends_byte_for_byte) {
     for (int i = 0; i < part_count; ++i) {
         stored[i] = Write("file " + std::to_string(i), contents[i]);
         paths[i] = stored[i].c_str();
-        expected += ExpectedHeader(kNamesInOrder[i], stored[i]) + contents[i] + "\n\n--AaB03x--\n";
+        expected += expected_header(kNamesInOrder[i], stored[i]) + contents[i] + "\n\n--AaB03x--\n";
     }
-    EXPECT_EQ(BodyOf(paths), expected + kExpectedTrailer);
+    EXPECT_EQ(body_of(paths), expected + kExpectedTrailer);
 }
 
 TEST_F(UploadBody, Missing_file_is_an_empty_part_under_its_path) {
     const std::string path = (m_folder / "gone").string();
     const char* const paths[part_count] = {path.c_str(), "", "", "", "", ""};
-    const std::string body = BodyOf(paths);
-    EXPECT_EQ(body.find(ExpectedHeader("Conversion_Script", path) + "\n\n--AaB03x--\n"), 0u);
+    const std::string body = body_of(paths);
+    EXPECT_EQ(body.find(expected_header("Conversion_Script", path) + "\n\n--AaB03x--\n"), 0u);
 }
 
 struct AnswerCase {
@@ -151,7 +152,7 @@ struct AnswerCase {
 class Answer : public testing::TestWithParam<AnswerCase> {};
 
 TEST_P(Answer, Is_judged_by_the_place_of_the_confirmation) {
-    EXPECT_EQ(Confirms(GetParam().answer), GetParam().confirmed);
+    EXPECT_EQ(confirms(GetParam().answer), GetParam().confirmed);
 }
 
 const AnswerCase kAnswers[] = {

@@ -52,9 +52,9 @@ bool CCrashReport2::Upload() {
     };
     CHttpTransport transport;
     CSuperBuffer body;
-    upload_form::AppendBody(body, paths);
+    upload_form::append_body(body, paths);
     transport.SetHeaders(upload_form::kRequestHeaders);
-    return upload_form::Confirms(transport.Request(form_url().c_str(), true, body.GetData(), body.GetLength()));
+    return upload_form::confirms(transport.Request(form_url().c_str(), true, body.GetData(), body.GetLength()));
 }
 
 void CCrashReport2::CreateScreenCopy() {
@@ -64,5 +64,5 @@ void CCrashReport2::CreateScreenCopy() {
 }
 
 void CCrashReport2::CreateSystemInfo() {
-    WriteSystemInfoFile(m_system_path);
+    write_system_info_file(m_system_path);
 }

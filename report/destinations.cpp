@@ -1,4 +1,5 @@
 #include "report/destinations.h"
 
-// A file of its own, so that the compiler can't copy the texts into the code that uses them.
+// A file of its own, compiled without link-time optimisation, so that no copy of the texts gets into the code that uses
+// them.
 const Destinations destinations = {"WENDAX REPORTS>", WENDAX_SUPPORT_ADDRESS, WENDAX_UPLOAD_SERVER};

@@ -9,7 +9,7 @@
 
 namespace sysinfo {
 
-CStdString GetBrowserVersionText(const char* library) {
+CStdString browser_version_text(const char* library) {
     const CStdString unknown = "Cannot extract version number of Internet Explorer";
     const win::LibraryHandle module(LoadLibraryA(library));
     if (!module) {
@@ -24,11 +24,11 @@ CStdString GetBrowserVersionText(const char* library) {
     version.cbSize = sizeof(version);
     if (get_version(&version) < 0)
         return unknown;
-    return DescribeBrowser(version.dwMajorVersion, version.dwMinorVersion, version.dwBuildNumber);
+    return describe_browser(version.dwMajorVersion, version.dwMinorVersion, version.dwBuildNumber);
 }
 
 } // namespace sysinfo
 
 CStdString GetInternetExplorerVersionText() {
-    return sysinfo::GetBrowserVersionText("shdocvw.dll");
+    return sysinfo::browser_version_text("shdocvw.dll");
 }

@@ -10,6 +10,6 @@ CStdString GetInternetExplorerVersionText();
 namespace sysinfo {
 
 // The same of another library.
-CStdString GetBrowserVersionText(const char* library);
+CStdString browser_version_text(const char* library);
 
 } // namespace sysinfo

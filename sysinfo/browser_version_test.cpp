@@ -19,7 +19,7 @@ protected:
     }
     static std::string TextWhen(const char* mode) {
         SetEnvironmentVariableA("TEST_BROWSER", mode);
-        return sysinfo::GetBrowserVersionText(TestFile("browser").c_str()).c_str();
+        return sysinfo::browser_version_text(test_file("browser").c_str()).c_str();
     }
 };
 
@@ -34,13 +34,13 @@ TEST_F(BrowserVersion, Only_a_negative_answer_is_a_failure) {
 }
 
 TEST_F(BrowserVersion, Is_unknown_without_the_library_or_its_function) {
-    EXPECT_STREQ(sysinfo::GetBrowserVersionText("no_such_library.dll").c_str(), kUnknown);
-    EXPECT_STREQ(sysinfo::GetBrowserVersionText(TestFile("version_none").c_str()).c_str(), kUnknown);
+    EXPECT_STREQ(sysinfo::browser_version_text("no_such_library.dll").c_str(), kUnknown);
+    EXPECT_STREQ(sysinfo::browser_version_text(test_file("version_none").c_str()).c_str(), kUnknown);
     EXPECT_EQ(GetModuleHandleA("version_none.dll"), nullptr);
 }
 
 TEST_F(BrowserVersion, Comes_from_the_library_of_the_system) {
-    EXPECT_STREQ(GetInternetExplorerVersionText().c_str(), sysinfo::GetBrowserVersionText("shdocvw.dll").c_str());
+    EXPECT_STREQ(GetInternetExplorerVersionText().c_str(), sysinfo::browser_version_text("shdocvw.dll").c_str());
     if (SearchPathA(nullptr, "shdocvw.dll", nullptr, 0, nullptr, nullptr) == 0)
         GTEST_SKIP() << "no shdocvw.dll here";
     EXPECT_EQ(GetInternetExplorerVersionText().find("Internet Explorer Version: "), 0);

@@ -12,6 +12,11 @@ struct CpuidRegisters {
     uint32_t edx;
 };
 
+// `count` bits (fewer than 32) of a register's value, from bit `first` up.
+constexpr uint32_t bit_field(uint32_t value, int first, int count) {
+    return value >> first & ((1u << count) - 1);
+}
+
 class CpuidSource {
 public:
     // Executes CPUID for this leaf and subleaf. False, with the registers as they were, on a processor without the

@@ -15,6 +15,6 @@ struct DisplayMode {
 };
 
 // Four lines, with CR LF between them and nothing behind the last.
-CStdString DescribeDisplayMode(const DisplayMode& mode);
+CStdString describe_display_mode(const DisplayMode& mode);
 
 } // namespace sysinfo

@@ -8,12 +8,12 @@ namespace sysinfo {
 
 namespace {
 
-bool FileExists(const char* path) {
+bool file_exists(const char* path) {
     CFileFind find;
     return find.FindFile(path);
 }
 
-CStdString RegisteredPath(HKEY root) {
+CStdString registered_path(HKEY root) {
     constexpr LONG limit = 1024;
     CStdString path;
     win::RegistryKey key;
@@ -30,9 +30,9 @@ CStdString RegisteredPath(HKEY root) {
 
 } // namespace
 
-CStdString FindHostApplication(HKEY root, const char* executable) {
-    CStdString path = RegisteredPath(root);
-    if (FileExists(path.c_str()))
+CStdString find_host_application(HKEY root, const char* executable) {
+    CStdString path = registered_path(root);
+    if (file_exists(path.c_str()))
         return path;
     path = executable;
     const int backslash = path.rfind('\\');
@@ -43,11 +43,11 @@ CStdString FindHostApplication(HKEY root, const char* executable) {
     return path;
 }
 
-CStdString HostApplicationText(CStdFileInfo& reader, const char* path) {
-    if (!FileExists(path))
+CStdString host_application_text(CStdFileInfo& reader, const char* path) {
+    if (!file_exists(path))
         return "Cannot extract version number of Lumivale";
     reader.Open(path);
-    return DescribeHostApplication(reader.GetVersion());
+    return describe_host_application(reader.GetVersion());
 }
 
 } // namespace sysinfo

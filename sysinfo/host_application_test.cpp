@@ -9,7 +9,7 @@
 
 namespace {
 
-using sysinfo::FindHostApplication;
+using sysinfo::find_host_application;
 
 constexpr char kRoot[] = "Software\\WendaxTestOfTheHostApplication";
 constexpr char kAppPaths[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Lumivale.exe";
@@ -29,30 +29,30 @@ protected:
                   ERROR_SUCCESS);
     }
     std::string Find(const char* executable = "C:\\host\\program.exe") {
-        return FindHostApplication(m_root, executable).c_str();
+        return find_host_application(m_root, executable).c_str();
     }
     static std::string TextOf(const std::string& path) {
-        return sysinfo::HostApplicationText(*std::make_unique<CStdFileInfo>(), path.c_str()).c_str();
+        return sysinfo::host_application_text(*std::make_unique<CStdFileInfo>(), path.c_str()).c_str();
     }
 
     HKEY m_root = nullptr;
 };
 
 TEST_F(HostApplication, Is_where_the_registry_says_if_a_file_is_there) {
-    Register(TestFile("version_complete"));
-    EXPECT_EQ(Find(), TestFile("version_complete"));
+    Register(test_file("version_complete"));
+    EXPECT_EQ(Find(), test_file("version_complete"));
 }
 
 TEST_F(HostApplication, Is_beside_the_executable_otherwise) {
     EXPECT_EQ(Find(), "C:\\host\\Lumivale.exe"); // nothing is registered
-    Register(TestFile("no_such_file"));
+    Register(test_file("no_such_file"));
     EXPECT_EQ(Find(), "C:\\host\\Lumivale.exe");
     Register("");
     EXPECT_EQ(Find(), "C:\\host\\Lumivale.exe");
 }
 
 TEST_F(HostApplication, Registered_path_is_taken_as_it_stands) {
-    Register("\"" + TestFile("version_complete") + "\"");
+    Register("\"" + test_file("version_complete") + "\"");
     EXPECT_EQ(Find(), "C:\\host\\Lumivale.exe");
     Register("%windir%\\system32\\kernel32.dll");
     EXPECT_EQ(Find(), "C:\\host\\Lumivale.exe");
@@ -74,26 +74,26 @@ TEST_F(HostApplication, Folder_is_all_before_the_last_backslash) {
 }
 
 TEST_F(HostApplication, Text_is_of_the_file_at_the_path) {
-    EXPECT_EQ(TextOf(TestFile("version_complete")),
+    EXPECT_EQ(TextOf(test_file("version_complete")),
               "Lumivale module info:\nCompany: Example Software \xAE\nProduct name:Complete Example\n"
               "Version number: 3.1.0\nBuild number 12");
-    EXPECT_EQ(TextOf(TestFile("version_incomplete")),
+    EXPECT_EQ(TextOf(test_file("version_incomplete")),
               "Lumivale module info:\nCompany: \nProduct name:\nVersion number: 1.2.3.4..\nBuild number ");
 }
 
 TEST_F(HostApplication, Text_of_a_file_without_a_resource_is_unknown) {
     EXPECT_EQ(
-        TextOf(TestFile("version_none")),
+        TextOf(test_file("version_none")),
         "Lumivale module info:\nCompany: Unknown\nProduct name:Unknown\nVersion number: Unknown..\nBuild number ");
 }
 
 TEST_F(HostApplication, Without_a_file_there_is_no_version) {
-    EXPECT_EQ(TextOf(TestFile("no_such_file")), "Cannot extract version number of Lumivale");
+    EXPECT_EQ(TextOf(test_file("no_such_file")), "Cannot extract version number of Lumivale");
     EXPECT_EQ(TextOf(""), "Cannot extract version number of Lumivale");
 }
 
 TEST_F(HostApplication, Section_finds_the_application_beside_this_program) {
-    const std::string beside = TestFolder() + "Lumivale.exe";
+    const std::string beside = test_folder() + "Lumivale.exe";
     const auto info = std::make_unique<CStdInfo>();
     HKEY registered;
     if (RegOpenKeyA(HKEY_LOCAL_MACHINE, kAppPaths, &registered) == ERROR_SUCCESS) {
@@ -102,7 +102,7 @@ TEST_F(HostApplication, Section_finds_the_application_beside_this_program) {
     }
     DeleteFileA(beside.c_str());
     EXPECT_STREQ(info->GetHostApplicationText().c_str(), "Cannot extract version number of Lumivale");
-    ASSERT_TRUE(CopyFileA(TestFile("version_complete").c_str(), beside.c_str(), TRUE));
+    ASSERT_TRUE(CopyFileA(test_file("version_complete").c_str(), beside.c_str(), TRUE));
     const CStdString text = info->GetHostApplicationText();
     DeleteFileA(beside.c_str());
     EXPECT_EQ(text.find("Lumivale module info:\nCompany: Example Software"), 0) << text.c_str();

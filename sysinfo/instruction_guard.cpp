@@ -7,17 +7,17 @@ namespace sysinfo {
 
 namespace {
 
-void ExecuteSse() {
+void execute_sse() {
     asm volatile("xorps %%xmm0, %%xmm0" ::: "xmm0");
 }
 
-void ReadTimeStamp() {
+void read_time_stamp() {
     asm volatile("rdtsc" ::: "eax", "edx");
 }
 
 } // namespace
 
-bool RunsWithoutFault(void (*instruction)()) {
+bool runs_without_fault(void (*instruction)()) {
     // Called through a volatile pointer, so that the compiler can't find the call to be harmless and drop the guard.
     void (*volatile const function)() = instruction;
     __try {
@@ -28,12 +28,12 @@ bool RunsWithoutFault(void (*instruction)()) {
     return true;
 }
 
-bool SseRuns() {
-    return RunsWithoutFault(ExecuteSse);
+bool sse_runs() {
+    return runs_without_fault(execute_sse);
 }
 
-bool TimeStampCounterRuns() {
-    return RunsWithoutFault(ReadTimeStamp);
+bool time_stamp_counter_runs() {
+    return runs_without_fault(read_time_stamp);
 }
 
 } // namespace sysinfo

@@ -4,9 +4,9 @@
 namespace sysinfo {
 
 // Runs a function that executes such an instruction; false if it faults instead of returning. Not in a GCC build.
-bool RunsWithoutFault(void (*instruction)());
+bool runs_without_fault(void (*instruction)());
 
-bool SseRuns();
-bool TimeStampCounterRuns();
+bool sse_runs();
+bool time_stamp_counter_runs();
 
 } // namespace sysinfo

@@ -5,11 +5,11 @@
 
 namespace sysinfo {
 
-bool SseRuns() {
+bool sse_runs() {
     return IsProcessorFeaturePresent(PF_XMMI_INSTRUCTIONS_AVAILABLE);
 }
 
-bool TimeStampCounterRuns() {
+bool time_stamp_counter_runs() {
     return IsProcessorFeaturePresent(PF_RDTSC_INSTRUCTION_AVAILABLE);
 }
 

@@ -4,7 +4,7 @@ namespace sysinfo {
 
 namespace {
 
-bool BeginsWith(const char* text, const char* upper_case) {
+bool begins_with(const char* text, const char* upper_case) {
     for (; *upper_case; ++text, ++upper_case) {
         const char c = *text >= 'a' && *text <= 'z' ? static_cast<char>(*text - 'a' + 'A') : *text;
         if (c != *upper_case)
@@ -15,14 +15,14 @@ bool BeginsWith(const char* text, const char* upper_case) {
 
 } // namespace
 
-int LowerInstructionSetLevel(const char* setting, int level) {
-    if (BeginsWith(setting, "NONE"))
+int lower_instruction_set_level(const char* setting, int level) {
+    if (begins_with(setting, "NONE"))
         return 0;
-    if (BeginsWith(setting, "SSE2"))
+    if (begins_with(setting, "SSE2"))
         return level >= 3 ? 3 : level;
-    if (BeginsWith(setting, "SSE"))
+    if (begins_with(setting, "SSE"))
         return level >= 2 ? 2 : level;
-    if (BeginsWith(setting, "MMX"))
+    if (begins_with(setting, "MMX"))
         return level > 0 ? 1 : level;
     return level;
 }

@@ -4,7 +4,7 @@
 
 namespace {
 
-using sysinfo::LowerInstructionSetLevel;
+using sysinfo::lower_instruction_set_level;
 
 TEST(InstructionSetLevel, Is_lowered_to_the_setting_and_never_raised) {
     const struct {
@@ -20,13 +20,14 @@ TEST(InstructionSetLevel, Is_lowered_to_the_setting_and_never_raised) {
     };
     for (const auto& row : rows)
         for (int level = 0; level < 5; ++level)
-            EXPECT_EQ(LowerInstructionSetLevel(row.setting, level), row.after[level]) << row.setting << " at " << level;
+            EXPECT_EQ(lower_instruction_set_level(row.setting, level), row.after[level])
+                << row.setting << " at " << level;
 }
 
 TEST(InstructionSetLevel, Below_0_is_left_alone_but_for_none) {
-    EXPECT_EQ(LowerInstructionSetLevel("MMX", -1), -1);
-    EXPECT_EQ(LowerInstructionSetLevel("SSE2", -1), -1);
-    EXPECT_EQ(LowerInstructionSetLevel("NONE", -1), 0);
+    EXPECT_EQ(lower_instruction_set_level("MMX", -1), -1);
+    EXPECT_EQ(lower_instruction_set_level("SSE2", -1), -1);
+    EXPECT_EQ(lower_instruction_set_level("NONE", -1), 0);
 }
 
 } // namespace

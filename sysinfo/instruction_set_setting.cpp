@@ -16,6 +16,6 @@ int GetInstructionSetSetting(HKEY root, int* level) {
                          reinterpret_cast<BYTE*>(setting.get_buffer(limit)), &size) != ERROR_SUCCESS)
         return 0;
     setting.release_buffer();
-    *level = sysinfo::LowerInstructionSetLevel(setting.c_str(), *level);
+    *level = sysinfo::lower_instruction_set_level(setting.c_str(), *level);
     return 1;
 }

@@ -10,7 +10,7 @@ namespace sysinfo {
 namespace {
 
 // A processor has CPUID if the identification flag can be changed.
-bool HasCpuid() {
+bool has_cpuid() {
     constexpr uint32_t identification = 0x200000;
     uint32_t before;
     uint32_t after;
@@ -33,7 +33,7 @@ bool HasCpuid() {
 } // namespace
 
 bool MachineCpuid::read(uint32_t leaf, uint32_t subleaf, CpuidRegisters& registers) {
-    static const bool available = HasCpuid();
+    static const bool available = has_cpuid();
     if (!available)
         return false;
     asm volatile("cpuid"
@@ -43,7 +43,7 @@ bool MachineCpuid::read(uint32_t leaf, uint32_t subleaf, CpuidRegisters& registe
 }
 
 bool MachineClock::time_stamp_usable() {
-    return TimeStampCounterRuns();
+    return time_stamp_counter_runs();
 }
 
 uint64_t MachineClock::time_stamp() {
@@ -76,5 +76,5 @@ void MachineClock::scan_bits(uint32_t count) {
 CProcessorInfo::CProcessorInfo() {
     sysinfo::MachineCpuid cpuid;
     sysinfo::MachineClock clock;
-    Identify({cpuid, clock, sysinfo::SseRuns});
+    Identify({cpuid, clock, sysinfo::sse_runs});
 }

@@ -64,13 +64,13 @@ TEST(MachineClock, Scans_bits_as_often_as_told) {
     EXPECT_LT(ratio, 300);
 }
 
-uint64_t Counter() {
+uint64_t counter() {
     LARGE_INTEGER value;
     QueryPerformanceCounter(&value);
     return static_cast<uint64_t>(value.QuadPart);
 }
 
-uint64_t Frequency() {
+uint64_t frequency() {
     LARGE_INTEGER value;
     QueryPerformanceFrequency(&value);
     return static_cast<uint64_t>(value.QuadPart);
@@ -82,12 +82,12 @@ struct Moment {
 };
 
 // Both counters read so close together that no other thread came between.
-Moment Now() {
+Moment now() {
     for (;;) {
-        const uint64_t before = Counter();
+        const uint64_t before = counter();
         const uint64_t ticks = __builtin_ia32_rdtsc();
-        const uint64_t after = Counter();
-        if (after - before < Frequency() / 10000 + 2)
+        const uint64_t after = counter();
+        if (after - before < frequency() / 10000 + 2)
             return {ticks, before + (after - before) / 2};
     }
 }
@@ -95,10 +95,10 @@ Moment Now() {
 // The rate of the time-stamp counter, over as long as the measurement under test took.
 class ReferenceClock {
 public:
-    ReferenceClock() : m_start(Now()) {}
+    ReferenceClock() : m_start(now()) {}
     double megahertz() const {
-        const Moment end = Now();
-        const double seconds = static_cast<double>(end.counter - m_start.counter) / static_cast<double>(Frequency());
+        const Moment end = now();
+        const double seconds = static_cast<double>(end.counter - m_start.counter) / static_cast<double>(frequency());
         return static_cast<double>(end.ticks - m_start.ticks) / seconds / 1e6;
     }
 
@@ -134,8 +134,8 @@ TEST(ProcessorOfThisMachine, Is_the_one_that_CPUID_names) {
 }
 
 TEST(ProcessorOfThisMachine, Runs_the_instructions_that_its_programs_use) {
-    EXPECT_TRUE(sysinfo::SseRuns());
-    EXPECT_TRUE(sysinfo::TimeStampCounterRuns());
+    EXPECT_TRUE(sysinfo::sse_runs());
+    EXPECT_TRUE(sysinfo::time_stamp_counter_runs());
     EXPECT_TRUE(CProcessorInfo().HasFeature(CProcessorInfo::kSseUsable));
 }
 

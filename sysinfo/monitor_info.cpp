@@ -9,7 +9,7 @@ CStdString GetDisplayText(decltype(EnumDisplaySettingsA)* enumerate) {
     mode.dmSize = 148; // the record without its later fields, which every Windows knows
     if (!enumerate(nullptr, ENUM_CURRENT_SETTINGS, &mode))
         return "Error: can not enumerate display settings.";
-    return DescribeDisplayMode({mode.dmBitsPerPel, mode.dmPelsWidth, mode.dmPelsHeight, mode.dmDisplayFrequency});
+    return describe_display_mode({mode.dmBitsPerPel, mode.dmPelsWidth, mode.dmPelsHeight, mode.dmDisplayFrequency});
 }
 
 } // namespace sysinfo

@@ -9,7 +9,7 @@ class CMonitorInfo {
 public:
     virtual ~CMonitorInfo() = default;
 
-    // See sysinfo::DescribeDisplayMode; "Error: can not enumerate display settings." if there is no mode.
+    // See sysinfo::describe_display_mode; "Error: can not enumerate display settings." if there is no mode.
     CStdString GetDisplayText();
 };
 

@@ -14,7 +14,7 @@ namespace {
 DEVMODEA g_mode;
 BOOL g_result;
 
-BOOL WINAPI FakeSettings(LPCSTR device, DWORD number, DEVMODEA* mode) {
+BOOL WINAPI fake_settings(LPCSTR device, DWORD number, DEVMODEA* mode) {
     EXPECT_EQ(device, nullptr);
     EXPECT_EQ(number, 0xFFFFFFFFu);
     EXPECT_EQ(mode->dmSize, 148u);
@@ -31,13 +31,13 @@ TEST(MonitorInfo, Puts_each_field_of_the_mode_in_its_line) {
     g_mode.dmDisplayFrequency = 75;
     g_result = TRUE;
     EXPECT_STREQ(
-        sysinfo::GetDisplayText(FakeSettings).c_str(),
+        sysinfo::GetDisplayText(fake_settings).c_str(),
         "Color depth: 16 Bits per pixel.\r\nPixel Width: 800\r\nPixel Height: 600\r\nRefresh frequency: 75 Hz");
 }
 
 TEST(MonitorInfo, Without_a_mode_is_the_error_text_alone) {
     g_result = FALSE;
-    EXPECT_STREQ(sysinfo::GetDisplayText(FakeSettings).c_str(), "Error: can not enumerate display settings.");
+    EXPECT_STREQ(sysinfo::GetDisplayText(fake_settings).c_str(), "Error: can not enumerate display settings.");
 }
 
 // The mode of this machine as the screen's device context has it, which is another road to the same facts.

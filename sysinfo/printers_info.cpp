@@ -9,7 +9,7 @@ namespace {
 
 constexpr DWORD kFlags = PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS;
 
-bool IsNt() {
+bool is_nt() {
     OSVERSIONINFOA record = {};
     record.dwOSVersionInfoSize = sizeof(record);
     static_assert(sizeof(record) == 148);
@@ -18,7 +18,7 @@ bool IsNt() {
 
 } // namespace
 
-PrinterListStatus ListPrinters(const PrinterSystem& system, CArray<CStdString, CStdString&>& names) {
+PrinterListStatus list_printers(const PrinterSystem& system, CArray<CStdString, CStdString&>& names) {
     const DWORD level = system.nt ? 4 : 1;
     DWORD needed = 0;
     DWORD count = 0;
@@ -37,22 +37,22 @@ PrinterListStatus ListPrinters(const PrinterSystem& system, CArray<CStdString, C
     return PrinterListStatus::listed;
 }
 
-CStdString DefaultPrinter(const PrinterSystem& system) {
+CStdString default_printer(const PrinterSystem& system) {
     constexpr DWORD size = 512;
     CStdString entry;
     system.profile_string("windows", "device", ",,,", entry.get_buffer(size), size);
     entry.release_buffer();
-    return PrinterOfEntry(entry.c_str());
+    return printer_of_entry(entry.c_str());
 }
 
 CStdString GetPrintersInfo(const PrinterSystem& system) {
     CArray<CStdString, CStdString&> names;
-    ListPrinters(system, names);
-    return DescribePrinters(names.GetData(), names.GetSize(), DefaultPrinter(system).c_str());
+    list_printers(system, names);
+    return describe_printers(names.GetData(), names.GetSize(), default_printer(system).c_str());
 }
 
 } // namespace sysinfo
 
 CStdString CPrintersInfo::GetPrintersInfo() {
-    return sysinfo::GetPrintersInfo({sysinfo::IsNt(), EnumPrintersA, GetProfileStringA});
+    return sysinfo::GetPrintersInfo({sysinfo::is_nt(), EnumPrintersA, GetProfileStringA});
 }

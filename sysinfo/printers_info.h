@@ -23,12 +23,12 @@ enum class PrinterListStatus {
 
 // Appends the names of the local and the connected printers, in the order of the system. A list that grows while it is
 // read fails.
-PrinterListStatus ListPrinters(const PrinterSystem& system, CArray<CStdString, CStdString&>& names);
+PrinterListStatus list_printers(const PrinterSystem& system, CArray<CStdString, CStdString&>& names);
 
 // Empty without a default printer.
-CStdString DefaultPrinter(const PrinterSystem& system);
+CStdString default_printer(const PrinterSystem& system);
 
-// The section: see DescribePrinters. Without a list, for whatever reason, the list is empty.
+// The section: see describe_printers. Without a list, for whatever reason, the list is empty.
 CStdString GetPrintersInfo(const PrinterSystem& system);
 
 } // namespace sysinfo

@@ -26,7 +26,7 @@ struct Spooler {
 Spooler g_spooler;
 
 template <class Record>
-DWORD SizeOf() {
+DWORD size_of() {
     DWORD size = 0;
     for (const char* name : g_spooler.names)
         size += sizeof(Record) + (name ? static_cast<DWORD>(strlen(name)) + 1 : 0);
@@ -34,7 +34,7 @@ DWORD SizeOf() {
 }
 
 template <class Record>
-void Fill(BYTE* buffer, char* Record::* field) {
+void fill(BYTE* buffer, char* Record::* field) {
     Record* record = reinterpret_cast<Record*>(buffer);
     char* text = reinterpret_cast<char*>(record + g_spooler.names.size());
     memset(buffer, 0, sizeof(Record) * g_spooler.names.size());
@@ -47,12 +47,12 @@ void Fill(BYTE* buffer, char* Record::* field) {
     }
 }
 
-BOOL WINAPI FakeEnumerate(DWORD flags, LPSTR server, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed,
-                          LPDWORD count) {
+BOOL WINAPI fake_enumerate(DWORD flags, LPSTR server, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed,
+                           LPDWORD count) {
     EXPECT_EQ(flags, 6u);
     EXPECT_EQ(server, nullptr);
     g_spooler.level = level;
-    *needed = level == 4 ? SizeOf<PRINTER_INFO_4A>() : SizeOf<PRINTER_INFO_1A>();
+    *needed = level == 4 ? size_of<PRINTER_INFO_4A>() : size_of<PRINTER_INFO_1A>();
     *count = 0;
     if (!buffer) {
         EXPECT_EQ(size, 0u);
@@ -65,14 +65,14 @@ BOOL WINAPI FakeEnumerate(DWORD flags, LPSTR server, DWORD level, LPBYTE buffer,
         return FALSE;
     }
     if (level == 4)
-        Fill(buffer, &PRINTER_INFO_4A::pPrinterName);
+        fill(buffer, &PRINTER_INFO_4A::pPrinterName);
     else
-        Fill(buffer, &PRINTER_INFO_1A::pName);
+        fill(buffer, &PRINTER_INFO_1A::pName);
     *count = static_cast<DWORD>(g_spooler.names.size());
     return TRUE;
 }
 
-DWORD WINAPI FakeProfileString(LPCSTR section, LPCSTR key, LPCSTR instead, LPSTR buffer, DWORD size) {
+DWORD WINAPI fake_profile_string(LPCSTR section, LPCSTR key, LPCSTR instead, LPSTR buffer, DWORD size) {
     EXPECT_STREQ(section, "windows");
     EXPECT_STREQ(key, "device");
     EXPECT_EQ(size, 512u);
@@ -81,8 +81,8 @@ DWORD WINAPI FakeProfileString(LPCSTR section, LPCSTR key, LPCSTR instead, LPSTR
     return static_cast<DWORD>(strlen(buffer));
 }
 
-constexpr PrinterSystem kNt = {true, FakeEnumerate, FakeProfileString};
-constexpr PrinterSystem k9x = {false, FakeEnumerate, FakeProfileString};
+constexpr PrinterSystem kNt = {true, fake_enumerate, fake_profile_string};
+constexpr PrinterSystem k9x = {false, fake_enumerate, fake_profile_string};
 
 class PrintersInfo : public testing::Test {
 protected:
@@ -90,7 +90,7 @@ protected:
 
     static std::vector<std::string> Listed(const PrinterSystem& system) {
         Names names;
-        EXPECT_EQ(sysinfo::ListPrinters(system, names), PrinterListStatus::listed);
+        EXPECT_EQ(sysinfo::list_printers(system, names), PrinterListStatus::listed);
         std::vector<std::string> texts;
         for (int i = 0; i < names.GetSize(); ++i)
             texts.push_back(names[i].c_str());
@@ -111,7 +111,7 @@ TEST_F(PrintersInfo, Nothing_to_list_has_its_own_status_whatever_the_call_return
     for (BOOL result : {FALSE, TRUE}) {
         g_spooler.first_result = result;
         Names names;
-        EXPECT_EQ(sysinfo::ListPrinters(kNt, names), PrinterListStatus::none);
+        EXPECT_EQ(sysinfo::list_printers(kNt, names), PrinterListStatus::none);
         EXPECT_EQ(names.GetSize(), 0);
     }
     EXPECT_EQ(static_cast<int>(PrinterListStatus::none), -1);
@@ -121,7 +121,7 @@ TEST_F(PrintersInfo, List_that_grows_meanwhile_fails) {
     g_spooler.names = {"first"};
     g_spooler.grows = true;
     Names names;
-    EXPECT_EQ(sysinfo::ListPrinters(kNt, names), PrinterListStatus::failed);
+    EXPECT_EQ(sysinfo::list_printers(kNt, names), PrinterListStatus::failed);
     EXPECT_EQ(names.GetSize(), 0);
     EXPECT_EQ(static_cast<int>(PrinterListStatus::failed), -2);
 }
@@ -148,12 +148,12 @@ TEST_F(PrintersInfo, Text_without_a_list_still_has_the_default_printer) {
 
 TEST_F(PrintersInfo, Default_entry_without_a_comma_is_the_name) {
     g_spooler.profile_entry = "PDF writer";
-    EXPECT_STREQ(sysinfo::DefaultPrinter(kNt).c_str(), "PDF writer");
+    EXPECT_STREQ(sysinfo::default_printer(kNt).c_str(), "PDF writer");
     g_spooler.profile_entry = nullptr;
-    EXPECT_STREQ(sysinfo::DefaultPrinter(kNt).c_str(), "");
+    EXPECT_STREQ(sysinfo::default_printer(kNt).c_str(), "");
     const std::string longest(511, 'p');
     g_spooler.profile_entry = longest.c_str();
-    EXPECT_EQ(sysinfo::DefaultPrinter(kNt).c_str(), longest);
+    EXPECT_EQ(sysinfo::default_printer(kNt).c_str(), longest);
 }
 
 TEST_F(PrintersInfo, Very_long_list_is_listed_whole) {

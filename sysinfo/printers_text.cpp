@@ -4,7 +4,7 @@
 
 namespace sysinfo {
 
-CStdString DescribePrinters(const CStdString* names, int count, const char* default_printer) {
+CStdString describe_printers(const CStdString* names, int count, const char* default_printer) {
     constexpr char list_heading[] = "Printers list: \n";
     constexpr char default_heading[] = "Default printer: \n";
     unsigned size = sizeof(list_heading) + sizeof(default_heading) + static_cast<unsigned>(strlen(default_printer)) + 2;
@@ -25,7 +25,7 @@ CStdString DescribePrinters(const CStdString* names, int count, const char* defa
     return text;
 }
 
-CStdString PrinterOfEntry(const char* entry) {
+CStdString printer_of_entry(const char* entry) {
     CStdString name;
     name.assign(entry, static_cast<unsigned>(strcspn(entry, ",")));
     return name;

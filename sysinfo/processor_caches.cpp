@@ -94,38 +94,35 @@ constexpr uint8_t kLastLevelAbsent = 0x40; // no second level or, where there is
 constexpr uint8_t kFourMegabytes = 0x49;
 constexpr uint8_t kSeeLeaf4 = 0xFF; // 0xFE refers to leaf 0x18 likewise, which is of address translation only
 
-uint32_t Bits(uint32_t value, int first, int count) {
-    return value >> first & ((1u << count) - 1);
-}
-
-CacheSizes ExtendedSizes(CpuidSource& cpuid, uint32_t highest_extended_leaf) {
+CacheSizes extended_sizes(CpuidSource& cpuid, uint32_t highest_extended_leaf) {
     CacheSizes sizes;
     CpuidRegisters leaf;
     if (highest_extended_leaf >= 0x80000005 && cpuid.read(0x80000005, 0, leaf)) {
-        const int l1 = static_cast<int>(Bits(leaf.ecx, 24, 8) + Bits(leaf.edx, 24, 8));
+        const int l1 = static_cast<int>(bit_field(leaf.ecx, 24, 8) + bit_field(leaf.edx, 24, 8));
         sizes.l1 = l1 ? l1 : -1;
     }
     if (highest_extended_leaf >= 0x80000006 && cpuid.read(0x80000006, 0, leaf)) {
-        const int l2 = static_cast<int>(Bits(leaf.ecx, 16, 16));
+        const int l2 = static_cast<int>(bit_field(leaf.ecx, 16, 16));
         sizes.l2 = l2 ? l2 : -1;
     }
     return sizes;
 }
 
 // In kilobytes, rounded down; the greatest values that the fields can hold don't overflow.
-uint64_t SizeOfLeaf4(const CpuidRegisters& leaf) {
-    const uint64_t lines = (Bits(leaf.ebx, 12, 10) + 1ull) * (Bits(leaf.ebx, 22, 10) + 1ull) * (leaf.ecx + 1ull);
-    const uint64_t line_size = Bits(leaf.ebx, 0, 12) + 1;
+uint64_t size_of_leaf_4(const CpuidRegisters& leaf) {
+    const uint64_t lines =
+        (bit_field(leaf.ebx, 12, 10) + 1ull) * (bit_field(leaf.ebx, 22, 10) + 1ull) * (leaf.ecx + 1ull);
+    const uint64_t line_size = bit_field(leaf.ebx, 0, 12) + 1;
     return lines / 1024 * line_size + lines % 1024 * line_size / 1024;
 }
 
 // Leaf 4 has one subleaf per cache, and one of type 0 behind the last.
-CacheSizes Leaf4Sizes(CpuidSource& cpuid) {
+CacheSizes leaf_4_sizes(CpuidSource& cpuid) {
     constexpr uint32_t most_caches = 32;
     uint64_t kilobytes[8] = {}; // by level, of which processors have 1 to 3
     CpuidRegisters leaf;
-    for (uint32_t i = 0; i < most_caches && cpuid.read(4, i, leaf) && Bits(leaf.eax, 0, 5) != 0; ++i)
-        kilobytes[Bits(leaf.eax, 5, 3)] += SizeOfLeaf4(leaf);
+    for (uint32_t i = 0; i < most_caches && cpuid.read(4, i, leaf) && bit_field(leaf.eax, 0, 5) != 0; ++i)
+        kilobytes[bit_field(leaf.eax, 5, 3)] += size_of_leaf_4(leaf);
 
     const auto size = [](uint64_t sum) { return sum == 0 ? -1 : sum > INT_MAX ? INT_MAX : static_cast<int>(sum); };
     CacheSizes sizes;
@@ -135,7 +132,7 @@ CacheSizes Leaf4Sizes(CpuidSource& cpuid) {
     return sizes;
 }
 
-void Complete(CacheSizes& sizes, const CacheSizes& other) {
+void complete(CacheSizes& sizes, const CacheSizes& other) {
     if (sizes.l1 < 0)
         sizes.l1 = other.l1;
     if (sizes.l2 < 0)
@@ -170,7 +167,7 @@ void CacheDescriptors::add(const CpuidRegisters& registers) {
 }
 
 void CacheDescriptors::add_register(uint32_t value, int first_byte) {
-    if (Bits(value, 31, 1))
+    if (bit_field(value, 31, 1))
         return;
     for (int i = first_byte; i < 4; ++i)
         add(static_cast<uint8_t>(value >> 8 * i));
@@ -190,9 +187,9 @@ CacheSizes CacheDescriptors::sizes() const {
     return sizes;
 }
 
-CacheSizes ReadCacheSizes(CpuidSource& cpuid, uint32_t highest_leaf, uint32_t highest_extended_leaf, uint32_t family,
-                          uint32_t model) {
-    CacheSizes sizes = ExtendedSizes(cpuid, highest_extended_leaf);
+CacheSizes read_cache_sizes(CpuidSource& cpuid, uint32_t highest_leaf, uint32_t highest_extended_leaf, uint32_t family,
+                            uint32_t model) {
+    CacheSizes sizes = extended_sizes(cpuid, highest_extended_leaf);
 
     CacheDescriptors descriptors(family, model);
     CpuidRegisters leaf;
@@ -202,10 +199,10 @@ CacheSizes ReadCacheSizes(CpuidSource& cpuid, uint32_t highest_leaf, uint32_t hi
             reads = leaf.eax & 0xFF; // how often the leaf must be read for all descriptors
         descriptors.add(leaf);
     }
-    Complete(sizes, descriptors.sizes());
+    complete(sizes, descriptors.sizes());
 
     if (descriptors.refers_to_leaf4() && highest_leaf >= 4)
-        Complete(sizes, Leaf4Sizes(cpuid));
+        complete(sizes, leaf_4_sizes(cpuid));
     return sizes;
 }
 

@@ -47,7 +47,7 @@ private:
 // Every level from the best source that has it: the extended leaves 0x80000005 (first level) and 0x80000006 (second),
 // then leaf 2, then, if leaf 2 refers to it, leaf 4. The highest leaves are what leaves 0 and 0x80000000 gave, 0 for
 // none.
-CacheSizes ReadCacheSizes(CpuidSource& cpuid, uint32_t highest_leaf, uint32_t highest_extended_leaf, uint32_t family,
-                          uint32_t model);
+CacheSizes read_cache_sizes(CpuidSource& cpuid, uint32_t highest_leaf, uint32_t highest_extended_leaf, uint32_t family,
+                            uint32_t model);
 
 } // namespace sysinfo

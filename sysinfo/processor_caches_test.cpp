@@ -10,7 +10,7 @@ namespace {
 using sysinfo::CacheDescriptors;
 using sysinfo::CacheSizes;
 using sysinfo::CpuidRegisters;
-using sysinfo::ReadCacheSizes;
+using sysinfo::read_cache_sizes;
 
 // The cache descriptors by what they describe, kilobytes each.
 struct Described {
@@ -57,7 +57,7 @@ const Described kDescribed[] = {
 
 constexpr uint32_t kFamily = 6, kModel = 15;
 
-void ExpectSizes(const CacheSizes& sizes, int l1, int l2, int l3) {
+void expect_sizes(const CacheSizes& sizes, int l1, int l2, int l3) {
     EXPECT_EQ(sizes.l1, l1);
     EXPECT_EQ(sizes.l2, l2);
     EXPECT_EQ(sizes.l3, l3);
@@ -73,12 +73,12 @@ TEST(CacheDescriptors, Give_the_published_sizes_and_nothing_else) {
         CacheDescriptors descriptors(kFamily, kModel);
         descriptors.add(static_cast<uint8_t>(descriptor));
         const CacheSizes& sizes = expected[descriptor];
-        ExpectSizes(descriptors.sizes(), sizes.l1, sizes.l2, sizes.l3);
+        expect_sizes(descriptors.sizes(), sizes.l1, sizes.l2, sizes.l3);
         EXPECT_EQ(descriptors.refers_to_leaf4(), descriptor == 0xFF);
     }
 }
 
-CacheSizes SizesOf(std::vector<uint8_t> bytes, uint32_t family = kFamily, uint32_t model = kModel) {
+CacheSizes sizes_of(std::vector<uint8_t> bytes, uint32_t family = kFamily, uint32_t model = kModel) {
     CacheDescriptors descriptors(family, model);
     for (uint8_t byte : bytes)
         descriptors.add(byte);
@@ -86,27 +86,27 @@ CacheSizes SizesOf(std::vector<uint8_t> bytes, uint32_t family = kFamily, uint32
 }
 
 TEST(CacheDescriptors, First_level_is_instruction_and_data_cache_together) {
-    ExpectSizes(SizesOf({0x30, 0x2C}), 64, -1, -1);
-    ExpectSizes(SizesOf({0x0C, 0x08}), 32, -1, -1);
+    expect_sizes(sizes_of({0x30, 0x2C}), 64, -1, -1);
+    expect_sizes(sizes_of({0x0C, 0x08}), 32, -1, -1);
 }
 
 TEST(CacheDescriptors, One_met_twice_counts_once) {
-    ExpectSizes(SizesOf({0x30, 0x2C, 0x7D, 0x30, 0x2C, 0x7D}), 64, 2048, -1);
+    expect_sizes(sizes_of({0x30, 0x2C, 0x7D, 0x30, 0x2C, 0x7D}), 64, 2048, -1);
 }
 
 TEST(CacheDescriptors, Forty_means_no_third_level_where_there_is_a_second) {
-    ExpectSizes(SizesOf({0x40, 0x7B}), -1, 512, 0);
-    ExpectSizes(SizesOf({0x7B, 0x40}), -1, 512, 0);
-    ExpectSizes(SizesOf({0x40, 0x22}), -1, 0, 512);
+    expect_sizes(sizes_of({0x40, 0x7B}), -1, 512, 0);
+    expect_sizes(sizes_of({0x7B, 0x40}), -1, 512, 0);
+    expect_sizes(sizes_of({0x40, 0x22}), -1, 0, 512);
 }
 
 TEST(CacheDescriptors, Forty_nine_is_the_third_level_of_one_processor) {
-    ExpectSizes(SizesOf({0x49}, 15, 6), -1, -1, 4096);
-    ExpectSizes(SizesOf({0x49}, 15, 5), -1, 4096, -1);
-    ExpectSizes(SizesOf({0x49}, 6, 6), -1, 4096, -1);
+    expect_sizes(sizes_of({0x49}, 15, 6), -1, -1, 4096);
+    expect_sizes(sizes_of({0x49}, 15, 5), -1, 4096, -1);
+    expect_sizes(sizes_of({0x49}, 6, 6), -1, 4096, -1);
 }
 
-CacheSizes SizesOfRead(const CpuidRegisters& registers) {
+CacheSizes sizes_of_read(const CpuidRegisters& registers) {
     CacheDescriptors descriptors(kFamily, kModel);
     descriptors.add(registers);
     return descriptors.sizes();
@@ -117,16 +117,16 @@ TEST(CacheDescriptors, Stand_in_every_byte_but_the_lowest_of_eax) {
         SCOPED_TRACE(byte);
         uint32_t words[4] = {};
         words[byte / 4] = 0x43u << byte % 4 * 8;
-        ExpectSizes(SizesOfRead({words[0], words[1], words[2], words[3]}), -1, byte == 0 ? -1 : 512, -1);
+        expect_sizes(sizes_of_read({words[0], words[1], words[2], words[3]}), -1, byte == 0 ? -1 : 512, -1);
     }
 }
 
 TEST(CacheDescriptors, Of_a_register_with_bit_31_set_don_t_count) {
-    ExpectSizes(SizesOfRead({0x00000801, 0x0C, 0x43, 0x23}), 32, 512, 1024);
-    ExpectSizes(SizesOfRead({0x80000801, 0x0C, 0x43, 0x23}), 16, 512, 1024);
-    ExpectSizes(SizesOfRead({0x00000801, 0x8000000C, 0x43, 0x23}), 16, 512, 1024);
-    ExpectSizes(SizesOfRead({0x00000801, 0x0C, 0x80000043, 0x23}), 32, -1, 1024);
-    ExpectSizes(SizesOfRead({0x00000801, 0x0C, 0x43, 0x80000023}), 32, 512, -1);
+    expect_sizes(sizes_of_read({0x00000801, 0x0C, 0x43, 0x23}), 32, 512, 1024);
+    expect_sizes(sizes_of_read({0x80000801, 0x0C, 0x43, 0x23}), 16, 512, 1024);
+    expect_sizes(sizes_of_read({0x00000801, 0x8000000C, 0x43, 0x23}), 16, 512, 1024);
+    expect_sizes(sizes_of_read({0x00000801, 0x0C, 0x80000043, 0x23}), 32, -1, 1024);
+    expect_sizes(sizes_of_read({0x00000801, 0x0C, 0x43, 0x80000023}), 32, 512, -1);
 }
 
 // Answers what it was told, one answer after the other, and the last one again.
@@ -147,30 +147,30 @@ public:
     }
 
     CacheSizes sizes(uint32_t highest, uint32_t highest_extended) {
-        return ReadCacheSizes(*this, highest, highest_extended, kFamily, kModel);
+        return read_cache_sizes(*this, highest, highest_extended, kFamily, kModel);
     }
 };
 
 TEST(CacheSizes, Are_unknown_without_any_leaf) {
     FakeCpuid cpuid;
-    ExpectSizes(cpuid.sizes(1, 0), -1, -1, -1);
-    ExpectSizes(cpuid.sizes(1, 0x80000004), -1, -1, -1);
+    expect_sizes(cpuid.sizes(1, 0), -1, -1, -1);
+    expect_sizes(cpuid.sizes(1, 0x80000004), -1, -1, -1);
 }
 
 TEST(CacheSizes, Come_from_the_extended_leaves_first) {
     FakeCpuid cpuid;
     cpuid.leaves[0x80000005] = {{0, 0, 0x40020140, 0x20020140}};
     cpuid.leaves[0x80000006] = {{0, 0, 0x01008140, 0x12345678}};
-    ExpectSizes(cpuid.sizes(1, 0x80000006), 0x40 + 0x20, 0x100, -1);
+    expect_sizes(cpuid.sizes(1, 0x80000006), 0x40 + 0x20, 0x100, -1);
     cpuid.leaves[2] = {{0x00000801, 0x0C, 0x43, 0x23}};
-    ExpectSizes(cpuid.sizes(2, 0x80000006), 0x40 + 0x20, 0x100, 1024);
+    expect_sizes(cpuid.sizes(2, 0x80000006), 0x40 + 0x20, 0x100, 1024);
 }
 
 TEST(CacheSizes, Are_unknown_where_the_extended_leaves_are_empty) {
     FakeCpuid cpuid;
     cpuid.leaves[0x80000005] = {{0, 0, 0x00FFFFFF, 0x00FFFFFF}};
     cpuid.leaves[0x80000006] = {{0, 0, 0x0000FFFF, 0}};
-    ExpectSizes(cpuid.sizes(1, 0x80000006), -1, -1, -1);
+    expect_sizes(cpuid.sizes(1, 0x80000006), -1, -1, -1);
 }
 
 TEST(CacheSizes, Fall_back_to_leaf_2_level_by_level) {
@@ -178,31 +178,31 @@ TEST(CacheSizes, Fall_back_to_leaf_2_level_by_level) {
     cpuid.leaves[2] = {{0x00000801, 0x0C, 0x43, 0x23}};
     cpuid.leaves[0x80000005] = {{0, 0, 0, 0}};
     cpuid.leaves[0x80000006] = {{0, 0, 0x01008140, 0}};
-    ExpectSizes(cpuid.sizes(2, 0x80000008), 32, 256, 1024);
+    expect_sizes(cpuid.sizes(2, 0x80000008), 32, 256, 1024);
     cpuid.leaves[0x80000005] = {{0, 0, 0x20000000, 0}};
     cpuid.leaves[0x80000006] = {{0, 0, 0x0000FFFF, 0}};
     cpuid.reads.clear();
-    ExpectSizes(cpuid.sizes(2, 0x80000008), 32, 512, 1024);
+    expect_sizes(cpuid.sizes(2, 0x80000008), 32, 512, 1024);
     cpuid.reads.clear();
-    ExpectSizes(cpuid.sizes(2, 0x80000005), 32, 512, 1024);
+    expect_sizes(cpuid.sizes(2, 0x80000005), 32, 512, 1024);
 }
 
 TEST(CacheSizes, Read_leaf_2_as_often_as_its_lowest_byte_says) {
     FakeCpuid cpuid;
     cpuid.leaves[2] = {{0x00000803, 0, 0, 0}, {0x00000C03, 0, 0, 0}, {0x00430003, 0, 0, 0}, {0x23000003, 0, 0, 0}};
-    ExpectSizes(cpuid.sizes(2, 0), 32, 512, -1);
+    expect_sizes(cpuid.sizes(2, 0), 32, 512, -1);
     EXPECT_EQ(cpuid.reads[2], 3u);
 
     cpuid.reads.clear();
     cpuid.leaves[2] = {{0x000008FF, 0, 0, 0}};
-    ExpectSizes(cpuid.sizes(2, 0), 16, -1, -1);
+    expect_sizes(cpuid.sizes(2, 0), 16, -1, -1);
     EXPECT_EQ(cpuid.reads[2], 255u);
 }
 
 TEST(CacheSizes, Read_leaf_2_once_if_its_lowest_byte_is_0) {
     FakeCpuid cpuid;
     cpuid.leaves[2] = {{0x00000800, 0, 0, 0}, {0x00430000, 0, 0, 0}};
-    ExpectSizes(cpuid.sizes(2, 0), 16, -1, -1);
+    expect_sizes(cpuid.sizes(2, 0), 16, -1, -1);
     EXPECT_EQ(cpuid.reads[2], 1u);
 }
 
@@ -217,30 +217,30 @@ TEST(CacheSizes, Come_from_leaf_4_where_leaf_2_refers_to_it) {
     FakeCpuid cpuid;
     cpuid.leaves[2] = {{0x00FEFF01, 0xF0, 0, 0}};
     cpuid.leaves[4] = kLeaf4;
-    ExpectSizes(cpuid.sizes(4, 0), 64, 1280, 24576);
+    expect_sizes(cpuid.sizes(4, 0), 64, 1280, 24576);
 }
 
 TEST(CacheSizes, Leaf_4_completes_what_other_leaves_lack) {
     FakeCpuid cpuid;
     cpuid.leaves[2] = {{0x00FEFF01, 0x43, 0, 0}};
     cpuid.leaves[4] = kLeaf4;
-    ExpectSizes(cpuid.sizes(4, 0), 64, 512, 24576);
+    expect_sizes(cpuid.sizes(4, 0), 64, 512, 24576);
 }
 
 TEST(CacheSizes, Leaf_4_is_left_alone_where_leaf_2_doesn_t_refer_to_it) {
     FakeCpuid cpuid;
     cpuid.leaves[2] = {{0x00FE0801, 0, 0, 0}};
-    ExpectSizes(cpuid.sizes(4, 0), 16, -1, -1);
+    expect_sizes(cpuid.sizes(4, 0), 16, -1, -1);
     cpuid.reads.clear();
     cpuid.leaves[2] = {{0x00FF0801, 0, 0, 0}};
-    ExpectSizes(cpuid.sizes(3, 0), 16, -1, -1);
+    expect_sizes(cpuid.sizes(3, 0), 16, -1, -1);
 }
 
 TEST(CacheSizes, Endless_leaf_4_comes_to_an_end) {
     FakeCpuid cpuid;
     cpuid.leaves[2] = {{0x0000FF01, 0, 0, 0}};
     cpuid.leaves[4] = {{0xFFFFFF7F, 0xFFFFFFFF, 0xFFFFFFFF, 0}}; // of level 3, as large as can be said
-    ExpectSizes(cpuid.sizes(4, 0), -1, -1, 0x7FFFFFFF);
+    expect_sizes(cpuid.sizes(4, 0), -1, -1, 0x7FFFFFFF);
 }
 
 } // namespace

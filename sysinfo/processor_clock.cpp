@@ -8,13 +8,13 @@ namespace {
 
 constexpr uint32_t kMilliseconds = 50;
 
-int Clamp(uint64_t value) {
+int clamp(uint64_t value) {
     return value > INT_MAX ? INT_MAX : static_cast<int>(value);
 }
 
 // Waits until so many steps of the counter have passed, and says how many did; it looks at the counter once at least.
 // Gives up, with 0, if the counter stands still: no counter is read this often in the time that we wait.
-uint64_t Wait(ClockSource& clock, uint64_t steps) {
+uint64_t wait_steps(ClockSource& clock, uint64_t steps) {
     constexpr uint32_t most_looks = 20000000;
     const uint64_t start = clock.counter();
     for (uint32_t i = 0; i < most_looks; ++i) {
@@ -31,13 +31,13 @@ struct Measurement {
     uint64_t astray; // steps that passed outside it
 };
 
-Measurement Measure(ClockSource& clock, uint64_t steps) {
+Measurement measure(ClockSource& clock, uint64_t steps) {
     const uint64_t outer_start = clock.counter();
     const uint64_t wait_start = clock.time_stamp();
-    const uint64_t passed = Wait(clock, steps);
+    const uint64_t passed = wait_steps(clock, steps);
     const uint64_t wait = clock.time_stamp() - wait_start;
     const uint64_t overhead_start = clock.time_stamp();
-    Wait(clock, 0);
+    wait_steps(clock, 0);
     const uint64_t overhead = clock.time_stamp() - overhead_start;
     const uint64_t outer = clock.counter() - outer_start;
     return {wait > overhead ? wait - overhead : 0, passed, outer > passed ? outer - passed : 0};
@@ -46,14 +46,14 @@ Measurement Measure(ClockSource& clock, uint64_t steps) {
 // On a busy machine other threads get the processor within a measurement. Those that get it within the wait make that
 // longer than the 50 ms, which can be made good, because the counter tells how long it was. Those that get it between
 // the readings of the two counters spoil the measurement, so it is repeated a few times, and the least spoilt counts.
-int MeasureByTimeStamp(ClockSource& clock) {
+int measure_by_time_stamp(ClockSource& clock) {
     constexpr int most_tries = 5;
     const uint64_t steps = clock.frequency() / 1000 * kMilliseconds;
     const uint64_t tolerated = steps / 200;
 
-    Measurement best = Measure(clock, steps);
+    Measurement best = measure(clock, steps);
     for (int i = 1; i < most_tries && best.passed != 0 && best.astray > tolerated; ++i) {
-        const Measurement next = Measure(clock, steps);
+        const Measurement next = measure(clock, steps);
         if (next.astray < best.astray)
             best = next;
     }
@@ -62,11 +62,11 @@ int MeasureByTimeStamp(ClockSource& clock) {
     uint64_t ticks = best.ticks;
     if (best.passed > steps + tolerated && ticks <= UINT64_MAX / (steps + 1))
         ticks = ticks * steps / best.passed;
-    return Clamp(ticks / kMilliseconds / 1000);
+    return clamp(ticks / kMilliseconds / 1000);
 }
 
 // The clock cycles of all scans on a processor of this family.
-uint64_t ScanCycles(uint32_t family) {
+uint64_t scan_cycles(uint32_t family) {
     switch (family) {
     case 3:
         return 1150000000;
@@ -79,9 +79,9 @@ uint64_t ScanCycles(uint32_t family) {
     }
 }
 
-int MeasureByScanning(ClockSource& clock, uint32_t family) {
+int measure_by_scanning(ClockSource& clock, uint32_t family) {
     constexpr uint32_t scans = 10000000;
-    const uint64_t cycles = ScanCycles(family);
+    const uint64_t cycles = scan_cycles(family);
     const uint64_t frequency = clock.frequency();
     if (cycles == 0 || frequency > UINT64_MAX / cycles)
         return 0;
@@ -89,17 +89,17 @@ int MeasureByScanning(ClockSource& clock, uint32_t family) {
     clock.scan_bits(scans);
     const uint64_t steps = clock.counter() - start;
     // Kept: divided by 2^20, not by 10^6.
-    return steps ? Clamp(cycles * frequency / steps >> 20) : 0;
+    return steps ? clamp(cycles * frequency / steps >> 20) : 0;
 }
 
 } // namespace
 
-int MeasureClock(ClockSource& clock, bool has_time_stamp, uint32_t family) {
+int measure_clock(ClockSource& clock, bool has_time_stamp, uint32_t family) {
     if (clock.frequency() == 0)
         return 0;
     if (has_time_stamp && clock.time_stamp_usable())
-        return MeasureByTimeStamp(clock);
-    return MeasureByScanning(clock, family);
+        return measure_by_time_stamp(clock);
+    return measure_by_scanning(clock, family);
 }
 
 } // namespace sysinfo

@@ -24,6 +24,6 @@ protected:
 // The clock in MHz, 0 if it can't be told. Takes 50 ms of the processor's time, rarely a multiple of it, with the
 // time-stamp counter; without, the time of ten million bit scans, whose duration is known for the families 3 to 5
 // alone. Uses no floating point: a fault may have left that unit in any state.
-int MeasureClock(ClockSource& clock, bool has_time_stamp, uint32_t family);
+int measure_clock(ClockSource& clock, bool has_time_stamp, uint32_t family);
 
 } // namespace sysinfo

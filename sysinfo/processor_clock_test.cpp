@@ -6,7 +6,7 @@
 
 namespace {
 
-using sysinfo::MeasureClock;
+using sysinfo::measure_clock;
 
 constexpr uint32_t kPentium = 5;
 
@@ -46,7 +46,7 @@ TEST(ProcessorClock, Is_the_ticks_of_50_ms_less_the_overhead) {
     FakeClock clock; // 10 MHz counter, 261 ticks a step: 2610 MHz
     clock.ticks_a_step = 261;
     // The first look and the 50000 that wait, less the two looks of the overhead: 499990 steps.
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 499990 * 261 / 50 / 1000);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 499990 * 261 / 50 / 1000);
     EXPECT_LT(clock.looks, 50010u) << "measured more than once";
 }
 
@@ -54,7 +54,7 @@ TEST(ProcessorClock, Subtracts_what_a_call_without_waiting_takes) {
     FakeClock clock;
     clock.steps_a_look = 1000; // 50 ms are 500 looks, and two looks are 0.4 % of them
     // Wait: one look, then 500 until 500000 steps have passed. Overhead: one look, then one.
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 2600 * (501 - 2) / 500);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 2600 * (501 - 2) / 500);
 }
 
 TEST(ProcessorClock, Is_cut_to_whole_megahertz) {
@@ -62,7 +62,7 @@ TEST(ProcessorClock, Is_cut_to_whole_megahertz) {
     clock.steps_a_second = 1000000;
     clock.steps_a_look = 1;
     clock.ticks_a_step = 99; // 50000 steps: 50001 of the wait less 2 of the overhead are 4949901 ticks
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 98);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 98);
 }
 
 TEST(ProcessorClock, Counts_steps_in_whole_milliseconds) {
@@ -70,7 +70,7 @@ TEST(ProcessorClock, Counts_steps_in_whole_milliseconds) {
     clock.steps_a_second = 3579545; // / 1000 * 50 is 178950
     clock.steps_a_look = 1;
     clock.ticks_a_step = 100;
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), (178951 - 2) * 100 / 50 / 1000);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), (178951 - 2) * 100 / 50 / 1000);
 }
 
 TEST(ProcessorClock, Long_wait_is_reduced_to_50_ms) {
@@ -80,7 +80,7 @@ TEST(ProcessorClock, Long_wait_is_reduced_to_50_ms) {
     clock.looks_away.push_back(4000000); // 400 ms go by within the wait, which then is over
     // From the first look of the wait to its last are 99 looks, 4009900 steps. The time stamps are one look further
     // apart, and two are the overhead.
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 4009800ull * 260 * 500000 / 4009900 / 50 / 1000);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 4009800ull * 260 * 500000 / 4009900 / 50 / 1000);
     EXPECT_EQ(clock.looks, 104u) << "measured more than once";
 }
 
@@ -88,7 +88,7 @@ TEST(ProcessorClock, Measures_again_when_time_passed_beside_the_wait) {
     FakeClock clock;
     clock.steps_a_look = 1000;
     clock.looks_away = {0, 4000000}; // 400 ms between the reading of the time stamp and the wait
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 2600 * (501 - 2) / 500);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 2600 * (501 - 2) / 500);
 }
 
 TEST(ProcessorClock, Takes_the_least_spoilt_of_five_measurements) {
@@ -99,21 +99,21 @@ TEST(ProcessorClock, Takes_the_least_spoilt_of_five_measurements) {
     for (int i = 0; i < 5; ++i)
         clock.looks_away[i * 6 + 1] = away[i];
     // The wait has two looks and what goes by in the first: 1100000 steps, less 1000000 of the overhead.
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 100000 * 260 / 50 / 1000);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 100000 * 260 / 50 / 1000);
     EXPECT_EQ(clock.looks, 30u);
 }
 
 TEST(ProcessorClock, Is_0_when_the_overhead_is_all_there_is) {
     FakeClock clock;
     clock.steps_a_second = 999; // no whole step a millisecond: nothing is waited for
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 0);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 0);
 }
 
 TEST(ProcessorClock, Is_0_without_a_counter_of_real_time) {
     FakeClock clock;
     clock.steps_a_second = 0;
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 0);
-    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 0);
+    EXPECT_EQ(measure_clock(clock, false, kPentium), 0);
     EXPECT_EQ(clock.scanned, 0u);
 }
 
@@ -121,13 +121,13 @@ TEST(ProcessorClock, Counter_that_stands_still_ends_the_measurement) {
     FakeClock clock;
     clock.steps_a_look = 0;
     clock.ticks_a_look = 50;
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 0);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 0);
 }
 
 TEST(ProcessorClock, Absurd_time_stamps_stay_an_int) {
     FakeClock clock;
     clock.ticks_a_step = uint64_t{1} << 38;
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 0x7FFFFFFF);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 0x7FFFFFFF);
 }
 
 struct Scanning {
@@ -151,7 +151,7 @@ TEST(ProcessorClock, Without_time_stamps_scans_bits_and_divides_by_2_to_the_20) 
         clock.steps_a_look = 0;
         clock.steps_a_second = 1193182;
         clock.steps_of_a_scan = row.milliseconds * clock.steps_a_second / 1000;
-        EXPECT_EQ(MeasureClock(clock, false, row.family), row.megahertz) << row.family;
+        EXPECT_EQ(measure_clock(clock, false, row.family), row.megahertz) << row.family;
         EXPECT_EQ(clock.scanned, 10000000u);
     }
 }
@@ -166,7 +166,7 @@ TEST(ProcessorClock, Scans_take_the_cycles_of_their_family) {
         clock.steps_a_look = 0;
         clock.steps_a_second = 1048576;
         clock.steps_of_a_scan = 1; // in 2^-20 seconds, so that nothing is cut
-        EXPECT_EQ(MeasureClock(clock, false, row.family), row.cycles);
+        EXPECT_EQ(measure_clock(clock, false, row.family), row.cycles);
     }
 }
 
@@ -175,14 +175,14 @@ TEST(ProcessorClock, Scans_too_where_reading_time_stamps_is_forbidden) {
     clock.usable = false;
     clock.steps_a_look = 0;
     clock.steps_of_a_scan = clock.steps_a_second;
-    EXPECT_EQ(MeasureClock(clock, true, kPentium), 410);
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 410);
 }
 
 TEST(ProcessorClock, Of_other_families_stays_unknown_without_time_stamps) {
     for (uint32_t family : {0u, 1u, 2u, 6u, 7u, 15u}) {
         FakeClock clock;
         clock.steps_of_a_scan = clock.steps_a_second;
-        EXPECT_EQ(MeasureClock(clock, false, family), 0) << family;
+        EXPECT_EQ(measure_clock(clock, false, family), 0) << family;
         EXPECT_EQ(clock.scanned, 0u);
     }
 }
@@ -190,19 +190,19 @@ TEST(ProcessorClock, Of_other_families_stays_unknown_without_time_stamps) {
 TEST(ProcessorClock, Scan_that_takes_no_time_tells_nothing) {
     FakeClock clock;
     clock.steps_a_look = 0;
-    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0);
+    EXPECT_EQ(measure_clock(clock, false, kPentium), 0);
 }
 
 TEST(ProcessorClock, Scan_at_an_absurd_frequency_tells_nothing) {
     FakeClock clock;
     clock.steps_a_second = ~uint64_t{0};
     clock.steps_of_a_scan = 1;
-    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0);
+    EXPECT_EQ(measure_clock(clock, false, kPentium), 0);
     clock.steps_a_second = ~uint64_t{0} / 430000000 + 1;
-    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0);
+    EXPECT_EQ(measure_clock(clock, false, kPentium), 0);
     clock.steps_a_second = ~uint64_t{0} / 430000000;
     clock.steps_a_look = 0;
-    EXPECT_EQ(MeasureClock(clock, false, kPentium), 0x7FFFFFFF);
+    EXPECT_EQ(measure_clock(clock, false, kPentium), 0x7FFFFFFF);
 }
 
 } // namespace

@@ -9,16 +9,12 @@ namespace {
 
 constexpr int kTimeStampBit = 4;
 
-uint32_t Bits(uint32_t value, int first, int count) {
-    return value >> first & ((1u << count) - 1);
-}
-
-const char* YesOrNo(bool value) {
+const char* yes_or_no(bool value) {
     return value ? "yes" : "no";
 }
 
 // 0 if the processor has no extended leaves: what the older ones answer to the question isn't one of their numbers.
-uint32_t HighestExtendedLeaf(CpuidSource& cpuid) {
+uint32_t highest_extended_leaf(CpuidSource& cpuid) {
     CpuidRegisters leaf;
     return cpuid.read(0x80000000, 0, leaf) && leaf.eax >> 16 == 0x8000 ? leaf.eax : 0;
 }
@@ -35,10 +31,10 @@ void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
     if (!cpuid.read(0, 0, leaf))
         return;
     const uint32_t highest = leaf.eax;
-    const uint32_t highest_extended = HighestExtendedLeaf(cpuid);
+    const uint32_t highest_extended = highest_extended_leaf(cpuid);
     const uint32_t identification[] = {leaf.ebx, leaf.edx, leaf.ecx};
     memcpy(m_vendor_id, identification, sizeof(identification));
-    m_vendor = sysinfo::VendorOf(m_vendor_id);
+    m_vendor = sysinfo::vendor_of(m_vendor_id);
 
     CpuidRegisters leaf1 = {};
     if (highest >= 1)
@@ -47,8 +43,8 @@ void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
     if (HasFeature(kSse) && sources.sse_usable())
         m_features |= kSseUsable;
 
-    m_clock = sysinfo::MeasureClock(sources.clock, Bits(leaf1.edx, kTimeStampBit, 1), GetFamily());
-    m_caches = sysinfo::ReadCacheSizes(cpuid, highest, highest_extended, GetFamily(), GetModel());
+    m_clock = sysinfo::measure_clock(sources.clock, sysinfo::bit_field(leaf1.edx, kTimeStampBit, 1), GetFamily());
+    m_caches = sysinfo::read_cache_sizes(cpuid, highest, highest_extended, GetFamily(), GetModel());
     if (highest_extended >= 0x80000004)
         ReadBrand(cpuid);
     if (m_vendor != sysinfo::kVendorIntel && highest_extended >= 0x80000001 && cpuid.read(0x80000001, 0, leaf))
@@ -59,10 +55,10 @@ void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
 }
 
 void CProcessorInfo::ReadStandardFeatures(const CpuidRegisters& leaf1) {
-    m_stepping = Bits(leaf1.eax, 0, 4);
-    m_signature.model = Bits(leaf1.eax, 4, 4);
-    m_signature.family = Bits(leaf1.eax, 8, 4);
-    m_signature.extended_family = Bits(leaf1.eax, 20, 8);
+    m_stepping = sysinfo::bit_field(leaf1.eax, 0, 4);
+    m_signature.model = sysinfo::bit_field(leaf1.eax, 4, 4);
+    m_signature.family = sysinfo::bit_field(leaf1.eax, 8, 4);
+    m_signature.extended_family = sysinfo::bit_field(leaf1.eax, 20, 8);
 
     SetFeature(kLocalApic, leaf1.edx, 9);
     SetFeature(kMtrr, leaf1.edx, 12);
@@ -74,13 +70,13 @@ void CProcessorInfo::ReadStandardFeatures(const CpuidRegisters& leaf1) {
     SetFeature(kHyperThreading, leaf1.edx, 28);
     SetFeature(kIa64, leaf1.edx, 30);
 
-    const int counted = static_cast<int>(Bits(leaf1.ebx, 16, 8));
+    const int counted = static_cast<int>(sysinfo::bit_field(leaf1.ebx, 16, 8));
     if (!HasFeature(kHyperThreading))
         m_logical_processors = 1;
     else if (counted != 0)
         m_logical_processors = counted;
     if (HasFeature(kLocalApic))
-        m_apic_id = static_cast<int>(Bits(leaf1.ebx, 24, 8));
+        m_apic_id = static_cast<int>(sysinfo::bit_field(leaf1.ebx, 24, 8));
 }
 
 void CProcessorInfo::ReadBrand(CpuidSource& cpuid) {
@@ -106,7 +102,7 @@ void CProcessorInfo::ReadExtendedFeatures(uint32_t bits) {
 }
 
 void CProcessorInfo::ReadName() {
-    const sysinfo::ProcessorName name = sysinfo::NameOf(m_vendor, m_signature);
+    const sysinfo::ProcessorName name = sysinfo::name_of(m_vendor, m_signature);
     m_name = name.text;
     m_name_known = name.known;
 }
@@ -118,13 +114,13 @@ void CProcessorInfo::ReadSerialNumber(CpuidSource& cpuid, uint32_t signature) {
     unsigned bytes[12];
     const uint32_t words[] = {signature, leaf.edx, leaf.ecx};
     for (int i = 0; i < 12; ++i)
-        bytes[i] = Bits(words[i / 4], 24 - i % 4 * 8, 8);
+        bytes[i] = sysinfo::bit_field(words[i / 4], 24 - i % 4 * 8, 8);
     m_serial_number.format("%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x-%.2x%.2x", bytes[0], bytes[1], bytes[2],
                            bytes[3], bytes[4], bytes[5], bytes[6], bytes[7], bytes[8], bytes[9], bytes[10], bytes[11]);
 }
 
 void CProcessorInfo::SetFeature(Feature feature, uint32_t bits, int bit) {
-    if (Bits(bits, bit, 1))
+    if (sysinfo::bit_field(bits, bit, 1))
         m_features |= feature;
 }
 
@@ -154,10 +150,10 @@ CStdString CProcessorInfo::GetText() const {
     rest.format("Logical processors per physical: %d\nStepping code: %d\nMMX support: %s\nMMX+ support: %s\n"
                 "SSE support: %s\nSSE2 support: %s\n3DNow suppor: %s\n3DNow+ suppor: %s\nAI64 support: %s\n"
                 "Hyperthreading support: %s\nL1 cache size: %d\nL2 cache size: %d\nL3 cache size: %d\n",
-                m_logical_processors, static_cast<int>(m_stepping), YesOrNo(HasFeature(kMmx)),
-                YesOrNo(HasFeature(kMmxPlus)), YesOrNo(HasFeature(kSse)), YesOrNo(HasFeature(kSse2)),
-                YesOrNo(HasFeature(k3DNow)), YesOrNo(HasFeature(k3DNowPlus)), YesOrNo(HasFeature(kIa64)),
-                YesOrNo(HasFeature(kHyperThreading)), m_caches.l1, m_caches.l2, m_caches.l3);
+                m_logical_processors, static_cast<int>(m_stepping), yes_or_no(HasFeature(kMmx)),
+                yes_or_no(HasFeature(kMmxPlus)), yes_or_no(HasFeature(kSse)), yes_or_no(HasFeature(kSse2)),
+                yes_or_no(HasFeature(k3DNow)), yes_or_no(HasFeature(k3DNowPlus)), yes_or_no(HasFeature(kIa64)),
+                yes_or_no(HasFeature(kHyperThreading)), m_caches.l1, m_caches.l2, m_caches.l3);
     head += rest;
     return head;
 }

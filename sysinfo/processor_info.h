@@ -55,9 +55,9 @@ public:
     CProcessorInfo();
     explicit CProcessorInfo(const sysinfo::ProcessorSources& sources);
 
-    int GetVendor() const { return m_vendor; } // an index of sysinfo::VendorOf
+    int GetVendor() const { return m_vendor; } // an index of sysinfo::vendor_of
     const char* GetVendorId() const { return m_vendor_id; }
-    const char* GetManufacturer() const { return sysinfo::ManufacturerOf(m_vendor); }
+    const char* GetManufacturer() const { return sysinfo::manufacturer_of(m_vendor); }
 
     uint32_t GetFamily() const { return m_signature.family; }
     uint32_t GetModel() const { return m_signature.model; }

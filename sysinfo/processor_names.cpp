@@ -159,33 +159,33 @@ constexpr NameRow kNames[] = {
     {kTransmeta, any, any, any, any, "Unknown Transmeta family"},
 };
 
-bool Agrees(int column, uint32_t value) {
+bool agrees(int column, uint32_t value) {
     return column == any || static_cast<uint32_t>(column) == value;
 }
 
-bool Matches(const NameRow& row, int vendor, const ProcessorSignature& signature) {
-    return row.vendor == vendor && Agrees(row.family, signature.family) && Agrees(row.model, signature.model) &&
-           Agrees(row.extended_family, signature.extended_family) && Agrees(row.brand_flag, signature.brand_flag);
+bool matches(const NameRow& row, int vendor, const ProcessorSignature& signature) {
+    return row.vendor == vendor && agrees(row.family, signature.family) && agrees(row.model, signature.model) &&
+           agrees(row.extended_family, signature.extended_family) && agrees(row.brand_flag, signature.brand_flag);
 }
 
 } // namespace
 
-int VendorOf(const char* identification) {
+int vendor_of(const char* identification) {
     for (const VendorRow& row : kVendors)
         if (strcmp(row.identification, identification) == 0)
             return row.vendor;
     return kVendorOther;
 }
 
-const char* ManufacturerOf(int vendor) {
+const char* manufacturer_of(int vendor) {
     constexpr int count = sizeof(kManufacturers) / sizeof(kManufacturers[0]);
     return vendor >= 0 && vendor < count ? kManufacturers[vendor] : "Unknown Manufacturer";
 }
 
-ProcessorName NameOf(int vendor, const ProcessorSignature& signature) {
+ProcessorName name_of(int vendor, const ProcessorSignature& signature) {
     constexpr char unknown[] = "Unknown";
     for (const NameRow& row : kNames)
-        if (Matches(row, vendor, signature))
+        if (matches(row, vendor, signature))
             return {row.name, strncmp(row.name, unknown, sizeof(unknown) - 1) != 0};
     return {"Unknown family", false};
 }

@@ -12,10 +12,10 @@ constexpr int kVendorCyrix = 4;
 constexpr int kVendorOther = -1;
 
 // The index of the vendor with this 12-character identification, kVendorOther if there is none.
-int VendorOf(const char* identification);
+int vendor_of(const char* identification);
 
 // The maker of a vendor index, "Unknown Manufacturer" for one that is none.
-const char* ManufacturerOf(int vendor);
+const char* manufacturer_of(int vendor);
 
 // The fields are the raw bits of CPUID leaf 1: family bits 8 to 11, model bits 4 to 7, extended family bits 20 to 27,
 // not added up. The brand flag is the multiprocessor bit of the extended leaf.
@@ -32,6 +32,6 @@ struct ProcessorName {
 };
 
 // The name may be known and empty: an Intel family 15 of a later extended family has none.
-ProcessorName NameOf(int vendor, const ProcessorSignature& signature);
+ProcessorName name_of(int vendor, const ProcessorSignature& signature);
 
 } // namespace sysinfo

@@ -6,11 +6,11 @@
 
 namespace {
 
-using sysinfo::ManufacturerOf;
-using sysinfo::NameOf;
+using sysinfo::manufacturer_of;
+using sysinfo::name_of;
 using sysinfo::ProcessorName;
 using sysinfo::ProcessorSignature;
-using sysinfo::VendorOf;
+using sysinfo::vendor_of;
 
 TEST(ProcessorVendor, Is_known_by_its_twelve_characters) {
     const struct {
@@ -30,19 +30,19 @@ TEST(ProcessorVendor, Is_known_by_its_twelve_characters) {
         {"Geode By NSC", 2, "National Semiconductor"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(VendorOf(row.identification), row.vendor) << row.identification;
-        EXPECT_STREQ(ManufacturerOf(row.vendor), row.manufacturer);
+        EXPECT_EQ(vendor_of(row.identification), row.vendor) << row.identification;
+        EXPECT_STREQ(manufacturer_of(row.vendor), row.manufacturer);
     }
 }
 
 TEST(ProcessorVendor, Is_unknown_with_any_other_identification) {
     for (const char* identification :
          {"", "GenuineIntem", "genuineintel", "UMC UMC UMC", "HygonGenuine", "GenuineIntel "}) {
-        const int vendor = VendorOf(identification);
+        const int vendor = vendor_of(identification);
         EXPECT_TRUE(vendor < 0 || vendor > 8) << identification;
-        EXPECT_STREQ(ManufacturerOf(vendor), "Unknown Manufacturer");
+        EXPECT_STREQ(manufacturer_of(vendor), "Unknown Manufacturer");
     }
-    EXPECT_STREQ(ManufacturerOf(9), "Unknown Manufacturer");
+    EXPECT_STREQ(manufacturer_of(9), "Unknown Manufacturer");
 }
 
 struct Model {
@@ -152,7 +152,7 @@ const Vendor kVendors[] = {
     {6, "Unknown IDT\\Centaur family"}, {7, "Unknown Rise family"},  {8, "Unknown Transmeta family"},
 };
 
-std::string Expected(int vendor, const ProcessorSignature& signature) {
+std::string expected_name(int vendor, const ProcessorSignature& signature) {
     if (vendor == 1 && signature.family == 15) {
         if (signature.extended_family == 1)
             return "Intel McKinley (IA-64)";
@@ -184,8 +184,8 @@ TEST(ProcessorName, Follows_the_whole_table) {
                 for (unsigned extended_family : {0u, 1u, 2u, 255u})
                     for (bool brand_flag : {false, true}) {
                         const ProcessorSignature signature = {family, model, extended_family, brand_flag};
-                        const std::string expected = Expected(vendor, signature);
-                        const ProcessorName name = NameOf(vendor, signature);
+                        const std::string expected = expected_name(vendor, signature);
+                        const ProcessorName name = name_of(vendor, signature);
                         ASSERT_EQ(name.text, expected) << "vendor " << vendor << " family " << family << " model "
                                                        << model << " extended family " << extended_family;
                         ASSERT_EQ(name.known, expected.rfind("Unknown", 0) != 0) << expected;
@@ -195,7 +195,7 @@ TEST(ProcessorName, Follows_the_whole_table) {
 }
 
 TEST(ProcessorName, Is_known_though_empty_for_a_later_Intel_family_15) {
-    const ProcessorName name = NameOf(1, {15, 3, 2, false});
+    const ProcessorName name = name_of(1, {15, 3, 2, false});
     EXPECT_STREQ(name.text, "");
     EXPECT_TRUE(name.known);
 }

@@ -39,7 +39,7 @@ private:
 };
 
 // Leaf 0: the number of the highest leaf and the 12 characters of the vendor.
-inline RecordedLeaf Leaf0(uint32_t highest, const char* vendor) {
+inline RecordedLeaf leaf_0(uint32_t highest, const char* vendor) {
     RecordedLeaf leaf = {0, {highest, 0, 0, 0}};
     memcpy(&leaf.registers.ebx, vendor, 4);
     memcpy(&leaf.registers.edx, vendor + 4, 4);
@@ -48,7 +48,7 @@ inline RecordedLeaf Leaf0(uint32_t highest, const char* vendor) {
 }
 
 // The three leaves of a brand string.
-inline std::vector<RecordedLeaf> Brand(const char* text) {
+inline std::vector<RecordedLeaf> brand_leaves(const char* text) {
     char padded[49] = "";
     strncpy(padded, text, 48);
     std::vector<RecordedLeaf> leaves;
@@ -78,14 +78,14 @@ private:
     uint64_t m_now = 0;
 };
 
-inline bool SseWorks() {
+inline bool sse_works() {
     return true;
 }
-inline bool SseIsOff() {
+inline bool sse_is_off() {
     return false;
 }
 
-inline CProcessorInfo Identify(std::vector<RecordedLeaf> leaves, bool (*sse_usable)() = SseWorks) {
+inline CProcessorInfo identified(std::vector<RecordedLeaf> leaves, bool (*sse_usable)() = sse_works) {
     RecordedCpuid cpuid(std::move(leaves));
     SteadyClock clock;
     return CProcessorInfo({cpuid, clock, sse_usable});

@@ -86,7 +86,7 @@ CStdString CStdFileInfo::GetProductName() {
 }
 
 CStdString CStdFileInfo::GetProductVersionPart(int index) {
-    return sysinfo::ProductVersionPart(GetStringValue("ProductVersion").c_str(), index);
+    return sysinfo::product_version_part(GetStringValue("ProductVersion").c_str(), index);
 }
 
 sysinfo::FileVersion CStdFileInfo::GetVersion() {

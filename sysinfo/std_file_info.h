@@ -27,7 +27,7 @@ public:
     CStdString GetStringValue(const char* key);
     CStdString GetCompanyName();
     CStdString GetProductName();
-    // Part 0 to 3 of the product version, see sysinfo::ProductVersionPart.
+    // Part 0 to 3 of the product version, see sysinfo::product_version_part.
     CStdString GetProductVersionPart(int index);
 
     // The numbers of the resource, null if it has none; good until the next Open.

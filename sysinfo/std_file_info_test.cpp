@@ -17,7 +17,7 @@ protected:
         for (int i = 0; i < 4; ++i)
             EXPECT_STREQ(m_info->GetProductVersionPart(i).c_str(), parts[i]) << "part " << i;
     }
-    int Open(const char* name) { return m_info->Open(TestFile(name).c_str()); }
+    int Open(const char* name) { return m_info->Open(test_file(name).c_str()); }
 
     std::unique_ptr<CStdFileInfo> m_info = std::make_unique<CStdFileInfo>();
 };
@@ -71,7 +71,7 @@ TEST_F(FileInfo, Of_no_file_is_unknown) {
     Expect("Unknown", "Unknown", {"Unknown", "", "", ""});
     EXPECT_EQ(m_info->Open(""), 0);
     EXPECT_EQ(m_info->Open(nullptr), 0);
-    EXPECT_EQ(m_info->Open(TestFolder().c_str()), 0);
+    EXPECT_EQ(m_info->Open(test_folder().c_str()), 0);
     EXPECT_EQ(m_info->Open(std::string(5000, 'x').c_str()), 0);
 }
 
@@ -99,7 +99,7 @@ TEST_F(FileInfo, Has_the_numbers_and_the_count_of_languages) {
 }
 
 TEST_F(FileInfo, Opens_the_file_of_a_loaded_module) {
-    const HMODULE module = LoadLibraryA(TestFile("version_complete").c_str());
+    const HMODULE module = LoadLibraryA(test_file("version_complete").c_str());
     ASSERT_NE(module, nullptr);
     EXPECT_EQ(m_info->OpenModule(module), 1);
     EXPECT_STREQ(m_info->GetProductName().c_str(), "Complete Example");
@@ -110,7 +110,7 @@ TEST_F(FileInfo, Opens_the_file_of_a_loaded_module) {
 
 TEST(ModuleSection, Is_of_the_module_that_is_asked_for) {
     const auto info = std::make_unique<CStdInfo>();
-    const HMODULE module = LoadLibraryA(TestFile("version_complete").c_str());
+    const HMODULE module = LoadLibraryA(test_file("version_complete").c_str());
     ASSERT_NE(module, nullptr);
     EXPECT_STREQ(info->GetModuleInfoText(module).c_str(),
                  "\nCompany: Example Software \xAE\nProduct Name: Complete Example\nProduct Version: 3.1.0.12\n");

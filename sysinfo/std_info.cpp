@@ -9,7 +9,7 @@ namespace {
 
 // What a probe finds out. One that faults, in a printer's driver for instance, costs its own section only.
 template <class Probe>
-CStdString Section(Probe probe) {
+CStdString section(Probe probe) {
     CStdString text;
     if (!win::run_guarded([&] { text = probe(); }))
         text = "\nNot accessible: a fault occurred.\n";
@@ -22,15 +22,15 @@ CStdInfo::CStdInfo() = default;
 CStdInfo::~CStdInfo() = default;
 
 CStdString CStdInfo::GetSystemInfoText() {
-    const CStdString windows = Section([this] { return GetWindowsVersionText(); });
-    const CStdString module = Section([this] { return GetModuleInfoText(GetModuleHandleA(nullptr)); });
-    const CStdString cpu = Section([this] { return GetCpuInfoText(); });
-    const CStdString display = Section([this] { return m_monitor.GetDisplayText(); });
-    const CStdString browser = Section([] { return GetInternetExplorerVersionText(); });
-    const CStdString printers = Section([this] { return GetPrintersText(); });
-    const CStdString host = Section([this] { return GetHostApplicationText(); });
-    return sysinfo::JoinSections({windows.c_str(), module.c_str(), cpu.c_str(), display.c_str(), browser.c_str(),
-                                  printers.c_str(), host.c_str()});
+    const CStdString windows = section([this] { return GetWindowsVersionText(); });
+    const CStdString module = section([this] { return GetModuleInfoText(GetModuleHandleA(nullptr)); });
+    const CStdString cpu = section([this] { return GetCpuInfoText(); });
+    const CStdString display = section([this] { return m_monitor.GetDisplayText(); });
+    const CStdString browser = section([] { return GetInternetExplorerVersionText(); });
+    const CStdString printers = section([this] { return GetPrintersText(); });
+    const CStdString host = section([this] { return GetHostApplicationText(); });
+    return sysinfo::join_sections({windows.c_str(), module.c_str(), cpu.c_str(), display.c_str(), browser.c_str(),
+                                   printers.c_str(), host.c_str()});
 }
 
 CStdString CStdInfo::GetWindowsVersionText() {
@@ -39,7 +39,7 @@ CStdString CStdInfo::GetWindowsVersionText() {
 
 CStdString CStdInfo::GetModuleInfoText(HMODULE module) {
     m_file_info.OpenModule(module);
-    return sysinfo::DescribeModule(m_file_info.GetVersion());
+    return sysinfo::describe_module(m_file_info.GetVersion());
 }
 
 CStdString CStdInfo::GetCpuInfoText() {
@@ -55,6 +55,6 @@ CStdString CStdInfo::GetHostApplicationText() {
     CStdString executable;
     GetModuleFileNameA(nullptr, executable.get_buffer(size), size);
     executable.release_buffer();
-    const CStdString path = sysinfo::FindHostApplication(HKEY_LOCAL_MACHINE, executable.c_str());
-    return sysinfo::HostApplicationText(m_file_info, path.c_str());
+    const CStdString path = sysinfo::find_host_application(HKEY_LOCAL_MACHINE, executable.c_str());
+    return sysinfo::host_application_text(m_file_info, path.c_str());
 }

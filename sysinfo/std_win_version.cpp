@@ -14,7 +14,7 @@ static_assert(sizeof(OSVERSIONINFOEXA) == kExtendedSize && sizeof(OSVERSIONINFOA
 
 } // namespace
 
-WinVersion ReadWinVersion(decltype(GetVersionExA)* get_version, HKEY root) {
+WinVersion read_win_version(decltype(GetVersionExA)* get_version, HKEY root) {
     WinVersion version = {};
     OSVERSIONINFOEXA record = {};
     OSVERSIONINFOA* const plain = reinterpret_cast<OSVERSIONINFOA*>(&record);
@@ -36,11 +36,11 @@ WinVersion ReadWinVersion(decltype(GetVersionExA)* get_version, HKEY root) {
     version.product_type = record.wProductType;
 
     if (version.known && !version.extended && version.platform == WinVersion::platform_nt)
-        ReadRegistryEdition(root, version);
+        read_registry_edition(root, version);
     return version;
 }
 
-void ReadRegistryEdition(HKEY root, WinVersion& version) {
+void read_registry_edition(HKEY root, WinVersion& version) {
     win::RegistryKey key;
     if (RegOpenKeyExA(root, "SYSTEM\\CurrentControlSet\\Control\\ProductOptions", 0, KEY_QUERY_VALUE, key.put()) !=
         ERROR_SUCCESS) {
@@ -63,5 +63,5 @@ void ReadRegistryEdition(HKEY root, WinVersion& version) {
 } // namespace sysinfo
 
 CStdString CStdWinVersion::GetVersionText(bool tag) {
-    return sysinfo::DescribeWinVersion(sysinfo::ReadWinVersion(GetVersionExA, HKEY_LOCAL_MACHINE), tag);
+    return sysinfo::describe_win_version(sysinfo::read_win_version(GetVersionExA, HKEY_LOCAL_MACHINE), tag);
 }

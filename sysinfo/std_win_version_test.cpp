@@ -70,7 +70,7 @@ protected:
 
     WinVersion Read() {
         WinVersion version = {};
-        sysinfo::ReadRegistryEdition(m_root, version);
+        sysinfo::read_registry_edition(m_root, version);
         return version;
     }
 
@@ -100,7 +100,7 @@ TEST_F(ProductType, Without_a_terminator_ends_with_its_bytes) {
     RegCloseKey(key);
     WinVersion version = {};
     memset(version.edition_name, 'x', sizeof(version.edition_name));
-    sysinfo::ReadRegistryEdition(m_root, version);
+    sysinfo::read_registry_edition(m_root, version);
     EXPECT_STREQ(version.edition_name, "SERVERNT");
 }
 
@@ -120,7 +120,7 @@ struct FakeWindows {
 };
 FakeWindows g_windows;
 
-BOOL WINAPI FakeGetVersion(OSVERSIONINFOA* plain) {
+BOOL WINAPI fake_get_version(OSVERSIONINFOA* plain) {
     if (plain->dwOSVersionInfoSize > g_windows.largest_record)
         return FALSE;
     EXPECT_TRUE(plain->dwOSVersionInfoSize == 156 || plain->dwOSVersionInfoSize == 148);
@@ -143,7 +143,7 @@ class VersionRecord : public ProductType {
 protected:
     WinVersion ReadFrom(FakeWindows windows) {
         g_windows = windows;
-        return sysinfo::ReadWinVersion(FakeGetVersion, m_root);
+        return sysinfo::read_win_version(fake_get_version, m_root);
     }
     static void ExpectPlainFields(const WinVersion& version) {
         EXPECT_TRUE(version.known);

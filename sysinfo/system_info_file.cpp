@@ -30,11 +30,11 @@ struct OwnedFile {
 
 } // namespace
 
-bool WriteSystemInfoFile(CStdString& path) {
+bool write_system_info_file(CStdString& path) {
     CStdString directory;
     GetTempPathA(1024, directory.get_buffer(1024));
     directory.release_buffer();
-    path = sysinfo::SystemInfoPath(directory.c_str());
+    path = sysinfo::system_info_path(directory.c_str());
 
     const OwnedInfo info;
     OwnedFile file{fopen(path.c_str(), "w+")};

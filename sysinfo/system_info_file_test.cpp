@@ -12,24 +12,24 @@
 
 namespace {
 
-std::string BytesOf(const std::string& path) {
+std::string bytes_of(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream bytes;
     bytes << file.rdbuf();
     return bytes.str();
 }
 
-bool Exists(const std::string& path) {
+bool exists(const std::string& path) {
     return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 // The clock is measured anew for every text.
-std::string WithoutClock(std::string text) {
+std::string without_clock(std::string text) {
     const size_t begin = text.find("Procesor Clock Frequecy: ");
     return begin == std::string::npos ? text : text.erase(begin, text.find('\n', begin) - begin);
 }
 
-std::string InTextMode(const std::string& text) {
+std::string in_text_mode(const std::string& text) {
     std::string written;
     for (char c : text)
         written += c == '\n' ? std::string("\r\n") : std::string(1, c);
@@ -69,10 +69,10 @@ protected:
 
 TEST_F(SystemInfoFile, Holds_the_text_in_text_mode) {
     CStdString path;
-    EXPECT_TRUE(WriteSystemInfoFile(path));
+    EXPECT_TRUE(write_system_info_file(path));
     EXPECT_STREQ(path.c_str(), m_file.c_str());
     const auto info = std::make_unique<CStdInfo>();
-    EXPECT_EQ(WithoutClock(BytesOf(m_file)), WithoutClock(InTextMode(info->GetSystemInfoText().c_str())));
+    EXPECT_EQ(without_clock(bytes_of(m_file)), without_clock(in_text_mode(info->GetSystemInfoText().c_str())));
 }
 
 TEST_F(SystemInfoFile, Replaces_a_longer_file) {
@@ -81,8 +81,8 @@ TEST_F(SystemInfoFile, Replaces_a_longer_file) {
         old << std::string(100000, '#');
     }
     CStdString path;
-    EXPECT_TRUE(WriteSystemInfoFile(path));
-    const std::string bytes = BytesOf(m_file);
+    EXPECT_TRUE(write_system_info_file(path));
+    const std::string bytes = bytes_of(m_file);
     EXPECT_LT(bytes.size(), 40000u);
     EXPECT_GT(bytes.size(), 500u);
     EXPECT_EQ(bytes.find('#'), std::string::npos);
@@ -90,38 +90,38 @@ TEST_F(SystemInfoFile, Replaces_a_longer_file) {
 
 TEST_F(SystemInfoFile, Forgets_what_the_path_held_before) {
     CStdString path("C:\\old\\path\\that\\is\\longer\\than\\the\\new\\one\\by\\far\\and\\away.txt");
-    EXPECT_TRUE(WriteSystemInfoFile(path));
+    EXPECT_TRUE(write_system_info_file(path));
     EXPECT_STREQ(path.c_str(), m_file.c_str());
 }
 
 TEST_F(SystemInfoFile, Directory_with_trailing_backslashes_gives_one) {
     UseTemporaryDirectory(m_directory + "\\\\");
     CStdString path;
-    EXPECT_TRUE(WriteSystemInfoFile(path));
+    EXPECT_TRUE(write_system_info_file(path));
     EXPECT_STREQ(path.c_str(), m_file.c_str());
-    EXPECT_TRUE(Exists(m_file));
+    EXPECT_TRUE(exists(m_file));
 }
 
 TEST_F(SystemInfoFile, Missing_directory_leaves_the_path_and_no_file) {
     UseTemporaryDirectory(m_directory + "\\missing");
     CStdString path;
-    EXPECT_FALSE(WriteSystemInfoFile(path));
+    EXPECT_FALSE(write_system_info_file(path));
     EXPECT_STREQ(path.c_str(), (m_directory + "\\missing\\system_info.txt").c_str());
-    EXPECT_FALSE(Exists(path.c_str()));
+    EXPECT_FALSE(exists(path.c_str()));
 }
 
 TEST_F(SystemInfoFile, Unwritable_file_leaves_the_path_and_the_file) {
     ASSERT_TRUE(CreateDirectoryA(m_file.c_str(), nullptr)); // a folder of the name can't be opened for writing
     CStdString path;
-    EXPECT_FALSE(WriteSystemInfoFile(path));
+    EXPECT_FALSE(write_system_info_file(path));
     EXPECT_STREQ(path.c_str(), m_file.c_str());
-    EXPECT_TRUE(Exists(m_file));
+    EXPECT_TRUE(exists(m_file));
 }
 
 TEST_F(SystemInfoFile, Root_of_a_drive_is_a_directory_like_others) {
     UseTemporaryDirectory("C:\\");
     CStdString path;
-    EXPECT_TRUE(WriteSystemInfoFile(path));
+    EXPECT_TRUE(write_system_info_file(path));
     EXPECT_STREQ(path.c_str(), "C:\\system_info.txt");
     EXPECT_TRUE(DeleteFileA("C:\\system_info.txt"));
 }

@@ -4,22 +4,22 @@ namespace sysinfo {
 
 namespace {
 
-const char* TextOf(const char* section) {
+const char* text_of(const char* section) {
     return section ? section : "";
 }
 
 } // namespace
 
-CStdString JoinSections(const Sections& sections) {
+CStdString join_sections(const Sections& sections) {
     CStdString text;
     text.format("\nWindows Version:\n%s\nModule Info:%s\nCPU Info:%s\nMonitor info:\n%s\n\n%s\n\n%s\n%s",
-                TextOf(sections.windows_version), TextOf(sections.module_info), TextOf(sections.cpu_info),
-                TextOf(sections.display), TextOf(sections.browser), TextOf(sections.printers),
-                TextOf(sections.host_application));
+                text_of(sections.windows_version), text_of(sections.module_info), text_of(sections.cpu_info),
+                text_of(sections.display), text_of(sections.browser), text_of(sections.printers),
+                text_of(sections.host_application));
     return text;
 }
 
-CStdString SystemInfoPath(const char* temporary_directory) {
+CStdString system_info_path(const char* temporary_directory) {
     CStdString path(temporary_directory);
     path.trim_right("\\");
     path += "\\system_info.txt";

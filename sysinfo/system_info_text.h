@@ -18,10 +18,10 @@ struct Sections {
 
 // The whole text. It is bounded as every formatted text is, to about 32 KiB: what doesn't fit is cut at the end. Throws
 // gen::genlib_out_of_memory.
-CStdString JoinSections(const Sections& sections);
+CStdString join_sections(const Sections& sections);
 
 // The file that the text is written to: "system_info.txt" in this directory, whose trailing backslashes count for
 // none. An empty directory gives a path below the root of the current drive.
-CStdString SystemInfoPath(const char* temporary_directory);
+CStdString system_info_path(const char* temporary_directory);
 
 } // namespace sysinfo

@@ -6,11 +6,11 @@
 
 namespace {
 
-using sysinfo::JoinSections;
-using sysinfo::SystemInfoPath;
+using sysinfo::join_sections;
+using sysinfo::system_info_path;
 
 TEST(SystemInfoText, Puts_four_captions_around_seven_sections) {
-    EXPECT_STREQ(JoinSections({"<1>\n", "\n<2>\n", "\n<3>\n", "<4>\r\n<4>", "<5>", "<6>\n", "<7>"}).c_str(),
+    EXPECT_STREQ(join_sections({"<1>\n", "\n<2>\n", "\n<3>\n", "<4>\r\n<4>", "<5>", "<6>\n", "<7>"}).c_str(),
                  "\n"
                  "Windows Version:\n"
                  "<1>\n"
@@ -34,24 +34,24 @@ TEST(SystemInfoText, Puts_four_captions_around_seven_sections) {
 
 TEST(SystemInfoText, Keeps_every_caption_when_all_sections_are_empty) {
     const char expected[] = "\nWindows Version:\n\nModule Info:\nCPU Info:\nMonitor info:\n\n\n\n\n\n";
-    EXPECT_STREQ(JoinSections({"", "", "", "", "", "", ""}).c_str(), expected);
-    EXPECT_STREQ(JoinSections({}).c_str(), expected);
+    EXPECT_STREQ(join_sections({"", "", "", "", "", "", ""}).c_str(), expected);
+    EXPECT_STREQ(join_sections({}).c_str(), expected);
 }
 
 TEST(SystemInfoText, Takes_percent_signs_of_a_section_as_they_are) {
-    EXPECT_NE(JoinSections({"%s%n%d", "", "", "", "", "", ""}).find("Version:\n%s%n%d\n"), -1);
+    EXPECT_NE(join_sections({"%s%n%d", "", "", "", "", "", ""}).find("Version:\n%s%n%d\n"), -1);
 }
 
 TEST(SystemInfoText, Is_whole_just_below_the_bound) {
     const std::string printers(31000, 'p');
-    const CStdString text = JoinSections({"v", "m", "c", "d", "b", printers.c_str(), "the end"});
+    const CStdString text = join_sections({"v", "m", "c", "d", "b", printers.c_str(), "the end"});
     ASSERT_GT(text.length(), printers.size());
     EXPECT_STREQ(text.c_str() + text.length() - 8, "\nthe end");
 }
 
 TEST(SystemInfoText, Is_cut_at_its_end_beyond_the_bound) {
     const std::string printers(100000, 'p');
-    const CStdString text = JoinSections({"v", "m", "c", "d", "b", printers.c_str(), "the end"});
+    const CStdString text = join_sections({"v", "m", "c", "d", "b", printers.c_str(), "the end"});
     EXPECT_EQ(std::string(text.c_str()).substr(0, 19), "\nWindows Version:\nv");
     EXPECT_EQ(text.at(text.length() - 1), 'p');
     // The buffer starts at the template's length and 1024, and grows by 1024 until it has reached 32767.
@@ -64,19 +64,19 @@ TEST(SystemInfoText, Is_cut_at_its_end_beyond_the_bound) {
 }
 
 TEST(SystemInfoPath, Has_one_backslash_before_the_file_name) {
-    EXPECT_STREQ(SystemInfoPath("C:\\temp").c_str(), "C:\\temp\\system_info.txt");
-    EXPECT_STREQ(SystemInfoPath("C:\\temp\\").c_str(), "C:\\temp\\system_info.txt");
-    EXPECT_STREQ(SystemInfoPath("C:\\temp\\\\\\").c_str(), "C:\\temp\\system_info.txt");
-    EXPECT_STREQ(SystemInfoPath("C:\\").c_str(), "C:\\system_info.txt");
+    EXPECT_STREQ(system_info_path("C:\\temp").c_str(), "C:\\temp\\system_info.txt");
+    EXPECT_STREQ(system_info_path("C:\\temp\\").c_str(), "C:\\temp\\system_info.txt");
+    EXPECT_STREQ(system_info_path("C:\\temp\\\\\\").c_str(), "C:\\temp\\system_info.txt");
+    EXPECT_STREQ(system_info_path("C:\\").c_str(), "C:\\system_info.txt");
 }
 
 TEST(SystemInfoPath, Keeps_forward_slashes_and_inner_backslashes) {
-    EXPECT_STREQ(SystemInfoPath("C:\\a\\\\b/").c_str(), "C:\\a\\\\b/\\system_info.txt");
+    EXPECT_STREQ(system_info_path("C:\\a\\\\b/").c_str(), "C:\\a\\\\b/\\system_info.txt");
 }
 
 TEST(SystemInfoPath, Without_a_directory_is_below_the_root) {
-    EXPECT_STREQ(SystemInfoPath("").c_str(), "\\system_info.txt");
-    EXPECT_STREQ(SystemInfoPath("\\\\").c_str(), "\\system_info.txt");
+    EXPECT_STREQ(system_info_path("").c_str(), "\\system_info.txt");
+    EXPECT_STREQ(system_info_path("\\\\").c_str(), "\\system_info.txt");
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 #include <string>
 
 // The folder of the test program itself, with a backslash at its end.
-inline std::string TestFolder() {
+inline std::string test_folder() {
     char path[MAX_PATH];
     GetModuleFileNameA(nullptr, path, sizeof(path));
     const std::string text = path;
@@ -14,6 +14,6 @@ inline std::string TestFolder() {
 }
 
 // A DLL of test_data, as "version_complete".
-inline std::string TestFile(const std::string& name) {
-    return TestFolder() + "test_data\\" + name + ".dll";
+inline std::string test_file(const std::string& name) {
+    return test_folder() + "test_data\\" + name + ".dll";
 }

@@ -10,13 +10,13 @@ namespace {
 constexpr int kParts = 4;
 
 // A signed number of 32 bits, wherever it is built.
-long Printed(unsigned long value) {
+long printed(unsigned long value) {
     return static_cast<int>(value);
 }
 
 } // namespace
 
-CStdString ProductVersionPart(const char* version, int index) {
+CStdString product_version_part(const char* version, int index) {
     CStdString part;
     if (index < 0 || index >= kParts)
         return part;
@@ -35,7 +35,7 @@ CStdString ProductVersionPart(const char* version, int index) {
     return part;
 }
 
-CStdString DescribeModule(const FileVersion& version) {
+CStdString describe_module(const FileVersion& version) {
     CStdString text;
     text.format("\nCompany: %s\nProduct Name: %s\nProduct Version: %d.%d.%d.%d\n", version.company.c_str(),
                 version.product.c_str(), atoi(version.parts[0].c_str()), atoi(version.parts[1].c_str()),
@@ -43,7 +43,7 @@ CStdString DescribeModule(const FileVersion& version) {
     return text;
 }
 
-CStdString DescribeHostApplication(const FileVersion& version) {
+CStdString describe_host_application(const FileVersion& version) {
     CStdString text;
     // Kept: no blank behind "Product name:", no colon behind "Build number".
     text.format("Lumivale module info:\nCompany: %s\nProduct name:%s\nVersion number: %s.%s.%s\nBuild number %s",
@@ -52,10 +52,10 @@ CStdString DescribeHostApplication(const FileVersion& version) {
     return text;
 }
 
-CStdString DescribeBrowser(unsigned long major, unsigned long minor, unsigned long build) {
+CStdString describe_browser(unsigned long major, unsigned long minor, unsigned long build) {
     CStdString text;
-    text.format("Internet Explorer Version: %ld.%ld\nBuild Number: %ld", Printed(major), Printed(minor),
-                Printed(build));
+    text.format("Internet Explorer Version: %ld.%ld\nBuild Number: %ld", printed(major), printed(minor),
+                printed(build));
     return text;
 }
 

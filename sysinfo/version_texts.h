@@ -9,7 +9,7 @@ namespace sysinfo {
 // part too. The parts are separated by commas. Index 3 is what stands after the last comma, however many there are.
 // A version with fewer parts has empty ones at its end; one without any comma, a dotted "3.1.0.12" among them, is the
 // part 0 as a whole. Any other index is empty.
-CStdString ProductVersionPart(const char* version, int index);
+CStdString product_version_part(const char* version, int index);
 
 // What a version resource says of its file, as text.
 struct FileVersion {
@@ -19,12 +19,12 @@ struct FileVersion {
 };
 
 // The section of the running program. The parts are printed as the numbers that they begin with, 0 if they don't.
-CStdString DescribeModule(const FileVersion& version);
+CStdString describe_module(const FileVersion& version);
 
 // The section of the host application. The parts are printed as they are.
-CStdString DescribeHostApplication(const FileVersion& version);
+CStdString describe_host_application(const FileVersion& version);
 
 // The section of the browser.
-CStdString DescribeBrowser(unsigned long major, unsigned long minor, unsigned long build);
+CStdString describe_browser(unsigned long major, unsigned long minor, unsigned long build);
 
 } // namespace sysinfo

@@ -5,7 +5,7 @@
 namespace {
 
 using sysinfo::FileVersion;
-using sysinfo::ProductVersionPart;
+using sysinfo::product_version_part;
 
 TEST(ProductVersionPart, Is_one_of_four_between_commas) {
     const struct {
@@ -35,28 +35,28 @@ TEST(ProductVersionPart, Is_one_of_four_between_commas) {
     };
     for (const auto& row : rows)
         for (int i = 0; i < 4; ++i)
-            EXPECT_STREQ(ProductVersionPart(row.version, i).c_str(), row.parts[i]) << row.version << " part " << i;
+            EXPECT_STREQ(product_version_part(row.version, i).c_str(), row.parts[i]) << row.version << " part " << i;
 }
 
 TEST(ProductVersionPart, Of_any_other_index_is_empty) {
     for (int index : {-1, 4, 5, 0x7FFFFFFF, static_cast<int>(0x80000000)})
-        EXPECT_STREQ(ProductVersionPart("1,2,3,4,5", index).c_str(), "");
+        EXPECT_STREQ(product_version_part("1,2,3,4,5", index).c_str(), "");
 }
 
 TEST(ModuleText, Prints_the_parts_as_numbers) {
-    EXPECT_STREQ(sysinfo::DescribeModule({"Company", "Product", {"3", "1", "0", "12"}}).c_str(),
+    EXPECT_STREQ(sysinfo::describe_module({"Company", "Product", {"3", "1", "0", "12"}}).c_str(),
                  "\nCompany: Company\nProduct Name: Product\nProduct Version: 3.1.0.12\n");
-    EXPECT_STREQ(sysinfo::DescribeModule({"%s", "%d", {"007", "1beta", "x", "-4"}}).c_str(),
+    EXPECT_STREQ(sysinfo::describe_module({"%s", "%d", {"007", "1beta", "x", "-4"}}).c_str(),
                  "\nCompany: %s\nProduct Name: %d\nProduct Version: 7.1.0.-4\n");
 }
 
 TEST(ModuleText, Of_a_file_without_a_resource_is_unknown_and_0) {
-    EXPECT_STREQ(sysinfo::DescribeModule({"Unknown", "Unknown", {"Unknown", "", "", ""}}).c_str(),
+    EXPECT_STREQ(sysinfo::describe_module({"Unknown", "Unknown", {"Unknown", "", "", ""}}).c_str(),
                  "\nCompany: Unknown\nProduct Name: Unknown\nProduct Version: 0.0.0.0\n");
 }
 
 TEST(HostApplicationText, Prints_the_parts_as_they_are) {
-    EXPECT_STREQ(sysinfo::DescribeHostApplication({"Company", "Product", {"03", "1b", "", "x y"}}).c_str(),
+    EXPECT_STREQ(sysinfo::describe_host_application({"Company", "Product", {"03", "1b", "", "x y"}}).c_str(),
                  "Lumivale module info:\n"
                  "Company: Company\n"
                  "Product name:Product\n"
@@ -65,8 +65,8 @@ TEST(HostApplicationText, Prints_the_parts_as_they_are) {
 }
 
 TEST(BrowserText, Has_version_and_build) {
-    EXPECT_STREQ(sysinfo::DescribeBrowser(6, 0, 2900).c_str(), "Internet Explorer Version: 6.0\nBuild Number: 2900");
-    EXPECT_STREQ(sysinfo::DescribeBrowser(0, 0xFFFFFFFF, 0x80000000).c_str(),
+    EXPECT_STREQ(sysinfo::describe_browser(6, 0, 2900).c_str(), "Internet Explorer Version: 6.0\nBuild Number: 2900");
+    EXPECT_STREQ(sysinfo::describe_browser(0, 0xFFFFFFFF, 0x80000000).c_str(),
                  "Internet Explorer Version: 0.-1\nBuild Number: -2147483648");
 }
 

@@ -23,7 +23,7 @@ private:
     CStdString m_text;
 };
 
-bool EqualIgnoringCase(const char* left, const char* right) {
+bool equal_ignoring_case(const char* left, const char* right) {
     const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
     for (; upper(*left) == upper(*right); ++left, ++right)
         if (*left == 0)
@@ -31,7 +31,7 @@ bool EqualIgnoringCase(const char* left, const char* right) {
     return false;
 }
 
-void AddNtName(const WinVersion& version, Spelling& text) {
+void add_nt_name(const WinVersion& version, Spelling& text) {
     if (version.major < 5)
         text.add("Microsoft Windows NT ", "WinNT_");
     else if (version.major == 5 && version.minor == 0)
@@ -39,7 +39,7 @@ void AddNtName(const WinVersion& version, Spelling& text) {
 }
 
 // The service-pack text of these systems is a blank and a letter.
-void Add9xName(const WinVersion& version, Spelling& text) {
+void add_9x_name(const WinVersion& version, Spelling& text) {
     if (version.major != 4)
         return;
     const char letter = version.service_pack[0] ? version.service_pack[1] : '\0';
@@ -60,16 +60,16 @@ void Add9xName(const WinVersion& version, Spelling& text) {
     }
 }
 
-void AddRegistryEdition(const char* name, Spelling& text) {
-    if (EqualIgnoringCase(name, "WINNT"))
+void add_registry_edition(const char* name, Spelling& text) {
+    if (equal_ignoring_case(name, "WINNT"))
         text.add("Professional ", "Prof_");
-    else if (EqualIgnoringCase(name, "LANMANNT"))
+    else if (equal_ignoring_case(name, "LANMANNT"))
         text.add("Server ", "Srv_");
-    else if (EqualIgnoringCase(name, "SERVERNT"))
+    else if (equal_ignoring_case(name, "SERVERNT"))
         text.add("Advanced Server ", "AdvSrv_");
 }
 
-void AddWorkstationEdition(const WinVersion& version, Spelling& text) {
+void add_workstation_edition(const WinVersion& version, Spelling& text) {
     constexpr unsigned personal = 0x200;
     if (version.major == 5 && version.minor == 1)
         text.add("Microsoft Windows XP ", "WinXP_");
@@ -79,7 +79,7 @@ void AddWorkstationEdition(const WinVersion& version, Spelling& text) {
         text.add("Professional ", "Prof_");
 }
 
-void AddServerEdition(const WinVersion& version, Spelling& text) {
+void add_server_edition(const WinVersion& version, Spelling& text) {
     constexpr unsigned datacenter = 0x80;
     constexpr unsigned enterprise = 0x02;
     constexpr unsigned web = 3;
@@ -95,16 +95,16 @@ void AddServerEdition(const WinVersion& version, Spelling& text) {
         text.add("Server ", "Srv_");
 }
 
-void AddExtendedEdition(const WinVersion& version, Spelling& text) {
+void add_extended_edition(const WinVersion& version, Spelling& text) {
     constexpr uint8_t workstation = 1;
     constexpr uint8_t server = 3;
     if (version.product_type == workstation)
-        AddWorkstationEdition(version, text);
+        add_workstation_edition(version, text);
     else if (version.product_type == server)
-        AddServerEdition(version, text);
+        add_server_edition(version, text);
 }
 
-void AddBuild(const WinVersion& version, Spelling& text) {
+void add_build(const WinVersion& version, Spelling& text) {
     const int build = static_cast<int>(version.build & 0xFFFF);
     CStdString piece;
     if (text.is_tag())
@@ -119,24 +119,24 @@ void AddBuild(const WinVersion& version, Spelling& text) {
 
 } // namespace
 
-CStdString DescribeWinVersion(const WinVersion& version, bool tag) {
+CStdString describe_win_version(const WinVersion& version, bool tag) {
     if (!version.known)
         return tag ? "Unk0" : "Unknown [tag 0]";
 
     Spelling text(tag);
     if (version.platform == WinVersion::platform_nt) {
-        AddNtName(version, text);
+        add_nt_name(version, text);
         if (version.extended)
-            AddExtendedEdition(version, text);
+            add_extended_edition(version, text);
         else if (version.edition == RegistryEdition::key_missing)
             return tag ? "Unk1" : "Unknown [tag 1]";
         else if (version.edition == RegistryEdition::value_missing)
             return tag ? "Unk2" : "Unknown [tag 2]";
         else if (version.edition == RegistryEdition::read)
-            AddRegistryEdition(version.edition_name, text);
-        AddBuild(version, text);
+            add_registry_edition(version.edition_name, text);
+        add_build(version, text);
     } else if (version.platform == WinVersion::platform_9x) {
-        Add9xName(version, text);
+        add_9x_name(version, text);
     }
     return text.finish();
 }

@@ -37,6 +37,6 @@ struct WinVersion {
 // The long form, as "Microsoft Windows XP Professional Service Pack 2 (Build 2600)\n", or the tag, as
 // "WinXP_Prof_SP2". Versions newer than the names known here give the edition and the build alone. The newline is part
 // of the long form on NT only; the texts that begin with "Unknown" or "Unk" have none either.
-CStdString DescribeWinVersion(const WinVersion& version, bool tag);
+CStdString describe_win_version(const WinVersion& version, bool tag);
 
 } // namespace sysinfo

@@ -46,7 +46,7 @@ size_t read_plainly(size_t size) {
 
 size_t build_body() {
     CSuperBuffer body;
-    upload_form::AppendBody(body, kFiles);
+    upload_form::append_body(body, kFiles);
     return body.GetLength();
 }
 

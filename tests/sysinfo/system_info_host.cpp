@@ -12,7 +12,7 @@ namespace {
 
 int write_file() {
     CStdString path;
-    const bool written = WriteSystemInfoFile(path);
+    const bool written = write_system_info_file(path);
     printf("%s %s\n", written ? "written" : "not written", path.c_str());
     return 0;
 }
@@ -33,7 +33,7 @@ DWORD WINAPI measure_stack(void*) {
     for (int i = 0; i < painted; ++i)
         top[-i] = paint;
     CStdString path;
-    WriteSystemInfoFile(path);
+    write_system_info_file(path);
     int depth = painted;
     while (depth > 0 && top[-depth + 1] == paint)
         --depth;
@@ -62,12 +62,12 @@ void privileged_instruction() {
 void harmless() {}
 
 int guard() {
-    printf("illegal instruction %d\n", sysinfo::RunsWithoutFault(illegal_instruction));
-    printf("access violation %d\n", sysinfo::RunsWithoutFault(access_violation));
-    printf("privileged instruction %d\n", sysinfo::RunsWithoutFault(privileged_instruction));
-    printf("harmless %d\n", sysinfo::RunsWithoutFault(harmless));
-    printf("SSE %d\n", sysinfo::SseRuns());
-    printf("time stamps %d\n", sysinfo::TimeStampCounterRuns());
+    printf("illegal instruction %d\n", sysinfo::runs_without_fault(illegal_instruction));
+    printf("access violation %d\n", sysinfo::runs_without_fault(access_violation));
+    printf("privileged instruction %d\n", sysinfo::runs_without_fault(privileged_instruction));
+    printf("harmless %d\n", sysinfo::runs_without_fault(harmless));
+    printf("SSE %d\n", sysinfo::sse_runs());
+    printf("time stamps %d\n", sysinfo::time_stamp_counter_runs());
     return 0;
 }
 
