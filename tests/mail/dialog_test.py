@@ -1,7 +1,6 @@
 """The e-mail dialog on screen, answered with the pointer."""
 
 import pathlib
-import subprocess
 import time
 
 from support import report_dialog, runner
@@ -79,13 +78,8 @@ class Dialog(runner.Case):
         self.finish()
 
     def icon_colour(self):
-        """The picture's pixel at the host icon's green, in the middle of control 19000."""
-        window = report_dialog.wait(self.screen)
-        picture = self.screen.screenshot(self.artifacts / "icon.png")
-        x = window.x + 266 * window.width // 300
-        y = window.y + 18 * window.height // 173
-        return subprocess.run(["convert", picture, "-format", f"%[pixel:p{{{x},{y}}}]", "info:"], check=True,
-                              capture_output=True, text=True).stdout
+        """The colour of the icon, which is a green one in the host that has one."""
+        return report_dialog.icon_colour(self.screen, self.artifacts / "icon.png")
 
     def test_icon_of_the_host_is_shown(self):
         self.start("write", program="fault_host_with_icon.exe")

@@ -1,5 +1,7 @@
 """The report dialogs as a user meets them."""
 
+import subprocess
+
 TITLE = "Software Error Report"
 
 # Places in dialog units: the middle of each button, and the size of the dialog.
@@ -24,6 +26,15 @@ def press(desktop, button, window=None):
     (width, height), (x, y) = _BUTTONS[button]
     desktop.click_window(window, x * window.width // width, y * window.height // height)
     return window
+
+
+def icon_colour(desktop, picture):
+    """The colour near the left upper corner of the dialog's icon; takes the picture of the screen to see it."""
+    window = wait(desktop)
+    desktop.screenshot(picture)
+    x, y = window.x + 266 * window.width // 300, window.y + 18 * window.height // 175
+    return subprocess.run(["convert", picture, "-format", f"%[pixel:p{{{x},{y}}}]", "info:"], check=True,
+                          capture_output=True, text=True, timeout=60).stdout
 
 
 def wait_closed(desktop, timeout=120):

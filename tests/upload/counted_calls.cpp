@@ -1,11 +1,31 @@
 #include "tests/upload/counted_calls.h"
 
 #include <windows.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
 #include <wininet.h>
 
 namespace {
 
 HeldCounts held;
+char calls[4096];
+bool calls_told;
+
+void note(const char* format, ...) {
+    if (calls_told)
+        calls[0] = 0;
+    calls_told = false;
+    const size_t length = strlen(calls);
+    va_list arguments;
+    va_start(arguments, format);
+    _vsnprintf(calls + length, sizeof calls - 1 - length, format, arguments);
+    va_end(arguments);
+}
+
+const char* shown(const char* text) {
+    return !text ? "-" : !*text ? "\"\"" : text;
+}
 
 HANDLE heap() {
     static const HANDLE own = HeapCreate(0, 0, 0);
@@ -24,22 +44,27 @@ HINTERNET counted(HINTERNET handle) {
 }
 
 HINTERNET WINAPI open_session(LPCSTR agent, DWORD type, LPCSTR proxy, LPCSTR bypass, DWORD flags) {
+    note("session %s %lu %s %s %lX; ", agent, type, shown(proxy), shown(bypass), flags);
     return counted(real<decltype(InternetOpenA)>("InternetOpenA")(agent, type, proxy, bypass, flags));
 }
 
 HINTERNET WINAPI open_connection(HINTERNET session, LPCSTR host, INTERNET_PORT port, LPCSTR user, LPCSTR password,
                                  DWORD service, DWORD flags, DWORD_PTR context) {
+    note("connect %s %u %s %s %lu %lX %lX; ", host, port, shown(user), shown(password), service, flags, context);
     return counted(real<decltype(InternetConnectA)>("InternetConnectA")(session, host, port, user, password, service,
                                                                         flags, context));
 }
 
 HINTERNET WINAPI open_request(HINTERNET connection, LPCSTR verb, LPCSTR path, LPCSTR version, LPCSTR referrer,
                               LPCSTR* accept, DWORD flags, DWORD_PTR context) {
+    note("request %s %s %s %s %s%s %lX %lX; ", verb, path, shown(version), shown(referrer), accept[0],
+         accept[1] ? " and more" : "", flags, context);
     return counted(real<decltype(HttpOpenRequestA)>("HttpOpenRequestA")(connection, verb, path, version, referrer,
                                                                         accept, flags, context));
 }
 
 HINTERNET WINAPI open_url(HINTERNET session, LPCSTR url, LPCSTR headers, DWORD length, DWORD flags, DWORD_PTR context) {
+    note("url %s %s %lu %lX %lX; ", url, shown(headers), length, flags, context);
     return counted(real<decltype(InternetOpenUrlA)>("InternetOpenUrlA")(session, url, headers, length, flags, context));
 }
 
@@ -53,6 +78,13 @@ BOOL WINAPI close_handle(HINTERNET handle) {
 
 HeldCounts held_counts() {
     return held;
+}
+
+const char* opening_calls() {
+    if (calls_told)
+        calls[0] = 0;
+    calls_told = true;
+    return calls;
 }
 
 extern "C" {

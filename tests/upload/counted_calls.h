@@ -1,5 +1,5 @@
-// Counts what the transport holds. Linked into a host, these stand in for the C runtime's allocator and for WinINet's
-// opening and closing calls, and hand each call on to the real one.
+// Counts what the transport holds, and notes what it asks for. Linked into a host, these stand in for the C runtime's
+// allocator and for WinINet's opening and closing calls, and hand each call on to the real one.
 #pragma once
 
 struct HeldCounts {
@@ -8,3 +8,7 @@ struct HeldCounts {
 };
 
 HeldCounts held_counts();
+
+// The opening calls since the last time, in their order, each with its arguments: "-" for null, "" for an empty text,
+// flags in hex. The text is good until the next opening call.
+const char* opening_calls();

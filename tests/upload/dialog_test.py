@@ -82,6 +82,21 @@ class TheDialog(DialogCase):
         self.assertIn(b"Windows Version:", stored["System_info"][1])
 
 
+class TheIcon(Case):
+    def test_is_the_librarys_even_if_the_host_has_one(self):
+        colours = []
+        for program in ("upload_host.exe", "upload_host_with_icon.exe"):
+            screen = self.desktop(width=1024, height=768)
+            report = UploadHost(self, program, wine=self.wine(screen), folder=program.partition(".")[0]).drive()
+            report.tell("new")
+            report.send("dialog")
+            colours.append(report_dialog.icon_colour(screen, self.artifacts / f"{program}.png"))
+            report_dialog.press(screen, "Close")
+            self.assertEqual(report.receive(), "2")
+        self.assertEqual(colours[0], colours[1])
+        self.assertNotRegex(colours[1], r"\(0,192,0\)")  # the host's
+
+
 class WhatTheDialogShows(Case):
     """Pictures to look at, and the texts and buttons as Windows knows them."""
 
@@ -130,8 +145,8 @@ class WhatTheDialogShows(Case):
 
         wait_until(text_has_changed, f"the text of {name} to be painted", 30)
 
-    def open(self):
-        self.report.send("dialog")
+    def open(self, *which):
+        self.report.send("dialog", *which)
         report_dialog.wait(self.screen)
 
     def finish(self, result):
@@ -182,6 +197,17 @@ class WhatTheDialogShows(Case):
             self.finish(1)
         request, = server.requests
         self.assertEqual(request.body, upload_body({"Conversion_log": (log, b"as it is by now")}))
+
+    def test_after_a_newer_report_was_made_is_the_upload_of_that(self):
+        self.report.tell("post", b"-|-|older|-")
+        self.report.tell("new")
+        self.report.tell("post", b"-|-|newest|-")
+        self.open("first")
+        with WebServer(self.address, 80, YES) as server:
+            report_dialog.press(self.screen, "Upload Report")
+            self.finish(1)
+        request, = server.requests
+        self.assertEqual(request.body, upload_body({"Conversion_log": (b"newest", b"")}))
 
     def test_after_a_failure_is_a_dialog_that_can_be_closed(self):
         self.open()

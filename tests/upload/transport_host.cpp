@@ -7,6 +7,7 @@
 //   get URL                 a GET
 //   nothing post|get        a request without a URL
 //   drop                    no transport from here on, until "new"
+//   calls                   WinINet's opening calls since the last time, with their arguments
 //   held                    the blocks and WinINet handles that are held, and the handles of the whole process
 //
 // A request answers "answer HEX" or "null ERROR", and how long it took in milliseconds.
@@ -71,6 +72,8 @@ bool obey(char* line) {
         delete transport;
         transport = nullptr;
         puts("done");
+    } else if (strcmp(line, "calls") == 0) {
+        puts(opening_calls());
     } else if (strcmp(line, "held") == 0) {
         show_held();
     } else {

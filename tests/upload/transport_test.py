@@ -125,6 +125,34 @@ class AGet(TransportCase):
         self.assertEqual((answer.text, answer.error), (None, CANNOT_CONNECT))
 
 
+class TheCalls(TransportCase):
+    """What WinINet is asked for: 04000000 is to cache nothing, 00803000 adds TLS and two lenient checks."""
+
+    def calls_of(self, *request):
+        self.host.tell("calls")
+        self.host.tell("new")
+        self.request(*request)
+        return self.host.tell("calls").rstrip("; ").split("; ")
+
+    def test_of_a_post_to_port_80(self):
+        address = loopback_address()
+        self.assertEqual(self.calls_of("text", f"http://{address}/form?x=1", "body"), [
+            "session Lumivale 1 - - 0", f'connect {address} 80 "" "" 3 4000000 0',
+            "request POST /form?x=1 - - */* 4000000 0"])
+
+    def test_of_a_post_to_another_port(self):
+        for scheme, port in (("http", 8080), ("https", 443)):
+            with self.subTest(port):
+                address = loopback_address(port)
+                self.assertEqual(self.calls_of("text", f"{scheme}://{address}:{port}/", "body"), [
+                    "session Lumivale 1 - - 0", f'connect {address} {port} "" "" 3 4000000 0',
+                    "request POST / - - */* 4803000 0"])
+
+    def test_of_a_get(self):
+        url = f"http://{loopback_address()}/page"
+        self.assertEqual(self.calls_of("get", url), ["session Lumivale 1 - - 0", f"url {url} - 0 0 0"])
+
+
 class TheAnswer(TransportCase):
     def assert_text(self, sent, expected=None, **options):
         server = self.serve(answering(sent, **options))

@@ -7,10 +7,10 @@
 //   attach PATH             AddAttachment
 //   screen, system          CreateScreenCopy, CreateSystemInfo
 //   upload                  "uploaded", "failed" or "out of memory"
-//   dialog                  the number that OpenDlg returns
+//   dialog [first]          the number that OpenDlg returns; of the oldest report
 //   hold                    from here on a dialog that closes says "closing", and goes when the next line arrives
 //   newest                  which report m_pThis is: "first", "last", "none"
-//   usage                   handles of the process, and KiB of memory of its own
+//   usage                   handles of the process, and KiB of memory: its own, in RAM, and the most in RAM so far
 #include <stdio.h>
 #include <string.h>
 
@@ -96,7 +96,8 @@ bool obey(char* line) {
         return true;
     }
     if (strcmp(line, "usage") == 0) {
-        printf("usage %u %u\n", process_handles(), process_memory());
+        const ProcessMemory memory = process_memory();
+        printf("usage %u %u %u %u\n", process_handles(), memory.own, memory.present, memory.most_present);
         return true;
     }
     if (count == 0)
@@ -121,7 +122,7 @@ bool obey(char* line) {
         SetWindowsHookExA(WH_CBT, hold_closing_dialog, nullptr, GetCurrentThreadId());
         puts("done");
     } else if (strcmp(line, "dialog") == 0) {
-        printf("%u\n", report.OpenDlg());
+        printf("%u\n", (strcmp(rest, "first") == 0 ? *reports[0] : report).OpenDlg());
     } else {
         return false;
     }

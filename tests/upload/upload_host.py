@@ -11,9 +11,9 @@ class UploadHost:
     """A folder with a host and the library's files. With an address, reports go there; without, to the server that is
     built in. wine: where it runs; the shared prefix if None."""
 
-    def __init__(self, case, program="upload_host.exe", address=None, wine=None):
+    def __init__(self, case, program="upload_host.exe", address=None, wine=None, folder="host"):
         self.wine = wine or case.wine()
-        self.folder = case.artifacts / "host"
+        self.folder = case.artifacts / folder
         self.folder.mkdir()
         self.exe = pathlib.Path(shutil.copy(case.product(program), self.folder))
         for name in LIBRARY_FILES:

@@ -22,9 +22,16 @@ inline unsigned process_handles() {
     return count;
 }
 
-// Memory of this process alone, in KiB.
-inline unsigned process_memory() {
+// In KiB.
+struct ProcessMemory {
+    unsigned own; // of this process alone
+    unsigned present;
+    unsigned most_present; // since the process began
+};
+
+inline ProcessMemory process_memory() {
     PROCESS_MEMORY_COUNTERS memory = {};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
-    return static_cast<unsigned>(memory.PagefileUsage / 1024);
+    return {static_cast<unsigned>(memory.PagefileUsage / 1024), static_cast<unsigned>(memory.WorkingSetSize / 1024),
+            static_cast<unsigned>(memory.PeakWorkingSetSize / 1024)};
 }
