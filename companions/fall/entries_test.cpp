@@ -322,6 +322,20 @@ TEST(Fall, Writes_pages_of_few_colours_through_their_palette) {
     }
 }
 
+TEST(Fall, Writes_the_transparent_colour_of_a_palette_as_transparent_where_alpha_is_kept) {
+    Image image, again;
+    glib::IDEPage* page = image.add(2, 1, 8);
+    page->transparent_index = 1;
+    page->pixels[0] = 0;
+    page->pixels[1] = 1;
+    glib::JPGSave options;
+    options.keep_alpha = 1;
+    ASSERT_EQ(fall_test::load(image_png, saved(image_png, image, options), again), glib::RCOK);
+    ASSERT_EQ(again.pages[0].record.bits_per_pixel, 32u);
+    EXPECT_EQ(pixel(again, 0, 0) >> 24, 255u);
+    EXPECT_EQ(pixel(again, 1, 0) >> 24, 0u);
+}
+
 TEST(Fall, Writes_a_grey_page_as_grey_where_eight_bits_are_asked) {
     Image image, again;
     image.add(4, 4, 8)->pixels[5] = 77;

@@ -1,6 +1,7 @@
 """Each kind of fault, committed for real, becomes the marker and a message that names it."""
 
 import re
+import shutil
 
 from support import report_dialog, runner
 from support.host import Host
@@ -86,9 +87,13 @@ class Faults(runner.Case):
 class Helpers(runner.Case):
     """What the report says with a helper library of each kind."""
 
-    def description_with(self, helper):
+    def description_with(self, helper, stray=None):
+        """stray: where on the system's search path, by its name, another helper lies."""
         desktop = self.desktop()
         host = Host(self, "fault_host.exe", helper=helper, desktop=desktop)
+        if stray:
+            shutil.copy(self.product("Wendax.dll").parent.parent / "test-helpers" / "full" / "faultkit.dll",
+                        host.prefix.to_unix(stray))
         process = host.start("divide")
         report_dialog.press(desktop, "Open Error Report")
         body = host.wait_messages(1)[0].body
@@ -98,6 +103,10 @@ class Helpers(runner.Case):
 
     def test_without_a_helper_the_report_says_so(self):
         self.assertEqual(self.description_with(None).rstrip(b"\r\n"), b"faultkit.dll was not found")
+
+    def test_helper_that_is_not_beside_the_host_is_not_taken(self):
+        self.assertEqual(self.description_with(None, stray="C:\\windows\\system32").rstrip(b"\r\n"),
+                         b"faultkit.dll was not found")
 
     def test_without_a_reason_the_description_begins_with_the_stack(self):
         self.assertTrue(self.description_with("no_reason").startswith(b"Stack Trace:\nfirst line 0 options 15"))
