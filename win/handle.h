@@ -11,8 +11,8 @@ class UniqueHandle {
 public:
     using Value = typename Traits::Value;
 
-    explicit UniqueHandle(Value value = Traits::invalid()) : m_value(value) {}
-    UniqueHandle(UniqueHandle&& other) noexcept : m_value(other.release()) {}
+    explicit UniqueHandle(Value value = Traits::invalid()) : value_(value) {}
+    UniqueHandle(UniqueHandle&& other) noexcept : value_(other.release()) {}
     UniqueHandle& operator=(UniqueHandle&& other) noexcept {
         reset(other.release());
         return *this;
@@ -21,19 +21,19 @@ public:
     UniqueHandle& operator=(const UniqueHandle&) = delete;
     ~UniqueHandle() { reset(); }
 
-    explicit operator bool() const { return m_value != Traits::invalid(); }
-    Value get() const { return m_value; }
+    explicit operator bool() const { return value_ != Traits::invalid(); }
+    Value get() const { return value_; }
 
     // Gives the handle away; the caller closes it.
     Value release() {
-        const Value value = m_value;
-        m_value = Traits::invalid();
+        const Value value = value_;
+        value_ = Traits::invalid();
         return value;
     }
 
     void reset(Value value = Traits::invalid()) {
-        const Value old = m_value;
-        m_value = value;
+        const Value old = value_;
+        value_ = value;
         if (old != Traits::invalid())
             Traits::close(old);
     }
@@ -41,11 +41,11 @@ public:
     // For calls that put a handle into a variable; what was held is closed first.
     Value* put() {
         reset();
-        return &m_value;
+        return &value_;
     }
 
 private:
-    Value m_value;
+    Value value_;
 };
 
 struct RegistryKeyTraits {

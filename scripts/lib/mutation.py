@@ -12,7 +12,7 @@ class BadMutant(Exception):
 @dataclasses.dataclass(frozen=True)
 class Mutant:
     """One small change to the product. name is FOLDER/WHAT; old stands exactly once in file; tests are names of ctest,
-    RING.TEST, in the order to run them. equivalent says, where nobody could notice, why."""
+    RING.TEST, in the order to run them within their ring. equivalent says, where nobody could notice, why."""
 
     name: str
     file: str
@@ -25,6 +25,10 @@ class Mutant:
     def rings(self):
         """The rings of its tests, each once, in order."""
         return tuple(dict.fromkeys(test.partition(".")[0] for test in self.tests))
+
+    def tests_in(self, ring):
+        """Those of its tests that belong to a ring."""
+        return [test for test in self.tests if test.startswith(ring + ".")]
 
     def applied_to(self, text):
         """The text of its file, changed."""
@@ -61,10 +65,11 @@ def select(mutants, names):
     return chosen
 
 
-def check(mutants, tree):
+def check(mutants, tree, rings):
     """All that is wrong with the mutants over the files of the tree, as texts."""
     wrong = []
     for mutant in mutants:
+        wrong += [f"{mutant.name}: there is no ring named {ring}" for ring in mutant.rings if ring not in rings]
         try:
             mutant.applied_to((pathlib.Path(tree) / mutant.file).read_text("utf-8"))
         except BadMutant as error:

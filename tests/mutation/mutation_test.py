@@ -40,12 +40,15 @@ class Applying(InFolder):
 
     def test_check_tells_all_that_is_wrong(self):
         self.write("net/a.cpp", "x > 0")
-        wrong = mutation.check([mutant(), mutant(name="net/b", old="y"), mutant(name="net/c", file="net/c.cpp")],
-                               self.folder)
-        self.assertEqual([text.partition(":")[0] for text in wrong], ["net/b", "net/c"])
+        mutants = [mutant(), mutant(name="net/b", old="y"), mutant(name="net/c", file="net/c.cpp"),
+                   mutant(name="net/d", tests=("native.a", "nativ.b"))]
+        wrong = mutation.check(mutants, self.folder, ("native",))
+        self.assertEqual([text.partition(":")[0] for text in wrong], ["net/b", "net/c", "net/d"])
 
     def test_rings_are_those_of_the_tests_in_their_order(self):
-        self.assertEqual(mutant(tests=("native.a", "product.b", "native.c")).rings, ("native", "product"))
+        both = mutant(tests=("native.a", "product.b", "native.c"))
+        self.assertEqual(both.rings, ("native", "product"))
+        self.assertEqual(both.tests_in("native"), ["native.a", "native.c"])
 
 
 class Lists(InFolder):
