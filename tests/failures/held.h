@@ -1,0 +1,19 @@
+// What gated calls have opened and not closed.
+#pragma once
+
+#include <windows.h>
+
+struct Held {
+    const char* kind;
+    DWORD value;
+    const void* caller; // where it was opened
+};
+
+void opened(const char* kind, DWORD value, const void* caller);
+void closed(const char* kind, DWORD value);
+
+unsigned held_count();
+void for_each_held(void (*visit)(const Held& held));
+
+// Forgets what is held: it went with its library. What lies in the heap or counts a library is freed.
+void drop_held();
