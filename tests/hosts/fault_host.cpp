@@ -1,9 +1,11 @@
 // A host that faults on request, catches the marker and asks for the e-mail report.
 //
-// usage: fault_host [--bare] [--screen N] [--attach PATH] [--text TEXT | --null] [--no-report] [--thread] FAULT...
+// usage: fault_host [--bare] [--screen N] [--attach PATH] [--text TEXT | --null] [--no-report] [--thread]
+//                   [--meanwhile FAULT] FAULT...
 //   --bare       does not cover its thread
 //   --text, --null  calls OpenCrushReport with that instead of what it caught; the FAULT "none" makes no fault
 //   --thread     the faults happen on a second thread
+//   --meanwhile  while a report waits for the user, another thread has that fault, and asks for no report
 // Prints a line for each thing that happens.
 #include <windows.h>
 #include <stdio.h>
@@ -21,6 +23,7 @@ struct Options {
     bool own_text = false;
     bool second_thread = false;
     const char* text = nullptr;
+    const char* meanwhile = nullptr;
     char** faults = nullptr;
     int count = 0;
 };
@@ -31,10 +34,27 @@ void say(const char* format, const char* text) {
     fflush(stdout);
 }
 
+DWORD WINAPI fault_meanwhile(void*) {
+    InitCrushReport();
+    while (!FindWindowA(nullptr, "Software Error Report"))
+        Sleep(10);
+    try {
+        commit_fault(options.meanwhile);
+    } catch (char*) {
+        say("%s\n", "caught meanwhile");
+    }
+    return 0;
+}
+
 void report(const char* caught) {
     if (!options.report)
         return;
+    HANDLE const other = options.meanwhile ? CreateThread(nullptr, 0, fault_meanwhile, nullptr, 0, nullptr) : nullptr;
     OpenCrushReport(options.own_text ? options.text : caught);
+    if (other) {
+        WaitForSingleObject(other, INFINITE);
+        CloseHandle(other);
+    }
     if (GetModuleHandleA("faultkit.dll"))
         say("%s\n", "faultkit.dll is still loaded");
     if (GetErrorMode() & SEM_FAILCRITICALERRORS)
@@ -82,6 +102,8 @@ int main(int argc, char** argv) {
         } else if (i + 1 < argc && strcmp(name, "text") == 0) {
             options.own_text = true;
             options.text = argv[++i];
+        } else if (i + 1 < argc && strcmp(name, "meanwhile") == 0) {
+            options.meanwhile = argv[++i];
         } else if (i + 1 < argc && strcmp(name, "screen") == 0) {
             SetCreateScreenCopy(atoi(argv[++i]));
         } else if (i + 1 < argc && strcmp(name, "attach") == 0) {

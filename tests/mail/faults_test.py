@@ -5,6 +5,7 @@ import shutil
 
 from support import report_dialog, runner
 from support.host import Host
+from support.processes import wait_until
 
 MARKER = "caught SEHWendaxExceptionGenerated"
 
@@ -63,6 +64,15 @@ class Faults(runner.Case):
         messages, lines = self.report_each("--thread", faults=["divide"])
         self.assertEqual(messages[0].exception_code(), FAULTS["divide"])
         self.assertEqual(lines, [MARKER, "reported", "end"])
+
+    def test_fault_elsewhere_does_not_change_a_report_that_waits_for_the_user(self):
+        desktop = self.desktop()
+        host = Host(self, "fault_host.exe", helper="full", desktop=desktop)
+        process = host.start("--meanwhile", "divide", "write")
+        wait_until(lambda: b"caught meanwhile" in process.stdout, "the other thread's fault", seen=process.output)
+        report_dialog.press(desktop, "Open Error Report")
+        self.assertEqual(host.wait_messages(1)[0].exception_code(), FAULTS["write"])
+        process.wait_family()
 
     def test_thread_that_is_not_covered_is_not_translated(self):
         host = Host(self, "fault_host.exe", desktop=self.desktop())
