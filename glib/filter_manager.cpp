@@ -3,6 +3,7 @@
 #include <new>
 #include <string.h>
 
+#include "base/ascii_case.h"
 #include "companions/kobrtl/kobrtl.h"
 #include "glib/module_call.h"
 #include "glib/owner.h"
@@ -223,10 +224,8 @@ EFormat format_of_extension(const char* name) {
     if (!dot || strchr(dot, '\\') || strchr(dot, '/'))
         return EFormat_none;
     char upper[6] = {};
-    for (unsigned i = 0; i < 5 && dot[1 + i]; ++i) {
-        const char c = dot[1 + i];
-        upper[i] = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-    }
+    for (unsigned i = 0; i < 5 && dot[1 + i]; ++i)
+        upper[i] = gen::ascii_upper(dot[1 + i]);
     if (!strcmp(upper, "JPEG") || !strcmp(upper, "JPE"))
         return EFormat_JPG;
     if (!strcmp(upper, "TIFF"))

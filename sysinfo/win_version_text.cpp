@@ -1,5 +1,7 @@
 #include "sysinfo/win_version_text.h"
 
+#include "base/ascii_case.h"
+
 namespace sysinfo {
 
 namespace {
@@ -22,14 +24,6 @@ private:
     const bool m_tag;
     CStdString m_text;
 };
-
-bool equal_ignoring_case(const char* left, const char* right) {
-    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
-    for (; upper(*left) == upper(*right); ++left, ++right)
-        if (*left == 0)
-            return true;
-    return false;
-}
 
 void add_nt_name(const WinVersion& version, Spelling& text) {
     if (version.major < 5)
@@ -61,11 +55,11 @@ void add_9x_name(const WinVersion& version, Spelling& text) {
 }
 
 void add_registry_edition(const char* name, Spelling& text) {
-    if (equal_ignoring_case(name, "WINNT"))
+    if (gen::equal_ignoring_case(name, "WINNT"))
         text.add("Professional ", "Prof_");
-    else if (equal_ignoring_case(name, "LANMANNT"))
+    else if (gen::equal_ignoring_case(name, "LANMANNT"))
         text.add("Server ", "Srv_");
-    else if (equal_ignoring_case(name, "SERVERNT"))
+    else if (gen::equal_ignoring_case(name, "SERVERNT"))
         text.add("Advanced Server ", "AdvSrv_");
 }
 
