@@ -1,5 +1,7 @@
 #include "base/array.h"
 
+#include <string.h>
+
 #include <gtest/gtest.h>
 
 #include "base/failing_allocator.h"
@@ -235,6 +237,25 @@ TEST(ArrayAdd, Grows_by_the_step_at_first_and_by_half_later) {
 TEST(GenlibErrors, Are_caught_by_their_base) {
     EXPECT_THROW(gen::throw_out_of_memory(), gen::genlib_error);
     EXPECT_THROW(gen::throw_out_of_range(1, 0), gen::genlib_error);
+}
+
+// The order of the fields is fixed.
+TEST(BaseArray, Holds_count_capacity_hint_step_and_storage_in_this_order) {
+    gen::array<char> elements(11, 5);
+    elements.grow(23);
+    elements.resize(7);
+    struct {
+        void* type_table;
+        unsigned numbers[4];
+        void* storage;
+    } fields;
+    static_assert(sizeof(fields) == sizeof(gen::base_array));
+    memcpy(&fields, static_cast<const void*>(&elements), sizeof(fields));
+    EXPECT_EQ(7u, fields.numbers[0]);
+    EXPECT_EQ(23u, fields.numbers[1]);
+    EXPECT_EQ(11u, fields.numbers[2]);
+    EXPECT_EQ(5u, fields.numbers[3]);
+    EXPECT_EQ(elements.data(), fields.storage);
 }
 
 TEST(BaseArray, Frees_its_storage_through_the_virtual_destructor) {
