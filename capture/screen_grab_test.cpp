@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/usage.h"
+
 namespace {
 
 // The GDI objects of the process, counted one by one: their handles' low halves are indices of one table.
@@ -9,12 +11,6 @@ int gdi_objects() {
     int count = 0;
     for (uintptr_t index = 1; index < 0x10000; ++index)
         count += GetObjectType(reinterpret_cast<HGDIOBJ>(index)) != 0;
-    return count;
-}
-
-DWORD kernel_handles() {
-    DWORD count = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &count);
     return count;
 }
 
@@ -79,14 +75,14 @@ TEST_F(ScreenGrab, Leaves_no_objects_behind) {
     };
     grab_all_kinds(); // what is made once and kept is made now
     const int objects = gdi_objects();
-    const DWORD handles = kernel_handles();
+    const unsigned handles = process_handles();
     HGDIOBJ probe = CreateSolidBrush(1);
     EXPECT_EQ(gdi_objects(), objects + 1) << "the count sees an object";
     DeleteObject(probe);
     for (int i = 0; i < 200; ++i)
         grab_all_kinds();
     EXPECT_EQ(gdi_objects(), objects);
-    EXPECT_EQ(kernel_handles(), handles);
+    EXPECT_EQ(process_handles(), handles);
 }
 
 } // namespace

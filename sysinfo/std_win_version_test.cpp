@@ -6,6 +6,7 @@
 #include <string>
 
 #include "sysinfo/std_win_version.h"
+#include "tests/support/usage.h"
 
 namespace {
 
@@ -81,6 +82,20 @@ TEST_F(ProductType, Missing_key_is_told_from_a_missing_value) {
     EXPECT_EQ(Read().edition, RegistryEdition::key_missing);
     MakeKey();
     EXPECT_EQ(Read().edition, RegistryEdition::value_missing);
+}
+
+// Kept on purpose; the handles of the other cases are closed.
+TEST_F(ProductType, Key_without_the_value_stays_open) {
+    const unsigned before = process_handles();
+    ASSERT_GT(before, 0u);
+    EXPECT_EQ(Read().edition, RegistryEdition::key_missing);
+    EXPECT_EQ(process_handles(), before);
+    MakeKey();
+    EXPECT_EQ(Read().edition, RegistryEdition::value_missing);
+    EXPECT_EQ(process_handles(), before + 1);
+    MakeValue("WINNT");
+    EXPECT_EQ(Read().edition, RegistryEdition::read);
+    EXPECT_EQ(process_handles(), before + 1);
 }
 
 TEST_F(ProductType, Is_the_text_of_the_value) {

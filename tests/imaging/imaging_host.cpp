@@ -14,6 +14,7 @@
 #include "glib/gdiplus_api.h"
 #include "glib/gdiplus_init.h"
 #include "glib/slide.h"
+#include "tests/support/usage.h"
 
 namespace {
 
@@ -34,12 +35,6 @@ unsigned long gdi_objects() {
     return count;
 }
 
-unsigned long kernel_handles() {
-    DWORD count = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &count);
-    return count;
-}
-
 int screenshot() {
     const CStdString path = screenshot_path();
     write_screenshot(path);
@@ -52,13 +47,13 @@ int screenshot() {
 int many_screenshots(int count) {
     const CStdString path = screenshot_path();
     write_screenshot(path); // what is made once and kept is made now
-    const unsigned long objects = gdi_objects(), handles = kernel_handles();
+    const unsigned long objects = gdi_objects(), handles = process_handles();
     for (int i = 0; i < count; ++i)
         write_screenshot(path);
     print_number("objects before", objects);
     print_number("objects after", gdi_objects());
     print_number("handles before", handles);
-    print_number("handles after", kernel_handles());
+    print_number("handles after", process_handles());
     return 0;
 }
 

@@ -19,7 +19,7 @@
 #include "net/super_buffer.h"
 #include "tests/upload/command_line.h"
 #include "tests/upload/counted_calls.h"
-#include "tests/upload/usage.h"
+#include "tests/support/usage.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 #include "base/genlib_error.h"
 #include "include/wendax.h"
 #include "tests/upload/command_line.h"
-#include "tests/upload/usage.h"
+#include "tests/support/usage.h"
 
 namespace {
 

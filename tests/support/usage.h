@@ -1,4 +1,4 @@
-// What a host's process holds, as the system counts it.
+// Test support: what a process holds, as the system counts it.
 #pragma once
 
 #include <windows.h>
