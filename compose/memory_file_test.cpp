@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "compose/temp_folder.h"
+#include "tests/support/usage.h"
 
 namespace {
 
@@ -231,6 +232,20 @@ TEST_F(MemoryFile, Window_lies_beyond_4_GiB) {
     expect_closed(file);
 }
 
+TEST_F(MemoryFile, Size_may_have_a_lower_half_of_all_ones) {
+    const std::string path = folder.path("sparse.bin");
+    {
+        CFile sparse;
+        ASSERT_TRUE(sparse.Open(path.c_str(), CFile::modeCreate | CFile::modeReadWrite));
+        LONG high = 1;
+        SetFilePointer(sparse.m_hFile, -1, &high, FILE_BEGIN);
+        ASSERT_TRUE(SetEndOfFile(sparse.m_hFile));
+    }
+    SetLastError(ERROR_GEN_FAILURE);
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 10, nullptr), 1);
+    EXPECT_EQ(data_of(file), std::string(10, '\0'));
+}
+
 TEST_F(MemoryFile, Leaves_no_handles_behind) {
     const std::string good = folder.add("good.bin", pattern(1000));
     const std::string empty = folder.add("empty.bin", "");
@@ -244,12 +259,11 @@ TEST_F(MemoryFile, Leaves_no_handles_behind) {
         once.Open(good.c_str(), 0, 0, 0, nullptr);
     };
     open_all_ways();
-    DWORD before = 0, after = 0;
-    ASSERT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &before));
+    const unsigned before = process_handles();
+    ASSERT_GT(before, 0u);
     for (int i = 0; i < 50; ++i)
         open_all_ways();
-    ASSERT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &after));
-    EXPECT_EQ(before, after);
+    EXPECT_EQ(process_handles(), before);
     EXPECT_TRUE(DeleteFileA(good.c_str()));
 }
 
