@@ -2,24 +2,16 @@
 
 namespace sysinfo {
 
-namespace {
-
-// As the report prints it: a signed number of 32 bits, wherever it is built.
-long printed(uint32_t field) {
-    return static_cast<int32_t>(field);
-}
-
-} // namespace
-
 CStdString describe_display_mode(const DisplayMode& mode) {
     CStdString text;
-    // Kept: CR LF, while the rest of the report has LF, and a full stop after the first line alone.
-    text.format("Color depth: %ld Bits per pixel."
-                "\r\nPixel Width: %ld"
-                "\r\nPixel Height: %ld"
+    // Kept: fields beyond 31 bits are negative numbers. Kept: CR LF, while the rest of the report has LF, and a full
+    // stop after the first line alone.
+    text.format("Color depth: %d Bits per pixel."
+                "\r\nPixel Width: %d"
+                "\r\nPixel Height: %d"
                 "\r\nRefresh frequency: %d Hz",
-                printed(mode.bits_per_pixel), printed(mode.width), printed(mode.height),
-                static_cast<int>(printed(mode.frequency)));
+                static_cast<int>(mode.bits_per_pixel), static_cast<int>(mode.width), static_cast<int>(mode.height),
+                static_cast<int>(mode.frequency));
     return text;
 }
 

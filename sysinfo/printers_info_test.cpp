@@ -75,6 +75,7 @@ BOOL WINAPI fake_enumerate(DWORD flags, LPSTR server, DWORD level, LPBYTE buffer
 DWORD WINAPI fake_profile_string(LPCSTR section, LPCSTR key, LPCSTR instead, LPSTR buffer, DWORD size) {
     EXPECT_STREQ(section, "windows");
     EXPECT_STREQ(key, "device");
+    EXPECT_STREQ(instead, ",,,");
     EXPECT_EQ(size, 512u);
     const char* entry = g_spooler.profile_entry ? g_spooler.profile_entry : instead;
     lstrcpynA(buffer, entry, static_cast<int>(size));

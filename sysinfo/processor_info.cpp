@@ -43,7 +43,8 @@ void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
     if (HasFeature(kSse) && sources.sse_usable())
         m_features |= kSseUsable;
 
-    m_clock = sysinfo::measure_clock(sources.clock, sysinfo::bit_field(leaf1.edx, kTimeStampBit, 1), GetFamily());
+    m_clock =
+        sysinfo::measure_clock(sources.clock, sysinfo::bit_field(m_standard_features, kTimeStampBit, 1), GetFamily());
     m_caches = sysinfo::read_cache_sizes(cpuid, highest, highest_extended, GetFamily(), GetModel());
     if (highest_extended >= 0x80000004)
         ReadBrand(cpuid);
@@ -60,6 +61,7 @@ void CProcessorInfo::ReadStandardFeatures(const CpuidRegisters& leaf1) {
     m_signature.family = sysinfo::bit_field(leaf1.eax, 8, 4);
     m_signature.extended_family = sysinfo::bit_field(leaf1.eax, 20, 8);
 
+    m_standard_features = leaf1.edx;
     SetFeature(kLocalApic, leaf1.edx, 9);
     SetFeature(kMtrr, leaf1.edx, 12);
     SetFeature(kCmov, leaf1.edx, 15);

@@ -71,6 +71,8 @@ public:
 
     // Whether any of these features is present.
     bool HasFeature(uint32_t mask) const { return (m_features & mask) != 0; }
+    // EDX of CPUID leaf 1 as it is, with the bits that aren't told apart above; 0 without that leaf.
+    uint32_t GetStandardFeatures() const { return m_standard_features; }
 
     // Logical processors in the package: 1 without Hyper-Threading, -1 if not known.
     int GetLogicalProcessors() const { return m_logical_processors; }
@@ -105,6 +107,7 @@ private:
     char m_brand[49] = "";
     bool m_has_brand = false;
     uint32_t m_features = 0;
+    uint32_t m_standard_features = 0;
     int m_logical_processors = -1;
     int m_apic_id = -1;
     sysinfo::CacheSizes m_caches;

@@ -30,6 +30,7 @@ TEST(ProcessorInfo, Knows_nothing_of_a_processor_without_CPUID) {
     EXPECT_STREQ(name, "");
     EXPECT_STREQ(info.GetSerialNumber(), "");
     EXPECT_FALSE(info.HasFeature(~0u));
+    EXPECT_EQ(info.GetStandardFeatures(), 0u);
     EXPECT_EQ(info.GetLogicalProcessors(), -1);
     EXPECT_EQ(info.GetApicId(), -1);
     EXPECT_EQ(info.GetClock(), 0);
@@ -68,6 +69,11 @@ TEST(ProcessorInfo, Each_standard_bit_is_one_feature) {
         known_bits |= 1u << row.bit;
     }
     EXPECT_FALSE(with_features("GenuineTMx86", ~known_bits).HasFeature(~0u));
+}
+
+TEST(ProcessorInfo, Keeps_the_standard_bits_as_they_are) {
+    EXPECT_EQ(with_features("GenuineTMx86", 0x20400000).GetStandardFeatures(), 0x20400000u); // bits 22 and 29
+    EXPECT_EQ(with_features("GenuineTMx86", 0xFFFFFFFF).GetStandardFeatures(), 0xFFFFFFFF);
 }
 
 TEST(ProcessorInfo, Each_extended_bit_is_one_feature_but_for_Intel) {

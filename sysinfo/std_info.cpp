@@ -1,5 +1,7 @@
 #include "sysinfo/std_info.h"
 
+#include <stddef.h>
+
 #include "sysinfo/browser_version.h"
 #include "sysinfo/host_application.h"
 #include "sysinfo/system_info_text.h"
@@ -18,7 +20,18 @@ CStdString section(Probe probe) {
 
 } // namespace
 
-CStdInfo::CStdInfo() = default;
+// Every compiler used knows these offsets, though the language doesn't promise them.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+CStdInfo::CStdInfo() {
+    static_assert(offsetof(CStdInfo, m_printers) < offsetof(CStdInfo, m_monitor) &&
+                      offsetof(CStdInfo, m_monitor) < offsetof(CStdInfo, m_version) &&
+                      offsetof(CStdInfo, m_version) < offsetof(CStdInfo, m_processor) &&
+                      offsetof(CStdInfo, m_processor) < offsetof(CStdInfo, m_file_info),
+                  "the order is fixed");
+}
+#pragma GCC diagnostic pop
+
 CStdInfo::~CStdInfo() = default;
 
 CStdString CStdInfo::GetSystemInfoText() {

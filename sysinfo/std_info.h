@@ -34,6 +34,7 @@ public:
     CStdString GetHostApplicationText();
 
 private:
+    // The order is fixed: the reader, being the last, lets go of its version block before the others end.
     CPrintersInfo m_printers;
     CMonitorInfo m_monitor;
     CStdWinVersion m_version;

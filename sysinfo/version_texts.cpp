@@ -9,11 +9,6 @@ namespace {
 
 constexpr int kParts = 4;
 
-// A signed number of 32 bits, wherever it is built.
-long printed(unsigned long value) {
-    return static_cast<int>(value);
-}
-
 } // namespace
 
 CStdString product_version_part(const char* version, int index) {
@@ -54,8 +49,9 @@ CStdString describe_host_application(const FileVersion& version) {
 
 CStdString describe_browser(unsigned long major, unsigned long minor, unsigned long build) {
     CStdString text;
-    text.format("Internet Explorer Version: %ld.%ld\nBuild Number: %ld", printed(major), printed(minor),
-                printed(build));
+    // Kept: numbers beyond 31 bits are negative.
+    text.format("Internet Explorer Version: %d.%d\nBuild Number: %d", static_cast<int>(major), static_cast<int>(minor),
+                static_cast<int>(build));
     return text;
 }
 
