@@ -6,6 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include "base/array.h"
+
+// Lists of formats: every member of the array takes enumerators.
+template class gen::array<glib::EFormat>;
+
 namespace glib {
 namespace {
 
