@@ -23,9 +23,6 @@ enum EFormatCapability : uint32_t {
     capability_vector = 0x80000000u,    // drawings instead of pixels
 };
 
-constexpr uint32_t capabilities(EFormat format) {
-    return format & 0xFF000000u;
-}
 constexpr uint32_t name_bits(EFormat format) {
     return format & 0x00FFFFFFu;
 }

@@ -62,7 +62,8 @@ WENDAX_IMPORT void __cdecl OpenCrushReport(const char* marker);
 
 /** Names a further file for every later report. One that is missing by then is left out.
  *
- * @param path  at most 1023 bytes, in the ANSI code page; null or "" for none
+ * @param path  a full path, at most 1023 bytes, in the ANSI code page; null or "" for none. What follows its last
+ *              backslash names the attachment
  * @return the library's copy of the path */
 WENDAX_IMPORT char* __cdecl SetAttachment(const char* path);
 

@@ -14,7 +14,7 @@ void (*volatile work)(char*) = copy_title;
 } // namespace
 
 int main() {
-    InitCrushReport();
+    WendaxCoverThread();
     try {
         work(nullptr); // there is no room for the title: an access violation
     } catch (char* marker) {

@@ -26,7 +26,7 @@ void (*volatile work)(const int*, int*) = convert;
 } // namespace
 
 int main() {
-    InitCrushReport();
+    WendaxCoverThread();
     write_file(config, "quality = high\n");
     write_file(log, "conversion started\n");
     try {
