@@ -1,0 +1,57 @@
+"""DLLs under the names that a report loads, where a search could come upon them."""
+
+import shutil
+
+from support import report_dialog, runner
+from support.host import LIBRARY_FILES, Host
+
+OURS = (*LIBRARY_FILES, "faultkit.dll")
+OF_THE_SYSTEM = ("gdiplus.dll", "dbghelp.dll", "shdocvw.dll", "version.dll", "wininet.dll", "winspool.drv", "shell32.dll",
+                 "advapi32.dll", "gdi32.dll", "user32.dll", "msvcrt.dll")
+# Wine prefers its own libraries to others' of the same names, as Windows doesn't.
+AS_WINDOWS = "winemenubuilder.exe=d;mscoree,mshtml=;gdiplus,dbghelp,shdocvw,version,wininet,winspool.drv=n,b"
+
+
+class Planted(runner.Case):
+    def report(self, plant, folder=None):
+        """Makes a whole report; plant(host) puts DLLs somewhere, folder is the current one. Returns the planted ones that
+        were loaded, and the message."""
+        desktop = self.desktop()
+        host = Host(self, "fault_host.exe", files=OURS, desktop=desktop)
+        plant(host)
+        log = host.prefix.drive_c / "planted.log"
+        process = host.start("--screen", "1", "write", cwd=host.prefix.drive_c / (folder or "host"),
+                             env={"PLANTED_LOG": "C:\\planted.log", "WINEDLLOVERRIDES": AS_WINDOWS})
+        report_dialog.press(desktop, "Open Error Report")
+        message = host.wait_messages(1)[0]
+        process.wait_family()
+        return (log.read_text().splitlines() if log.exists() else []), message
+
+    def put(self, folder, names):
+        folder.mkdir(exist_ok=True)
+        for name in names:
+            shutil.copy(self.product("planted.dll"), folder / name)
+
+    def assert_whole(self, message):
+        self.assertIn(b"EXCEPTION_ACCESS_VIOLATION", message.body)
+        self.assertIn("screen_copy.jpg", dict(message.attachments))
+
+    def test_in_the_current_folder_are_left_alone(self):
+        loaded, message = self.report(lambda host: self.put(host.prefix.drive_c / "elsewhere", OURS + OF_THE_SYSTEM),
+                                      "elsewhere")
+        self.assertEqual(loaded, [])
+        self.assert_whole(message)
+
+    def test_in_the_programs_folder_are_left_alone_where_the_library_names_the_place(self):
+        loaded, message = self.report(lambda host: self.put(host.folder, ("gdiplus.dll", "dbghelp.dll")))
+        self.assertEqual(loaded, [])
+        self.assert_whole(message)
+
+    def test_are_seen_when_they_are_loaded(self):
+        # The one library whose plain name is kept: the program's folder comes first.
+        loaded, _ = self.report(lambda host: self.put(host.folder, ("shdocvw.dll",)))
+        self.assertEqual(loaded, ["C:\\host\\shdocvw.dll"])
+
+
+if __name__ == "__main__":
+    runner.main()
