@@ -11,8 +11,9 @@ find_package(Python3 REQUIRED COMPONENTS Interpreter)
 #              [PRODUCT needs_structured_exceptions...] [DEPENDS layers...])
 # A folder of the library as one static library. SOURCES build in every ring, WINDOWS in product and mingw,
 # PRODUCT in the product alone. In the product, FAULT_CLEANUP keeps count of the objects to destroy at every instruction
-# and not just at calls, for a layer that touches what may be unreadable: memory of the host's, files mapped into memory,
-# drivers. TYPE_INFO is for a layer whose classes hosts derive from and may apply dynamic_cast to.
+# and not just at calls. The layer of the fault guard has it, and as a DLL is compiled as one module when it is linked,
+# that marks all of its tables: objects are destroyed when a fault passes, in other layers those that were there at the
+# last call. TYPE_INFO is for a layer whose classes hosts derive from and may apply dynamic_cast to.
 function(wendax_layer name)
   cmake_parse_arguments(ARG "FAULT_CLEANUP;TYPE_INFO" "" "SOURCES;WINDOWS;PRODUCT;DEPENDS" ${ARGN})
   set(sources ${ARG_SOURCES})
