@@ -10,10 +10,9 @@
 namespace {
 
 // What a probe finds out. One that faults, in a printer's driver for instance, costs its own section only.
-template <class Probe>
-CStdString section(Probe probe) {
+CStdString section(CStdInfo& info, CStdString (*probe)(CStdInfo& info)) {
     CStdString text;
-    if (!win::run_guarded([&] { text = probe(); }))
+    if (!win::run_guarded([&] { text = probe(info); }))
         text = "\nNot accessible: a fault occurred.\n";
     return text;
 }
@@ -35,13 +34,14 @@ CStdInfo::CStdInfo() {
 CStdInfo::~CStdInfo() = default;
 
 CStdString CStdInfo::GetSystemInfoText() {
-    const CStdString windows = section([this] { return GetWindowsVersionText(); });
-    const CStdString module = section([this] { return GetModuleInfoText(GetModuleHandleA(nullptr)); });
-    const CStdString cpu = section([this] { return GetCpuInfoText(); });
-    const CStdString display = section([this] { return m_monitor.GetDisplayText(); });
-    const CStdString browser = section([] { return GetInternetExplorerVersionText(); });
-    const CStdString printers = section([this] { return GetPrintersText(); });
-    const CStdString host = section([this] { return GetHostApplicationText(); });
+    const CStdString windows = section(*this, [](CStdInfo& info) { return info.GetWindowsVersionText(); });
+    const CStdString module =
+        section(*this, [](CStdInfo& info) { return info.GetModuleInfoText(GetModuleHandleA(nullptr)); });
+    const CStdString cpu = section(*this, [](CStdInfo& info) { return info.GetCpuInfoText(); });
+    const CStdString display = section(*this, [](CStdInfo& info) { return info.m_monitor.GetDisplayText(); });
+    const CStdString browser = section(*this, [](CStdInfo&) { return GetInternetExplorerVersionText(); });
+    const CStdString printers = section(*this, [](CStdInfo& info) { return info.GetPrintersText(); });
+    const CStdString host = section(*this, [](CStdInfo& info) { return info.GetHostApplicationText(); });
     return sysinfo::join_sections({windows.c_str(), module.c_str(), cpu.c_str(), display.c_str(), browser.c_str(),
                                    printers.c_str(), host.c_str()});
 }

@@ -1,22 +1,28 @@
-// bench_resample.exe [ROUNDS [FILE]]: shrinks screens of two sizes and two depths to 512 x 512 and prints a table; FILE
-// receives the same figures as lines of comma-separated values. The contestants take turns, so that what disturbs the
-// machine disturbs all; the time is the median, and beside it stands the least. The ratios are those of the medians.
+// bench_resample [ROUNDS]: shrinks screens to 512 x 512, in 24 and 32 bits, each contestant in its turn. Lines of rows
+// that end in "error" tell how close each comes to the ideal: the root mean square and the greatest error, in levels.
 #include <stdio.h>
 #include <stdlib.h>
 
+#include "bench/measure.h"
 #include "bench/resample/contestants.h"
-#include "bench/resample/measure.h"
+#include "bench/resample/picture.h"
 #include "companions/kobrtl/reference_scale.h"
 
 namespace {
 
 constexpr unsigned kSide = 512;
-constexpr unsigned kMostRounds = 1001;
 constexpr unsigned kMostContestants = 8;
 
-double times[kMostContestants][kMostRounds];
+bench::Task task;
+bool done = true;
 
-bool ideal_of(const bench::Task& task, double* ideal) {
+// The contestants of take_turns() take no argument.
+template <unsigned I>
+void run_contestant() {
+    done = bench::kScalers[I].run(task) && done;
+}
+
+bool ideal_of(double* ideal) {
     const unsigned channels = task.bpp / 8;
     const size_t count = static_cast<size_t>(task.width) * task.height * channels;
     double* exact = static_cast<double*>(malloc(count * sizeof(double)));
@@ -24,89 +30,69 @@ bool ideal_of(const bench::Task& task, double* ideal) {
         return false;
     for (size_t i = 0; i < count; ++i)
         exact[i] = task.source[i];
-    const bool done =
+    const bool scaled =
         kobrtl::reference_scale(kobrtl::ReferenceFilter::cubic, exact, static_cast<int>(task.width),
                                 static_cast<int>(task.height), static_cast<int>(channels), ideal, kSide, kSide);
     free(exact);
-    return done;
+    return scaled;
 }
 
-bool measure(const bench::Task& task, unsigned rounds, const double* ideal, FILE* file) {
+void measure(const char* row, unsigned rounds, const double* ideal) {
     const size_t values = static_cast<size_t>(kSide) * kSide * (task.bpp / 8);
-    const unsigned last = bench::kContestantCount - 1;
-    bench::Closeness closeness[kMostContestants] = {};
-    for (unsigned i = 0; i <= last; ++i) {
-        if (!bench::kContestants[i].run(task)) {
-            printf("%s can't do it\n", bench::kContestants[i].name);
-            return false;
+    const double work = static_cast<double>(task.width) * task.height;
+    char closeness_row[64];
+    snprintf(closeness_row, sizeof closeness_row, "%s, error", row);
+    constexpr void (*runs[])() = {run_contestant<0>, run_contestant<1>, run_contestant<2>,
+                                  run_contestant<3>, run_contestant<4>, run_contestant<5>};
+    bench::Contestant contestants[kMostContestants];
+    for (unsigned i = 0; i < bench::kScalerCount; ++i) {
+        contestants[i] = {bench::kScalers[i].name, runs[i]};
+        runs[i]();
+        if (ideal && bench::kScalers[i].scales) {
+            const bench::Closeness closeness = bench::compare(task.result, ideal, values);
+            bench::print_line(closeness_row, work, contestants[i].name, closeness.rms, closeness.greatest);
         }
-        if (bench::kContestants[i].scales)
-            closeness[i] = bench::compare(task.result, ideal, values);
     }
-    for (unsigned round = 0; round < rounds; ++round)
-        for (unsigned i = 0; i <= last; ++i) {
-            const double start = bench::now();
-            bench::kContestants[i].run(task);
-            times[i][round] = bench::now() - start;
-        }
-    double medians[kMostContestants];
-    for (unsigned i = 0; i <= last; ++i)
-        medians[i] = bench::median(times[i], rounds); // sorts: the least comes first
-
-    printf("\n%u x %u, %u bits, to %u x %u\n", task.width, task.height, task.bpp, kSide, kSide);
-    printf("%-17s | %9s %9s %9s %9s | %8s %9s %9s %10s\n", "", "median ms", "least ms", "of ours", "of read",
-           "greatest", "mean err", "rms err", "misrounded");
-    for (unsigned i = 0; i <= last; ++i) {
-        const bench::Contestant& contestant = bench::kContestants[i];
-        printf("%-17s | %9.3f %9.3f %8.2fx %8.2fx |", contestant.name, medians[i], times[i][0], medians[i] / medians[0],
-               medians[i] / medians[last]);
-        if (contestant.scales)
-            printf(" %8.4f %9.6f %9.6f %9.4f%%", closeness[i].greatest, closeness[i].mean, closeness[i].rms,
-                   100 * closeness[i].misrounded);
-        printf("\n");
-        if (file)
-            fprintf(file, "%ux%ux%u,%s,%.4f,%.4f,%.4f,%.6f,%.6f,%.6f\n", task.width, task.height, task.bpp,
-                    contestant.name, medians[i], times[i][0], closeness[i].greatest, closeness[i].mean,
-                    closeness[i].rms, closeness[i].misrounded);
-    }
-    return true;
+    bench::take_turns(row, work, contestants, bench::kScalerCount, rounds, 1);
 }
 
-bool run(unsigned width, unsigned height, unsigned bpp, unsigned rounds, FILE* file) {
+// The ideal of a large picture would not fit into a 32-bit process.
+void run(unsigned width, unsigned height, unsigned bpp, unsigned rounds, bool with_ideal) {
     const size_t length = static_cast<size_t>(width) * height * (bpp / 8);
     uint8_t* source = static_cast<uint8_t*>(malloc(length));
     uint8_t* result = static_cast<uint8_t*>(malloc(kSide * kSide * 4));
-    double* ideal = static_cast<double*>(malloc(kSide * kSide * 4 * sizeof(double)));
-    bool done = false;
-    if (source && result && ideal) {
+    double* ideal = with_ideal ? static_cast<double*>(malloc(kSide * kSide * 4 * sizeof(double))) : nullptr;
+    char row[64];
+    snprintf(row, sizeof row, "resample %u x %u, %u bits", width, height, bpp);
+    done = done && source && result && (ideal || !with_ideal);
+    if (done) {
         bench::draw_screen(source, width, height, bpp);
-        const bench::Task task = {source, width, height, bpp, result, kSide, kSide};
-        done = ideal_of(task, ideal) && measure(task, rounds, ideal, file);
+        task = {source, width, height, bpp, result, kSide, kSide};
+        done = !ideal || ideal_of(ideal);
     }
+    if (done)
+        measure(row, rounds, ideal);
     free(ideal);
     free(result);
     free(source);
-    return done;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     const int wanted = argc > 1 ? atoi(argv[1]) : 31;
-    const unsigned rounds = wanted < 1 ? 1 : wanted > static_cast<int>(kMostRounds) ? kMostRounds : wanted;
-    FILE* file = argc > 2 ? fopen(argv[2], "w") : nullptr;
-    if ((argc > 2 && !file) || !bench::start_gdiplus()) {
-        printf("can't start\n");
+    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::most_rounds;
+    if (!bench::start_gdiplus()) {
+        printf("can't start GDI+\n");
         return 1;
     }
-    if (file)
-        fprintf(file, "task,contestant,median_ms,least_ms,greatest_error,"
-                      "mean_error,rms_error,misrounded\n");
-    bool done = true;
-    for (unsigned bpp = 24; bpp <= 32; bpp += 8)
-        done = run(1920, 1080, bpp, rounds, file) && run(3840, 2160, bpp, rounds, file) && done;
+    for (unsigned bpp = 24; bpp <= 32; bpp += 8) {
+        run(1920, 1080, bpp, rounds, true);
+        run(3840, 2160, bpp, rounds, true);
+    }
+    // A tenth and ten times of the first.
+    run(640, 324, 24, rounds, false);
+    run(6400, 3240, 24, rounds < 5 ? rounds : 5, false);
     bench::stop_gdiplus();
-    if (file)
-        fclose(file);
     return done ? 0 : 1;
 }

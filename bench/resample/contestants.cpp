@@ -87,10 +87,10 @@ bool read_once(const Task& task) {
 
 } // namespace
 
-const Contestant kContestants[] = {{"ours, AVX2", ours_avx2, true},   {"ours, SSE2", ours_sse2, true},
-                                   {"ours, plain", ours_plain, true}, {"stb_image_resize", stb, true},
-                                   {"GDI+ bicubic", gdiplus, true},   {"reading once", read_once, false}};
-const unsigned kContestantCount = sizeof kContestants / sizeof *kContestants;
+const Scaler kScalers[] = {{"ours, AVX2", ours_avx2, true},   {"ours, SSE2", ours_sse2, true},
+                           {"ours, plain", ours_plain, true}, {"stb_image_resize", stb, true},
+                           {"GDI+ bicubic", gdiplus, true},   {"reading once", read_once, false}};
+const unsigned kScalerCount = sizeof kScalers / sizeof *kScalers;
 
 bool start_gdiplus() {
     GdiplusStartupInput input = {};

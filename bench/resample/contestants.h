@@ -13,14 +13,14 @@ struct Task {
     unsigned to_width, to_height;
 };
 
-struct Contestant {
+struct Scaler {
     const char* name;
     bool (*run)(const Task&);
     bool scales; // whether `result` holds a picture afterwards
 };
 
-extern const Contestant kContestants[];
-extern const unsigned kContestantCount;
+extern const Scaler kScalers[];
+extern const unsigned kScalerCount;
 
 bool start_gdiplus();
 void stop_gdiplus();

@@ -10,9 +10,11 @@ run_as_owner() {
     fi
 }
 
-# wanted_packages: the names in scripts/packages.txt.
+packages_file=$repo_dir/scripts/packages.txt
+
+# wanted_packages: the names in that file.
 wanted_packages() {
-    sed -e 's/#.*//' -e '/^[[:space:]]*$/d' -e 's/[[:space:]]//g' "$repo_dir/scripts/packages.txt"
+    sed -e 's/#.*//' -e '/^[[:space:]]*$/d' -e 's/[[:space:]]//g' "$packages_file"
 }
 
 # missing_packages: those of them that are not installed.

@@ -1,17 +1,10 @@
-#include "bench/resample/measure.h"
+#include "bench/resample/picture.h"
 
-#include <windows.h>
 #include <math.h>
-#include <stdlib.h>
 
 namespace bench {
 
 namespace {
-
-int by_size(const void* a, const void* b) {
-    const double x = *static_cast<const double*>(a), y = *static_cast<const double*>(b);
-    return x < y ? -1 : x > y;
-}
 
 struct Random {
     uint32_t state;
@@ -19,18 +12,6 @@ struct Random {
 };
 
 } // namespace
-
-double now() {
-    LARGE_INTEGER frequency, count;
-    QueryPerformanceFrequency(&frequency);
-    QueryPerformanceCounter(&count);
-    return 1000.0 * static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
-
-double median(double* values, unsigned count) {
-    qsort(values, count, sizeof *values, by_size);
-    return count % 2 ? values[count / 2] : (values[count / 2 - 1] + values[count / 2]) / 2;
-}
 
 Closeness compare(const uint8_t* result, const double* ideal, size_t count) {
     Closeness closeness = {};

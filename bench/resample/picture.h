@@ -1,15 +1,10 @@
-// Times and errors.
+// The picture to shrink, and how close a result is to the ideal.
 #pragma once
 
 #include <stddef.h>
 #include <stdint.h>
 
 namespace bench {
-
-double now(); // milliseconds from some fixed moment
-
-// The middle one; sorts the values.
-double median(double* values, unsigned count);
 
 struct Closeness {
     double greatest; // levels

@@ -1,0 +1,106 @@
+// bench_base64 [ROUNDS]: the base64 codec beside a plain copy of the same bytes and, where they are built in, beside
+// the codecs of OpenSSL and GLib.
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#ifdef WENDAX_BENCH_PEERS
+#include <glib.h>
+#include <openssl/evp.h>
+#endif
+
+#include "bench/measure.h"
+#include "compose/base64_codec.h"
+#include "compose/base64_kernels.h"
+
+namespace {
+
+constexpr unsigned most_bytes = 64u << 20;
+
+unsigned char* data; // whole groups of three bytes
+char* text;          // what they encode to
+char* room;          // for results
+unsigned size;
+unsigned text_length;
+
+void ours_encode() {
+    base64::encode(data, size, base64::LineBreak::once, room);
+}
+void plain_encode() {
+    base64::plain::encode(data, size / 3, room);
+}
+void copy() {
+    memcpy(room, data, size);
+}
+void ours_decode() {
+    base64::decode(base64::decode_table.values, reinterpret_cast<unsigned char*>(text), text_length,
+                   reinterpret_cast<unsigned char*>(room));
+}
+void plain_decode() {
+    base64::plain::decode(reinterpret_cast<unsigned char*>(text), size / 3, reinterpret_cast<unsigned char*>(room));
+}
+void copy_text() {
+    memcpy(room, text, text_length);
+}
+
+#ifdef WENDAX_BENCH_PEERS
+void openssl_encode() {
+    EVP_EncodeBlock(reinterpret_cast<unsigned char*>(room), data, static_cast<int>(size));
+}
+void openssl_decode() {
+    EVP_DecodeBlock(reinterpret_cast<unsigned char*>(room), reinterpret_cast<unsigned char*>(text),
+                    static_cast<int>(text_length));
+}
+void glib_encode() {
+    int state = 0, save = 0;
+    g_base64_encode_step(data, size, FALSE, room, &state, &save);
+}
+void glib_decode() {
+    int state = 0;
+    unsigned save = 0;
+    g_base64_decode_step(text, text_length, reinterpret_cast<unsigned char*>(room), &state, &save);
+}
+constexpr bench::Contestant encoders[] = {{"ours", ours_encode},
+                                          {"ours, plain", plain_encode},
+                                          {"OpenSSL", openssl_encode},
+                                          {"GLib", glib_encode},
+                                          {"copy", copy}};
+constexpr bench::Contestant decoders[] = {{"ours", ours_decode},
+                                          {"ours, plain", plain_decode},
+                                          {"OpenSSL", openssl_decode},
+                                          {"GLib", glib_decode},
+                                          {"copy", copy_text}};
+#define ROW(what) "base64 " what ", 64 bits"
+#else
+constexpr bench::Contestant encoders[] = {{"ours", ours_encode}, {"ours, plain", plain_encode}, {"copy", copy}};
+constexpr bench::Contestant decoders[] = {{"ours", ours_decode}, {"ours, plain", plain_decode}, {"copy", copy_text}};
+#define ROW(what) "base64 " what
+#endif
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const int wanted = argc > 1 ? atoi(argv[1]) : 31;
+    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::most_rounds;
+    const unsigned most_text = most_bytes / 3 * 4 + 16;
+    data = static_cast<unsigned char*>(malloc(most_bytes));
+    text = static_cast<char*>(malloc(most_text));
+    room = static_cast<char*>(malloc(most_text));
+    if (!data || !text || !room)
+        return 1;
+    for (unsigned i = 0; i < most_bytes; ++i)
+        data[i] = static_cast<unsigned char>(i * 2654435761u >> 13);
+    memset(room, 0, most_text);
+    constexpr unsigned sizes[] = {48 << 10, 480 << 10, 4800 << 10, most_bytes};
+    for (const unsigned bytes : sizes) {
+        size = bytes / 3 * 3;
+        text_length = size / 3 * 4;
+        base64::fastest_kernels().encode(data, size / 3, text);
+        const unsigned repeats = bytes < 1 << 20 ? (8 << 20) / bytes : 1;
+        bench::take_turns(ROW("encode"), bytes, encoders, sizeof encoders / sizeof *encoders, rounds, repeats);
+        bench::take_turns(ROW("decode"), bytes, decoders, sizeof decoders / sizeof *decoders, rounds, repeats);
+    }
+    free(data);
+    free(text);
+    free(room);
+    return 0;
+}

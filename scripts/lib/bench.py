@@ -1,0 +1,158 @@
+"""Runs the benchmarks that scripts/bench has built, and prints their tables."""
+
+import collections
+import contextlib
+import csv
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+
+import bench_plot
+import bench_rows
+from support.desktop import Desktop
+from support.prefix import fresh_prefix
+from support.processes import REPO
+from support.wine import Wine
+
+BIN = REPO / "build" / "windows" / "bin"
+NATIVE = REPO / "build" / "native-release" / "bench"
+MIB = 1 << 20
+
+
+class Figures:
+    """What was measured: for a row, an amount of work and a contestant, the values of all runs."""
+
+    def __init__(self):
+        self.values = collections.defaultdict(list)
+
+    def add(self, row, work, contestant, value):
+        self.values[row, int(work), contestant].append(float(value))
+
+    def add_lines(self, text):
+        for line in text.splitlines():
+            row, work, contestant, median, _least = line.split("\t")
+            self.add(row, float(work), contestant, median)
+
+    def get(self, row, work, contestant):
+        return statistics.median(self.values[row, work, contestant])
+
+    def __iter__(self):
+        return ((*key, statistics.median(values)) for key, values in self.values.items())
+
+
+class Bench:
+    def __init__(self, rounds, stack):
+        self.rounds, self.stack, self.figures = rounds, stack, Figures()
+        self.prefix = stack.enter_context(fresh_prefix())
+        self.desktop_prefix = stack.enter_context(fresh_prefix())  # programs without a display would take its windows
+        self.folder = pathlib.Path(stack.enter_context(tempfile.TemporaryDirectory(dir=self.prefix.drive_c)))
+
+    def wine(self, program, *args, desktop=None, **options):
+        options = {"cwd": self.folder, "limit": 900, "check": True, **options}
+        return Wine(desktop, self.desktop_prefix if desktop else self.prefix).run(BIN / program, *args, **options).text
+
+    def native(self, program, *args):
+        return subprocess.run([NATIVE / program, *map(str, args)], check=True, text=True, stdout=subprocess.PIPE,
+                              timeout=900).stdout
+
+    def codec(self):
+        self.figures.add_lines(self.wine("bench_base64.exe", self.rounds))
+        self.figures.add_lines(self.native("base64/bench_base64", self.rounds))
+
+    def in_one_program(self):
+        self.figures.add_lines(self.wine("bench_resample.exe", self.rounds))
+        self.figures.add_lines(self.wine("bench_upload_body.exe", self.rounds))
+
+    def strings(self):
+        for _ in range(3):
+            self.figures.add_lines(self.wine("bench_strings.exe", self.rounds))
+            self.figures.add_lines(self.wine("bench_strings_std.exe", self.rounds))
+
+    def message(self):
+        message = self.folder / "message.eml"
+        for size in (64 * MIB // 100, 64 * MIB // 10, 64 * MIB):
+            file = self.folder / "attachment.bin"
+            file.write_bytes(os.urandom(size))
+            for _ in range(max(3, self.rounds // 3)):
+                for who, run in (("ours", lambda *paths: self.wine("bench_compose.exe", *map(self.prefix.to_windows, paths))),
+                                 ("GMime", lambda *paths: self.native("compose/compose_gmime", *paths))):
+                    milliseconds, peak = run(file, message).split()
+                    self.figures.add("message", size, who, milliseconds)
+                    self.figures.add("message, peak memory", size, who, float(peak) / message.stat().st_size)
+
+    def load(self):
+        for _ in range(self.rounds):
+            for who, args in (("after the system's libraries", ["system"]), ("alone", [])):
+                milliseconds, private = self.wine("bench_load.exe", *args).split()
+                self.figures.add("load", 1, who, milliseconds)
+                self.figures.add("load, private memory", 1, who, float(private) / 1024)
+
+    def report(self, width, height, modes, rounds, attachment=0, helper=False):
+        """Of a screen that large; the message's figures only with an attachment of so many bytes."""
+        host = self.desktop_prefix.drive_c / "host"
+        host.mkdir(exist_ok=True)
+        for name in ("bench_report.exe", "Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"):
+            shutil.copy(BIN / name, host)
+        if not helper:
+            (host / "faultkit.dll").unlink()
+        with Desktop(width=width, height=height) as desktop:
+            file = self.desktop_prefix.drive_c / "attached.bin"
+            file.write_bytes(os.urandom(attachment))
+            for _ in range(rounds):
+                for mode in modes:
+                    for left in self.desktop_prefix.temp_dir.glob("*.eml*"):
+                        left.unlink()
+                    args = [self.desktop_prefix.to_windows(file)] if attachment else []
+                    told = self.wine(host / "bench_report.exe", mode, *args, desktop=desktop).split()
+                    if not attachment:
+                        self.figures.add("dialog", width * height, mode, told[0])
+                    else:
+                        self.figures.add("answer", attachment, "ours, with faultkit" if helper else "ours", told[1])
+                        self.figures.add("answer", attachment, "unavoidable", 50 + float(told[2]))
+
+    def run(self):
+        for width, height in ((1920, 1080), (640, 324), (6400, 3240)):
+            first = width == 1920
+            self.report(width, height, ("box", "dialog", "screenshot"), self.rounds if first else 5)
+        for size in (64 * MIB // 100, 64 * MIB // 10, 64 * MIB):
+            self.report(1920, 1080, ("dialog",), max(3, self.rounds // 3), size)
+        self.report(1920, 1080, ("dialog",), max(3, self.rounds // 3), 64 * MIB // 100, helper=True)
+        self.load()
+        self.codec()
+        self.strings()
+        self.message()
+        self.in_one_program()
+
+
+def machine():
+    processor = next(line.split(":")[1].strip() for line in open("/proc/cpuinfo", encoding="ascii")
+                     if line.startswith("model name"))
+    return f"{processor}, {os.cpu_count()} processors, load {os.getloadavg()[1]:.1f}"
+
+
+def main():
+    args = sys.argv[1:]
+    keep = "--keep" in args
+    args = [arg for arg in args if arg != "--keep"]
+    rounds = int(args[0]) if args else 21
+    with contextlib.ExitStack() as stack:
+        bench = Bench(rounds, stack)
+        bench.run()
+    print(f"\n{rounds} rounds on {machine()}\n")
+    print(bench_rows.table(bench.figures))
+    print(bench_rows.growth(bench.figures))
+    if keep:
+        with open(REPO / "docs" / "benchmarks.csv", "w", encoding="ascii", newline="\n") as file:
+            writer = csv.writer(file, lineterminator="\n")
+            writer.writerow(("row", "work", "contestant", "median"))
+            for row, work, contestant, value in bench.figures:
+                writer.writerow((row, work, contestant, f"{value:.6g}"))
+        bench_plot.main()
+
+
+if __name__ == "__main__":
+    main()

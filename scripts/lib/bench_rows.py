@@ -1,0 +1,115 @@
+"""The rows of the benchmarks' tables: what is compared with what, and the target."""
+
+import dataclasses
+
+MIB = 1 << 20
+LARGE = 64 * MIB
+FULL_HD, UHD = 1920 * 1080, 3840 * 2160
+
+
+@dataclasses.dataclass(frozen=True)
+class Row:
+    """kind: how ours and the peer's figure make the one that has the target.
+    "faster": peer / ours, at least; "share": peer / ours where the peer is the limit, at least; "times": ours / peer,
+    at most; "more": ours - peer, at most; "most": ours alone, at most."""
+
+    label: str
+    row: str
+    work: int
+    peer: str
+    kind: str
+    target: float
+    ours: str = "ours"
+    unit: str = "ms"
+
+    def judge(self, figures):
+        ours = figures.get(self.row, self.work, self.ours)
+        if self.kind == "most":
+            return ours, None, ours, ours <= self.target
+        peer = figures.get(self.row, self.work, self.peer)
+        if self.kind == "more":
+            return ours, peer, ours - peer, ours - peer <= self.target
+        if self.kind == "times":
+            return ours, peer, ours / peer, ours / peer <= self.target
+        return ours, peer, peer / ours, peer / ours >= self.target
+
+    def shown_target(self):
+        return {"faster": f">= {self.target:g} x", "share": f">= {self.target:g}", "times": f"<= {self.target:g} x",
+                "more": f"<= +{self.target:g} {self.unit}", "most": f"<= {self.target:g} {self.unit}"}[self.kind]
+
+
+def _codec():
+    for size, label in ((48 << 10, "48 KB"), (LARGE, "64 MB")):
+        yield Row(f"base64, encode {label}: share of a copy's rate", "base64 encode", size, "copy", "share", 0.6)
+        yield Row(f"base64, encode {label}, plain code: the same", "base64 encode", size, "copy", "share", 0.3, "ours, plain")
+        for peer in ("OpenSSL", "GLib"):
+            yield Row(f"base64, encode {label} (64 bits)", "base64 encode, 64 bits", size, peer, "faster", 1)
+            yield Row(f"base64, decode {label} (64 bits)", "base64 decode, 64 bits", size, peer, "faster", 2)
+
+
+def _resample():
+    for bits in (24, 32):
+        for size in ("1920 x 1080", "3840 x 2160"):
+            work = FULL_HD if size.startswith("1920") else UHD
+            row = f"resample {size}, {bits} bits"
+            yield Row(row, row, work, "stb_image_resize", "faster", 8, "ours, AVX2")
+            yield Row(row, row, work, "GDI+ bicubic", "faster", 1, "ours, AVX2")
+            yield Row(f"{row}: of reading it once", row, work, "reading once", "times", 4, "ours, AVX2")
+            yield Row(f"{row}: rms error", f"{row}, error", work, "stb_image_resize", "times", 1, "ours, AVX2", "levels")
+
+
+ROWS = [
+    *_codec(),
+    Row("message with 64 MB attached", "message", LARGE, "GMime", "faster", 1),
+    Row("message with 64 MB attached: peak memory", "message, peak memory", LARGE, "", "most", 2.1, unit="x its size"),
+    Row("upload body of 6 x 8 MB", "upload body", 6 * 8000 * 1024, "reading plainly", "times", 1.5),
+    *_resample(),
+    Row("from fault to dialog", "dialog", FULL_HD, "box", "more", 30, "dialog"),
+    Row("from fault to dialog, with screenshot", "dialog", FULL_HD, "box", "more", 60, "screenshot"),
+    Row("from answer to message, 0.6 MB attached", "answer", LARGE // 100, "unavoidable", "more", 20),
+    Row("the same with a fault description", "answer", LARGE // 100, "unavoidable", "more", 20, "ours, with faultkit"),
+    *(Row(f"{row}, 200 lines", row, 200, "std::string", "faster", 1)
+      for row in ("text: append", "text: append, room reserved", "text: sums", "text: pieces of paths",
+                  "text: replace all")),
+    Row("loading Wendax.dll after the system's libraries", "load", 1, "", "most", 1, "after the system's libraries"),
+    Row("the same: private memory", "load, private memory", 1, "", "most", 256, "after the system's libraries", "KB"),
+]
+
+# What grows: the label, the row, its contestant, and three amounts of work, each ten times the one before.
+GROWTH = [
+    ("base64, encode 48 KB", "base64 encode", "ours", (48 << 10, 480 << 10, 4800 << 10)),
+    ("base64, decode to 48 KB", "base64 decode", "ours", (48 << 10, 480 << 10, 4800 << 10)),
+    ("message with 0.6 MB attached", "message", "ours", (LARGE // 100, LARGE // 10, LARGE)),
+    ("upload body of 6 x 80 KB", "upload body", "ours", tuple(6 * size * 1024 for size in (80, 800, 8000))),
+    ("dialog with screenshot, 640 x 324", "dialog", "screenshot", (640 * 324, FULL_HD, 6400 * 3240)),
+    ("from answer to message, 0.6 MB attached", "answer", "ours", (LARGE // 100, LARGE // 10, LARGE)),
+    *((f"{row}, 20 lines", row, "ours", (20, 200, 2000))
+      for row in ("text: append", "text: append, room reserved", "text: sums", "text: pieces of paths",
+                  "text: replace all")),
+]
+
+
+def number(value):
+    return "" if value is None else f"{value:.3f}" if value < 10 else f"{value:.1f}"
+
+
+def table(figures):
+    lines = ["| What | Ours | Peer | Peer's | Compared | Target | Met |", "| --- | ---: | --- | ---: | ---: | ---: | --- |"]
+    for row in ROWS:
+        ours, peer, compared, met = row.judge(figures)
+        lines.append(f"| {row.label} | {number(ours)} {row.unit} | {row.peer} | {number(peer)} | {number(compared)} | "
+                     f"{row.shown_target()} | {'yes' if met else 'NO'} |")
+    return "\n".join(lines) + "\n"
+
+
+def growth(figures):
+    lines = ["| What | Once | 10 times | 100 times | Growth |", "| --- | ---: | ---: | ---: | ---: |"]
+    for label, row, contestant, works in GROWTH:
+        values = [figures.get(row, work, contestant) for work in works]
+        lines.append(f"| {label} | {' | '.join(number(value) + ' ms' for value in values)} | "
+                     f"{values[1] / values[0]:.1f}, {values[2] / values[1]:.1f} |")
+    sizes = [("640 x 324", 640 * 324), ("1920 x 1080", FULL_HD), ("6400 x 3240", 6400 * 3240)]
+    values = [figures.get(f"resample {name}, 24 bits", work, "ours, AVX2") for name, work in sizes]
+    lines.append(f"| resample 640 x 324, 24 bits | {' | '.join(number(value) + ' ms' for value in values)} | "
+                 f"{values[1] / values[0]:.1f}, {values[2] / values[1]:.1f} |")
+    return "\n".join(lines) + "\n"
