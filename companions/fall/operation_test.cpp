@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csetjmp>
 #include <cstdlib>
 #include <cstring>
 
@@ -48,6 +49,19 @@ TEST(Operation, Frees_what_was_forgotten) {
               }),
               glib::BADI);
     EXPECT_EQ(memory_held(), 0u);
+}
+
+// A fault ends in a handler of the host, past the operation's end.
+TEST(Operation, Begins_without_what_one_held_that_ended_in_a_fault) {
+    static std::jmp_buf handler;
+    if (setjmp(handler) == 0) {
+        run([](void*) {
+            take_memory(100);
+            std::longjmp(handler, 1);
+        });
+    }
+    EXPECT_EQ(memory_held(), 100u);
+    EXPECT_EQ(run([](void*) { EXPECT_EQ(memory_held(), 0u); }), glib::RCOK);
 }
 
 TEST(Operation, Keeps_what_a_resized_block_holds) {
