@@ -10,7 +10,7 @@
 namespace sysinfo {
 
 CStdString browser_version_text(const char* library) {
-    const CStdString unknown = "Cannot extract version number of Internet Explorer";
+    CStdString unknown = "Cannot extract version number of Internet Explorer";
     const win::LibraryHandle module(LoadLibraryA(library));
     if (!module) {
         FreeLibrary(nullptr); // Kept: it does no more than set the last error.
