@@ -1,5 +1,6 @@
 """The zip, as a developer takes it home: what is in it, and hosts made from nothing else."""
 
+import atexit
 import functools
 import json
 import os
@@ -34,7 +35,7 @@ def run(*command, **options):
 def unpacked():
     """The zip's one folder, unpacked where nothing else of the project is near."""
     place = pathlib.Path(tempfile.mkdtemp(prefix="wendax-package-"))
-    PackageCase.addClassCleanup(shutil.rmtree, place)
+    atexit.register(shutil.rmtree, place, ignore_errors=True)
     run("cpack", "-B", place / "made", "--config", BUILD / "CPackConfig.cmake")
     (archive,) = (place / "made").glob("*.zip")
     with zipfile.ZipFile(archive) as opened:
