@@ -62,6 +62,26 @@ void show_window() {
             DispatchMessageA(&next);
 }
 
+// What no screenshot can do without.
+void copy_screen() {
+    const int width = GetSystemMetrics(SM_CXSCREEN), height = GetSystemMetrics(SM_CYSCREEN);
+    BITMAPINFO info = {};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = width;
+    info.bmiHeader.biHeight = -height;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 24;
+    void* bits;
+    const HDC display = CreateDCA("DISPLAY", nullptr, nullptr, nullptr);
+    const HDC memory = CreateCompatibleDC(display);
+    const HBITMAP section = CreateDIBSection(display, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+    SelectObject(memory, section);
+    BitBlt(memory, 0, 0, width, height, display, 0, 0, SRCCOPY);
+    DeleteDC(memory);
+    DeleteObject(section);
+    DeleteDC(display);
+}
+
 // The message again, into another file: what can't be avoided.
 double write_alone() {
     char path[MAX_PATH * 2];
@@ -86,7 +106,8 @@ double write_alone() {
 } // namespace
 
 int main(int argc, char** argv) {
-    const bool box = argc > 1 && strcmp(argv[1], "box") == 0;
+    const bool grab = argc > 1 && strcmp(argv[1], "grab") == 0;
+    const bool box = grab || (argc > 1 && strcmp(argv[1], "box") == 0);
     GetTempPathA(sizeof folder, folder);
     snprintf(pattern, sizeof pattern, "%s*.eml", folder);
     InitCrushReport();
@@ -102,6 +123,8 @@ int main(int argc, char** argv) {
         start = bench::now();
         faulting();
     } catch (char* marker) {
+        if (grab)
+            copy_screen();
         if (box)
             MessageBoxA(nullptr, "The program has encountered a problem.", title, MB_OK);
         else

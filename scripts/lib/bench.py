@@ -114,10 +114,15 @@ class Bench:
                         self.figures.add("answer", attachment, "ours, with faultkit" if helper else "ours", told[1])
                         self.figures.add("answer", attachment, "unavoidable", 50 + float(told[2]))
 
+    def stack_depth(self):
+        with Desktop(width=1920, height=1080) as desktop:
+            self.stack_use = self.wine("bench_stack.exe", desktop=desktop)
+
     def run(self):
+        self.stack_depth()
         for width, height in ((1920, 1080), (640, 324), (6400, 3240)):
             first = width == 1920
-            self.report(width, height, ("box", "dialog", "screenshot"), self.rounds if first else 5)
+            self.report(width, height, ("box", "grab", "dialog", "screenshot"), self.rounds if first else 5)
         for size in (64 * MIB // 100, 64 * MIB // 10, 64 * MIB):
             self.report(1920, 1080, ("dialog",), max(3, self.rounds // 3), size)
         self.report(1920, 1080, ("dialog",), max(3, self.rounds // 3), 64 * MIB // 100, helper=True)
@@ -145,6 +150,7 @@ def main():
     print(f"\n{rounds} rounds on {machine()}\n")
     print(bench_rows.table(bench.figures))
     print(bench_rows.growth(bench.figures))
+    print(bench.stack_use)
     if keep:
         with open(REPO / "docs" / "benchmarks.csv", "w", encoding="ascii", newline="\n") as file:
             writer = csv.writer(file, lineterminator="\n")

@@ -66,6 +66,7 @@ ROWS = [
     *_resample(),
     Row("from fault to dialog", "dialog", FULL_HD, "box", "more", 30, "dialog"),
     Row("from fault to dialog, with screenshot", "dialog", FULL_HD, "box", "more", 60, "screenshot"),
+    Row("the same beside a box after a bare copy of the screen", "dialog", FULL_HD, "grab", "more", 60, "screenshot"),
     Row("from answer to message, 0.6 MB attached", "answer", LARGE // 100, "unavoidable", "more", 20),
     Row("the same with a fault description", "answer", LARGE // 100, "unavoidable", "more", 20, "ours, with faultkit"),
     *(Row(f"{row}, 200 lines", row, 200, "std::string", "faster", 1)
