@@ -2,6 +2,7 @@
 
 #include <io.h>
 #include <stdarg.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <windows.h>
@@ -14,7 +15,13 @@ unsigned VStdioFileStream::adopt(FILE* file) {
     m_file = file;
     m_last = Last::neither;
     m_failed = false;
-    return file != nullptr;
+    if (!file)
+        return 0;
+    constexpr size_t room = 4096;
+    m_buffer = static_cast<char*>(malloc(room));
+    if (m_buffer)
+        setvbuf(file, m_buffer, _IOFBF, room);
+    return 1;
 }
 
 unsigned VStdioFileStream::OpenWide(const wchar_t* path, const wchar_t* mode) {
@@ -169,5 +176,12 @@ unsigned VStdioFileStream::Flush() {
 unsigned VStdioFileStream::Close() {
     FILE* file = m_file;
     m_file = nullptr;
-    return file && fclose(file) == 0;
+    if (!file)
+        return 0;
+    // On its own: not every runtime's fclose tells that the last bytes could not be written.
+    const bool flushed = fflush(file) == 0;
+    const bool closed = fclose(file) == 0;
+    free(m_buffer);
+    m_buffer = nullptr;
+    return closed && flushed;
 }

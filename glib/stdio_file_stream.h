@@ -43,6 +43,7 @@ private:
     unsigned adopt(FILE* file);
 
     FILE* m_file = nullptr;
+    char* m_buffer = nullptr; // of the file; the runtime would take one from its own heap, which may be damaged
     Last m_last = Last::neither;
     bool m_failed = false; // there was an error before the last seek
 };

@@ -63,6 +63,8 @@ void CSuperBuffer::Piece::SetFile(const char* path) {
     }
     m_file = fopen(path, "rb");
     if (m_file) {
+        // Read in one piece; a buffer would come from the runtime's heap, which may be damaged.
+        setvbuf(m_file, nullptr, _IONBF, 0);
         m_size = measure(m_file);
     }
 }

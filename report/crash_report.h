@@ -1,10 +1,12 @@
 // The e-mail report: composes a message about a fault and opens it in the user's mail program.
 #pragma once
 
+#include <new>
 #include <afxwin.h>
 #include <afxtempl.h>
 
 #include "base/std_string.h"
+#include "report/report_memory.h"
 
 class CSeException;
 
@@ -42,6 +44,9 @@ public:
     // The part of the primary screen inside the rectangle as a 24-bit top-down section that the caller deletes; null
     // for an empty rectangle.
     static HBITMAP CopyScreenToBitmap(RECT* rect);
+
+    static void* operator new(size_t size, const std::nothrow_t&) noexcept { return report::allocate_own(size); }
+    static void operator delete(void* block) noexcept { report::release(block); }
 
 private:
     HINSTANCE m_saved_resources = nullptr; // the current resource module at OpenDlg's entry

@@ -5,6 +5,7 @@
 #include <afxtempl.h>
 
 #include "base/std_string.h"
+#include "report/report_memory.h"
 
 class CSeException;
 
@@ -41,6 +42,8 @@ public:
 
     // The newest instance, on which the dialog's button calls Upload; null when it is gone.
     static CCrashReport2* m_pThis;
+
+    static void operator delete(void* block) noexcept { report::release(block); }
 
 private:
     CStdString m_config_path;

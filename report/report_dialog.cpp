@@ -23,6 +23,13 @@ struct DialogWindow {
     ~DialogWindow() { DestroyWindow(window); }
 };
 
+// Without address space for a dialog the system's own code would fault while it makes one.
+bool room_for_dialog() {
+    constexpr SIZE_T room = 256 << 10;
+    void* const place = VirtualAlloc(nullptr, room, MEM_RESERVE, PAGE_NOACCESS);
+    return place && VirtualFree(place, 0, MEM_RELEASE);
+}
+
 } // namespace
 
 ReportDialog::ReportDialog(HINSTANCE icon_module, HINSTANCE library, int template_id)
@@ -49,7 +56,7 @@ void ReportDialog::end(HWND dialog, int result) {
 }
 
 int ReportDialog::run(DLGPROC procedure) {
-    if (!m_template)
+    if (!m_template || !room_for_dialog())
         return 0;
     HWND const dialog =
         CreateDialogIndirectParamA(m_library, m_template, nullptr, procedure, reinterpret_cast<LPARAM>(this));

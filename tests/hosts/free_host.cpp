@@ -11,15 +11,15 @@ namespace {
 bool armed;
 void* faulted_on;
 int times;
-void(__cdecl* real_free)(void*);
+decltype(HeapFree)* real_free;
 volatile int zero = 0;
 
-void __cdecl free_with_fault(void* block) {
+BOOL WINAPI free_with_fault(HANDLE heap, DWORD flags, void* block) {
     if (armed && !faulted_on)
         faulted_on = block;
     if (block && block == faulted_on && ++times == 1)
         *reinterpret_cast<volatile int*>(zero) = 1;
-    real_free(block);
+    return real_free(heap, flags, block);
 }
 
 DWORD WINAPI decline(void*) {
@@ -35,7 +35,7 @@ DWORD WINAPI decline(void*) {
 
 int main() {
     InitCrushReport();
-    real_free = replace_import(GetModuleHandleA("Wendax.dll"), "msvcrt.dll", "free", free_with_fault);
+    real_free = replace_import(GetModuleHandleA("Wendax.dll"), "kernel32.dll", "HeapFree", free_with_fault);
     if (!real_free)
         return 2;
     CloseHandle(CreateThread(nullptr, 0, decline, nullptr, 0, nullptr));
