@@ -7,6 +7,7 @@
 #include "glib/gdiplus_init.h"
 #include "glib/save_record.h"
 #include "win/fault_guard.h"
+#include "win/temporary_folder.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ struct GdiplusRun {
 
 CStdString screenshot_path() {
     CStdString path;
-    GetTempPathA(path_room, path.get_buffer(path_room));
+    win::temporary_folder(path.get_buffer(path_room), path_room);
     path.release_buffer();
     path.trim_right("\\");
     path += "\\screen_copy.jpg";

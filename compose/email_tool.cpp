@@ -8,6 +8,7 @@
 #include "compose/memory_file.h"
 #include "compose/message_template.h"
 #include "compose/readable_prefix.h"
+#include "win/temporary_folder.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ CString CEmailTool::EncodeFile(const char* path) const {
 
 void CEmailTool::OpenInMailer() const {
     char folder[1024] = {};
-    const DWORD length = GetTempPathA(sizeof(folder), folder);
+    const DWORD length = win::temporary_folder(folder, sizeof(folder));
     char unique[MAX_PATH] = {};
     const DWORD name_room = 14; // GetTempFileNameA needs as much of a path's length for the name
     if (length == 0 || length > MAX_PATH - name_room || !GetTempFileNameA(folder, "email", 0, unique))
