@@ -1,0 +1,173 @@
+#include "tests/faults/conditions.h"
+
+#include <windows.h>
+#include <winspool.h>
+#include <stdlib.h>
+#include <string.h>
+
+namespace {
+
+// The regions that are held, largest first: the first of them are given back at the end.
+void* regions[4096];
+int region_count;
+
+void hold_address_space() {
+    for (SIZE_T size = 256 << 20; size >= 64 << 10; size /= 2) {
+        while (region_count < 4096) {
+            void* const region = VirtualAlloc(nullptr, size, MEM_RESERVE, PAGE_NOACCESS);
+            if (!region)
+                break;
+            regions[region_count++] = region;
+        }
+    }
+}
+
+// The blocks are never given back; each holds the address of the one before, so that they count as used.
+void hold_heaps() {
+    static void* last;
+    for (size_t size = 1 << 20; size >= 8; size /= 2) {
+        while (void* const block = malloc(size)) {
+            *static_cast<void**>(block) = last;
+            last = block;
+        }
+        while (void* const block = HeapAlloc(GetProcessHeap(), 0, size)) {
+            *static_cast<void**>(block) = last;
+            last = block;
+        }
+    }
+}
+
+// Runs over the ends of blocks in use, as a careless host does: the records of free and of used neighbours are lost.
+void break_heap() {
+    constexpr int count = 64, kinds = 9;
+    static char* blocks[kinds][count];
+    for (int kind = 0; kind < kinds; ++kind) {
+        for (char*& block : blocks[kind])
+            block = static_cast<char*>(malloc(16u << kind));
+    }
+    for (auto& same : blocks) {
+        for (int i = 1; i < count; i += 2)
+            free(same[i]);
+    }
+    for (int kind = 0; kind < kinds; ++kind) {
+        for (int i = 0; i + 2 < count; i += 2)
+            memset(blocks[kind][i], 0xEE, (16u << kind) + 32);
+    }
+}
+
+void use_up_gdi() {
+    for (int i = 0; i < 1 << 20 && CreateSolidBrush(static_cast<COLORREF>(i)); ++i) {
+    }
+}
+
+// The place in the import table of Wendax.dll that holds the function's address; null if it imports none of the name.
+void** import_of(const char* function) {
+    char* const base = reinterpret_cast<char*>(GetModuleHandleA("Wendax.dll"));
+    const auto* const dos = reinterpret_cast<IMAGE_DOS_HEADER*>(base);
+    const auto* const headers = reinterpret_cast<IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+    const DWORD table = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+    for (auto* dll = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + table); dll->Name; ++dll) {
+        auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->OriginalFirstThunk);
+        auto* address = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->FirstThunk);
+        for (; name->u1.AddressOfData; ++name, ++address) {
+            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
+                continue;
+            const auto* const entry = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
+            if (strcmp(reinterpret_cast<const char*>(entry->Name), function) == 0)
+                return reinterpret_cast<void**>(&address->u1.Function);
+        }
+    }
+    return nullptr;
+}
+
+bool replace(const char* function, void* replacement) {
+    void** const place = import_of(function);
+    DWORD before;
+    if (!place || !VirtualProtect(place, sizeof *place, PAGE_READWRITE, &before))
+        return false;
+    *place = replacement;
+    VirtualProtect(place, sizeof *place, before, &before);
+    return true;
+}
+
+void fault() {
+    *static_cast<volatile int*>(nullptr) = 1;
+}
+
+LSTATUS APIENTRY no_key(HKEY, LPCSTR, PHKEY) {
+    return ERROR_BADDB;
+}
+
+LSTATUS APIENTRY no_key_either(HKEY, LPCSTR, DWORD, REGSAM, PHKEY) {
+    return ERROR_BADDB;
+}
+
+BOOL WINAPI no_spooler(DWORD, LPSTR, DWORD, LPBYTE, DWORD, LPDWORD, LPDWORD) {
+    SetLastError(RPC_S_SERVER_UNAVAILABLE);
+    return FALSE;
+}
+
+BOOL WINAPI slow_spooler(DWORD, LPSTR, DWORD, LPBYTE, DWORD, LPDWORD, LPDWORD) {
+    Sleep(3000);
+    SetLastError(RPC_S_CALL_FAILED);
+    return FALSE;
+}
+
+size_t largest_block;
+
+void* WINAPI small_block(HANDLE heap, DWORD flags, SIZE_T size) {
+    return size <= largest_block ? HeapAlloc(heap, flags, size) : nullptr;
+}
+
+void* WINAPI small_grown_block(HANDLE heap, DWORD flags, void* block, SIZE_T size) {
+    return size <= largest_block ? HeapReAlloc(heap, flags, block, size) : nullptr;
+}
+
+void* WINAPI small_region(void* address, SIZE_T size, DWORD type, DWORD protection) {
+    return size <= largest_block ? VirtualAlloc(address, size, type, protection) : nullptr;
+}
+
+template <class Function>
+void* address_of(Function* function) {
+    return reinterpret_cast<void*>(function);
+}
+
+bool limit_blocks(const char* kib) {
+    largest_block = static_cast<size_t>(atoi(kib)) << 10;
+    return replace("HeapAlloc", address_of(small_block)) && replace("HeapReAlloc", address_of(small_grown_block)) &&
+           replace("VirtualAlloc", address_of(small_region));
+}
+
+} // namespace
+
+bool takes_argument(const char* name) {
+    return strcmp(name, "blocks") == 0 || strcmp(name, "fault") == 0;
+}
+
+bool make_condition(const char* name, const char* argument) {
+    if (strcmp(name, "memory") == 0)
+        hold_address_space(), hold_heaps();
+    else if (strcmp(name, "blocks") == 0)
+        return limit_blocks(argument);
+    else if (strcmp(name, "heap") == 0)
+        break_heap();
+    else if (strcmp(name, "gdi") == 0)
+        use_up_gdi();
+    else if (strcmp(name, "fault") == 0)
+        return replace(argument, address_of(fault));
+    else if (strcmp(name, "registry") == 0)
+        return replace("RegOpenKeyA", address_of(no_key)) && replace("RegOpenKeyExA", address_of(no_key_either));
+    else if (strcmp(name, "printers") == 0)
+        return replace("EnumPrintersA", address_of(no_spooler));
+    else if (strcmp(name, "slow-printers") == 0)
+        return replace("EnumPrintersA", address_of(slow_spooler));
+    else
+        return false;
+    return true;
+}
+
+void end_conditions() {
+    for (int i = 0; i < region_count && i < 8; ++i)
+        VirtualFree(regions[i], 0, MEM_RELEASE);
+    region_count = 0;
+}

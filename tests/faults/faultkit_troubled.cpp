@@ -1,0 +1,37 @@
+// Stand-ins for faultkit.dll that do a report no good: FAULT_IN_REASON, FAULT_IN_STACK (after two lines) or neither,
+// with frames without end.
+#include <windows.h>
+
+namespace {
+
+int lines_given;
+
+[[maybe_unused]] void fault() {
+    *static_cast<volatile int*>(nullptr) = 1;
+}
+
+} // namespace
+
+extern "C" const char* __cdecl GetFaultReason(EXCEPTION_POINTERS*) {
+#ifdef FAULT_IN_REASON
+    fault();
+#endif
+    return "the reason";
+}
+
+extern "C" const char* __cdecl GetFirstStackTraceString(unsigned, EXCEPTION_POINTERS*) {
+    lines_given = 1;
+    return "frame";
+}
+
+extern "C" const char* __cdecl GetNextStackTraceString(unsigned, EXCEPTION_POINTERS*) {
+#ifdef FAULT_IN_STACK
+    if (++lines_given > 2)
+        fault();
+#endif
+    return "frame";
+}
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
+    return TRUE;
+}
