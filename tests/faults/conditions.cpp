@@ -5,6 +5,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "tests/hosts/import_slot.h"
+
 namespace {
 
 // The regions that are held, largest first: the first of them are given back at the end.
@@ -60,34 +62,17 @@ void use_up_gdi() {
     }
 }
 
-// The place in the import table of Wendax.dll that holds the function's address; null if it imports none of the name.
-void** import_of(const char* function) {
-    char* const base = reinterpret_cast<char*>(GetModuleHandleA("Wendax.dll"));
-    const auto* const dos = reinterpret_cast<IMAGE_DOS_HEADER*>(base);
-    const auto* const headers = reinterpret_cast<IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-    const DWORD table = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-    for (auto* dll = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + table); dll->Name; ++dll) {
-        auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->OriginalFirstThunk);
-        auto* address = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->FirstThunk);
-        for (; name->u1.AddressOfData; ++name, ++address) {
-            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
-                continue;
-            const auto* const entry = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-            if (strcmp(reinterpret_cast<const char*>(entry->Name), function) == 0)
-                return reinterpret_cast<void**>(&address->u1.Function);
-        }
+// Puts the replacement in the place of the function that Wendax.dll imports.
+template <class Function>
+bool replace(const char* name, Function* replacement) {
+    static const char* const libraries[] = {"advapi32.dll", "gdi32.dll",   "kernel32.dll", "shell32.dll",
+                                            "user32.dll",   "wininet.dll", "winspool.drv"};
+    for (const char* library : libraries) {
+        if (GetProcAddress(GetModuleHandleA(library), name) &&
+            replace_import(GetModuleHandleA("Wendax.dll"), library, name, replacement))
+            return true;
     }
-    return nullptr;
-}
-
-bool replace(const char* function, void* replacement) {
-    void** const place = import_of(function);
-    DWORD before;
-    if (!place || !VirtualProtect(place, sizeof *place, PAGE_READWRITE, &before))
-        return false;
-    *place = replacement;
-    VirtualProtect(place, sizeof *place, before, &before);
-    return true;
+    return false;
 }
 
 void fault() {
@@ -127,15 +112,10 @@ void* WINAPI small_region(void* address, SIZE_T size, DWORD type, DWORD protecti
     return size <= largest_block ? VirtualAlloc(address, size, type, protection) : nullptr;
 }
 
-template <class Function>
-void* address_of(Function* function) {
-    return reinterpret_cast<void*>(function);
-}
-
 bool limit_blocks(const char* kib) {
     largest_block = static_cast<size_t>(atoi(kib)) << 10;
-    return replace("HeapAlloc", address_of(small_block)) && replace("HeapReAlloc", address_of(small_grown_block)) &&
-           replace("VirtualAlloc", address_of(small_region));
+    return replace("HeapAlloc", small_block) && replace("HeapReAlloc", small_grown_block) &&
+           replace("VirtualAlloc", small_region);
 }
 
 } // namespace
@@ -154,13 +134,13 @@ bool make_condition(const char* name, const char* argument) {
     else if (strcmp(name, "gdi") == 0)
         use_up_gdi();
     else if (strcmp(name, "fault") == 0)
-        return replace(argument, address_of(fault));
+        return replace(argument, fault);
     else if (strcmp(name, "registry") == 0)
-        return replace("RegOpenKeyA", address_of(no_key)) && replace("RegOpenKeyExA", address_of(no_key_either));
+        return replace("RegOpenKeyA", no_key) && replace("RegOpenKeyExA", no_key_either);
     else if (strcmp(name, "printers") == 0)
-        return replace("EnumPrintersA", address_of(no_spooler));
+        return replace("EnumPrintersA", no_spooler);
     else if (strcmp(name, "slow-printers") == 0)
-        return replace("EnumPrintersA", address_of(slow_spooler));
+        return replace("EnumPrintersA", slow_spooler);
     else
         return false;
     return true;

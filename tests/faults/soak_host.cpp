@@ -117,7 +117,7 @@ int main() {
             else
                 fail_and_report(by_mail);
         }
-        printf("usage %u %u %u %u\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory());
+        printf("usage %u %u %u %u\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory().own);
         fflush(stdout);
     }
     return 0;
