@@ -27,7 +27,9 @@ struct DialogWindow {
 bool room_for_dialog() {
     constexpr SIZE_T room = 256 << 10;
     void* const place = VirtualAlloc(nullptr, room, MEM_RESERVE, PAGE_NOACCESS);
-    return place && VirtualFree(place, 0, MEM_RELEASE);
+    if (place)
+        VirtualFree(place, 0, MEM_RELEASE);
+    return place != nullptr;
 }
 
 } // namespace

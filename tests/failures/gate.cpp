@@ -57,8 +57,8 @@ bool went_well(const Call& call, int answer) {
 }
 
 void note_opened(const Call& call, const DWORD* arguments, int answer, const void* caller) {
-    if (strcmp(call.name, "realloc") == 0 && (answer || arguments[1] == 0))
-        closed("block", arguments[0]);
+    if (strcmp(call.name, "HeapReAlloc") == 0 && answer)
+        closed("block", arguments[2]);
     if (!*call.opens || !went_well(call, answer))
         return;
     const DWORD value =

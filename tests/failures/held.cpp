@@ -1,6 +1,5 @@
 #include "tests/failures/held.h"
 
-#include <stdlib.h>
 #include <string.h>
 
 namespace {
@@ -54,9 +53,7 @@ void drop_held() {
     for (Node*& bucket : buckets) {
         while (Node* const node = bucket) {
             bucket = node->next;
-            if (strcmp(node->held.kind, "block") == 0)
-                free(reinterpret_cast<void*>(node->held.value));
-            else if (strcmp(node->held.kind, "module") == 0)
+            if (strcmp(node->held.kind, "module") == 0) // blocks go with the heap of their library
                 FreeLibrary(reinterpret_cast<HMODULE>(node->held.value));
             delete node;
         }
