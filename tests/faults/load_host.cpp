@@ -5,7 +5,7 @@
 #include <tlhelp32.h>
 #include <stdio.h>
 
-#include "tests/upload/usage.h"
+#include "tests/support/usage.h"
 
 namespace {
 

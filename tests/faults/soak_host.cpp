@@ -15,7 +15,7 @@
 #include "include/wendax.h"
 #include "tests/hosts/faults.h"
 #include "tests/upload/command_line.h"
-#include "tests/upload/usage.h"
+#include "tests/support/usage.h"
 
 namespace {
 
