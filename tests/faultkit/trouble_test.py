@@ -24,8 +24,10 @@ class WithoutDebugLibrary(DescribingCase):
         self.assertEqual(without.reason[-1], "(no symbols: the system has no usable dbghelp.dll)")
         self.assertEqual(without.reason[0], with_it.reason[0])
 
-    def test_dump_is_refused(self):
-        description = self.describe_one("--dump", "fault.dmp", "write", env=NO_DEBUG_LIBRARY)
+    def test_dump_is_refused_and_leaves_no_file(self):
+        folder = self.folder(*self.FILES)
+        description = self.describe_one("--dump", "fault.dmp", "write", folder=folder, env=NO_DEBUG_LIBRARY)
+        self.assertEqual(sorted(file.name for file in folder.iterdir()), sorted(self.FILES))
         self.assertEqual(description.after, ["--- dump 0 error 127"])  # ERROR_PROC_NOT_FOUND
 
 
