@@ -120,9 +120,7 @@ class Bench:
 
     def run(self):
         self.stack_depth()
-        for width, height in ((1920, 1080), (640, 324), (6400, 3240)):
-            first = width == 1920
-            self.report(width, height, ("box", "grab", "dialog", "screenshot"), self.rounds if first else 5)
+        self.report(1920, 1080, ("box", "grab", "dialog", "screenshot"), self.rounds)
         for size in (64 * MIB // 100, 64 * MIB // 10, 64 * MIB):
             self.report(1920, 1080, ("dialog",), max(3, self.rounds // 3), size)
         self.report(1920, 1080, ("dialog",), max(3, self.rounds // 3), 64 * MIB // 100, helper=True)

@@ -82,7 +82,6 @@ GROWTH = [
     ("base64, decode to 48 KB", "base64 decode", "ours", (48 << 10, 480 << 10, 4800 << 10)),
     ("message with 0.6 MB attached", "message", "ours", (LARGE // 100, LARGE // 10, LARGE)),
     ("upload body of 6 x 80 KB", "upload body", "ours", tuple(6 * size * 1024 for size in (80, 800, 8000))),
-    ("dialog with screenshot, 640 x 324", "dialog", "screenshot", (640 * 324, FULL_HD, 6400 * 3240)),
     ("from answer to message, 0.6 MB attached", "answer", "ours", (LARGE // 100, LARGE // 10, LARGE)),
     *((f"{row}, 20 lines", row, "ours", (20, 200, 2000))
       for row in ("text: append", "text: append, room reserved", "text: sums", "text: pieces of paths",
