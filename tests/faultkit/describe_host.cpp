@@ -5,8 +5,9 @@
 //   --threads   they happen on N threads at the same time, and nothing is printed but each thread's end
 //   --options   the option bits of the stack trace, 15 if not given
 //   --dump      writes a minidump of each fault, too
-//   --pointers  hands over worse exception pointers than it got: null, wild, no-record, no-context, wild-context,
-//               stale (good ones, but asks for the next line with others)
+//   --pointers  hands over worse exception pointers than it got: null, wild, guarded (on a page that must not be
+//   touched),
+//               no-record, no-context, wild-context, stale (good ones, but asks for the next line with others)
 // FAULT is one of tests/hosts/faults.cpp or of stack_faults.cpp, or descent-SEED for one of random_descent.cpp.
 #include <windows.h>
 #include <eh.h>
@@ -55,6 +56,18 @@ HMODULE load_beside_executable(Faultkit* kit) {
     return module;
 }
 
+// A page like the one at the end of a stack: the first access, even a read, takes its guard away.
+void* guard_page() {
+    static void* const page = VirtualAlloc(nullptr, 4096, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE | PAGE_GUARD);
+    return page;
+}
+
+void print_guard() {
+    MEMORY_BASIC_INFORMATION region;
+    VirtualQuery(guard_page(), &region, sizeof region);
+    printf("--- the page %s\n", region.Protect & PAGE_GUARD ? "is still guarded" : "has lost its guard");
+}
+
 // The pointers to hand over; copies live in static storage.
 EXCEPTION_POINTERS* worsened(EXCEPTION_POINTERS* good) {
     static EXCEPTION_POINTERS worse;
@@ -63,6 +76,8 @@ EXCEPTION_POINTERS* worsened(EXCEPTION_POINTERS* good) {
         return nullptr;
     if (strcmp(pointers_kind, "wild") == 0)
         return reinterpret_cast<EXCEPTION_POINTERS*>(0x1001);
+    if (strcmp(pointers_kind, "guarded") == 0)
+        return static_cast<EXCEPTION_POINTERS*>(guard_page());
     if (strcmp(pointers_kind, "no-record") == 0)
         worse.ExceptionRecord = nullptr;
     else if (strcmp(pointers_kind, "no-context") == 0)
@@ -101,6 +116,8 @@ void describe(const char* fault) {
         const int written = kit.dump(dump_path, pointers);
         printf("--- dump %d error %lu\n", written, GetLastError());
     }
+    if (strcmp(pointers_kind, "guarded") == 0)
+        print_guard();
     fflush(nullptr);
     FreeLibrary(module);
 }

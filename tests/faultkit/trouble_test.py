@@ -71,6 +71,11 @@ class WorsePointers(DescribingCase):
                 self.assertEqual(description.reason, ["no description: the exception pointers can't be read"])
                 self.assertEqual(description.stack, [])
 
+    def test_page_that_guards_a_stacks_end_is_left_as_it_is(self):
+        description = self.describe_with("guarded")
+        self.assertEqual(description.reason, ["no description: the exception pointers can't be read"])
+        self.assertEqual(description.after, ["--- the page is still guarded"])
+
     def test_without_a_record_there_are_still_registers_and_stack(self):
         description = self.describe_with("no-record")
         self.assertEqual(description.reason[0], "exception unknown: its record can't be read")

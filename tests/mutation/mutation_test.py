@@ -116,6 +116,12 @@ class Copy(InFolder):
         self.assertTrue((self.copy / "build/net/a.o").exists())
 
 
+class TheList(unittest.TestCase):
+    def test_every_mutant_fits_the_sources(self):
+        mutants = mutation.load(REPO / "tests" / "mutation").values()
+        self.assertEqual(mutation.check(mutants, REPO, ("native", "mingw", "product")), [])
+
+
 class Rate(unittest.TestCase):
     def test_equivalent_mutants_count_as_not_killed_and_those_that_do_not_build_not_at_all(self):
         outcomes = {"a": ["killed", ""], "b": ["survived", ""], "c": ["equivalent", ""], "d": ["does not build", ""]}
