@@ -17,7 +17,7 @@ void* allocate_own(size_t size) {
     return own_report;
 }
 
-void release(void* block) {
+void release(void* block) noexcept {
     if (!block)
         return;
     if (block == own_report) {

@@ -10,6 +10,6 @@ namespace report {
 void* allocate_own(size_t size);
 
 // Gives a report object's memory back to whom it came from.
-void release(void* block);
+void release(void* block) noexcept;
 
 } // namespace report
