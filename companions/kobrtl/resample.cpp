@@ -31,6 +31,9 @@ public:
 private:
     bool prepare(const FilterPair& filters);
     void begin_band(unsigned y);
+    unsigned row_of_lane(unsigned y, unsigned lane) const {
+        return y + lane < m_canvas.height ? y + lane : m_canvas.height - 1;
+    }
     unsigned first_row(unsigned y) const;
     bool scale_band(unsigned y);
     bool is_opaque(unsigned pixel, unsigned count) const;
@@ -96,12 +99,17 @@ Outcome Resampler::run(const FilterPair& filters) {
     return Outcome::done;
 }
 
-// Below the last row of the destination it is repeated.
+// Below the last row of the destination it is repeated. A lane may begin one row above the first lane, with a weight of
+// 0.
 void Resampler::begin_band(unsigned y) {
     m_first_row = first_row(y);
+    for (unsigned lane = 1; lane < m_kernels.lanes; ++lane) {
+        const unsigned first = first_row(row_of_lane(y, lane));
+        m_first_row = first < m_first_row ? first : m_first_row;
+    }
     unsigned end = m_first_row;
     for (unsigned lane = 0; lane < m_kernels.lanes; ++lane) {
-        const unsigned row = y + lane < m_canvas.height ? y + lane : m_canvas.height - 1;
+        const unsigned row = row_of_lane(y, lane);
         const AxisWeights::Taps& taps = m_down.taps(row);
         m_sums[lane] = {first_row(row) - m_first_row, taps.count, m_down.weights(taps), 0};
         if (m_form == RowForm::bytes) {
@@ -123,7 +131,7 @@ unsigned Resampler::first_row(unsigned y) const {
 bool Resampler::scale_band(unsigned y) {
     uint8_t* rows[kMostLanes];
     for (unsigned lane = 0; lane < m_kernels.lanes; ++lane)
-        rows[lane] = m_canvas.row(y + lane < m_canvas.height ? y + lane : m_canvas.height - 1);
+        rows[lane] = m_canvas.row(row_of_lane(y, lane));
 
     m_origin = 0;
     unsigned next = 0; // the first pixel of the destination that isn't done

@@ -124,6 +124,16 @@ TEST(Resample, The_triangle_filter_is_within_rounding_of_its_ideal) {
     }
 }
 
+TEST(Resample, A_lane_may_begin_a_row_above_the_first_lane_of_its_band) {
+    const Bitmap from = kobrtl_test::noise(5, 3, 3);
+    const std::vector<double> ideal = kobrtl_test::ideal(from, 19, 63, kobrtl::ReferenceFilter::linear);
+    for (const RowKernels* kernels : {&kobrtl::plain_kernels(), kobrtl::sse2_kernels(), kobrtl::avx2_kernels()})
+        if (kernels) {
+            SCOPED_TRACE(kernels->name);
+            EXPECT_LE(greatest_error(scaled(from, 19, 63, *kernels, kLinear), ideal), kBound);
+        }
+}
+
 TEST(Resample, Transparent_pixels_lend_their_colour_to_nobody) {
     Bitmap from(32, 32, 4);
     for (unsigned y = 0; y < 32; ++y)
