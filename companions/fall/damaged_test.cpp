@@ -159,6 +159,12 @@ TEST(Damaged, A_gif_of_endless_pictures_is_refused) {
     EXPECT_EQ(fall_test::load(image_gif, file, image), glib::OMEM);
 }
 
+TEST(Damaged, An_hdr_that_ends_in_a_run_of_no_pixels_is_refused) {
+    std::string file = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X 8\n";
+    file += {2, 2, 0, 8, 0};
+    EXPECT_EQ(load(image_hdr, Bytes(file.begin(), file.end())), glib::BADI);
+}
+
 TEST(Damaged, Every_allocation_may_fail) {
     for (int format = 0; format < image_format_count; ++format) {
         const auto kind = static_cast<ImageFormat>(format);

@@ -15,6 +15,10 @@ READER = [
      "               n += sizes[i];\n            }\n            L -= 17;\n",
      "               n += sizes[i];\n            }\n            if(n > 256) return 0;\n            L -= 17;\n",
      "if(n > 256)"),
+    ("a run of no pixels in an HDR file that ends there is read again and again",
+     "                  // Dump\n                  if (count > nleft) {",
+     "                  // Dump\n                  if ((count == 0) || (count > nleft)) {",
+     "(count == 0) || (count > nleft)"),
 ] + [
     ("a colour below its white matte in a PSD wraps to a bright one",
      f"               pixel[{i}] = (unsigned char) (pixel[{i}]*ra + inv_a);\n",
