@@ -36,14 +36,10 @@ bool DebugLibrary::open() {
     look_up(module, "SymFunctionTableAccess64", &function_table);
     look_up(module, "SymGetModuleBase64", &module_base);
     look_up(module, "MiniDumpWriteDump", &write_dump);
-    inline_count = reinterpret_cast<decltype(inline_count)>(
-        reinterpret_cast<void*>(GetProcAddress(module, "SymAddrIncludeInlineTrace")));
-    inline_query = reinterpret_cast<decltype(inline_query)>(
-        reinterpret_cast<void*>(GetProcAddress(module, "SymQueryInlineTrace")));
-    inline_symbol = reinterpret_cast<decltype(inline_symbol)>(
-        reinterpret_cast<void*>(GetProcAddress(module, "SymFromInlineContext")));
-    inline_line = reinterpret_cast<decltype(inline_line)>(
-        reinterpret_cast<void*>(GetProcAddress(module, "SymGetLineFromInlineContext")));
+    look_up(module, "SymAddrIncludeInlineTrace", &inline_count);
+    look_up(module, "SymQueryInlineTrace", &inline_query);
+    look_up(module, "SymFromInlineContext", &inline_symbol);
+    look_up(module, "SymGetLineFromInlineContext", &inline_line);
     if (!inline_query || !inline_symbol || !inline_line)
         inline_count = nullptr;
     return true;
