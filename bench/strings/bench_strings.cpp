@@ -31,15 +31,19 @@ void replace_all(Text& text, const char* pattern, const char* replacement) {
 #endif
 }
 
-// A line of four pieces, and it to the text.
-void append() {
-    Text text;
+void append_lines(Text& text) {
     for (unsigned i = 0; i < lines; ++i) {
         text += "Processor feature";
         text += ": ";
         text += i % 2 ? "present" : "not present on this machine";
         text += '\n';
     }
+}
+
+// A line of four pieces, and it to the text.
+void append() {
+    Text text;
+    append_lines(text);
     keep = static_cast<unsigned>(text.length());
 }
 
@@ -51,12 +55,7 @@ void append_with_room() {
 #else
     text.grow(lines * 48);
 #endif
-    for (unsigned i = 0; i < lines; ++i) {
-        text += "Processor feature";
-        text += ": ";
-        text += i % 2 ? "present" : "not present on this machine";
-        text += '\n';
-    }
+    append_lines(text);
     keep = static_cast<unsigned>(text.length());
 }
 
