@@ -7,6 +7,18 @@
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace faultkit {
+namespace {
+
+bool holds(Memory& memory, const void* place, const void* wanted, uint32_t size) {
+    const uint32_t* const words = static_cast<const uint32_t*>(wanted);
+    uint32_t word = 0;
+    for (uint32_t i = 0; i < size / 4; ++i)
+        if (!memory.read_u32(reinterpret_cast<uint32_t>(place) + i * 4, &word) || word != words[i])
+            return false;
+    return true;
+}
+
+} // namespace
 
 void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
                            StepFault* fault) {
@@ -33,6 +45,14 @@ void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* poin
         // This library is usually loaded after the fault, perhaps at the place of the very module that is missing.
         modules.drop_newcomer(reinterpret_cast<uint32_t>(&__ImageBase));
     });
+}
+
+bool FaultContext::is_behind(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers) const {
+    memory.forget();
+    EXCEPTION_POINTERS copied = {};
+    return memory.read(reinterpret_cast<uint32_t>(pointers), &copied, sizeof copied) &&
+           holds(memory, copied.ExceptionRecord, &record, sizeof record) &&
+           holds(memory, copied.ContextRecord, &context, sizeof context);
 }
 
 Frame FaultContext::interrupted() const {

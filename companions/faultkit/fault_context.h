@@ -22,6 +22,9 @@ struct FaultContext {
     void capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
                  StepFault* fault);
 
+    // Whether the pointers still lead to what was captured: a later fault may lie at the same place.
+    bool is_behind(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers) const;
+
     // The frame of the faulting instruction.
     Frame interrupted() const;
     // One past the stack that holds the address.

@@ -21,52 +21,47 @@ const char kNoLibrary[] = "no symbols: the system has no usable dbghelp.dll";
 const char kLibraryFaulted[] = "symbols are incomplete: dbghelp.dll met a fault, which was swallowed";
 const char kNoRoom[] = "no symbols: the stack is used up and a thread for them did not run in time";
 
+const char kWalkFaulted[] = "the trace is incomplete: walking the stack met a fault, which was swallowed";
+const char kListingFaulted[] = "the list of modules is incomplete: reading it met a fault, which was swallowed";
+const char kGatheringFaulted[] = "the registers are incomplete: reading them met a fault, which was swallowed";
+
 // What the symbol work reads and writes. When its thread is abandoned, it keeps all of this for good.
 struct SymbolWork {
     SymbolSession session;
     StackTrace trace;
-    uint32_t instruction;
-    SourcePlace places[kMostInlined];
-    unsigned place_count;
-    const char* note; // why symbols are missing; null when all is well
+    bool with_trace;
+    SourcePlace places[kMostInlined]; // of the faulting instruction
+    StepFault walking;                // met on the way down the stack
+    const char* note;                 // why symbols are missing; null when all is well
 };
 
 ProcessMemory memory;
 FaultContext fault;
 FaultFacts facts;
 SymbolWork symbol_work;
-StackTrace plain_trace;  // where the symbol work came to nothing
-StackTrace* ready_trace; // the one to hand out; null before the first
+StackTrace plain_trace; // where the symbol work came to nothing
+StepFault listing;      // met while listing the modules
+
+// The trace to hand out, null for none. Walking takes the same symbols as the reason, so both are made at once: then
+// the trace is ahead, and is handed out if it is asked for next.
+StackTrace* ready_trace;
+bool is_ahead;
 DWORD trace_thread;
 const EXCEPTION_POINTERS* trace_pointers;
+
 char reason_text[kReasonSize];
 char line_text[640];
 
-void open_session(SymbolWork* work) {
-    work->note = nullptr;
-    if (!work->session.open(memory, fault.modules))
-        work->note = work->session.fault().code ? kLibraryFaulted : kNoLibrary;
-}
-
-void close_session(SymbolWork* work) {
-    work->session.close();
-    if (work->session.fault().code)
-        work->note = kLibraryFaulted;
-}
-
-void find_instruction(void* data) {
+void work_with_symbols(void* data) {
     SymbolWork* work = static_cast<SymbolWork*>(data);
-    open_session(work);
-    if (work->session.is_open())
-        work->place_count = work->session.find_places(work->instruction, work->places, kMostInlined);
-    close_session(work);
-}
-
-void walk_with_symbols(void* data) {
-    SymbolWork* work = static_cast<SymbolWork*>(data);
-    open_session(work);
-    work->trace.walk(memory, fault, &work->session);
-    close_session(work);
+    SymbolSession& session = work->session;
+    const bool opened = session.open(memory, fault.modules);
+    session.find_places(reinterpret_cast<uint32_t>(fault.record.ExceptionAddress), work->places, kMostInlined);
+    work->walking = {};
+    if (work->with_trace)
+        guarded(&work->walking, [&] { work->trace.walk(memory, fault, &session); });
+    session.close();
+    work->note = session.fault().code ? kLibraryFaulted : opened ? nullptr : kNoLibrary;
 }
 
 void write_note(TextBuilder& text, const char* note, const StepFault& met) {
@@ -134,66 +129,97 @@ void gather_facts() {
             facts.code_byte_count = size;
 }
 
+// What was learnt with symbols: the place of the faulting instruction, and why symbols are missing (null when all is
+// well), with the fault that was met on the way.
+struct SymbolOutcome {
+    const SourcePlace* place;
+    const char* note;
+    StepFault met;
+};
+
+// Does the symbol work on the fault that was captured, and with it the trace, which is then the one to hand out.
+SymbolOutcome look_up_symbols(const EXCEPTION_POINTERS* pointers, bool with_trace) {
+    static const SourcePlace unknown = {};
+    SymbolOutcome outcome = {&unknown, kNoRoom, {}};
+    StackTrace* trace = &plain_trace;
+    StepFault walking = {};
+    if (!was_abandoned()) {
+        symbol_work.with_trace = with_trace;
+        if (run_with_room(work_with_symbols, &symbol_work, kPatience) == Outcome::kDone) {
+            outcome = {&symbol_work.places[0], symbol_work.note, symbol_work.session.fault()};
+            trace = &symbol_work.trace;
+            walking = symbol_work.walking;
+        }
+    }
+    if (!with_trace)
+        return outcome;
+    if (trace == &plain_trace)
+        guarded(&walking, [] { plain_trace.walk(memory, fault, nullptr); });
+    if (outcome.note)
+        trace->add_note(outcome.note, outcome.met);
+    if (listing.code)
+        trace->add_note(kListingFaulted, listing);
+    if (walking.code)
+        trace->add_note(kWalkFaulted, walking);
+    ready_trace = trace;
+    trace_thread = GetCurrentThreadId();
+    trace_pointers = pointers;
+    return outcome;
+}
+
+bool capture(const EXCEPTION_POINTERS* pointers) {
+    fault.capture(memory, pointers, symbol_work.session, &listing);
+    return fault.has_record || fault.has_context;
+}
+
+// Whether the ready trace was begun, or walked ahead, by this thread for these pointers.
+bool is_trace_of(const EXCEPTION_POINTERS* pointers) {
+    return ready_trace && trace_thread == GetCurrentThreadId() && trace_pointers == pointers;
+}
+
 } // namespace
 
 const char* make_reason(const EXCEPTION_POINTERS* pointers) {
     TextBuilder text(reason_text);
-    StepFault listing, gathering = {};
-    fault.capture(memory, pointers, symbol_work.session, &listing);
-    if (!fault.has_record && !fault.has_context)
+    if (!capture(pointers))
         return text.text("no description: the exception pointers can't be read").c_str();
+    StepFault gathering = {};
     guarded(&gathering, gather_facts);
-    const char* note = kNoRoom;
-    StepFault met = {};
-    if (!was_abandoned()) {
-        symbol_work.instruction = facts.address;
-        symbol_work.place_count = 0;
-        if (run_with_room(find_instruction, &symbol_work, kPatience) == Outcome::kDone) {
-            note = symbol_work.note;
-            met = symbol_work.session.fault();
-            if (symbol_work.place_count)
-                facts.place = symbol_work.places[0];
-        }
-    }
+    // A trace that somebody is reading is left alone.
+    const bool with_trace = !ready_trace || is_ahead;
+    const SymbolOutcome outcome = look_up_symbols(pointers, with_trace);
+    is_ahead = with_trace;
+    facts.place = *outcome.place;
     describe_fault(text, facts, fault.modules);
     list_modules(text, facts, fault.modules, kNotesRoom);
-    if (note)
-        write_note(text, note, met);
+    if (outcome.note)
+        write_note(text, outcome.note, outcome.met);
     if (listing.code)
-        write_note(text, "the list of modules is incomplete: reading it met a fault, which was swallowed", listing);
+        write_note(text, kListingFaulted, listing);
     if (gathering.code)
-        write_note(text, "the registers are incomplete: reading them met a fault, which was swallowed", gathering);
+        write_note(text, kGatheringFaulted, gathering);
     return text.c_str();
 }
 
 bool begin_trace(const EXCEPTION_POINTERS* pointers) {
-    StepFault listing, walking = {};
-    ready_trace = nullptr;
-    fault.capture(memory, pointers, symbol_work.session, &listing);
-    if (!fault.has_record && !fault.has_context)
-        return false;
-    const bool symbols_done =
-        !was_abandoned() && run_with_room(walk_with_symbols, &symbol_work, kPatience) == Outcome::kDone;
-    StackTrace* trace = symbols_done ? &symbol_work.trace : &plain_trace;
-    if (!symbols_done) {
-        guarded(&walking, [] { plain_trace.walk(memory, fault, nullptr); });
-        trace->add_note(kNoRoom, walking);
-    } else if (symbol_work.note) {
-        trace->add_note(symbol_work.note, symbol_work.session.fault());
+    if (!(is_ahead && is_trace_of(pointers) && fault.is_behind(memory, pointers))) {
+        ready_trace = nullptr;
+        if (!capture(pointers))
+            return false;
+        look_up_symbols(pointers, true);
     }
-    if (listing.code)
-        trace->add_note("the list of modules is incomplete", listing);
-    ready_trace = trace;
-    trace_thread = GetCurrentThreadId();
-    trace_pointers = pointers;
+    is_ahead = false;
     return true;
 }
 
 const char* next_trace_line(unsigned options, const EXCEPTION_POINTERS* pointers) {
-    if (!ready_trace || trace_thread != GetCurrentThreadId() || trace_pointers != pointers)
+    if (is_ahead || !is_trace_of(pointers))
         return nullptr;
     TextBuilder text(line_text);
-    return ready_trace->write_next_line(fault.modules, options, text) ? text.c_str() : nullptr;
+    if (ready_trace->write_next_line(fault.modules, options, text))
+        return text.c_str();
+    ready_trace = nullptr; // read to its end
+    return nullptr;
 }
 
 } // namespace faultkit

@@ -7,10 +7,12 @@ namespace faultkit {
 
 // All of them need the caller's turn. Texts are in static storage.
 
-// The text of GetFaultReason.
+// The text of GetFaultReason. Walks the stack too, unless a trace is being read, so that begin_trace needs no symbols
+// again.
 const char* make_reason(const EXCEPTION_POINTERS* pointers);
 
-// Walks the stack; false when the pointers lead nowhere, so that there is no line.
+// Begins the trace that was walked with the reason of this fault, or walks the stack; false when the pointers lead
+// nowhere, so that there is no line.
 bool begin_trace(const EXCEPTION_POINTERS* pointers);
 
 // The next line of the walked stack, null at its end or when this thread did not begin it with these pointers.

@@ -38,7 +38,7 @@ private:
         const char* text;
         StepFault fault;
     };
-    static constexpr unsigned kMostInlined = 8, kMostNotes = 2;
+    static constexpr unsigned kMostInlined = 8, kMostNotes = 3;
 
     void add_lines(const Frame& frame, SymbolSession* session, unsigned most);
     void walk_on(FrameWalker& walker, Frame frame, SymbolSession* session);

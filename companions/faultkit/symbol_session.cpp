@@ -55,26 +55,28 @@ bool SymbolSession::open(ProcessMemory& memory, const ModuleTable& modules) {
     memory_ = walked_memory = &memory;
     modules_ = &modules;
     fault_ = {};
-    process_ = nullptr;
+    session_ = nullptr;
     memset(module_states_, kUntried, sizeof module_states_);
     state_ = kOpen;
     bool opened = false;
     attempt([&] {
         if (!library_.open() || !library_.has_symbols())
             return;
-        if (!DuplicateHandle(GetCurrentProcess(), GetCurrentProcess(), GetCurrentProcess(), &process_, 0, FALSE,
+        // Any unique value will do, and a thread's handle is one. Led to the process, some versions read every file
+        // that is mapped in it, which takes ten times as long as all the rest.
+        if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &session_, 0, FALSE,
                              DUPLICATE_SAME_ACCESS))
             return;
         build_search_path(path_, sizeof path_);
         options_before_ = library_.get_options();
         library_.set_options(SYMOPT_UNDNAME | SYMOPT_LOAD_LINES | SYMOPT_FAIL_CRITICAL_ERRORS | SYMOPT_NO_PROMPTS);
-        opened = library_.initialize(process_, path_, FALSE) != FALSE;
+        opened = library_.initialize(session_, path_, FALSE) != FALSE;
         if (!opened)
             library_.set_options(options_before_);
     });
     if (state_ == kOpen && !opened) {
-        if (process_)
-            CloseHandle(process_);
+        if (session_)
+            CloseHandle(session_);
         library_.close();
         state_ = kClosed;
     }
@@ -93,9 +95,9 @@ void SymbolSession::note_unloads(uint32_t begin) {
 void SymbolSession::close() {
     attempt([&] {
         const uint32_t begin = next_unload_sequence(*memory_);
-        library_.cleanup(process_);
+        library_.cleanup(session_);
         library_.set_options(options_before_);
-        CloseHandle(process_);
+        CloseHandle(session_);
         library_.close();
         note_unloads(begin);
     });
@@ -109,10 +111,10 @@ void SymbolSession::load_module(const Module& module, ModuleState* state) {
         GetModuleFileNameA(reinterpret_cast<HMODULE>(module.image.base), path_, static_cast<DWORD>(sizeof path_));
     if (length == 0 || length >= sizeof path_)
         return;
-    if (!library_.load_module(process_, nullptr, path_, nullptr, module.image.base, module.image.size, nullptr, 0))
+    if (!library_.load_module(session_, nullptr, path_, nullptr, module.image.base, module.image.size, nullptr, 0))
         return;
     module_info_.SizeOfStruct = sizeof module_info_;
-    if (!library_.module_info(process_, module.image.base, &module_info_))
+    if (!library_.module_info(session_, module.image.base, &module_info_))
         return;
     switch (module_info_.SymType) {
     case SymPdb:
@@ -154,26 +156,26 @@ void SymbolSession::keep_line(SourcePlace* place) {
 void SymbolSession::find_symbol(uint32_t address, bool exports_only, SourcePlace* place) {
     DWORD64 displacement = 0;
     DWORD column = 0;
-    if (library_.symbol_at(process_, address, &displacement, &symbol_.info) &&
+    if (library_.symbol_at(session_, address, &displacement, &symbol_.info) &&
         !(exports_only && displacement > kExportReach))
         keep_symbol(place, displacement);
-    if (library_.line_at(process_, address, &column, &line_))
+    if (library_.line_at(session_, address, &column, &line_))
         keep_line(place);
 }
 
 unsigned SymbolSession::find_inlined(uint32_t address, SourcePlace* places, unsigned most) {
     DWORD context = 0, index = 0, column = 0;
-    unsigned count = library_.inline_count ? library_.inline_count(process_, address) : 0;
+    unsigned count = library_.inline_count ? library_.inline_count(session_, address) : 0;
     if (!count ||
-        !library_.inline_query(process_, address, INLINE_FRAME_CONTEXT_INIT, address, address, &context, &index))
+        !library_.inline_query(session_, address, INLINE_FRAME_CONTEXT_INIT, address, address, &context, &index))
         return 0;
     count = count < most ? count : most;
     for (unsigned i = 0; i < count; ++i) {
         DWORD64 displacement = 0;
         places[i].inlined = true;
-        if (library_.inline_symbol(process_, address, context + i, &displacement, &symbol_.info))
+        if (library_.inline_symbol(session_, address, context + i, &displacement, &symbol_.info))
             keep_symbol(&places[i], displacement);
-        if (library_.inline_line(process_, address, context + i, 0, &column, &line_))
+        if (library_.inline_line(session_, address, context + i, 0, &column, &line_))
             keep_line(&places[i]);
     }
     return count;
@@ -210,7 +212,7 @@ void SymbolSession::walk_one_step(const Frame& frame, Frame* caller, bool* found
     walk_frame_.AddrFrame = {frame.bp, 0, AddrModeFlat};
     // The first answer is the frame itself, the second its caller.
     for (int i = 0; i < 2; ++i)
-        if (!library_.walk(IMAGE_FILE_MACHINE_I386, process_, GetCurrentThread(), &walk_frame_, &walk_context_,
+        if (!library_.walk(IMAGE_FILE_MACHINE_I386, session_, GetCurrentThread(), &walk_frame_, &walk_context_,
                            read_for_walk, library_.function_table, library_.module_base, nullptr))
             return;
     *caller = {static_cast<uint32_t>(walk_frame_.AddrPC.Offset), walk_context_.Esp, walk_context_.Ebp,

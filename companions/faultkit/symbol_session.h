@@ -20,7 +20,6 @@ public:
     bool open(ProcessMemory& memory, const ModuleTable& modules);
     void close();
 
-    bool is_open() const { return state_ == kOpen; }
     // The fault that the library met; code 0 when there was none.
     const StepFault& fault() const { return fault_; }
 
@@ -56,7 +55,7 @@ private:
     unsigned unload_count_;
     ProcessMemory* memory_;
     const ModuleTable* modules_;
-    HANDLE process_;
+    HANDLE session_; // what the library knows this session by
     DWORD options_before_;
     State state_;
     StepFault fault_;

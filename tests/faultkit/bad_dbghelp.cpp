@@ -1,6 +1,8 @@
-// A debugging library that knows nothing, and faults in the function that BAD_DBGHELP_FAULTS_IN names.
+// A debugging library that knows nothing, and faults in the function that BAD_DBGHELP_FAULTS_IN names. It tells the
+// standard error of each session that is opened and each module that is loaded.
 #include <windows.h>
 #include <dbghelp.h>
+#include <stdio.h>
 #include <string.h>
 
 namespace {
@@ -17,7 +19,8 @@ void maybe_fault(const char* function) {
 
 extern "C" {
 
-BOOL WINAPI bad_SymInitialize(HANDLE, PCSTR, BOOL) {
+BOOL WINAPI bad_SymInitialize(HANDLE session, PCSTR, BOOL) {
+    fprintf(stderr, "dbghelp: session of process %lu\n", GetProcessId(session));
     maybe_fault("SymInitialize");
     return TRUE;
 }
@@ -35,7 +38,8 @@ DWORD WINAPI bad_SymSetOptions(DWORD options) {
     return options;
 }
 
-DWORD64 WINAPI bad_SymLoadModuleEx(HANDLE, HANDLE, PCSTR, PCSTR, DWORD64 base, DWORD, PMODLOAD_DATA, DWORD) {
+DWORD64 WINAPI bad_SymLoadModuleEx(HANDLE, HANDLE, PCSTR path, PCSTR, DWORD64 base, DWORD, PMODLOAD_DATA, DWORD) {
+    fprintf(stderr, "dbghelp: module %s\n", path);
     maybe_fault("SymLoadModuleEx");
     return base;
 }

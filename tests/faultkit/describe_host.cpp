@@ -1,13 +1,14 @@
 // A host that faults on request and prints what faultkit.dll beside it says, in the form of a report's fault text.
 //
-// usage: describe_host [--thread | --threads N] [--options BITS] [--dump PATH] [--pointers KIND] FAULT...
+// usage: describe_host [--thread | --threads N] [--options BITS] [--dump PATH] [--pointers KIND] [--ask-again] FAULT...
 //   --thread    the faults happen on a second thread, whose stack has 1 MB
 //   --threads   they happen on N threads at the same time, and nothing is printed but each thread's end
 //   --options   the option bits of the stack trace, 15 if not given
 //   --dump      writes a minidump of each fault, too
 //   --pointers  hands over worse exception pointers than it got: null, wild, guarded (on a page that must not be
-//   touched),
-//               no-record, no-context, wild-context, stale (good ones, but asks for the next line with others)
+//               touched), no-record, no-context, wild-context, stale (good ones, but asks for the next line with
+//               others), reused (good ones for the reason; then they lead to a fault in thread_main)
+//   --ask-again asks for the reason once more behind the first line of the stack
 // FAULT is one of tests/hosts/faults.cpp or of stack_faults.cpp, or descent-SEED for one of random_descent.cpp.
 #include <windows.h>
 #include <eh.h>
@@ -33,9 +34,12 @@ struct Faultkit {
 unsigned options = 15;
 const char* dump_path;
 const char* pointers_kind = "good";
+bool asks_again;
 char** faults;
 int fault_count;
 EXCEPTION_POINTERS* caught_pointers;
+
+DWORD WINAPI thread_main(void*);
 
 void __cdecl translate(unsigned, EXCEPTION_POINTERS* pointers) {
     caught_pointers = pointers;
@@ -71,6 +75,7 @@ void print_guard() {
 // The pointers to hand over; copies live in static storage.
 EXCEPTION_POINTERS* worsened(EXCEPTION_POINTERS* good) {
     static EXCEPTION_POINTERS worse;
+    static CONTEXT context;
     worse = *good;
     if (strcmp(pointers_kind, "null") == 0)
         return nullptr;
@@ -84,6 +89,8 @@ EXCEPTION_POINTERS* worsened(EXCEPTION_POINTERS* good) {
         worse.ContextRecord = nullptr;
     else if (strcmp(pointers_kind, "wild-context") == 0)
         worse.ContextRecord = reinterpret_cast<CONTEXT*>(0xFFFFFFF0);
+    else if (strcmp(pointers_kind, "reused") == 0)
+        *(worse.ContextRecord = &context) = *good->ContextRecord;
     else
         return good;
     return &worse;
@@ -110,8 +117,14 @@ void describe(const char* fault) {
     EXCEPTION_POINTERS other = *caught_pointers;
     EXCEPTION_POINTERS* const later = strcmp(pointers_kind, "stale") == 0 ? &other : pointers;
     printf("=== %s\nCrush Expantion:\n%s\n\nStack Trace:\n", fault, kit.reason(pointers));
-    for (const char* line = kit.first(options, pointers); line; line = kit.next(options, later))
+    if (strcmp(pointers_kind, "reused") == 0)
+        pointers->ContextRecord->Eip = reinterpret_cast<DWORD>(&thread_main);
+    for (const char* line = kit.first(options, pointers); line; line = kit.next(options, later)) {
         printf("%s\n", line);
+        if (asks_again)
+            kit.reason(pointers);
+        asks_again = false;
+    }
     if (dump_path) {
         const int written = kit.dump(dump_path, pointers);
         printf("--- dump %d error %lu\n", written, GetLastError());
@@ -188,6 +201,8 @@ int main(int argc, char** argv) {
         const char* const option = argv[i] + 2;
         if (strcmp(option, "thread") == 0)
             thread_count = 1;
+        else if (strcmp(option, "ask-again") == 0)
+            asks_again = true;
         else if (++i == argc)
             return 2;
         else if (strcmp(option, "threads") == 0)

@@ -106,6 +106,9 @@ class Stack(DescribingCase):
         first, second = self.describe("mixed", "mixed")
         self.assertEqual(first.stack, second.stack)
 
+    def test_reason_asked_for_in_the_middle_leaves_the_trace_as_it_is(self):
+        self.assertEqual(self.describe_one("--ask-again", "mixed").stack, self.describe_one("mixed").stack)
+
 
 class RandomDescents(DescribingCase):
     """Functions of all shapes, in random order, over a stack full of stale return addresses."""

@@ -31,16 +31,23 @@ class WithoutDebugLibrary(DescribingCase):
         self.assertEqual(description.after, ["--- dump 0 error 127"])  # ERROR_PROC_NOT_FOUND
 
 
-class WithFaultingDebugLibrary(DescribingCase):
-    """A debugging library that faults in one of its functions."""
+class BadLibraryCase(DescribingCase):
+    """With a debugging library of the test's own in the place of the system's."""
 
-    def describe_with(self, function):
+    def wine_with_bad_library(self):
         prefix = self.fresh_prefix()
         target = prefix.drive_c / "windows" / "system32" / "dbghelp.dll"
         target.unlink()
         shutil.copy(self.product("Wendax.dll").parent.parent / "test-helpers" / "bad_dbghelp" / "dbghelp.dll", target)
+        return self.wine(prefix=prefix)
+
+
+class WithFaultingDebugLibrary(BadLibraryCase):
+    """A debugging library that faults in one of its functions."""
+
+    def describe_with(self, function):
         return self.describe_one("mixed", env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": function},
-                                 wine=self.wine(prefix=prefix))
+                                 wine=self.wine_with_bad_library())
 
     def test_fault_of_the_library_is_swallowed_and_named(self):
         wanted = addresses(self.describe_one("mixed"))
@@ -50,14 +57,36 @@ class WithFaultingDebugLibrary(DescribingCase):
                 note = (r"^\(symbols are incomplete: dbghelp\.dll met a fault, which was swallowed: C0000005 at [0-9A-F]{8}"
                         r"( dbghelp\.dll\+[0-9A-F]{8})?\)$")
                 self.assertRegex(description.stack[-1], note)
-                if function != "StackWalk64":  # the reason needs no walk
-                    self.assertRegex(description.reason[-1], note)
+                self.assertRegex(description.reason[-1], note)
                 self.assertEqual(addresses(description), wanted)
                 self.assertIn("EXCEPTION_ACCESS_VIOLATION", description.reason[0])
 
     def test_library_whose_walk_goes_nowhere_is_not_believed(self):
         wanted = addresses(self.describe_one("mixed"))
         self.assertEqual(addresses(self.describe_with("nothing")), wanted)
+
+
+class UseOfTheDebugLibrary(BadLibraryCase):
+    """Reading symbols is what a description takes its time for."""
+
+    def told(self, *args):
+        """What the debugging library was asked for, in order."""
+        folder = self.folder(*self.FILES)
+        done = self.wine_with_bad_library().run(folder / "describe_host.exe", *args, cwd=folder, env=OWN_DEBUG_LIBRARY)
+        self.assertEqual(done.returncode, 0, done)
+        return [line for line in done.stderr.decode("ascii", "replace").splitlines() if line.startswith("dbghelp: ")]
+
+    def test_reason_and_stack_of_a_fault_share_one_session_that_loads_a_module_once(self):
+        told = self.told("mixed")
+        self.assertTrue(told[0].startswith("dbghelp: session "), told)
+        self.assertTrue(any(line.endswith("\\describe_host.exe") for line in told), told)
+        self.assertEqual(sorted(told), sorted(set(told)))
+
+    def test_each_fault_has_a_session_of_its_own(self):
+        self.assertEqual(sum("session" in line for line in self.told("write", "divide")), 2)
+
+    def test_library_is_not_led_to_the_process(self):
+        self.assertEqual(self.told("write")[0], "dbghelp: session of process 0")
 
 
 class WorsePointers(DescribingCase):
@@ -89,6 +118,11 @@ class WorsePointers(DescribingCase):
                 description = self.describe_with(pointers)
                 self.assertIn("EXCEPTION_ACCESS_VIOLATION", description.reason[0])
                 self.assertEqual(description.functions, ["write_null"])
+
+    def test_pointers_that_lead_to_another_fault_give_its_stack(self):
+        description = self.describe_with("reused")
+        self.assertIn("write_null", description.reason[1])
+        self.assertEqual(description.functions[0], "thread_main")
 
     def test_next_line_with_other_pointers_is_the_end(self):
         self.assertEqual(len(self.describe_with("stale").stack), 1)
