@@ -13,9 +13,9 @@ class array : public base_array {
 
 public:
     // Takes storage for `hint` elements at once; out of memory if there is none.
-    explicit array(unsigned hint = default_hint, unsigned step = default_step) : base_array(hint, step) { grow(hint); }
-    array(const array& other) : base_array(other.m_hint, other.m_step) {
-        grow(other.m_count > m_hint ? other.m_count : m_hint);
+    explicit array(unsigned hint = default_hint, unsigned step = default_step) : array(hint, step, hint) {}
+    array(const array& other)
+        : array(other.m_hint, other.m_step, other.m_count > other.m_hint ? other.m_count : other.m_hint) {
         copy(other);
     }
     // The source is left empty and without storage, and may be used again.
@@ -93,6 +93,9 @@ public:
     }
 
 protected:
+    // Without elements, in storage for that many.
+    array(unsigned hint, unsigned step, unsigned capacity) : base_array(hint, step, capacity, sizeof(T)) {}
+
     static void check(unsigned i, unsigned size) {
         if (i >= size)
             throw_out_of_range(i, size);

@@ -7,6 +7,11 @@ namespace gen {
 
 base_array::base_array(unsigned hint, unsigned step) noexcept : m_hint(hint), m_step(step) {}
 
+base_array::base_array(unsigned hint, unsigned step, unsigned capacity, unsigned element_size)
+    : m_hint(hint), m_step(step) {
+    grow(capacity, element_size);
+}
+
 base_array::~base_array() {
     ::operator delete(m_data);
 }

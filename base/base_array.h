@@ -36,6 +36,8 @@ public:
 
 protected:
     base_array(unsigned hint, unsigned step) noexcept;
+    // With storage for that many elements, uninitialised; none for 0.
+    base_array(unsigned hint, unsigned step, unsigned capacity, unsigned element_size);
 
     // a + b elements, or out of memory if that is beyond max_bytes. a must be a count or a capacity.
     static unsigned sum(unsigned a, size_t b);

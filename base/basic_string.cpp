@@ -1,7 +1,5 @@
 #include "base/basic_string.h"
 
-#include "base/text_search.h"
-
 namespace gen {
 
 // Replace-all searches twice: once to count the matches, which gives the final size, and once to write. The writing
@@ -41,8 +39,30 @@ basic_string<T>::basic_string() {
 }
 
 template <typename T>
-basic_string<T>::basic_string(const T* text) : basic_string() {
-    assign(text);
+basic_string<T>::basic_string(const T* text) : basic_string(text, text_length(text)) {}
+
+template <typename T>
+basic_string<T>::basic_string(const T* text, unsigned n) : basic_string(text, text ? n : 0, nullptr, 0) {
+    if (!text)
+        this->m_count = 0;
+}
+
+// The storage is taken once and in the size that it needs, and before there is an object that would have to be
+// destroyed if there is none.
+template <typename T>
+basic_string<T>::basic_string(const T* left, unsigned left_length, const T* right, unsigned right_length)
+    : array<T>(array<T>::default_hint, array<T>::default_step, capacity_for(this->sum(left_length, right_length))) {
+    if (left_length)
+        memcpy(this->data(), left, left_length * sizeof(T));
+    if (right_length)
+        memcpy(this->data() + left_length, right, right_length * sizeof(T));
+    end_at(left_length + right_length);
+}
+
+template <typename T>
+unsigned basic_string<T>::capacity_for(unsigned length) {
+    const unsigned wanted = array<T>::sum(length, 1);
+    return wanted > base_array::default_hint ? wanted : base_array::default_hint;
 }
 
 template <typename T>
@@ -85,12 +105,7 @@ void basic_string<T>::assign(const T* text, unsigned n) {
 }
 
 template <typename T>
-void basic_string<T>::append(const T* text) {
-    append(text, text_length(text));
-}
-
-template <typename T>
-void basic_string<T>::append(const T* text, unsigned n) {
+void basic_string<T>::append_with_growth(const T* text, unsigned n) {
     if (text)
         write(length(), text, n);
 }
@@ -124,11 +139,16 @@ basic_string<T> basic_string<T>::left(int n) const {
 
 template <typename T>
 basic_string<T> basic_string<T>::substr(unsigned pos, unsigned n) const {
-    const unsigned start = pos < length() ? pos : length();
-    const unsigned rest = length() - start;
-    basic_string part;
-    part.assign(c_str() + start, n < rest ? n : rest);
-    return part;
+    n = clip(pos, n);
+    return basic_string(c_str() + pos, n);
+}
+
+template <typename T>
+unsigned basic_string<T>::clip(unsigned& pos, unsigned n) const {
+    if (pos > length())
+        pos = length();
+    const unsigned rest = length() - pos;
+    return n < rest ? n : rest;
 }
 
 template <typename T>
@@ -244,12 +264,6 @@ void basic_string<T>::write(unsigned at, const T* text, unsigned n) {
         this->adopt(storage, wanted);
     }
     end_at(at + n);
-}
-
-template <typename T>
-void basic_string<T>::end_at(unsigned length) {
-    this->data()[length] = 0;
-    this->m_count = length + 1;
 }
 
 template <typename T>

@@ -6,6 +6,8 @@
 #pragma once
 
 #include "base/array.h"
+#include "base/short_copy.h"
+#include "base/text_search.h"
 
 namespace gen {
 
@@ -13,7 +15,10 @@ template <typename T>
 class basic_string : public array<T> {
 public:
     basic_string();
-    basic_string(const T* text); // null gives an empty text
+    basic_string(const T* text);             // null gives an empty text
+    basic_string(const T* text, unsigned n); // exactly n characters, NULs included; none of null
+    // The two texts one after the other, in storage of the size that takes. A null text needs the length 0.
+    basic_string(const T* left, unsigned left_length, const T* right, unsigned right_length);
     basic_string(const basic_string& other);
     basic_string(basic_string&& other) noexcept; // as in array: the source is empty and may be used again
     ~basic_string() override = default;
@@ -50,9 +55,18 @@ public:
     T operator[](unsigned i) const { return at(i); }
     T& operator[](unsigned i) { return at(i); }
 
-    // Appending null does nothing.
-    void append(const T* text);
-    void append(const T* text, unsigned n);
+    // Appending null does nothing. What fits into the storage is appended in place; "inline" has the compiler do that
+    // where the call stands if it builds the caller for speed, and there the length of a literal is known.
+    inline void append(const T* text) { append(text, text_length(text)); }
+    inline void append(const T* text, unsigned n) {
+        const unsigned old_count = this->m_count;
+        if (old_count == 0 || n > this->m_capacity - old_count || !text)
+            return append_with_growth(text, n);
+        T* const end = this->data() + old_count - 1;
+        short_copy(end, text, n * sizeof(T));
+        end[n] = 0;
+        this->m_count = old_count + n;
+    }
     // Adds n characters at the end and returns the first of them. The caller writes them all; until then they are
     // undefined.
     T* extend(unsigned n);
@@ -102,6 +116,11 @@ public:
     bool operator==(const T* text) const;
     bool operator==(const basic_string& other) const { return *this == other.c_str(); }
 
+protected:
+    // For substr: moves the position to the end of the text if it is beyond it, and returns how many of n characters
+    // there are from there.
+    unsigned clip(unsigned& pos, unsigned n) const;
+
 private:
     // Changing elements, or counting them, without regard to the NUL is not for strings: count() counts it.
     using array<T>::add;
@@ -114,8 +133,14 @@ private:
     int replace_all(const T* pattern, const T* replacement, unsigned replacement_length);
     // Writes n characters from position `at` <= length() and ends the text after them; grows exactly.
     void write(unsigned at, const T* text, unsigned n);
+    void append_with_growth(const T* text, unsigned n); // or to a text that was never assigned
+    // What a new text of that length has.
+    static unsigned capacity_for(unsigned length);
     // Ends the text after `length` characters, which stand in the storage, as does room for the NUL.
-    void end_at(unsigned length);
+    void end_at(unsigned length) {
+        this->data()[length] = 0;
+        this->m_count = length + 1;
+    }
     bool holds(const T* text) const; // whether the text lies in this string's own storage
 
     static constexpr T s_nul = 0;
@@ -126,16 +151,12 @@ extern template class basic_string<unsigned short>;
 
 template <typename T>
 basic_string<T> operator+(const basic_string<T>& left, const T* right) {
-    basic_string<T> sum(left);
-    sum += right;
-    return sum;
+    return basic_string<T>(left.c_str(), left.length(), right, text_length(right));
 }
 
 template <typename T>
 basic_string<T> operator+(const basic_string<T>& left, const basic_string<T>& right) {
-    basic_string<T> sum(left);
-    sum += right;
-    return sum;
+    return basic_string<T>(left.c_str(), left.length(), right.c_str(), right.length());
 }
 
 } // namespace gen

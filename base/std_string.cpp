@@ -8,15 +8,6 @@ namespace {
 constexpr unsigned format_step = 1024;   // characters that each try has more than the one before
 constexpr unsigned format_bound = 32767; // a try with this much room or more is the last
 
-CStdString joined(const char* left, unsigned left_length, const char* right, unsigned right_length) {
-    CStdString whole;
-    // Each length is below max_bytes, so that their sum plus one can't wrap.
-    whole.grow(left_length + right_length + 1);
-    whole.append(left, left_length);
-    whole.append(right, right_length);
-    return whole;
-}
-
 } // namespace
 
 void CStdString::format(const char* format, ...) {
@@ -51,19 +42,19 @@ void CStdString::vformat(const char* format, va_list arguments) {
 }
 
 CStdString operator+(const CStdString& left, const gen::basic_string<char>& right) {
-    return joined(left.c_str(), left.length(), right.c_str(), right.length());
+    return CStdString(left.c_str(), left.length(), right.c_str(), right.length());
 }
 
 CStdString operator+(const CStdString& left, const char* right) {
-    return joined(left.c_str(), left.length(), right, gen::text_length(right));
+    return CStdString(left.c_str(), left.length(), right, gen::text_length(right));
 }
 
 CStdString operator+(const CStdString& left, char right) {
-    return joined(left.c_str(), left.length(), &right, 1);
+    return CStdString(left.c_str(), left.length(), &right, 1);
 }
 
 CStdString operator+(const char* left, const CStdString& right) {
-    return joined(left, gen::text_length(left), right.c_str(), right.length());
+    return CStdString(left, gen::text_length(left), right.c_str(), right.length());
 }
 
 CStdString operator+(CStdString&& left, const gen::basic_string<char>& right) {

@@ -11,6 +11,9 @@ class CStdString : public gen::basic_string<char> {
 public:
     CStdString() = default;
     CStdString(const char* text) : base(text) {}
+    CStdString(const char* text, unsigned n) : base(text, n) {}
+    CStdString(const char* left, unsigned left_length, const char* right, unsigned right_length)
+        : base(left, left_length, right, right_length) {}
     CStdString(const base& other) : base(other) {}
     CStdString(base&& other) noexcept : base(static_cast<base&&>(other)) {}
     CStdString(const CStdString&) = default;
@@ -32,8 +35,12 @@ public:
     [[gnu::format(printf, 2, 3)]] void format(const char* format, ...);
     [[gnu::format(printf, 2, 0)]] void vformat(const char* format, va_list arguments);
 
-    CStdString left(int n) const { return base::left(n); }
-    CStdString substr(unsigned pos, unsigned n = ~0u) const { return base::substr(pos, n); }
+    // As in basic_string.
+    CStdString left(int n) const { return substr(0, n > 0 ? static_cast<unsigned>(n) : 0); }
+    CStdString substr(unsigned pos, unsigned n = ~0u) const {
+        n = clip(pos, n);
+        return CStdString(c_str() + pos, n);
+    }
 };
 
 static_assert(sizeof(CStdString) == sizeof(gen::base_array), "a string adds no field to its array");

@@ -22,7 +22,7 @@ struct Operation {
 const Operation operations[] = {
     {"assign", 1, [](CStdString& s) { s = kLong.c_str(); }},
     {"assign_characters", 1, [](CStdString& s) { s.assign(kLong.data(), 100); }},
-    {"copy_assign", 2, [](CStdString& s) { s = CStdString(kLong.c_str()); }},
+    {"copy_assign", 1, [](CStdString& s) { s = CStdString(kLong.c_str()); }},
     {"copy_assign_from_another", 1,
      [](CStdString& s) {
          static const CStdString other(kLong.c_str());
@@ -30,18 +30,18 @@ const Operation operations[] = {
      }},
     {"copy", 1, [](CStdString& s) { CStdString copy(s); }},
     {"make", 1, [](CStdString&) { CStdString fresh; }},
-    {"make_from_text", 2, [](CStdString&) { CStdString fresh(kLong.c_str()); }},
+    {"make_from_text", 1, [](CStdString&) { CStdString fresh(kLong.c_str()); }},
     {"append", 1, [](CStdString& s) { s += "x"; }},
     {"append_itself", 1, [](CStdString& s) { s += s; }},
     {"append_character", 1, [](CStdString& s) { s += 'x'; }},
     {"extend", 1, [](CStdString& s) { s.extend(1); }},
-    {"add_up", 2, [](CStdString& s) { s = s + kLong.c_str(); }},
+    {"add_up", 1, [](CStdString& s) { s = s + kLong.c_str(); }},
     {"replace_all", 1, [](CStdString& s) { s.replace_all("o", "ab"); }},
     {"replace_all_within_itself", 1, [](CStdString& s) { s.replace_all("o", s.c_str() + 90); }},
     {"reserve", 1, [](CStdString& s) { s.reserve(101); }},
     {"grow", 1, [](CStdString& s) { s.grow(101); }},
     {"get_buffer", 1, [](CStdString& s) { s.get_buffer(100); }},
-    {"left", 2, [](CStdString& s) { s = s.left(98); }},
+    {"left", 1, [](CStdString& s) { s = s.left(98); }},
     {"substr", 1, [](CStdString& s) { s = s.substr(90); }},
     {"format", 5, [](CStdString& s) { s.format("%s%s", kLong.c_str(), s.c_str()); }},
     {"split_path", 2, [](CStdString& s) { s = CStdSplitPath("C:\\dir\\name").GetFileName(); }},
@@ -75,6 +75,33 @@ TEST(StringFailure, Out_of_memory_at_any_allocation_leaves_the_string_as_it_was)
             EXPECT_EQ(storage, text.c_str());
         }
         EXPECT_GT(n, operation.least_allocations);
+    }
+}
+
+TEST(StringFailure, A_new_text_of_any_size_takes_its_storage_at_once) {
+    const CStdString text(kLong.c_str());
+    const struct {
+        const char* name;
+        unsigned length;
+        std::function<CStdString()> make;
+    } cases[] = {
+        {"empty", 0, [] { return CStdString(); }},
+        {"from_text", 5000, [] { return CStdString(kLong.c_str()); }},
+        {"from_characters", 70, [] { return CStdString(kLong.c_str(), 70); }},
+        {"copy", 5000, [&] { return CStdString(text); }},
+        {"left", 100, [&] { return text.left(100); }},
+        {"substr", 4000, [&] { return text.substr(1000); }},
+        {"short_substr", 10, [&] { return text.substr(1000, 10); }},
+        {"sum", 5001, [&] { return text + 'x'; }},
+        {"sum_of_texts", 10000, [&] { return text + text; }},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.name);
+        FailingAllocator allocator(0);
+        const CStdString made = one.make();
+        EXPECT_EQ(1u, allocator.calls());
+        EXPECT_EQ(one.length, made.length());
+        EXPECT_EQ(one.length < 64 ? 64u : one.length + 1, made.capacity());
     }
 }
 

@@ -4,10 +4,6 @@
 // words, not vector instructions: the processor may be too old for those.
 #include "base/text_search.h"
 
-#include <string.h>
-
-#include "base/base_array.h"
-
 namespace gen {
 
 namespace {
@@ -39,25 +35,13 @@ bool has_zero(size_t word) {
     return (lowered & ~word & highest) != 0;
 }
 
-size_t measure(const char* text) {
-    return strlen(text);
-}
+} // namespace
 
 size_t measure(const unsigned short* text) {
     const unsigned short* end = text;
     while (*end)
         ++end;
     return static_cast<size_t>(end - text);
-}
-
-} // namespace
-
-template <typename T>
-unsigned text_length(const T* text) {
-    const size_t length = text ? measure(text) : 0;
-    if (length >= base_array::max_bytes / sizeof(T))
-        throw_out_of_memory();
-    return static_cast<unsigned>(length);
 }
 
 template <typename T>

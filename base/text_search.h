@@ -1,11 +1,26 @@
 // Searching texts that are given by pointer and length, for both character types of the strings.
 #pragma once
 
+#include <string.h>
+
+#include "base/base_array.h"
+
 namespace gen {
 
+inline size_t measure(const char* text) {
+    return strlen(text);
+}
+size_t measure(const unsigned short* text);
+
 // The length of a NUL-terminated text; 0 for null. A text longer than a string can hold throws genlib_out_of_memory.
+// Here and not in the source, as the length of a literal is known where it stands.
 template <typename T>
-unsigned text_length(const T* text);
+inline unsigned text_length(const T* text) {
+    const size_t length = text ? measure(text) : 0;
+    if (length >= base_array::max_bytes / sizeof(T))
+        throw_out_of_memory();
+    return static_cast<unsigned>(length);
+}
 
 // The index of the first match of the pattern at or after `from`, or -1. An empty pattern is found nowhere. No byte
 // outside the two ranges is read, and NULs inside the text are characters like others.
