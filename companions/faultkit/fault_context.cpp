@@ -1,25 +1,13 @@
 #include "companions/faultkit/fault_context.h"
 
 #include <stddef.h>
+#include <string.h>
 
 #include "companions/faultkit/process_modules.h"
 
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace faultkit {
-namespace {
-
-bool holds(Memory& memory, const void* place, const void* wanted, uint32_t size) {
-    const uint32_t* const words = static_cast<const uint32_t*>(wanted);
-    uint32_t word = 0;
-    for (uint32_t i = 0; i < size / 4; ++i)
-        if (!memory.read_u32(reinterpret_cast<uint32_t>(place) + i * 4, &word) || word != words[i])
-            return false;
-    return true;
-}
-
-} // namespace
-
 void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
                            StepFault* fault) {
     memory.forget();
@@ -47,12 +35,9 @@ void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* poin
     });
 }
 
-bool FaultContext::is_behind(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers) const {
-    memory.forget();
-    EXCEPTION_POINTERS copied = {};
-    return memory.read(reinterpret_cast<uint32_t>(pointers), &copied, sizeof copied) &&
-           holds(memory, copied.ExceptionRecord, &record, sizeof record) &&
-           holds(memory, copied.ContextRecord, &context, sizeof context);
+bool FaultContext::is_same_as(const FaultContext& other) const {
+    return memcmp(&record, &other.record, sizeof record) == 0 &&
+           memcmp(&context, &other.context, sizeof context) == 0 && modules.is_same_as(other.modules);
 }
 
 Frame FaultContext::interrupted() const {

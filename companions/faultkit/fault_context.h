@@ -22,8 +22,8 @@ struct FaultContext {
     void capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
                  StepFault* fault);
 
-    // Whether the pointers still lead to what was captured: a later fault may lie at the same place.
-    bool is_behind(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers) const;
+    // Whether both are of the same fault, among the same modules.
+    bool is_same_as(const FaultContext& other) const;
 
     // The frame of the faulting instruction.
     Frame interrupted() const;

@@ -37,13 +37,14 @@ struct SymbolWork {
 
 ProcessMemory memory;
 FaultContext fault;
+FaultContext fault_again; // captured for a trace that is ahead
 FaultFacts facts;
 SymbolWork symbol_work;
 StackTrace plain_trace; // where the symbol work came to nothing
 StepFault listing;      // met while listing the modules
 
 // The trace to hand out, null for none. Walking takes the same symbols as the reason, so both are made at once: then
-// the trace is ahead, and is handed out if it is asked for next.
+// the trace is ahead, and is handed out if it is asked for next and the modules are still the same.
 StackTrace* ready_trace;
 bool is_ahead;
 DWORD trace_thread;
@@ -167,9 +168,9 @@ SymbolOutcome look_up_symbols(const EXCEPTION_POINTERS* pointers, bool with_trac
     return outcome;
 }
 
-bool capture(const EXCEPTION_POINTERS* pointers) {
-    fault.capture(memory, pointers, symbol_work.session, &listing);
-    return fault.has_record || fault.has_context;
+bool capture(const EXCEPTION_POINTERS* pointers, FaultContext* captured) {
+    captured->capture(memory, pointers, symbol_work.session, &listing);
+    return captured->has_record || captured->has_context;
 }
 
 // Whether the ready trace was begun, or walked ahead, by this thread for these pointers.
@@ -181,7 +182,7 @@ bool is_trace_of(const EXCEPTION_POINTERS* pointers) {
 
 const char* make_reason(const EXCEPTION_POINTERS* pointers) {
     TextBuilder text(reason_text);
-    if (!capture(pointers))
+    if (!capture(pointers, &fault))
         return text.text("no description: the exception pointers can't be read").c_str();
     StepFault gathering = {};
     guarded(&gathering, gather_facts);
@@ -202,13 +203,15 @@ const char* make_reason(const EXCEPTION_POINTERS* pointers) {
 }
 
 bool begin_trace(const EXCEPTION_POINTERS* pointers) {
-    if (!(is_ahead && is_trace_of(pointers) && fault.is_behind(memory, pointers))) {
-        ready_trace = nullptr;
-        if (!capture(pointers))
-            return false;
-        look_up_symbols(pointers, true);
-    }
+    const bool is_ready =
+        is_ahead && is_trace_of(pointers) && capture(pointers, &fault_again) && fault_again.is_same_as(fault);
     is_ahead = false;
+    if (is_ready)
+        return true;
+    ready_trace = nullptr;
+    if (!capture(pointers, &fault))
+        return false;
+    look_up_symbols(pointers, true);
     return true;
 }
 

@@ -35,7 +35,7 @@ const char* __cdecl GetFaultReason(struct _EXCEPTION_POINTERS* pointers);
 
 /** The first line of the stack trace, the faulting instruction; null when there is none. Walks the whole stack and
  * keeps what it finds until the next call of this function. Behind GetFaultReason, on its thread with its pointers, it
- * takes no time: that call reads the symbols for both. */
+ * takes hardly any time: that call reads the symbols for both. */
 const char* __cdecl GetFirstStackTraceString(unsigned int options, struct _EXCEPTION_POINTERS* pointers);
 
 /** The next line of the trace that this thread began; null at its end, and when the pointers are not those it was begun

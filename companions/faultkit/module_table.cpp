@@ -1,5 +1,7 @@
 #include "companions/faultkit/module_table.h"
 
+#include <string.h>
+
 namespace faultkit {
 
 Module* ModuleTable::next() {
@@ -38,6 +40,21 @@ void ModuleTable::drop_newcomer(uint32_t base) {
                 return;
             }
     }
+}
+
+bool ModuleTable::is_same_as(const ModuleTable& other) const {
+    if (count_ != other.count_ || unloaded_count_ != other.unloaded_count_)
+        return false;
+    for (unsigned i = 0; i < count_; ++i) {
+        const Module &ours = modules_[i], &theirs = other.modules_[i];
+        if (ours.image.base != theirs.image.base || ours.image.time_stamp != theirs.image.time_stamp ||
+            ours.image.range_count != theirs.image.range_count || strcmp(ours.name, theirs.name) != 0)
+            return false;
+    }
+    for (unsigned i = 0; i < unloaded_count_; ++i)
+        if (unloaded_[i].base != other.unloaded_[i].base || strcmp(unloaded_[i].name, other.unloaded_[i].name) != 0)
+            return false;
+    return true;
 }
 
 const Module* ModuleTable::find(uint32_t address) const {

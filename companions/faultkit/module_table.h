@@ -37,6 +37,9 @@ public:
     // Drops the module at base if it lies where one was unloaded before: it is younger than the fault then.
     void drop_newcomer(uint32_t base);
 
+    // Whether the other table names the same modules, loaded and unloaded, in the same order.
+    bool is_same_as(const ModuleTable& other) const;
+
     unsigned count() const { return count_; }
     const Module& operator[](unsigned index) const { return modules_[index]; }
     unsigned left_out() const { return left_out_; }
