@@ -199,7 +199,7 @@ protected:
 };
 
 TEST_P(Base64Kernels, Encode_every_number_of_groups_and_touch_nothing_else) {
-    for (unsigned groups = 0; groups <= 80; ++groups) {
+    for (unsigned groups = 0; groups <= 160; ++groups) {
         const Bytes bytes = noise(groups * 3);
         const GuardedCopy<unsigned char> data(bytes);
         std::string text(groups * 4 + 2, '#');
@@ -211,15 +211,16 @@ TEST_P(Base64Kernels, Encode_every_number_of_groups_and_touch_nothing_else) {
 }
 
 TEST_P(Base64Kernels, Encode_every_value_in_every_place) {
+    constexpr unsigned groups = 120;
     for (unsigned place = 0; place < 4; ++place) {
         for (unsigned value = 0; value < 64; ++value) {
             const unsigned bits = value << (18 - 6 * place);
             Bytes bytes;
-            for (int group = 0; group < 8; ++group)
+            for (unsigned group = 0; group < groups; ++group)
                 bytes.insert(bytes.end(), {static_cast<unsigned char>(bits >> 16),
                                            static_cast<unsigned char>(bits >> 8), static_cast<unsigned char>(bits)});
-            std::string text(32, '#');
-            kernels.encode(bytes.data(), 8, &text[0]);
+            std::string text(groups * 4, '#');
+            kernels.encode(bytes.data(), groups, &text[0]);
             EXPECT_EQ(text + "=", base64_reference::encoded(bytes, LineBreak::none));
         }
     }

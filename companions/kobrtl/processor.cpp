@@ -4,29 +4,22 @@
 
 #include <cpuid.h>
 
+#include "base/wide_registers.h"
+
 namespace kobrtl {
 
 namespace {
 
-// Which register sets the operating system saves when it switches threads.
-unsigned saved_registers() {
-    unsigned low, high;
-    __asm__ volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
-    return low;
-}
-
 Processor look() {
-    constexpr unsigned kSse2 = 1u << 26, kFma = 1u << 12, kSystemUsesXsave = 1u << 27, kAvx2 = 1u << 5;
-    constexpr unsigned kXmmAndYmm = 6;
+    constexpr unsigned kSse2 = 1u << 26, kFma = 1u << 12, kAvx2 = 1u << 5;
     Processor found = {};
     unsigned a = 0, b = 0, c = 0, d = 0;
     if (!__get_cpuid(1, &a, &b, &c, &d))
         return found;
     found.sse2 = d & kSse2;
-    const bool fma = c & kFma;
-    if (!(c & kSystemUsesXsave) || (saved_registers() & kXmmAndYmm) != kXmmAndYmm)
+    if (!(c & kFma) || !gen::system_keeps(gen::registers_of_avx, c))
         return found;
-    found.avx2_and_fma = fma && __get_cpuid_count(7, 0, &a, &b, &c, &d) && (b & kAvx2);
+    found.avx2_and_fma = __get_cpuid_count(7, 0, &a, &b, &c, &d) && (b & kAvx2);
     return found;
 }
 

@@ -213,6 +213,7 @@ bool resample(const Picture& source, const Canvas& canvas, const FilterPair& fil
         outcome = Resampler(source, canvas, kernels, RowForm::bytes).run(filters);
     if (outcome == Outcome::not_opaque)
         outcome = Resampler(source, canvas, kernels, RowForm::weighted).run(filters);
+    kernels.leave();
     return outcome == Outcome::done;
 }
 

@@ -51,6 +51,7 @@ struct RowKernels {
     // and pixels of four zeros where the opacity is 0.
     void (*horizontal_weighted)(const HorizontalRun&, uint8_t* const* rows);
     bool (*opaque)(const uint8_t* row, size_t pixels); // whether every fourth byte is 255
+    void (*leave)();                                   // to be called behind the last of the others
 };
 
 const RowKernels& plain_kernels();

@@ -5,8 +5,21 @@
 #include <immintrin.h>
 #include <string.h>
 
+#include "base/wide_registers.h"
 #include "companions/kobrtl/processor.h"
 #include "companions/kobrtl/target_switch.h"
+
+namespace kobrtl {
+
+namespace {
+
+void leave() {
+    gen::leave_wide_registers();
+}
+
+} // namespace
+
+} // namespace kobrtl
 
 WENDAX_TARGET_BEGIN("avx2,fma")
 
@@ -106,7 +119,7 @@ struct Avx2 {
 } // namespace
 
 const RowKernels* avx2_kernels() {
-    static const RowKernels kernels = kernels_of<Avx2>("AVX2");
+    static const RowKernels kernels = kernels_of<Avx2>("AVX2", leave);
     return processor().avx2_and_fma ? &kernels : nullptr;
 }
 

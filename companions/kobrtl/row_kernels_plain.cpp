@@ -94,11 +94,13 @@ bool opaque(const uint8_t* row, size_t pixels) {
     return all == 0xFF;
 }
 
+void leave() {}
+
 } // namespace
 
 const RowKernels& plain_kernels() {
-    static const RowKernels kernels = {"plain", 1, vertical_bytes, vertical_floats, horizontal, horizontal_weighted,
-                                       opaque};
+    static const RowKernels kernels = {"plain", 1,    vertical_bytes, vertical_floats, horizontal, horizontal_weighted,
+                                       opaque,  leave};
     return kernels;
 }
 

@@ -89,7 +89,7 @@ struct Sse2 {
 } // namespace
 
 const RowKernels* sse2_kernels() {
-    static const RowKernels kernels = kernels_of<Sse2>("SSE2");
+    static const RowKernels kernels = kernels_of<Sse2>("SSE2", plain_kernels().leave);
     return processor().sse2 ? &kernels : nullptr;
 }
 

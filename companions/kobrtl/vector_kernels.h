@@ -83,12 +83,13 @@ bool opaque(const uint8_t* row, size_t pixels) {
 }
 
 template <class Vector>
-RowKernels kernels_of(const char* name) {
+RowKernels kernels_of(const char* name, void (*leave)()) {
     return {name,
             Vector::lanes,
             vertical_bytes<Vector>,
             vertical_floats<Vector>,
             horizontal<Vector>,
             horizontal_weighted<Vector>,
-            opaque<Vector>};
+            opaque<Vector>,
+            leave};
 }
