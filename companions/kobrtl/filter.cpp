@@ -29,8 +29,10 @@ double triangle_value(double x) {
     return x < 1 ? 1 - x : 0;
 }
 
+// With a single division, which is a long call in 32-bit code.
 int64_t floor_divide(int64_t dividend, int64_t divisor) {
-    return dividend / divisor - (dividend % divisor < 0 ? 1 : 0);
+    const int64_t quotient = dividend / divisor;
+    return quotient - (dividend < quotient * divisor ? 1 : 0);
 }
 
 unsigned greatest_common_divisor(unsigned a, unsigned b) {
@@ -72,9 +74,15 @@ struct Axis {
     // The least and the greatest source pixel whose distance is below the reach of the filter.
     int64_t first(unsigned i) const { return floor_divide(centre(i) - reach - destination, 2 * destination) + 1; }
     int64_t last(unsigned i) const { return -floor_divide(destination - centre(i) - reach, 2 * destination) - 1; }
-    double distance(unsigned i, int64_t j) const {
-        const int64_t units = centre(i) - (2 * j + 1) * destination;
-        return static_cast<double>(units < 0 ? -units : units) / static_cast<double>(scale);
+    // The filter's values at the source pixels from `from` to `to`; their sum.
+    double evaluate(const Filter& filter, unsigned i, int64_t from, int64_t to, double* values) const {
+        double units = static_cast<double>(centre(i) - (2 * from + 1) * destination); // whole, so steps are exact
+        double sum = 0;
+        for (int64_t j = from; j <= to; ++j, units -= static_cast<double>(2 * destination)) {
+            *values = filter.value(fabs(units) / static_cast<double>(scale));
+            sum += *values++;
+        }
+        return sum;
     }
 };
 
@@ -101,20 +109,25 @@ bool AxisWeights::build(unsigned source, unsigned destination, const Filter& fil
         return false;
 
     uint32_t total = 0;
+    unsigned before = 0;   // pixels whose filter reaches beyond the beginning
+    int64_t most_span = 0; // pixels that a filter reaches, those beyond the edges too
     for (unsigned i = 0; i < destination; ++i) {
         const int64_t first = axis.first(i), last = axis.last(i);
         const bool inside = first >= 0 && last < axis.source;
+        before += first < 0 ? 1 : 0;
+        most_span = last - first + 1 > most_span ? last - first + 1 : most_span;
         const int64_t begin = first < 0 ? 0 : first, end = last < axis.source ? last + 1 : axis.source;
         Taps& taps = m_taps[i];
         taps = {static_cast<uint32_t>(begin), static_cast<uint32_t>(end - begin), total};
-        if (inside && i >= m_period && axis.first(i - m_period) >= 0)
+        if (inside && i >= m_period + before)
             taps.offset = m_taps[i - m_period].offset;
         else
             total += taps.count;
         m_most_taps = taps.count > m_most_taps ? taps.count : m_most_taps;
     }
 
-    if (!m_weights.allocate(total))
+    Block<double> values;
+    if (!m_weights.allocate(total) || !values.allocate(static_cast<size_t>(most_span)))
         return false;
     total = 0;
     for (unsigned i = 0; i < destination; ++i) {
@@ -124,12 +137,10 @@ bool AxisWeights::build(unsigned source, unsigned destination, const Filter& fil
         total += taps.count;
         float* weight = m_weights.data() + taps.offset;
         const int64_t first = axis.first(i), last = axis.last(i);
-        double sum = 0;
-        for (int64_t j = first; j <= last; ++j)
-            sum += filter.value(axis.distance(i, j));
+        const double sum = axis.evaluate(filter, i, first, last, values.data());
         double folded = 0;
         for (int64_t j = first; j <= last; ++j) {
-            folded += filter.value(axis.distance(i, j));
+            folded += values[static_cast<size_t>(j - first)];
             if ((j < 0 && j < last) || (j >= axis.source - 1 && j < last))
                 continue;
             *weight++ = static_cast<float>(folded / sum);

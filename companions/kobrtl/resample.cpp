@@ -61,6 +61,7 @@ private:
     unsigned m_window_pixels = 0;
     unsigned m_origin = 0; // the source pixel that the window begins with
     RowSum m_sums[kMostLanes] = {};
+    float m_units[kMostLanes] = {}; // of the samples of bytes
     unsigned m_first_row = 0; // of the band
     unsigned m_row_count = 0;
     unsigned m_known_opaque = 0; // rows below this one are
@@ -111,12 +112,12 @@ void Resampler::begin_band(unsigned y) {
     for (unsigned lane = 0; lane < m_kernels.lanes; ++lane) {
         const unsigned row = row_of_lane(y, lane);
         const AxisWeights::Taps& taps = m_down.taps(row);
-        m_sums[lane] = {first_row(row) - m_first_row, taps.count, m_down.weights(taps), 0};
+        m_sums[lane] = {first_row(row) - m_first_row, taps.count, m_down.weights(taps)};
         if (m_form == RowForm::bytes) {
             const PairWeights::Set& set = m_down_pairs.set(row);
             m_sums[lane].count = 2 * set.pairs;
             m_sums[lane].weights = set.weights;
-            m_sums[lane].unit = set.unit;
+            m_units[lane] = set.unit;
         }
         end = taps.first + taps.count > end ? taps.first + taps.count : end;
     }
@@ -145,7 +146,7 @@ bool Resampler::scale_band(unsigned y) {
             return false;
         pixel += count;
 
-        HorizontalRun run = {m_window.data(), m_origin, &m_across, next, next, m_channels};
+        HorizontalRun run = {m_window.data(), m_origin, &m_across, next, next, m_channels, m_units};
         while (run.end < m_canvas.width && m_across.taps(run.end).first + m_across.taps(run.end).count <= pixel)
             ++run.end;
         if (m_form == RowForm::bytes)

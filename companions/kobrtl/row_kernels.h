@@ -1,8 +1,8 @@
 // The inner loops of the resampler, in three versions: plain C, SSE2, and AVX2 with fused multiplication and addition.
 //
 // A band is some neighbouring rows of the destination, as many as a vector has lanes. The vertical pass sums up source
-// rows to the band's samples: colours from 0 to 255 as floats, the samples of one column side by side. The horizontal
-// pass sums up columns, each lane a row, and so needs to know nothing of how pixels are put together.
+// rows to the band's samples: colours as floats, the samples of one column side by side. The horizontal pass sums up
+// columns, each lane a row, and so needs to know nothing of how pixels are put together.
 #pragma once
 
 #include <stddef.h>
@@ -20,7 +20,6 @@ struct RowSum {
     unsigned first;
     unsigned count;
     const void* weights; // floats for rows of floats; for bytes those of PairWeights (count is even then)
-    float unit;          // for bytes: that of PairWeights
 };
 
 struct VerticalRun {
@@ -37,6 +36,7 @@ struct HorizontalRun {
     const AxisWeights* weights;
     unsigned begin, end; // pixels of the destination: those whose taps are all there
     unsigned channels;   // 1, 3 or 4 columns make a pixel
+    const float* units;  // one for each lane: what its samples must be multiplied with to be colours from 0 to 255
 };
 
 struct RowKernels {

@@ -41,18 +41,18 @@ struct Avx2 {
     static Ints interleave_high(Ints a, Ints b) { return _mm256_unpackhi_epi16(a, b); }
     static Ints even_bytes(Ints a) { return _mm256_and_si256(a, _mm256_set1_epi16(0xFF)); }
     static Ints odd_bytes(Ints a) { return _mm256_srli_epi16(a, 8); }
-    static Ints multiply_pairs(Ints a, Pairs weights) {
+    // sum + each pair of words times a pair of weights.
+    static Ints add_products(Ints sum, Ints a, Pairs weights) {
 #if defined(__i386__)
         // Said outright that the weights stay in memory: with eight registers the compiler would rather move sums
         // there.
         Ints products;
         __asm__("vpmaddwd %2, %1, %0" : "=x"(products) : "x"(a), "m"(*weights));
-        return products;
 #else
-        return _mm256_madd_epi16(a, _mm256_loadu_si256(weights));
+        const Ints products = _mm256_madd_epi16(a, _mm256_loadu_si256(weights));
 #endif
+        return _mm256_add_epi32(sum, products);
     }
-    static Ints add(Ints a, Ints b) { return _mm256_add_epi32(a, b); }
     static Ints both(Ints a, Ints b) { return _mm256_and_si256(a, b); }
     static bool high_bytes_set(Ints a) {
         const Ints set = _mm256_cmpeq_epi32(_mm256_or_si256(a, _mm256_set1_epi32(0xFFFFFF)), all_ones());
@@ -70,35 +70,21 @@ struct Avx2 {
         return _mm256_and_ps(_mm256_div_ps(a, b), _mm256_cmp_ps(b, least, _CMP_GT_OQ));
     }
 
-    // Thirty-two columns: 0 2 4 6 and 16 18 20 22, 1 3 5 7 and 17 19 21 23, 8 10 12 14 and ..., 9 11 13 15 and ...
-    static void store_columns(float* out, Floats even_low, Floats odd_low, Floats even_high, Floats odd_high) {
-        store_halves(out, _mm256_unpacklo_ps(even_low, odd_low));
-        store_halves(out + 4, _mm256_unpackhi_ps(even_low, odd_low));
-        store_halves(out + 8, _mm256_unpacklo_ps(even_high, odd_high));
-        store_halves(out + 12, _mm256_unpackhi_ps(even_high, odd_high));
-    }
-    static void store_halves(float* out, Floats values) {
-        _mm_storeu_ps(out, _mm256_castps256_ps128(values));
-        _mm_storeu_ps(out + 16, _mm256_extractf128_ps(values, 1));
-    }
-
     static Floats load_halves(const float* low, const float* high) {
         return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(low)), _mm_loadu_ps(high), 1);
     }
 
-    // Two blocks of 4 x 8: the rows and the rows four further down make the halves of a vector.
-    static void transpose(const float* rows, size_t stride, float* out) {
-        for (unsigned x = 0; x < 8; x += 4) {
-            Floats line[4];
-            for (unsigned i = 0; i < 4; ++i)
-                line[i] = load_halves(rows + i * stride + x, rows + (i + 4) * stride + x);
-            const Floats a = _mm256_unpacklo_ps(line[0], line[1]), b = _mm256_unpackhi_ps(line[0], line[1]);
-            const Floats c = _mm256_unpacklo_ps(line[2], line[3]), d = _mm256_unpackhi_ps(line[2], line[3]);
-            store(out + x * 8, _mm256_shuffle_ps(a, c, _MM_SHUFFLE(1, 0, 1, 0)));
-            store(out + x * 8 + 8, _mm256_shuffle_ps(a, c, _MM_SHUFFLE(3, 2, 3, 2)));
-            store(out + x * 8 + 16, _mm256_shuffle_ps(b, d, _MM_SHUFFLE(1, 0, 1, 0)));
-            store(out + x * 8 + 24, _mm256_shuffle_ps(b, d, _MM_SHUFFLE(3, 2, 3, 2)));
-        }
+    // Four columns of eight rows: a row and the row four further down make the halves of a vector.
+    static void transpose(const float* rows, size_t stride, float* out, size_t gap) {
+        Floats line[4];
+        for (unsigned i = 0; i < 4; ++i)
+            line[i] = load_halves(rows + i * stride, rows + (i + 4) * stride);
+        const Floats a = _mm256_unpacklo_ps(line[0], line[1]), b = _mm256_unpackhi_ps(line[0], line[1]);
+        const Floats c = _mm256_unpacklo_ps(line[2], line[3]), d = _mm256_unpackhi_ps(line[2], line[3]);
+        store(out, _mm256_shuffle_ps(a, c, _MM_SHUFFLE(1, 0, 1, 0)));
+        store(out + gap, _mm256_shuffle_ps(a, c, _MM_SHUFFLE(3, 2, 3, 2)));
+        store(out + 2 * gap, _mm256_shuffle_ps(b, d, _MM_SHUFFLE(1, 0, 1, 0)));
+        store(out + 3 * gap, _mm256_shuffle_ps(b, d, _MM_SHUFFLE(3, 2, 3, 2)));
     }
 
     // One channel in each argument, one pixel in each lane: rounds, clamps and puts the bytes of a pixel together.
@@ -111,7 +97,7 @@ struct Avx2 {
                             _mm256_unpacklo_epi8(ac_bd, _mm256_srli_si256(ac_bd, 8)));
     }
 
-    static void prefetch(const uint8_t* address) { _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T0); }
+    static void prefetch(const uint8_t* address) { _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T1); }
 };
 
 #include "companions/kobrtl/vector_kernels.h"

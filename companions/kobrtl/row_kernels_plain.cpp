@@ -32,7 +32,7 @@ void vertical_bytes(const VerticalRun& run, float* samples) {
                 sums[x] += row[x] * row_weight + next[x] * next_weight;
         }
         for (unsigned x = 0; x < kColumns; ++x)
-            samples[at + x] = static_cast<float>(sums[x]) * sum.unit;
+            samples[at + x] = static_cast<float>(sums[x]);
     }
 }
 
@@ -64,9 +64,10 @@ void for_each_pixel(const HorizontalRun& run, uint8_t* out, const Finish& finish
 
 template <unsigned Channels>
 void horizontal_of(const HorizontalRun& run, uint8_t* out) {
-    for_each_pixel<Channels>(run, out, [](const float* sums, uint8_t* pixel) {
+    const float unit = *run.units;
+    for_each_pixel<Channels>(run, out, [unit](const float* sums, uint8_t* pixel) {
         for (unsigned c = 0; c < Channels; ++c)
-            pixel[c] = to_byte(sums[c]);
+            pixel[c] = to_byte(sums[c] * unit);
     });
 }
 

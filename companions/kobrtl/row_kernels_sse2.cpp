@@ -28,17 +28,17 @@ struct Sse2 {
     static Ints interleave_high(Ints a, Ints b) { return _mm_unpackhi_epi16(a, b); }
     static Ints even_bytes(Ints a) { return _mm_and_si128(a, _mm_set1_epi16(0xFF)); }
     static Ints odd_bytes(Ints a) { return _mm_srli_epi16(a, 8); }
-    static Ints multiply_pairs(Ints a, Pairs weights) {
+    // sum + each pair of words times a pair of weights.
+    static Ints add_products(Ints sum, Ints a, Pairs weights) {
 #if defined(__i386__)
         // Said outright that the weights stay in memory: with eight registers the compiler would rather move sums
         // there.
         __asm__("pmaddwd %1, %0" : "+x"(a) : "m"(*weights));
-        return a;
 #else
-        return _mm_madd_epi16(a, *weights);
+        a = _mm_madd_epi16(a, *weights);
 #endif
+        return _mm_add_epi32(sum, a);
     }
-    static Ints add(Ints a, Ints b) { return _mm_add_epi32(a, b); }
     static Ints both(Ints a, Ints b) { return _mm_and_si128(a, b); }
     static bool high_bytes_set(Ints a) {
         return _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_or_si128(a, _mm_set1_epi32(0xFFFFFF)), all_ones())) == 0xFFFF;
@@ -55,21 +55,14 @@ struct Sse2 {
         return _mm_and_ps(_mm_div_ps(a, b), _mm_cmpgt_ps(b, least));
     }
 
-    // Sixteen columns: 0 2 4 6, 1 3 5 7, 8 10 12 14, 9 11 13 15.
-    static void store_columns(float* out, Floats even_low, Floats odd_low, Floats even_high, Floats odd_high) {
-        store(out, _mm_unpacklo_ps(even_low, odd_low));
-        store(out + 4, _mm_unpackhi_ps(even_low, odd_low));
-        store(out + 8, _mm_unpacklo_ps(even_high, odd_high));
-        store(out + 12, _mm_unpackhi_ps(even_high, odd_high));
-    }
-
-    static void transpose(const float* rows, size_t stride, float* out) {
+    // Four columns of four rows.
+    static void transpose(const float* rows, size_t stride, float* out, size_t gap) {
         __m128 a = load(rows), b = load(rows + stride), c = load(rows + 2 * stride), d = load(rows + 3 * stride);
         _MM_TRANSPOSE4_PS(a, b, c, d);
         store(out, a);
-        store(out + 4, b);
-        store(out + 8, c);
-        store(out + 12, d);
+        store(out + gap, b);
+        store(out + 2 * gap, c);
+        store(out + 3 * gap, d);
     }
 
     // One channel in each argument, one pixel in each lane: rounds, clamps and puts the bytes of a pixel together.

@@ -44,7 +44,10 @@ void store_pixels(const HorizontalRun& run, unsigned x, const typename Vector::F
 template <class Vector, unsigned Channels>
 void horizontal_of(const HorizontalRun& run, uint8_t* const* rows) {
     for_each_pixel<Vector, Channels>(run, [&](unsigned x, const typename Vector::Floats* sums) {
-        store_pixels<Vector, Channels>(run, x, sums, rows);
+        typename Vector::Floats pixel[Channels];
+        for (unsigned c = 0; c < Channels; ++c)
+            pixel[c] = Vector::multiply(sums[c], Vector::load(run.units));
+        store_pixels<Vector, Channels>(run, x, pixel, rows);
     });
 }
 
@@ -86,8 +89,8 @@ template <class Vector>
 RowKernels kernels_of(const char* name, void (*leave)()) {
     return {name,
             Vector::lanes,
-            vertical_bytes<Vector>,
-            vertical_floats<Vector>,
+            vertical<Vector, ByteSums<Vector>>,
+            vertical<Vector, FloatSums<Vector>>,
             horizontal<Vector>,
             horizontal_weighted<Vector>,
             opaque<Vector>,
