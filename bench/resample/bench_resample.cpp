@@ -6,6 +6,7 @@
 #include "bench/measure.h"
 #include "bench/resample/contestants.h"
 #include "bench/resample/picture.h"
+#include "bench/sse_afterwards.h"
 #include "companions/kobrtl/reference_scale.h"
 
 namespace {
@@ -40,8 +41,8 @@ bool ideal_of(double* ideal) {
 void measure(const char* row, unsigned rounds, const double* ideal) {
     const size_t values = static_cast<size_t>(kSide) * kSide * (task.bpp / 8);
     const double work = static_cast<double>(task.width) * task.height;
-    char closeness_row[64];
-    snprintf(closeness_row, sizeof closeness_row, "%s, error", row);
+    char other_row[64];
+    snprintf(other_row, sizeof other_row, "%s, error", row);
     constexpr void (*runs[])() = {run_contestant<0>, run_contestant<1>, run_contestant<2>,
                                   run_contestant<3>, run_contestant<4>, run_contestant<5>};
     bench::Contestant contestants[kMostContestants];
@@ -50,10 +51,12 @@ void measure(const char* row, unsigned rounds, const double* ideal) {
         runs[i]();
         if (ideal && bench::kScalers[i].scales) {
             const bench::Closeness closeness = bench::compare(task.result, ideal, values);
-            bench::print_line(closeness_row, work, contestants[i].name, closeness.rms, closeness.greatest);
+            bench::print_line(other_row, work, contestants[i].name, closeness.rms, closeness.greatest);
         }
     }
     bench::take_turns(row, work, contestants, bench::kScalerCount, rounds, 1);
+    snprintf(other_row, sizeof other_row, "%s, SSE code afterwards", row);
+    bench::measure_sse_afterwards(other_row, work, runs[0], rounds);
 }
 
 // The ideal of a large picture would not fit into a 32-bit process.

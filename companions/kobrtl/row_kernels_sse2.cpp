@@ -74,7 +74,7 @@ struct Sse2 {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels), _mm_unpacklo_epi8(ac_bd, _mm_srli_si128(ac_bd, 8)));
     }
 
-    static void prefetch(const uint8_t* address) { _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T0); }
+    static void prefetch(const uint8_t* address) { _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T1); }
 };
 
 #include "companions/kobrtl/vector_kernels.h"

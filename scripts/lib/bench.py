@@ -119,12 +119,12 @@ class Bench:
             self.stack_use = self.wine("bench_stack.exe", desktop=desktop)
 
     def run(self):
+        self.load()  # before all that might still be ending in the background
         self.stack_depth()
         self.report(1920, 1080, ("box", "grab", "dialog", "screenshot"), self.rounds)
         for size in (64 * MIB // 100, 64 * MIB // 10, 64 * MIB):
             self.report(1920, 1080, ("dialog",), max(3, self.rounds // 3), size)
         self.report(1920, 1080, ("dialog",), max(3, self.rounds // 3), 64 * MIB // 100, helper=True)
-        self.load()
         self.codec()
         self.strings()
         self.message()
