@@ -10,6 +10,17 @@ constexpr unsigned format_bound = 32767; // a try with this much room or more is
 
 } // namespace
 
+CStdString::CStdString() = default;
+CStdString::CStdString(const char* text) : base(text) {}
+CStdString::CStdString(const char* text, unsigned n) : base(text, n) {}
+CStdString::CStdString(const char* left, unsigned left_length, const char* right, unsigned right_length)
+    : base(left, left_length, right, right_length) {}
+CStdString::CStdString(const base& other) : base(other) {}
+CStdString::CStdString(base&& other) noexcept : base(static_cast<base&&>(other)) {}
+CStdString::CStdString(const CStdString& other) = default;
+CStdString::CStdString(CStdString&& other) noexcept = default;
+CStdString::~CStdString() = default;
+
 void CStdString::format(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);

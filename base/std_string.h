@@ -9,16 +9,15 @@ class CStdString : public gen::basic_string<char> {
     using base = gen::basic_string<char>;
 
 public:
-    CStdString() = default;
-    CStdString(const char* text) : base(text) {}
-    CStdString(const char* text, unsigned n) : base(text, n) {}
-    CStdString(const char* left, unsigned left_length, const char* right, unsigned right_length)
-        : base(left, left_length, right, right_length) {}
-    CStdString(const base& other) : base(other) {}
-    CStdString(base&& other) noexcept : base(static_cast<base&&>(other)) {}
-    CStdString(const CStdString&) = default;
-    CStdString(CStdString&&) noexcept = default;
-    ~CStdString() override = default;
+    CStdString();
+    CStdString(const char* text);
+    CStdString(const char* text, unsigned n);
+    CStdString(const char* left, unsigned left_length, const char* right, unsigned right_length);
+    CStdString(const base& other);
+    CStdString(base&& other) noexcept;
+    CStdString(const CStdString& other);
+    CStdString(CStdString&& other) noexcept;
+    ~CStdString() override;
 
     CStdString& operator=(const CStdString&) = default;
     CStdString& operator=(CStdString&&) noexcept = default;

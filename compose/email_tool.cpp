@@ -30,6 +30,8 @@ private:
 
 } // namespace
 
+CEmailTool::CEmailTool() = default;
+
 CEmailTool::~CEmailTool() = default;
 
 void CEmailTool::Compose(const char* subject, const char* body, const char* recipient, const char* path) {

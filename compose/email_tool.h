@@ -10,7 +10,7 @@
 // leaves the message as it was; no other failure is reported. May be used after a fault, by one thread at a time.
 class CEmailTool {
 public:
-    CEmailTool() = default;
+    CEmailTool();
     virtual ~CEmailTool();
 
     // Makes the message, dated now, with one attachment or, for a null path, none. A null text is an empty one.

@@ -1,5 +1,13 @@
 #include "mfc/afx_file_find.h"
 
+#include "win/handle.h"
+
+CFileFind::CFileFind() = default;
+
+CFileFind::~CFileFind() {
+    Close();
+}
+
 BOOL CFileFind::FindFile(LPCSTR pstrName, DWORD) {
     Close();
     if (!pstrName || !*pstrName)
@@ -9,8 +17,8 @@ BOOL CFileFind::FindFile(LPCSTR pstrName, DWORD) {
     return m_hContext != INVALID_HANDLE_VALUE;
 }
 
-void CFileFind::Close() {
+void CFileFind::Close() noexcept {
     if (m_hContext != INVALID_HANDLE_VALUE)
-        FindClose(m_hContext);
+        win::nothrow(FindClose)(m_hContext);
     m_hContext = INVALID_HANDLE_VALUE;
 }

@@ -5,12 +5,12 @@
 
 class CFileFind : public CObject {
 public:
-    CFileFind() = default;
-    ~CFileFind() override { Close(); }
+    CFileFind();
+    ~CFileFind() override;
 
     // Whether anything matches the name; wildcards and folders count. A null or empty name finds nothing.
     BOOL FindFile(LPCSTR pstrName, DWORD dwUnused = 0);
-    void Close();
+    void Close() noexcept;
 
 private:
     HANDLE m_hContext = INVALID_HANDLE_VALUE; // owned search handle

@@ -47,12 +47,12 @@ CSuperBuffer::Piece::~Piece() {
     }
 }
 
-void CSuperBuffer::Piece::SetText(const CStdString& text) {
+void CSuperBuffer::Piece::SetText(const CStdString& text) noexcept {
     m_text = text.c_str();
     m_size = text.length();
 }
 
-void CSuperBuffer::Piece::SetText(const char* text) {
+void CSuperBuffer::Piece::SetText(const char* text) noexcept {
     m_text = text;
     m_size = static_cast<unsigned>(strlen(text));
 }
@@ -84,6 +84,8 @@ unsigned CSuperBuffer::Piece::CopyTo(char* to) const {
     }
     return done;
 }
+
+CSuperBuffer::CSuperBuffer() = default;
 
 CSuperBuffer::~CSuperBuffer() {
     free(m_data);

@@ -25,9 +25,9 @@ public:
 
         // The text without its terminator. Both keep what the caller owns only by address, so it must outlive the
         // piece.
-        void SetText(const CStdString& text);
+        void SetText(const CStdString& text) noexcept;
         void SetText(CStdString&& text) = delete;
-        void SetText(const char* text);
+        void SetText(const char* text) noexcept;
 
         // The bytes of the file at `path` as they are when the piece is appended, but at most as many as it has now:
         // the file is open until the piece is gone. An empty path, a file that isn't there and one that can't be opened
@@ -48,7 +48,7 @@ public:
         unsigned m_size = 0;
     };
 
-    CSuperBuffer() = default;
+    CSuperBuffer();
     virtual ~CSuperBuffer();
 
     CSuperBuffer(const CSuperBuffer&) = delete;
