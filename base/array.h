@@ -7,6 +7,8 @@
 
 namespace gen {
 
+struct unallocated {};
+
 template <typename T>
 class array : public base_array {
     static_assert(__is_trivially_copyable(T), "elements are moved as bytes");
@@ -14,6 +16,8 @@ class array : public base_array {
 public:
     // Takes storage for `hint` elements at once; out of memory if there is none.
     explicit array(unsigned hint = default_hint, unsigned step = default_step) : array(hint, step, hint) {}
+    // Without storage, and so without a failure.
+    explicit array(unallocated) noexcept : base_array(0, default_step) {}
     array(const array& other)
         : array(other.m_hint, other.m_step, other.m_count > other.m_hint ? other.m_count : other.m_hint) {
         copy(other);
@@ -68,7 +72,7 @@ public:
             memset(static_cast<void*>(data() + m_count), 0, (static_cast<size_t>(n) - m_count) * sizeof(T));
         m_count = n;
     }
-    void clear() { m_count = 0; }
+    void clear() noexcept { m_count = 0; }
 
     // Adds an element at the end. A full array grows by the step or by half of itself, whichever is more, so that
     // adding many elements one by one stays linear.

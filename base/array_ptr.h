@@ -52,7 +52,7 @@ public:
         if (m_owns)
             delete element;
     }
-    void clear() { cut(0); }
+    void clear() noexcept { cut(0); }
     // As in array; new elements are null.
     void resize(unsigned n) {
         base::grow(n);
@@ -70,14 +70,14 @@ public:
 private:
     using base::data; // a pointer written past the array would be lost or deleted twice
 
-    void cut(unsigned n) {
+    void cut(unsigned n) noexcept {
         const unsigned old_count = this->m_count;
         if (n < old_count) {
             this->m_count = n;
             drop(n, old_count);
         }
     }
-    void drop(unsigned from, unsigned to) {
+    void drop(unsigned from, unsigned to) noexcept {
         static_assert(sizeof(T) > 0, "the element type must be complete where elements are deleted");
         for (unsigned i = from; m_owns && i < to; ++i)
             delete data()[i];

@@ -124,7 +124,7 @@ int basic_string<T>::find(const T* pattern, unsigned from) const {
 }
 
 template <typename T>
-int basic_string<T>::rfind(T character) const {
+int basic_string<T>::rfind(T character) const noexcept {
     const T* text = c_str();
     int i = static_cast<int>(length()) - 1;
     while (i >= 0 && text[i] != character)
@@ -232,11 +232,11 @@ T* basic_string<T>::get_buffer(unsigned n) {
 }
 
 template <typename T>
-void basic_string<T>::release_buffer() {
+void basic_string<T>::release_buffer() noexcept {
     if (this->m_count == 0)
         return;
     this->data()[this->m_count - 1] = 0;
-    end_at(text_length(c_str()));
+    end_at(static_cast<unsigned>(measure(c_str())));
 }
 
 template <typename T>

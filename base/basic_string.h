@@ -86,7 +86,7 @@ public:
     // The index of the first match at or after `from`, or -1. A null or empty pattern is found nowhere.
     int find(const T* pattern, unsigned from = 0) const;
     // The index of the last such character, or -1.
-    int rfind(T character) const;
+    int rfind(T character) const noexcept;
 
     // The first n characters, or all there are; nothing for a negative n, so that left(rfind('\\')) of a path without
     // a backslash is empty.
@@ -110,7 +110,7 @@ public:
     // Storage to be written from outside: n + 1 characters, all NUL; the old text is gone. release_buffer then sets
     // the length to that of the text found there.
     T* get_buffer(unsigned n);
-    void release_buffer();
+    void release_buffer() noexcept;
 
     // By text, up to the first NUL; null compares as an empty text.
     bool operator==(const T* text) const;

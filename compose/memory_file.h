@@ -43,13 +43,13 @@ public:
 private:
     struct MappingTraits {
         using Value = HANDLE;
-        static Value invalid() { return INVALID_HANDLE_VALUE; }
-        static void close(Value handle) { CloseHandle(handle); }
+        static Value invalid() noexcept { return INVALID_HANDLE_VALUE; }
+        static void close(Value handle) noexcept { win::nothrow(CloseHandle)(handle); }
     };
     struct ViewTraits {
         using Value = void*;
-        static Value invalid() { return nullptr; }
-        static void close(Value view) { UnmapViewOfFile(view); }
+        static Value invalid() noexcept { return nullptr; }
+        static void close(Value view) noexcept { win::nothrow(UnmapViewOfFile)(view); }
     };
 
     SECURITY_ATTRIBUTES* m_attributes = nullptr; // owned

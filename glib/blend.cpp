@@ -161,7 +161,7 @@ bool is_blend_mode(uint32_t code) {
     return false;
 }
 
-void blend_row(BlendMode mode, const RGB32* upper, RGB32* lower, uint32_t count, uint32_t x, uint32_t y) {
+void blend_row(BlendMode mode, const RGB32* upper, RGB32* lower, uint32_t count, uint32_t x, uint32_t y) noexcept {
     for (uint32_t i = 0; i < count; ++i) {
         if (mode == blend_smas || mode == blend_gams) {
             mask_pixel(mode, upper[i], lower[i]);

@@ -42,6 +42,6 @@ bool is_blend_mode(uint32_t code);
 // Mixes a row of a layer into the row below it. Where the layer is translucent, the outcome is mixed with what was
 // there in proportion. x, y: the place of the first pixel on the page, which the noise of "diss" depends on. An
 // unknown mode acts as "norm".
-void blend_row(BlendMode mode, const RGB32* upper, RGB32* lower, uint32_t count, uint32_t x, uint32_t y);
+void blend_row(BlendMode mode, const RGB32* upper, RGB32* lower, uint32_t count, uint32_t x, uint32_t y) noexcept;
 
 } // namespace glib

@@ -2,6 +2,7 @@
 
 #include "glib/gdiplus_api.h"
 #include "glib/gdiplus_init.h"
+#include "win/handle.h"
 
 namespace glib {
 
@@ -20,7 +21,7 @@ public:
     Graphics& operator=(const Graphics&) = delete;
     ~Graphics() {
         if (m_graphics)
-            gdiplus_api().DeleteGraphics(m_graphics);
+            win::nothrow(gdiplus_api().DeleteGraphics)(m_graphics);
     }
     Gdiplus::GpGraphics* get() const { return m_graphics; }
 
@@ -60,15 +61,15 @@ bool GdiplusImage::TakeCloneOf(const GdiplusImage& other) {
     return other.native() && gdiplus_api().CloneImage(other.native(), &copy) == Gdiplus::Ok && Take(copy);
 }
 
-void GdiplusImage::Reset() {
+void GdiplusImage::Reset() noexcept {
     if (Gdiplus::GpImage* image = native()) {
-        gdiplus_api().DisposeImage(image);
-        gdiplus_api().Free(m_record);
+        win::nothrow(gdiplus_api().DisposeImage)(image);
+        win::nothrow(gdiplus_api().Free)(m_record);
     }
     m_record = nullptr;
 }
 
-Gdiplus::GpImage* GdiplusImage::native() const {
+Gdiplus::GpImage* GdiplusImage::native() const noexcept {
     return m_record && m_period == gdiplus_period() ? m_record->native : nullptr;
 }
 

@@ -28,10 +28,10 @@ public:
     // its GDI+), or GDI+ has no memory; then the image is disposed of.
     bool Take(Gdiplus::GpImage* native);
     bool TakeCloneOf(const GdiplusImage& other);
-    void Reset();
+    void Reset() noexcept;
 
     // Null when there is none, or GDI+ was stopped since it was made.
-    Gdiplus::GpImage* native() const;
+    Gdiplus::GpImage* native() const noexcept;
 
 private:
     struct Record {

@@ -2,6 +2,7 @@
 
 #include "glib/gdiplus_api.h"
 #include "glib/structured_guard.h"
+#include "win/handle.h"
 
 static_assert(sizeof(void*) != 4 || sizeof(glib::GdiPlusInit) == 12, "the type table, the flag and the token");
 
@@ -25,9 +26,9 @@ void start(void* context) {
 class CriticalSection {
 public:
     CriticalSection() { InitializeCriticalSection(&m_section); }
-    ~CriticalSection() { DeleteCriticalSection(&m_section); }
+    ~CriticalSection() { win::nothrow(DeleteCriticalSection)(&m_section); }
     void Enter() { EnterCriticalSection(&m_section); }
-    void Leave() { LeaveCriticalSection(&m_section); }
+    void Leave() noexcept { win::nothrow(LeaveCriticalSection)(&m_section); }
 
 private:
     CRITICAL_SECTION m_section;
@@ -102,7 +103,7 @@ int32_t live_documents() {
     return g_documents;
 }
 
-uint32_t gdiplus_period() {
+uint32_t gdiplus_period() noexcept {
     return g_guard.started() ? g_periods : 0;
 }
 

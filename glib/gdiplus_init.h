@@ -17,7 +17,7 @@ public:
     // tries again.
     void Start();
     void Stop();
-    bool started() const { return m_started != 0; }
+    bool started() const noexcept { return m_started != 0; }
 
 private:
     uint8_t m_started = 0;
@@ -36,6 +36,6 @@ int32_t live_documents();
 
 // The number of the running period of the process-wide GDI+, from 1; 0 while it is stopped. What was made by GDI+ in
 // another period is gone and must not be touched.
-uint32_t gdiplus_period();
+uint32_t gdiplus_period() noexcept;
 
 } // namespace glib

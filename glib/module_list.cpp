@@ -6,7 +6,7 @@
 
 namespace glib {
 
-void ModuleList::Clear() {
+void ModuleList::Clear() noexcept {
     for (unsigned i = 0; i < m_count; ++i)
         free(m_names[i]);
     free(static_cast<void*>(m_names));

@@ -14,7 +14,7 @@ public:
     ModuleList& operator=(const ModuleList&) = delete;
     ~ModuleList() { Clear(); }
 
-    void Clear();
+    void Clear() noexcept;
     // Adds every name of `list`: one per line, lines end at a line feed or at the end of the text, empty lines are
     // skipped. A name without any '.' gets ".dll" behind it. Null is an empty list. Out of memory:
     // gen::genlib_out_of_memory, with the names before it added.

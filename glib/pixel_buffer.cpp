@@ -1,7 +1,7 @@
 #include "glib/pixel_buffer.h"
 
 #ifdef _WIN32
-#include <windows.h>
+#include "win/handle.h"
 #else
 #include <stdlib.h>
 #endif
@@ -29,9 +29,9 @@ bool PixelBuffer::Allocate(size_t bytes) {
     return m_data != nullptr;
 }
 
-void PixelBuffer::Free() {
+void PixelBuffer::Free() noexcept {
     if (m_data)
-        VirtualFree(m_data, 0, MEM_RELEASE);
+        win::nothrow(VirtualFree)(m_data, 0, MEM_RELEASE);
     m_data = nullptr;
 }
 
@@ -43,7 +43,7 @@ bool PixelBuffer::Allocate(size_t bytes) {
     return m_data != nullptr;
 }
 
-void PixelBuffer::Free() {
+void PixelBuffer::Free() noexcept {
     free(m_data);
     m_data = nullptr;
 }

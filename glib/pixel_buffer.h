@@ -17,7 +17,7 @@ public:
 
     // Gives up what it held and takes `bytes` zero bytes; false, with no memory held, when there are none.
     bool Allocate(size_t bytes);
-    void Free();
+    void Free() noexcept;
 
     uint8_t* data() { return m_data; }
     const uint8_t* data() const { return m_data; }

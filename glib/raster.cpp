@@ -80,7 +80,7 @@ bool Raster::CopyFrom(const Raster& other) {
     return true;
 }
 
-void Raster::Clear() {
+void Raster::Clear() noexcept {
     m_width = m_height = m_bits_per_pixel = 0;
     m_transparent_index = -1;
     m_pixels.Free();
@@ -112,7 +112,7 @@ void Raster::ReadRow(uint32_t y, RGB32* out) const {
     }
 }
 
-IDEPage Raster::AsPage() {
+IDEPage Raster::AsPage() noexcept {
     IDEPage page = {};
     page.width = m_width;
     page.height = m_height;

@@ -29,19 +29,19 @@ public:
     bool Adopt(uint32_t width, uint32_t height, uint32_t bits_per_pixel, PixelBuffer&& pixels);
     // Takes pixels and palette of the other; false as in Create.
     bool CopyFrom(const Raster& other);
-    void Clear();
+    void Clear() noexcept;
 
     bool empty() const { return m_width == 0; }
     uint32_t width() const { return m_width; }
     uint32_t height() const { return m_height; }
     uint32_t bits_per_pixel() const { return m_bits_per_pixel; }
-    uint32_t row_bytes() const { return static_cast<uint32_t>(row_length(m_bits_per_pixel, m_width)); }
+    uint32_t row_bytes() const noexcept { return static_cast<uint32_t>(row_length(m_bits_per_pixel, m_width)); }
     uint8_t* pixels() { return m_pixels.data(); }
     const uint8_t* pixels() const { return m_pixels.data(); }
 
     // Row y counted from the top of the picture; unchecked.
-    uint8_t* row(uint32_t y) { return m_pixels.data() + row_offset(y); }
-    const uint8_t* row(uint32_t y) const { return m_pixels.data() + row_offset(y); }
+    uint8_t* row(uint32_t y) noexcept { return m_pixels.data() + row_offset(y); }
+    const uint8_t* row(uint32_t y) const noexcept { return m_pixels.data() + row_offset(y); }
 
     // 2, 16 or 256 entries, or none above 8 bits per pixel.
     const gen::array<RGB32>& palette() const { return m_palette; }
@@ -58,18 +58,18 @@ public:
     void ReadRow(uint32_t y, RGB32* out) const;
 
     // What the module contract calls a page, over the same memory.
-    IDEPage AsPage();
+    IDEPage AsPage() noexcept;
 
 private:
     bool describe(uint32_t width, uint32_t height, uint32_t bits_per_pixel);
-    size_t row_offset(uint32_t y) const { return static_cast<size_t>(m_height - 1 - y) * row_bytes(); }
+    size_t row_offset(uint32_t y) const noexcept { return static_cast<size_t>(m_height - 1 - y) * row_bytes(); }
 
     uint32_t m_width = 0;
     uint32_t m_height = 0;
     uint32_t m_bits_per_pixel = 0;
     int32_t m_transparent_index = -1;
     PixelBuffer m_pixels;
-    gen::array<RGB32> m_palette{0};
+    gen::array<RGB32> m_palette{gen::unallocated()};
 };
 
 } // namespace glib

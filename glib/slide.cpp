@@ -7,7 +7,7 @@
 
 namespace glib {
 
-PageRect fitted(const PageRect& rect, uint32_t width, uint32_t height) {
+PageRect fitted(const PageRect& rect, uint32_t width, uint32_t height) noexcept {
     const int64_t w = static_cast<int64_t>(rect.right) - rect.left;
     const int64_t h = static_cast<int64_t>(rect.bottom) - rect.top;
     if (w <= 0 || h <= 0)
@@ -56,7 +56,7 @@ void Slide::RemoveLayer(unsigned i) {
     m_layers.remove(i);
 }
 
-void Slide::Clear() {
+void Slide::Clear() noexcept {
     m_layers.clear();
     rect = {0, 0, 0, 0};
     SetSize(0, 0);

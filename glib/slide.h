@@ -15,7 +15,7 @@ struct PageRect {
 
 // The largest size with the aspect ratio of `rect` that fits inside width x height, at least one pixel a side, in the
 // middle of it. An empty or inverted rectangle comes out unset.
-PageRect fitted(const PageRect& rect, uint32_t width, uint32_t height);
+PageRect fitted(const PageRect& rect, uint32_t width, uint32_t height) noexcept;
 
 // A position on a page of `old_size` pixels as it comes to lie when the page gets `new_size`; truncates towards 0.
 int32_t scaled_position(int32_t position, uint32_t new_size, uint32_t old_size);
@@ -58,7 +58,7 @@ public:
     // Takes the layer out and deletes it; checked.
     void RemoveLayer(unsigned i);
     // Removes all layers and the rectangle; the size becomes 0 x 0.
-    void Clear();
+    void Clear() noexcept;
 
     // The bits per pixel of the deepest layer, 0 without layers.
     uint32_t BitsPerPixel() const;

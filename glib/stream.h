@@ -62,5 +62,5 @@ protected:
 
 private:
     bool m_big_endian = false;
-    gen::array<int64_t> m_positions{0};
+    gen::array<int64_t> m_positions{gen::unallocated()};
 };

@@ -1,5 +1,7 @@
 #include "mfc/afx_file.h"
 
+#include "win/handle.h"
+
 namespace {
 
 DWORD access_of(UINT flags) {
@@ -58,8 +60,8 @@ void CFile::Write(const void* lpBuf, UINT nCount) {
         AfxThrowFileException(ERROR_DISK_FULL);
 }
 
-void CFile::Close() {
+void CFile::Close() noexcept {
     if (m_hFile != INVALID_HANDLE_VALUE)
-        CloseHandle(m_hFile);
+        win::nothrow(CloseHandle)(m_hFile);
     m_hFile = INVALID_HANDLE_VALUE;
 }

@@ -25,7 +25,7 @@ public:
 
     // Writes all bytes. Throws CFileException*, also for a full disk.
     void Write(const void* lpBuf, UINT nCount);
-    void Close();
+    void Close() noexcept;
 
     HANDLE m_hFile = INVALID_HANDLE_VALUE; // owned
 };

@@ -41,8 +41,8 @@ public:
 private:
     struct InternetTraits {
         using Value = HINTERNET;
-        static Value invalid() { return nullptr; }
-        static void close(Value handle) { InternetCloseHandle(handle); }
+        static Value invalid() noexcept { return nullptr; }
+        static void close(Value handle) noexcept { win::nothrow(InternetCloseHandle)(handle); }
     };
     using InternetHandle = win::UniqueHandle<InternetTraits>;
 

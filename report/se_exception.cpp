@@ -22,7 +22,8 @@ void append_stack(const FaultHelper& helper, EXCEPTION_POINTERS* pointers, CStdS
 
 IMPLEMENT_DYNAMIC(CSeException, CException)
 
-CSeException::CSeException(unsigned int code, EXCEPTION_POINTERS* pointers) : m_code(code), m_pointers(pointers) {}
+CSeException::CSeException(unsigned int code, EXCEPTION_POINTERS* pointers) noexcept
+    : m_code(code), m_pointers(pointers) {}
 
 void CSeException::GetFaultDescription(CStdString& text) {
     text = "";

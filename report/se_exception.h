@@ -10,7 +10,7 @@ class CSeException : public CException {
 
 public:
     // The pointers are neither copied nor owned: they are good while the host's catch block runs, and not after.
-    CSeException(unsigned int code, EXCEPTION_POINTERS* pointers);
+    CSeException(unsigned int code, EXCEPTION_POINTERS* pointers) noexcept;
 
     // Replaces the text by the fault's reason and stack trace, which faultkit.dll beside the host's executable gives.
     // Where the helper faults, a note stands in place of what it should have said. Throws gen::genlib_error.

@@ -5,6 +5,14 @@
 
 namespace win {
 
+// The same function, said to throw nothing: for the system's own closing functions in destructors. Without it the
+// destructor would have to end the process should one throw after all, also for a fault that a guard further out waits
+// for, and would carry the tables for that.
+template <class Result, class... Arguments>
+auto nothrow(Result(WINAPI* function)(Arguments...)) noexcept {
+    return reinterpret_cast<Result(WINAPI*)(Arguments...) noexcept>(function);
+}
+
 // Closes the handle at its end. Traits give the handle's type, its invalid value and the closing call.
 template <class Traits>
 class UniqueHandle {
@@ -25,13 +33,13 @@ public:
     Value get() const { return value_; }
 
     // Gives the handle away; the caller closes it.
-    Value release() {
+    Value release() noexcept {
         const Value value = value_;
         value_ = Traits::invalid();
         return value;
     }
 
-    void reset(Value value = Traits::invalid()) {
+    void reset(Value value = Traits::invalid()) noexcept {
         const Value old = value_;
         value_ = value;
         if (old != Traits::invalid())
@@ -39,7 +47,7 @@ public:
     }
 
     // For calls that put a handle into a variable; what was held is closed first.
-    Value* put() {
+    Value* put() noexcept {
         reset();
         return &value_;
     }
@@ -50,15 +58,15 @@ private:
 
 struct RegistryKeyTraits {
     using Value = HKEY;
-    static Value invalid() { return nullptr; }
-    static void close(Value key) { RegCloseKey(key); }
+    static Value invalid() noexcept { return nullptr; }
+    static void close(Value key) noexcept { nothrow(RegCloseKey)(key); }
 };
 using RegistryKey = UniqueHandle<RegistryKeyTraits>;
 
 struct LibraryTraits {
     using Value = HMODULE;
-    static Value invalid() { return nullptr; }
-    static void close(Value module) { FreeLibrary(module); }
+    static Value invalid() noexcept { return nullptr; }
+    static void close(Value module) noexcept { nothrow(FreeLibrary)(module); }
 };
 using LibraryHandle = UniqueHandle<LibraryTraits>;
 
