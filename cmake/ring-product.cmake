@@ -71,13 +71,13 @@ function(wendax_system_library name dll)
 endfunction()
 
 # Code that ships is made small: with -Oz, and optimised as a whole when it is linked, which is when the compiler sees
-# which calls can't throw. crt/ is not, because only then the compiler's own calls into it are found. A threshold of 0
-# takes functions into their callers only where that makes the whole smaller.
+# which calls can't throw. crt/ is not, because only then the compiler's own calls into it are found. A threshold below 0
+# takes functions into their callers only where that surely makes the whole smaller.
 function(wendax_ships target)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Oz;-flto>)
   get_target_property(type ${target} TYPE)
   if(type STREQUAL "SHARED_LIBRARY")
-    target_link_options(${target} PRIVATE $<$<CONFIG:Release>:/mllvm:-inline-threshold=0>)
+    target_link_options(${target} PRIVATE $<$<CONFIG:Release>:/mllvm:-inline-threshold=-20>)
   endif()
 endfunction()
 
