@@ -169,6 +169,15 @@ class Faults(Stage):
             upload(sees=FLEETING, written="screenshot file, system text; nothing sent", host=NEXT_HANDLER)],
             "fault", "PeekMessageA", fleeting=True)
 
+    # In destructors, which throw nothing in the language's own terms.
+    def test_where_the_screen_is_given_back_cost_the_screenshot(self):
+        self.rows(5, "A fault where the screen's device context is given back", [
+            MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE], "fault", "DeleteDC")
+
+    def test_where_an_attachment_is_closed_reach_the_next_handler(self):
+        self.rows(6, "A fault where an attachment is closed", [
+            mail(sees=DIALOG, written="no message; screenshot file", host=NEXT_HANDLER)], "fault", "UnmapViewOfFile")
+
 
 class TemporaryFolder(Stage):
     order = 3
