@@ -106,11 +106,13 @@ encode_32_bytes_at_a_time(const unsigned char* data, unsigned groups, char* text
     const __m256i shifts = _mm256_set1_epi64x(0x3036242A1016040A);
     const __m256i* const characters = reinterpret_cast<const __m256i*>(alphabet);
     const __m256i lower = _mm256_loadu_si256(characters), upper = _mm256_loadu_si256(characters + 1);
+    constexpr __mmask32 all = ~0u; // said outright: GCC warns of what its header makes of these two without a mask
     unsigned done = 0;
     // Thirty-two bytes are read for the 24 that are used, so the last groups don't go this way.
     for (; groups - done >= 11; done += 8, data += 24, text += 32) {
         const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(data));
-        const __m256i values = _mm256_multishift_epi64_epi8(shifts, _mm256_permutexvar_epi8(spread, bytes));
+        const __m256i values =
+            _mm256_maskz_multishift_epi64_epi8(all, shifts, _mm256_maskz_permutexvar_epi8(all, spread, bytes));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(text), _mm256_permutex2var_epi8(lower, values, upper));
     }
     return done;
