@@ -23,6 +23,10 @@ void start(void* context) {
     startup.token = token;
 }
 
+void stop(void* token) {
+    gdiplus_api().Shutdown(*static_cast<uintptr_t*>(token));
+}
+
 class CriticalSection {
 public:
     CriticalSection() { InitializeCriticalSection(&m_section); }
@@ -75,8 +79,8 @@ void GdiPlusInit::Start() {
 void GdiPlusInit::Stop() {
     if (!m_started)
         return;
-    gdiplus_api().Shutdown(m_token);
     m_started = 0;
+    call_guarded(stop, &m_token); // should it fault, there is nothing left to do about it
 }
 
 void gdiplus_switch(bool on) {

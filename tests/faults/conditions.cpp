@@ -79,6 +79,17 @@ void fault() {
     *static_cast<volatile int*>(nullptr) = 1;
 }
 
+// For functions of GDI+, which Wendax.dll binds by itself: their code is overwritten.
+bool break_code(const char* name) {
+    static const unsigned char write_to_null[] = {0x31, 0xC0, 0x89, 0x00}; // xor eax, eax; mov [eax], eax
+    void* const code = reinterpret_cast<void*>(GetProcAddress(LoadLibraryA("gdiplus.dll"), name));
+    DWORD before;
+    if (!code || !VirtualProtect(code, sizeof write_to_null, PAGE_EXECUTE_READWRITE, &before))
+        return false;
+    memcpy(code, write_to_null, sizeof write_to_null);
+    return VirtualProtect(code, sizeof write_to_null, before, &before);
+}
+
 LSTATUS APIENTRY no_key(HKEY, LPCSTR, PHKEY) {
     return ERROR_BADDB;
 }
@@ -134,7 +145,7 @@ bool make_condition(const char* name, const char* argument) {
     else if (strcmp(name, "gdi") == 0)
         use_up_gdi();
     else if (strcmp(name, "fault") == 0)
-        return replace(argument, fault);
+        return replace(argument, fault) || break_code(argument);
     else if (strcmp(name, "registry") == 0)
         return replace("RegOpenKeyA", no_key) && replace("RegOpenKeyExA", no_key_either);
     else if (strcmp(name, "printers") == 0)

@@ -178,6 +178,9 @@ class Faults(Stage):
         self.rows(6, "A fault where an attachment is closed", [
             mail(sees=DIALOG, written="no message; screenshot file", host=NEXT_HANDLER)], "fault", "UnmapViewOfFile")
 
+    def test_when_GDI_plus_is_stopped_do_no_harm(self):
+        self.rows(7, "A fault where GDI+ is stopped", [MAIL, UPLOAD], "fault", "GdiplusShutdown")
+
 
 class TemporaryFolder(Stage):
     order = 3
