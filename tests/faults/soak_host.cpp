@@ -1,13 +1,15 @@
 // Fails and reports as often as it is told, and answers the dialog itself. One command a line on standard input:
 //
 //   mail N, upload N   that many faults with a report of each
-//   plain mail N, plain upload N   that many dialogs of the same templates, which the system alone makes and destroys
+//   plain mail N, plain upload N   what the system alone does in them: makes and destroys that many dialogs of the same
+//                                  templates, and for mail opens plain.eml each time
 //
 // Each answers "usage GDI USER KERNEL MEMORY": GDI objects, the
 //                      number of a fresh user object, kernel handles, and KiB of memory of its own
 //
 // The reports have a screenshot and the host's file notes.txt.
 #include <windows.h>
+#include <shellapi.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -112,9 +114,11 @@ int main() {
         }
         const bool by_mail = strcmp(what, "mail") == 0;
         for (int count = atoi(rest); count > 0; --count) {
-            if (plain)
+            if (plain) {
                 show_plain_dialog(by_mail ? 299 : 300);
-            else
+                if (by_mail)
+                    ShellExecuteA(nullptr, "open", "plain.eml", nullptr, nullptr, SW_SHOW);
+            } else
                 fail_and_report(by_mail);
         }
         printf("usage %u %u %u %u\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory().own);
