@@ -130,7 +130,7 @@ void report(const Call* failing, unsigned number) {
     // Out of the way of later messages: the system makes the same name again.
     char kept[MAX_PATH];
     wsprintfA(kept, "C:\\message-%ld.eml", round_number);
-    if (*outcome.message && MoveFileA(outcome.message, kept))
+    if (*outcome.message && MoveFileExA(outcome.message, kept, MOVEFILE_REPLACE_EXISTING))
         strcpy(outcome.message, kept);
 }
 
