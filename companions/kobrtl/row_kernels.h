@@ -45,6 +45,7 @@ struct RowKernels {
     // samples: 16-byte aligned, columns x lanes of them.
     void (*vertical_bytes)(const VerticalRun&, float* samples);
     void (*vertical_floats)(const VerticalRun&, float* samples);
+    // Of four channels the last is an opacity that is 255 everywhere.
     // rows: the destination's, one for each lane; two may be the same.
     void (*horizontal)(const HorizontalRun&, uint8_t* const* rows);
     // Four channels, of which the last is opacity x 255 and the others are weighted by opacity: gives plain colours,

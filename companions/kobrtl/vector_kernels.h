@@ -8,18 +8,19 @@
 
 #include "companions/kobrtl/vertical_kernels.h"
 
-template <class Vector, unsigned Channels, class Finish>
+// Sums up the first `Summed` of a pixel's channels.
+template <class Vector, unsigned Channels, unsigned Summed, class Finish>
 void for_each_pixel(const HorizontalRun& run, const Finish& finish) {
     for (unsigned x = run.begin; x < run.end; ++x) {
         const AxisWeights::Taps& taps = run.weights->taps(x);
         const float* sample = run.samples + static_cast<size_t>(taps.first - run.origin) * (Channels * Vector::lanes);
         const float* weight = run.weights->weights(taps);
-        typename Vector::Floats sums[Channels];
-        for (unsigned c = 0; c < Channels; ++c)
+        typename Vector::Floats sums[Summed];
+        for (unsigned c = 0; c < Summed; ++c)
             sums[c] = Vector::all(0);
         for (const float* end = weight + taps.count; weight != end; ++weight, sample += Channels * Vector::lanes) {
             const typename Vector::Floats all = Vector::all(*weight);
-            for (unsigned c = 0; c < Channels; ++c)
+            for (unsigned c = 0; c < Summed; ++c)
                 sums[c] = Vector::multiply_add(all, Vector::load(sample + c * Vector::lanes), sums[c]);
         }
         finish(x, sums);
@@ -41,12 +42,16 @@ void store_pixels(const HorizontalRun& run, unsigned x, const typename Vector::F
             memcpy(rows[lane] + at, &pixels[lane], Channels);
 }
 
+// A fourth channel of bytes is the opacity of a picture that is opaque.
 template <class Vector, unsigned Channels>
 void horizontal_of(const HorizontalRun& run, uint8_t* const* rows) {
-    for_each_pixel<Vector, Channels>(run, [&](unsigned x, const typename Vector::Floats* sums) {
+    constexpr unsigned kColours = Channels < 4 ? Channels : 3;
+    for_each_pixel<Vector, Channels, kColours>(run, [&](unsigned x, const typename Vector::Floats* sums) {
         typename Vector::Floats pixel[Channels];
-        for (unsigned c = 0; c < Channels; ++c)
+        for (unsigned c = 0; c < kColours; ++c)
             pixel[c] = Vector::multiply(sums[c], Vector::load(run.units));
+        for (unsigned c = kColours; c < Channels; ++c)
+            pixel[c] = Vector::all(255);
         store_pixels<Vector, Channels>(run, x, pixel, rows);
     });
 }
@@ -63,7 +68,7 @@ void horizontal(const HorizontalRun& run, uint8_t* const* rows) {
 
 template <class Vector>
 void horizontal_weighted(const HorizontalRun& run, uint8_t* const* rows) {
-    for_each_pixel<Vector, 4>(run, [&](unsigned x, const typename Vector::Floats* sums) {
+    for_each_pixel<Vector, 4, 4>(run, [&](unsigned x, const typename Vector::Floats* sums) {
         typename Vector::Floats pixel[4];
         const typename Vector::Floats factor = Vector::divide_or_0(Vector::all(255), sums[3], Vector::all(127.5f));
         for (unsigned c = 0; c < 3; ++c)
