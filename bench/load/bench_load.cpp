@@ -1,5 +1,6 @@
-// bench_load [SYSTEM]: loads Wendax.dll once and prints the milliseconds and the bytes of private memory that it added.
-// With an argument the system's libraries that it needs are loaded before, as in a host that uses them itself.
+// bench_load DLL [SYSTEM]: loads the DLL once and prints the milliseconds and the bytes of private memory that it
+// added. With a second argument the system's libraries that Wendax.dll needs are loaded before, as in a host that uses
+// them itself.
 #include <windows.h>
 #include <psapi.h>
 #include <stdio.h>
@@ -17,16 +18,18 @@ double private_bytes() {
 
 } // namespace
 
-int main(int count, char**) {
+int main(int count, char** arguments) {
+    if (count < 2)
+        return 2;
     constexpr const char* libraries[] = {"user32",  "gdi32",        "advapi32", "shell32",
                                          "version", "winspool.drv", "wininet",  "gdiplus"};
-    if (count > 1)
+    if (count > 2)
         for (const char* library : libraries)
             LoadLibraryA(library);
     private_bytes(); // binds psapi
     const double before = private_bytes();
     const double start = bench::now();
-    const HMODULE module = LoadLibraryA("Wendax.dll");
+    const HMODULE module = LoadLibraryA(arguments[1]);
     const double loaded = bench::now() - start;
     printf("%f\n%.0f\n", loaded, private_bytes() - before);
     return module ? 0 : 1;

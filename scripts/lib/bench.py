@@ -86,7 +86,8 @@ class Bench:
 
     def load(self):
         for _ in range(self.rounds):
-            for who, args in (("after the system's libraries", ["system"]), ("alone", [])):
+            for who, args in (("after the system's libraries", ["Wendax.dll", "system"]), ("alone", ["Wendax.dll"]),
+                              ("two empty DLLs", ["bench_empty.dll", "system"])):
                 milliseconds, private = self.wine("bench_load.exe", *args).split()
                 self.figures.add("load", 1, who, milliseconds)
                 self.figures.add("load, private memory", 1, who, float(private) / 1024)

@@ -52,7 +52,8 @@ def main():
         left, right = sorted((x(1), x(ratio)))
         out.append(text(LABELS - 8 - (LABELS - x(10 ** low)), y + 14, label, "end"))
         out.append(f'<rect x="{left:.1f}" y="{y + 3}" width="{right - left:.1f}" height="{LINE - 7}" fill="{COLOUR}"/>')
-        out.append(f'<path d="M{x(target):.1f} {y + 1} v{LINE - 3}" stroke="{LIMIT}" stroke-width="2"/>')
+        if target:
+            out.append(f'<path d="M{x(target):.1f} {y + 1} v{LINE - 3}" stroke="{LIMIT}" stroke-width="2"/>')
         out.append(text(right + 5, y + 14, f"{ratio:.2g}" if ratio < 10 else f"{ratio:.0f}"))
     out.append("</svg>")
     (REPO / "docs" / "images" / "benchmarks.svg").write_text("\n".join(out) + "\n", "ascii")

@@ -1,0 +1,12 @@
+// A DLL that does nothing, and needs another one that does nothing.
+#include <windows.h>
+
+extern "C" void empty_companion();
+
+extern "C" void empty() {
+    empty_companion();
+}
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
+    return TRUE;
+}
