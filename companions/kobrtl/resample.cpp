@@ -62,7 +62,7 @@ private:
     unsigned m_origin = 0; // the source pixel that the window begins with
     RowSum m_sums[kMostLanes] = {};
     float m_units[kMostLanes] = {}; // of the samples of bytes
-    unsigned m_first_row = 0; // of the band
+    unsigned m_first_row = 0;       // of the band
     unsigned m_row_count = 0;
     unsigned m_known_opaque = 0; // rows below this one are
 };
