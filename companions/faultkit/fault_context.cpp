@@ -9,7 +9,7 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace faultkit {
 void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
-                           StepFault* fault) {
+                           const FaultContext* before, StepFault* fault) {
     memory.forget();
     modules.clear();
     *fault = {};
@@ -28,7 +28,7 @@ void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* poin
     if (!has_record && has_context)
         record.ExceptionAddress = reinterpret_cast<void*>(context.Eip);
     guarded(fault, [&] {
-        list_process_modules(memory, &modules);
+        list_process_modules(memory, before ? &before->modules : nullptr, &modules);
         list_unloaded_modules(memory, session.unloads(), session.unload_count(), &modules);
         // This library is usually loaded after the fault, perhaps at the place of the very module that is missing.
         modules.drop_newcomer(reinterpret_cast<uint32_t>(&__ImageBase));

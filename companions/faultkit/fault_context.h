@@ -18,9 +18,10 @@ struct FaultContext {
     bool has_record, has_context; // has_context: with the control registers
 
     // Copies what can be read behind the pointers, which may be null or wrong, and lists the modules. A fault on the
-    // way is kept in *fault (code 0 for none), and what there is by then is used.
+    // way is kept in *fault (code 0 for none), and what there is by then is used. before: an earlier capture, whose
+    // names of modules are taken over, or null.
     void capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
-                 StepFault* fault);
+                 const FaultContext* before, StepFault* fault);
 
     // Whether both are of the same fault, among the same modules.
     bool is_same_as(const FaultContext& other) const;

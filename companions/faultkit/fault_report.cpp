@@ -168,8 +168,8 @@ SymbolOutcome look_up_symbols(const EXCEPTION_POINTERS* pointers, bool with_trac
     return outcome;
 }
 
-bool capture(const EXCEPTION_POINTERS* pointers, FaultContext* captured) {
-    captured->capture(memory, pointers, symbol_work.session, &listing);
+bool capture(const EXCEPTION_POINTERS* pointers, const FaultContext* before, FaultContext* captured) {
+    captured->capture(memory, pointers, symbol_work.session, before, &listing);
     return captured->has_record || captured->has_context;
 }
 
@@ -182,7 +182,7 @@ bool is_trace_of(const EXCEPTION_POINTERS* pointers) {
 
 const char* make_reason(const EXCEPTION_POINTERS* pointers) {
     TextBuilder text(reason_text);
-    if (!capture(pointers, &fault))
+    if (!capture(pointers, nullptr, &fault))
         return text.text("no description: the exception pointers can't be read").c_str();
     StepFault gathering = {};
     guarded(&gathering, gather_facts);
@@ -204,12 +204,12 @@ const char* make_reason(const EXCEPTION_POINTERS* pointers) {
 
 bool begin_trace(const EXCEPTION_POINTERS* pointers) {
     const bool is_ready =
-        is_ahead && is_trace_of(pointers) && capture(pointers, &fault_again) && fault_again.is_same_as(fault);
+        is_ahead && is_trace_of(pointers) && capture(pointers, &fault, &fault_again) && fault_again.is_same_as(fault);
     is_ahead = false;
     if (is_ready)
         return true;
     ready_trace = nullptr;
-    if (!capture(pointers, &fault))
+    if (!capture(pointers, nullptr, &fault))
         return false;
     look_up_symbols(pointers, true);
     return true;

@@ -10,6 +10,7 @@ namespace faultkit {
 struct Module {
     Image image;
     char name[64];  // file name without folder
+    bool is_named;  // by the system; else the name is the next best
     bool of_system; // lies in a folder of the operating system
 };
 

@@ -1,6 +1,7 @@
 #include "companions/faultkit/process_modules.h"
 
 #include <windows.h>
+#include <string.h>
 
 #include "companions/faultkit/text_builder.h"
 #include "win/library.h"
@@ -25,12 +26,14 @@ constexpr uint32_t kOldEventCount = 16;
 using GetUnloadTrace = const UnloadEvent* NTAPI();
 using GetUnloadTraceEx = void NTAPI(const uint32_t** size, const uint32_t** count, const UnloadEvent*** events);
 
-void to_ansi(const wchar_t* text, unsigned length, char* to, unsigned size) {
+// A text that can't be had is "?", and the answer false.
+bool to_ansi(const wchar_t* text, unsigned length, char* to, unsigned size) {
     const int count = WideCharToMultiByte(CP_ACP, 0, text, static_cast<int>(length), to, static_cast<int>(size - 1),
                                           nullptr, nullptr);
     to[count > 0 ? count : 0] = '\0';
     if (count <= 0)
         TextBuilder(to, size).character('?');
+    return count > 0;
 }
 
 bool equal_fold(const wchar_t* text, const char* lower, unsigned length) {
@@ -55,10 +58,22 @@ bool is_in_system_folder(const wchar_t* path, unsigned length) {
 // Storage is static, as the stack may be nearly used up; the caller's turn guards it.
 alignas(8) char name_storage[1024];
 
+// For Wine each question is a request to its server.
+bool name_as_before(const ModuleTable& known, Module* module) {
+    const Module* const before = known.find(module->image.base);
+    if (!before || !before->is_named || before->image.base != module->image.base ||
+        before->image.time_stamp != module->image.time_stamp)
+        return false;
+    memcpy(module->name, before->name, sizeof module->name);
+    module->is_named = true;
+    module->of_system = before->of_system;
+    return true;
+}
+
 void name_module(QueryVirtualMemory* query, Module* module) {
     SIZE_T needed = 0;
     const CountedText* path = reinterpret_cast<const CountedText*>(name_storage);
-    module->of_system = false;
+    module->is_named = module->of_system = false;
     if (!query || query(GetCurrentProcess(), reinterpret_cast<void*>(module->image.base), kMappedFileName, name_storage,
                         sizeof name_storage, &needed) != 0) {
         // The next best: the PDB has the module's name, with another extension.
@@ -69,7 +84,7 @@ void name_module(QueryVirtualMemory* query, Module* module) {
     unsigned name = length;
     while (name && path->text[name - 1] != L'\\')
         --name;
-    to_ansi(path->text + name, length - name, module->name, sizeof module->name);
+    module->is_named = to_ansi(path->text + name, length - name, module->name, sizeof module->name);
     module->of_system = is_in_system_folder(path->text, length);
 }
 
@@ -108,7 +123,7 @@ bool is_ignored(uint32_t sequence, const UnloadStretch* ignored, unsigned count)
 
 } // namespace
 
-void list_process_modules(Memory& memory, ModuleTable* modules) {
+void list_process_modules(Memory& memory, const ModuleTable* known, ModuleTable* modules) {
     QueryVirtualMemory* const query =
         win::function_of<QueryVirtualMemory>(GetModuleHandleA("ntdll.dll"), "NtQueryVirtualMemory");
     MEMORY_BASIC_INFORMATION region;
@@ -118,7 +133,8 @@ void list_process_modules(Memory& memory, ModuleTable* modules) {
             last = region.AllocationBase;
             Module* module = modules->next();
             if (module && read_image(memory, reinterpret_cast<uint32_t>(last), &module->image)) {
-                name_module(query, module);
+                if (!known || !name_as_before(*known, module))
+                    name_module(query, module);
                 modules->commit();
             }
         }

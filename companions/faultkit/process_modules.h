@@ -7,8 +7,9 @@
 namespace faultkit {
 
 // Fills the table from the address space itself: the loader's own list lies in the heap that may be broken, and behind
-// a lock that another thread may hold for ever. No heap, no lock.
-void list_process_modules(Memory& memory, ModuleTable* modules);
+// a lock that another thread may hold for ever. No heap, no lock. A module that `known` (null for none) has with its
+// name isn't asked for it again.
+void list_process_modules(Memory& memory, const ModuleTable* known, ModuleTable* modules);
 
 // A stretch of the loader's record of unloaded modules: the sequence numbers from `begin` up to, not including, `end`.
 struct UnloadStretch {
