@@ -8,6 +8,7 @@
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace faultkit {
+
 void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
                            const FaultContext* before, StepFault* fault) {
     memory.forget();

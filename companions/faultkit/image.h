@@ -29,6 +29,11 @@ struct Image {
     unsigned range_count;
     CodeRange code[kMostRanges]; // executable sections; what goes beyond kMostRanges is left out
     PdbIdentity pdb;
+
+    // Whether both are the same module at the same place.
+    bool is_same_as(const Image& other) const {
+        return base == other.base && time_stamp == other.time_stamp && range_count == other.range_count;
+    }
 };
 
 // Reads the headers of the 32-bit module mapped at base. Returns false when there is no such module. A damaged version

@@ -47,8 +47,7 @@ bool ModuleTable::is_same_as(const ModuleTable& other) const {
         return false;
     for (unsigned i = 0; i < count_; ++i) {
         const Module &ours = modules_[i], &theirs = other.modules_[i];
-        if (ours.image.base != theirs.image.base || ours.image.time_stamp != theirs.image.time_stamp ||
-            ours.image.range_count != theirs.image.range_count || strcmp(ours.name, theirs.name) != 0)
+        if (!ours.image.is_same_as(theirs.image) || strcmp(ours.name, theirs.name) != 0)
             return false;
     }
     for (unsigned i = 0; i < unloaded_count_; ++i)

@@ -61,8 +61,7 @@ alignas(8) char name_storage[1024];
 // For Wine each question is a request to its server.
 bool name_as_before(const ModuleTable& known, Module* module) {
     const Module* const before = known.find(module->image.base);
-    if (!before || !before->is_named || before->image.base != module->image.base ||
-        before->image.time_stamp != module->image.time_stamp)
+    if (!before || !before->is_named || !before->image.is_same_as(module->image))
         return false;
     memcpy(module->name, before->name, sizeof module->name);
     module->is_named = true;

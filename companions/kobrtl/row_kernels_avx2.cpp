@@ -9,18 +9,6 @@
 #include "companions/kobrtl/processor.h"
 #include "companions/kobrtl/target_switch.h"
 
-namespace kobrtl {
-
-namespace {
-
-void leave() {
-    gen::leave_wide_registers();
-}
-
-} // namespace
-
-} // namespace kobrtl
-
 WENDAX_TARGET_BEGIN("avx2,fma")
 
 namespace kobrtl {
@@ -105,7 +93,7 @@ struct Avx2 {
 } // namespace
 
 const RowKernels* avx2_kernels() {
-    static const RowKernels kernels = kernels_of<Avx2>("AVX2", leave);
+    static const RowKernels kernels = kernels_of<Avx2>("AVX2", gen::leave_wide_registers);
     return processor().avx2_and_fma ? &kernels : nullptr;
 }
 
