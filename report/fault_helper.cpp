@@ -1,6 +1,7 @@
 #include "report/fault_helper.h"
 
 #include <stdint.h>
+#include <string.h>
 
 #include "base/std_string.h"
 #include "win/library.h"
@@ -17,6 +18,20 @@ CStdString helper_path() {
     CStdString helper = path.left(path.rfind('\\'));
     helper += "\\faultkit.dll";
     return helper;
+}
+
+// Where the folder's name has letters that the ANSI code page lacks, only its wide name leads to the helper.
+HMODULE load_by_wide_path() {
+    static const wchar_t name[] = L"faultkit.dll";
+    constexpr unsigned longest = 1024; // characters
+    wchar_t path[longest + sizeof name];
+    unsigned end = GetModuleFileNameW(nullptr, path, longest);
+    while (end && path[end - 1] != L'\\')
+        --end;
+    if (!end)
+        return nullptr;
+    memcpy(path + end, name, sizeof name);
+    return win::load_quietly(path);
 }
 
 // The entries are __cdecl, and a helper built with __stdcall removes its arguments itself: the stack pointer is kept in
@@ -43,6 +58,8 @@ uintptr_t argument(const EXCEPTION_POINTERS* pointers) {
 } // namespace
 
 FaultHelper::FaultHelper() : m_library(win::load_quietly(helper_path().c_str())) {
+    if (!m_library)
+        m_library.reset(load_by_wide_path());
     if (!m_library)
         return;
     m_reason = GetProcAddress(m_library.get(), "GetFaultReason");

@@ -9,10 +9,18 @@ namespace {
 constexpr unsigned longest_description = 40000; // bytes
 constexpr char helper_fault[] = "(faultkit.dll met a fault)";
 
+// As much of the helper's text as a description may have: it may be of any length.
+void append_bounded(CStdString& text, const char* piece) {
+    unsigned count = 0;
+    while (piece && text.length() + count < longest_description && piece[count])
+        ++count;
+    text.append(piece, count);
+}
+
 void append_stack(const FaultHelper& helper, EXCEPTION_POINTERS* pointers, CStdString& text) {
     const char* line = helper.first_stack_line(pointers);
     while (line && text.length() < longest_description) {
-        text += line;
+        append_bounded(text, line);
         text += "\n";
         line = helper.next_stack_line(pointers);
     }
@@ -34,7 +42,7 @@ void CSeException::GetFaultDescription(CStdString& text) {
     }
     if (helper.has_reason()) {
         text += "Crush Expantion:\n"; // Kept: readers of these reports look for this spelling.
-        if (!win::run_guarded([&] { text += helper.reason(m_pointers); }))
+        if (!win::run_guarded([&] { append_bounded(text, helper.reason(m_pointers)); }))
             text += helper_fault;
         text += "\n\n";
     }

@@ -4,13 +4,27 @@
 
 namespace win {
 
-HMODULE load_quietly(const char* path, DWORD flags) {
+namespace {
+
+// The result of load() with the system's boxes switched off.
+template <class Load>
+HMODULE quietly(Load load) {
     const UINT quiet = SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX;
     const UINT mode = SetErrorMode(quiet);
     SetErrorMode(mode | quiet);
-    HMODULE const module = LoadLibraryExA(path, nullptr, flags);
+    HMODULE const module = load();
     SetErrorMode(mode);
     return module;
+}
+
+} // namespace
+
+HMODULE load_quietly(const char* path, DWORD flags) {
+    return quietly([&] { return LoadLibraryExA(path, nullptr, flags); });
+}
+
+HMODULE load_quietly(const wchar_t* path) {
+    return quietly([&] { return LoadLibraryExW(path, nullptr, 0); });
 }
 
 HMODULE load_system_library(const char* file_name) {

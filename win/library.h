@@ -14,6 +14,8 @@ FunctionType* function_of(HMODULE module, const char* name) {
 // LoadLibraryExA that shows nothing: where a file is damaged, the system would otherwise put a box of its own on the
 // screen. Null when the library can't be loaded; the caller frees it.
 HMODULE load_quietly(const char* path, DWORD flags = 0);
+// The same for a path that may have letters outside the ANSI code page.
+HMODULE load_quietly(const wchar_t* path);
 
 // Loads a DLL of the system by its full path, so that no other file of the name can take its place. Null when there is
 // none; the caller frees it.

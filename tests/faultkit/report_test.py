@@ -13,10 +13,10 @@ TOOL = REPO / "tools" / "symbolize" / "symbolize.py"
 
 
 class Report(runner.Case):
-    def report(self, *faults):
+    def report(self, *faults, folder="host"):
         """The messages that the host's user sends, one for each fault."""
         desktop = self.desktop()
-        host = Host(self, "fault_host.exe", desktop=desktop)
+        host = Host(self, "fault_host.exe", folder=folder, desktop=desktop)
         shutil.copy(self.product("faultkit.dll"), host.folder)
         process = host.start(*faults, limit=280)
         for count in range(1, len(faults) + 1):
@@ -50,6 +50,14 @@ class Report(runner.Case):
         self.assertRegex(description, r"\n[0-9A-F]{8} ntdll\.dll\+[^\n]+\n")
         # The bound of a body is 33,057 characters; the rest of it must keep its room.
         self.assertLess(len(description), 26 * 1024 + 200)
+
+    # A folder named in another alphabet than the system's: the ANSI calls know it as question marks.
+    def test_program_in_a_folder_outside_the_code_page_is_described(self):
+        (message,) = self.report("write", folder="Программа")
+        body = message.body.decode("windows-1251")
+        self.assertNotIn("faultkit.dll was not found", body)
+        self.assertIn("Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): ", body)
+        self.assertRegex(body, r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n")
 
 
 if __name__ == "__main__":

@@ -1,5 +1,6 @@
 """Each kind of fault, committed for real, becomes the marker and a message that names it."""
 
+import pathlib
 import re
 import shutil
 
@@ -133,6 +134,22 @@ class Helpers(runner.Case):
     def test_helper_that_clears_the_stack_itself_does_no_harm(self):
         self.assertEqual(self.description_with("stdcall").rstrip(b"\r\n"),
                          b"Crush Expantion:\nstdcall reason\n\nStack Trace:\n" + b"\n".join([b"stdcall line"] * 501))
+
+    # A helper gone wrong: the report takes no more of a text than it could show.
+    def test_helper_with_300_MB_of_reason_costs_neither_the_report_nor_the_memory(self):
+        desktop = self.desktop()
+        host = Host(self, "fault_host.exe", helper="endless_reason", desktop=desktop)
+        process = host.start("divide", "none")
+        report_dialog.press(desktop, "Open Error Report")
+        body = host.wait_messages(1)[0].body
+        report_dialog.wait(desktop)
+        peaks = [int(re.search(r"VmHWM:\s+(\d+) kB", pathlib.Path(f"/proc/{pid}/status").read_text())[1])
+                 for pid, name in process.family().items() if name == "fault_host.exe"]
+        self.assertIn(b"Crush Expantion:\n" + b"endless" * 1000, body)
+        self.assertEqual(len(peaks), 1)
+        self.assertLess(peaks[0], 256 * 1024)
+        report_dialog.press(desktop, "Don't Open & Close")
+        process.wait_family()
 
 
 if __name__ == "__main__":
