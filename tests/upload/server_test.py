@@ -4,8 +4,10 @@ import contextlib
 import http.client
 import os
 import re
+import shutil
 import socket
 import stat
+from concurrent.futures import ThreadPoolExecutor
 
 from php_server import PhpServer
 from support import Case, main
@@ -23,9 +25,8 @@ GOOD = {
 
 
 class ServerCase(Case):
-    def serve(self, env=None, ini=None):
-        store = self.artifacts / "store"
-        self.server = self.enterContext(PhpServer(loopback_address(PORT), PORT, store, env, ini))
+    def serve(self, env=None, ini=None, store="store"):
+        self.server = self.enterContext(PhpServer(loopback_address(PORT), PORT, self.artifacts / store, env, ini))
         return self.server
 
     def request(self, method="POST", path=FORM_PATH, body=None, headers=None):
@@ -99,6 +100,26 @@ class AReport(ServerCase):
                                    "conversion_config.bin", "file_for_conversion.bin", "conversion_log.txt",
                                    "screen_copy.jpg", "system_info.txt"})
         self.assertFalse([path for path in self.artifacts.rglob("evil*")])
+
+
+class TheFirstReports(ServerCase):
+    """Of programs that fail at the same moment, while there is no store yet."""
+
+    AT_ONCE = 8
+    # Making so many folders takes long enough for another report to come in between.
+    STORE = "/".join(["a"] * 200)
+
+    def test_are_all_stored_when_they_come_at_once(self):
+        self.serve({"PHP_CLI_SERVER_WORKERS": str(self.AT_ONCE)}, store=self.STORE)
+        body = upload_body(GOOD)
+        with ThreadPoolExecutor(self.AT_ONCE) as pool:
+            for _ in range(15):
+                shutil.rmtree(self.artifacts / "a", ignore_errors=True)
+                self.assertEqual(list(pool.map(self.post_and_see, [body] * self.AT_ONCE)), [200] * self.AT_ONCE)
+                self.assertEqual(len(self.server.reports()), self.AT_ONCE)
+
+    def post_and_see(self, body):
+        return self.post(body)[0]
 
 
 class WhatIsNoReport(ServerCase):
@@ -222,6 +243,38 @@ class TheBounds(ServerCase):
         (left / "screen_copy.jpg").write_bytes(b"of a request that was killed")
         self.assertEqual(self.post(upload_body(GOOD))[0], 200)
         self.assertFalse(left.exists())
+
+
+class TheOwnerOfTheServer(ServerCase):
+    def test_finds_each_refusal_in_the_log_with_its_status_and_size(self):
+        body = upload_body({"Screen_copy": (b"C:\\s", b"<secret>" * 500)})
+        self.serve({"UPLOAD_MAX_REPORTS": "1", "UPLOAD_MAX_BODY": str(len(body))})
+        self.assertEqual([self.post(body)[0], self.post(body)[0], self.post(body + b"\n")[0], self.post(body[:-1])[0],
+                          self.request("PUT")[0], self.request("GET", "/<secret>")[0]], [200, 507, 413, 400, 405, 404])
+        log = re.sub(r"^\[[^]]*\] ", "", self.server.log(), flags=re.MULTILINE)
+        self.assertEqual(re.findall("^Refused .*", log, re.MULTILINE), [
+            f"Refused with 507, {len(body)} bytes: There is no room for more reports.",
+            f"Refused with 413, {len(body) + 1} bytes: The report is too large.",
+            f"Refused with 400, {len(body) - 1} bytes: The report is cut off.",
+            "Refused with 405, 0 bytes: Only GET and POST are understood here.",
+            "Refused with 404, 0 bytes: There is nothing here."])
+
+    def test_sees_on_the_page_how_full_the_store_is(self):
+        self.serve()
+        self.assertIn(b"In the store: 0 of 1000, 0 of 4 GiB.", self.request("GET", "/")[1])
+        body = upload_body({"Screen_copy": (b"C:\\s", b"x" * (50 << 20))})
+        self.assertEqual([self.post(body)[0] for _ in range(2)], [200, 200])
+        self.assertIn(b"In the store: 2 of 1000, 0.1 of 4 GiB.", self.request("GET", "/")[1])
+
+    def test_sees_bounds_of_his_own(self):
+        self.serve({"UPLOAD_MAX_REPORTS": "20", "UPLOAD_MAX_TOTAL": str(1536 << 20)})
+        self.assertIn(b"In the store: 0 of 20, 0 of 1.5 GiB.", self.request("GET", "/")[1])
+
+    def test_sees_the_size_of_every_file_in_the_store(self):
+        self.serve({"UPLOAD_MAX_TOTAL": "1000"})
+        self.assertEqual(self.post(upload_body({"Screen_copy": (b"C:\\s", b"x" * 300)}))[0], 200)
+        size = sum(file.stat().st_size for file in self.server.report_folders()[0].iterdir())
+        self.assertIn(b"In the store: 1 of 1000, %d of 1000 bytes." % size, self.request("GET", "/")[1])
 
 
 class TheStore(ServerCase):

@@ -19,6 +19,12 @@ set_error_handler(static function (int $level, string $text, string $file, int $
     throw new \ErrorException($text, 0, $level, $file, $line);
 });
 
+/** The size of the request's body in bytes, as the client tells it. */
+function announced_size(): int
+{
+    return (int) ($_SERVER['CONTENT_LENGTH'] ?? $_SERVER['HTTP_CONTENT_LENGTH'] ?? 0);
+}
+
 /** Reads the report that the client sent, as [part => [path, content]]. */
 function receive(array $settings): array
 {
@@ -29,7 +35,7 @@ function receive(array $settings): array
     if (!is_string($type) || !preg_match('~^multipart/form-data;\s*boundary=AaB03x$~i', $type)) {
         throw new Refusal(415, 'A report is multipart/form-data with the boundary AaB03x.');
     }
-    $announced = (int) ($_SERVER['CONTENT_LENGTH'] ?? $_SERVER['HTTP_CONTENT_LENGTH'] ?? 0);
+    $announced = announced_size();
     if ($announced > $settings['max_body']) {
         throw new Refusal(413, 'The report is too large.');
     }
@@ -61,7 +67,7 @@ function handle(): array
             return [200, 'text/plain', "Report $id: " . CONFIRMATION . ".\n"];
         case 'GET':
         case 'HEAD':
-            return [200, 'text/html', list_page($store->newest(200))];
+            return [200, 'text/html', list_page($store->newest(200), $store->used(), $settings)];
         default:
             throw new Refusal(405, 'Only GET and POST are understood here.');
     }
@@ -70,6 +76,7 @@ function handle(): array
 try {
     [$status, $type, $text] = handle();
 } catch (Refusal $refusal) {
+    error_log("Refused with $refusal->status, " . announced_size() . " bytes: {$refusal->getMessage()}");
     [$status, $type, $text] = [$refusal->status, 'text/plain', $refusal->getMessage() . "\n"];
 } catch (\Throwable $error) {
     error_log((string) $error);

@@ -3,8 +3,20 @@ declare(strict_types=1);
 
 namespace Wendax;
 
-/** The page that lists [name => [[part, size], ...]]. It shows nothing that a client has written. */
-function list_page(array $reports): string
+/** A size beside its limit, in the largest unit that the limit fills: "0.25 of 4 GiB". */
+function share_of(int $size, int $limit): string
+{
+    $units = ['GiB' => 1 << 30, 'MiB' => 1 << 20, 'KiB' => 1 << 10, 'bytes' => 1];
+    $unit = array_key_first(array_filter($units, static fn (int $bytes): bool => $bytes <= $limit)) ?? 'bytes';
+    $in_units = static fn (int $bytes): string => (string) round($bytes / $units[$unit], 2);
+    return "{$in_units($size)} of {$in_units($limit)} $unit";
+}
+
+/**
+ * The page that lists [name => [[part, size], ...]] and says how full the store is; $used holds the number of all
+ * reports and their size. It shows nothing that a client has written.
+ */
+function list_page(array $reports, array $used, array $settings): string
 {
     $rows = '';
     foreach ($reports as $id => $files) {
@@ -12,6 +24,7 @@ function list_page(array $reports): string
         $rows .= "<tr><td><code>$id</code></td><td>" . (implode(', ', $parts) ?: 'no files') . "</td></tr>\n";
     }
     $count = count($reports);
+    $full = "$used[0] of $settings[max_reports], " . share_of($used[1], $settings['max_total']);
     return <<<HTML
         <!DOCTYPE html>
         <html lang="en">
@@ -23,6 +36,7 @@ function list_page(array $reports): string
         <body>
         <h1>Error reports</h1>
         <p>The newest reports ($count), each in a folder of this name; sizes in bytes.</p>
+        <p>In the store: $full. Once it is full, further reports are refused.</p>
         <table>
         <tr><th>Report</th><th>Files</th></tr>
         $rows</table>

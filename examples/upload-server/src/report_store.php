@@ -24,9 +24,7 @@ final class ReportStore
     public function __construct(private readonly array $settings)
     {
         $this->folder = $settings['store'];
-        if (!is_dir($this->folder)) {
-            mkdir($this->folder, 0700, true);
-        }
+        self::make_folder($this->folder);
         // Should the store lie where a web server shows files after all.
         if (!is_file("$this->folder/.htaccess")) {
             file_put_contents("$this->folder/.htaccess", "Require all denied\n");
@@ -68,6 +66,17 @@ final class ReportStore
         return $reports;
     }
 
+    /** What is in the store: the number of reports and their size in bytes. */
+    public function used(): array
+    {
+        $ids = $this->ids();
+        $size = 0;
+        foreach ($ids as $id) {
+            $size += array_sum(array_map(filesize(...), self::files_in("$this->folder/$id")));
+        }
+        return [count($ids), $size];
+    }
+
     private function ids(): array
     {
         return array_values(preg_grep(self::ID, scandir($this->folder)));
@@ -75,11 +84,8 @@ final class ReportStore
 
     private function check_room(int $size): void
     {
-        $ids = $this->ids();
-        foreach ($ids as $id) {
-            $size += array_sum(array_map(filesize(...), self::files_in("$this->folder/$id")));
-        }
-        if (count($ids) >= $this->settings['max_reports'] || $size > $this->settings['max_total']) {
+        [$count, $used] = $this->used();
+        if ($count >= $this->settings['max_reports'] || $used + $size > $this->settings['max_total']) {
             throw new Refusal(507, 'There is no room for more reports.');
         }
     }
@@ -100,6 +106,22 @@ final class ReportStore
             ['received' => gmdate('Y-m-d\TH:i:s\Z'), 'files' => $listed],
             JSON_PRETTY_PRINT | JSON_UNESCAPED_SLASHES | JSON_THROW_ON_ERROR
         ) . "\n");
+    }
+
+    /** With those that it lies in. Another request may make any of them at the same moment. */
+    private static function make_folder(string $folder): void
+    {
+        if (is_dir($folder)) {
+            return;
+        }
+        self::make_folder(dirname($folder));
+        try {
+            mkdir($folder, 0700);
+        } catch (\ErrorException $error) {
+            if (!is_dir($folder)) {
+                throw $error;
+            }
+        }
     }
 
     private static function write_file(string $name, string $content): void
