@@ -86,9 +86,9 @@ Decoded decode(const unsigned char table[256], const unsigned char* text, unsign
             }
         }
         if (symbols >= 2)
-            *out++ = static_cast<unsigned char>(values[0] << 2 | values[1] >> 4);
+            *out++ = static_cast<unsigned char>(values[0] << 2 | (values[1] >> 4 & 3));
         if (symbols >= 3)
-            *out++ = static_cast<unsigned char>(values[1] << 4 | values[2] >> 2);
+            *out++ = static_cast<unsigned char>(values[1] << 4 | (values[2] >> 2 & 15));
         if (padded)
             return {written(), DecodeEnd::padding};
         *out++ = static_cast<unsigned char>(values[2] << 6 | values[3]);

@@ -189,6 +189,18 @@ TEST(Base64DecodeRoundTrip, Follows_a_table_of_the_callers) {
     EXPECT_EQ(decoded("YWJj====", table), (Outcome{"abc", DecodeEnd::padding}));
 }
 
+// Only the bits that have a place in a byte go into it.
+TEST(Base64DecodeRoundTrip, Takes_six_bits_of_a_value_of_the_callers_that_has_more) {
+    unsigned char table[256];
+    std::memcpy(table, base64::decode_table.values, sizeof(table));
+    table['!'] = 0xC0 | 1;
+    table['?'] = 0x40;
+    EXPECT_EQ(decoded("AAAA", table), (Outcome{std::string(3, '\0'), DecodeEnd::end_of_text}));
+    EXPECT_EQ(decoded("A?==", table), (Outcome{std::string(1, '\0'), DecodeEnd::padding}));
+    EXPECT_EQ(decoded("AA?=", table), (Outcome{std::string(2, '\0'), DecodeEnd::padding}));
+    EXPECT_EQ(decoded("!!!!", table), (Outcome{std::string("\x04\x10\xC1", 3), DecodeEnd::end_of_text}));
+}
+
 class Base64Kernels : public testing::TestWithParam<unsigned> {
 protected:
     void SetUp() override {

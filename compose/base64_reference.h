@@ -46,8 +46,18 @@ inline std::string encoded(const Bytes& bytes, base64::LineBreak line_break) {
     return text + paddings[bytes.size() % 3];
 }
 
-inline Outcome decoded(const std::string& text) {
+// With a table of the caller's, if one is given, instead of the alphabet.
+inline Outcome decoded(const std::string& text, const unsigned char* table = nullptr) {
     using base64::DecodeEnd;
+    constexpr int blank = 0xFE, foreign = 0xFF;
+    const auto value_of = [table](char character) {
+        if (table)
+            return static_cast<int>(table[static_cast<unsigned char>(character)]);
+        if (std::string(" \t\r\n").find(character) != std::string::npos)
+            return blank;
+        const std::size_t value = alphabet.find(character);
+        return value == std::string::npos ? foreign : static_cast<int>(value);
+    };
     std::string bytes;
     std::size_t at = 0;
     while (at < text.size()) {
@@ -61,24 +71,23 @@ inline Outcome decoded(const std::string& text) {
                 const char character = text[at++];
                 if (character == '=') {
                     padded = true;
-                } else if (std::string(" \t\r\n").find(character) == std::string::npos) {
-                    const std::size_t value = alphabet.find(character);
-                    if (value == std::string::npos)
-                        return {"", DecodeEnd::malformed};
-                    symbol = static_cast<int>(value);
+                } else if (value_of(character) == foreign) {
+                    return {"", DecodeEnd::malformed};
+                } else if (value_of(character) != blank) {
+                    symbol = value_of(character);
                     break;
                 }
             }
         }
         if (symbols[0] < 0 || symbols[1] < 0)
             return {bytes, DecodeEnd::padding};
-        bytes += static_cast<char>(symbols[0] * 4 + symbols[1] / 16);
+        bytes += static_cast<char>((symbols[0] * 4 & 0xFF) | symbols[1] / 16 % 4);
         if (symbols[2] < 0)
             return {bytes, DecodeEnd::padding};
-        bytes += static_cast<char>(symbols[1] % 16 * 16 + symbols[2] / 4);
+        bytes += static_cast<char>(symbols[1] % 16 * 16 | symbols[2] / 4 % 16);
         if (symbols[3] < 0)
             return {bytes, DecodeEnd::padding};
-        bytes += static_cast<char>(symbols[2] % 4 * 64 + symbols[3]);
+        bytes += static_cast<char>(symbols[2] % 4 * 64 | symbols[3]);
     }
     return {bytes, DecodeEnd::end_of_text};
 }

@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "base/genlib_error.h"
+
 namespace {
 
 // The file's size; false if the system can't tell.
@@ -65,13 +67,18 @@ void CMemoryFile::GetFileName(CString& name) {
 }
 
 int CMemoryFile::Open(const char* path, unsigned flags, unsigned long long offset, unsigned length, void* base) {
+    CString name; // made before anything is closed: the path may lie in the view
+    try {
+        name = path;
+    } catch (const gen::genlib_out_of_memory&) {
+        path = nullptr;
+    }
     if (m_view)
         Close();
     if (!path)
         return 0;
-    const CString name(path);
     CFile file; // closes itself; the mapping keeps the file open
-    if (!file.Open(path, flags ? flags : static_cast<unsigned>(CFile::shareDenyNone | CFile::modeRead)))
+    if (!file.Open(name, flags ? flags : static_cast<unsigned>(CFile::shareDenyNone | CFile::modeRead)))
         return 0;
     const DWORD protection = flags ? PAGE_READWRITE : PAGE_READONLY;
     const DWORD access = flags ? FILE_MAP_WRITE : FILE_MAP_READ;

@@ -6,8 +6,8 @@
 #include "win/handle.h"
 
 // Maps the file into the address space: nothing is copied, and the size is that at the time of opening. One view at a
-// time; the object closes it when it ends. Out of memory is thrown by the framework's text, all other failures are
-// results. No object is shared between threads. The order of the virtual functions and of the fields is fixed.
+// time; the object closes it when it ends. Failures are results, also for want of memory. No object is shared between
+// threads. The order of the virtual functions and of the fields is fixed.
 class CMemoryFile {
 public:
     CMemoryFile();
@@ -27,7 +27,8 @@ public:
     // The path given to Open; empty when closed.
     virtual void GetFileName(CString& name);
 
-    // 1, or 0 if the file can't be opened or mapped; a file that was open is closed first in any case. Flags are
+    // 1, or 0 if the file can't be opened or mapped, or there is no memory; a file that was open is closed first in any
+    // case. The path may lie in its view, and is copied. Flags are
     // CFile::OpenFlags. Kept: 0 opens for reading, with sharing of everything, and any other flags ask for a writable
     // view, even if they don't say that the file shall be opened for writing (which then fails). Offset and length are
     // in bytes; length 0 is up to the end of the file, at most 4 GiB - 1. A length beyond the end, or an empty file,

@@ -1,10 +1,12 @@
 #include "compose/memory_file.h"
 
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "base/genlib_error.h"
 #include "compose/temp_folder.h"
 #include "tests/support/usage.h"
 
@@ -37,6 +39,29 @@ std::string pattern(unsigned size) {
         bytes[i] = static_cast<char>(i ^ i >> 8 ^ i >> 16);
     return bytes;
 }
+
+// Leaves the process no free piece of its address space of this size or more, for as long as it lives.
+class TakenAddressSpace {
+public:
+    explicit TakenAddressSpace(SIZE_T size) {
+        for (SIZE_T wanted = 1u << 30; wanted >= size; wanted /= 2) {
+            while (m_count < std::size(m_pieces) && (m_pieces[m_count] = reserve(wanted)) != nullptr)
+                ++m_count;
+        }
+    }
+    ~TakenAddressSpace() {
+        while (m_count > 0)
+            VirtualFree(m_pieces[--m_count], 0, MEM_RELEASE);
+    }
+    TakenAddressSpace(const TakenAddressSpace&) = delete;
+    TakenAddressSpace& operator=(const TakenAddressSpace&) = delete;
+
+private:
+    static void* reserve(SIZE_T size) { return VirtualAlloc(nullptr, size, MEM_RESERVE, PAGE_NOACCESS); }
+
+    void* m_pieces[8192];
+    unsigned m_count = 0;
+};
 
 class MemoryFile : public testing::Test {
 protected:
@@ -143,6 +168,47 @@ TEST_F(MemoryFile, Failed_open_closes_the_first_view) {
     ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
     EXPECT_EQ(file.Open(folder.path("missing.bin").c_str(), 0, 0, 0, nullptr), 0);
     expect_closed(file);
+}
+
+// A text of the host's may be anywhere, also in the file that is open.
+TEST_F(MemoryFile, Path_may_lie_in_the_view_that_opening_closes) {
+    const std::string second = folder.add("second.bin", "second");
+    const std::string list = folder.add("list.txt", second + '\0');
+    ASSERT_EQ(file.Open(list.c_str(), 0, 0, 0, nullptr), 1);
+    EXPECT_EQ(file.Open(reinterpret_cast<const char*>(file.GetData()), 0, 0, 0, nullptr), 1);
+    EXPECT_EQ(data_of(file), "second");
+    EXPECT_EQ(name_of(file), second);
+}
+
+TEST_F(MemoryFile, Path_may_be_the_objects_own_name) {
+    const std::string path = folder.add("again.bin", "again");
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+    const char* own_name;
+    {
+        CString name;
+        file.GetFileName(name);
+        own_name = name;
+    }
+    EXPECT_EQ(file.Open(own_name, 0, 0, 0, nullptr), 1);
+    EXPECT_EQ(data_of(file), "again");
+    EXPECT_EQ(name_of(file), path);
+}
+
+TEST_F(MemoryFile, Open_without_memory_fails_and_closes_the_first_view) {
+    const std::string path = folder.add("first.bin", "first");
+    const std::string long_path(4 << 20, 'x');
+    ASSERT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
+    int result = -1;
+    {
+        const TakenAddressSpace taken(1 << 20);
+        try {
+            result = file.Open(long_path.c_str(), 0, 0, 0, nullptr);
+        } catch (const gen::genlib_error&) {
+        }
+    }
+    EXPECT_EQ(result, 0);
+    expect_closed(file);
+    EXPECT_EQ(file.Open(path.c_str(), 0, 0, 0, nullptr), 1);
 }
 
 TEST_F(MemoryFile, Read_write_view_changes_the_file) {
