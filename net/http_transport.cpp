@@ -12,6 +12,18 @@ static_assert(kClearFlags == 0x04000000 && kSecureFlags == 0x04803000);
 
 constexpr DWORD kChunk = 8191;
 
+struct TextTraits {
+    using Value = char*;
+    static Value invalid() noexcept { return nullptr; }
+    static void close(Value text) noexcept { free(text); }
+};
+using UniqueText = win::UniqueHandle<TextTraits>;
+
+void copy_text(char* to, const char* text, DWORD length) {
+    memcpy(to, text, length);
+    to[length] = 0;
+}
+
 } // namespace
 
 CHttpTransport::CHttpTransport() : m_headers("Content-Type: application/x-www-form-urlencoded") {
@@ -60,31 +72,41 @@ bool CHttpTransport::Post(const char* url, const void* body, DWORD length) {
         return Fail(GetLastError());
     }
     m_connection.reset(); // Kept: before its request, which goes with it; that one's own closing then finds nothing.
-    CStdString host;
-    host.assign(parts.lpszHostName, parts.dwHostNameLength);
-    CStdString path;
-    path.assign(parts.lpszUrlPath, parts.dwUrlPathLength);
+    const size_t host_size = parts.dwHostNameLength + size_t{1};
+    const UniqueText host_and_path(static_cast<char*>(malloc(host_size + parts.dwUrlPathLength + 1)));
+    if (!host_and_path) {
+        return Fail(ERROR_NOT_ENOUGH_MEMORY);
+    }
+    char* const host = host_and_path.get();
+    char* const path = host + host_size;
+    copy_text(host, parts.lpszHostName, parts.dwHostNameLength);
+    copy_text(path, parts.lpszUrlPath, parts.dwUrlPathLength);
     m_request.reset();
 
-    m_connection = InternetHandle(InternetConnectA(m_session.get(), host.c_str(), parts.nPort, "", "",
-                                                   INTERNET_SERVICE_HTTP, INTERNET_FLAG_NO_CACHE_WRITE, 0));
+    m_connection = InternetHandle(InternetConnectA(m_session.get(), host, parts.nPort, "", "", INTERNET_SERVICE_HTTP,
+                                                   INTERNET_FLAG_NO_CACHE_WRITE, 0));
     if (!m_connection) {
         return Fail(GetLastError());
     }
     const char* accept[] = {"*/*", nullptr};
     const DWORD flags = parts.nPort == INTERNET_DEFAULT_HTTP_PORT ? kClearFlags : kSecureFlags;
-    m_request =
-        InternetHandle(HttpOpenRequestA(m_connection.get(), "POST", path.c_str(), nullptr, nullptr, accept, flags, 0));
+    m_request = InternetHandle(HttpOpenRequestA(m_connection.get(), "POST", path, nullptr, nullptr, accept, flags, 0));
     if (!m_request) {
         return Fail(GetLastError());
     }
     if (length == kTextLength) {
         length = body ? static_cast<DWORD>(strlen(static_cast<const char*>(body))) : 0;
     }
+    // Much of the body may still be on its way when it counts as sent: so much longer the server has time at 8 KB/s.
+    SetReceiveTimeout(kAnswerTime + length / 8);
     if (!HttpSendRequestA(m_request.get(), m_headers.c_str(), m_headers.length(), const_cast<void*>(body), length)) {
         return Fail(GetLastError());
     }
     return true;
+}
+
+void CHttpTransport::SetReceiveTimeout(DWORD milliseconds) {
+    InternetSetOptionA(m_request.get(), INTERNET_OPTION_RECEIVE_TIMEOUT, &milliseconds, sizeof milliseconds);
 }
 
 // The chunks are read straight to the end of the answer, which always has room for one more and its terminator.
@@ -96,26 +118,58 @@ const char* CHttpTransport::ReadAnswer() {
         Fail(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
+    const DWORD start = GetTickCount();
     size_t length = 0;
-    size_t total = 0;
-    DWORD got = 0;
-    while (InternetReadFile(m_request.get(), m_answer + length, kChunk, &got) && got > 0) {
+    DWORD total = 0;
+    for (;;) {
+        const DWORD size = kAnswerSize - total < kChunk ? kAnswerSize - total : kChunk;
+        const DWORD got = ReadChunk(m_answer + length, size, start);
         m_answer[length + got] = 0;
         length += strlen(m_answer + length); // the next chunk goes where this one ends as a text
         total += got;
+        if (got < kChunk) {
+            return m_answer;
+        }
         if (capacity < total + kChunk + 1) {
-            // At least doubled, so that an answer of many chunks is not moved for each of them.
-            const size_t wanted = capacity * 2 > total + kChunk + 1 ? capacity * 2 : total + kChunk + 1;
-            char* const grown = static_cast<char*>(realloc(m_answer, wanted));
+            // Doubled, so that an answer of many chunks is not moved for each of them; else by what one chunk needs.
+            capacity *= 2;
+            char* grown = static_cast<char*>(realloc(m_answer, capacity));
             if (!grown) {
-                break;
+                capacity = total + kChunk + 1;
+                grown = static_cast<char*>(realloc(m_answer, capacity));
+            }
+            if (!grown) {
+                return m_answer;
             }
             m_answer = grown;
-            capacity = wanted;
         }
     }
-    m_answer[length] = 0; // a read that failed may have left bytes behind
-    return m_answer;
+}
+
+// The bytes that were read; fewer than `size` are the last of the answer. Only what is there is asked for: a read may
+// wait until all that it was asked for has come, for as long as single bytes go on coming.
+DWORD CHttpTransport::ReadChunk(char* chunk, DWORD size, DWORD start) {
+    DWORD filled = 0;
+    while (filled < size) {
+        const DWORD passed = GetTickCount() - start;
+        if (passed >= kAnswerTime) {
+            break;
+        }
+        SetReceiveTimeout(kAnswerTime - passed);
+        DWORD available = 0;
+        if (!InternetQueryDataAvailable(m_request.get(), &available, 0, 0)) {
+            break;
+        }
+        DWORD got = 0;
+        if (available > size - filled) {
+            available = size - filled;
+        }
+        if (!InternetReadFile(m_request.get(), chunk + filled, available, &got) || got == 0) {
+            break;
+        }
+        filled += got;
+    }
+    return filled;
 }
 
 bool CHttpTransport::Fail(DWORD error) {

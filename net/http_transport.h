@@ -1,8 +1,12 @@
-// CHttpTransport: one HTTP exchange after another over WinINet, on the calling thread. WinINet's own time-outs apply.
+// CHttpTransport: one HTTP exchange after another over WinINet, on the calling thread.
+//
+// Once the answer's headers are there, it may take kAnswerTime and have kAnswerSize bytes. Until then WinINet's own
+// time-outs apply; its receive time-out for a POST, which ends a silence only, is kAnswerTime and a millisecond for
+// each 8 bytes of the body.
 //
 // It shows no message: a failure is a null answer and LastError(). The HTTP status is not looked at; a redirect is
 // followed as WinINet does it. Handles are closed when the next request or the end of the object makes them useless.
-// A text that can't grow throws gen::genlib_out_of_memory.
+// Headers for which there is no memory throw gen::genlib_out_of_memory.
 #pragma once
 
 #include "base/std_string.h"
@@ -16,6 +20,8 @@ public:
     static constexpr DWORD kTextLength = 0xFFFFFFFF;
     // LastError() after a request without a URL.
     static constexpr DWORD kNoUrl = 0xFFFFFFFF;
+    static constexpr DWORD kAnswerTime = 60 * 1000; // in milliseconds
+    static constexpr DWORD kAnswerSize = 16 << 20;
 
     // Opens the session as "Lumivale", directly and not through a proxy. Where that fails, every request does.
     CHttpTransport();
@@ -29,10 +35,10 @@ public:
     void SetHeaders(const char* headers);
 
     // Sends a POST with the body (null is an empty one), or a GET that ignores it, and reads the whole answer.
-    // The answer is a text, empty rather than null where the server sent nothing: it is joined from chunks of at most
-    // 8191 bytes, and a zero byte hides the rest of its own chunk. It stays valid until the next answer arrives or the
-    // object ends; a failed request leaves it alone. Null when there is no answer.
-    // A POST to port 80 goes out in the clear, to any other port over TLS: the port decides, not the scheme.
+    // The answer is a text, empty rather than null where the server sent nothing: it is joined from chunks of 8191
+    // bytes, and a zero byte hides the rest of its own chunk. What is beyond the bounds above is left away. It stays
+    // valid until the next answer arrives or the object ends; a failed request leaves it alone. Null when there is no
+    // answer. A POST to port 80 goes out in the clear, to any other port over TLS: the port decides, not the scheme.
     const char* Request(const char* url, bool post, const void* body, DWORD length = kTextLength);
 
     // GetLastError() of the last call that failed, kNoUrl, or 0.
@@ -48,7 +54,9 @@ private:
 
     bool Get(const char* url);
     bool Post(const char* url, const void* body, DWORD length);
+    void SetReceiveTimeout(DWORD milliseconds);
     const char* ReadAnswer();
+    DWORD ReadChunk(char* chunk, DWORD size, DWORD start);
     bool Fail(DWORD error);
 
     CStdString m_headers;

@@ -9,6 +9,8 @@
 namespace {
 
 HeldCounts held;
+size_t largest_block = ~size_t{0};
+int refused_block;
 char calls[4096];
 bool calls_told;
 
@@ -25,6 +27,10 @@ void note(const char* format, ...) {
 
 const char* shown(const char* text) {
     return !text ? "-" : !*text ? "\"\"" : text;
+}
+
+bool refused(size_t size) {
+    return size > largest_block || (refused_block > 0 && --refused_block == 0);
 }
 
 HANDLE heap() {
@@ -80,6 +86,11 @@ HeldCounts held_counts() {
     return held;
 }
 
+void refuse_blocks(size_t larger_than, int nth) {
+    largest_block = larger_than;
+    refused_block = nth;
+}
+
 const char* opening_calls() {
     if (calls_told)
         calls[0] = 0;
@@ -90,19 +101,21 @@ const char* opening_calls() {
 extern "C" {
 
 void* malloc(size_t size) {
-    void* const block = HeapAlloc(heap(), 0, size);
+    void* const block = refused(size) ? nullptr : HeapAlloc(heap(), 0, size);
     held.blocks += block ? 1 : 0;
     return block;
 }
 
 void* calloc(size_t count, size_t size) {
-    void* const block = HeapAlloc(heap(), HEAP_ZERO_MEMORY, count * size);
+    void* const block = refused(count * size) ? nullptr : HeapAlloc(heap(), HEAP_ZERO_MEMORY, count * size);
     held.blocks += block ? 1 : 0;
     return block;
 }
 
 void* realloc(void* block, size_t size) {
-    return block ? HeapReAlloc(heap(), 0, block, size) : malloc(size);
+    if (!block)
+        return malloc(size);
+    return refused(size) ? nullptr : HeapReAlloc(heap(), 0, block, size);
 }
 
 void free(void* block) {

@@ -2,12 +2,17 @@
 // allocator and for WinINet's opening and closing calls, and hand each call on to the real one.
 #pragma once
 
+#include <stddef.h>
+
 struct HeldCounts {
     int blocks;  // from malloc, calloc or realloc, and not freed
     int handles; // of WinINet, without the call that closes them
 };
 
 HeldCounts held_counts();
+
+// From here on blocks of more bytes than this are refused; and so is, once, the nth of all (1 is the next, 0 none).
+void refuse_blocks(size_t larger_than, int nth);
 
 // The opening calls since the last time, in their order, each with its arguments: "-" for null, "" for an empty text,
 // flags in hex. The text is good until the next opening call.

@@ -8,6 +8,7 @@
 //   nothing post|get        a request without a URL
 //   drop                    no transport from here on, until "new"
 //   calls                   WinINet's opening calls since the last time, with their arguments
+//   refuse SIZE N           from here on blocks of more than SIZE bytes are refused, and once the Nth of all; 0 is none
 //   held                    the blocks and WinINet handles that are held, and the handles of the whole process
 //
 // A request answers "answer HEX" or "null ERROR", and how long it took in milliseconds.
@@ -50,7 +51,7 @@ void show_held() {
 
 bool obey(char* line) {
     char* const first = rest_of(line);
-    const bool two = strcmp(line, "post") == 0 || strcmp(line, "text") == 0;
+    const bool two = strcmp(line, "post") == 0 || strcmp(line, "text") == 0 || strcmp(line, "refuse") == 0;
     char* const second = two ? rest_of(first) : nullptr;
     const DWORD start = GetTickCount();
     if (strcmp(line, "new") == 0) {
@@ -74,6 +75,10 @@ bool obey(char* line) {
         puts("done");
     } else if (strcmp(line, "calls") == 0) {
         puts(opening_calls());
+    } else if (strcmp(line, "refuse") == 0) {
+        const unsigned size = strtoul(first, nullptr, 10);
+        refuse_blocks(size ? size : ~size_t{0}, atoi(second));
+        puts("done");
     } else if (strcmp(line, "held") == 0) {
         show_held();
     } else {

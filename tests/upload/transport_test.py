@@ -13,6 +13,7 @@ from support.loopback import loopback_address, need_port_80
 from support.web_server import WebServer, answering, http_answer
 
 # GetLastError() as WinINet gives it.
+NOT_ENOUGH_MEMORY = 8
 NAME_NOT_RESOLVED = 12007
 CANNOT_CONNECT = 12029
 ALL_ONES = 0xFFFFFFFF
@@ -282,7 +283,7 @@ class AFailure(TransportCase):
         self.assertEqual(self.post(server).text, b"fine")
 
     def test_to_answer_keeps_the_request_waiting_and_does_it_no_harm(self):
-        # How long is WinINet's own business. Windows gives up by the system's settings, this Wine never does.
+        # For a minute; slow_server_test.py waits for its end.
         received = threading.Event()
 
         def answer(client):
@@ -298,6 +299,38 @@ class AFailure(TransportCase):
         self.assertFalse(self.answer(self.host.receive()).text)
         server = self.serve(answering(b"fine"))
         self.assertEqual(self.post(server).text, b"fine")
+
+
+class LittleMemory(TransportCase):
+    def test_for_twice_the_answer_leaves_it_whole(self):
+        for size in (8191, 8192, 100000, 1 << 20):
+            with self.subTest(size):
+                text = bytes(32 + number % 90 for number in range(size))
+                server = self.serve(answering(text))
+                self.host.tell("refuse", len(text) + 8192, 0)
+                self.assertEqual(self.post(server, b"").text, text)
+
+    def test_for_the_answer_cuts_it(self):
+        server = self.serve(answering(b"x" * 100000))
+        self.host.tell("refuse", 50000, 0)
+        text = self.post(server, b"").text
+        self.assertEqual(text, b"x" * len(text))
+        self.assertGreater(len(text), 50000 - 2 * 8192)
+
+    def test_for_any_block_of_a_request_is_null_with_its_error_and_does_the_next_no_harm(self):
+        server = self.serve(answering(b"f" * 10000))
+        url = f"{server.url}/index.php?option=com_mosforms"
+        refused = 0
+        while True:
+            self.host.tell("refuse", 0, refused + 1)
+            answer = self.request("text", url, "body")
+            self.host.tell("refuse", 0, 0)
+            if answer.text:
+                break
+            self.assertEqual((answer.text, answer.error), (None, NOT_ENOUGH_MEMORY))
+            self.assertEqual(self.request("text", url, "body").text, b"f" * 10000)
+            refused += 1
+        self.assertGreaterEqual(refused, 2, "what is cut out of the URL, and the answer")
 
 
 class ManyRequests(TransportCase):
