@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "base/floating_point_scope.h"
 #include "capture/screen_grab.h"
 #include "capture/screenshot.h"
 #include "compose/email_tool.h"
@@ -60,6 +61,7 @@ void CCrashReport::AddAttachment(const char* path) {
 }
 
 void CCrashReport::GenerateEmail(int context, const char* product, const char* subject, const char* recipient) {
+    const gen::FloatingPointScope floating_point;
     const ResourceScope resources;
     const CWaitCursor wait;
     CEmailTool mail;
@@ -78,11 +80,13 @@ void CCrashReport::GenerateEmail(int context, const char* product, const char* s
 }
 
 void CCrashReport::AttachScreenCopy() {
+    const gen::FloatingPointScope floating_point;
     const CStdString path = screenshot_path();
     write_screenshot(path);
     AddAttachment(path.c_str());
 }
 
 HBITMAP CCrashReport::CopyScreenToBitmap(RECT* rect) {
+    const gen::FloatingPointScope floating_point;
     return copy_screen_to_bitmap(rect);
 }

@@ -1,5 +1,6 @@
 #include "report/crash_report2.h"
 
+#include "base/floating_point_scope.h"
 #include "capture/screenshot.h"
 #include "net/http_transport.h"
 #include "net/upload_form.h"
@@ -46,6 +47,7 @@ void CCrashReport2::AddAttachment(const char* path) {
 }
 
 bool CCrashReport2::Upload() {
+    const gen::FloatingPointScope floating_point;
     const char* const paths[upload_form::part_count] = {
         m_script_path.c_str(), m_config_path.c_str(), m_file_path.c_str(),
         m_log_path.c_str(),    m_screen_path.c_str(), m_system_path.c_str(),
@@ -58,11 +60,13 @@ bool CCrashReport2::Upload() {
 }
 
 void CCrashReport2::CreateScreenCopy() {
+    const gen::FloatingPointScope floating_point;
     m_screen_path = screenshot_path();
     set_up_screenshot_format();
     write_screenshot(m_screen_path);
 }
 
 void CCrashReport2::CreateSystemInfo() {
+    const gen::FloatingPointScope floating_point;
     write_system_info_file(m_system_path);
 }

@@ -1,5 +1,6 @@
 #include "report/crash_report2.h"
 
+#include "base/floating_point_scope.h"
 #include "report/resource_scope.h"
 #include "report/running_dialog.h"
 #include "report/upload_texts.h"
@@ -69,6 +70,7 @@ void CCrashReport2::CCrushDialog::upload(HWND dialog) {
 }
 
 unsigned int CCrashReport2::OpenDlg() {
+    const gen::FloatingPointScope floating_point;
     const ResourceScope resources;
     m_saved_resources = resources.saved();
     CCrushDialog dialog(m_saved_resources);

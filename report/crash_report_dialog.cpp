@@ -1,5 +1,6 @@
 #include "report/crash_report.h"
 
+#include "base/floating_point_scope.h"
 #include "report/resource_scope.h"
 #include "report/running_dialog.h"
 #include "resources/ids.h"
@@ -20,6 +21,7 @@ public:
 };
 
 unsigned int CCrashReport::OpenDlg() {
+    const gen::FloatingPointScope floating_point;
     const ResourceScope resources;
     m_saved_resources = resources.saved();
     CCrushDialog dialog(m_saved_resources);

@@ -4,6 +4,7 @@
 #include <string.h>
 #include <afxwin.h>
 
+#include "base/floating_point_scope.h"
 #include "report/crash_report.h"
 #include "report/heap_owner.h"
 #include "report/translator.h"
@@ -48,6 +49,7 @@ extern "C" _se_translator_function __cdecl InitCrushReport() {
 }
 
 extern "C" void __cdecl OpenCrushReport(const char* marker) {
+    const gen::FloatingPointScope floating_point;
     try {
         make_report(marker);
     } catch (const gen::genlib_error&) {

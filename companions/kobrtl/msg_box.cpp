@@ -2,6 +2,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "base/floating_point_scope.h"
 #include "companions/kobrtl/kobrtl.h"
 #include "companions/kobrtl/message_text.h"
 
@@ -23,6 +24,7 @@ void program_name(char (&title)[kTitleRoom]) {
 } // namespace
 
 int __cdecl MsgBox(HWND__* owner, unsigned flags, const char* format, ...) {
+    const gen::FloatingPointScope floating_point;
     va_list arguments;
     va_start(arguments, format);
     char* text = kobrtl::format_message(format, arguments);

@@ -1,5 +1,6 @@
 #include "companions/kobrtl/kobrtl.h"
 
+#include "base/floating_point_scope.h"
 #include "companions/kobrtl/resample.h"
 #include "companions/kobrtl/row_source.h"
 
@@ -52,6 +53,7 @@ unsigned Scale::CalcDestBpp(int type) const {
 }
 
 int Scale::ScaleTo(void* rows, unsigned width, unsigned height, int stride, int type) const {
+    const gen::FloatingPointScope floating_point;
     const unsigned bpp = CalcDestBpp(type);
     if (!bpp || !rows || !size_fits(width, height) || !rows_fit(width, height, stride, bpp))
         return 0;

@@ -5,8 +5,31 @@
 #include <string.h>
 
 #include "companions/kobrtl/kobrtl.h"
+#include "tests/support/floating_point.h"
 
 namespace {
+
+bool troubled;
+bool kept = true;
+
+// Calls it with every floating-point exception unmasked and a full x87 stack, if that is wanted.
+template <class Call>
+auto call(Call what) {
+    if (troubled) {
+        const unsigned mxcsr = 0;
+        __asm__ volatile("fninit\n\tfldpi\n\tfldpi\n\tfldpi\n\tfldpi\n\tfldpi\n\tfldpi\n\tfldpi\n\tfldpi\n\tldmxcsr %0"
+                         :
+                         : "m"(mxcsr));
+        load_control_word(0x0340);
+    }
+    const FloatingPoint before = floating_point();
+    const auto result = what();
+    const FloatingPoint after = floating_point();
+    if (troubled)
+        calm_floating_point();
+    kept = kept && same_floating_point(before, after);
+    return result;
+}
 
 // scale TYPE BPP WIDTH HEIGHT TO_WIDTH TO_HEIGHT: a picture whose byte i is i * i / 3 % 251, scaled; its bytes in
 // hexadecimal, row by row from the top.
@@ -22,9 +45,11 @@ int scale(char** arguments) {
     unsigned char* result = static_cast<unsigned char*>(malloc(to_length * to_height));
     for (unsigned i = 0; i < length * height; ++i)
         pixels[i] = static_cast<unsigned char>(i * i / 3 % 251);
-    const glib::Scale source(pixels, width, height, static_cast<int>(length), bpp, nullptr, 0);
-    printf("depth: %u\n", source.CalcDestBpp(type));
-    printf("done: %d\n", source.ScaleTo(result, to_width, to_height, static_cast<int>(to_length), type));
+    const glib::Scale source =
+        call([&] { return glib::Scale(pixels, width, height, static_cast<int>(length), bpp, nullptr, 0); });
+    printf("depth: %u\n", call([&] { return source.CalcDestBpp(type); }));
+    printf("done: %d\n",
+           call([&] { return source.ScaleTo(result, to_width, to_height, static_cast<int>(to_length), type); }));
     printf("pixels: ");
     for (unsigned i = 0; i < to_length * to_height; ++i)
         printf("%02x", result[i]);
@@ -76,8 +101,8 @@ int box(char** arguments) {
     char* stars = static_cast<char*>(calloc(static_cast<size_t>(length) + 1, 1));
     memset(stars, '*', static_cast<size_t>(length));
     HANDLE thread = CreateThread(nullptr, 0, read_box, &seen, 0, nullptr);
-    const int answer = MsgBox(owner, static_cast<unsigned>(strtoul(arguments[0], nullptr, 0)), "Bad %s, '%d' 100%%: %s",
-                              "format", -5, stars);
+    const unsigned flags = strtoul(arguments[0], nullptr, 0);
+    const int answer = call([&] { return MsgBox(owner, flags, "Bad %s, '%d' 100%%: %s", "format", -5, stars); });
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
     printf("answer: %d\nicon: %d\ntext: %s\n", answer, seen.has_icon, seen.text);
@@ -87,10 +112,16 @@ int box(char** arguments) {
 
 } // namespace
 
+// With "troubled" in front, all calls are made in the middle of the host's floating-point work.
 int main(int argc, char** argv) {
+    troubled = argc > 1 && strcmp(argv[1], "troubled") == 0;
+    if (troubled)
+        --argc, ++argv;
+    int code = 1;
     if (argc == 8 && strcmp(argv[1], "scale") == 0)
-        return scale(argv + 2);
+        code = scale(argv + 2);
     if (argc == 7 && strcmp(argv[1], "box") == 0)
-        return box(argv + 2);
-    return 1;
+        code = box(argv + 2);
+    printf("floating point: %s\n", kept ? "kept" : "changed");
+    return code;
 }

@@ -71,8 +71,8 @@ class Kobrtl(Case):
         libraries = {line.split()[1].lower() for line in self.look_at("--coff-imports").splitlines() if "Name:" in line}
         self.assertEqual(libraries, {"kernel32.dll", "msvcrt.dll", "user32.dll"})
 
-    def check_picture(self, type, bpp, width, height, to_width, to_height):
-        facts = self.facts("scale", type, bpp, width, height, to_width, to_height)
+    def check_picture(self, type, bpp, width, height, to_width, to_height, *how):
+        facts = self.facts(*how, "scale", type, bpp, width, height, to_width, to_height)
         self.assertEqual((facts["depth"], facts["done"]), (str(bpp), "1"))
         result = bytes.fromhex(facts["pixels"])
         bytes_per_pixel = bpp // 8
@@ -95,13 +95,24 @@ class Kobrtl(Case):
         self.check_picture(AREA, 8, 83, 61, 20, 13)
         self.check_picture(LINEAR, 24, 40, 30, 17, 33)
 
+    def test_is_the_same_in_the_middle_of_the_hosts_floating_point_work(self):
+        self.check_picture(AREA, 24, 83, 61, 20, 13, "troubled")
+        for type in (NEAREST, AREA, LINEAR):
+            # Its opacities are anything, also none.
+            usual, troubled = (self.facts(*how, "scale", type, 32, 300, 300, 11, 17) for how in ((), ("troubled",)))
+            self.assertEqual(troubled, {**usual, "floating point": "kept"})
+
+    def test_box_comes_in_the_middle_of_the_hosts_floating_point_work(self):
+        facts = self.facts("troubled", "box", 0x10, "kobrtl_host", 1, "-", 3000, desktop=self.desktop())
+        self.assertEqual((facts["answer"], facts["floating point"]), ("1", "kept"))
+
     def test_a_type_that_does_not_exist_scales_nothing(self):
         facts = self.facts("scale", 3, 24, 8, 8, 4, 4)
         self.assertEqual((facts["depth"], facts["done"]), ("0", "0"))
 
     def test_a_box_shows_the_formatted_text_and_the_icon_under_the_name_of_the_program(self):
         facts = self.facts("box", 0x10, "kobrtl_host", 1, "-", 0, desktop=self.desktop())
-        self.assertEqual(facts, {"answer": "1", "icon": "1", "text": "Bad format, '-5' 100%: "})
+        self.assertEqual(facts, {"answer": "1", "icon": "1", "text": "Bad format, '-5' 100%: ", "floating point": "kept"})
 
     def test_a_box_has_the_title_of_its_owner_and_gives_the_button_that_was_pressed(self):
         facts = self.facts("box", 0x4, "Torvex", 7, "Torvex", 0, desktop=self.desktop())
