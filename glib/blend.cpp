@@ -42,7 +42,7 @@ int blend_channel(BlendMode mode, int c, int u) {
     case blend_hLit:
         return hard_light(c, u);
     case blend_sLit:
-        return ((255 - 2 * u) * c / 255 * c + 2 * u * c) / 255;
+        return (c * (255 * c + 2 * u * (255 - c)) + 255 * 255 / 2) / (255 * 255);
     case blend_add:
         return smaller(255, c + u);
     case blend_sub:

@@ -62,6 +62,17 @@ TEST(BlendMode, The_ends_of_the_range_are_exact) {
     EXPECT_EQ(blended(blend_hLit, black, colour), (Pixel{0, 0, 0, 255}));
 }
 
+// It used to lose what two divisions cut off, up to more than two levels.
+TEST(BlendMode, Soft_light_is_its_formula_to_the_nearest_level) {
+    for (int c = 0; c < 256; ++c)
+        for (int u = 0; u < 256; ++u) {
+            const RGB32 upper = {static_cast<uint8_t>(u), 0, 0, 255}, lower = {static_cast<uint8_t>(c), 0, 0, 255};
+            const double below = c / 255.0, above = u / 255.0;
+            const double ideal = 255 * ((1 - 2 * above) * below * below + 2 * above * below);
+            ASSERT_NEAR(blended(blend_sLit, upper, lower)[0], ideal, 0.501) << c << " below " << u;
+        }
+}
+
 TEST(BlendMode, Brightness_and_colour_come_apart) {
     const RGB32 red = {0, 0, 255, 255}, grey = {128, 128, 128, 255};
     EXPECT_EQ(blended(blend_lum, grey, grey), (Pixel{128, 128, 128, 255}));

@@ -10,7 +10,7 @@ bool Canvas::Create(uint32_t width, uint32_t height) {
     m_width = m_height = 0;
     m_pixels.Free();
     const uint64_t bytes = static_cast<uint64_t>(width) * height * sizeof(RGB32);
-    if (!width || !height || width > GLIB_MAX_PAGE_SIDE || height > GLIB_MAX_PAGE_SIDE || bytes > GLIB_MAX_PAGE_BYTES ||
+    if (!width || !height || !is_within_contract(width, height, bytes) ||
         !m_pixels.Allocate(static_cast<size_t>(bytes)))
         return false;
     m_width = width;

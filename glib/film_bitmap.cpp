@@ -38,11 +38,11 @@ bool read_rows(HBITMAP bitmap, BitmapRows& rows) {
     rows.width = static_cast<uint32_t>(rows.info.header.biWidth);
     rows.height = static_cast<uint32_t>(rows.info.header.biHeight);
     rows.bits = rows.info.header.biBitCount;
-    const uint64_t row = row_length(rows.bits, rows.width);
-    if (!row || !rows.height || row * rows.height > GLIB_MAX_PAGE_BYTES)
+    const uint32_t length = picture_length(rows.bits, rows.width, rows.height);
+    if (!length)
         return false;
-    rows.row_bytes = static_cast<uint32_t>(row);
-    return rows.pixels.Allocate(static_cast<size_t>(row * rows.height)) &&
+    rows.row_bytes = length / rows.height;
+    return rows.pixels.Allocate(length) &&
            GetDIBits(dc.get(), bitmap, 0, rows.height, rows.pixels.data(), info, DIB_RGB_COLORS) != 0;
 }
 
@@ -56,7 +56,7 @@ void make_opaque(Raster& raster) {
 
 // The rows of 16 bits per pixel as a picture of 24.
 bool convert_from_16(const BitmapRows& rows, Raster& raster) {
-    if (!raster.Create(rows.width, rows.height, 24))
+    if (!raster.CreateUnbounded(rows.width, rows.height, 24))
         return false;
     ChannelMasks masks = masks_555;
     if (rows.info.header.biCompression == BI_BITFIELDS) {

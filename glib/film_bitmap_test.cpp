@@ -15,6 +15,13 @@ namespace {
 
 using FilmBitmap = FilmFixture;
 
+const std::vector<uint32_t> kNone, kGreys = [] {
+    std::vector<uint32_t> greys(256);
+    for (uint32_t i = 0; i < 256; ++i)
+        greys[i] = i * 0x010101;
+    return greys;
+}();
+
 TEST_F(FilmBitmap, A_bitmap_on_an_empty_document_is_page_0_whatever_the_index) {
     Section section(3, 2, 24, true);
     for (unsigned index : {0u, 5u, ~0u}) {
@@ -125,6 +132,34 @@ TEST_F(FilmBitmap, Both_row_orders_come_in_upright) {
             EXPECT_EQ(colour_at(film, 0, 1, y), 0xFF00000Au + y) << top_down;
         EXPECT_EQ(film.Page(0).LayerAt(0).raster().pixels()[3], 12) << "rows from the bottom";
     }
+}
+
+// A side beyond 65,500 pixels used to be refused.
+TEST_F(FilmBitmap, A_bitmap_of_any_side_comes_in_and_shrinks) {
+    for (const int bits : {8, 16, 24, 32})
+        for (const bool wide : {true, false}) {
+            Section section(wide ? 70000 : 2, wide ? 2 : 70000, bits, true, bits == 8 ? kGreys : kNone);
+            ASSERT_TRUE(section.handle);
+            for (int y = 0; y < (wide ? 2 : 70000); ++y)
+                memset(section.row(y), 0x63, static_cast<size_t>(wide ? 70000 : 2) * bits / 8);
+            Film film;
+            ASSERT_EQ(film.SetSlideBitmap(0, section.handle), 1u) << bits;
+            EXPECT_EQ(film.PageWidth(0), wide ? 70000u : 2u);
+            EXPECT_EQ(film.PageHeight(0), wide ? 2u : 70000u);
+            const uint32_t colour = colour_at(film, 0, 1, 1);
+            ASSERT_EQ(film.Stretch(512, 512, 1, true, 0, ~0u, false), 1u) << bits;
+            EXPECT_EQ(film.PageWidth(0), 512u);
+            EXPECT_EQ(colour_at(film, 0, 100, 300), colour) << bits;
+        }
+}
+
+TEST_F(FilmBitmap, A_picture_beyond_the_module_contract_is_not_handed_to_a_module) {
+    Section section(65501, 1, 1, true, {0x00000000, 0x00FFFFFF});
+    Film film;
+    ASSERT_EQ(film.SetSlideBitmap(0, section.handle), 1u);
+    const BaseFormatDesc options(kXbm);
+    EXPECT_EQ(film.Save(file.c_str(), &options), OMEM);
+    EXPECT_FALSE(exists(file));
 }
 
 TEST_F(FilmBitmap, Palettes_come_in_with_their_bitmaps) {

@@ -176,6 +176,9 @@ ResultCode FilmBody::export_page(Slide& page, bool keep_alpha, ImageDataExchange
         made.add(raster.get());
         shown = raster.release();
     }
+    if (!is_within_contract(shown->width(), shown->height(),
+                            picture_length(shown->bits_per_pixel(), shown->width(), shown->height())))
+        return OMEM; // modules rely on it
     image.AddView(*shown);
     IDEPage& record = *image.pages[image.pages.size() - 1];
     record.resolution_x = page.resolution_x;

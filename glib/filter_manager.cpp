@@ -33,43 +33,52 @@ void FilterManager::drop_modules() {
     for (unsigned i = m_modules.size(); i-- > 0;)
         m_loader.Free(m_modules[i]);
     m_modules.clear();
+    m_settled.clear();
     m_bound = false;
 }
 
 void FilterManager::SetUp(const char* directory, const char* modules) {
+    // The arguments may be texts of this manager, so they are taken before anything is dropped.
+    gen::basic_string<char> kept = module_directory(directory);
+    ModuleList names;
+    names.Add(modules);
     drop_modules();
-    m_names.Clear();
-    m_directory = "";
-    m_names.Add(modules);
-    m_directory = module_directory(directory);
+    m_names.Swap(names);
+    m_directory = static_cast<gen::basic_string<char>&&>(kept);
 }
 
 void FilterManager::bind_all() {
     if (m_bound)
         return;
+    bool bound = true;
     try {
-        for (unsigned i = 0; i < m_names.size(); ++i)
-            bind_module(m_names[i]);
+        m_settled.resize(m_names.size());
+        for (unsigned i = 0; i < m_names.size(); ++i) {
+            if (!m_settled[i])
+                m_settled[i] = bind_module(m_names[i]);
+            bound &= m_settled[i] != 0;
+        }
     } catch (gen::genlib_out_of_memory&) {
         drop_modules(); // to be bound when there is memory again
         throw;
     }
-    m_bound = true;
+    m_bound = bound;
 }
 
-void FilterManager::bind_module(const char* name) {
+// False if it couldn't be loaded, which may be otherwise the next time.
+bool FilterManager::bind_module(const char* name) {
     const gen::basic_string<char> path = module_path(m_directory, name);
     gen::array<EFormat> formats;
     formats.resize(max_formats);
     m_modules.grow(m_modules.size() + 1); // all memory is taken before, so that a loaded module is never lost
     void* module = m_loader.Load(path.c_str(), m_directory.empty() ? 0 : altered_search_path);
     if (!module)
-        return;
+        return false;
     const auto get_info = reinterpret_cast<GetFilterInfoEntry>(m_loader.Find(module, "GetFilterInfo"));
     if (!get_info) {
         MsgBox(nullptr, error_icon, "Bad format for '%s'", name);
         m_loader.Free(module);
-        return;
+        return true;
     }
     const unsigned count = call_get_info(get_info, formats.data(), max_formats);
     m_modules.add(module);
@@ -80,6 +89,7 @@ void FilterManager::bind_module(const char* name) {
         m_modules.remove(m_modules.size() - 1);
         m_loader.Free(module);
     }
+    return true;
 }
 
 bool FilterManager::bind_format(void* module, const char* module_name, EFormat format) {
@@ -154,8 +164,11 @@ bool FilterManager::is_off(EFormat format, char key) const {
 }
 
 ResultCode FilterManager::check(EFormat format, char option, const ExtItem** item) {
-    bind_all();
     *item = find(format);
+    if (!*item) {
+        bind_all();
+        *item = find(format);
+    }
     if (!*item)
         return UNSF;
     return is_off(format, option) ? DISF : RCOK;

@@ -35,8 +35,9 @@ struct FilterFormatDesc {
 // order of the list; for a format that several serve the first one counts. Not synchronised: set-up and first use must
 // not race, and everything that uses formats stays on one thread at a time.
 //
-// A module that can't be loaded or that reports another interface version is passed over in silence. One without
-// GetFilterInfo, or a format without its load or information entry, makes a message box appear.
+// A module that can't be loaded or that reports another interface version is passed over in silence; the former is
+// tried again when a format is needed that no other module serves. One without GetFilterInfo, or a format without its
+// load or information entry, makes a message box appear, once per set-up.
 class FilterManager {
 public:
     explicit FilterManager(ModuleLoader& loader);
@@ -45,7 +46,8 @@ public:
     ~FilterManager(); // frees the modules
 
     // Frees all modules, then takes the module list (one name per line) and the directory that modules are loaded
-    // from; null or empty: found as any library of the process. Options keep their values.
+    // from; null or empty: found as any library of the process. Options keep their values. The texts may be this
+    // manager's own. Out of memory: gen::genlib_out_of_memory, with all as it was.
     void SetUp(const char* directory, const char* modules);
 
     const gen::basic_string<char>& directory() const { return m_directory; }
@@ -87,7 +89,7 @@ private:
 
     void drop_modules();
     void bind_all();
-    void bind_module(const char* name);
+    bool bind_module(const char* name);
     bool bind_format(void* module, const char* module_name, EFormat format);
     const ExtItem* find(EFormat format);
     ResultCode check(EFormat format, char option, const ExtItem** item);
@@ -99,6 +101,7 @@ private:
     gen::array_ptr<ExtItem> m_items;
     gen::array_ptr<FilterFormatDesc> m_formats; // in the order of m_items
     gen::array<void*> m_modules;                // loaded, each once
+    gen::array<uint32_t> m_settled;             // of each name: 1 once it need not be tried again
     gen::array<uint32_t> m_switched_off;        // the option's key above the format's name
     bool m_bound = false;
 };

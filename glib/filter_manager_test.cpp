@@ -134,6 +134,45 @@ TEST_F(FilterManagerTest, A_module_that_is_not_there_is_passed_over_in_silence) 
     EXPECT_EQ(recorded_boxes().size(), 0u);
 }
 
+// One that could not be loaded when it was first needed used to be given up for the life of the process.
+TEST_F(FilterManagerTest, A_module_that_could_not_be_loaded_is_tried_again_at_the_next_need) {
+    FakeModule other;
+    other.with("GetFilterInfo", describe<0x800, kPng>).with("LoadPNGImageData", load).with("GetPNGFileInfo", info);
+    loader.modules["other.dll"] = other;
+    manager().SetUp(nullptr, "fall\nother\n");
+    EXPECT_EQ(load_as(EFormat_JPG), UNSF);
+    EXPECT_EQ(load_as(kPng), RCOK);
+    EXPECT_EQ(loader.loaded, 1);
+    loader.modules["fall.dll"] = jpeg_module();
+    loader.loads.clear();
+    EXPECT_EQ(load_as(kPng), RCOK);
+    EXPECT_TRUE(loader.loads.empty()) << "what is there is not waited for";
+    EXPECT_EQ(load_as(EFormat_JPG), RCOK);
+    EXPECT_EQ(manager().FormatCount(), 2u);
+    EXPECT_EQ(loader.loads.size(), 1u) << "once loaded, a module is not loaded again";
+}
+
+TEST_F(FilterManagerTest, A_module_that_was_refused_is_not_tried_again) {
+    loader.modules["mute.dll"].with("LoadJPGImageData", load);
+    loader.modules["old.dll"] = jpeg_module().with("GetFilterInfo", describe<0x7FF, EFormat_JPG>);
+    manager().SetUp(nullptr, "mute\nold\n");
+    EXPECT_EQ(load_as(EFormat_JPG), UNSF);
+    EXPECT_EQ(load_as(EFormat_JPG), UNSF);
+    EXPECT_EQ(loader.loads.size(), 2u);
+    EXPECT_EQ(recorded_boxes().size(), 1u);
+}
+
+// Both arguments used to be read after the manager had freed them.
+TEST_F(FilterManagerTest, A_set_up_may_name_the_managers_own_directory_and_names) {
+    loader.modules["C:\\a directory of more than a few letters\\x.flt"] = jpeg_module();
+    manager().SetUp("C:\\a directory of more than a few letters", "x.flt\n");
+    manager().SetUp(manager().directory().c_str(), manager().names()[0]);
+    EXPECT_STREQ(manager().directory().c_str(), "C:\\a directory of more than a few letters");
+    ASSERT_EQ(manager().names().size(), 1u);
+    EXPECT_STREQ(manager().names()[0], "x.flt");
+    EXPECT_EQ(load_as(EFormat_JPG), RCOK);
+}
+
 TEST_F(FilterManagerTest, A_module_without_its_discovery_entry_brings_up_a_box) {
     loader.modules["fall.dll"].with("LoadJPGImageData", load);
     EXPECT_EQ(load_as(EFormat_JPG), UNSF);

@@ -14,6 +14,15 @@ void ModuleList::Clear() noexcept {
     m_count = 0;
 }
 
+void ModuleList::Swap(ModuleList& other) noexcept {
+    char** const names = m_names;
+    const unsigned count = m_count;
+    m_names = other.m_names;
+    m_count = other.m_count;
+    other.m_names = names;
+    other.m_count = count;
+}
+
 void ModuleList::Add(const char* list) {
     if (!list)
         return;

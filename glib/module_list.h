@@ -15,6 +15,7 @@ public:
     ~ModuleList() { Clear(); }
 
     void Clear() noexcept;
+    void Swap(ModuleList& other) noexcept;
     // Adds every name of `list`: one per line, lines end at a line feed or at the end of the text, empty lines are
     // skipped. A name without any '.' gets ".dll" behind it. Null is an empty list. Out of memory:
     // gen::genlib_out_of_memory, with the names before it added.

@@ -14,10 +14,6 @@ uint32_t palette_size(uint32_t bits) {
     return bits <= 8 ? 1u << bits : 0;
 }
 
-bool is_side(uint32_t pixels) {
-    return pixels > 0 && pixels <= GLIB_MAX_PAGE_SIDE;
-}
-
 } // namespace
 
 Raster::Raster(Raster&& other) noexcept {
@@ -40,8 +36,7 @@ Raster& Raster::operator=(Raster&& other) noexcept {
 // Takes the measures and makes the palette.
 bool Raster::describe(uint32_t width, uint32_t height, uint32_t bits_per_pixel) {
     Clear();
-    if (!is_depth(bits_per_pixel) || !is_side(width) || !is_side(height) ||
-        row_length(bits_per_pixel, width) * height > GLIB_MAX_PAGE_BYTES)
+    if (!is_depth(bits_per_pixel) || !picture_length(bits_per_pixel, width, height))
         return false;
     const uint32_t colours = palette_size(bits_per_pixel);
     m_palette.resize(colours);
@@ -56,6 +51,13 @@ bool Raster::describe(uint32_t width, uint32_t height, uint32_t bits_per_pixel) 
 }
 
 bool Raster::Create(uint32_t width, uint32_t height, uint32_t bits_per_pixel) {
+    if (is_within_contract(width, height, picture_length(bits_per_pixel, width, height)))
+        return CreateUnbounded(width, height, bits_per_pixel);
+    Clear();
+    return false;
+}
+
+bool Raster::CreateUnbounded(uint32_t width, uint32_t height, uint32_t bits_per_pixel) {
     if (describe(width, height, bits_per_pixel) && m_pixels.Allocate(static_cast<size_t>(row_bytes()) * height))
         return true;
     Clear();
@@ -72,7 +74,7 @@ bool Raster::Adopt(uint32_t width, uint32_t height, uint32_t bits_per_pixel, Pix
 bool Raster::CopyFrom(const Raster& other) {
     if (this == &other)
         return true;
-    if (!Create(other.m_width, other.m_height, other.m_bits_per_pixel))
+    if (!CreateUnbounded(other.m_width, other.m_height, other.m_bits_per_pixel))
         return false;
     memcpy(pixels(), other.pixels(), static_cast<size_t>(row_bytes()) * m_height);
     m_palette = other.m_palette;

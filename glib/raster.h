@@ -14,6 +14,18 @@ constexpr uint64_t row_length(uint32_t bits_per_pixel, uint32_t width) {
     return (static_cast<uint64_t>(bits_per_pixel) * width + 31) / 8 & ~static_cast<uint64_t>(3);
 }
 
+// The bytes of a picture's pixels, 0 for more than one block of memory can have in 32 bits, or none.
+constexpr uint32_t picture_length(uint32_t bits_per_pixel, uint32_t width, uint32_t height) {
+    constexpr uint32_t most = 0x7FFFFFFF;
+    const uint64_t row = row_length(bits_per_pixel, width);
+    return row && row <= most && height <= most / static_cast<uint32_t>(row) ? static_cast<uint32_t>(row) * height : 0;
+}
+
+// Whether a picture is within the limits of the module contract.
+constexpr bool is_within_contract(uint32_t width, uint32_t height, uint64_t bytes) {
+    return width <= GLIB_MAX_PAGE_SIDE && height <= GLIB_MAX_PAGE_SIDE && bytes <= GLIB_MAX_PAGE_BYTES;
+}
+
 // Pixels lie as in IDEPage: rows from the bottom up, blue first. A raster without pixels has width and height 0.
 class Raster {
 public:
@@ -25,9 +37,11 @@ public:
     // a depth other than 1, 4, 8, 24 and 32, a side of 0, a picture beyond the limits of the module contract, or too
     // little memory.
     bool Create(uint32_t width, uint32_t height, uint32_t bits_per_pixel);
+    // The same as far as memory goes: for pictures that come from no module.
+    bool CreateUnbounded(uint32_t width, uint32_t height, uint32_t bits_per_pixel);
     // The same over memory that holds the pixels already, which it takes over on success.
     bool Adopt(uint32_t width, uint32_t height, uint32_t bits_per_pixel, PixelBuffer&& pixels);
-    // Takes pixels and palette of the other; false as in Create.
+    // Takes pixels and palette of the other; false as in CreateUnbounded.
     bool CopyFrom(const Raster& other);
     void Clear() noexcept;
 

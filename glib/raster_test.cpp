@@ -46,6 +46,21 @@ TEST(Raster, Refuses_what_the_contract_does_not_allow) {
     EXPECT_TRUE(raster.empty()) << "nothing is left of the picture before";
 }
 
+TEST(Raster, Beyond_the_contract_memory_is_the_limit) {
+    Raster raster;
+    ASSERT_TRUE(raster.CreateUnbounded(70000, 3, 24));
+    EXPECT_EQ(raster.width(), 70000u);
+    raster.row(2)[209999] = 7;
+    Raster copy;
+    ASSERT_TRUE(copy.CopyFrom(raster));
+    EXPECT_EQ(copy.row(2)[209999], 7);
+    EXPECT_FALSE(raster.CreateUnbounded(0, 3, 24));
+    EXPECT_FALSE(raster.CreateUnbounded(70000, 3, 16));
+    EXPECT_FALSE(raster.CreateUnbounded(0xFFFFFFFF, 0xFFFFFFFF, 32)) << "a length that wraps";
+    EXPECT_FALSE(raster.CreateUnbounded(0x40000000, 2, 8)) << "half of the address space";
+    EXPECT_TRUE(raster.empty());
+}
+
 TEST(Raster, Rows_run_from_the_bottom_up) {
     Raster raster;
     ASSERT_TRUE(raster.Create(1, 3, 24));

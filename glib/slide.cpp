@@ -32,7 +32,7 @@ int32_t scaled_position(int32_t position, uint32_t new_size, uint32_t old_size) 
 uint32_t scaled_size(uint32_t size, uint32_t new_size, uint32_t old_size) {
     const uint64_t scaled = static_cast<uint64_t>(size) * new_size / old_size;
     if (scaled > 0xFFFFFFFFu)
-        return 0xFFFFFFFFu; // beyond every limit, so that making it fails
+        return 0xFFFFFFFFu; // beyond every limit
     return scaled ? static_cast<uint32_t>(scaled) : 1;
 }
 
@@ -117,8 +117,19 @@ bool Slide::needs_flattening() const {
     return false;
 }
 
+// Whether every size that a stretch to this one leads to has 31 bits, as positions have: no product overflows then.
+bool Slide::fits(uint32_t width, uint32_t height) const {
+    if (width > INT32_MAX || height > INT32_MAX)
+        return false;
+    for (unsigned i = 0; i < m_layers.size(); ++i)
+        if (scaled_size(m_layers[i]->width(), width, m_width) > INT32_MAX ||
+            scaled_size(m_layers[i]->height(), height, m_height) > INT32_MAX)
+            return false;
+    return true;
+}
+
 ResultCode Slide::Stretch(uint32_t width, uint32_t height, int scale_type, bool fit_rect, bool all_layers) {
-    if (!width || !height || !m_width || !m_height)
+    if (!width || !height || !m_width || !m_height || !fits(width, height))
         return BADA;
     if (needs_flattening()) {
         // On a copy, so that a failure later on leaves the layers apart.

@@ -33,7 +33,8 @@ public:
     // 2: Makes the page exactly width x height. Every layer that scales gets its size and place times width / old width
     // by height / old height; with `all_layers` the others too. With `fit_rect`, the page's own rectangle, if set, is
     // fitted into the new size; without it the rectangle stays as it is. A page with a layer in "diss" mode above
-    // another one is flattened first: its noise would not survive resampling.
+    // another one is flattened first: its noise would not survive resampling. BADA for a size of 0, or one that makes
+    // any size 2^31 or more.
     virtual ResultCode Stretch(uint32_t width, uint32_t height, int scale_type, bool fit_rect, bool all_layers);
     // 3: Makes one pixel layer of all, of the page's size, named "Layer 1". What sticks out of the page is cut.
     virtual ResultCode Flatten();
@@ -73,6 +74,7 @@ public:
 
 private:
     bool needs_flattening() const;
+    bool fits(uint32_t width, uint32_t height) const;
 
     gen::array_ptr<Layer> m_layers;
     uint32_t m_width = 0;

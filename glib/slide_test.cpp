@@ -4,6 +4,7 @@
 
 #include "glib/canvas.h"
 #include "glib/drawing_period.h"
+#include "glib/owner.h"
 
 namespace glib {
 namespace {
@@ -173,6 +174,52 @@ TEST(Slide, A_failed_stretch_leaves_the_page_as_it_was) {
     EXPECT_EQ(page.width(), 100u);
     Slide empty;
     EXPECT_EQ(empty.Stretch(50, 50, 1, true, false), BADA);
+}
+
+// Products of sizes that don't fit used to wrap: the page's own rectangle came out anywhere.
+TEST(Slide, A_size_beyond_what_multiplies_without_overflow_is_a_bad_argument) {
+    Slide page;
+    page.SetSize(10, 10);
+    page.rect = {-2147483647 - 1, -2147483647 - 1, 2147483647, 2147483647};
+    EXPECT_EQ(page.Stretch(0xFFFFFFFF, 50, 1, true, false), BADA);
+    EXPECT_EQ(page.Stretch(50, 0x80000000, 1, true, false), BADA);
+    EXPECT_EQ(page.width(), 10u);
+    EXPECT_EQ(page.rect.right, 2147483647);
+    ASSERT_EQ(page.Stretch(0x7FFFFFFF, 0x7FFFFFFF, 1, true, false), RCOK) << "a page without layers has no pixels";
+    EXPECT_EQ(page.rect.right, 2147483647);
+    EXPECT_EQ(page.rect.top, 0);
+
+    Slide small;
+    small.AddLayer(filled(8, 8, {}));
+    small.AddLayer(filled(80, 8, {}, 1));
+    EXPECT_EQ(small.Stretch(0x70000000, 1, 0, false, false), BADA) << "the second layer is ten times as wide";
+    EXPECT_EQ(small.LayerAt(1).width(), 80u);
+}
+
+TEST(Slide, A_layer_wider_than_the_resampler_takes_shrinks_all_the_same) {
+    const uint32_t wide = 70000;
+    for (const uint32_t bits : {24u, 32u, 8u}) {
+        Raster raster;
+        ASSERT_TRUE(raster.CreateUnbounded(wide, 2, bits)) << bits;
+        for (uint32_t y = 0; y < 2; ++y)
+            for (uint32_t x = 0; x < wide; ++x)
+                memset(raster.row(y) + static_cast<size_t>(x) * bits / 8, x < wide / 2 ? 40 : 200, bits / 8);
+        Slide page;
+        page.AddLayer(new Layer(static_cast<Raster&&>(raster)));
+        Owner<Slide> copy(page.Clone());
+        ASSERT_TRUE(copy);
+        for (const int type : {0, 1, 2}) {
+            Owner<Slide> scaled(page.Clone());
+            ASSERT_EQ(scaled->Stretch(100, 2, type, false, false), RCOK) << bits << " " << type;
+            EXPECT_EQ(scaled->LayerAt(0).width(), 100u);
+            EXPECT_EQ(pixel_of(scaled->LayerAt(0), 20, 1).blue, 40) << bits << " " << type;
+            EXPECT_EQ(pixel_of(scaled->LayerAt(0), 80, 0).red, 200) << bits << " " << type;
+            EXPECT_EQ(pixel_of(scaled->LayerAt(0), 20, 0).alpha, bits == 32 ? 40 : 255);
+            if (type == 0) {
+                EXPECT_EQ(scaled->LayerAt(0).bits_per_pixel(), bits) << "the nearest keeps the depth";
+            }
+        }
+    }
 }
 
 TEST(Slide, Dissolved_layers_are_flattened_before_they_are_stretched) {

@@ -170,7 +170,8 @@ unsigned VStdioFileStream::WriteFormat(const char* format, ...) {
 }
 
 unsigned VStdioFileStream::Flush() {
-    return m_file && fflush(m_file) == 0;
+    // Nothing else waits to be written, and the runtime would throw away what it has read ahead, position and all.
+    return m_file && (m_last != Last::write || fflush(m_file) == 0);
 }
 
 unsigned VStdioFileStream::Close() {

@@ -33,7 +33,7 @@ public:
     uint32_t Write(const void* buffer, uint32_t size, uint32_t count) override;
     unsigned WriteString(const char* text) override;
     unsigned WriteFormat(const char* format, ...) override; // of any length
-    unsigned Flush() override;
+    unsigned Flush() override;                              // the position stays
     unsigned Close() override; // 1, or 0 when the last bytes could not be written or nothing was open
 
 private:

@@ -175,6 +175,25 @@ TEST_F(StdioFileStream, Reads_and_writes_may_follow_each_other) {
     EXPECT_EQ(on_disk(), "0ab3c56789");
 }
 
+// A flush used to throw away what was read ahead, and the next read began behind it.
+TEST_F(StdioFileStream, A_flush_after_a_read_leaves_the_position) {
+    fill("0123456789");
+    VStdioFileStream stream;
+    ASSERT_EQ(stream.Open(path.c_str(), "r+b"), 1u);
+    EXPECT_EQ(stream.ReadByte(), '0');
+    EXPECT_EQ(stream.Flush(), 1u);
+    EXPECT_EQ(stream.Tell(), 1u);
+    EXPECT_EQ(stream.ReadByte(), '1');
+    EXPECT_EQ(stream.Seek(1, 1), 1u);
+    EXPECT_EQ(stream.Flush(), 1u);
+    EXPECT_EQ(stream.ReadByte(), '3');
+    EXPECT_EQ(stream.WriteByte('x'), 1u);
+    EXPECT_EQ(stream.Flush(), 1u);
+    EXPECT_EQ(on_disk(), "0123x56789") << "what was written is in the file";
+    EXPECT_EQ(stream.Tell(), 5u);
+    EXPECT_EQ(stream.ReadByte(), '5');
+}
+
 TEST_F(StdioFileStream, Lines_end_after_their_line_feed_or_at_the_room) {
     fill("one\ntwo three\nend");
     VStdioFileStream stream;

@@ -1,5 +1,7 @@
 #include "companions/fall/codec.h"
 
+#include "companions/fall/unread_kind.h"
+
 #include <limits.h>
 #include <math.h>
 #include <stdlib.h>
@@ -84,17 +86,35 @@ static void* load_pic(stbi__context* s, int* x, int* y, int* comp, int req_comp,
     return stbi__pic_load(s, x, y, comp, 4, ri);
 }
 
-/* Samples of 16 bits come as the file has them, the high byte first, on a processor that has it last. */
-__attribute__((nonnull)) static void* load_pnm(stbi__context* s, int* x, int* y, int* comp, int req_comp,
-                                               stbi__result_info* ri) {
-    uint8_t* samples = (uint8_t*)stbi__pnm_load(s, x, y, comp, req_comp, ri);
-    if (samples && ri->bits_per_channel == 16) {
-        size_t count = (size_t)*x * (size_t)*y * (size_t)*comp;
-        for (size_t i = 0; i < count; ++i)
-            samples[i] = samples[2 * i];
-        ri->bits_per_channel = 8;
+/* The third number of the header, which stands for white; the library passes over it. */
+static uint32_t pnm_maximum(ByteSource* source) {
+    stbi__context* context = start(source);
+    uint32_t maximum = 0;
+    char next;
+    stbi__skip(context, 2);
+    next = (char)stbi__get8(context);
+    for (int i = 0; i < 3; ++i) {
+        stbi__pnm_skip_whitespace(context, &next);
+        maximum = (uint32_t)stbi__pnm_getinteger(context, &next);
     }
-    return samples;
+    free_memory(context);
+    if (!maximum || maximum > 65535)
+        give_up(BADI);
+    return maximum;
+}
+
+/* Brings samples to bytes of which 255 is white. Those of 16 bits come as the file has them, the high byte first, on a
+ * processor that has it last; of the full range the high byte is kept. */
+static void spread_samples(uint8_t* samples, size_t count, uint32_t maximum) {
+    int wide = maximum > 255;
+    if (maximum == 255)
+        return;
+    for (size_t i = 0; i < count; ++i) {
+        uint32_t sample = wide ? (uint32_t)samples[2 * i] << 8 | samples[2 * i + 1] : samples[i];
+        if (sample > maximum)
+            sample = maximum;
+        samples[i] = (uint8_t)(maximum == 65535 ? sample >> 8 : (sample * 255 + maximum / 2) / maximum);
+    }
 }
 
 static int test_pgm(stbi__context* s) {
@@ -118,8 +138,8 @@ static const Decoder decoders[image_format_count] = {
     [image_gif] = {stbi__gif_test, stbi__gif_info, stbi__gif_load},
     [image_psd] = {stbi__psd_test, stbi__psd_info, load_psd},
     [image_hdr] = {stbi__hdr_test, stbi__hdr_info, load_hdr},
-    [image_pgm] = {test_pgm, stbi__pnm_info, load_pnm},
-    [image_ppm] = {test_ppm, stbi__pnm_info, load_pnm},
+    [image_pgm] = {test_pgm, stbi__pnm_info, stbi__pnm_load},
+    [image_ppm] = {test_ppm, stbi__pnm_info, stbi__pnm_load},
     [image_pic] = {stbi__pic_test, stbi__pic_info, load_pic},
     [image_tga] = {stbi__tga_test, stbi__tga_info, stbi__tga_load},
 };
@@ -136,7 +156,7 @@ Picture measure_picture(ImageFormat format, ByteSource* source) {
     stbi__context* context = start(source);
     int width = 0, height = 0, channels = 0;
     if (!decoders[format].info(context, &width, &height, &channels) || width < 0 || height < 0)
-        give_up(BADI);
+        give_up(is_unread_kind(format, source) ? NSUP : BADI);
     free_memory(context);
     check_size((uint32_t)width, (uint32_t)height);
     picture.width = (uint32_t)width;
@@ -158,6 +178,11 @@ Picture decode_picture(ImageFormat format, ByteSource* source) {
     stbi__result_info about = {8, 0, 0};
     int width = 0, height = 0, channels = 0;
     uint8_t* pixels;
+    uint32_t white = 0;
+    if (is_unread_kind(format, source))
+        give_up(NSUP);
+    if (format == image_pgm || format == image_ppm)
+        white = pnm_maximum(source);
     source->pass_limit = format == image_jpg ? most_passes : 0;
     context = start(source);
     about.channel_order = STBI_ORDER_RGB;
@@ -166,7 +191,9 @@ Picture decode_picture(ImageFormat format, ByteSource* source) {
     if (!pixels || width <= 0 || height <= 0 || channels < 1 || channels > 4)
         give_up(BADI);
     free_memory(context);
-    if (about.bits_per_channel == 16)
+    if (white)
+        spread_samples(pixels, (size_t)width * (size_t)height * (size_t)channels, white);
+    else if (about.bits_per_channel == 16)
         pixels = stbi__convert_16_to_8((stbi__uint16*)pixels, width, height, channels);
     picture.width = (uint32_t)width;
     picture.height = (uint32_t)height;

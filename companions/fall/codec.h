@@ -28,14 +28,15 @@ typedef enum ImageFormat {
 /* 1 if the data begins as that format does. Targa has no mark: for it, that the header makes sense. */
 int has_format(ImageFormat format, ByteSource* source);
 
-/* Size and channels of the first picture, from its header. Pixels are not set. Gives up with BADI for a bad header, and
- * as check_size() does. */
+/* Size and channels of the first picture, from its header. Pixels are not set. Gives up with BADI for a bad header,
+ * NSUP for a good one of a kind that isn't read, and as check_size() does. */
 Picture measure_picture(ImageFormat format, ByteSource* source);
 
 /* 1 if the samples of a PGM or PPM are of 16 bits. */
 int has_wide_samples(ByteSource* source);
 
-/* The first picture, whole. Gives up with BADI if the data is damaged. */
+/* The first picture, whole. Gives up with BADI if the data is damaged, NSUP if it is good but of a kind that isn't
+ * read. */
 Picture decode_picture(ImageFormat format, ByteSource* source);
 
 /* A GIF, picture by picture. */

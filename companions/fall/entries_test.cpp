@@ -116,6 +116,74 @@ TEST(Fall, Reads_the_high_bytes_of_sixteen_bits) {
     EXPECT_EQ(pixel(image, 2, 0), 0xFFFFFFu);
 }
 
+Bytes pnm(const std::string& header, std::initializer_list<int> samples) {
+    Bytes file(header.begin(), header.end());
+    for (const int sample : samples)
+        file.push_back(static_cast<std::uint8_t>(sample));
+    return file;
+}
+
+// Samples were taken as parts of 255 or 65535 whatever the file names as white: most came out too dark.
+TEST(Fall, White_is_what_a_pgm_or_ppm_names_as_its_maximum) {
+    const struct {
+        ImageFormat format;
+        Bytes file;
+        std::uint32_t colours[3];
+    } cases[] = {
+        {image_pgm, pnm("P5 3 1 1\n", {0, 1, 1}), {0, 0xFFFFFF, 0xFFFFFF}},
+        {image_pgm, pnm("P5 # a word\n3 1 # 255\n100\n", {50, 100, 0}), {0x808080, 0xFFFFFF, 0}},
+        {image_pgm, pnm("P5 3 1 100\n", {200, 99, 1}), {0xFFFFFF, 0xFCFCFC, 0x030303}}, // beyond it is white, too
+        {image_pgm, pnm("P5 3 1 1023\n", {3, 255, 2, 0, 0, 3}), {0xFFFFFF, 0x808080, 0x010101}},
+        {image_pgm, pnm("P5 3 1 256\n", {1, 0, 0, 128, 0, 0}), {0xFFFFFF, 0x808080, 0}},
+        {image_ppm, pnm("P6 3 1 15\n", {15, 0, 3, 0, 5, 0, 1, 2, 4}), {0xFF0033, 0x005500, 0x112244}},
+        {image_ppm,
+         pnm("P6 3 1 4095\n", {15, 255, 0, 0, 8, 0, 0, 0, 0, 0, 0, 0, 1, 0, 2, 0, 4, 0}),
+         {0xFF0080, 0, 0x102040}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.file.begin(), c.file.begin() + 12));
+        Image image;
+        ASSERT_EQ(fall_test::load(c.format, c.file, image), glib::RCOK);
+        for (unsigned x = 0; x < 3; ++x)
+            EXPECT_EQ(pixel(image, x, 0), c.colours[x]) << x;
+    }
+    Image image;
+    EXPECT_EQ(fall_test::load(image_pgm, pnm("P5 3 1 0\n", {0, 0, 0}), image), glib::BADI) << "without any white";
+    EXPECT_EQ(fall_test::load(image_pgm, pnm("P5 3 1 65536\n", {0, 0, 0, 0, 0, 0}), image), glib::BADI);
+}
+
+// The user was told that a good file is damaged.
+TEST(Fall, A_good_file_of_a_kind_that_is_not_read_is_not_called_damaged) {
+    const auto refusal = [](ImageFormat format, std::initializer_list<std::pair<std::size_t, int>> places) {
+        Bytes file = fall_test::sample(format);
+        for (const auto& [at, byte] : places)
+            file.at(at) = static_cast<std::uint8_t>(byte);
+        Image image;
+        return fall_test::load(format, file, image);
+    };
+    for (const int compression : {1, 2, 4, 5, 6, 11, 12, 13})
+        EXPECT_EQ(refusal(image_bmp, {{30, compression}}), glib::NSUP) << compression;
+    EXPECT_EQ(refusal(image_bmp, {{30, 99}}), glib::BADI) << "there is no such compression";
+    EXPECT_EQ(refusal(image_bmp, {{14, 64}}), glib::BADT) << "nor is a header of OS/2 taken for one";
+    EXPECT_EQ(refusal(image_psd, {{23, 16}, {39, 1}}), glib::NSUP) << "runs of 16 bits";
+    EXPECT_EQ(refusal(image_psd, {{39, 2}}), glib::NSUP) << "deflated";
+    EXPECT_EQ(refusal(image_psd, {{39, 3}}), glib::NSUP);
+    EXPECT_EQ(refusal(image_psd, {{39, 4}}), glib::BADI);
+    for (const int mode : {0, 1, 2, 4, 7, 8, 9})
+        EXPECT_EQ(refusal(image_psd, {{25, mode}}), glib::NSUP) << mode;
+    EXPECT_EQ(refusal(image_psd, {{25, 5}}), glib::BADI);
+    EXPECT_EQ(refusal(image_psd, {{23, 32}}), glib::NSUP);
+    EXPECT_EQ(refusal(image_psd, {{23, 1}, {25, 0}}), glib::NSUP);
+    EXPECT_EQ(refusal(image_psd, {{23, 7}}), glib::BADI);
+    EXPECT_EQ(refusal(image_psd, {{5, 2}}), glib::NSUP) << "a large document";
+    EXPECT_EQ(refusal(image_psd, {{5, 3}}), glib::BADI);
+
+    glib::ImageFileInfo info;
+    Bytes runs = fall_test::sample(image_bmp);
+    runs[30] = 1;
+    EXPECT_EQ(fall_test::info(image_bmp, runs, info), glib::NSUP);
+}
+
 // A PSD holds colours mixed with white; one darker than its alpha allows once became a bright one.
 TEST(Fall, Takes_a_colour_below_the_white_matte_of_a_psd_for_black) {
     Bytes file = fall_test::sample(image_psd);

@@ -89,6 +89,24 @@ class Fall(Case):
             self.assertLessEqual(error_between(f"{source}[0]", shown), limit, name)
             shutil.move(shown, self.folder / f"from_{name}.png")
 
+    def test_white_is_what_a_portable_map_names_as_its_maximum(self):
+        for white in (1, 15, 100, 1023, 4095):
+            source = self.folder / f"white_{white}.pgm"
+            samples = [0, 1, white // 2, white]
+            size = 2 if white > 255 else 1
+            source.write_bytes(b"P5 4 1 %d\n" % white + b"".join(s.to_bytes(size, "big") for s in samples))
+            self.assertLessEqual(error_between(source, self.convert(source, "PGM", "PNG")), 1, white)
+
+    def test_a_good_bitmap_of_run_lengths_is_not_called_damaged(self):
+        source = self.folder / "runs.bmp"
+        subprocess.run(["convert", self.picture, "-colors", "16", "-type", "Palette", "-compress", "RLE", f"BMP3:{source}"],
+                       check=True)
+        self.assertEqual(source.read_bytes()[30], 1, "the picture is packed")
+        wine = self.wine()
+        result = wine.run(self.product("fall_host.exe"), wine.prefix.to_windows(source), "BMP",
+                          wine.prefix.to_windows(self.folder / "none.png"), "PNG", 75, 24)
+        self.assertIn("load: NSUP", result.text)
+
 
 if __name__ == "__main__":
     main()
