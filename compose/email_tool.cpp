@@ -28,6 +28,39 @@ private:
     unsigned m_size = 0;
 };
 
+// Makes an empty file of that name; false if there is one already. What else may be in the way is left to the writing.
+bool reserve(const char* path) {
+    HANDLE const file = CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return GetLastError() != ERROR_FILE_EXISTS;
+    CloseHandle(file);
+    return true;
+}
+
+// Puts the path of a new message in the folder into the MAX_PATH bytes of path; false if there can be none.
+bool name_message(const char* folder, char* path) {
+    const UINT number = GetTempFileNameA(folder, "email", 0, path);
+    if (!number)
+        return false;
+    // Only the name is wanted. Whatever the deletion throws must not keep the message from the user.
+    try {
+        DeleteFileA(path);
+    } catch (...) {
+    }
+    // Another message may have the name: of a program that fails at the same moment, or an old one whose number has
+    // come round. Other numbers follow no order, and differ between processes, so that one that is free is soon found.
+    unsigned state = GetCurrentProcessId() << 16 | number;
+    for (int others_left = 10;; --others_left) {
+        // The name ends in three letters behind a dot; changed in place, because memory may be short by now.
+        memcpy(strrchr(path, '.'), ".eml", 4);
+        if (reserve(path) || others_left == 0)
+            return true;
+        state = state * 1664525 + 1013904223;
+        if (!GetTempFileNameA(folder, "email", state % 0xFFFF + 1, path))
+            return false;
+    }
+}
+
 } // namespace
 
 CEmailTool::CEmailTool() = default;
@@ -67,19 +100,12 @@ CString CEmailTool::EncodeFile(const char* path) const {
 void CEmailTool::OpenInMailer() const {
     char folder[1024] = {};
     const DWORD length = win::temporary_folder(folder, sizeof(folder));
-    char unique[MAX_PATH] = {};
     const DWORD name_room = 14; // GetTempFileNameA needs as much of a path's length for the name
-    if (length == 0 || length > MAX_PATH - name_room || !GetTempFileNameA(folder, "email", 0, unique))
+    char path[MAX_PATH] = {};
+    if (length == 0 || length > MAX_PATH - name_room || !name_message(folder, path))
         return;
-    // Only the name is wanted. Whatever the deletion throws must not keep the message from the user.
-    try {
-        DeleteFileA(unique);
-    } catch (...) {
-    }
-    // The name ends in three letters behind a dot; changed in place, because memory may be short by now.
-    memcpy(strrchr(unique, '.'), ".eml", 4);
-    WriteToFile(unique);
-    ShellExecuteA(nullptr, "open", unique, nullptr, nullptr, SW_SHOW);
+    WriteToFile(path);
+    ShellExecuteA(nullptr, "open", path, nullptr, nullptr, SW_SHOW);
 }
 
 void CEmailTool::WriteToFile(const char* name) const {
@@ -90,5 +116,6 @@ void CEmailTool::WriteToFile(const char* name) const {
         file.Write(m_message.c_str(), m_message.length());
     } catch (CFileException* error) {
         error->Delete();
+    } catch (gen::genlib_out_of_memory&) { // there was none for the other exception
     }
 }

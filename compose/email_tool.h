@@ -26,11 +26,12 @@ public:
     CString EncodeFile(const char* path) const;
 
     // Writes the message to a new file in the temporary directory and has the shell open it. The file stays. Without a
-    // temporary directory that can be written to nothing happens.
+    // temporary directory that can be written to nothing happens. Where eleven names in turn are those of files, the
+    // last of these is overwritten.
     void OpenInMailer() const;
 
     // Writes the message to a file, whose former contents are lost. If it can't be opened nothing is written; if the
-    // disk gets full, what fits.
+    // disk gets full, what fits; with no memory left, too.
     void WriteToFile(const char* name) const;
 
     const CStdString& GetText() const { return m_message; }

@@ -1,13 +1,19 @@
 // A host that drives the e-mail report through the class: no fault, no dialog.
 //
-// usage: report_host [--twice] [--exception ADDRESS] CONTEXT PRODUCT SUBJECT RECIPIENT [ATTACHMENT...]; "-" for a null
-// text. --twice makes two messages of the one report; --exception makes the report of what is said to lie there.
+// usage: report_host [OPTION]... CONTEXT PRODUCT SUBJECT RECIPIENT [ATTACHMENT...]; "-" for a null text
+//
+// --messages COUNT     makes so many of the one report
+// --exception ADDRESS  makes the report of what is said to lie there
+// --await FILE         begins when there is such a file
+// --stopped-clock      gives the library the same number for each new temporary file, as if no time went by
+// --full-disk          refuses to write the message, and all memory from then on
 #include <windows.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include "include/wendax.h"
+#include "tests/hosts/import_slot.h"
 
 namespace {
 
@@ -25,18 +31,65 @@ const char* text(const char* argument) {
     return strcmp(argument, "-") == 0 ? nullptr : argument;
 }
 
+void wait_for_file(const char* path) {
+    while (GetFileAttributesA(path) == INVALID_FILE_ATTRIBUTES)
+        Sleep(1);
+}
+
+decltype(GetTempFileNameA)* name_temporary_file;
+
+UINT WINAPI name_by_stopped_clock(const char* folder, const char* prefix, UINT number, char* path) {
+    return name_temporary_file(folder, prefix, number ? number : 0x1234, path);
+}
+
+bool stop_clock() {
+    name_temporary_file =
+        replace_import(GetModuleHandleA("Wendax.dll"), "kernel32.dll", "GetTempFileNameA", name_by_stopped_clock);
+    return name_temporary_file;
+}
+
+decltype(HeapAlloc)* allocate;
+bool memory_is_left = true;
+
+void* WINAPI allocate_until_refused(HANDLE heap, DWORD flags, SIZE_T size) {
+    return memory_is_left ? allocate(heap, flags, size) : nullptr;
+}
+
+BOOL WINAPI refuse_writing(HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
+    memory_is_left = false;
+    *written = 0;
+    SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+}
+
+bool fill_disk() {
+    HMODULE const library = GetModuleHandleA("Wendax.dll");
+    allocate = replace_import(library, "kernel32.dll", "HeapAlloc", allocate_until_refused);
+    return allocate && replace_import(library, "kernel32.dll", "WriteFile", refuse_writing);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     int messages = 1;
     CSeException* exception = nullptr;
+    const char* start_signal = nullptr;
     for (; argc > 1 && strncmp(argv[1], "--", 2) == 0; --argc, ++argv) {
-        if (strcmp(argv[1], "--twice") == 0) {
-            messages = 2;
-        } else if (argc > 2) {
-            exception = reinterpret_cast<CSeException*>(strtoul(argv[2], nullptr, 0));
-            --argc, ++argv;
+        const bool clock = strcmp(argv[1], "--stopped-clock") == 0;
+        if (clock || strcmp(argv[1], "--full-disk") == 0) {
+            if (!(clock ? stop_clock() : fill_disk()))
+                return 2;
+            continue;
         }
+        if (argc < 3)
+            return 2;
+        if (strcmp(argv[1], "--messages") == 0)
+            messages = atoi(argv[2]);
+        else if (strcmp(argv[1], "--await") == 0)
+            start_signal = argv[2];
+        else
+            exception = reinterpret_cast<CSeException*>(strtoul(argv[2], nullptr, 0));
+        --argc, ++argv;
     }
     if (argc < 5)
         return 2;
@@ -45,6 +98,8 @@ int main(int argc, char** argv) {
     CCrashReport* const report = new HostReport(exception);
     for (int i = 5; i < argc; ++i)
         report->AddAttachment(argv[i]);
+    if (start_signal)
+        wait_for_file(start_signal);
     for (int i = 0; i < messages; ++i)
         report->GenerateEmail(atoi(argv[1]), text(argv[2]), text(argv[3]), text(argv[4]));
     delete report;

@@ -116,12 +116,45 @@ class Class(runner.Case):
         host = Host(self, "report_host.exe")
         path = host.folder / "notes.txt"
         path.write_bytes(b"what I did")
-        host.run("--twice", "0", "-", "-", "-", host.prefix.to_windows(path))
+        host.run("--messages", "2", "0", "-", "-", "-", host.prefix.to_windows(path))
         first, second = host.wait_messages(2)
         self.assertNotEqual(first.path, second.path)
         for message in (first, second):
             self.assertEqual(message.attachments, [("notes.txt", b"what I did")])
             self.assertEqual(message.raw.count(b"Subject: "), 1)
+
+    def test_programs_that_fail_at_the_same_moment_leave_a_message_each(self):
+        host = Host(self, "report_host.exe")
+        start_signal = host.folder / "now"
+        programs = [f"Program {number}" for number in range(12)]
+        options = ["--stopped-clock", "--await", host.prefix.to_windows(start_signal)]
+        started = [host.start(*options, "0", program, "-", "-") for program in programs]
+        start_signal.touch()
+        for process in started:
+            process.wait_family()
+        messages = host.wait_messages(len(programs))
+        self.assertEqual(sorted(message.subject for message in messages),
+                         sorted(f"{program} Error Report [Main]" for program in programs))
+        self.assertEqual(list(host.temp.glob("ema*.tmp")), [])
+
+    def test_message_whose_number_comes_round_again_leaves_the_old_ones(self):
+        host = Host(self, "report_host.exe")
+        old = [host.temp / f"ema{number:x}.eml" for number in range(1, 0x10000, 4)]
+        for path in old:
+            path.write_text(path.name)
+        host.run("--messages", "20", "0", "New", "-", "-")
+        messages = host.wait_messages(20)
+        self.assertEqual({message.subject for message in messages}, {"New Error Report [Main]"})
+        self.assertEqual(len({message.path for message in messages} - set(old)), 20)
+        self.assertEqual([path for path in old if path.read_text("latin-1") != path.name], [])
+
+    def test_message_that_finds_neither_disk_nor_memory_is_opened_with_what_was_written(self):
+        host = Host(self, "report_host.exe")
+        done = host.run("--full-disk", "0", "-", "-", "-")
+        self.assertIn("end", done.text)
+        message, = host.messages_in_temp()
+        self.assertEqual(message.read_bytes(), b"")
+        self.assertEqual([(show, host.prefix.to_unix(path)) for show, path in host.opened()], [(5, message)])
 
     def test_exception_that_cannot_be_read_has_no_details(self):
         for address in ("1", "0xFFFFFFF0"):
