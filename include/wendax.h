@@ -142,7 +142,11 @@ public:
      * @param context    0 main, 1 progress, 2 info window, 3 info run, 4 user, 5 image list, 6 watch, any other unknown
      * @param product    the program's name, in context 0 and in every context's remark about the screenshot
      * @param subject    what follows the name in the subject, in context 0
-     * @param recipient  an e-mail address */
+     * @param recipient  put between quotes, where only some mail programs take a bare mailbox for an address. All that
+     *                   were tried take one that ends quotes and line itself:
+     * @code
+     * "Crash Desk\" <crashes@example.com>\r\nX-Report-To: \""
+     * @endcode */
     virtual void GenerateEmail(int context, const char* product, const char* subject, const char* recipient);
 
     virtual ~CCrashReport();

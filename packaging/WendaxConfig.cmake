@@ -3,9 +3,10 @@
 #   Wendax::Wendax        the library; a C++ host is compiled with /EHa
 #   Wendax::faultkit      for hosts that call faultkit.dll themselves, to write a minidump
 #   Wendax::glib_headers  for format modules, which link with nothing
-#   wendax_copy_runtime(HOST [PDBS] [SUPPORT_ADDRESS mailbox] [UPLOAD_SERVER host])
-#                         puts the DLLs beside the host whenever it is built, on request their PDBs too. A mailbox or a host
-#                         name is written into the copy of Wendax.dll as the place where reports go; that takes Python.
+#   wendax_copy_runtime(HOST [PDBS] [SUPPORT_ADDRESS address] [UPLOAD_SERVER host])
+#                         puts the DLLs beside the host whenever it is built, on request their PDBs too. An address such as
+#                         "Crash Desk <crashes@example.com>" or a host name is written into the copy of Wendax.dll as the
+#                         place where reports go; that takes Python.
 #   Wendax_RUNTIME_FILES  the DLLs as they come, for install(FILES)
 set(Wendax_NOT_FOUND_MESSAGE)
 if(NOT WIN32)
