@@ -8,6 +8,13 @@ case $tools_dir in
     *) tools_dir=$PWD/$tools_dir ;;
 esac
 
+# show_help ARGS...: where the first is --help, prints the comment on top of the calling script, and ends it.
+show_help() {
+    case ${1:-} in
+        -h | --help) sed -n '2,/^[^#]/{/^#/!d;s/^# \{0,1\}//p}' "$0"; exit 0 ;;
+    esac
+}
+
 # say TEXT...: one line of progress.
 say() {
     printf 'setup: %s\n' "$*"

@@ -1,9 +1,6 @@
 # The part of scripts/setup that gets a 32-bit Wine and makes the project's prefix. Sourced by it.
 . "$repo_dir/scripts/lib/wine-env.sh"
 
-wine_prefix=$repo_dir/build/wineprefix
-wine_choice=$repo_dir/build/wine.conf
-
 # take_lock FILE: waits until no other set-up holds FILE. Descriptor 9 is closed for whatever keeps running later.
 take_lock() {
     mkdir -p "${1%/*}" || die "can't make the directory ${1%/*}"
@@ -11,19 +8,24 @@ take_lock() {
     flock -w 1800 9 || die "another scripts/setup has held $1 for half an hour: end it, then try again"
 }
 
-# ensure_wine: after it, scripts/wine works.
+# ensure_wine [newer]: after it, scripts/wine works, with that Wine where WENDAX_WINE names it.
 ensure_wine() {
-    if [ -f "$wine_prefix/system.reg" ] && wine_load_choice "$repo_dir"; then
+    local WENDAX_WINE=${1:-} root=$tools_dir/wine32 release=
+    wine_places "$repo_dir"
+    remove_left_prefixes
+    if [ -f "$wine_prefix/system.reg" ] && wine_load_choice; then
         return
     fi
-    if try_users_wine; then
-        wine_load_choice "$repo_dir"
+    if [ -n "$WENDAX_WINE" ]; then
+        root=$root-$WENDAX_WINE release=trixie
+    elif try_users_wine; then
+        wine_load_choice
         return
     fi
-    ensure_wine_root
+    ensure_wine_root "$root" "$release"
     say "making the Wine prefix $wine_prefix"
-    make_prefix root "$tools_dir/wine32" || die "the Wine prefix could not be made; the log is build/logs/wineboot.log"
-    wine_load_choice "$repo_dir"
+    make_prefix root "$root" || die "the Wine prefix could not be made; the log is build/logs/${wine_prefix##*/}.log"
+    wine_load_choice
 }
 
 # try_users_wine: takes the machine's own wine if a prefix made by it runs a 32-bit program.
@@ -39,20 +41,18 @@ try_users_wine() {
     return 1
 }
 
-# ensure_wine_root: unpacks Debian's 32-bit Wine into the tools directory, beside the system instead of into it: apt
-# needs the i386 and amd64 package indexes in step to install it, and they often are not.
-ensure_wine_root() {
-    local root=$tools_dir/wine32
-    (
-        take_lock "$tools_dir/wine32.lock"
-        remove_left_behind "$root"
-        if [ -x "$root/usr/lib/wine/wine" ]; then
-            exit 0
-        fi
-        [ ! -e "$root" ] || die "$root is there, but holds no Wine: remove it, then try again"
-        unpack_wine "$root"
-    )
-}
+# ensure_wine_root DIR [RELEASE]: unpacks the 32-bit Wine of that Debian release (this machine's own if none is named) into
+# DIR, beside the system instead of into it: apt needs the i386 and amd64 package indexes in step to install it, and they
+# often are not.
+ensure_wine_root() (
+    take_lock "$1.lock"
+    remove_left_behind "$1"
+    if [ -x "$1/usr/lib/wine/wine" ]; then
+        exit 0
+    fi
+    [ ! -e "$1" ] || die "$1 is there, but holds no Wine: remove it, then try again"
+    unpack_wine "$@"
+)
 
 # remove_left_behind DIR: removes what a killed unpack_wine left. May belong to root.
 remove_left_behind() {
@@ -62,76 +62,117 @@ remove_left_behind() {
     done
 }
 
-# unpack_wine DIR: makes DIR in one step, from a directory that is complete.
+# unpack_wine DIR [RELEASE]: makes DIR in one step, from a directory that is complete.
 unpack_wine() {
-    local release mirror new options=() line
+    local release mirror new
     if [ -z "$(debian_mirror)" ]; then
         run_logged "$repo_dir/build/logs/apt-update.log" apt_get update ||
             die "apt-get could not fetch its package lists; its words are above"
     fi
     read -r release mirror < <(debian_mirror) ||
         die "this machine's apt knows no archive of Debian's own release, so there is nowhere to take Wine from"
-    # The machine's way through a proxy and its stand on old indexes hold for this apt as well.
-    while read -r line; do
-        options+=("--aptopt=$line")
-    done < <(apt-config dump |
-        grep -E '^Acquire::((https?|ftp)::Proxy|Check-|ForceIPv).* "[^"]+";$' || true)
     new=$1.new.$$
     trap 'as_root rm -rf "$new"' EXIT
     trap 'exit 130' INT TERM HUP
     say "fetching 32-bit Wine into $1"
-    run_logged "$repo_dir/build/logs/mmdebstrap.log" as_root env TMPDIR="$tools_dir" mmdebstrap --mode=root \
-        --variant=extract --arch=i386 --include=wine,wine32 --aptopt='Acquire::Retries "3"' "${options[@]}" \
-        "$release" "$new" "deb $mirror $release main" ||
-        die "32-bit Wine could not be fetched; mmdebstrap's words are above"
+    fetch_wine "$new" "${2:-$release}" "$mirror" || die "32-bit Wine could not be fetched; mmdebstrap's words are above"
     as_root chown -R "$(id -u):$(id -g)" "$new"
     chmod 755 "$new"
-    mend_wine_root "$new"
+    mend_wine_root "$new" "$1"
     mv -T "$new" "$1"
     trap - EXIT
 }
 
-# mend_wine_root DIR: what the packages leave to their installation, or expect at a fixed place.
+# fetch_wine DIR RELEASE MIRROR: by this machine's way through a proxy. The archive's signature is always checked, and so are
+# its dates, but for a machine whose own apt is told not to look at them and whose clock or mirror doesn't let them pass.
+fetch_wine() {
+    local log=$repo_dir/build/logs/mmdebstrap.log
+    run_logged "$log" unpack_packages "$@" '(https?|ftp)::Proxy|ForceIPv' && return
+    grep -qE 'is not valid yet|is expired' "$log" || return 1
+    apt-config dump | grep -qE '^Acquire::Check-[^ ]* "(false|no|0)";$' || return 1
+    say "this machine's apt takes archives whatever their dates, so this once more without them"
+    as_root rm -rf "$1"
+    run_logged "$log" unpack_packages "$@" '(https?|ftp)::Proxy|ForceIPv|Check-'
+}
+
+# unpack_packages DIR RELEASE MIRROR SETTINGS: with those of apt's settings Acquire::... that match the expression.
+unpack_packages() {
+    local options=() line
+    while read -r line; do
+        options+=("--aptopt=$line")
+    done < <(apt-config dump | grep -E "^Acquire::($4).* \"[^\"]+\";\$" || true)
+    as_root env TMPDIR="$tools_dir" mmdebstrap --mode=root --variant=extract --arch=i386 --include=wine,wine32 \
+        --aptopt='Acquire::Retries "3"' "${options[@]}" "$2" "$1" "deb $3 $2 main"
+}
+
+# mend_wine_root DIR PLACE: what the packages leave to their installation, or expect at a fixed place. DIR will be PLACE.
 mend_wine_root() {
+    local loader
     # The packaged wineserver is a script with a fixed path in it.
     ln -sfn wineserver32 "$1/usr/lib/wine/wineserver"
+    # Wine 10's server looks for its tables in a folder of that name below its data.
+    [ -e "$1/usr/share/wine/wine" ] || ln -s . "$1/usr/share/wine/wine"
     # Half a gigabyte of debug sections, which would be copied into every prefix. The symbols for stack traces stay.
     find "$1/usr/lib/i386-linux-gnu/wine/i386-windows" -type f -print0 |
         xargs -0 -n 64 -P "$(nproc)" llvm-strip-19 --strip-debug ||
         die "llvm-strip-19 could not take the debug sections out of Wine's libraries"
-    # The loader /lib/ld-linux.so.2 comes from libc6-i386, and only the C library of the same build goes with it: hide
-    # this one's, so that the loader finds its own.
-    local hidden=$1/usr/share/unused-libc file
-    mkdir -p "$hidden"
-    for file in "$1"/lib/i386-linux-gnu/lib{c,m,dl,pthread,rt,resolv,util,nsl,anl,BrokenLocale,thread_db}.so.* \
-        "$1"/lib/i386-linux-gnu/libnss_{compat,dns,files,hesiod}.so.2 "$1"/lib/i386-linux-gnu/ld-linux.so.2; do
-        [ ! -e "$file" ] || mv "$file" "$hidden/"
-    done
+    # With the C library that came along, which may be newer than this machine's, only its own loader goes.
+    loader=$(cd "$1" && find usr/lib/i386-linux-gnu lib/i386-linux-gnu -name ld-linux.so.2 2>/dev/null | head -n 1)
+    [ -n "$loader" ] || die "the packages of 32-bit Wine brought no loader"
+    patchelf --set-interpreter "$2/$loader" "$1/usr/lib/wine/wine" "$1/usr/lib/wine/wineserver32" ||
+        die "patchelf could not name the loader in Wine's programs"
 }
 
-# make_prefix KIND PLACE: makes the project's prefix with that Wine (as in build/wine.conf), and records the choice.
+# make_prefix KIND PLACE: makes the project's prefix with that Wine (as in $wine_choice), and records the choice. It grows
+# under a name of this run's own: what a killed run has left running goes on writing under the old one.
 # Returns 1, leaving nothing behind, if that Wine can't run 32-bit programs.
 make_prefix() (
-    local new=$wine_prefix.new xvfb=
+    local log=$repo_dir/build/logs/${wine_prefix##*/}.log new= xvfb=
+    new=$(mktemp -d "$wine_prefix.new.XXXXXX") && chmod 755 "$new" || exit 1
     "wine_use_$1" "$2"
     wine_defaults
     export WINEARCH=win32 WINEPREFIX=$new
     trap drop_prefix EXIT
     trap 'exit 130' INT TERM HUP
     mkdir -p "$repo_dir/build/logs"
-    rm -rf "$new"
     mkdir -p "$new/drive_c/windows/system32" || exit 1
     if [ "$1" = root ]; then
         # Wine's own libraries import it, and look for it at a place under /usr of this machine.
         cp "$2/usr/i686-w64-mingw32/lib/zlib1.dll" "$new/drive_c/windows/system32/" || exit 1
     fi
     start_xvfb || exit 1
-    : >"$repo_dir/build/logs/wineboot.log"
-    first_start >>"$repo_dir/build/logs/wineboot.log" 2>&1 </dev/null 9>&- || exit 1
+    first_start >"$log" 2>&1 </dev/null 9>&- || exit 1
     rm -rf "$wine_prefix"
     mv -T "$new" "$wine_prefix" || exit 1
     printf '%s %s\n' "$1" "$2" >"$wine_choice.new" && mv "$wine_choice.new" "$wine_choice" || exit 1
 )
+
+# remove_left_prefixes: ends what a killed make_prefix has left running, and removes what it has left behind.
+remove_left_prefixes() {
+    local left tries
+    for left in "$wine_prefix".new*; do
+        [ -d "$left" ] || continue
+        for ((tries = 0; tries < 100; tries++)); do
+            kill_programs_of "$left" || break
+            sleep 0.1
+        done
+        rm -rf "$left"
+    done
+}
+
+# kill_programs_of PREFIX: kills what was started with that prefix, Wine's server and the X server too. Returns 1 if there
+# was nothing.
+kill_programs_of() {
+    local environ pid found=1
+    for environ in /proc/[0-9]*/environ; do
+        if grep -qszxF "WINEPREFIX=$1" "$environ"; then
+            pid=${environ#/proc/}
+            kill -KILL "${pid%/environ}" 2>/dev/null || true
+            found=0
+        fi
+    done
+    return "$found"
+}
 
 # drop_prefix: ends what make_prefix started. Runs on every way out of it.
 drop_prefix() {

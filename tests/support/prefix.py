@@ -76,8 +76,9 @@ class Prefix:
 
 
 def project_prefix():
-    """The prefix that scripts/setup made. Tests that run at the same time share it."""
-    return Prefix(REPO / "build" / "wineprefix")
+    """The prefix that scripts/setup made, for the Wine that WENDAX_WINE names. Tests that run at the same time share it."""
+    wine = os.environ.get("WENDAX_WINE")
+    return Prefix(REPO / "build" / ("wineprefix-" + wine if wine else "wineprefix"))
 
 
 @contextlib.contextmanager
