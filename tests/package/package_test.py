@@ -129,15 +129,14 @@ class Package(PackageCase):
                 run("cmake", "-S", project, "-B", self.artifacts / reason, f"-DCMAKE_PREFIX_PATH={unpacked()}", *settings)
 
     def test_reports_go_where_the_host_says(self):
-        for number, (address, written) in enumerate((
-                ("a@b.example", b"a@b.example\0"),
-                ('"Crash Desk <a@b.example>"', b'Crash Desk" <a@b.example>\r\nX-Report-To: "\0'))):
+        project = self.artifacts / "project"
+        shutil.copytree(unpacked() / "examples" / "smallest", project)
+        listing = project / "CMakeLists.txt"
+        without = listing.read_text()
+        for address, written in (("a@b.example", b"a@b.example\0"),
+                                 ('"Crash Desk <a@b.example>"', b'Crash Desk" <a@b.example>\r\nX-Report-To: "\0')):
             with self.subTest(address):
-                project = self.artifacts / f"project {number}"
-                shutil.copytree(unpacked() / "examples" / "smallest", project)
-                listing = project / "CMakeLists.txt"
-                listing.write_text(listing.read_text().replace("runtime(smallest)",
-                                                               f"runtime(smallest SUPPORT_ADDRESS {address})"))
+                listing.write_text(without.replace("runtime(smallest)", f"runtime(smallest SUPPORT_ADDRESS {address})"))
                 self.assertIn(written, (self.build(project) / "Wendax.dll").read_bytes())
 
     def test_misspelt_request_for_the_runtime_is_refused(self):
