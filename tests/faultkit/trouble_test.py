@@ -65,6 +65,16 @@ class WithFaultingDebugLibrary(BadLibraryCase):
         wanted = addresses(self.describe_one("mixed"))
         self.assertEqual(addresses(self.describe_with("nothing")), wanted)
 
+    # As newer Wines walk beside a PDB: without what the PDB says about functions that keep no frame pointer.
+    def test_functions_that_the_librarys_walk_passes_over_are_there(self):
+        for fault in ("mixed", "shallow", "guest"):
+            with self.subTest(fault):
+                wanted = addresses(self.describe_one(fault, pdbs=False))
+                self.assertGreater(len(wanted), 6)
+                got = self.describe_one(fault, wine=self.wine_with_bad_library(),
+                                        env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": "frame-pointers"})
+                self.assertEqual(addresses(got), wanted)
+
 
 class UseOfTheDebugLibrary(BadLibraryCase):
     """Reading symbols is what a description takes its time for."""
