@@ -11,10 +11,10 @@
 //     least: no return address can lie in there.
 //
 // A step takes the first of these that applies: the instruction is at a function's edge, where the frame is not yet or
-// no longer there; the stack is just what a function would have made of it that may begin behind the one that was found;
-// the function is framed and the chain is sound; a slot of the stack holds a return address whose call entered this
-// function; one whose call is through a pointer, from which further such steps lead to the chain or to a call that is
-// certain; the function that owns the next link of the chain; the chain; a guess.
+// no longer there; the stack is just what a function would have made of it that may begin behind the one that was
+// found; the function is framed and the chain is sound; a slot of the stack holds a return address whose call entered
+// this function; one whose call is through a pointer, from which further such steps lead to the chain or to a call that
+// is certain; the function that owns the next link of the chain; the chain; a guess.
 #include "companions/faultkit/frame_walker.h"
 
 namespace faultkit {
