@@ -1,5 +1,5 @@
 // A debugging library that knows nothing, and faults in the function that BAD_DBGHELP_FAULTS_IN names. Where that is
-// "frame-pointers", it walks by them alone. It tells the standard error of each session that is opened and each module
+// "frame-pointers", it walks by them alone; with "throw " before the name it throws a C++ exception there. It tells the standard error of each session that is opened and each module
 // that is loaded.
 #include <windows.h>
 #include <dbghelp.h>
@@ -15,9 +15,17 @@ bool is_wanted(const char* fault) {
     return GetEnvironmentVariableA("BAD_DBGHELP_FAULTS_IN", wanted, sizeof wanted) && strcmp(wanted, fault) == 0;
 }
 
+struct DebugLibraryError {
+    int code;
+};
+
 void maybe_fault(const char* function) {
     if (is_wanted(function))
         *reinterpret_cast<volatile int*>(zero) = 1;
+    char thrown[64];
+    sprintf(thrown, "throw %s", function);
+    if (is_wanted(thrown))
+        throw DebugLibraryError{1};
 }
 
 // The first answer is the frame itself, the next one its caller.
@@ -94,6 +102,12 @@ PVOID WINAPI bad_SymFunctionTableAccess64(HANDLE, DWORD64) {
 
 DWORD64 WINAPI bad_SymGetModuleBase64(HANDLE, DWORD64) {
     return 0;
+}
+
+BOOL WINAPI bad_MiniDumpWriteDump(HANDLE, DWORD, HANDLE, MINIDUMP_TYPE, PMINIDUMP_EXCEPTION_INFORMATION,
+                                  PMINIDUMP_USER_STREAM_INFORMATION, PMINIDUMP_CALLBACK_INFORMATION) {
+    maybe_fault("MiniDumpWriteDump");
+    return FALSE;
 }
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {

@@ -127,6 +127,8 @@ int main(int argc, char** argv) {
         say(FindWindowA(nullptr, "Software Error Report") ? "dialog left behind" : "next handler");
     }
     end_conditions();
+    if (screen_contexts_held())
+        say("device context held");
     say("end");
     return 0;
 }
