@@ -11,7 +11,6 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "base/genlib_error.h"
 #include "include/wendax.h"
 #include "tests/faults/conditions.h"
 #include "tests/hosts/faults.h"
