@@ -14,8 +14,10 @@ function(wendax_gtest_program name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} wendax_flags gtest)
-  add_test(NAME mingw.${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine $<TARGET_FILE:${name}>)
-  set_tests_properties(mingw.${name} PROPERTIES LABELS mingw TIMEOUT 600
-    # A crashed program may end with code 0 under Wine.
-    FAIL_REGULAR_EXPRESSION "Unhandled (page fault|exception)")
+  wendax_wine_test(mingw ${name} ${PROJECT_SOURCE_DIR}/scripts/wine $<TARGET_FILE:${name}>)
+  wendax_test_property(${name} TIMEOUT 600)
+  # A crashed program may end with code 0 under Wine.
+  wendax_test_property(${name} FAIL_REGULAR_EXPRESSION "Unhandled (page fault|exception)")
+  # One at a time in the prefix that they share.
+  wendax_test_property(${name} RESOURCE_LOCK project_prefix)
 endfunction()

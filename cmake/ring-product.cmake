@@ -150,11 +150,23 @@ function(wendax_host name)
   endif()
 endfunction()
 
-# wendax_product_test(NAME script.py [ARGS...]): a Python test that drives what the product build made.
+# wendax_product_test(NAME script.py [ARGS...]): a Python test that drives what the product build made, under Wine.
 function(wendax_product_test name script)
+  wendax_wine_test(product ${name} ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
+  wendax_python_test(${name})
+endfunction()
+
+# wendax_product_check(NAME script.py [ARGS...]): one that runs no Windows program, so that once is enough.
+function(wendax_product_check name script)
   add_test(NAME product.${name} COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
-  set_tests_properties(product.${name} PROPERTIES LABELS product TIMEOUT 900
-    ENVIRONMENT "WENDAX_BIN=${CMAKE_BINARY_DIR}/bin;PYTHONPATH=${PROJECT_SOURCE_DIR}/tests")
+  set_tests_properties(product.${name} PROPERTIES LABELS product)
+  wendax_python_test(${name})
+endfunction()
+
+function(wendax_python_test name)
+  wendax_test_property(${name} TIMEOUT 900)
+  wendax_test_property(${name} ENVIRONMENT
+    "WENDAX_BIN=${CMAKE_BINARY_DIR}/bin" "PYTHONPATH=${PROJECT_SOURCE_DIR}/tests")
 endfunction()
 
 function(wendax_gtest_program)

@@ -4,6 +4,8 @@
 #   native   GoogleTest programs over the pure cores, under sanitizers
 include(${CMAKE_CURRENT_LIST_DIR}/ring-${WENDAX_RING}.cmake)
 
+option(WENDAX_NEWER_WINE "Run the tests under the newer Wine as well, as newer-wine.NAME" OFF)
+
 set(WENDAX_WARNINGS -Wall -Wextra -Werror)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
@@ -55,6 +57,26 @@ function(wendax_test layer)
     set(ARG_LIBS)
   endif()
   wendax_gtest_program(${layer}_test SOURCES ${sources} LINK ${layer} ${ARG_DEPENDS} ${ARG_LIBS})
+endfunction()
+
+# wendax_wine_test(RING NAME COMMAND ARG...): a test that runs Windows programs: RING.NAME, and with WENDAX_NEWER_WINE
+# newer-wine.NAME, which says the same of that Wine.
+function(wendax_wine_test ring name)
+  add_test(NAME ${ring}.${name} COMMAND ${ARGN})
+  set_tests_properties(${ring}.${name} PROPERTIES LABELS ${ring} ENVIRONMENT "WENDAX_WINE=")
+  if(WENDAX_NEWER_WINE)
+    add_test(NAME newer-wine.${name} COMMAND ${ARGN})
+    set_tests_properties(newer-wine.${name} PROPERTIES LABELS newer-wine ENVIRONMENT "WENDAX_WINE=newer")
+  endif()
+endfunction()
+
+# wendax_test_property(NAME PROPERTY VALUE...): appends to a property of the test NAME, in every ring that has it.
+function(wendax_test_property name property)
+  foreach(ring native mingw product newer-wine)
+    if(TEST ${ring}.${name})
+      set_property(TEST ${ring}.${name} APPEND PROPERTY ${property} ${ARGN})
+    endif()
+  endforeach()
 endfunction()
 
 # wendax_fast(source...): files of the current folder that are built for speed in the product.

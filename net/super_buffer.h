@@ -8,8 +8,9 @@
 // nothing.
 #pragma once
 
+#include <stdio.h>
+
 #include "base/std_string.h"
-#include "net/upload_file.h"
 
 class CSuperBuffer {
 public:
@@ -17,6 +18,7 @@ public:
     class Piece {
     public:
         Piece() = default;
+        ~Piece();
 
         Piece(const Piece&) = delete;
         Piece& operator=(const Piece&) = delete;
@@ -42,7 +44,7 @@ public:
         unsigned CopyTo(char* to) const;
 
         const char* m_text = nullptr;
-        UploadFile m_file;
+        FILE* m_file = nullptr;
         unsigned m_size = 0;
     };
 

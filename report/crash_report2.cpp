@@ -6,7 +6,6 @@
 #include "net/upload_form.h"
 #include "report/destinations.h"
 #include "sysinfo/system_info_file.h"
-#include "win/fault_guard.h"
 
 namespace {
 
@@ -60,18 +59,14 @@ bool CCrashReport2::Upload() {
     return upload_form::confirms(transport.Request(form_url().c_str(), true, body.GetData(), body.GetLength()));
 }
 
-// A fault in what makes a file costs the file, not the report.
-
 void CCrashReport2::CreateScreenCopy() {
     const gen::FloatingPointScope floating_point;
-    win::run_guarded([this] {
-        m_screen_path = screenshot_path();
-        set_up_screenshot_format();
-        write_screenshot(m_screen_path);
-    });
+    m_screen_path = screenshot_path();
+    set_up_screenshot_format();
+    write_screenshot(m_screen_path);
 }
 
 void CCrashReport2::CreateSystemInfo() {
     const gen::FloatingPointScope floating_point;
-    win::run_guarded([this] { write_system_info_file(m_system_path); });
+    write_system_info_file(m_system_path);
 }

@@ -2,7 +2,6 @@
 
 #include <afxwin.h>
 
-#include "win/fault_guard.h"
 #include "win/handle.h"
 
 namespace sysinfo {
@@ -10,16 +9,13 @@ namespace sysinfo {
 namespace {
 
 bool file_exists(const char* path) {
-    bool found = false;
-    win::run_guarded([&] {
-        CFileFind find;
-        found = find.FindFile(path);
-    });
-    return found;
+    CFileFind find;
+    return find.FindFile(path);
 }
 
-void read_registered_path(HKEY root, CStdString& path) {
+CStdString registered_path(HKEY root) {
     constexpr LONG limit = 1024;
+    CStdString path;
     win::RegistryKey key;
     if (RegOpenKeyA(root, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Lumivale.exe", key.put()) ==
         ERROR_SUCCESS) {
@@ -29,14 +25,13 @@ void read_registered_path(HKEY root, CStdString& path) {
         if (status != ERROR_SUCCESS)
             path = "";
     }
+    return path;
 }
 
 } // namespace
 
 CStdString find_host_application(HKEY root, const char* executable) {
-    CStdString path;
-    if (!win::run_guarded([&] { read_registered_path(root, path); }))
-        path = "";
+    CStdString path = registered_path(root);
     if (file_exists(path.c_str()))
         return path;
     path = executable;

@@ -4,7 +4,6 @@
 
 #include "sysinfo/instruction_guard.h"
 #include "sysinfo/processor_info.h"
-#include "win/fault_guard.h"
 
 namespace sysinfo {
 
@@ -77,7 +76,5 @@ void MachineClock::scan_bits(uint32_t count) {
 CProcessorInfo::CProcessorInfo() {
     sysinfo::MachineCpuid cpuid;
     sysinfo::MachineClock clock;
-    // What is identified stays when measuring meets a fault, which a hook of the performance counter may have.
-    win::run_guarded([&] { Identify({cpuid, clock, sysinfo::sse_runs}); });
-    win::run_guarded([&] { MeasureClock(clock); });
+    Identify({cpuid, clock, sysinfo::sse_runs});
 }

@@ -1,16 +1,13 @@
 #include "sysinfo/monitor_info.h"
 
 #include "sysinfo/display_text.h"
-#include "win/fault_guard.h"
 
 namespace sysinfo {
 
 CStdString GetDisplayText(decltype(EnumDisplaySettingsA)* enumerate) {
     DEVMODEA mode = {};
     mode.dmSize = 148; // the record without its later fields, which every Windows knows
-    bool found = false;
-    win::run_guarded([&] { found = enumerate(nullptr, ENUM_CURRENT_SETTINGS, &mode); });
-    if (!found)
+    if (!enumerate(nullptr, ENUM_CURRENT_SETTINGS, &mode))
         return "Error: can not enumerate display settings.";
     return describe_display_mode({mode.dmBitsPerPel, mode.dmPelsWidth, mode.dmPelsHeight, mode.dmDisplayFrequency});
 }

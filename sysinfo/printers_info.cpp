@@ -2,7 +2,6 @@
 
 #include "base/array.h"
 #include "sysinfo/printers_text.h"
-#include "win/fault_guard.h"
 
 namespace sysinfo {
 
@@ -48,17 +47,12 @@ CStdString default_printer(const PrinterSystem& system) {
 
 CStdString GetPrintersInfo(const PrinterSystem& system) {
     CArray<CStdString, CStdString&> names;
-    CStdString preferred;
-    // Apart, because a driver's fault costs the one and not the other.
-    win::run_guarded([&] { list_printers(system, names); });
-    win::run_guarded([&] { preferred = default_printer(system); });
-    return describe_printers(names.GetData(), names.GetSize(), preferred.c_str());
+    list_printers(system, names);
+    return describe_printers(names.GetData(), names.GetSize(), default_printer(system).c_str());
 }
 
 } // namespace sysinfo
 
 CStdString CPrintersInfo::GetPrintersInfo() {
-    bool nt = false;
-    win::run_guarded([&] { nt = sysinfo::is_nt(); });
-    return sysinfo::GetPrintersInfo({nt, EnumPrintersA, GetProfileStringA});
+    return sysinfo::GetPrintersInfo({sysinfo::is_nt(), EnumPrintersA, GetProfileStringA});
 }

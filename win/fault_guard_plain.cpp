@@ -1,7 +1,5 @@
 #include "win/fault_guard.h"
 
-const char exception_marker[] = "SEHWendaxExceptionGenerated";
-
 namespace win {
 
 bool run_guarded(void (*function)(void* context), void* context) {

@@ -45,15 +45,11 @@ bool is_checked(HWND window, int id) {
 }
 
 void report_by_upload(bool picture) {
-    try {
-        CCrashReport2 report(nullptr);
-        if (picture)
-            report.CreateScreenCopy();
-        report.CreateSystemInfo();
-        report.OpenDlg();
-    } catch (const gen::genlib_error&) {
-        note(L"no memory for a report");
-    }
+    CCrashReport2 report(nullptr);
+    if (picture)
+        report.CreateScreenCopy();
+    report.CreateSystemInfo();
+    report.OpenDlg();
 }
 
 // A fault must be caught within the window procedure: exceptions don't find their way through the system, which calls

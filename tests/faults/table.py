@@ -8,8 +8,9 @@ import json
 import sys
 
 from support.processes import REPO
+from support.runner import ARTIFACTS
 
-OUTCOMES = REPO / "build" / "test-artifacts" / "fault-matrix"
+OUTCOMES = ARTIFACTS / "fault-matrix"
 DOCUMENT = REPO / "docs" / "fault-matrix.md"
 _BEGIN = "<!-- made by tests/faults/table.py from the tests' outcome -->\n"
 _END = "<!-- end of what is made -->\n"

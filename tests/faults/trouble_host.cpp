@@ -11,6 +11,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "base/genlib_error.h"
 #include "include/wendax.h"
 #include "tests/faults/conditions.h"
 #include "tests/hosts/faults.h"
@@ -126,8 +127,6 @@ int main(int argc, char** argv) {
         say(FindWindowA(nullptr, "Software Error Report") ? "dialog left behind" : "next handler");
     }
     end_conditions();
-    if (screen_contexts_held())
-        say("device context held");
     say("end");
     return 0;
 }

@@ -1,16 +1,21 @@
 """Wine prefixes: the project's own, and copies of it that a test may spoil."""
 
 import contextlib
+import fnmatch
 import itertools
 import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 
-from support.processes import REPO
+from support.processes import REPO, WaitTimeout, marked_processes, wait_until
 
 COPIES = REPO / "build" / "test-prefixes"
+
+# Which of the machine's Wines all of this is about: "" for the first one, or "newer".
+WINE = os.environ.get("WENDAX_WINE", "")
 _count = itertools.count(1)
 
 
@@ -69,16 +74,36 @@ class Prefix:
 
     def stop(self):
         """Ends everything that runs in this prefix, and waits for its end. For private prefixes only."""
-        if not self.private:
-            raise ValueError(f"others may be using {self.path}")
+        self._must_be_private()
         self.server("-k")
         self.server("-w")
 
+    def kill(self):
+        """Like stop(), but at once: the registry is not written back."""
+        self._must_be_private()
+        wait_until(lambda: not self._kill_some(), f"the end of all in {self.path}", seen=self._running)
+        place = self.path.stat()
+        for sockets in pathlib.Path("/tmp").glob(f"*wine-*/server-{place.st_dev:x}-{place.st_ino:x}"):
+            shutil.rmtree(sockets, ignore_errors=True)
+
+    def _must_be_private(self):
+        if not self.private:
+            raise ValueError(f"others may be using {self.path}")
+
+    def _running(self):
+        return marked_processes(f"WINEPREFIX={self.path}".encode())
+
+    def _kill_some(self):
+        running = self._running()
+        for pid in running:
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(pid, signal.SIGKILL)
+        return running
+
 
 def project_prefix():
-    """The prefix that scripts/setup made, for the Wine that WENDAX_WINE names. Tests that run at the same time share it."""
-    wine = os.environ.get("WENDAX_WINE")
-    return Prefix(REPO / "build" / ("wineprefix-" + wine if wine else "wineprefix"))
+    """The prefix that scripts/setup made, for the Wine that WENDAX_WINE names. Tests run in copies of it."""
+    return Prefix(REPO / "build" / ("wineprefix-" + WINE if WINE else "wineprefix"))
 
 
 @contextlib.contextmanager
@@ -97,7 +122,7 @@ def fresh_prefix():
         try:
             yield prefix
         finally:
-            prefix.stop()
+            prefix.kill()
     finally:
         shutil.rmtree(copy, ignore_errors=True)
 
@@ -114,8 +139,11 @@ def _copy(original, target):
 
     COPIES.mkdir(parents=True, exist_ok=True)
     temporary = original.temp_dir
-    shutil.copytree(original.path, target, symlinks=True, copy_function=copy,
-                    ignore=lambda folder, names: names if pathlib.Path(folder) == temporary else ())
+    def passing(folder, names):
+        # Should a server be at work in the original: it writes the registry anew under such names.
+        return names if pathlib.Path(folder) == temporary else fnmatch.filter(names, "reg*.tmp")
+
+    shutil.copytree(original.path, target, symlinks=True, copy_function=copy, ignore=passing)
     home = pathlib.Path.home()
     for folder, names, _ in os.walk(target / "drive_c" / "users"):
         for name in names:
@@ -127,8 +155,8 @@ def _remove_left_behind():
     """Removes the copies of runs that were killed."""
     for copy in COPIES.glob("*.*"):
         if not pathlib.Path("/proc", copy.name.partition(".")[0]).exists():
-            with contextlib.suppress(OSError, subprocess.TimeoutExpired):
-                Prefix(copy, private=True).stop()
+            with contextlib.suppress(OSError, WaitTimeout):
+                Prefix(copy, private=True).kill()
             shutil.rmtree(copy, ignore_errors=True)
 
 

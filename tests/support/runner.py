@@ -3,6 +3,7 @@
 WENDAX_BIN names the folder of the built programs and DLLs (default build/windows/bin).
 """
 
+import atexit
 import contextlib
 import faulthandler
 import functools
@@ -14,9 +15,12 @@ import sys
 import unittest
 
 from support.desktop import Desktop
-from support.prefix import fresh_prefix
+from support.prefix import WINE, fresh_prefix
 from support.processes import REPO
 from support.wine import Wine
+
+# What tests leave to be looked at, of each Wine apart.
+ARTIFACTS = REPO / "build" / ("test-artifacts-" + WINE if WINE else "test-artifacts")
 
 # Beyond a test's limit, for taking everything down; then the process ends itself at once.
 CLEANUP_SECONDS = 120
@@ -48,7 +52,7 @@ class Case(unittest.TestCase):
         file = pathlib.Path(sys.modules[type(self).__module__].__file__).resolve()
         tests = REPO / "tests"
         place = file.relative_to(tests).with_suffix("") if file.is_relative_to(tests) else file.stem
-        folder = REPO / "build" / "test-artifacts" / place / f"{type(self).__name__}.{self._testMethodName}"
+        folder = ARTIFACTS / place / f"{type(self).__name__}.{self._testMethodName}"
         shutil.rmtree(folder, ignore_errors=True)
         folder.mkdir(parents=True)
         return folder
@@ -70,10 +74,11 @@ class Case(unittest.TestCase):
         return self.enterContext(fresh_prefix())
 
     def wine(self, desktop=None, prefix=None, locale=None):
-        """A Wine whose programs are ended with the test. With a desktop, and no prefix named, it has a fresh one:
-        other tests' programs without a display would take its windows away (see Wine)."""
+        """A Wine whose programs are ended with the test. Where no prefix is named, it has the one of the file's tests;
+        with a desktop a fresh one: other tests' programs without a display would take its windows away (see Wine)."""
         if desktop and not prefix:
             prefix = self._prefixes.get(desktop) or self._prefixes.setdefault(desktop, self.fresh_prefix())
+        prefix = prefix or _file_prefix()
         wine = Wine(desktop, prefix, locale)
         start = wine.start
 
@@ -119,6 +124,14 @@ class Case(unittest.TestCase):
             with contextlib.suppress(Exception):  # The test's own failure matters more.
                 print("a picture of the failure:", desktop.screenshot(self.artifacts / f"failure-{number}.png"),
                       file=sys.stderr)
+
+
+@functools.cache
+def _file_prefix():
+    """A prefix that the tests of one file share, so that files may run at the same time. It goes with the process."""
+    stack = contextlib.ExitStack()
+    atexit.register(stack.close)
+    return stack.enter_context(fresh_prefix())
 
 
 def wine_cannot(reason):

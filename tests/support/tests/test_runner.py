@@ -10,6 +10,7 @@ import unittest
 
 from support import Case, main, wait_until
 from support.processes import REPO
+from support.runner import ARTIFACTS
 from support.tests.test_desktop import children, still_running
 
 HEAD = "import signal, subprocess, sys, time\nfrom support import *\nclass It(Case):\n"
@@ -40,7 +41,7 @@ class A_file_of_tests(unittest.TestCase):
     def test_fails_and_leaves_a_picture(self):
         code, wrote = self.run_file(" def test_it(self):\n  self.desktop(width=320, height=200)\n  self.fail('so')\n")
         self.assertEqual(code, 1, wrote)
-        picture = REPO / "build" / "test-artifacts" / "sample_test" / "It.test_it" / "failure-1.png"
+        picture = ARTIFACTS / "sample_test" / "It.test_it" / "failure-1.png"
         self.assertIn(f"a picture of the failure: {picture}", wrote)
         self.assertEqual(picture.read_bytes()[1:4], b"PNG")
         picture.unlink()

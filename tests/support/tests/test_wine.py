@@ -41,7 +41,8 @@ class Wine_run(Case):
     def test_waits_for_what_the_program_started(self):
         with tempfile.TemporaryDirectory() as folder:
             written = pathlib.Path(folder, "written")
-            self.wine().run(program("console"), "leave-child", project_prefix().to_windows(written))
+            wine = self.wine()
+            wine.run(program("console"), "leave-child", wine.prefix.to_windows(written))
             self.assertTrue(written.exists())
 
 
@@ -146,10 +147,11 @@ class Fresh_prefix(Case):
 
 class Prefix_paths(Case):
     def test_are_those_of_wine(self):
-        prefix = project_prefix()
+        wine = self.wine()
+        prefix = wine.prefix
         inside, outside = prefix.drive_c, pathlib.Path("/")
         for path in (inside, inside / "windows" / "x y.txt", outside, outside / "etc" / "hosts"):
-            told = self.wine().run("winepath", "-w", path).text.removesuffix("\n")
+            told = wine.run("winepath", "-w", path).text.removesuffix("\n")
             self.assertEqual(prefix.to_windows(path), told)
             self.assertEqual(prefix.to_unix(told), path)
 
@@ -167,8 +169,9 @@ class Prefix_paths(Case):
                 project_prefix().to_unix(name)
 
     def test_know_the_temporary_directory(self):
-        shown = self.wine().run(program("console"), "where").text.splitlines()[1]
-        self.assertEqual(project_prefix().temp_dir, project_prefix().to_unix(shown))
+        wine = self.wine()
+        shown = wine.run(program("console"), "where").text.splitlines()[1]
+        self.assertEqual(wine.prefix.temp_dir, wine.prefix.to_unix(shown))
 
     def test_of_a_missing_prefix_ask_for_the_set_up(self):
         with self.assertRaisesRegex(FileNotFoundError, "run scripts/setup"):
