@@ -18,6 +18,8 @@ public:
     }
 
     void press(HWND dialog, int button) {
+        if (m_uploading) // pressed by a message from another thread, as nobody else could
+            return;
         if (button == IDOK)
             upload(dialog);
         else if (button == IDCANCEL)
@@ -26,18 +28,13 @@ public:
 
 private:
     void upload(HWND dialog);
+    // Shows the text at once: no message is worked on while the upload runs.
+    void say(HWND dialog, const char* text);
+
+    bool m_uploading = false;
 };
 
 namespace {
-
-// Shows the text at once: no message is worked on while the upload runs.
-void say(HWND dialog, const char* text) {
-    HWND const control = GetDlgItem(dialog, IDC_UPLOAD_TEXT);
-    if (!control)
-        return;
-    SetWindowTextA(control, text);
-    UpdateWindow(control);
-}
 
 void enable_buttons(HWND dialog, BOOL enabled) {
     EnableWindow(GetDlgItem(dialog, IDCANCEL), enabled);
@@ -56,8 +53,18 @@ bool upload_newest() {
 
 } // namespace
 
+void CCrashReport2::CCrushDialog::say(HWND dialog, const char* text) {
+    HWND const control = GetDlgItem(dialog, IDC_UPLOAD_TEXT);
+    if (!control)
+        return;
+    SetWindowTextA(control, text);
+    UpdateWindow(control);
+    bring_out(dialog);
+}
+
 void CCrashReport2::CCrushDialog::upload(HWND dialog) {
     const CWaitCursor wait;
+    m_uploading = true;
     enable_buttons(dialog, FALSE);
     say(dialog, report::upload_wait_text);
     if (upload_newest()) {
@@ -67,6 +74,9 @@ void CCrashReport2::CCrushDialog::upload(HWND dialog) {
     }
     say(dialog, report::upload_failure_text);
     enable_buttons(dialog, TRUE);
+    SetFocus(GetDlgItem(dialog, IDOK)); // which was lost with being disabled
+    ignore_typed();
+    m_uploading = false;
 }
 
 unsigned int CCrashReport2::OpenDlg() {

@@ -1,6 +1,7 @@
 #include "report/report_dialog.h"
 
 #include "report/dialog_layout.h"
+#include "report/foreground.h"
 #include "resources/ids.h"
 
 namespace report {
@@ -15,6 +16,61 @@ public:
 
 private:
     HCURSOR m_previous;
+};
+
+// Gives the user the pointer, which the host may have captured, confined or hidden; hides it again.
+class PointerScope {
+public:
+    PointerScope() {
+        ReleaseCapture();
+        ClipCursor(nullptr);
+        do
+            ++m_raised;
+        while (ShowCursor(TRUE) < 0);
+    }
+    ~PointerScope() {
+        while (m_raised-- > 0)
+            ShowCursor(FALSE);
+    }
+
+private:
+    int m_raised = 0;
+};
+
+// Pointer messages for the host's windows wait in the queue: at least the release of the button that was down at the
+// fault. To whoever takes the capture they would come as its own, and undo the first press of a button. Takes out those
+// from before the press; the dialog has the capture meanwhile, so that the host's windows aren't asked about them.
+void forget_pointer_before(const MSG& press, HWND dialog) {
+    MSG old;
+    SetCapture(dialog);
+    while (PeekMessageA(&old, dialog, WM_MOUSEFIRST, WM_MOUSELAST, PM_NOREMOVE) &&
+           static_cast<LONG>(old.time - press.time) < 0)
+        PeekMessageA(&old, dialog, WM_MOUSEFIRST, WM_MOUSELAST, PM_REMOVE);
+    ReleaseCapture();
+}
+
+// An order to quit that waits when the dialog is to come is none for the dialog: it is set aside, and posted again at
+// the end. So is one that ended the dialog.
+class QuitOrder {
+public:
+    QuitOrder() {
+        MSG message;
+        while (PeekMessageA(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE))
+            keep(message);
+    }
+    ~QuitOrder() {
+        if (m_waits)
+            PostQuitMessage(m_code);
+    }
+
+    void keep(const MSG& message) {
+        m_waits = true;
+        m_code = static_cast<int>(message.wParam);
+    }
+
+private:
+    bool m_waits = false;
+    int m_code = 0;
 };
 
 // Takes the dialog from the screen, also when a fault passes.
@@ -60,29 +116,64 @@ void ReportDialog::end(HWND dialog, int result) {
 int ReportDialog::run(DLGPROC procedure) {
     if (!m_template || !room_for_dialog())
         return 0;
+    QuitOrder quit;
     HWND const dialog =
         CreateDialogIndirectParamA(m_library, m_template, nullptr, procedure, reinterpret_cast<LPARAM>(this));
     if (!dialog)
         return 0;
     const CursorScope arrow(reinterpret_cast<LPCSTR>(IDC_ARROW));
     const DialogWindow owner = {dialog}; // goes before the cursor comes back
+    const PointerScope pointer;
+    bring_to_front(dialog);
     MSG message;
     while (m_running) {
         if (!PeekMessageA(&message, dialog, 0, 0, PM_NOREMOVE)) {
             ShowWindow(dialog, SW_SHOWNORMAL);
             UpdateWindow(dialog);
+            bring_out(dialog);
+            if (!m_keys.is_shown())
+                m_keys.shown(GetTickCount());
             SendMessageA(m_parent, WM_ENTERIDLE, MSGF_DIALOGBOX, reinterpret_cast<LPARAM>(dialog));
         }
-        // No IsDialogMessage: the buttons are for the mouse, so that a key held at the fault answers nothing.
         const BOOL got = GetMessageA(&message, dialog, 0, 0);
         if (got == 0)
-            PostQuitMessage(static_cast<int>(message.wParam));
+            quit.keep(message);
         if (got <= 0 || !m_running)
             break;
+        // No IsDialogMessage, so Enter, Escape and Tab do nothing. The space bar presses the button that has the focus.
+        if (!takes(message))
+            continue;
+        if (message.message == WM_LBUTTONDOWN || message.message == WM_NCLBUTTONDOWN)
+            forget_pointer_before(message, dialog);
         TranslateMessage(&message);
         DispatchMessageA(&message);
     }
     return m_result;
+}
+
+bool ReportDialog::takes(const MSG& message) {
+    constexpr LPARAM was_down = 1 << 30;
+    const auto key = static_cast<unsigned char>(message.wParam);
+    switch (message.message) {
+    case WM_KEYDOWN:
+    case WM_SYSKEYDOWN:
+        if (m_keys.held() && GetAsyncKeyState(m_keys.held()) >= 0)
+            m_keys.forget_held();
+        return m_keys.press(key, (message.lParam & was_down) != 0, message.time);
+    case WM_KEYUP:
+    case WM_SYSKEYUP:
+        return m_keys.release(key);
+    }
+    return true;
+}
+
+void ReportDialog::bring_out(HWND dialog) {
+    MSG message;
+    PeekMessageA(&message, dialog, WM_APP, WM_APP, PM_NOREMOVE);
+}
+
+void ReportDialog::ignore_typed() {
+    m_keys.shown(GetTickCount());
 }
 
 void ReportDialog::settle(HWND dialog) {

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include "report/key_filter.h"
+
 namespace report {
 
 // One per OpenDlg call, on the caller's stack. It is no framework dialog and has no owner, because it must work while
@@ -28,11 +30,20 @@ protected:
     static void settle(HWND dialog);
     void destroy_icon();
 
+    // What was painted reaches the screen for certain only when the thread looks for messages: looks for one that nobody
+    // posts. Messages that other threads send are worked on meanwhile.
+    static void bring_out(HWND dialog);
+    // After a time in which no message was worked on: what was typed in it, and within the next second, answers nothing.
+    void ignore_typed();
+
     HICON icon() const { return m_icon; }
     // Always null, as is the owner.
     HWND dialog_window() const { return m_dialog; }
 
 private:
+    // Whether the message is one to work on, and not a key of someone who types on.
+    bool takes(const MSG& message);
+
     const DLGTEMPLATE* m_template = nullptr; // belongs to the library's module
     HRSRC m_resource = nullptr;
     HWND m_parent = nullptr;
@@ -42,6 +53,7 @@ private:
     int m_running = 1;
     int m_result = 0;
     HICON m_icon; // null when the module has no icon 128
+    KeyFilter m_keys;
 };
 
 } // namespace report

@@ -1,7 +1,10 @@
 // Opens the e-mail dialog while another thread does something to it; prints the dialog's answer.
 //
-// usage: loop_host quit | sent-command | nested | destroyed | refused | flood
+// usage: loop_host quit | waiting-quit [upload] | quit-both | sent-command | nested | destroyed | refused | flood
 //   quit          the other thread tells the program to quit: the dialog answers 0, and the order arrives afterwards
+//   waiting-quit  the program has been told to quit before the dialog comes: button 1 is pressed, and the order arrives
+//                 afterwards; the dialog of the upload road has its button 2 pressed
+//   quit-both     it has been told before, and is told again: the later order ends the dialog and arrives
 //   sent-command  the other thread presses button 1 by a sent message, which no queue sees
 //   nested        a second dialog opens and closes within the first one's loop, as when a window procedure of the host
 //                 faults and reports that; then button 1 of the first is pressed
@@ -88,6 +91,11 @@ DWORD WINAPI send_command(void*) {
     return 0;
 }
 
+DWORD WINAPI send_close(void*) {
+    SendMessageA(wait_for_dialog(), WM_COMMAND, MAKEWPARAM(2, BN_CLICKED), 0);
+    return 0;
+}
+
 DWORD WINAPI nest(void*) {
     HWND const dialog = wait_for_dialog();
     CloseHandle(CreateThread(nullptr, 0, press_inner, dialog, 0, nullptr));
@@ -126,10 +134,16 @@ int messages_waiting() {
 
 int main(int argc, char** argv) {
     const char* const mode = argc > 1 ? argv[1] : "";
+    const bool upload = argc > 2 && strcmp(argv[2], "upload") == 0;
+    const bool waits = strcmp(mode, "waiting-quit") == 0 || strcmp(mode, "quit-both") == 0;
     MSG message;
     HHOOK hook = nullptr;
     make_other_window();
     if (strcmp(mode, "quit") == 0)
+        start(tell_to_quit);
+    else if (strcmp(mode, "waiting-quit") == 0)
+        start(upload ? send_close : send_command);
+    else if (strcmp(mode, "quit-both") == 0)
         start(tell_to_quit);
     else if (strcmp(mode, "sent-command") == 0)
         start(send_command);
@@ -147,7 +161,9 @@ int main(int argc, char** argv) {
     SetCursor(before);
     set_cursor = replace_import(GetModuleHandleA("Wendax.dll"), "user32.dll", "SetCursor", record_cursor);
     CCrashReport report(nullptr);
-    printf("answer %u\n", report.OpenDlg());
+    if (waits)
+        PostQuitMessage(5);
+    printf("answer %u\n", upload ? CCrashReport2(nullptr).OpenDlg() : report.OpenDlg());
     if (strcmp(mode, "sent-command") == 0)
         printf("the first of %d cursors was %s\n", cursors_set, arrow_first ? "the arrow" : "another");
     printf("cursor %s\n", GetCursor() == before ? "restored" : "changed");
@@ -156,7 +172,7 @@ int main(int argc, char** argv) {
         start(send_command);
         printf("then answer %u\n", report.OpenDlg());
     }
-    if (strcmp(mode, "quit") == 0) {
+    if (waits || strcmp(mode, "quit") == 0) {
         const BOOL more = GetMessageA(&message, nullptr, 0, 0);
         printf("then %s with %d\n", more ? "a message" : "quit", static_cast<int>(message.wParam));
     }

@@ -36,11 +36,20 @@ class TheExceptionObject(runner.Case):
 
 
 class Loop(runner.Case):
-    def lines(self, mode):
-        return self.wine(self.desktop()).run(self.product("loop_host.exe"), mode).text.splitlines()
+    def lines(self, *mode):
+        return self.wine(self.desktop()).run(self.product("loop_host.exe"), *mode).text.splitlines()
 
     def test_order_to_quit_ends_the_dialog_and_arrives_at_the_host(self):
         self.assertEqual(self.lines("quit"), ["answer 0", "cursor restored", "then quit with 7"])
+
+    def test_program_that_is_quitting_already_gets_its_report_and_quits_afterwards(self):
+        self.assertEqual(self.lines("waiting-quit"), ["answer 1", "cursor restored", "then quit with 5"])
+
+    def test_program_that_is_quitting_already_gets_the_upload_dialog_too(self):
+        self.assertEqual(self.lines("waiting-quit", "upload"), ["answer 2", "cursor restored", "then quit with 5"])
+
+    def test_order_to_quit_ends_the_dialog_of_a_program_that_is_quitting_already(self):
+        self.assertEqual(self.lines("quit-both"), ["answer 0", "cursor restored", "then quit with 7"])
 
     def test_button_pressed_by_a_sent_message_closes_at_once(self):
         self.assertEqual(self.lines("sent-command"), ["answer 1", "the first of 2 cursors was the arrow", "cursor restored"])

@@ -86,6 +86,13 @@ class Desktop:
         wait_until(lambda: self._pointer() == (x, y), f"the pointer to be at {x}, {y}", seen=self._pointer)
         self._do("xdotool", "click", button)
 
+    def drag(self, x, y, to_x, to_y):
+        """Presses the left button at a place on the desktop and moves the pointer, the button held, to another one, where
+        it is let go."""
+        self._do("xdotool", "mousemove", x, y, "mousedown", 1)
+        self._do("xdotool", "mousemove", to_x, to_y)
+        self._do("xdotool", "mouseup", 1)
+
     def click_window(self, window, x, y, button=1):
         """Clicks at that place inside the window, counted from its upper left corner."""
         if not (0 <= x < window.width and 0 <= y < window.height):
@@ -104,6 +111,17 @@ class Desktop:
     def key(self, *names):
         """Presses keys, one after the other, by their X names: "Return", "Escape", "alt+F4"."""
         self._do("xdotool", "key", *names)
+
+    def type_keys(self, name, count, milliseconds):
+        """Presses a key that many times, at that distance in time."""
+        self._do("xdotool", "key", "--repeat", count, "--repeat-delay", milliseconds, "--delay", milliseconds, name)
+
+    def hold_key(self, name):
+        """Presses a key and leaves it down: it repeats until release_key()."""
+        self._do("xdotool", "keydown", name)
+
+    def release_key(self, name):
+        self._do("xdotool", "keyup", name)
 
     def activate(self, window):
         """Brings the window to the front and gives it the keyboard."""

@@ -129,7 +129,8 @@ class WhatTheDialogShows(Case):
                    seen=self.shown)
 
     def picture(self, name):
-        """Takes a picture once the place of the dialog's text looks like in none of the pictures before."""
+        """Takes a picture once the place of the dialog's text has a text, and one of none of the pictures before. The
+        dialog is sent nothing meanwhile."""
 
         def text_has_changed():
             picture = self.screen.screenshot(self.artifacts / f"{name}.png")
@@ -138,12 +139,24 @@ class WhatTheDialogShows(Case):
             place = f"{window.width * 203 // 300}x{window.height * 96 // 177}+{x}+{y}"
             seen = subprocess.run(["convert", picture, "-crop", place, "rgb:-"], check=True, capture_output=True,
                                   timeout=60).stdout
-            if seen in self.seen:
+            if seen in self.seen or len(set(zip(*[iter(seen)] * 3))) == 1:  # blank
                 return False
             self.seen.append(seen)
             return True
 
         wait_until(text_has_changed, f"the text of {name} to be painted", 30)
+
+    def holding_server(self, status="200 OK"):
+        """A server that answers once told to: (server, request has arrived, answer)."""
+        arrived, release = threading.Event(), threading.Event()
+
+        def answer(client):
+            if client.read_request():
+                arrived.set()
+                release.wait(120)
+                client.send(http_answer(b"Well: " + CONFIRMATION * (status == "200 OK"), status))
+
+        return WebServer(self.address, 80, answer), arrived, release
 
     def open(self, *which):
         self.report.send("dialog", *which)
@@ -164,25 +177,74 @@ class WhatTheDialogShows(Case):
         self.wait_shown(self.FAILED, takes_clicks=True)
         self.picture("2-failed")
 
-        arrived, release = threading.Event(), threading.Event()
-
-        def answer(client):
-            client.read_request()
-            arrived.set()
-            release.wait(120)
-            client.send(http_answer(b"Well: " + CONFIRMATION))
-
-        with WebServer(self.address, 80, answer):
+        server, arrived, release = self.holding_server()
+        with server:
             report_dialog.press(self.screen, "Upload Report")
             self.assertTrue(arrived.wait(60))
-            self.assertEqual(self.shown(), (self.SENDING, False, False))
             self.picture("3-sending")
+            self.assertEqual(self.shown(), (self.SENDING, False, False))
             release.set()
             self.assertEqual(self.report.receive(), "closing")
         self.assertEqual(self.shown(), (self.THANKED, False, False))
         self.picture("4-thanked")
         self.report.send("go")
         self.finish(1)
+
+    def test_says_that_it_uploads_each_time_while_it_does(self):
+        self.open()
+        for i in range(3):
+            self.seen = []
+            self.picture(f"{i}-before")
+            server, arrived, release = self.holding_server("500 Internal Server Error")
+            with server:
+                report_dialog.press(self.screen, "Upload Report")
+                self.assertTrue(arrived.wait(60))
+                self.picture(f"{i}-sending")
+                release.set()
+                self.wait_shown(self.FAILED, takes_clicks=True)
+        report_dialog.press(self.screen, "Close")
+        self.finish(2)
+
+    def test_is_never_a_second_upload_by_what_is_typed_meanwhile(self):
+        self.open()
+        server, arrived, release = self.holding_server("500 Internal Server Error")
+        with server:
+            window = report_dialog.press(self.screen, "Upload Report")
+            self.assertTrue(arrived.wait(60))
+            self.screen.activate(window)
+            self.screen.key("space", "space")
+            release.set()
+            self.wait_shown(self.FAILED, takes_clicks=True)
+            report_dialog.press(self.screen, "Close")
+            self.finish(2)
+        self.assertEqual(len(server.requests), 1)
+
+    def test_is_never_a_second_upload_by_a_message_that_presses_the_button_again(self):
+        self.report.tell("press-again")
+        self.open()
+        server, arrived, release = self.holding_server()
+        with server:
+            report_dialog.press(self.screen, "Upload Report")
+            self.assertTrue(arrived.wait(60))
+            self.assertEqual(self.report.receive(), "pressing")
+            release.set()
+            self.finish(1)
+        self.assertEqual(len(server.requests), 1)
+
+    def test_after_a_failure_is_a_dialog_that_tries_again_at_the_space_bar(self):
+        self.open()
+        report_dialog.press(self.screen, "Upload Report")
+        self.wait_shown(self.FAILED, takes_clicks=True)
+
+        def closed():
+            self.screen.key("space")
+            return not self.screen.find_window(report_dialog.TITLE)
+
+        with WebServer(self.address, 80, YES) as server:
+            self.screen.activate(report_dialog.wait(self.screen))
+            wait_until(closed, "the space bar to press the button", 60)
+            self.finish(1)
+        self.assertEqual(len(server.requests), 1)
 
     def test_after_a_failure_is_a_dialog_that_can_try_again_with_the_files_of_that_time(self):
         log = self.host.write(b"log", b"first")

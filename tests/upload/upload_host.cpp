@@ -9,6 +9,7 @@
 //   upload                  "uploaded", "failed" or "out of memory"
 //   dialog [first]          the number that OpenDlg returns; of the oldest report
 //   hold                    from here on a dialog that closes says "closing", and goes when the next line arrives
+//   press-again             once a dialog uploads, another thread presses its button 1 by a sent message; says "pressing"
 //   newest                  which report m_pThis is: "first", "last", "none"
 //   usage                   handles of the process, and KiB of memory: its own, in RAM, and the most in RAM so far
 #include <stdio.h>
@@ -80,6 +81,16 @@ LRESULT CALLBACK hold_closing_dialog(int code, WPARAM window, LPARAM details) {
     return CallNextHookEx(nullptr, code, window, details);
 }
 
+DWORD WINAPI press_again(void*) {
+    HWND dialog;
+    while (!(dialog = FindWindowA("#32770", "Software Error Report")) || IsWindowEnabled(GetDlgItem(dialog, IDOK)))
+        Sleep(10);
+    puts("pressing");
+    fflush(stdout);
+    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(IDOK, BN_CLICKED), 0);
+    return 0;
+}
+
 void show_newest() {
     const CCrashReport2* const newest = CCrashReport2::m_pThis;
     puts(!newest ? "none" : newest == reports[count - 1] ? "last" : newest == reports[0] ? "first" : "unknown");
@@ -120,6 +131,9 @@ bool obey(char* line) {
         upload(report);
     } else if (strcmp(line, "hold") == 0) {
         SetWindowsHookExA(WH_CBT, hold_closing_dialog, nullptr, GetCurrentThreadId());
+        puts("done");
+    } else if (strcmp(line, "press-again") == 0) {
+        CloseHandle(CreateThread(nullptr, 0, press_again, nullptr, 0, nullptr));
         puts("done");
     } else if (strcmp(line, "dialog") == 0) {
         printf("%u\n", (strcmp(rest, "first") == 0 ? *reports[0] : report).OpenDlg());
