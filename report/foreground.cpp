@@ -28,8 +28,8 @@ BOOL CALLBACK look_at(HWND window, LPARAM context) {
     if (window == search.dialog || process != GetCurrentProcessId() || !GetWindowInfo(window, &info) ||
         !(info.dwStyle & WS_VISIBLE))
         return TRUE;
-    search.hidden = fills_screen(info, search.screen) ||
-                    ((info.dwExStyle & WS_EX_TOPMOST) && overlap(info.rcWindow, search.place));
+    search.hidden =
+        fills_screen(info, search.screen) || ((info.dwExStyle & WS_EX_TOPMOST) && overlap(info.rcWindow, search.place));
     return !search.hidden;
 }
 
@@ -44,6 +44,16 @@ bool host_hides(HWND dialog) {
 
 void bring_to_front(HWND dialog) {
     SetWindowPos(dialog, host_hides(dialog) ? HWND_TOPMOST : HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+}
+
+int free_pointer() {
+    ReleaseCapture();
+    ClipCursor(nullptr);
+    int raised = 0;
+    do
+        ++raised;
+    while (ShowCursor(TRUE) < 0);
+    return raised;
 }
 
 } // namespace report

@@ -8,33 +8,18 @@ namespace report {
 
 namespace {
 
-// Shows a cursor; puts the one before back.
-class CursorScope {
-public:
-    explicit CursorScope(LPCSTR name) : m_previous(SetCursor(LoadCursorA(nullptr, name))) {}
-    ~CursorScope() { SetCursor(m_previous); }
-
-private:
-    HCURSOR m_previous;
-};
-
-// Gives the user the pointer, which the host may have captured, confined or hidden; hides it again.
-class PointerScope {
-public:
-    PointerScope() {
-        ReleaseCapture();
-        ClipCursor(nullptr);
-        do
-            ++m_raised;
-        while (ShowCursor(TRUE) < 0);
-    }
-    ~PointerScope() {
-        while (m_raised-- > 0)
+// The dialog on the screen and the pointer over it. Takes the dialog away and puts the pointer's shape and show count
+// back, also when a fault passes.
+struct Scene {
+    HWND dialog;
+    HCURSOR cursor;
+    int raised;
+    ~Scene() {
+        DestroyWindow(dialog);
+        while (raised-- > 0)
             ShowCursor(FALSE);
+        SetCursor(cursor);
     }
-
-private:
-    int m_raised = 0;
 };
 
 // Pointer messages for the host's windows wait in the queue: at least the release of the button that was down at the
@@ -49,35 +34,21 @@ void forget_pointer_before(const MSG& press, HWND dialog) {
     ReleaseCapture();
 }
 
-// An order to quit that waits when the dialog is to come is none for the dialog: it is set aside, and posted again at
-// the end. So is one that ended the dialog.
-class QuitOrder {
-public:
-    QuitOrder() {
-        MSG message;
-        while (PeekMessageA(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE))
-            keep(message);
-    }
+// An order to quit: one that waits when the dialog is to come is none for it and is set aside; one that comes later
+// ends it. Either is posted again.
+struct QuitOrder {
+    int code;
+    bool waits;
     ~QuitOrder() {
-        if (m_waits)
-            PostQuitMessage(m_code);
+        if (waits)
+            PostQuitMessage(code);
     }
-
-    void keep(const MSG& message) {
-        m_waits = true;
-        m_code = static_cast<int>(message.wParam);
-    }
-
-private:
-    bool m_waits = false;
-    int m_code = 0;
 };
 
-// Takes the dialog from the screen, also when a fault passes.
-struct DialogWindow {
-    HWND window;
-    ~DialogWindow() { DestroyWindow(window); }
-};
+void keep(QuitOrder& order, const MSG& message) {
+    order.waits = true;
+    order.code = static_cast<int>(message.wParam);
+}
 
 // Without address space for a dialog the system's own code would fault while it makes one.
 bool room_for_dialog() {
@@ -116,29 +87,36 @@ void ReportDialog::end(HWND dialog, int result) {
 int ReportDialog::run(DLGPROC procedure) {
     if (!m_template || !room_for_dialog())
         return 0;
-    QuitOrder quit;
+    MSG message;
+    QuitOrder quit = {};
+    while (PeekMessageA(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE))
+        keep(quit, message);
     HWND const dialog =
         CreateDialogIndirectParamA(m_library, m_template, nullptr, procedure, reinterpret_cast<LPARAM>(this));
     if (!dialog)
         return 0;
-    const CursorScope arrow(reinterpret_cast<LPCSTR>(IDC_ARROW));
-    const DialogWindow owner = {dialog}; // goes before the cursor comes back
-    const PointerScope pointer;
+    Scene scene = {dialog, SetCursor(LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW))), 0};
+    scene.raised = free_pointer();
     bring_to_front(dialog);
-    MSG message;
+    if (!work(dialog, message))
+        keep(quit, message);
+    return m_result;
+}
+
+bool ReportDialog::work(HWND dialog, MSG& message) {
     while (m_running) {
         if (!PeekMessageA(&message, dialog, 0, 0, PM_NOREMOVE)) {
             ShowWindow(dialog, SW_SHOWNORMAL);
             UpdateWindow(dialog);
             bring_out(dialog);
             if (!m_keys.is_shown())
-                m_keys.shown(GetTickCount());
+                ignore_typed();
             SendMessageA(m_parent, WM_ENTERIDLE, MSGF_DIALOGBOX, reinterpret_cast<LPARAM>(dialog));
         }
         const BOOL got = GetMessageA(&message, dialog, 0, 0);
-        if (got == 0)
-            quit.keep(message);
-        if (got <= 0 || !m_running)
+        if (got <= 0)
+            return got != 0;
+        if (!m_running)
             break;
         // No IsDialogMessage, so Enter, Escape and Tab do nothing. The space bar presses the button that has the focus.
         if (!takes(message))
@@ -148,7 +126,7 @@ int ReportDialog::run(DLGPROC procedure) {
         TranslateMessage(&message);
         DispatchMessageA(&message);
     }
-    return m_result;
+    return true;
 }
 
 bool ReportDialog::takes(const MSG& message) {

@@ -30,10 +30,11 @@ protected:
     static void settle(HWND dialog);
     void destroy_icon();
 
-    // What was painted reaches the screen for certain only when the thread looks for messages: looks for one that nobody
-    // posts. Messages that other threads send are worked on meanwhile.
+    // What was painted reaches the screen for certain only when the thread looks for messages: looks for one that
+    // nobody posts. Messages that other threads send are worked on meanwhile.
     static void bring_out(HWND dialog);
-    // After a time in which no message was worked on: what was typed in it, and within the next second, answers nothing.
+    // After a time in which no message was worked on: what was typed in it, and within the next second, answers
+    // nothing.
     void ignore_typed();
 
     HICON icon() const { return m_icon; }
@@ -41,6 +42,9 @@ protected:
     HWND dialog_window() const { return m_dialog; }
 
 private:
+    // The message loop. False when the program is told to quit, by that message. Apart from what it leaves behind on
+    // its way out, of which each call would have to be told.
+    __attribute__((noinline)) bool work(HWND dialog, MSG& message);
     // Whether the message is one to work on, and not a key of someone who types on.
     bool takes(const MSG& message);
 

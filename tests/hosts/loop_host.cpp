@@ -80,19 +80,15 @@ DWORD WINAPI press_inner(void* outer) {
     return 0;
 }
 
-DWORD WINAPI send_command(void*) {
+// Button 1, or 2 where another is wanted.
+DWORD WINAPI send_command(void* other) {
     HWND const dialog = wait_for_dialog();
     // A dialog at rest, to whose queue no message comes by itself any more; the outcome must not depend on it.
     for (int i = 0; i < 40; ++i) {
         SendMessageA(dialog, WM_NULL, 0, 0);
         Sleep(25);
     }
-    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(1, BN_CLICKED), 0);
-    return 0;
-}
-
-DWORD WINAPI send_close(void*) {
-    SendMessageA(wait_for_dialog(), WM_COMMAND, MAKEWPARAM(2, BN_CLICKED), 0);
+    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(other ? 2 : 1, BN_CLICKED), 0);
     return 0;
 }
 
@@ -118,8 +114,8 @@ void flood() {
         PostMessageA(other_window, WM_USER, i, 0);
 }
 
-void start(LPTHREAD_START_ROUTINE routine) {
-    CloseHandle(CreateThread(nullptr, 0, routine, nullptr, 0, nullptr));
+void start(LPTHREAD_START_ROUTINE routine, void* context = nullptr) {
+    CloseHandle(CreateThread(nullptr, 0, routine, context, 0, nullptr));
 }
 
 int messages_waiting() {
@@ -142,7 +138,7 @@ int main(int argc, char** argv) {
     if (strcmp(mode, "quit") == 0)
         start(tell_to_quit);
     else if (strcmp(mode, "waiting-quit") == 0)
-        start(upload ? send_close : send_command);
+        start(send_command, upload ? other_window : nullptr);
     else if (strcmp(mode, "quit-both") == 0)
         start(tell_to_quit);
     else if (strcmp(mode, "sent-command") == 0)

@@ -121,10 +121,9 @@ void show_window() {
     window_class.lpszClassName = "WindowHost";
     RegisterClassA(&window_class);
     const DWORD style = wanted("full-screen") ? WS_POPUP : WS_OVERLAPPEDWINDOW;
-    HWND const window =
-        CreateWindowExA(wanted("topmost") ? WS_EX_TOPMOST : 0, "WindowHost", "Host window", style, place.left,
-                        place.top, place.right, place.bottom, nullptr, wanted("menu") ? make_menu() : nullptr,
-                        window_class.hInstance, nullptr);
+    HWND const window = CreateWindowExA(wanted("topmost") ? WS_EX_TOPMOST : 0, "WindowHost", "Host window", style,
+                                        place.left, place.top, place.right, place.bottom, nullptr,
+                                        wanted("menu") ? make_menu() : nullptr, window_class.hInstance, nullptr);
     ShowWindow(window, SW_SHOWNORMAL);
     UpdateWindow(window);
 }

@@ -192,7 +192,7 @@ class WhatTheDialogShows(Case):
 
     def test_says_that_it_uploads_each_time_while_it_does(self):
         self.open()
-        for i in range(3):
+        for i in range(4):
             self.seen = []
             self.picture(f"{i}-before")
             server, arrived, release = self.holding_server("500 Internal Server Error")

@@ -9,9 +9,9 @@
 //   upload                  "uploaded", "failed" or "out of memory"
 //   dialog [first]          the number that OpenDlg returns; of the oldest report
 //   hold                    from here on a dialog that closes says "closing", and goes when the next line arrives
-//   press-again             once a dialog uploads, another thread presses its button 1 by a sent message; says "pressing"
-//   newest                  which report m_pThis is: "first", "last", "none"
-//   usage                   handles of the process, and KiB of memory: its own, in RAM, and the most in RAM so far
+//   press-again             once a dialog uploads, another thread presses its button 1 by a sent message; says
+//   "pressing" newest                  which report m_pThis is: "first", "last", "none" usage                   handles
+//   of the process, and KiB of memory: its own, in RAM, and the most in RAM so far
 #include <stdio.h>
 #include <string.h>
 
