@@ -11,6 +11,12 @@ LONG larger(LONG a, LONG b) {
     return a > b ? a : b;
 }
 
+// Given back also when a fault passes.
+struct ScreenContext {
+    HDC const dc = GetDC(nullptr);
+    ~ScreenContext() { win::nothrow(ReleaseDC)(nullptr, dc); }
+};
+
 HBITMAP make_section(LONG width, LONG height) {
     BITMAPINFO info = {};
     info.bmiHeader.biSize = sizeof(info.bmiHeader);
@@ -20,10 +26,8 @@ HBITMAP make_section(LONG width, LONG height) {
     info.bmiHeader.biBitCount = 24;
     info.bmiHeader.biCompression = BI_RGB;
     void* bits;
-    HDC screen = GetDC(nullptr);
-    HBITMAP section = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
-    ReleaseDC(nullptr, screen);
-    return section;
+    const ScreenContext screen;
+    return CreateDIBSection(screen.dc, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
 }
 
 } // namespace

@@ -11,8 +11,8 @@ CStdString screenshot_path();
 // and no file is left of one that failed.
 //
 // When it returns GDI+ is stopped, whatever other image documents the process may have. A fault of the display's
-// driver is swallowed; allocation failures of the containers pass out (gen::genlib_out_of_memory). Uses some 4 KB of
-// stack beyond what GDI and the format module take.
+// driver is swallowed, as is what it throws; allocation failures of the containers pass out
+// (gen::genlib_out_of_memory). Uses some 4 KB of stack beyond what GDI and the format module take.
 //
 // The format layer must know where to find the JPEG module; it does from the start (glib/filter_manager.h), unless a
 // host has set it up otherwise.

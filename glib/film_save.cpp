@@ -4,30 +4,34 @@
 #include "glib/film.h"
 #include "glib/film_body.h"
 #include "glib/mem_stream.h"
-#include "glib/stdio_file_stream.h"
+#include "win/handle.h"
+#include "win/whole_file.h"
 
 namespace glib {
 
 namespace {
 
-// Writes a file that is new, or whose content is to be lost; none is left if it can't be finished.
-ResultCode write_file(FilmBody& body, const char* path, const BaseFormatDesc& options) {
-    VStdioFileStream stream;
-    if (!stream.Open(path, "wb"))
-        return IERR;
-    ResultCode code = IERR;
-    try {
-        code = body.Save(filter_manager(), stream, options);
-    } catch (gen::genlib_error&) {
-        stream.Close();
-        DeleteFileA(path);
-        throw;
+// The file is gone at its end, but for one that is finished.
+struct UnfinishedFile {
+    const char* path;
+    bool finished = false;
+    ~UnfinishedFile() {
+        if (!finished)
+            win::nothrow(DeleteFileA)(path);
     }
-    const bool complete = !stream.HasError();
-    if (!(stream.Close() && complete) && succeeded(code))
+};
+
+// Writes a file that is new, or whose content is to be lost; none is left if it can't be finished. The format module
+// writes into memory: a file of the runtime's takes its record from a heap that the host may have damaged.
+ResultCode write_file(FilmBody& body, const char* path, const BaseFormatDesc& options) {
+    UnfinishedFile file = {path};
+    VMemStream stream;
+    ResultCode code = body.Save(filter_manager(), stream, options);
+    if (stream.HasError())
+        code = OMEM;
+    if (succeeded(code) && !win::write_whole_file(path, stream.data(), static_cast<size_t>(stream.Size())))
         code = IERR;
-    if (!succeeded(code))
-        DeleteFileA(path);
+    file.finished = succeeded(code);
     return code;
 }
 

@@ -30,6 +30,12 @@
 
 #define WENDAX_IMPORT __declspec(dllimport)
 
+#if defined(__cplusplus) && (__cplusplus >= 201103L || (defined(_MSC_VER) && !defined(__clang__) && _MSC_VER >= 1900))
+#define WENDAX_NOEXCEPT noexcept
+#else
+#define WENDAX_NOEXCEPT throw()
+#endif
+
 struct _EXCEPTION_POINTERS;
 
 #ifdef __cplusplus
@@ -79,61 +85,127 @@ WENDAX_IMPORT int __cdecl SetCreateScreenCopy(int flag);
 
 #if defined(__cplusplus) && defined(_MSC_VER)
 
+#include <stddef.h>
 #include <eh.h>
+#include <new>
 
 typedef int(__stdcall* WendaxProcedure)();
 #ifndef _WINDOWS_ /* the parts of windows.h that WendaxCoverThread needs, as it declares them itself */
+#if defined(NO_STRICT) && !defined(STRICT)
+typedef void* WendaxModule;
+#else
 struct HINSTANCE__;
-extern "C" __declspec(dllimport) struct HINSTANCE__* __stdcall GetModuleHandleA(const char* name);
-extern "C" __declspec(dllimport) WendaxProcedure __stdcall GetProcAddress(struct HINSTANCE__* module, const char* name);
+typedef struct HINSTANCE__* WendaxModule;
+#endif
+extern "C" __declspec(dllimport) WendaxModule __stdcall GetModuleHandleA(const char* name);
+extern "C" __declspec(dllimport) WendaxProcedure __stdcall GetProcAddress(WendaxModule module, const char* name);
 #endif
 
 /** Stack in bytes that WendaxCoverThread() keeps back for the report of a stack overflow. */
 #ifndef WENDAX_REPORT_STACK
 #define WENDAX_REPORT_STACK 131072
 #endif
+/** The least that it asks for where a thread's stack is too small for that: what whole reports need. */
+#define WENDAX_LEAST_REPORT_STACK 32768
 
 /** Covers the calling thread, whichever C runtime the host is built with. Called once, first thing on each thread.
  *
  * The translator belongs to a C runtime as well as to a thread, so this function is compiled into the host, where it
- * finds the host's own. It also reserves #WENDAX_REPORT_STACK bytes for the report of a stack overflow; where the
- * system can't do that (before Vista), or the thread's stack is too small for it, the thread is covered without.
+ * finds the host's own. It also reserves #WENDAX_REPORT_STACK bytes for the report of a stack overflow. Where the
+ * thread's stack is too small for that it asks for half, down to #WENDAX_LEAST_REPORT_STACK; where that is refused as
+ * well, or the system can't do it (before Vista), the thread is covered without.
  * @param translator  one of the host's own may do something first, and then calls APISeTranslator()
  * @return the thread's translator before, null if there was none */
 inline WendaxTranslator WendaxCoverThread(WendaxTranslator translator = APISeTranslator) {
     typedef int(__stdcall * Guarantee)(unsigned long* bytes);
     const WendaxProcedure found = GetProcAddress(GetModuleHandleA("kernel32.dll"), "SetThreadStackGuarantee");
     const Guarantee guarantee = reinterpret_cast<Guarantee>(reinterpret_cast<unsigned int>(found));
-    unsigned long bytes = 0; /* asks for what is reserved already */
-    if (guarantee && guarantee(&bytes) && bytes < WENDAX_REPORT_STACK) {
-        bytes = WENDAX_REPORT_STACK;
-        guarantee(&bytes);
+    unsigned long reserved = 0; /* asks for what is reserved already */
+    if (guarantee && guarantee(&reserved)) {
+        unsigned long wanted = WENDAX_REPORT_STACK;
+        while (reserved < wanted) {
+            unsigned long bytes = wanted;
+            if (guarantee(&bytes) || wanted <= WENDAX_LEAST_REPORT_STACK)
+                break;
+            wanted = wanted / 2 > WENDAX_LEAST_REPORT_STACK ? wanted / 2 : WENDAX_LEAST_REPORT_STACK;
+        }
     }
     return _set_se_translator(translator);
 }
 
+namespace gen {
+
+/** What a member of the two classes throws; each says whether it does. Never thrown itself, only the two below. Catch
+ * it by reference: such an exception owns no memory. OpenCrushReport() and the other functions let none out. */
+class genlib_error {
+protected:
+    genlib_error() {}
+};
+
+/** Memory is gone. The report is as it was before the call, or lacks what the call should have added. */
+class genlib_out_of_memory : public genlib_error {
+public:
+    genlib_out_of_memory() {}
+};
+
+/** A place within a list or text that doesn't exist. */
+class genlib_out_of_range : public genlib_error {
+public:
+    /** @cond */
+    genlib_out_of_range(unsigned int wanted, unsigned int present) : index(wanted), size(present) {}
+    /** @endcond */
+
+    unsigned int index; /**< the place that was wanted */
+    unsigned int size;  /**< how many there are */
+};
+
+} // namespace gen
+
 struct HBITMAP__;
 struct tagRECT;
 
-/** The fault that a report describes; the library's own. */
+/** The fault that a report describes; the library's own. Nobody outside can get one: a host that drives the classes
+ * itself gives null, and its reports have no fault details. OpenCrushReport() gives its own. */
 class CSeException;
+
+/* For the forms of new that debugging libraries put in place of the plain one: they note file and line in memory of the
+ * runtime's, which this is none of. */
+#define WENDAX_DEBUG_NEW                                                                                               \
+    template <class Line>                                                                                              \
+    static void* operator new(size_t size, const char*, Line) {                                                        \
+        return operator new(size);                                                                                     \
+    }                                                                                                                  \
+    template <class Line>                                                                                              \
+    static void* operator new(size_t size, int, const char*, Line) {                                                   \
+        return operator new(size);                                                                                     \
+    }                                                                                                                  \
+    template <class Line>                                                                                              \
+    static void operator delete(void* block, const char*, Line) {                                                      \
+        operator delete(block);                                                                                        \
+    }                                                                                                                  \
+    template <class Line>                                                                                              \
+    static void operator delete(void* block, int, const char*, Line) {                                                 \
+        operator delete(block);                                                                                        \
+    }
 
 /** The e-mail report, for hosts that drive it themselves or derive from it.
  *
- * What OpenCrushReport() makes. One exists at a time, on one thread. No member reports an error. A host on another C
- * runtime than msvcrt.dll makes it on the stack or derives from it: its destructor is the library's, so that the memory
- * of a plain `new` would be freed in the wrong runtime. */
+ * What OpenCrushReport() makes. One exists at a time, on one thread. No member reports an error but that memory is
+ * gone. Made on the stack or with `new`, whichever the host's C runtime, in derived classes too: the memory is the
+ * library's. A class that also derives from another one with operators new and delete of its own says by
+ * using-declarations which it takes. */
 class WENDAX_IMPORT CCrashReport {
 public:
     /** @param exception  not owned; null for a report without fault details */
     explicit CCrashReport(CSeException* exception);
 
-    /** Shows the dialog and waits for the answer.
+    /** Shows the dialog and waits for the answer. Throws nothing of its own.
      * @return 1: open the report, 2: don't, 0: no dialog could be shown, or the program was told to quit meanwhile */
     unsigned int OpenDlg();
 
     /** Adds a file to those that GenerateEmail() attaches.
-     * @param path  copied; the file may be missing, null is "" */
+     * @param path  copied; the file may be missing, null is ""
+     * @throws gen::genlib_error  the list is as it was */
     void AddAttachment(const char* path);
 
     /** Composes the message, attaches the files and opens it. Leaves the thread at its highest priority.
@@ -146,18 +218,33 @@ public:
      *                   were tried take one that ends quotes and line itself:
      * @code
      * "Crash Desk\" <crashes@example.com>\r\nX-Report-To: \""
-     * @endcode */
+     * @endcode
+     * @throws gen::genlib_error  no message was opened */
     virtual void GenerateEmail(int context, const char* product, const char* subject, const char* recipient);
 
     virtual ~CCrashReport();
 
-    /** Writes screen_copy.jpg, a picture of the primary screen, into the temporary folder and attaches it. */
+    /** Writes screen_copy.jpg, a picture of the primary screen, into the temporary folder and attaches it.
+     * @throws gen::genlib_error  nothing was attached */
     void AttachScreenCopy();
 
-    /** Takes a picture of a part of the primary screen.
+    /** Takes a picture of a part of the primary screen. Throws nothing of its own.
      * @param rect  in pixels
      * @return a 24-bit top-down section that the caller deletes; null for an empty rectangle */
     static HBITMAP__* __cdecl CopyScreenToBitmap(tagRECT* rect);
+
+    /** The memory is the library's, whichever the host's C runtime; so in the nothrow form, which answers null.
+     * @throws gen::genlib_out_of_memory */
+    static void* __cdecl operator new(size_t size);
+    /** What a host without these operators made goes back to the heap that knows it. */
+    static void __cdecl operator delete(void* block) WENDAX_NOEXCEPT;
+    /** @cond */
+    static void* __cdecl operator new(size_t size, const std::nothrow_t&) WENDAX_NOEXCEPT;
+    static void* __cdecl operator new(size_t size, void* place) WENDAX_NOEXCEPT;
+    static void __cdecl operator delete(void* block, const std::nothrow_t&) WENDAX_NOEXCEPT;
+    static void __cdecl operator delete(void* block, void* place) WENDAX_NOEXCEPT;
+    WENDAX_DEBUG_NEW
+    /** @endcond */
 
 private:
     CCrashReport(const CCrashReport&);
@@ -171,7 +258,7 @@ private:
 
 /** The upload report: sends up to six files to a web form.
  *
- * One exists at a time, on one thread. Made as CCrashReport is: on the stack or derived from. */
+ * One exists at a time, on one thread. Made as CCrashReport is. */
 class WENDAX_IMPORT CCrashReport2 {
 public:
     /** @param exception  not owned, and no part of the upload; null is fine */
@@ -181,31 +268,49 @@ public:
      * @param config  the program's configuration; like the others copied, null or "" for none
      * @param script  the script that it followed
      * @param log     its log
-     * @param file    the file that it worked on */
+     * @param file    the file that it worked on
+     * @throws gen::genlib_error  some of them are named */
     virtual void PostRequest(const char* config, const char* script, const char* log, const char* file);
 
     virtual ~CCrashReport2();
 
     /** Adds a path to the report's list. The list is no part of the upload.
-     * @param path  copied */
+     * @param path  copied
+     * @throws gen::genlib_error  the list is as it was */
     void AddAttachment(const char* path);
 
-    /** Shows the dialog, whose button uploads.
+    /** Shows the dialog, whose button uploads. Throws nothing of its own: to the user it is a failed upload.
      * @return 1: uploaded, 2: closed without, 0: no dialog could be shown, or the program was told to quit meanwhile */
     unsigned int OpenDlg();
 
     /** Sends the files as they are now, and waits for the answer.
-     * @return true only when the server confirmed */
+     * @return true only when the server confirmed
+     * @throws gen::genlib_error  nothing was sent, or the answer could not be read */
     bool Upload();
 
-    /** Writes screen_copy.jpg into the temporary folder and makes it part of the upload. */
+    /** Writes screen_copy.jpg into the temporary folder and makes it part of the upload.
+     * @throws gen::genlib_error  the upload goes without it */
     void CreateScreenCopy();
 
-    /** Writes system_info.txt into the temporary folder and makes it part of the upload. */
+    /** Writes system_info.txt into the temporary folder and makes it part of the upload.
+     * @throws gen::genlib_error  the upload goes without it */
     void CreateSystemInfo();
 
     /** The newest instance, the one that the dialog's button uploads; null when it is gone. */
     static CCrashReport2* m_pThis;
+
+    /** The memory is the library's, whichever the host's C runtime; so in the nothrow form, which answers null.
+     * @throws gen::genlib_out_of_memory */
+    static void* __cdecl operator new(size_t size);
+    /** What a host without these operators made goes back to the heap that knows it. */
+    static void __cdecl operator delete(void* block) WENDAX_NOEXCEPT;
+    /** @cond */
+    static void* __cdecl operator new(size_t size, const std::nothrow_t&) WENDAX_NOEXCEPT;
+    static void* __cdecl operator new(size_t size, void* place) WENDAX_NOEXCEPT;
+    static void __cdecl operator delete(void* block, const std::nothrow_t&) WENDAX_NOEXCEPT;
+    static void __cdecl operator delete(void* block, void* place) WENDAX_NOEXCEPT;
+    WENDAX_DEBUG_NEW
+    /** @endcond */
 
 private:
     CCrashReport2(const CCrashReport2&);
@@ -222,6 +327,8 @@ private:
     unsigned int m_attachments[5];
     CSeException* m_exception;
 };
+
+#undef WENDAX_DEBUG_NEW
 
 #elif defined(__cplusplus) && defined(__GNUC__)
 

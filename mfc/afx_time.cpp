@@ -1,5 +1,57 @@
 #include "mfc/afx_time.h"
 
+#include <stdio.h>
+#include <string.h>
+#include <windows.h>
+
+#include "win/fault_guard.h"
+
+namespace {
+
+// Windows counts in 100 ns since 1601, the C runtime in seconds since 1970.
+constexpr ULONGLONG kTicksASecond = 10000000;
+constexpr ULONGLONG kSecondsTo1970 = 11644473600;
+
+constexpr int kRoom = 128; // of a text with its terminator
+
+// The same as strftime on local time, for the fields that messages have, in English and by the offset from Greenwich
+// that holds now. Empty where that doesn't do.
+void format_plainly(__time64_t time, const char* format, char (&text)[kRoom]) {
+    static const char* const days[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+    ULARGE_INTEGER ticks;
+    ticks.QuadPart = (static_cast<ULONGLONG>(time) + kSecondsTo1970) * kTicksASecond;
+    const FILETIME greenwich = {ticks.LowPart, ticks.HighPart};
+    FILETIME local;
+    SYSTEMTIME now;
+    *text = '\0';
+    if (!FileTimeToLocalFileTime(&greenwich, &local) || !FileTimeToSystemTime(&local, &now))
+        return;
+    const int numbers[] = {now.wDay, now.wYear % 100, now.wHour, now.wMinute, now.wSecond};
+    constexpr char letters[] = "dyHMS";
+    constexpr int longest_field = 9;
+    char* to = text;
+    for (; *format && to < text + kRoom - 1 - longest_field; ++format) {
+        if (*format != '%') {
+            *to++ = *format;
+            continue;
+        }
+        const char letter = *++format;
+        const char* const found = letter ? strchr(letters, letter) : nullptr;
+        if (!found && letter != 'A')
+            break;
+        to += found ? sprintf(to, "%02d", numbers[found - letters]) : sprintf(to, "%s", days[now.wDayOfWeek]);
+    }
+    *(*format ? text : to) = '\0';
+}
+
+void format_by_runtime(__time64_t time, const char* format, char (&text)[kRoom]) {
+    const struct tm* const parts = _localtime64(&time);
+    if (!parts || strftime(text, kRoom, format, parts) == 0)
+        *text = '\0';
+}
+
+} // namespace
+
 CTime::CTime(int year, int month, int day, int hour, int minute, int second) {
     struct tm parts = {};
     parts.tm_year = year - 1900;
@@ -13,13 +65,16 @@ CTime::CTime(int year, int month, int day, int hour, int minute, int second) {
 }
 
 CTime CTime::GetCurrentTime() {
-    return CTime(_time64(nullptr));
+    FILETIME now; // not _time64, which may take memory from the runtime's heap
+    GetSystemTimeAsFileTime(&now);
+    const ULARGE_INTEGER ticks = {{now.dwLowDateTime, now.dwHighDateTime}};
+    return CTime(static_cast<__time64_t>(ticks.QuadPart / kTicksASecond - kSecondsTo1970));
 }
 
 CString CTime::Format(LPCSTR pFormat) const {
-    char text[128];
-    const struct tm* const parts = _localtime64(&m_time);
-    if (!parts || strftime(text, sizeof(text), pFormat, parts) == 0)
-        return CString();
+    char text[kRoom];
+    // The runtime takes memory from its own heap, which the host may have damaged.
+    if (!win::run_guarded([&] { format_by_runtime(m_time, pFormat, text); }))
+        format_plainly(m_time, pFormat, text);
     return CString(text);
 }

@@ -1,51 +1,8 @@
 #include "net/super_buffer.h"
 
 #include <limits.h>
-#include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
-#ifdef _WIN32
-#include <io.h>
-#else
-#include <sys/stat.h>
-#include <unistd.h>
-#endif
-
-namespace {
-
-bool exists(const char* path) {
-#ifdef _WIN32
-    return _access(path, 0) == 0;
-#else
-    return access(path, F_OK) == 0;
-#endif
-}
-
-// Bytes; not a long, which ends at 2 GiB on Windows. Negative where there are none (a pipe).
-int64_t length_of(FILE* file) {
-#ifdef _WIN32
-    return _filelengthi64(_fileno(file));
-#else
-    struct stat status;
-    return fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : -1;
-#endif
-}
-
-unsigned measure(FILE* file) {
-    const int64_t size = length_of(file);
-    if (size > INT_MAX) {
-        gen::throw_out_of_memory();
-    }
-    return size > 0 ? static_cast<unsigned>(size) : 0;
-}
-
-} // namespace
-
-CSuperBuffer::Piece::~Piece() {
-    if (m_file) {
-        fclose(m_file);
-    }
-}
 
 void CSuperBuffer::Piece::SetText(const CStdString& text) noexcept {
     m_text = text.c_str();
@@ -58,29 +15,28 @@ void CSuperBuffer::Piece::SetText(const char* text) noexcept {
 }
 
 void CSuperBuffer::Piece::SetFile(const char* path) {
-    if (!path || !*path || !exists(path)) {
+    if (!path || !*path || !m_file.Open(path)) {
         return;
     }
-    m_file = fopen(path, "rb");
-    if (m_file) {
-        // Read in one piece; a buffer would come from the runtime's heap, which may be damaged.
-        setvbuf(m_file, nullptr, _IONBF, 0);
-        m_size = measure(m_file);
+    const int64_t size = m_file.Length();
+    if (size > INT_MAX) {
+        gen::throw_out_of_memory();
     }
+    m_size = size > 0 ? static_cast<unsigned>(size) : 0;
 }
 
 unsigned CSuperBuffer::Piece::CopyTo(char* to) const {
-    if (!m_file) {
+    if (!m_file.IsOpen()) {
         memcpy(to, m_text, m_size);
         return m_size;
     }
     unsigned done = 0;
     while (done < m_size) {
-        const size_t got = fread(to + done, 1, m_size - done, m_file);
+        const unsigned got = m_file.Read(to + done, m_size - done);
         if (got == 0) {
             break;
         }
-        done += static_cast<unsigned>(got);
+        done += got;
     }
     return done;
 }

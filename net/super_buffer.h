@@ -8,9 +8,8 @@
 // nothing.
 #pragma once
 
-#include <stdio.h>
-
 #include "base/std_string.h"
+#include "net/upload_file.h"
 
 class CSuperBuffer {
 public:
@@ -18,7 +17,6 @@ public:
     class Piece {
     public:
         Piece() = default;
-        ~Piece();
 
         Piece(const Piece&) = delete;
         Piece& operator=(const Piece&) = delete;
@@ -44,7 +42,7 @@ public:
         unsigned CopyTo(char* to) const;
 
         const char* m_text = nullptr;
-        FILE* m_file = nullptr;
+        UploadFile m_file;
         unsigned m_size = 0;
     };
 

@@ -6,7 +6,6 @@
 #include <afxtempl.h>
 
 #include "base/std_string.h"
-#include "report/report_memory.h"
 
 class CSeException;
 
@@ -45,8 +44,14 @@ public:
     // for an empty rectangle.
     static HBITMAP CopyScreenToBitmap(RECT* rect);
 
-    static void* operator new(size_t size, const std::nothrow_t&) noexcept { return report::allocate_own(size); }
-    static void operator delete(void* block) noexcept { report::release(block); }
+    // A report lies in the library's memory, also one that a host or a derived class makes. The plain form throws
+    // gen::genlib_out_of_memory. What was made by other means goes back to the heap that knows it.
+    static void* operator new(size_t size);
+    static void* operator new(size_t size, const std::nothrow_t&) noexcept;
+    static void* operator new(size_t size, void* place) noexcept;
+    static void operator delete(void* block) noexcept;
+    static void operator delete(void* block, const std::nothrow_t&) noexcept;
+    static void operator delete(void* block, void* place) noexcept;
 
 private:
     HINSTANCE m_saved_resources = nullptr; // the current resource module at OpenDlg's entry

@@ -6,6 +6,7 @@
 #include "net/upload_form.h"
 #include "report/destinations.h"
 #include "sysinfo/system_info_file.h"
+#include "win/fault_guard.h"
 
 namespace {
 
@@ -59,14 +60,18 @@ bool CCrashReport2::Upload() {
     return upload_form::confirms(transport.Request(form_url().c_str(), true, body.GetData(), body.GetLength()));
 }
 
+// A fault in what makes a file costs the file, not the report.
+
 void CCrashReport2::CreateScreenCopy() {
     const gen::FloatingPointScope floating_point;
-    m_screen_path = screenshot_path();
-    set_up_screenshot_format();
-    write_screenshot(m_screen_path);
+    win::run_guarded([this] {
+        m_screen_path = screenshot_path();
+        set_up_screenshot_format();
+        write_screenshot(m_screen_path);
+    });
 }
 
 void CCrashReport2::CreateSystemInfo() {
     const gen::FloatingPointScope floating_point;
-    write_system_info_file(m_system_path);
+    win::run_guarded([this] { write_system_info_file(m_system_path); });
 }

@@ -1,11 +1,11 @@
 // The upload report: sends up to six files to a web form.
 #pragma once
 
+#include <new>
 #include <afxwin.h>
 #include <afxtempl.h>
 
 #include "base/std_string.h"
-#include "report/report_memory.h"
 
 class CSeException;
 
@@ -43,7 +43,14 @@ public:
     // The newest instance, on which the dialog's button calls Upload; null when it is gone.
     static CCrashReport2* m_pThis;
 
-    static void operator delete(void* block) noexcept { report::release(block); }
+    // A report lies in the library's memory, also one that a host or a derived class makes. The plain form throws
+    // gen::genlib_out_of_memory. What was made by other means goes back to the heap that knows it.
+    static void* operator new(size_t size);
+    static void* operator new(size_t size, const std::nothrow_t&) noexcept;
+    static void* operator new(size_t size, void* place) noexcept;
+    static void operator delete(void* block) noexcept;
+    static void operator delete(void* block, const std::nothrow_t&) noexcept;
+    static void operator delete(void* block, void* place) noexcept;
 
 private:
     CStdString m_config_path;

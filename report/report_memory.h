@@ -1,15 +1,16 @@
-// The memory of report objects. A host makes its own in the runtime's heap, but to delete one always ends here, in the
-// virtual destructor; the library's own lies in its own heap.
+// The memory of report objects. Hosts that were built without the classes' own operators make theirs in a heap of their
+// runtime's, but to delete one always ends here, in the virtual destructor.
 #pragma once
 
 #include <stddef.h>
 
 namespace report {
 
-// Memory for the library's own report, of which there is one at a time; null when there is none.
-void* allocate_own(size_t size);
+// Memory in the library's heap; null when there is none.
+void* allocate(size_t size) noexcept;
 
-// Gives a report object's memory back to whom it came from.
+// Gives a block back to the heap that it came from: the library's, or the first of the process's in which it is a valid
+// block. One that is in none of them stays.
 void release(void* block) noexcept;
 
 } // namespace report

@@ -4,7 +4,6 @@
 
 #include "report/se_exception.h"
 
-const char exception_marker[] = "SEHWendaxExceptionGenerated";
 CSeException* last_translated_exception;
 
 extern "C" void __cdecl APISeTranslator(unsigned int code, EXCEPTION_POINTERS* pointers) {

@@ -3,10 +3,9 @@
 
 #include <windows.h>
 
-class CSeException;
+#include "win/fault_guard.h"
 
-// What the translator throws, as a char*. Nobody may write to it.
-extern const char exception_marker[];
+class CSeException;
 
 // The exception object of the most recent fault on any thread; null before the first, or when there was no memory for
 // it. Unguarded: one fault is reported at a time. The objects are never freed.

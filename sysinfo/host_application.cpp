@@ -2,6 +2,7 @@
 
 #include <afxwin.h>
 
+#include "win/fault_guard.h"
 #include "win/handle.h"
 
 namespace sysinfo {
@@ -9,13 +10,16 @@ namespace sysinfo {
 namespace {
 
 bool file_exists(const char* path) {
-    CFileFind find;
-    return find.FindFile(path);
+    bool found = false;
+    win::run_guarded([&] {
+        CFileFind find;
+        found = find.FindFile(path);
+    });
+    return found;
 }
 
-CStdString registered_path(HKEY root) {
+void read_registered_path(HKEY root, CStdString& path) {
     constexpr LONG limit = 1024;
-    CStdString path;
     win::RegistryKey key;
     if (RegOpenKeyA(root, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Lumivale.exe", key.put()) ==
         ERROR_SUCCESS) {
@@ -25,13 +29,14 @@ CStdString registered_path(HKEY root) {
         if (status != ERROR_SUCCESS)
             path = "";
     }
-    return path;
 }
 
 } // namespace
 
 CStdString find_host_application(HKEY root, const char* executable) {
-    CStdString path = registered_path(root);
+    CStdString path;
+    if (!win::run_guarded([&] { read_registered_path(root, path); }))
+        path = "";
     if (file_exists(path.c_str()))
         return path;
     path = executable;

@@ -4,6 +4,7 @@
 
 #include "sysinfo/instruction_guard.h"
 #include "sysinfo/processor_info.h"
+#include "win/fault_guard.h"
 
 namespace sysinfo {
 
@@ -76,5 +77,7 @@ void MachineClock::scan_bits(uint32_t count) {
 CProcessorInfo::CProcessorInfo() {
     sysinfo::MachineCpuid cpuid;
     sysinfo::MachineClock clock;
-    Identify({cpuid, clock, sysinfo::sse_runs});
+    // What is identified stays when measuring meets a fault, which a hook of the performance counter may have.
+    win::run_guarded([&] { Identify({cpuid, clock, sysinfo::sse_runs}); });
+    win::run_guarded([&] { MeasureClock(clock); });
 }

@@ -1,13 +1,16 @@
 #include "sysinfo/monitor_info.h"
 
 #include "sysinfo/display_text.h"
+#include "win/fault_guard.h"
 
 namespace sysinfo {
 
 CStdString GetDisplayText(decltype(EnumDisplaySettingsA)* enumerate) {
     DEVMODEA mode = {};
     mode.dmSize = 148; // the record without its later fields, which every Windows knows
-    if (!enumerate(nullptr, ENUM_CURRENT_SETTINGS, &mode))
+    bool found = false;
+    win::run_guarded([&] { found = enumerate(nullptr, ENUM_CURRENT_SETTINGS, &mode); });
+    if (!found)
         return "Error: can not enumerate display settings.";
     return describe_display_mode({mode.dmBitsPerPel, mode.dmPelsWidth, mode.dmPelsHeight, mode.dmDisplayFrequency});
 }

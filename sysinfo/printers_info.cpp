@@ -2,6 +2,7 @@
 
 #include "base/array.h"
 #include "sysinfo/printers_text.h"
+#include "win/fault_guard.h"
 
 namespace sysinfo {
 
@@ -47,12 +48,17 @@ CStdString default_printer(const PrinterSystem& system) {
 
 CStdString GetPrintersInfo(const PrinterSystem& system) {
     CArray<CStdString, CStdString&> names;
-    list_printers(system, names);
-    return describe_printers(names.GetData(), names.GetSize(), default_printer(system).c_str());
+    CStdString preferred;
+    // Apart, because a driver's fault costs the one and not the other.
+    win::run_guarded([&] { list_printers(system, names); });
+    win::run_guarded([&] { preferred = default_printer(system); });
+    return describe_printers(names.GetData(), names.GetSize(), preferred.c_str());
 }
 
 } // namespace sysinfo
 
 CStdString CPrintersInfo::GetPrintersInfo() {
-    return sysinfo::GetPrintersInfo({sysinfo::is_nt(), EnumPrintersA, GetProfileStringA});
+    bool nt = false;
+    win::run_guarded([&] { nt = sysinfo::is_nt(); });
+    return sysinfo::GetPrintersInfo({nt, EnumPrintersA, GetProfileStringA});
 }

@@ -12,35 +12,47 @@ int clamp(uint64_t value) {
     return value > INT_MAX ? INT_MAX : static_cast<int>(value);
 }
 
-// Waits until so many steps of the counter have passed, and says how many did; it looks at the counter once at least.
-// Gives up, with 0, if the counter stands still: no counter is read this often in the time that we wait.
-uint64_t wait_steps(ClockSource& clock, uint64_t steps) {
+// How a wait on the counter ended.
+struct Wait {
+    enum End { over, gave_up, stepped_back } end;
+    uint64_t passed; // steps, if it is over
+};
+
+// Waits until so many steps of the counter have passed; it looks at the counter once at least. Gives up if the counter
+// stands still: no counter is read this often in the time that we wait.
+Wait wait_steps(ClockSource& clock, uint64_t steps) {
     constexpr uint32_t most_looks = 20000000;
     const uint64_t start = clock.counter();
+    uint64_t before = 0;
     for (uint32_t i = 0; i < most_looks; ++i) {
         const uint64_t passed = clock.counter() - start;
+        if (static_cast<int64_t>(passed - before) < 0)
+            return {Wait::stepped_back, 0}; // some machines' counters differ from one processor to the next
         if (passed >= steps)
-            return passed;
+            return {Wait::over, passed};
+        before = passed;
     }
-    return 0;
+    return {Wait::gave_up, 0};
 }
 
 struct Measurement {
+    Wait wait;
     uint64_t ticks;  // of the time-stamp counter in the wait
-    uint64_t passed; // steps of the wait, 0 if there was none
     uint64_t astray; // steps that passed outside it
 };
 
 Measurement measure(ClockSource& clock, uint64_t steps) {
     const uint64_t outer_start = clock.counter();
     const uint64_t wait_start = clock.time_stamp();
-    const uint64_t passed = wait_steps(clock, steps);
-    const uint64_t wait = clock.time_stamp() - wait_start;
+    const Wait wait = wait_steps(clock, steps);
+    const uint64_t ticks = clock.time_stamp() - wait_start;
     const uint64_t overhead_start = clock.time_stamp();
     wait_steps(clock, 0);
     const uint64_t overhead = clock.time_stamp() - overhead_start;
     const uint64_t outer = clock.counter() - outer_start;
-    return {wait > overhead ? wait - overhead : 0, passed, outer > passed ? outer - passed : 0};
+    // All steps of a counter that went back are astray: beyond the wait, or before it, where they make a huge number.
+    return {wait, ticks > overhead ? ticks - overhead : 0,
+            wait.end == Wait::stepped_back ? UINT64_MAX : outer - wait.passed};
 }
 
 // On a busy machine other threads get the processor within a measurement. Those that get it within the wait make that
@@ -52,16 +64,16 @@ int measure_by_time_stamp(ClockSource& clock) {
     const uint64_t tolerated = steps / 200;
 
     Measurement best = measure(clock, steps);
-    for (int i = 1; i < most_tries && best.passed != 0 && best.astray > tolerated; ++i) {
+    for (int i = 1; i < most_tries && best.wait.end != Wait::gave_up && best.astray > tolerated; ++i) {
         const Measurement next = measure(clock, steps);
         if (next.astray < best.astray)
             best = next;
     }
-    if (best.passed == 0)
+    if (best.wait.end != Wait::over)
         return 0;
     uint64_t ticks = best.ticks;
-    if (best.passed > steps + tolerated && ticks <= UINT64_MAX / (steps + 1))
-        ticks = ticks * steps / best.passed;
+    if (best.wait.passed > steps + tolerated && ticks <= UINT64_MAX / (steps + 1))
+        ticks = ticks * steps / best.wait.passed;
     return clamp(ticks / kMilliseconds / 1000);
 }
 
@@ -85,11 +97,15 @@ int measure_by_scanning(ClockSource& clock, uint32_t family) {
     const uint64_t frequency = clock.frequency();
     if (cycles == 0 || frequency > UINT64_MAX / cycles)
         return 0;
-    const uint64_t start = clock.counter();
-    clock.scan_bits(scans);
-    const uint64_t steps = clock.counter() - start;
-    // Kept: divided by 2^20, not by 10^6.
-    return steps ? clamp(cycles * frequency / steps >> 20) : 0;
+    constexpr int most_tries = 2; // for a counter that steps back once
+    for (int i = 0; i < most_tries; ++i) {
+        const uint64_t start = clock.counter();
+        clock.scan_bits(scans);
+        const uint64_t steps = clock.counter() - start;
+        if (static_cast<int64_t>(steps) > 0)
+            return clamp(cycles * frequency / steps >> 20); // Kept: divided by 2^20, not by 10^6.
+    }
+    return 0;
 }
 
 } // namespace

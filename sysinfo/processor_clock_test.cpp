@@ -20,6 +20,7 @@ public:
     uint64_t ticks_a_look = 0;        // of the time-stamp counter, besides those of the steps
     uint64_t steps_of_a_scan = 0;     // of all bit scans together
     std::vector<uint64_t> looks_away; // at the n-th look, so many steps go by besides
+    unsigned steps_back_at = ~0u;     // from this look on the counter is 100 ms behind
 
     uint64_t now = 123456789;
     unsigned looks = 0;
@@ -32,8 +33,7 @@ public:
     }
     uint64_t counter() override {
         now += steps_a_look + (looks < looks_away.size() ? looks_away[looks] : 0);
-        ++looks;
-        return now;
+        return looks++ >= steps_back_at ? now - steps_a_second / 10 : now;
     }
     uint64_t frequency() override { return steps_a_second; }
     void scan_bits(uint32_t count) override {
@@ -101,6 +101,24 @@ TEST(ProcessorClock, Takes_the_least_spoilt_of_five_measurements) {
     // The wait has two looks and what goes by in the first: 1100000 steps, less 1000000 of the overhead.
     EXPECT_EQ(measure_clock(clock, true, kPentium), 100000 * 260 / 50 / 1000);
     EXPECT_EQ(clock.looks, 30u);
+}
+
+TEST(ProcessorClock, Counter_that_steps_back_once_does_no_harm) {
+    // Before the wait, within it, in the overhead, and behind all.
+    for (unsigned look : {1u, 2u, 25000u, 50001u, 50002u, 50003u, 50004u}) {
+        FakeClock clock; // as in Is_the_ticks_of_50_ms_less_the_overhead
+        clock.steps_back_at = look;
+        EXPECT_EQ(measure_clock(clock, true, kPentium), 499990 * 260 / 50 / 1000) << look;
+        EXPECT_LT(clock.looks, 2 * 50010u) << look << ": measured more than twice";
+    }
+}
+
+TEST(ProcessorClock, Scan_in_which_the_counter_steps_back_is_repeated) {
+    FakeClock clock;
+    clock.steps_a_look = 0;
+    clock.steps_of_a_scan = clock.steps_a_second / 20;
+    clock.steps_back_at = 1; // behind the scan
+    EXPECT_EQ(measure_clock(clock, false, kPentium), 430000000ull * 20 >> 20);
 }
 
 TEST(ProcessorClock, Is_0_when_the_overhead_is_all_there_is) {

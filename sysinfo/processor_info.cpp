@@ -23,6 +23,7 @@ uint32_t highest_extended_leaf(CpuidSource& cpuid) {
 
 CProcessorInfo::CProcessorInfo(const sysinfo::ProcessorSources& sources) {
     Identify(sources);
+    MeasureClock(sources.clock);
 }
 
 void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
@@ -43,8 +44,6 @@ void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
     if (HasFeature(kSse) && sources.sse_usable())
         m_features |= kSseUsable;
 
-    m_clock =
-        sysinfo::measure_clock(sources.clock, sysinfo::bit_field(m_standard_features, kTimeStampBit, 1), GetFamily());
     m_caches = sysinfo::read_cache_sizes(cpuid, highest, highest_extended, GetFamily(), GetModel());
     if (highest_extended >= 0x80000004)
         ReadBrand(cpuid);
@@ -53,6 +52,10 @@ void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
     ReadName(); // after the extended features, which have the brand flag
     if (HasFeature(kSerialNumber) && highest >= 3)
         ReadSerialNumber(cpuid, leaf1.eax);
+}
+
+void CProcessorInfo::MeasureClock(sysinfo::ClockSource& clock) {
+    m_clock = sysinfo::measure_clock(clock, sysinfo::bit_field(m_standard_features, kTimeStampBit, 1), GetFamily());
 }
 
 void CProcessorInfo::ReadStandardFeatures(const CpuidRegisters& leaf1) {

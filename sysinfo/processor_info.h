@@ -90,7 +90,8 @@ public:
     CStdString GetText() const;
 
 private:
-    void Identify(const sysinfo::ProcessorSources& sources);
+    void Identify(const sysinfo::ProcessorSources& sources); // all but the clock
+    void MeasureClock(sysinfo::ClockSource& clock);
     void ReadStandardFeatures(const sysinfo::CpuidRegisters& leaf1);
     void ReadBrand(sysinfo::CpuidSource& cpuid);
     void ReadExtendedFeatures(uint32_t bits);

@@ -3,6 +3,9 @@
 #include <new>
 #include <string.h>
 
+#include "win/ansi_path.h"
+#include "win/fault_guard.h"
+
 CStdFileInfo::~CStdFileInfo() {
     Reset();
 }
@@ -20,43 +23,52 @@ void CStdFileInfo::Reset() {
 
 int CStdFileInfo::Open(const char* path) {
     Reset();
+    bool read = false;
+    win::run_guarded([&] { read = Read(path); });
+    if (!read)
+        Reset();
+    return read;
+}
+
+bool CStdFileInfo::Read(const char* path) {
     DWORD handle = 0;
     const DWORD size = GetFileVersionInfoSizeA(path, &handle);
     if (size == 0)
-        return 0;
+        return false;
     m_block = new (std::nothrow) BYTE[size]();
-    if (!m_block)
-        return 0;
-    if (!GetFileVersionInfoA(path, handle, size, m_block)) {
-        Reset();
-        return 0;
-    }
+    if (!m_block || !GetFileVersionInfoA(path, handle, size, m_block))
+        return false;
     m_block_size = size;
 
     void* value = nullptr;
     UINT length = 0;
     if (!Query("\\", &value, &length))
-        return 1; // strings may be there all the same, in no language
-    m_fixed = static_cast<const VS_FIXEDFILEINFO*>(value);
+        return true;                        // strings may be there all the same, in no language
+    if (length >= sizeof(VS_FIXEDFILEINFO)) // a resource without them answers, too
+        m_fixed = static_cast<const VS_FIXEDFILEINFO*>(value);
     if (Query("\\VarFileInfo\\Translation", &value, &length) && length >= sizeof(Translation)) {
         m_translations = static_cast<const Translation*>(value);
         m_translation_count = length / sizeof(Translation);
         m_language = m_translations->language;
         m_code_page = m_translations->code_page;
     }
-    return 1;
+    return true;
 }
 
 int CStdFileInfo::OpenModule(HMODULE module) {
     constexpr DWORD size = 1024;
-    // Some systems end a path that they cut without a terminator.
-    m_work_area[GetModuleFileNameA(module, m_work_area, size)] = '\0';
+    *m_work_area = '\0';
+    win::run_guarded([&] { win::module_path(module, m_work_area, size); });
     return Open(m_work_area);
 }
 
 CStdString CStdFileInfo::GetStringValue(const char* key) {
-    if (!m_block)
-        return "Unknown";
+    if (m_block && win::run_guarded([&] { ReadString(key); }))
+        return m_work_area;
+    return "Unknown";
+}
+
+void CStdFileInfo::ReadString(const char* key) {
     CStdString query;
     query.format("\\StringFileInfo\\%04x%04x\\%s", m_language, m_code_page, key);
 
@@ -69,7 +81,6 @@ CStdString CStdFileInfo::GetStringValue(const char* key) {
         const size_t room = m_block_size - static_cast<size_t>(static_cast<BYTE*>(value) - m_block);
         strncpy(m_work_area, static_cast<const char*>(value), room < limit ? room : limit);
     }
-    return m_work_area;
 }
 
 bool CStdFileInfo::Query(const char* path, void** value, UINT* length) {

@@ -23,7 +23,7 @@ public:
     int OpenModule(HMODULE module);
 
     // A string of the resource, at most 1024 characters of it; the key is looked up without regard to case. Empty if
-    // the resource lacks it, "Unknown" if there is no resource.
+    // the resource lacks it, "Unknown" if there is no resource or reading it meets a fault.
     CStdString GetStringValue(const char* key);
     CStdString GetCompanyName();
     CStdString GetProductName();
@@ -46,6 +46,8 @@ private:
     static_assert(sizeof(Translation) == 4);
 
     void Reset();
+    bool Read(const char* path);
+    void ReadString(const char* key); // into the work area
     bool Query(const char* path, void** value, UINT* length);
 
     static constexpr WORD kNoLanguage = 0;

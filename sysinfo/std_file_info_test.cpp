@@ -98,6 +98,13 @@ TEST_F(FileInfo, Has_the_numbers_and_the_count_of_languages) {
     EXPECT_EQ(m_info->GetTranslationCount(), 0u);
 }
 
+TEST_F(FileInfo, Has_no_numbers_of_a_resource_that_has_none) {
+    EXPECT_EQ(Open("version_fixed_only"), 1);
+    EXPECT_EQ(Open("version_strings_only"), 1);
+    EXPECT_EQ(m_info->GetFixedInfo(), nullptr);
+    EXPECT_STREQ(m_info->GetCompanyName().c_str(), "Strings only");
+}
+
 TEST_F(FileInfo, Opens_the_file_of_a_loaded_module) {
     const HMODULE module = LoadLibraryA(test_file("version_complete").c_str());
     ASSERT_NE(module, nullptr);

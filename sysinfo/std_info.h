@@ -13,8 +13,9 @@
 // Construction identifies the processor, which takes about 50 ms of measuring, so one object is built per report. It is
 // too large for a stack that a fault may have used up: keep it on the heap.
 //
-// No probe fails outward: what it can't find out stands as a fixed text in its section, also where what it asks faults.
-// Every operation may throw gen::genlib_out_of_memory. Not synchronised; nothing is shared with other objects.
+// No probe fails outward: what it can't find out stands as a fixed text in its section, also where what it asks faults
+// or throws; what it found out before stays. Every operation may throw gen::genlib_out_of_memory. Not synchronised;
+// nothing is shared with other objects.
 class CStdInfo {
 public:
     CStdInfo();

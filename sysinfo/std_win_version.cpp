@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "win/fault_guard.h"
 #include "win/handle.h"
 
 namespace sysinfo {
@@ -12,19 +13,21 @@ constexpr DWORD kExtendedSize = 156;
 constexpr DWORD kPlainSize = 148;
 static_assert(sizeof(OSVERSIONINFOEXA) == kExtendedSize && sizeof(OSVERSIONINFOA) == kPlainSize);
 
+// Whether the record, plain or extended by its size, could be had.
+bool read_record(decltype(GetVersionExA)* get_version, OSVERSIONINFOEXA& record, DWORD size) {
+    bool known = false;
+    record.dwOSVersionInfoSize = size;
+    win::run_guarded([&] { known = get_version(reinterpret_cast<OSVERSIONINFOA*>(&record)); });
+    return known;
+}
+
 } // namespace
 
 WinVersion read_win_version(decltype(GetVersionExA)* get_version, HKEY root) {
     WinVersion version = {};
     OSVERSIONINFOEXA record = {};
-    OSVERSIONINFOA* const plain = reinterpret_cast<OSVERSIONINFOA*>(&record);
-    record.dwOSVersionInfoSize = kExtendedSize;
-    version.extended = get_version(plain);
-    version.known = version.extended;
-    if (!version.extended) {
-        record.dwOSVersionInfoSize = kPlainSize;
-        version.known = get_version(plain);
-    }
+    version.extended = read_record(get_version, record, kExtendedSize);
+    version.known = version.extended || read_record(get_version, record, kPlainSize);
 
     version.platform = record.dwPlatformId;
     version.major = record.dwMajorVersion;
@@ -36,23 +39,22 @@ WinVersion read_win_version(decltype(GetVersionExA)* get_version, HKEY root) {
     version.product_type = record.wProductType;
 
     if (version.known && !version.extended && version.platform == WinVersion::platform_nt)
-        read_registry_edition(root, version);
+        win::run_guarded([&] { read_registry_edition(root, version); });
     return version;
 }
 
 void read_registry_edition(HKEY root, WinVersion& version) {
     win::RegistryKey key;
+    version.edition = RegistryEdition::key_missing;
     if (RegOpenKeyExA(root, "SYSTEM\\CurrentControlSet\\Control\\ProductOptions", 0, KEY_QUERY_VALUE, key.put()) !=
-        ERROR_SUCCESS) {
-        version.edition = RegistryEdition::key_missing;
+        ERROR_SUCCESS)
         return;
-    }
+    version.edition = RegistryEdition::value_missing;
     constexpr DWORD limit = sizeof(version.edition_name) - 1;
     DWORD size = limit;
     const LSTATUS status = RegQueryValueExA(key.get(), "ProductType", nullptr, nullptr,
                                             reinterpret_cast<BYTE*>(version.edition_name), &size);
     if (status != ERROR_SUCCESS || size > limit) {
-        version.edition = RegistryEdition::value_missing;
         key.release(); // Kept: the key stays open when it has no value.
         return;
     }

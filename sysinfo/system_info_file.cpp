@@ -1,11 +1,9 @@
 #include "sysinfo/system_info_file.h"
 
-#include <stdio.h>
-#include <windows.h>
-
 #include "sysinfo/std_info.h"
 #include "sysinfo/system_info_text.h"
 #include "win/temporary_folder.h"
+#include "win/whole_file.h"
 
 namespace {
 
@@ -21,20 +19,6 @@ struct OwnedInfo {
     CStdInfo* object;
 };
 
-struct OwnedFile {
-    // With a buffer of its own: the runtime would take one from its heap, which may be damaged.
-    explicit OwnedFile(FILE* opened) : stream(opened) {
-        if (stream)
-            setvbuf(stream, buffer, _IOFBF, sizeof buffer);
-    }
-    ~OwnedFile() {
-        if (stream)
-            fclose(stream);
-    }
-    FILE* stream;
-    char buffer[512];
-};
-
 } // namespace
 
 bool write_system_info_file(CStdString& path) {
@@ -44,12 +28,7 @@ bool write_system_info_file(CStdString& path) {
     path = sysinfo::system_info_path(directory.c_str());
 
     const OwnedInfo info;
-    OwnedFile file(fopen(path.c_str(), "w+"));
-    if (!file.stream)
-        return false;
-    const CStdString text = info.object->GetSystemInfoText();
-    const bool written = fprintf(file.stream, "%s", text.c_str()) >= 0;
-    FILE* stream = file.stream;
-    file.stream = nullptr;
-    return fclose(stream) == 0 && written;
+    CStdString text = info.object->GetSystemInfoText();
+    text.replace_all("\n", "\r\n"); // the display's line ends bring a CR of their own, and get a second one
+    return win::write_whole_file(path.c_str(), text.c_str(), text.length());
 }

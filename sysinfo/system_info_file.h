@@ -3,8 +3,8 @@
 
 #include "base/std_string.h"
 
-// Writes the system-information text to "system_info.txt" in the user's temporary directory, in text mode (lines end in
-// CR LF), overwriting what is there. path receives the full path in any case; the result is whether the file was
-// written in full, which the report doesn't depend on. Takes the time of building a CStdInfo; needs little stack.
-// Throws gen::genlib_out_of_memory, with path set.
+// Writes the system-information text to "system_info.txt" in the user's temporary directory (lines end in CR LF),
+// overwriting what is there. path receives the full path in any case; the result is whether the file was written in
+// full, which the report doesn't depend on. Takes the time of building a CStdInfo; needs little stack. Throws
+// gen::genlib_out_of_memory, with path set.
 bool write_system_info_file(CStdString& path);

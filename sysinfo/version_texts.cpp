@@ -1,6 +1,7 @@
 #include "sysinfo/version_texts.h"
 
-#include <stdlib.h>
+#include <limits.h>
+#include <stdint.h>
 #include <string.h>
 
 namespace sysinfo {
@@ -8,6 +9,21 @@ namespace sysinfo {
 namespace {
 
 constexpr int kParts = 4;
+
+// As atoi, which takes memory from the runtime's heap on some systems; a number beyond an int is the nearest one.
+int leading_number(const char* text) {
+    while (*text == ' ' || (*text >= '\t' && *text <= '\r'))
+        ++text;
+    const bool negative = *text == '-';
+    if (negative || *text == '+')
+        ++text;
+    int64_t value = 0;
+    for (; *text >= '0' && *text <= '9' && value <= INT_MAX; ++text)
+        value = value * 10 + (*text - '0');
+    if (negative)
+        return value > INT_MAX ? INT_MIN : static_cast<int>(-value);
+    return value > INT_MAX ? INT_MAX : static_cast<int>(value);
+}
 
 } // namespace
 
@@ -33,8 +49,9 @@ CStdString product_version_part(const char* version, int index) {
 CStdString describe_module(const FileVersion& version) {
     CStdString text;
     text.format("\nCompany: %s\nProduct Name: %s\nProduct Version: %d.%d.%d.%d\n", version.company.c_str(),
-                version.product.c_str(), atoi(version.parts[0].c_str()), atoi(version.parts[1].c_str()),
-                atoi(version.parts[2].c_str()), atoi(version.parts[3].c_str()));
+                version.product.c_str(), leading_number(version.parts[0].c_str()),
+                leading_number(version.parts[1].c_str()), leading_number(version.parts[2].c_str()),
+                leading_number(version.parts[3].c_str()));
     return text;
 }
 

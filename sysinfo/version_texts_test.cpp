@@ -50,6 +50,14 @@ TEST(ModuleText, Prints_the_parts_as_numbers) {
                  "\nCompany: %s\nProduct Name: %d\nProduct Version: 7.1.0.-4\n");
 }
 
+TEST(ModuleText, Prints_numbers_as_they_are_read_anywhere) {
+    EXPECT_STREQ(sysinfo::describe_module({"", "", {" \t\r\n+12", "-+3", "2147483647", "-2147483648"}}).c_str(),
+                 "\nCompany: \nProduct Name: \nProduct Version: 12.0.2147483647.-2147483648\n");
+    EXPECT_STREQ(
+        sysinfo::describe_module({"", "", {"2147483648", "99999999999999999999", "-99999999999", "+ 1"}}).c_str(),
+        "\nCompany: \nProduct Name: \nProduct Version: 2147483647.2147483647.-2147483648.0\n");
+}
+
 TEST(ModuleText, Of_a_file_without_a_resource_is_unknown_and_0) {
     EXPECT_STREQ(sysinfo::describe_module({"Unknown", "Unknown", {"Unknown", "", "", ""}}).c_str(),
                  "\nCompany: Unknown\nProduct Name: Unknown\nProduct Version: 0.0.0.0\n");

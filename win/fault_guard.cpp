@@ -1,6 +1,10 @@
 #include "win/fault_guard.h"
 
+#include <stdint.h>
+#include <string.h>
 #include <windows.h>
+
+const char exception_marker[] = "SEHWendaxExceptionGenerated";
 
 namespace win {
 
@@ -8,18 +12,61 @@ namespace {
 
 constexpr DWORD cxx_exception = 0xE06D7363;
 
-int filter(DWORD code) {
-    return code == cxx_exception || code == EXCEPTION_STACK_OVERFLOW ? EXCEPTION_CONTINUE_SEARCH
-                                                                     : EXCEPTION_EXECUTE_HANDLER;
+// What the compiler says of a throw expression, as every runtime of this ABI reads it.
+struct TypeDescriptor {
+    const void* table;
+    void* spare;
+    char name[1]; // decorated, as ".?AVgenlib_error@gen@@"
+};
+
+struct CatchableType {
+    uint32_t properties;
+    const TypeDescriptor* type;
+};
+
+struct CatchableTypes {
+    int count;
+    const CatchableType* types[1];
+};
+
+struct ThrowInfo {
+    uint32_t attributes;
+    void* destructor;
+    void* compatibility;
+    const CatchableTypes* catchable; // the type itself and its bases
+};
+
+bool is_our_own(const EXCEPTION_RECORD& record) {
+    if (record.NumberParameters < 3)
+        return false;
+    auto* const object = reinterpret_cast<const char* const*>(record.ExceptionInformation[1]);
+    auto* const info = reinterpret_cast<const ThrowInfo*>(record.ExceptionInformation[2]);
+    if (!info)
+        return false;
+    for (int i = 0; i < info->catchable->count; ++i) {
+        const char* const name = info->catchable->types[i]->type->name;
+        if (strcmp(name, ".?AVgenlib_error@gen@@") == 0 || (strcmp(name, ".PAD") == 0 && *object == exception_marker))
+            return true;
+    }
+    return false;
+}
+
+int filter(const EXCEPTION_POINTERS* pointers) {
+    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+    const bool passes = record.ExceptionCode == EXCEPTION_STACK_OVERFLOW ||
+                        (record.ExceptionCode == cxx_exception && is_our_own(record));
+    return passes ? EXCEPTION_CONTINUE_SEARCH : EXCEPTION_EXECUTE_HANDLER;
 }
 
 } // namespace
 
-// No object with a destructor may live in a function with __try.
+// No object with a destructor may live in a function with __try. The pointer is volatile, so that the compiler can't
+// find the call to throw nothing and drop the guard.
 bool run_guarded(void (*function)(void* context), void* context) {
+    void (*volatile const guarded)(void*) = function;
     __try {
-        function(context);
-    } __except (filter(GetExceptionCode())) {
+        guarded(context);
+    } __except (filter(GetExceptionInformation())) {
         return false;
     }
     return true;

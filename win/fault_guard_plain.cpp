@@ -1,5 +1,7 @@
 #include "win/fault_guard.h"
 
+const char exception_marker[] = "SEHWendaxExceptionGenerated";
+
 namespace win {
 
 bool run_guarded(void (*function)(void* context), void* context) {

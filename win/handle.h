@@ -56,6 +56,13 @@ private:
     Value value_;
 };
 
+struct FileTraits {
+    using Value = HANDLE;
+    static Value invalid() noexcept { return INVALID_HANDLE_VALUE; }
+    static void close(Value file) noexcept { nothrow(CloseHandle)(file); }
+};
+using FileHandle = UniqueHandle<FileTraits>;
+
 struct RegistryKeyTraits {
     using Value = HKEY;
     static Value invalid() noexcept { return nullptr; }

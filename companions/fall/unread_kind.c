@@ -32,8 +32,8 @@ static int is_unread_bmp(ByteSource* source) {
     header = little_number(source);
     skip_source(source, 12);
     /* Run lengths of 8 and 4 bits, a JPEG, a PNG, masks with alpha, and those of CMYK. */
-    return header >= 40 && is_one_of(little_number(source),
-                                     BIT(1) | BIT(2) | BIT(4) | BIT(5) | BIT(6) | BIT(11) | BIT(12) | BIT(13));
+    return header >= 40 &&
+           is_one_of(little_number(source), BIT(1) | BIT(2) | BIT(4) | BIT(5) | BIT(6) | BIT(11) | BIT(12) | BIT(13));
 }
 
 static int is_unread_psd(ByteSource* source) {

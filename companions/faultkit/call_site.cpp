@@ -60,21 +60,48 @@ CallSite find_call_before(Memory& memory, const ModuleTable& modules, uint32_t a
     if (before >= 5 && end[-5] == 0xE8) {
         const uint32_t target = address + four_bytes(end - 4);
         if (modules.find_code(target))
-            return {CallSite::kKnown, follow_stubs(memory, modules, target)};
+            return {CallSite::kKnown, follow_stubs(memory, modules, target), 5};
     }
     uint32_t target = 0;
     if (before >= 6 && end[-6] == 0xFF && end[-5] == 0x15) {
         // The place may have changed since; then nothing is known, but it was a call all the same.
         if (memory.read_u32(four_bytes(end - 4), &target) && modules.find_code(target))
-            return {CallSite::kKnown, follow_stubs(memory, modules, target)};
-        return {CallSite::kComputed, 0};
+            return {CallSite::kKnown, follow_stubs(memory, modules, target), 6};
+        return {CallSite::kComputed, 0, 6};
     }
     for (uint32_t length = 2; length <= before; ++length)
         if (end[-static_cast<int>(length)] == 0xFF &&
             length_of_indirect_call(end[1 - static_cast<int>(length)],
                                     length > 2 ? end[2 - static_cast<int>(length)] : 0) == length)
-            return {CallSite::kComputed, 0};
+            return {CallSite::kComputed, 0, length};
     return {CallSite::kNone, 0};
+}
+
+// Instructions can't be told backwards for certain; pushes in a row can but for rare operands.
+uint32_t arguments_pushed_before(Memory& memory, uint32_t address) {
+    constexpr uint32_t kReach = 48, kLongest = 6;
+    uint8_t bytes[kReach] = {};
+    uint32_t pushed = 0;
+    if (!memory.read(address - kReach, bytes, kReach))
+        return 0;
+    for (uint32_t at = kReach; at >= kLongest; pushed += 4) {
+        const uint8_t* end = bytes + at;
+        if ((end[-1] & 0xF8) == 0x50) // push reg
+            at -= 1;
+        else if (end[-2] == 0x6A) // push byte
+            at -= 2;
+        else if (end[-3] == 0xFF && (end[-2] & 0xF8) == 0x70) // push [reg + byte]
+            at -= 3;
+        else if (end[-4] == 0xFF && end[-3] == 0x74) // push [reg + reg + byte]
+            at -= 4;
+        else if (end[-5] == 0x68) // push value
+            at -= 5;
+        else if (end[-6] == 0xFF && end[-5] == 0x35) // push [address]
+            at -= 6;
+        else
+            break;
+    }
+    return pushed;
 }
 
 } // namespace faultkit

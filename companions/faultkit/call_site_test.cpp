@@ -99,4 +99,26 @@ TEST(CallSite, Address_in_an_unloaded_module_passes) {
     EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, 0x901010).kind, CallSite::kComputed);
 }
 
+TEST(ArgumentsPushed, Are_counted_back_from_the_call) {
+    const struct {
+        faultkit::FakeMemory::Bytes code;
+        std::uint32_t bytes;
+    } cases[] = {
+        {{0x40, 0x40}, 0},
+        {{0x50, 0x57}, 8},                                        // push eax, edi
+        {{0x6A, 0x03, 0x52}, 8},                                  // push 3, edx
+        {{0x68, 0x10, 0x20, 0x30, 0x40, 0xFF, 0x75, 0xF8}, 8},    // push value, [ebp - 8]
+        {{0xFF, 0x35, 0, 0x10, 0x40, 0, 0xFF, 0x74, 0x24, 8}, 8}, // push [address], [esp + 8]
+    };
+    for (const auto& one : cases) {
+        FakeProcess process;
+        const std::uint32_t end = FakeProcess::kCode + 0x100;
+        process.memory.fill(end - 0x40, 0x40, 0x40);
+        process.memory.put(end - static_cast<std::uint32_t>(one.code.size()), one.code);
+        EXPECT_EQ(faultkit::arguments_pushed_before(process.memory, end), one.bytes);
+    }
+    FakeProcess process;
+    EXPECT_EQ(faultkit::arguments_pushed_before(process.memory, 0x50000), 0u);
+}
+
 } // namespace

@@ -11,9 +11,10 @@
 //     least: no return address can lie in there.
 //
 // A step takes the first of these that applies: the instruction is at a function's edge, where the frame is not yet or
-// no longer there; the function is framed and the chain is sound; a slot of the stack holds a return address whose call
-// entered this function; one whose call is through a pointer, from which further such steps lead to the chain or to a
-// call that is certain; the function that owns the next link of the chain; the chain; a guess.
+// no longer there; the stack is just what a function would have made of it that may begin behind the one that was
+// found; the function is framed and the chain is sound; a slot of the stack holds a return address whose call entered
+// this function; one whose call is through a pointer, from which further such steps lead to the chain or to a call that
+// is certain; the function that owns the next link of the chain; the chain; a guess.
 #include "companions/faultkit/frame_walker.h"
 
 namespace faultkit {
@@ -28,8 +29,9 @@ constexpr uint32_t kLargestChainLink = 0x400000;
 
 FrameWalker::Level FrameWalker::level_at(uint32_t address, uint32_t sp) {
     Level level = {address, sp, functions_.find(address), {}};
-    if (level.function.start && !level.function.framed)
-        level.prologue = read_prologue(memory_, level.function.start, address);
+    if (level.function.start)
+        level.prologue =
+            read_prologue(memory_, level.function.push ? level.function.push : level.function.start, address);
     if (level.prologue.taken < kLargestFrame)
         level.floor += level.prologue.taken;
     return level;
@@ -180,6 +182,49 @@ bool FrameWalker::interrupted_at_edge(const Frame& frame, Slot* slot) {
            slot_at(frame.sp, slot);
 }
 
+// Whether the stack is just what the function that was found would have made of it: its own return address, where the
+// chain or its first instructions say.
+bool FrameWalker::fits(const Level& level, uint32_t arguments, const Slot* anchor) {
+    Slot slot;
+    if (level.function.framed)
+        return anchor && entered(*anchor, level);
+    return (slot_at(level.floor, &slot) && entered(slot, level)) ||
+           (arguments && slot_at(level.floor + arguments, &slot) && entered(slot, level));
+}
+
+// A function that is called through pointers alone may look like a part of the one before it, whose frame would hide
+// its return address. So each place where it may begin is tried: from there on, the first instructions must have taken
+// just as much stack as lies below a return address. *level becomes that function's.
+bool FrameWalker::find_hidden(const Frame& frame, const Slot* anchor, Level* level, Slot* slot) {
+    constexpr unsigned kMostStarts = 8;
+    const CodeRange* section = modules_.find_code(level->address);
+    if (!section || !level->function.start)
+        return false;
+    uint32_t starts[kMostStarts];
+    const unsigned count =
+        list_possible_starts(memory_, *section, level->function.start, level->address, starts, kMostStarts);
+    const bool interrupted = frame.origin == FrameOrigin::kInterrupted;
+    const uint32_t call = interrupted ? 0 : find_call_before(memory_, modules_, frame.pc).length;
+    const uint32_t arguments = call ? arguments_pushed_before(memory_, frame.pc - call) : 0;
+    const bool fitting = count && fits(*level, arguments, anchor);
+    if (fitting && !(level->function.framed && interrupted))
+        return false;
+    for (unsigned i = 0; i < count; ++i) {
+        if (fitting && starts[i] % kAlignment)
+            continue;
+        const Prologue prologue = read_prologue(memory_, starts[i], level->address);
+        Level hidden = {level->address, frame.sp + prologue.taken, {starts[i], false, 0}, prologue};
+        const uint32_t places[] = {arguments, arguments + prologue.scratch, 0, prologue.scratch};
+        for (const uint32_t place : places)
+            if (slot_at(hidden.floor + place, slot) &&
+                (slot->call.kind == CallSite::kComputed || entered(*slot, hidden))) {
+                *level = hidden;
+                return true;
+            }
+    }
+    return false;
+}
+
 // The caller's ebp: in the chain, or where the function keeps it, or untouched.
 uint32_t FrameWalker::bp_of_caller(const Frame& frame, const Level& level, const Slot& slot) {
     uint32_t saved = 0;
@@ -204,12 +249,13 @@ bool FrameWalker::find_caller(const Frame& frame, Frame* caller) {
     const uint32_t from = (frame.sp + 3) & ~3u;
     if (from < frame.sp || from >= stack_end_)
         return false;
-    const Level level = level_at(frame.instruction(), from);
+    Level level = level_at(frame.instruction(), from);
     // A link inside what the function itself has taken is stale.
     const bool anchored = anchor_of(from, frame.bp, &anchor) && anchor.place >= level.floor;
-    FrameOrigin origin = FrameOrigin::kGuessed;
-    bool found = false;
-    if (anchored && level.function.framed && (anchor.call.kind == CallSite::kComputed || entered(anchor, level))) {
+    FrameOrigin origin = FrameOrigin::kPlausible;
+    bool found = find_hidden(frame, anchored ? &anchor : nullptr, &level, &slot);
+    if (!found && anchored && level.function.framed &&
+        (anchor.call.kind == CallSite::kComputed || entered(anchor, level))) {
         slot = anchor;
         origin = FrameOrigin::kChained;
         found = true;
@@ -245,6 +291,11 @@ bool FrameWalker::find_caller(const Frame& frame, Frame* caller) {
     if (found)
         *caller = {slot.value, slot.place + 4, bp_of_caller(frame, level, slot), origin};
     return found;
+}
+
+bool FrameWalker::may_have_called(const Frame& frame, const Frame& caller) {
+    const CallSite call = find_call_before(memory_, modules_, caller.pc);
+    return call.kind != CallSite::kKnown || modules_.find(call.target) == modules_.find(frame.pc);
 }
 
 bool FrameWalker::is_sound(const Frame& frame, const Frame& caller) {

@@ -45,6 +45,9 @@ public:
     // Whether `caller` is a sound continuation of `frame`: higher on the stack, inside code, after a call.
     bool is_sound(const Frame& frame, const Frame& caller);
 
+    // Whether the call in front of `caller` may have led to `frame`: false where it went into another module.
+    bool may_have_called(const Frame& frame, const Frame& caller);
+
 private:
     struct Slot {
         uint32_t place, value; // address on the stack, and the return address that it holds
@@ -70,6 +73,8 @@ private:
     bool find_return(Search& search, const Level& level, Slot* slot, FrameOrigin* origin);
     bool find_owner(const Level& level, const Slot& anchor, Slot* slot);
     bool interrupted_at_edge(const Frame& frame, Slot* slot);
+    bool fits(const Level& level, uint32_t arguments, const Slot* anchor);
+    bool find_hidden(const Frame& frame, const Slot* anchor, Level* level, Slot* slot);
     uint32_t bp_of_caller(const Frame& frame, const Level& level, const Slot& slot);
 
     Memory& memory_;

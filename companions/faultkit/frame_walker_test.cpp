@@ -133,6 +133,86 @@ TEST_F(FrameWalkerTest, Calls_through_pointers_in_a_row_lead_to_the_chain) {
               (Path{kMiddle + 0x20, kOuter + 0x20, kOuter + 0xA0}));
 }
 
+// Nothing calls the function directly, and it takes no stack: only the padding in front of it tells where it begins.
+class HiddenFunctionTest : public FrameWalkerTest {
+protected:
+    static constexpr std::uint32_t kHidden = kInner + 0x40; // behind a function that takes 20 bytes
+
+    HiddenFunctionTest() {
+        process.put_frameless_function(kInner);
+        process.memory.put(kHidden - 3, {0xC3, 0x66, 0x90});
+        process.memory.fill(kHidden, 0x40, 0x40);
+        process.put_frameless_function(kMiddle);
+        process.put_call_by_register(kMiddle + 0x20);
+        process.put_call(kOuter + 0x30, kInner);
+        process.memory.put_u32(kStack + 0x20, kOuter + 0x30); // of an earlier call
+    }
+};
+
+TEST_F(HiddenFunctionTest, Leaf_behind_padding_has_its_return_address_on_top) {
+    process.memory.put_u32(kStack, kMiddle + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kHidden + 8, kStack, 0), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.sp, kStack + 4);
+}
+
+TEST_F(HiddenFunctionTest, Its_arguments_for_a_callee_lie_below_its_return_address) {
+    process.memory.put(kHidden + 7, {0x6A, 0x05}); // push 5
+    process.put_call(kHidden + 14, kOuter);
+    process.memory.put_u32(kStack + 4, kMiddle + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller({kHidden + 14, kStack, 0, FrameOrigin::kChecked}, &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+}
+
+TEST_F(HiddenFunctionTest, Function_in_front_is_believed_where_the_stack_is_just_its_own) {
+    process.memory.put_u32(kStack, kMiddle + 0x20); // of an earlier call
+    process.memory.put_u32(kStack + 0x14, kOuter + 0x30);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x30, kStack, 0), &caller));
+    EXPECT_EQ(caller.pc, kOuter + 0x30);
+}
+
+TEST_F(FrameWalkerTest, Function_called_directly_is_found_behind_a_framed_one_that_has_ended) {
+    process.put_framed_function(kInner);
+    process.memory.put(kInner + 0x2F, {0xC3});
+    process.put_frameless_function(kInner + 0x30);
+    process.put_framed_function(kOuter);
+    process.put_call(kMiddle + 0x20, kInner + 0x30);
+    process.put_call_by_register(kOuter + 0x20);
+    process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    process.memory.put_u32(kStack + 0x44, kOuter + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x40, kStack, kStack + 0x40)).front(), kMiddle + 0x20);
+}
+
+TEST_F(FrameWalkerTest, Link_inside_what_a_framed_function_has_taken_is_stale) {
+    process.put_framed_function(kInner); // takes 16 bytes
+    process.put_call_by_register(kOuter + 0x20);
+    process.put_call(kMiddle + 0x20, kInner);
+    process.memory.put_u32(kStack + 0x0C, kOuter + 0x20);
+    process.memory.put_u32(kStack + 0x18, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 8)).front(), kMiddle + 0x20);
+}
+
+TEST_F(FrameWalkerTest, Call_into_another_module_has_not_led_here) {
+    faultkit::Module* other = process.modules.next();
+    *other = process.modules[0];
+    other->image.base = 0x800000;
+    other->image.code[0] = {0x801000, 0x802000};
+    process.modules.commit();
+    process.put_call(kMiddle + 0x20, 0x801100);
+    process.put_call(kMiddle + 0x30, kOuter);
+    process.put_call_by_register(kMiddle + 0x40);
+    const Frame frame = interrupted(kInner + 0x10, kStack, 0);
+    EXPECT_FALSE(walker().may_have_called(frame, {kMiddle + 0x20, kStack + 8, 0, FrameOrigin::kSymbols}));
+    EXPECT_TRUE(walker().may_have_called(frame, {kMiddle + 0x30, kStack + 8, 0, FrameOrigin::kSymbols}));
+    EXPECT_TRUE(walker().may_have_called(frame, {kMiddle + 0x40, kStack + 8, 0, FrameOrigin::kSymbols}));
+}
+
 TEST_F(FrameWalkerTest, Fault_before_the_frame_is_set_up_finds_the_return_address_on_top) {
     process.put_framed_function(kInner);
     process.put_call(kMiddle + 0x20, kInner);

@@ -9,7 +9,6 @@
 namespace faultkit {
 namespace {
 
-constexpr uint32_t kAlignment = 16;
 constexpr uint32_t kBehind = 24; // bytes that are looked at in front of an address
 constexpr uint32_t kPrologueSize = 3;
 
@@ -172,9 +171,15 @@ Prologue read_prologue(Memory& memory, uint32_t start, uint32_t address) {
         } else if (here[0] == 0x81 && here[1] == 0xEC) { // sub esp, value
             prologue.taken += four_bytes(here + 2);
             at += 6;
+        } else if (here[0] == 0x83 && here[1] == 0xE4) { // and esp, byte
+            at += 3;
         } else if (const uint32_t length = length_of_neutral(here)) {
             at += length;
+        } else if (const uint32_t filler = length_of_filler(here, kLongest)) {
+            at += filler;
         } else {
+            // eax, ecx or edx: a short way to take four bytes, or an argument.
+            prologue.scratch = reg <= 2 ? 4 : 0;
             break;
         }
     }
@@ -236,6 +241,29 @@ FunctionBounds find_function(Memory& memory, const ModuleTable& modules, uint32_
         end = begin;
     }
     return {};
+}
+
+unsigned list_possible_starts(Memory& memory, const CodeRange& section, uint32_t after, uint32_t address,
+                              uint32_t* places, unsigned most) {
+    constexpr uint32_t kPiece = 512;
+    uint8_t bytes[kBehind + kPiece];
+    unsigned count = 0;
+    if (after < section.begin + kBehind)
+        after = section.begin + kBehind;
+    for (uint32_t end = address + 1; end > after + 1;) {
+        const uint32_t begin = end - after - 1 > kPiece ? end - kPiece : after + 1;
+        if (!memory.read(begin - kBehind, bytes, kBehind + end - begin))
+            return count;
+        for (uint32_t at = end; at-- > begin;) {
+            const CodeBefore before = {bytes + kBehind + (at - begin), at, section};
+            if (before.ends_in_return() || (at % kAlignment == 0 && ends_in_filler(before)))
+                places[count++] = at;
+            if (count == most)
+                return count;
+        }
+        end = begin;
+    }
+    return count;
 }
 
 } // namespace faultkit

@@ -19,6 +19,7 @@ struct FunctionBounds {
 struct Prologue {
     uint32_t taken;     // bytes between its return address and its stack pointer, at least
     uint32_t saved_ebp; // how far below the return address it keeps its caller's ebp; 0 when it doesn't
+    uint32_t scratch;   // bytes taken beyond that, perhaps, by pushes of registers that needn't be kept
 };
 
 Prologue read_prologue(Memory& memory, uint32_t start, uint32_t address);
@@ -31,6 +32,15 @@ bool may_start_function(Memory& memory, const CodeRange& section, uint32_t addre
 
 // Looks back from `address`, at most 64 KB, for the gap between two functions. Reads code of one section only.
 FunctionBounds find_function(Memory& memory, const ModuleTable& modules, uint32_t address);
+
+// Places in (after, address] where a function may begin that nothing tells of but the end of code in front of it,
+// highest first: behind a return that padding follows up to an aligned place, or any end of code where no padding is
+// used. Returns how many, at most `most`.
+unsigned list_possible_starts(Memory& memory, const CodeRange& section, uint32_t after, uint32_t address,
+                              uint32_t* places, unsigned most);
+
+// To how many bytes compilers align functions.
+constexpr uint32_t kAlignment = 16;
 
 // How many bytes may come before the "push ebp" of a framed function.
 constexpr uint32_t kPrologueReach = 12;

@@ -1,3 +1,5 @@
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "companions/faultkit/fake_process.h"
@@ -160,6 +162,22 @@ TEST(Prologue, Tells_where_the_callers_frame_pointer_is_kept) {
     EXPECT_EQ(prologue({0x57, 0x55, 0x56, 0x40}, 3).saved_ebp, 8u);
     EXPECT_EQ(prologue({0x57, 0x55, 0x56, 0x40}, 1).saved_ebp, 0u);
     EXPECT_EQ(prologue({0x57, 0x56, 0x40}, 3).saved_ebp, 0u);
+}
+
+TEST(PossibleStarts, Lie_behind_returns_and_behind_padding_up_to_an_aligned_place) {
+    FakeProcess process;
+    process.memory.fill(kFunction, 0x100, 0x40);
+    process.memory.put(kFunction + 0x13, {0xC3});
+    process.memory.put(kFunction + 0x2D, {0xC3, 0x66, 0x90});
+    std::uint32_t places[8];
+    const faultkit::CodeRange& section = *process.modules.find_code(kFunction);
+    const unsigned count =
+        faultkit::list_possible_starts(process.memory, section, kFunction, kFunction + 0x40, places, 8);
+    EXPECT_EQ((std::vector<std::uint32_t>(places, places + count)),
+              (std::vector<std::uint32_t>{kFunction + 0x30, kFunction + 0x2E, kFunction + 0x14}));
+    EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, kFunction, kFunction + 0x40, places, 2), 2u);
+    EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, kFunction + 0x30, kFunction + 0x40, places, 8),
+              0u);
 }
 
 } // namespace

@@ -49,8 +49,12 @@ FunctionBounds FunctionFinder::find(uint32_t address) {
         return {};
     FunctionBounds bounds = find_function(memory_, modules_, address);
     const uint32_t lowest = address - section->begin > kLargestFunction ? address - kLargestFunction : section->begin;
-    const uint32_t after = bounds.framed ? address : bounds.start ? bounds.start : lowest;
-    if (const uint32_t called = after < address ? find_called(*section, after, address) : 0)
+    const uint32_t after = bounds.start ? bounds.start : lowest;
+    // What lies behind a frame's first instructions belongs to it, unless something ends in between.
+    uint32_t ignored;
+    const bool may_be_another =
+        !bounds.framed || list_possible_starts(memory_, *section, bounds.start, address, &ignored, 1);
+    if (const uint32_t called = after < address && may_be_another ? find_called(*section, after, address) : 0)
         bounds = bounds_of_function(memory_, called);
     if (bounds.start)
         known_[known_count_++ % 64] = {address, bounds};

@@ -7,10 +7,18 @@ constexpr DWORD kWalkOnTime = 2000; // milliseconds for the frames that are only
 constexpr unsigned kClockEvery = 16;
 constexpr unsigned kLastWords = 120; // characters kept free for the line that says that the text is full
 
+// Some versions of the library follow the frame pointers alone even where a PDB says more, and pass over every function
+// that keeps none; others know how much stack a function took, but not what its callee removed. So its caller is taken
+// unless our own walk finds one closer by, or one that is better founded.
 bool find_caller(FrameWalker& walker, SymbolSession* session, const Frame& frame, Frame* caller) {
-    if (session && session->find_caller(frame, caller) && walker.is_sound(frame, *caller))
-        return true;
-    return walker.find_caller(frame, caller);
+    const bool found = walker.find_caller(frame, caller);
+    Frame other;
+    if (!session || !session->find_caller(frame, &other) || !walker.is_sound(frame, other))
+        return found;
+    if (!found || caller->origin == FrameOrigin::kGuessed || other.sp == caller->sp ||
+        (other.sp < caller->sp && walker.may_have_called(frame, other)))
+        *caller = other;
+    return true;
 }
 
 } // namespace

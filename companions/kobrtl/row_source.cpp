@@ -45,14 +45,24 @@ unsigned channels_of(const Picture& picture) {
     return is_grey_ramp(picture) ? 1 : 3;
 }
 
-RowSource::RowSource(const Picture& picture, RowForm form)
-    : m_picture(picture), m_form(form), m_channels(channels_of(picture)),
+RowSource::RowSource(const Picture& picture, RowForm form, Turn turn)
+    : m_picture(picture), m_form(form), m_turn(turn), m_channels(channels_of(picture)),
       m_indexed(picture.bpp < 8 || (picture.bpp == 8 && m_channels != 1)) {
     if (m_indexed)
         fill_table();
 }
 
 void RowSource::convert(unsigned y, unsigned x, unsigned count, void* out) const {
+    if (m_turn == Turn::upright) {
+        convert_upright(y, x, count, out);
+        return;
+    }
+    const size_t pixel = m_channels * sample_size();
+    for (unsigned i = 0; i < count; ++i)
+        convert_upright(x + i, y, 1, static_cast<uint8_t*>(out) + i * pixel);
+}
+
+void RowSource::convert_upright(unsigned y, unsigned x, unsigned count, void* out) const {
     const uint8_t* row = m_picture.row(y);
     if (m_form == RowForm::bytes) {
         if (m_indexed)

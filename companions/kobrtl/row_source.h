@@ -14,15 +14,19 @@ enum class RowForm {
 // The samples of a pixel once it is scaled: 1 = grey, 3 = colours, 4 = colours and opacity.
 unsigned channels_of(const Picture& picture);
 
+// Whether the rows handed out are the picture's rows or, its columns and rows exchanged, its columns.
+enum class Turn { upright, turned };
+
 class RowSource {
 public:
-    RowSource(const Picture& picture, RowForm form);
+    RowSource(const Picture& picture, RowForm form, Turn turn);
 
     unsigned channels() const { return m_channels; }
     size_t sample_size() const { return m_form == RowForm::weighted ? sizeof(float) : 1; }
 
     // Whether rows can be used as they lie in the picture.
-    bool is_direct() const { return !m_indexed && m_form == RowForm::bytes; }
+    bool is_direct() const { return !m_indexed && m_form == RowForm::bytes && m_turn == Turn::upright; }
+    // The picture's own, however it is turned.
     const uint8_t* row(unsigned y) const { return m_picture.row(y); }
     ptrdiff_t stride() const { return m_picture.stride; }
 
@@ -30,11 +34,13 @@ public:
     void convert(unsigned y, unsigned x, unsigned count, void* out) const;
 
 private:
+    void convert_upright(unsigned y, unsigned x, unsigned count, void* out) const;
     void expand(const uint8_t* indices, unsigned x, unsigned count, uint8_t* out) const;
     void fill_table();
 
     Picture m_picture;
     RowForm m_form;
+    Turn m_turn;
     unsigned m_channels;
     bool m_indexed;
     uint8_t m_table[256][4] = {};

@@ -1,5 +1,7 @@
 #include "companions/kobrtl/kobrtl.h"
 
+#include <array>
+
 #include <gtest/gtest.h>
 
 #include "companions/kobrtl/test_picture.h"
@@ -108,33 +110,38 @@ TEST(ScaleTo, Nearest_copies_indices_of_less_than_a_byte) {
 
 // The same picture as indices and as colours must come out the same.
 TEST(ScaleTo, Indices_scale_like_the_colours_they_stand_for) {
-    for (unsigned bpp : {1u, 4u, 8u})
-        for (bool opacities : {false, true}) {
-            SCOPED_TRACE(testing::Message() << bpp << " bits, opacities " << opacities);
-            const unsigned width = 83, height = 45, colours = 1u << bpp;
-            Bitmap palette = kobrtl_test::noise(colours, 1, 4, 7);
-            if (!opacities)
-                for (unsigned i = 0; i < colours; ++i)
-                    palette.at(i, 0, 3) = 9;
-            const unsigned stride = (width * bpp + 7) / 8 + 3;
-            const Bitmap indices = kobrtl_test::noise(stride, height, 1, 8);
-            Bitmap colour(width, height, opacities ? 4 : 3);
-            for (unsigned y = 0; y < height; ++y)
-                for (unsigned x = 0; x < width; ++x) {
-                    const unsigned bit = x * bpp;
-                    const unsigned index = indices.at(bit / 8, y, 0) >> (8 - bpp - bit % 8) & (colours - 1);
-                    for (unsigned c = 0; c < colour.channels; ++c)
-                        colour.at(x, y, c) = palette.at(index, 0, c);
-                }
-            const Scale scale(indices.bytes.data(), width, height, int(stride), bpp, palette.bytes.data(), colours);
-            ASSERT_EQ(scale.CalcDestBpp(Scale::Area), 8 * colour.channels);
-            Bitmap out(31, 17, colour.channels), expected(31, 17, colour.channels);
-            ASSERT_EQ(scale.ScaleTo(out.bytes.data(), 31, 17, out.stride(), Scale::Area), 1);
-            ASSERT_EQ(Scale(colour.bytes.data(), width, height, colour.stride(), 8 * colour.channels, nullptr, 0)
-                          .ScaleTo(expected.bytes.data(), 31, 17, expected.stride(), Scale::Area),
-                      1);
-            EXPECT_EQ(out.bytes, expected.bytes);
-        }
+    const struct {
+        unsigned height, to_width, to_height;
+    } shapes[] = {{45, 31, 17}, {3, 5, 190}};
+    for (unsigned i = 0; i < 12; ++i) {
+        const auto& [height, to_width, to_height] = shapes[i / 6];
+        const unsigned bpp = std::array{1u, 4u, 8u}[i % 3];
+        const bool opacities = i % 2;
+        SCOPED_TRACE(testing::Message() << bpp << " bits, opacities " << opacities << " to " << to_height);
+        const unsigned width = 83, colours = 1u << bpp;
+        Bitmap palette = kobrtl_test::noise(colours, 1, 4, 7);
+        if (!opacities)
+            for (unsigned k = 0; k < colours; ++k)
+                palette.at(k, 0, 3) = 9;
+        const unsigned stride = (width * bpp + 7) / 8 + 3;
+        const Bitmap indices = kobrtl_test::noise(stride, height, 1, 8);
+        Bitmap colour(width, height, opacities ? 4 : 3);
+        for (unsigned y = 0; y < height; ++y)
+            for (unsigned x = 0; x < width; ++x) {
+                const unsigned bit = x * bpp;
+                const unsigned index = indices.at(bit / 8, y, 0) >> (8 - bpp - bit % 8) & (colours - 1);
+                for (unsigned c = 0; c < colour.channels; ++c)
+                    colour.at(x, y, c) = palette.at(index, 0, c);
+            }
+        const Scale scale(indices.bytes.data(), width, height, int(stride), bpp, palette.bytes.data(), colours);
+        ASSERT_EQ(scale.CalcDestBpp(Scale::Area), 8 * colour.channels);
+        Bitmap out(to_width, to_height, colour.channels), expected(to_width, to_height, colour.channels);
+        ASSERT_EQ(scale.ScaleTo(out.bytes.data(), to_width, to_height, out.stride(), Scale::Area), 1);
+        ASSERT_EQ(Scale(colour.bytes.data(), width, height, colour.stride(), 8 * colour.channels, nullptr, 0)
+                      .ScaleTo(expected.bytes.data(), to_width, to_height, expected.stride(), Scale::Area),
+                  1);
+        EXPECT_EQ(out.bytes, expected.bytes);
+    }
 }
 
 TEST(ScaleTo, An_index_beyond_the_palette_is_black) {

@@ -59,22 +59,23 @@ struct FloatSums {
     }
 };
 
-// Each step makes a tile of `lanes` rows and lays its columns side by side. Before, the processor is told to fetch what
-// will be needed some cache lines further on, since it can't foresee so many rows by itself; at each step of a line for
-// some of the rows, since it can't wait for so many at once either.
+// Each step makes a tile of `lanes` rows and lays its columns side by side. In between, the processor is told to fetch
+// what will be needed some cache lines further on, since it can't foresee so many rows by itself; before each sum for a
+// few rows, since it can't wait for more than about ten at once either: a band of eight lanes may have a hundred.
 template <class Vector, class Sums>
 void vertical(const VerticalRun& run, float* samples) {
     constexpr unsigned kLanes = Vector::lanes, kStep = 4 * kLanes;
     constexpr unsigned kLine = 64, kAhead = 4 * kLine, kSlices = kLine / kStep;
     alignas(32) float tile[kLanes][kStep];
-    const unsigned slice = run.row_count / kSlices + 1;
+    const unsigned share = run.row_count / (kSlices * kLanes) + 1;
     for (size_t at = 0; at < run.columns; at += kStep) {
-        const unsigned first = at / kStep % kSlices * slice;
+        const unsigned first = at / kStep % kSlices * kLanes * share;
         const uint8_t* ahead = run.rows + static_cast<ptrdiff_t>(first) * run.stride + at + kAhead;
-        for (unsigned i = first; i < first + slice; ++i, ahead += run.stride)
-            Vector::prefetch(ahead);
-        for (unsigned lane = 0; lane < kLanes; ++lane)
+        for (unsigned lane = 0; lane < kLanes; ++lane) {
+            for (unsigned i = 0; i < share; ++i, ahead += run.stride)
+                Vector::prefetch(ahead);
             Sums::sum(run, run.sums[lane], at, tile[lane]);
+        }
         for (unsigned place = 0; place < kStep; place += 4)
             Vector::transpose(&tile[0][place], kStep, samples + (at + Sums::column(place)) * kLanes,
                               Sums::kGap * kLanes);

@@ -23,6 +23,18 @@ void convert(const int* source, int* target) {
 
 void (*volatile work)(const int*, int*) = convert;
 
+void report() {
+    try {
+        CCrashReport2 report(nullptr);
+        report.PostRequest(config, nullptr, log, nullptr);
+        report.CreateScreenCopy();
+        report.CreateSystemInfo();
+        puts(report.OpenDlg() == 1 ? "uploaded" : "not uploaded");
+    } catch (const gen::genlib_error&) {
+        puts("no memory for a report");
+    }
+}
+
 } // namespace
 
 int main() {
@@ -33,11 +45,7 @@ int main() {
         int target;
         work(nullptr, &target);
     } catch (char*) {
-        CCrashReport2 report(nullptr);
-        report.PostRequest(config, nullptr, log, nullptr);
-        report.CreateScreenCopy();
-        report.CreateSystemInfo();
-        puts(report.OpenDlg() == 1 ? "uploaded" : "not uploaded");
+        report();
     }
     return 0;
 }

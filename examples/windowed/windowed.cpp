@@ -45,11 +45,15 @@ bool is_checked(HWND window, int id) {
 }
 
 void report_by_upload(bool picture) {
-    CCrashReport2 report(nullptr);
-    if (picture)
-        report.CreateScreenCopy();
-    report.CreateSystemInfo();
-    report.OpenDlg();
+    try {
+        CCrashReport2 report(nullptr);
+        if (picture)
+            report.CreateScreenCopy();
+        report.CreateSystemInfo();
+        report.OpenDlg();
+    } catch (const gen::genlib_error&) {
+        note(L"no memory for a report");
+    }
 }
 
 // A fault must be caught within the window procedure: exceptions don't find their way through the system, which calls

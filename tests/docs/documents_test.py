@@ -36,6 +36,15 @@ class Documents(runner.Case):
                     missing.append(f"{document.relative_to(REPO)}: {name}")
         self.assertEqual(missing, [])
 
+    def test_upload_that_is_shown_is_one_that_survives_the_end_of_memory(self):
+        # tests/package/memory_test.py runs it so.
+        run = " ".join((REPO / "tests/package/memory_host.cpp").read_text("utf-8").split())
+        for document in ("README.md", "packaging/README.md", "docs/host-guide.md"):
+            shown = [block for block in re.findall(r"```cpp\n(.*?)```", (REPO / document).read_text("utf-8"), re.DOTALL)
+                     if "CCrashReport2" in block]
+            self.assertEqual(len(shown), 1, document)
+            self.assertIn(" ".join(shown[0].split()), run, document)
+
     def test_readme_leads_to_every_document(self):
         named = set(re.findall(r"\]\(docs/([^)#]+\.md)", (REPO / "README.md").read_text("utf-8")))
         self.assertEqual({path.name for path in (REPO / "docs").glob("*.md")} - named, set())

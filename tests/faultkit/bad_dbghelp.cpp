@@ -1,5 +1,6 @@
-// A debugging library that knows nothing, and faults in the function that BAD_DBGHELP_FAULTS_IN names. It tells the
-// standard error of each session that is opened and each module that is loaded.
+// A debugging library that knows nothing, and faults in the function that BAD_DBGHELP_FAULTS_IN names. Where that is
+// "frame-pointers", it walks by them alone; with "throw " before the name it throws a C++ exception there. It tells the standard error of each session that is opened and each module
+// that is loaded.
 #include <windows.h>
 #include <dbghelp.h>
 #include <stdio.h>
@@ -9,10 +10,35 @@ namespace {
 
 volatile int zero = 0;
 
-void maybe_fault(const char* function) {
+bool is_wanted(const char* fault) {
     char wanted[64];
-    if (GetEnvironmentVariableA("BAD_DBGHELP_FAULTS_IN", wanted, sizeof wanted) && strcmp(wanted, function) == 0)
+    return GetEnvironmentVariableA("BAD_DBGHELP_FAULTS_IN", wanted, sizeof wanted) && strcmp(wanted, fault) == 0;
+}
+
+struct DebugLibraryError {
+    int code;
+};
+
+void maybe_fault(const char* function) {
+    if (is_wanted(function))
         *reinterpret_cast<volatile int*>(zero) = 1;
+    char thrown[64];
+    sprintf(thrown, "throw %s", function);
+    if (is_wanted(thrown))
+        throw DebugLibraryError{1};
+}
+
+// The first answer is the frame itself, the next one its caller.
+BOOL follow_frame_pointer(STACKFRAME64* frame, CONTEXT* context, PREAD_PROCESS_MEMORY_ROUTINE64 read) {
+    DWORD link[2], done;
+    if (!frame->Virtual)
+        return frame->Virtual = TRUE;
+    if (!read(nullptr, context->Ebp, link, sizeof link, &done))
+        return FALSE;
+    context->Esp = context->Ebp + sizeof link;
+    context->Ebp = link[0];
+    frame->AddrPC.Offset = context->Eip = link[1];
+    return TRUE;
 }
 
 } // namespace
@@ -60,10 +86,12 @@ BOOL WINAPI bad_SymGetLineFromAddr64(HANDLE, DWORD64, PDWORD, PIMAGEHLP_LINE64) 
 }
 
 // A step that always succeeds, and leads nowhere.
-BOOL WINAPI bad_StackWalk64(DWORD, HANDLE, HANDLE, LPSTACKFRAME64 frame, PVOID, PREAD_PROCESS_MEMORY_ROUTINE64,
-                            PFUNCTION_TABLE_ACCESS_ROUTINE64, PGET_MODULE_BASE_ROUTINE64,
-                            PTRANSLATE_ADDRESS_ROUTINE64) {
+BOOL WINAPI bad_StackWalk64(DWORD, HANDLE, HANDLE, LPSTACKFRAME64 frame, PVOID context,
+                            PREAD_PROCESS_MEMORY_ROUTINE64 read, PFUNCTION_TABLE_ACCESS_ROUTINE64,
+                            PGET_MODULE_BASE_ROUTINE64, PTRANSLATE_ADDRESS_ROUTINE64) {
     maybe_fault("StackWalk64");
+    if (is_wanted("frame-pointers"))
+        return follow_frame_pointer(frame, static_cast<CONTEXT*>(context), read);
     frame->AddrPC.Offset = 0x12345678;
     return TRUE;
 }
@@ -74,6 +102,12 @@ PVOID WINAPI bad_SymFunctionTableAccess64(HANDLE, DWORD64) {
 
 DWORD64 WINAPI bad_SymGetModuleBase64(HANDLE, DWORD64) {
     return 0;
+}
+
+BOOL WINAPI bad_MiniDumpWriteDump(HANDLE, DWORD, HANDLE, MINIDUMP_TYPE, PMINIDUMP_EXCEPTION_INFORMATION,
+                                  PMINIDUMP_USER_STREAM_INFORMATION, PMINIDUMP_CALLBACK_INFORMATION) {
+    maybe_fault("MiniDumpWriteDump");
+    return FALSE;
 }
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {

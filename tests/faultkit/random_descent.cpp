@@ -112,7 +112,7 @@ struct Virtual : Base {
 };
 
 template <int N>
-int call_shape(Descent* descent, unsigned choice) {
+__attribute__((always_inline)) inline int call_shape(Descent* descent, unsigned choice) {
     static Virtual<N> object;
     static Base* volatile base = &object;
     static int (*volatile pointer)(Descent*, int) = Framed<N>::go;
@@ -142,13 +142,14 @@ typedef int (*Dispatch)(Descent*, unsigned);
 
 template <int N>
 struct Table {
+    static int dispatch(Descent* descent, unsigned choice) {
+        NOTE_RETURN_ADDRESS(descent);
+        const int result = call_shape<N>(descent, choice);
+        --descent->depth;
+        return result + 1;
+    }
     static void fill(Dispatch* table) {
-        table[N] = [](Descent* descent, unsigned choice) -> int {
-            NOTE_RETURN_ADDRESS(descent);
-            const int result = call_shape<N>(descent, choice);
-            --descent->depth;
-            return result + 1;
-        };
+        table[N] = dispatch;
         Table<N - 1>::fill(table);
     }
 };

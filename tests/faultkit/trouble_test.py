@@ -61,9 +61,37 @@ class WithFaultingDebugLibrary(BadLibraryCase):
                 self.assertEqual(addresses(description), wanted)
                 self.assertIn("EXCEPTION_ACCESS_VIOLATION", description.reason[0])
 
+    def test_what_the_library_throws_is_swallowed_and_named(self):
+        wanted = addresses(self.describe_one("mixed"))
+        for function in ("SymInitialize", "SymFromAddr", "StackWalk64"):
+            with self.subTest(function):
+                description = self.describe_one("mixed", env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": "throw " + function},
+                                                wine=self.wine_with_bad_library())
+                self.assertRegex(description.stack[-1], r"^\(symbols are incomplete: dbghelp\.dll met a fault, .*E06D7363")
+                self.assertEqual(addresses(description), wanted)
+
+    def test_dump_in_which_the_library_faults_or_throws_is_refused_and_leaves_no_file(self):
+        for where in ("MiniDumpWriteDump", "throw MiniDumpWriteDump"):
+            with self.subTest(where):
+                folder = self.folder(*self.FILES)
+                description = self.describe_one("--dump", "fault.dmp", "write", folder=folder, wine=self.wine_with_bad_library(),
+                                                env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": where})
+                self.assertEqual(sorted(file.name for file in folder.iterdir()), sorted(self.FILES))
+                self.assertEqual(description.after, ["--- dump 0 error 998"])  # ERROR_NOACCESS
+
     def test_library_whose_walk_goes_nowhere_is_not_believed(self):
         wanted = addresses(self.describe_one("mixed"))
         self.assertEqual(addresses(self.describe_with("nothing")), wanted)
+
+    # As newer Wines walk beside a PDB: without what the PDB says about functions that keep no frame pointer.
+    def test_functions_that_the_librarys_walk_passes_over_are_there(self):
+        for fault in ("mixed", "shallow", "guest"):
+            with self.subTest(fault):
+                wanted = addresses(self.describe_one(fault, pdbs=False))
+                self.assertGreater(len(wanted), 6)
+                got = self.describe_one(fault, wine=self.wine_with_bad_library(),
+                                        env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": "frame-pointers"})
+                self.assertEqual(addresses(got), wanted)
 
 
 class UseOfTheDebugLibrary(BadLibraryCase):

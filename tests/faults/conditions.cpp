@@ -79,6 +79,54 @@ void fault() {
     *static_cast<volatile int*>(nullptr) = 1;
 }
 
+// What a hook of another maker throws: of a type that nobody else knows.
+struct ForeignError {
+    int code;
+};
+
+void throw_foreign_error() {
+    throw ForeignError{1};
+}
+
+int screen_contexts; // that Wendax.dll has taken from the screen and not given back
+
+HDC WINAPI take_context(HWND window) {
+    HDC const context = GetDC(window);
+    screen_contexts += context != nullptr;
+    return context;
+}
+
+int WINAPI give_context_back(HWND window, HDC context) {
+    const int released = ReleaseDC(window, context);
+    screen_contexts -= released;
+    return released;
+}
+
+// What the runtime calls for its heap, by which every block of the host's comes and goes; it is put back at the end.
+struct HeapFunction {
+    const char* name;
+    void** slot = nullptr;
+    void* working = nullptr;
+} heap_functions[] = {{"HeapAlloc"}, {"HeapReAlloc"}, {"HeapFree"}, {"HeapSize"}};
+
+bool break_heap_for_good() {
+    HMODULE const runtime = GetModuleHandleA("msvcrt.dll");
+    for (HeapFunction& function : heap_functions) {
+        function.slot = import_slot(runtime, "kernel32.dll", function.name);
+        function.working = function.slot ? *function.slot : nullptr;
+        if (!replace_import(runtime, "kernel32.dll", function.name, fault))
+            return false;
+    }
+    return true;
+}
+
+void mend_heap() {
+    for (const HeapFunction& function : heap_functions) {
+        if (function.slot)
+            *function.slot = function.working;
+    }
+}
+
 // For functions of GDI+, which Wendax.dll binds by itself: their code is overwritten.
 bool break_code(const char* name) {
     static const unsigned char write_to_null[] = {0x31, 0xC0, 0x89, 0x00}; // xor eax, eax; mov [eax], eax
@@ -132,7 +180,7 @@ bool limit_blocks(const char* kib) {
 } // namespace
 
 bool takes_argument(const char* name) {
-    return strcmp(name, "blocks") == 0 || strcmp(name, "fault") == 0;
+    return strcmp(name, "blocks") == 0 || strcmp(name, "fault") == 0 || strcmp(name, "throw") == 0;
 }
 
 bool make_condition(const char* name, const char* argument) {
@@ -142,10 +190,16 @@ bool make_condition(const char* name, const char* argument) {
         return limit_blocks(argument);
     else if (strcmp(name, "heap") == 0)
         break_heap();
+    else if (strcmp(name, "broken-heap") == 0)
+        return break_heap_for_good();
     else if (strcmp(name, "gdi") == 0)
         use_up_gdi();
     else if (strcmp(name, "fault") == 0)
         return replace(argument, fault) || break_code(argument);
+    else if (strcmp(name, "throw") == 0)
+        return replace(argument, throw_foreign_error);
+    else if (strcmp(name, "contexts") == 0)
+        return replace("GetDC", take_context) && replace("ReleaseDC", give_context_back);
     else if (strcmp(name, "registry") == 0)
         return replace("RegOpenKeyA", no_key) && replace("RegOpenKeyExA", no_key_either);
     else if (strcmp(name, "printers") == 0)
@@ -157,8 +211,13 @@ bool make_condition(const char* name, const char* argument) {
     return true;
 }
 
+int screen_contexts_held() {
+    return screen_contexts;
+}
+
 void end_conditions() {
     for (int i = 0; i < region_count && i < 8; ++i)
         VirtualFree(regions[i], 0, MEM_RELEASE);
     region_count = 0;
+    mend_heap();
 }

@@ -23,6 +23,7 @@ from support.upload_body import CONFIRMATION
 from support.web_server import WebServer, answering, http_answer
 
 YES = b"Well: " + CONFIRMATION
+DEFAULT_PRINTER = r"HKEY_CURRENT_USER\Software\Microsoft\Windows NT\CurrentVersion\Windows"
 PRINTER = r"HKEY_LOCAL_MACHINE\System\CurrentControlSet\Control\Print\Printers\Office"
 BIN = pathlib.Path(os.environ.get("WENDAX_BIN") or table.REPO / "build" / "windows" / "bin").absolute()
 
@@ -54,6 +55,7 @@ def setUpModule():
     Stage.wine = Wine(desktop, unittest.enterModuleContext(fresh_prefix()))
     Stage.wine.associate(".eml", BIN / "mail_program.exe")
     Stage.wine.import_registry(f'[{PRINTER}]\n"Name"="Office"\n"Port"="LPT1:"\n"Printer Driver"="wineps"\n')
+    Stage.wine.set_registry(DEFAULT_PRINTER, "device", "Office,winspool,LPT1:")
     Stage.onlooker = Onlooker(Stage.wine, BIN / "onlooker.exe")
     unittest.addModuleCleanup(Stage.onlooker.end)
     address = loopback_address()
@@ -135,6 +137,9 @@ class Memory(Stage):
     def test_whose_records_are_overwritten_does_no_harm(self):
         self.rows(2, "The records of the host's heap are overwritten", [MAIL, UPLOAD], "heap")
 
+    def test_of_the_runtime_that_is_damaged_for_good_is_not_needed(self):
+        self.rows(4, "The heap of the host's runtime faults whenever it is asked", [MAIL, UPLOAD], "broken-heap")
+
     @wine_cannot("the stack guarantee has no effect, and the process ends in Wine's own handler")
     def test_of_the_stack_is_not_needed(self):
         self.windows_only(3, "The fault is a stack overflow", [MAIL, UPLOAD], "--stack")
@@ -148,9 +153,9 @@ class Faults(Stage):
 
     def test_of_a_printer_driver_cost_the_list_of_printers(self):
         self.rows(1, "A fault in a printer's driver", [
-            mail(written="a message with reason and stack, screenshot, notes, printers not accessible; screenshot file"),
-            upload(written="screenshot file, system text, printers not accessible; "
-                           "sent: notes, screenshot, system text")], "fault", "EnumPrintersA")
+            mail(written="a message with reason and stack, screenshot, notes, no printers; screenshot file"),
+            upload(written="screenshot file, system text, no printers; sent: notes, screenshot, system text")],
+            "fault", "EnumPrintersA")
 
     def test_in_the_shell_come_when_the_message_is_written(self):
         self.rows(2, "A fault in the shell", [mail(sees=DIALOG, host=NEXT_HANDLER)], "fault", "ShellExecuteA")
@@ -180,6 +185,43 @@ class Faults(Stage):
 
     def test_when_GDI_plus_is_stopped_do_no_harm(self):
         self.rows(7, "A fault where GDI+ is stopped", [MAIL, UPLOAD], "fault", "GdiplusShutdown")
+
+
+    def test_in_the_measurement_of_the_clock_cost_the_clock(self):
+        self.rows(8, "A fault where the clock is measured", [
+            mail(written="a message with reason and stack, screenshot, notes, no clock; screenshot file"),
+            upload(written="screenshot file, system text, no clock; sent: notes, screenshot, system text")],
+            "fault", "QueryPerformanceCounter")
+
+    def test_where_the_picture_is_made_leave_no_device_context(self):
+        self.rows(9, "A fault where the bitmap of the screenshot is made", [
+            MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE], "contexts", "fault", "CreateDIBSection")
+
+
+class ForeignExceptions(Stage):
+    """C++ exceptions that others throw: hooks, in-process servers, drivers."""
+
+    order = 9
+
+    def test_from_a_display_driver_cost_the_screenshot(self):
+        self.rows(0, "A display driver throws a C++ exception", [
+            MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE], "throw", "BitBlt")
+
+    def test_from_a_printer_driver_cost_the_list_of_printers(self):
+        self.rows(1, "A printer's driver throws one", [
+            mail(written="a message with reason and stack, screenshot, notes, no printers; screenshot file"),
+            upload(written="screenshot file, system text, no printers; sent: notes, screenshot, system text")],
+            "throw", "EnumPrintersA")
+
+    def test_from_a_hooked_clock_cost_the_clock(self):
+        self.rows(2, "The clock's counter throws one", [
+            mail(written="a message with reason and stack, screenshot, notes, no clock; screenshot file"),
+            upload(written="screenshot file, system text, no clock; sent: notes, screenshot, system text")],
+            "throw", "QueryPerformanceCounter")
+
+    def test_while_sending_are_a_failed_upload(self):
+        self.rows(3, "The transport throws one", [
+            upload(UPLOAD_FAILED, written="screenshot file, system text; nothing sent")], "throw", "HttpSendRequestA")
 
 
 class TemporaryFolder(Stage):
@@ -341,6 +383,15 @@ class Helper(Stage):
         self.described(1, "`faultkit.dll` faults while it gives the reason", "helper_faulting_in_reason",
                        "Crush Expantion: / (faultkit.dll met a fault) /  / Stack Trace: / frame / …")
         self.described(2, "`faultkit.dll` faults while it gives the stack", "helper_faulting_in_stack",
+                       "Crush Expantion: / the reason /  / Stack Trace: / frame / frame / (faultkit.dll met a fault)")
+
+    def test_that_throws_is_named_in_place_of_what_it_should_have_said(self):
+        self.described(4, "`faultkit.dll` throws a C++ exception in place of the reason", "helper_throwing_in_reason",
+                       "Crush Expantion: / (faultkit.dll met a fault) /  / Stack Trace: / frame / …")
+        self.described(5, "`faultkit.dll` throws one in place of the first line of the stack",
+                       "helper_throwing_in_first_line",
+                       "Crush Expantion: / the reason /  / Stack Trace: / (faultkit.dll met a fault)")
+        self.described(6, "`faultkit.dll` throws one in place of a later line", "helper_throwing_in_stack",
                        "Crush Expantion: / the reason /  / Stack Trace: / frame / frame / (faultkit.dll met a fault)")
 
     def test_without_end_is_cut(self):

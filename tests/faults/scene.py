@@ -196,6 +196,8 @@ class Scene:
 
     def _host_words(self, lines, code):
         if lines[-1:] == ["end"] and code == 0:
+            if "device context held" in lines:
+                return "goes on with a device context too many"
             if "next handler" in lines:
                 return "its next handler gets the fault; goes on"
             if "out of memory" in lines:
@@ -215,10 +217,14 @@ def _picture_words(content, name):
 
 def _system_words(text):
     words = []
+    if not text:
+        return words
+    if b"Procesor Clock Frequecy: 0\n" in text:
+        words.append("no clock")
     if b"Printers list: \n\n" in text:
         words.append("no printers")
-    if b"Not accessible: a fault occurred.\n" in text and b"Printers list:" not in text:
-        words.append("printers not accessible")
+    if b"Default printer: \nOffice\n" not in text:
+        words.append("no default printer")
     return words
 
 

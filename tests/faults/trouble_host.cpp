@@ -11,7 +11,6 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "base/genlib_error.h"
 #include "include/wendax.h"
 #include "tests/faults/conditions.h"
 #include "tests/hosts/faults.h"
@@ -127,6 +126,8 @@ int main(int argc, char** argv) {
         say(FindWindowA(nullptr, "Software Error Report") ? "dialog left behind" : "next handler");
     }
     end_conditions();
+    if (screen_contexts_held())
+        say("device context held");
     say("end");
     return 0;
 }

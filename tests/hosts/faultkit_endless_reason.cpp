@@ -11,8 +11,8 @@ constexpr SIZE_T word_size = sizeof word - 1;
 // Each piece is its own text but for the last one, whose end is a NUL of its own.
 const char* map_reason() {
     HANDLE const section = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, piece_size, nullptr);
-    char* const room = static_cast<char*>(
-        VirtualAlloc(nullptr, (piece_count + 1) * piece_size, MEM_RESERVE, PAGE_NOACCESS));
+    char* const room =
+        static_cast<char*>(VirtualAlloc(nullptr, (piece_count + 1) * piece_size, MEM_RESERVE, PAGE_NOACCESS));
     VirtualFree(room, 0, MEM_RELEASE);
     for (SIZE_T i = 0; i < piece_count; ++i) {
         if (!MapViewOfFileEx(section, FILE_MAP_WRITE, 0, 0, piece_size, room + i * piece_size))

@@ -40,9 +40,34 @@ void drive(CSeException* exception) {
     if (CCrashReport2::m_pThis != &upload || upload.OpenDlg() != 1)
         upload.Upload();
 }
+class OwnReport : public CCrashReport {
+public:
+    OwnReport() : CCrashReport(0) {}
+};
+void make_and_delete() {
+    try {
+        delete new CCrashReport(0);
+        delete new CCrashReport2(0);
+        delete new OwnReport;
+        delete new (std::nothrow) CCrashReport(0);
+        delete new (std::nothrow) CCrashReport2(0);
+        delete new (std::nothrow) OwnReport;
+        void* place[sizeof(CCrashReport2) / sizeof(void*)];
+        (new (place) CCrashReport(0))->~CCrashReport();
+        (new (place) CCrashReport2(0))->~CCrashReport2();
+        (new (place) OwnReport)->~OwnReport();
+        delete new (__FILE__, __LINE__) CCrashReport(0);
+        delete new (1, __FILE__, __LINE__) OwnReport;
+    } catch (const gen::genlib_out_of_range& error) {
+        throw error.index + error.size;
+    } catch (const gen::genlib_out_of_memory&) {
+    } catch (const gen::genlib_error&) {
+    }
+}
 """
 WINDOWS = "#include <windows.h>\n"
-ORDERS = {"alone": "{}", "after windows.h": WINDOWS + "{}", "before windows.h": '#include "wendax.h"\n' + WINDOWS + "{}"}
+BEFORE = '#include "wendax.h"\n' + WINDOWS + "{}"
+ORDERS = {"alone": "{}", "after windows.h": WINDOWS + "{}", "before windows.h": BEFORE}
 C_STANDARDS = ("c89", "c99", "c11", "c17", "gnu17")
 CXX_STANDARDS = ("c++98", "c++11", "c++14", "c++17", "c++20", "gnu++20")
 
@@ -52,9 +77,9 @@ class Header(runner.Case):
         return subprocess.run([*compiler, *STRICT, f"-x{language}", f"-std={standard}", "-"], input=source, text=True,
                               capture_output=True, timeout=120, check=False)
 
-    def check(self, compiler, language, standards, use):
+    def check(self, compiler, language, standards, use, orders=None):
         for standard in standards:
-            for order, frame in ORDERS.items():
+            for order, frame in (orders or ORDERS).items():
                 with self.subTest(standard=standard, order=order):
                     done = self.compile(compiler, language, standard, frame.format(use))
                     self.assertEqual((done.returncode, done.stderr), (0, ""))
@@ -64,6 +89,11 @@ class Header(runner.Case):
 
     def test_cxx_in_the_microsoft_mode_has_classes_and_helper(self):
         self.check([*CLANG, "-fcxx-exceptions"], "c++", CXX_STANDARDS, CLASSES)
+
+    def test_hosts_choose_how_strict_windows_h_is_about_handles(self):
+        orders = {f"{definitions} {order}": definitions + ORDERS[order] for order in ("after windows.h", "before windows.h")
+                  for definitions in ("#define NO_STRICT\n", "#define STRICT\n", "#define STRICT\n#define NO_STRICT\n")}
+        self.check([*CLANG, "-fcxx-exceptions"], "c++", ("c++98", "c++17"), CLASSES, orders)
 
     def test_c_with_gcc(self):
         self.check(GCC, "c", C_STANDARDS, FUNCTIONS)

@@ -1,12 +1,14 @@
 // Runs the system information as the product has it and says on its standard output what came of it.
 #include <windows.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "sysinfo/instruction_guard.h"
 #include "sysinfo/machine_processor.h"
 #include "sysinfo/processor_info.h"
 #include "sysinfo/system_info_file.h"
+#include "tests/hosts/import_slot.h"
 
 namespace {
 
@@ -23,6 +25,52 @@ int write_file_with_float_traps() {
     const unsigned sse = 0;
     asm volatile("fninit; fldcw %0; ldmxcsr %1" ::"m"(x87), "m"(sse));
     return write_file();
+}
+
+// Of the function that a probe is kept from calling: the calls of it that still go through, and where they go.
+__attribute__((used)) int calls_left __asm__("calls_left");
+__attribute__((used)) void (*real_function)() __asm__("real_function");
+__attribute__((used)) void (*trouble)() __asm__("trouble");
+
+// In the place of a function of any type: either lets the call through as it is, or never returns from it.
+__attribute__((naked)) void gate() {
+    asm("decl calls_left\n\t"
+        "jl 1f\n\t"
+        "jmp *real_function\n"
+        "1:\n\t"
+        "incl calls_left\n\t"
+        "call *trouble");
+}
+
+void fault() {
+    *reinterpret_cast<volatile int*>(4) = 0;
+}
+
+struct ForeignError {
+    int code;
+};
+
+void throw_foreign_error() {
+    throw ForeignError{1};
+}
+
+bool put_gate(const char* function) {
+    static const char* const libraries[] = {"advapi32.dll", "kernel32.dll", "user32.dll", "version.dll",
+                                            "winspool.drv"};
+    for (const char* library : libraries) {
+        real_function =
+            reinterpret_cast<void (*)()>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(library), function)));
+        if (real_function && replace_import(GetModuleHandleA(nullptr), library, function, gate))
+            return true;
+    }
+    return false;
+}
+
+// FUNCTION CALLS fault|throw: the function does so from its call number CALLS + 1 on.
+int write_file_in_trouble(char** words) {
+    calls_left = atoi(words[1]);
+    trouble = strcmp(words[2], "throw") == 0 ? throw_foreign_error : fault;
+    return put_gate(words[0]) ? write_file() : 3;
 }
 
 // How far down the stack goes: the bytes below the caller that were painted and are so no longer.
@@ -93,6 +141,8 @@ int main(int argc, char** argv) {
         return write_file();
     if (strcmp(task, "file-with-float-traps") == 0)
         return write_file_with_float_traps();
+    if (strcmp(task, "trouble") == 0 && argc == 5)
+        return write_file_in_trouble(argv + 2);
     if (strcmp(task, "stack") == 0)
         return stack();
     if (strcmp(task, "guard") == 0)

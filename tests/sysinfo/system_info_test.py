@@ -30,6 +30,40 @@ WHOLE_TEXT = re.compile(
     rb"\n(?P<host>Cannot extract version number of Lumivale|Lumivale module info:\n.*)",
     re.DOTALL)
 
+SECTIONS = re.compile(
+    rb"\nWindows Version:\n(?P<windows>.*?)\nModule Info:(?P<module>.*?)\nCPU Info:(?P<cpu>.*?)\nMonitor info:\n"
+    rb"(?P<display>.*?)\n\n(?P<browser>.*?)\n\n(?P<printers>Printers list: \n.*?)\n"
+    rb"(?P<host>Cannot extract version number of Lumivale|Lumivale module info:\n.*)", re.DOTALL)
+CLOCK = re.compile(rb"(Procesor Clock Frequecy: )[1-9]\d*")
+LUMIVALE = b"Lumivale module info:\nCompany: %s\nProduct name:%s\nVersion number: %s.%s.%s\nBuild number %s"
+NO_MODULE = b"\nCompany: Unknown\nProduct Name: Unknown\nProduct Version: 0.0.0.0\n"
+NO_LUMIVALE = b"Cannot extract version number of Lumivale"
+UNREADABLE_LUMIVALE = LUMIVALE % (b"Unknown", b"Unknown", b"Unknown", b"", b"", b"")
+
+# (function, calls of it that still work): the sections that change, as they are then. The sections of a machine where all
+# works are those of InTrouble.setUp.
+TROUBLE = {
+    ("GetVersionExA", 0): {"windows": b"Unknown [tag 0]"},
+    ("QueryPerformanceCounter", 0): "no clock",
+    ("QueryPerformanceCounter", 100): "no clock",
+    ("QueryPerformanceFrequency", 0): "no clock",
+    ("EnumDisplaySettingsA", 0): {"display": b"Error: can not enumerate display settings."},
+    ("EnumPrintersA", 0): {"printers": b"Printers list: \n\nDefault printer: \nAlpha tray\n"},
+    ("EnumPrintersA", 1): {"printers": b"Printers list: \n\nDefault printer: \nAlpha tray\n"},
+    ("GetProfileStringA", 0): {"printers": b"Printers list: \nAlpha tray\nZebra\n\nDefault printer: \n\n"},
+    ("GetModuleFileNameA", 0): {"module": NO_MODULE, "host": NO_LUMIVALE},
+    ("GetFileVersionInfoSizeA", 0): {"module": NO_MODULE, "host": UNREADABLE_LUMIVALE},
+    ("GetFileVersionInfoSizeA", 1): {"host": UNREADABLE_LUMIVALE},
+    ("GetFileVersionInfoA", 0): {"module": NO_MODULE, "host": UNREADABLE_LUMIVALE},
+    ("VerQueryValueA", 0): {"module": NO_MODULE, "host": UNREADABLE_LUMIVALE},
+    # The root, the translation and the company have been read.
+    ("VerQueryValueA", 3): {"module": NO_MODULE.replace(b"Company: Unknown", b"Company: Example Hosts"),
+                            "host": UNREADABLE_LUMIVALE},
+    ("LoadLibraryA", 0): {"browser": b"Cannot extract version number of Internet Explorer"},
+    ("FindFirstFileA", 0): {"host": NO_LUMIVALE},
+    ("RegOpenKeyA", 0): {},
+}
+
 # What Wine says it is, under names of its own, and how the report calls it.
 WINDOWS_VERSIONS = {
     "win95": b"Microsoft Windows 95 ",
@@ -85,9 +119,9 @@ class TheFile(Case):
         self.folder.mkdir()
         self.exe = shutil.copy(self.product(HOST), self.folder / "host.exe")
 
-    def write(self, task="file"):
+    def write(self, *task):
         """Runs the host; returns whether it wrote the file, the path it gives, and the text with plain newlines."""
-        said = self.windows.run(self.exe, task, check=True).text
+        said = self.windows.run(self.exe, *(task or ["file"]), check=True).text
         match = re.fullmatch(r"(written|not written) (.*)\n", said)
         self.assertTrue(match, said)
         path = self.prefix.to_unix(match[2]) if ":" in match[2] else None
@@ -107,6 +141,29 @@ class TheFile(Case):
         self.windows.import_registry("".join(
             f'[{PRINTERS_KEY}\\{name}]\n"Name"="{name}"\n"Port"="LPT1:"\n"Printer Driver"="none"\n'
             f'"Attributes"=dword:00000040\n\n' for name in names))
+
+    def sections(self, *trouble):
+        """{section: text} of a file that is written while a call faults; the clock as 1, if it was measured."""
+        written, _, text = self.write("trouble", *trouble) if trouble else self.write()
+        self.assertTrue(written)
+        match = SECTIONS.fullmatch(text)
+        self.assertTrue(match, text.decode("cp1252"))
+        return {name: CLOCK.sub(rb"\g<1>1", section) for name, section in match.groupdict().items()}
+
+    def test_has_everything_but_what_a_call_was_asked_for_that_faults_or_throws(self):
+        self.print_system(["Alpha tray", "Zebra"])
+        self.windows.set_registry(DEFAULT_PRINTER_KEY, "device", "Alpha tray,winspool,LPT1:")
+        shutil.copy(self.exe, self.folder / "Lumivale.exe")
+        whole = self.sections()
+        self.assertEqual(whole["printers"], b"Printers list: \nAlpha tray\nZebra\n\nDefault printer: \nAlpha tray\n")
+        self.assertEqual(whole["module"],
+                         b"\nCompany: Example Hosts\nProduct Name: System information host\nProduct Version: 3.1.0.12\n")
+        for (function, calls), changed in TROUBLE.items():
+            if changed == "no clock":
+                changed = {"cpu": whole["cpu"].replace(b"Frequecy: 1\n", b"Frequecy: 0\n")}
+            for kind in ("fault", "throw"):
+                with self.subTest(function, calls=calls, kind=kind):
+                    self.assertEqual(self.sections(function, str(calls), kind), {**whole, **changed})
 
     def test_tells_of_this_machine_what_is_so(self):
         facts, cpu = self.facts(), cpu_facts()
@@ -174,6 +231,16 @@ class TheFile(Case):
         self.assertNotIn(b"Default printer", text)
         self.assertGreaterEqual(len(text), 32767 - 3)
         self.assertLess(len(text), 32767 + 1024)
+
+    def test_names_a_program_and_its_neighbour_in_a_folder_whose_letters_the_code_page_lacks(self):
+        self.folder = self.prefix.drive_c / "Программа"
+        self.folder.mkdir()
+        self.exe = shutil.copy(self.exe, self.folder / "хост.exe")
+        shutil.copy(self.exe, self.folder / "Lumivale.exe")
+        facts = self.facts()
+        self.assertEqual((facts["company"], facts["product"], facts["version"]),
+                         (b"Example Hosts", b"System information host", b"3.1.0.12"))
+        self.assertEqual(facts["host"], LUMIVALE % (b"Example Hosts", b"System information host", b"3", b"1", b"0", b"12"))
 
     def test_finds_the_host_application_where_it_is_registered(self):
         found = (b"Lumivale module info:\nCompany: Example Hosts\nProduct name:System information host\n"

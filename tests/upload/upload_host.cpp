@@ -15,7 +15,6 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "base/genlib_error.h"
 #include "include/wendax.h"
 #include "tests/upload/command_line.h"
 #include "tests/support/usage.h"

@@ -1,0 +1,36 @@
+#include "net/upload_file.h"
+
+#include "win/handle.h"
+
+namespace {
+
+HANDLE system_handle(intptr_t handle) {
+    return reinterpret_cast<HANDLE>(handle);
+}
+
+} // namespace
+
+UploadFile::~UploadFile() {
+    if (IsOpen())
+        win::nothrow(CloseHandle)(system_handle(m_handle));
+}
+
+bool UploadFile::Open(const char* path) {
+    m_handle = reinterpret_cast<intptr_t>(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return IsOpen();
+}
+
+int64_t UploadFile::Length() const {
+    ULARGE_INTEGER length;
+    SetLastError(NO_ERROR);
+    length.LowPart = GetFileSize(system_handle(m_handle), &length.HighPart);
+    if (length.LowPart == INVALID_FILE_SIZE && GetLastError() != NO_ERROR)
+        return -1;
+    return static_cast<int64_t>(length.QuadPart);
+}
+
+unsigned UploadFile::Read(char* to, unsigned room) const {
+    DWORD got = 0;
+    return ReadFile(system_handle(m_handle), to, room, &got, nullptr) ? got : 0;
+}

@@ -1,0 +1,44 @@
+#include "win/ansi_path.h"
+
+#include <string.h>
+
+namespace win {
+
+namespace {
+
+// The path in the ANSI code page with its terminator; 0 if it doesn't fit or has letters that the code page lacks.
+int to_ansi(const wchar_t* path, char* buffer, int size) {
+    BOOL replaced = FALSE;
+    const int length = WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, path, -1, buffer, size, nullptr, &replaced);
+    return replaced ? 0 : length;
+}
+
+} // namespace
+
+DWORD short_form(const wchar_t* path, char* buffer, DWORD size) {
+    char ansi[3 * MAX_PATH];
+    if (to_ansi(path, ansi, sizeof ansi))
+        return 0;
+    wchar_t short_path[MAX_PATH + 1];
+    const DWORD short_length = GetShortPathNameW(path, short_path, MAX_PATH + 1);
+    if (short_length == 0 || short_length > MAX_PATH || !to_ansi(short_path, ansi, sizeof ansi))
+        return 0;
+    const DWORD length = static_cast<DWORD>(strlen(ansi));
+    if (length >= size)
+        return 0;
+    memcpy(buffer, ansi, length + 1);
+    return length;
+}
+
+DWORD module_path(HMODULE module, char* buffer, DWORD size) {
+    const DWORD length = GetModuleFileNameA(module, buffer, size);
+    wchar_t path[MAX_PATH + 1];
+    const DWORD wide_length = GetModuleFileNameW(module, path, MAX_PATH + 1);
+    const DWORD short_length = wide_length && wide_length <= MAX_PATH ? short_form(path, buffer, size) : 0;
+    if (short_length)
+        return short_length;
+    buffer[length < size ? length : size - 1] = '\0'; // some systems cut a path without
+    return length < size ? length : size - 1;
+}
+
+} // namespace win
