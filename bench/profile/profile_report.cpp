@@ -39,13 +39,13 @@ PART bool part_write_jpeg(fall_test::Image& image, fall_test::Stream& file) {
     return fall_test::save(fall::image_jpg, image, file, glib::JPGSave()) == glib::RCOK;
 }
 
-PART report::MailText part_texts() {
+PART void part_texts(report::MailText& text) {
     const char* const section = "\nName: a value that a probe has found\nAnother: one more\nA third: and the last\n";
     const CStdString system = sysinfo::join_sections({section, section, section, section, section, section, section});
     CStdString headers;
     for (unsigned part = 0; part < upload_form::part_count; ++part)
         headers += upload_form::part_header(static_cast<upload_form::Part>(part), "C:\\folder\\a file.dat");
-    return report::mail_text(0, "A Program", nullptr, report::screenshot_note("A Program"), system, headers);
+    text = report::mail_text(0, "A Program", nullptr, report::screenshot_note("A Program"), system, headers);
 }
 
 PART unsigned part_message(const report::MailText& text, const Pixels& file, const fall_test::Bytes& jpeg) {
@@ -65,6 +65,8 @@ int main() {
     fall_test::Stream jpeg;
     if (!part_scale_screen(screen, image.pages[0].record) || !part_write_jpeg(image, jpeg))
         return 1;
-    printf("%u bytes of message\n", part_message(part_texts(), file, jpeg.bytes));
+    report::MailText text;
+    part_texts(text);
+    printf("%u bytes of message\n", part_message(text, file, jpeg.bytes));
     return 0;
 }

@@ -1,0 +1,11 @@
+"""Which files of the source folders ship, and which only help their tests."""
+
+import re
+
+HELPERS = re.compile(r"_(test|model|reference|stand_in)\.|/(failing_allocator|guarded_copy|fake_\w+|recorded_\w+|samples|"
+                     r"reference_\w+)\.|/test_|^(tests|testing|fuzz|bench|examples)/|/test_data/")
+
+
+def is_product(name):
+    """Whether a C or C++ file, named from the repository's root, is compiled into what ships."""
+    return bool(re.search(r"\.(c|cpp|h)$", name)) and not HELPERS.search(name)
