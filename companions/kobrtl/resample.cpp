@@ -22,7 +22,7 @@ constexpr unsigned kStepPixels = 4 * kTilePixels;
 
 // What a band's rows may hold of a strip, so that those which the next band needs too are still in the processor's
 // second cache: nearly half of them are, and a wide band would otherwise fetch them from memory again.
-constexpr size_t kStripBytes = 256 * 1024;
+constexpr size_t kStripBytes = 384 * 1024;
 
 // What it takes to turn a pixel of the source, and one of the destination, in the time of one step of better_turn().
 // With this much, no picture is turned whose height grows less than sixteenfold.
@@ -149,7 +149,7 @@ Strip Resampler::strip_from(unsigned begin) const {
     const unsigned first = begin ? m_across.taps(begin).first : 0;
     const unsigned least = 8 * (m_across.most_taps() + kStepPixels);
     const unsigned wanted = m_strip_pixels > least ? m_strip_pixels : least;
-    if (m_source.width - first < wanted + wanted / 2)
+    if (m_source.width - first < wanted + wanted / 4)
         return {begin, m_canvas.width, first, m_source.width};
     unsigned end = begin + 1;
     while (end < m_canvas.width && m_across.taps(end).first + m_across.taps(end).count <= first + wanted)

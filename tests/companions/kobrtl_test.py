@@ -91,6 +91,10 @@ class Kobrtl(Case):
     def test_a_grown_picture_is_what_the_formula_says(self):
         self.check_picture(AREA, 24, 19, 14, 50, 45)
 
+    def test_a_low_picture_that_gets_narrow_and_high_is_what_the_formula_says(self):
+        self.check_picture(AREA, 24, 300, 3, 4, 120)
+        self.check_picture(LINEAR, 8, 400, 1, 3, 150)
+
     def test_greys_and_the_linear_type_are_what_the_formula_says(self):
         self.check_picture(AREA, 8, 83, 61, 20, 13)
         self.check_picture(LINEAR, 24, 40, 30, 17, 33)
