@@ -119,13 +119,10 @@ bool Slide::needs_flattening() const {
 
 // Whether every size that a stretch to this one leads to has 31 bits, as positions have: no product overflows then.
 bool Slide::fits(uint32_t width, uint32_t height) const {
-    if (width > INT32_MAX || height > INT32_MAX)
-        return false;
+    uint32_t all = width | height;
     for (unsigned i = 0; i < m_layers.size(); ++i)
-        if (scaled_size(m_layers[i]->width(), width, m_width) > INT32_MAX ||
-            scaled_size(m_layers[i]->height(), height, m_height) > INT32_MAX)
-            return false;
-    return true;
+        all |= scaled_size(m_layers[i]->width(), width, m_width) | scaled_size(m_layers[i]->height(), height, m_height);
+    return all <= INT32_MAX;
 }
 
 ResultCode Slide::Stretch(uint32_t width, uint32_t height, int scale_type, bool fit_rect, bool all_layers) {
