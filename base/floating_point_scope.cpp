@@ -41,4 +41,9 @@ FloatingPointScope::~FloatingPointScope() = default;
 
 #endif
 
+__attribute__((noinline)) void call_with_own_floating_point(void (*function)(void* context), void* context) {
+    const FloatingPointScope scope;
+    function(context);
+}
+
 } // namespace gen

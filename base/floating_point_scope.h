@@ -27,4 +27,12 @@ private:
 
 static_assert(sizeof(FloatingPointScope) == 112, "FNSAVE stores 108 bytes");
 
+// Calls function(context) within such a scope: for small functions, which it spares a frame of their own for unwinding.
+void call_with_own_floating_point(void (*function)(void* context), void* context);
+
+template <class Callable>
+void call_with_own_floating_point(Callable callable) {
+    call_with_own_floating_point([](void* context) { (*static_cast<Callable*>(context))(); }, &callable);
+}
+
 } // namespace gen

@@ -2,14 +2,13 @@
 
 #include <new>
 
-#include "base/floating_point_scope.h"
 #include "capture/screen_grab.h"
 #include "capture/screenshot.h"
 #include "compose/email_tool.h"
 #include "report/destinations.h"
 #include "report/heap_owner.h"
 #include "report/mail_text.h"
-#include "report/resource_scope.h"
+#include "report/report_scope.h"
 #include "report/se_exception.h"
 #include "sysinfo/std_info.h"
 
@@ -61,8 +60,7 @@ void CCrashReport::AddAttachment(const char* path) {
 }
 
 void CCrashReport::GenerateEmail(int context, const char* product, const char* subject, const char* recipient) {
-    const gen::FloatingPointScope floating_point;
-    const ResourceScope resources;
+    const ReportScope scope;
     const CWaitCursor wait;
     CEmailTool mail;
     const char* const name = product ? product : report::default_product;
@@ -80,13 +78,15 @@ void CCrashReport::GenerateEmail(int context, const char* product, const char* s
 }
 
 void CCrashReport::AttachScreenCopy() {
-    const gen::FloatingPointScope floating_point;
-    const CStdString path = screenshot_path();
-    write_screenshot(path);
-    AddAttachment(path.c_str());
+    gen::call_with_own_floating_point([this] {
+        const CStdString path = screenshot_path();
+        write_screenshot(path);
+        AddAttachment(path.c_str());
+    });
 }
 
 HBITMAP CCrashReport::CopyScreenToBitmap(RECT* rect) {
-    const gen::FloatingPointScope floating_point;
-    return copy_screen_to_bitmap(rect);
+    HBITMAP bitmap = nullptr;
+    gen::call_with_own_floating_point([&] { bitmap = copy_screen_to_bitmap(rect); });
+    return bitmap;
 }

@@ -22,6 +22,11 @@ const char* path_or_none(const char* path) {
     return path ? path : "";
 }
 
+// A fault in what makes a file costs the file, not the report.
+void make_file(CCrashReport2& report, void (*make)(void* report)) {
+    gen::call_with_own_floating_point([&] { win::run_guarded(make, &report); });
+}
+
 } // namespace
 
 CCrashReport2* CCrashReport2::m_pThis;
@@ -60,18 +65,15 @@ bool CCrashReport2::Upload() {
     return upload_form::confirms(transport.Request(form_url().c_str(), true, body.GetData(), body.GetLength()));
 }
 
-// A fault in what makes a file costs the file, not the report.
-
 void CCrashReport2::CreateScreenCopy() {
-    const gen::FloatingPointScope floating_point;
-    win::run_guarded([this] {
-        m_screen_path = screenshot_path();
+    make_file(*this, [](void* report) {
+        CStdString& path = static_cast<CCrashReport2*>(report)->m_screen_path;
+        path = screenshot_path();
         set_up_screenshot_format();
-        write_screenshot(m_screen_path);
+        write_screenshot(path);
     });
 }
 
 void CCrashReport2::CreateSystemInfo() {
-    const gen::FloatingPointScope floating_point;
-    win::run_guarded([this] { write_system_info_file(m_system_path); });
+    make_file(*this, [](void* report) { write_system_info_file(static_cast<CCrashReport2*>(report)->m_system_path); });
 }

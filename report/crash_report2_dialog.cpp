@@ -1,7 +1,6 @@
 #include "report/crash_report2.h"
 
-#include "base/floating_point_scope.h"
-#include "report/resource_scope.h"
+#include "report/report_scope.h"
 #include "report/running_dialog.h"
 #include "report/upload_texts.h"
 #include "resources/ids.h"
@@ -80,9 +79,8 @@ void CCrashReport2::CCrushDialog::upload(HWND dialog) {
 }
 
 unsigned int CCrashReport2::OpenDlg() {
-    const gen::FloatingPointScope floating_point;
-    const ResourceScope resources;
-    m_saved_resources = resources.saved();
+    const ReportScope scope;
+    m_saved_resources = scope.saved_resources();
     CCrushDialog dialog(m_saved_resources);
     return static_cast<unsigned int>(dialog.run(CCrushDialog::procedure));
 }

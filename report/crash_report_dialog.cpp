@@ -1,7 +1,6 @@
 #include "report/crash_report.h"
 
-#include "base/floating_point_scope.h"
-#include "report/resource_scope.h"
+#include "report/report_scope.h"
 #include "report/running_dialog.h"
 #include "resources/ids.h"
 
@@ -21,9 +20,8 @@ public:
 };
 
 unsigned int CCrashReport::OpenDlg() {
-    const gen::FloatingPointScope floating_point;
-    const ResourceScope resources;
-    m_saved_resources = resources.saved();
+    const ReportScope scope;
+    m_saved_resources = scope.saved_resources();
     CCrushDialog dialog(m_saved_resources);
     return static_cast<unsigned int>(dialog.run(CCrushDialog::procedure));
 }

@@ -1,7 +1,7 @@
 #include <afxdllx.h>
 #include <afxwin.h>
 
-#include "report/resource_scope.h"
+#include "report/report_scope.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 #include "report/report_memory.h"
 
+#include <stdint.h>
 #include <stdlib.h>
 #include <windows.h>
 
 #include "report/crash_report.h"
 #include "report/crash_report2.h"
-#include "win/fault_guard.h"
 
 namespace report {
 
@@ -14,11 +14,16 @@ namespace {
 // Stands in front of each block of the library's, and tells it from any other.
 struct Mark {
     const Mark* library; // the one below
-    void* block;
+    Mark* allocated;
 };
 static_assert(sizeof(Mark) == 8, "the block behind it is aligned as the heap's blocks are");
 
 const Mark own = {};
+
+// None of the library's blocks begins a page: of the others that do, nothing may be in front.
+bool begins_page(const void* block) {
+    return (reinterpret_cast<uintptr_t>(block) & 0xFFF) < sizeof(Mark);
+}
 
 // Which heap a runtime has, differs: the process's, or one of its own.
 void give_back(void* block) {
@@ -36,10 +41,11 @@ void give_back(void* block) {
 } // namespace
 
 void* allocate(size_t size) noexcept {
-    Mark* const mark = static_cast<Mark*>(malloc(sizeof(Mark) + size));
-    if (!mark)
+    Mark* const allocated = static_cast<Mark*>(malloc(2 * sizeof(Mark) + size));
+    if (!allocated)
         return nullptr;
-    *mark = {&own, mark + 1};
+    Mark* const mark = begins_page(allocated + 1) ? allocated + 1 : allocated;
+    *mark = {&own, allocated};
     return mark + 1;
 }
 
@@ -47,12 +53,9 @@ void release(void* block) noexcept {
     if (!block)
         return;
     Mark* const mark = static_cast<Mark*>(block) - 1;
-    bool of_library = false;
-    // A block of others may have nothing in front of it.
-    win::run_guarded([&] { of_library = mark->library == &own && mark->block == block; });
-    if (of_library) {
-        *mark = {}; // a fault within the freeing frees it no second time
-        free(mark);
+    if (!begins_page(block) && mark->library == &own) {
+        mark->library = nullptr; // a fault within the freeing frees it no second time
+        free(mark->allocated);
     } else {
         give_back(block);
     }
@@ -60,19 +63,10 @@ void release(void* block) noexcept {
 
 } // namespace report
 
-namespace {
-
-void* allocate_or_throw(size_t size) {
-    void* const block = report::allocate(size);
-    if (!block)
-        gen::throw_out_of_memory();
-    return block;
-}
-
-} // namespace
-
 void* CCrashReport::operator new(size_t size) {
-    return allocate_or_throw(size);
+    if (void* const block = report::allocate(size))
+        return block;
+    gen::throw_out_of_memory();
 }
 void* CCrashReport::operator new(size_t size, const std::nothrow_t&) noexcept {
     return report::allocate(size);
@@ -89,7 +83,9 @@ void CCrashReport::operator delete(void* block, const std::nothrow_t&) noexcept 
 void CCrashReport::operator delete(void*, void*) noexcept {}
 
 void* CCrashReport2::operator new(size_t size) {
-    return allocate_or_throw(size);
+    if (void* const block = report::allocate(size))
+        return block;
+    gen::throw_out_of_memory();
 }
 void* CCrashReport2::operator new(size_t size, const std::nothrow_t&) noexcept {
     return report::allocate(size);

@@ -1,6 +1,6 @@
 // A debugging library that knows nothing, and faults in the function that BAD_DBGHELP_FAULTS_IN names. Where that is
-// "frame-pointers", it walks by them alone; with "throw " before the name it throws a C++ exception there. It tells the standard error of each session that is opened and each module
-// that is loaded.
+// "frame-pointers", it walks by them alone; with "throw " before the name it throws a C++ exception there. It tells the
+// standard error of each session that is opened and each module that is loaded.
 #include <windows.h>
 #include <dbghelp.h>
 #include <stdio.h>
