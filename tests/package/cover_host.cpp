@@ -1,12 +1,15 @@
 // Covers its thread in the way that is named, faults, and says what came of it; built once for each C runtime.
 //
-// usage: cover_host init | cover | twice | chain | abort
+// usage: cover_host init | cover | twice | chain | abort | small BYTES
+//   small    faults nowhere: what is asked for on a thread whose stack has room for no more than that
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include "wendax.h"
+
+#include "tests/hosts/import_slot.h"
 
 extern "C" __declspec(dllimport) int __stdcall SetThreadStackGuarantee(unsigned long* bytes);
 extern "C" __declspec(dllimport) void __stdcall RaiseException(unsigned long code, unsigned long flags,
@@ -32,6 +35,29 @@ void __cdecl raise_instead(int) {
     RaiseException(0xE0000001, 0, 0, nullptr);
 }
 
+// Stands for a system whose threads have little stack. Under Wine none is too small for 128 KB.
+unsigned long most_stack;
+
+int __stdcall reserve_up_to_most(unsigned long* bytes) {
+    const unsigned long wanted = *bytes;
+    *bytes = 0; // reserved before
+    if (wanted)
+        printf("asked for %lu\n", wanted);
+    return wanted <= most_stack;
+}
+
+FARPROC WINAPI find_reserve_up_to_most(HMODULE, const char*) {
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(reserve_up_to_most));
+}
+
+int cover_with_little_stack(unsigned long most) {
+    most_stack = most;
+    if (!replace_import(GetModuleHandleA(nullptr), "kernel32.dll", "GetProcAddress", find_reserve_up_to_most))
+        return 2;
+    WendaxCoverThread();
+    return 0;
+}
+
 void cover(const char* way) {
     if (strcmp(way, "init") == 0) {
         InitCrushReport();
@@ -50,7 +76,9 @@ void cover(const char* way) {
 
 } // namespace
 
-int main(int, char** argv) {
+int main(int argc, char** argv) {
+    if (strcmp(argv[1], "small") == 0 && argc > 2)
+        return cover_with_little_stack(strtoul(argv[2], nullptr, 0));
     cover(argv[1]);
     unsigned long reserved = 0;
     SetThreadStackGuarantee(&reserved);

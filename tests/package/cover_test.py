@@ -20,6 +20,16 @@ class Cover(runner.Case):
     def test_translator_of_the_host_comes_first(self):
         self.assertEqual(self.lines("chain"), ["stack reserved", "code C0000005", CAUGHT])
 
+    def asked_for(self, room):
+        told = self.wine().run(self.product(self.program), "small", room, check=True).text
+        return [int(line.removeprefix("asked for ")) for line in told.splitlines()]
+
+    def test_thread_that_is_too_small_keeps_as_much_stack_back_as_it_can(self):
+        self.assertEqual(self.asked_for(131072), [131072])
+        self.assertEqual(self.asked_for(100000), [131072, 65536])
+        self.assertEqual(self.asked_for(40000), [131072, 65536, 32768])
+        self.assertEqual(self.asked_for(0), [131072, 65536, 32768])
+
     def test_abort_becomes_a_fault_where_the_host_lets_it(self):
         self.assertEqual(self.lines("abort"), ["stack reserved", "code E0000001", CAUGHT])
 
