@@ -66,7 +66,8 @@ WENDAX_IMPORT void __cdecl APISeTranslator(unsigned int code, struct _EXCEPTION_
  *                other text and with null it has no fault details. */
 WENDAX_IMPORT void __cdecl OpenCrushReport(const char* marker);
 
-/** Names a further file for every later report. One that is missing by then is left out.
+/** Names the one file of the host's that goes with every later report, in the place of the one named before. A file
+ * that is missing by then is left out.
  *
  * @param path  a full path, at most 1023 bytes, in the ANSI code page; null or "" for none. What follows its last
  *              backslash names the attachment

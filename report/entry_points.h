@@ -15,8 +15,8 @@ _se_translator_function __cdecl InitCrushReport();
 // fault in here is translated like any other.
 void __cdecl OpenCrushReport(const char* marker);
 
-// A further file for every later report; at most 1023 bytes, null or "" for none. Returns the buffer that keeps the
-// path.
+// The one file of the host's for every later report, in the place of the one before; at most 1023 bytes, null or "" for
+// none. Returns the buffer that keeps the path.
 char* __cdecl SetAttachment(const char* path);
 
 // Nonzero: every later report has a picture of the screen. Returns the flag.
