@@ -1,7 +1,5 @@
 #include "sysinfo/version_texts.h"
 
-#include <limits.h>
-#include <stdint.h>
 #include <string.h>
 
 namespace sysinfo {
@@ -10,19 +8,17 @@ namespace {
 
 constexpr int kParts = 4;
 
-// As atoi, which takes memory from the runtime's heap on some systems; a number beyond an int is the nearest one.
+// As atoi, which takes memory from the runtime's heap on some systems. Of a number beyond 32 bits those count.
 int leading_number(const char* text) {
     while (*text == ' ' || (*text >= '\t' && *text <= '\r'))
         ++text;
     const bool negative = *text == '-';
     if (negative || *text == '+')
         ++text;
-    int64_t value = 0;
-    for (; *text >= '0' && *text <= '9' && value <= INT_MAX; ++text)
-        value = value * 10 + (*text - '0');
-    if (negative)
-        return value > INT_MAX ? INT_MIN : static_cast<int>(-value);
-    return value > INT_MAX ? INT_MAX : static_cast<int>(value);
+    unsigned value = 0;
+    for (; *text >= '0' && *text <= '9'; ++text)
+        value = value * 10 + static_cast<unsigned>(*text - '0');
+    return static_cast<int>(negative ? 0 - value : value);
 }
 
 } // namespace
