@@ -47,6 +47,7 @@ void bring_to_front(HWND dialog) {
 }
 
 int free_pointer() {
+    EndMenu(); // an open menu lets nobody else release the capture
     ReleaseCapture();
     ClipCursor(nullptr);
     int raised = 0;

@@ -8,17 +8,35 @@ namespace report {
 
 namespace {
 
-// The dialog on the screen and the pointer over it. Takes the dialog away and puts the pointer's shape and show count
-// back, also when a fault passes.
-struct Scene {
-    HWND dialog;
+// What the dialog leaves as it was, also when a fault passes.
+struct Aftermath {
+    HWND dialog; // goes before the pointer comes back
     HCURSOR cursor;
-    int raised;
-    ~Scene() {
-        DestroyWindow(dialog);
-        while (raised-- > 0)
-            ShowCursor(FALSE);
-        SetCursor(cursor);
+    int raised; // the pointer's show count
+    // An order to quit: one that waits when the dialog is to come is none for it and is set aside; one that comes later
+    // ends it. Either is posted again.
+    bool quit;
+    int quit_code;
+
+    ~Aftermath() {
+        if (dialog) {
+            DestroyWindow(dialog);
+            while (raised-- > 0)
+                ShowCursor(FALSE);
+            SetCursor(cursor);
+        }
+        if (quit)
+            PostQuitMessage(quit_code);
+    }
+
+    void keep_order(const MSG& message) {
+        quit = true;
+        quit_code = static_cast<int>(message.wParam);
+    }
+    __attribute__((noinline)) void take_waiting_order() {
+        MSG message;
+        while (PeekMessageA(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE))
+            keep_order(message);
     }
 };
 
@@ -32,22 +50,6 @@ void forget_pointer_before(const MSG& press, HWND dialog) {
            static_cast<LONG>(old.time - press.time) < 0)
         PeekMessageA(&old, dialog, WM_MOUSEFIRST, WM_MOUSELAST, PM_REMOVE);
     ReleaseCapture();
-}
-
-// An order to quit: one that waits when the dialog is to come is none for it and is set aside; one that comes later
-// ends it. Either is posted again.
-struct QuitOrder {
-    int code;
-    bool waits;
-    ~QuitOrder() {
-        if (waits)
-            PostQuitMessage(code);
-    }
-};
-
-void keep(QuitOrder& order, const MSG& message) {
-    order.waits = true;
-    order.code = static_cast<int>(message.wParam);
 }
 
 // Without address space for a dialog the system's own code would fault while it makes one.
@@ -87,19 +89,18 @@ void ReportDialog::end(HWND dialog, int result) {
 int ReportDialog::run(DLGPROC procedure) {
     if (!m_template || !room_for_dialog())
         return 0;
-    MSG message;
-    QuitOrder quit = {};
-    while (PeekMessageA(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE))
-        keep(quit, message);
-    HWND const dialog =
+    Aftermath after = {};
+    after.take_waiting_order();
+    after.dialog =
         CreateDialogIndirectParamA(m_library, m_template, nullptr, procedure, reinterpret_cast<LPARAM>(this));
-    if (!dialog)
+    if (!after.dialog)
         return 0;
-    Scene scene = {dialog, SetCursor(LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW))), 0};
-    scene.raised = free_pointer();
-    bring_to_front(dialog);
-    if (!work(dialog, message))
-        keep(quit, message);
+    after.cursor = SetCursor(LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW)));
+    after.raised = free_pointer();
+    bring_to_front(after.dialog);
+    MSG message;
+    if (!work(after.dialog, message))
+        after.keep_order(message);
     return m_result;
 }
 

@@ -3,7 +3,7 @@
 // usage: window_host [WORD]... [at X Y WIDTH HEIGHT] [colour RRGGBB]
 //   topmost, full-screen     how the window stands
 //   drag, key, click, menu   faults while the window is dragged over with the capture held, at a key, at a click, while
-//                            a choice of its menu is drawn; without any of these it never does
+//                            the choice of its open menu is drawn under the pointer; without any of these it never does
 //   confined, no-pointer     keeps the pointer in a corner of the screen, and hides it, before it faults
 //   upload                   shows the dialog of the upload road; else makes the e-mail report
 // Prints a line for each thing that happens, and ends after the report.
@@ -88,7 +88,8 @@ LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wide, LPARAM narrow
         reinterpret_cast<MEASUREITEMSTRUCT*>(narrow)->itemHeight = 20;
         return TRUE;
     case WM_DRAWITEM:
-        fail();
+        if (reinterpret_cast<DRAWITEMSTRUCT*>(narrow)->itemState & ODS_SELECTED)
+            fail();
         return TRUE;
     case WM_CLOSE:
         PostQuitMessage(0);

@@ -86,6 +86,10 @@ class Desktop:
         wait_until(lambda: self._pointer() == (x, y), f"the pointer to be at {x}, {y}", seen=self._pointer)
         self._do("xdotool", "click", button)
 
+    def point(self, x, y):
+        """Moves the pointer to that place on the desktop."""
+        self._do("xdotool", "mousemove", x, y)
+
     def drag(self, x, y, to_x, to_y):
         """Presses the left button at a place on the desktop and moves the pointer, the button held, to another one, where
         it is let go."""
