@@ -2,6 +2,7 @@
 
 import subprocess
 import threading
+import time
 
 from php_server import PhpServer
 from support import Case, WaitTimeout, main, report_dialog, wait_until
@@ -212,6 +213,7 @@ class WhatTheDialogShows(Case):
             window = report_dialog.press(self.screen, "Upload Report")
             self.assertTrue(arrived.wait(60))
             self.screen.activate(window)
+            time.sleep(1.5)  # beyond the time in which the new dialog takes no keys: no wait for something
             self.screen.key("space", "space")
             release.set()
             self.wait_shown(self.FAILED, takes_clicks=True)
