@@ -1,8 +1,9 @@
 // Puts the processor's floating-point state into one that reports don't expect, faults, makes a report, and says what
 // became of the state.
 //
-// usage: floating_point_host mail|members|upload STATE [ATTACHMENT]
+// usage: floating_point_host mail|failing|members|upload STATE [ATTACHMENT]
 //   mail     OpenCrushReport, with a screenshot
+//   failing  an OpenCrushReport that faults itself, where nothing guards it
 //   members  the members of CCrashReport, one by one
 //   upload   those of CCrashReport2
 // Prints "caught MARKER", what each call answered, "kept NAME" or "CHANGED NAME: ..." after each call, and "end".
@@ -12,6 +13,7 @@
 #include <string.h>
 
 #include "include/wendax.h"
+#include "tests/hosts/import_slot.h"
 #include "tests/support/floating_point.h"
 
 namespace {
@@ -125,11 +127,26 @@ void look_at(const char* name, const FloatingPoint& before, Call call) {
     compare(name, before, after);
 }
 
+HICON WINAPI load_no_icon(HINSTANCE, LPCSTR) {
+    write_null();
+    return nullptr;
+}
+
+__attribute__((noinline)) void fail_in_report(const char* marker) {
+    try {
+        OpenCrushReport(marker);
+    } catch (char*) {
+    }
+}
+
 void report(const char* road, const char* attachment, const char* marker, const FloatingPoint& before) {
     unsigned answer = 0;
     if (strcmp(road, "mail") == 0) {
         SetCreateScreenCopy(1);
         look_at("OpenCrushReport", before, [&] { OpenCrushReport(marker); });
+    } else if (strcmp(road, "failing") == 0) {
+        replace_import(GetModuleHandleA("Wendax.dll"), "user32.dll", "LoadIconA", load_no_icon);
+        look_at("OpenCrushReport", before, [&] { fail_in_report(marker); });
     } else if (strcmp(road, "members") == 0) {
         CCrashReport mail(nullptr);
         look_at("AttachScreenCopy", before, [&] { mail.AttachScreenCopy(); });

@@ -47,6 +47,13 @@ class FloatingPoint(runner.Case):
                 process.wait_family()
                 self.assertEqual(process.result().text.splitlines(), [CAUGHT, "kept OpenCrushReport", "end"])
 
+    def test_of_the_host_come_back_when_the_report_itself_fails(self):
+        for state in STATES:
+            with self.subTest(state):
+                process = self.start("failing", state)
+                process.wait_family()
+                self.assertEqual(process.result().text.splitlines(), [CAUGHT, "kept OpenCrushReport", "end"])
+
     def test_of_the_host_come_back_after_each_member_of_the_message_report(self):
         for state in STATES:
             with self.subTest(state):
