@@ -43,7 +43,6 @@ bool always() {
 
 const Kernels kernel_sets[] = {
 #if defined(__i386__) || defined(__x86_64__)
-    {"avx512vbmi", vbmi::available, vbmi::encode, ssse3::decode},
     {"ssse3", ssse3::available, ssse3::encode, ssse3::decode},
 #endif
     {"plain", always, plain::encode, plain::decode},

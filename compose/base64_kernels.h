@@ -34,18 +34,13 @@ void encode(const unsigned char* data, unsigned groups, char* text);
 unsigned decode(const unsigned char* text, unsigned groups, unsigned char* bytes);
 } // namespace plain
 
-// 16 bytes at a time: any x86 processor since 2006 (2011 for AMD's).
+// 16 bytes at a time: any x86 processor since 2006 (2011 for AMD's). It stays because it decodes four times as fast as
+// the libraries that others use, where plain code is as fast as they. A loop of 32 bytes saved no report a hundredth of
+// its time.
 namespace ssse3 {
 bool available();
 void encode(const unsigned char* data, unsigned groups, char* text);
 unsigned decode(const unsigned char* text, unsigned groups, unsigned char* bytes);
 } // namespace ssse3
-
-// 32 bytes at a time, with instructions made for such things: Intel's processors since 2019 and AMD's since 2022.
-// There is no loop of this kind for decoding.
-namespace vbmi {
-bool available();
-void encode(const unsigned char* data, unsigned groups, char* text);
-} // namespace vbmi
 
 } // namespace base64

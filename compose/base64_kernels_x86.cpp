@@ -5,8 +5,6 @@
 #include <cpuid.h>
 #include <immintrin.h>
 
-#include "base/wide_registers.h"
-
 namespace base64 {
 
 namespace {
@@ -81,51 +79,6 @@ __attribute__((target("ssse3"))) unsigned ssse3::decode(const unsigned char* tex
         store(bytes, _mm_shuffle_epi8(triples, gather));
     }
     return done + plain::decode(text, groups - done, bytes);
-}
-
-// The four-byte operations on 32 bytes belong to VL and BW, which every processor with VBMI has; asked for all the
-// same.
-bool vbmi::available() {
-    constexpr unsigned avx2_f_bw_vl = 1u << 5 | 1u << 16 | 1u << 30 | 1u << 31, byte_permutations = 1u << 1;
-    unsigned eax, ebx, ecx, edx;
-    return __get_cpuid(1, &eax, &ebx, &ecx, &edx) && ecx & bit_SSSE3 &&
-           gen::system_keeps(gen::registers_of_avx512, ecx) && __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) &&
-           (ebx & avx2_f_bw_vl) == avx2_f_bw_vl && ecx & byte_permutations;
-}
-
-// Not a part of what calls it, because all use of wide registers must be over when they are left. Returns how many of
-// the groups it has done.
-//
-// The bytes a b c of a group become "b a c b", so that each of its four values lies somewhere in a row of bits: of two
-// groups, in a lane of 64 bits, from bits 10, 4, 22, 16, and 32 further on. The characters are looked up in the whole
-// alphabet.
-__attribute__((target("avx2,avx512f,avx512bw,avx512vl,avx512vbmi"), noinline)) static unsigned
-encode_32_bytes_at_a_time(const unsigned char* data, unsigned groups, char* text) {
-    const __m256i spread = _mm256_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10, 13, 12, 14, 13, 16, 15,
-                                            17, 16, 19, 18, 20, 19, 22, 21, 23, 22);
-    const __m256i shifts = _mm256_set1_epi64x(0x3036242A1016040A);
-    const __m256i* const characters = reinterpret_cast<const __m256i*>(alphabet);
-    const __m256i lower = _mm256_loadu_si256(characters), upper = _mm256_loadu_si256(characters + 1);
-    constexpr __mmask32 all = ~0u; // said outright: GCC warns of what its header makes of these two without a mask
-    unsigned done = 0;
-    // Thirty-two bytes are read for the 24 that are used, so the last groups don't go this way.
-    for (; groups - done >= 11; done += 8, data += 24, text += 32) {
-        const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(data));
-        const __m256i values =
-            _mm256_maskz_multishift_epi64_epi8(all, shifts, _mm256_maskz_permutexvar_epi8(all, spread, bytes));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(text), _mm256_permutex2var_epi8(lower, values, upper));
-    }
-    return done;
-}
-
-void vbmi::encode(const unsigned char* data, unsigned groups, char* text) {
-    constexpr unsigned worth_leaving = 100; // so many groups the other loop does while wide registers are left
-    unsigned done = 0;
-    if (groups >= worth_leaving) {
-        done = encode_32_bytes_at_a_time(data, groups, text);
-        gen::leave_wide_registers();
-    }
-    ssse3::encode(data + static_cast<size_t>(done) * 3, groups - done, text + static_cast<size_t>(done) * 4);
 }
 
 } // namespace base64

@@ -9,9 +9,6 @@
 #endif
 
 #include "bench/measure.h"
-#ifdef _WIN32
-#include "bench/sse_afterwards.h"
-#endif
 #include "compose/base64_codec.h"
 #include "compose/base64_kernels.h"
 
@@ -115,7 +112,6 @@ int main(int argc, char** argv) {
     }
 #ifdef _WIN32
     size = 48 << 10;
-    bench::measure_sse_afterwards("base64 encode, SSE code afterwards", size, ours_encode, rounds);
     moving = true;
     bench::take_turns("base64 encode, from memory", size, encoders, sizeof encoders / sizeof *encoders, rounds,
                       (8 << 20) / size);

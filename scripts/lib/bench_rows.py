@@ -51,8 +51,6 @@ def _codec():
                              (48 << 10, "48 KB in the cache", "base64 encode"), (LARGE, "64 MB", "base64 encode")):
         yield Row(f"base64, encode {label}: share of a copy's rate", row, size, "copy", "share", 0.6)
         yield Row(f"base64, encode {label}, plain code: the same", row, size, "copy", "share", 0.3, "ours, plain")
-    yield Row("SSE code after encoding", "base64 encode, SSE code afterwards", 48 << 10, "undisturbed", "times", 1.25,
-              "afterwards")
     for size, label in ((48 << 10, "48 KB"), (LARGE, "64 MB")):
         for peer in ("OpenSSL", "GLib"):
             yield Row(f"base64, encode {label} (64 bits)", "base64 encode, 64 bits", size, peer, "faster", 1)
