@@ -61,11 +61,13 @@ class Reason(DescribingCase):
     def test_overflowing_division_is_an_overflow(self):
         self.assertEqual(self.describe_one("overflow").reason[0], OVERFLOW)
 
-    @runner.wine_cannot("the stack guarantee has no effect, and the process ends in Wine's own handler")
-    def test_stack_overflow_is_described(self):
-        folder = self.folder(*self.FILES)
-        done = self.wine().run(folder / "describe_host.exe", "--thread", "stack", cwd=folder)
-        self.assertIn("EXCEPTION_STACK_OVERFLOW (C00000FD)", done.text)
+    def test_stack_overflow_is_described_with_its_recursion(self):
+        description = self.describe_one("--thread", "stack")
+        self.assertEqual(description.reason[0], "EXCEPTION_STACK_OVERFLOW (C00000FD): the thread used up its stack")
+        self.assertEqual(set(description.functions[:90]), {"recurse"})
+        self.assertRegex("\n".join(description.stack), r"\n\.\.\. \d+ more frames\n")
+        below = description.functions[::-1]
+        self.assertEqual(below[:below.index("recurse")][::-1][:2], ["overflow_stack", "commit_fault"])
 
     def test_exception_of_the_programs_own_shows_its_parameters(self):
         description = self.describe_one("software")

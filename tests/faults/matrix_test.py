@@ -140,9 +140,8 @@ class Memory(Stage):
     def test_of_the_runtime_that_is_damaged_for_good_is_not_needed(self):
         self.rows(4, "The heap of the host's runtime faults whenever it is asked", [MAIL, UPLOAD], "broken-heap")
 
-    @wine_cannot("the stack guarantee has no effect, and the process ends in Wine's own handler")
     def test_of_the_stack_is_not_needed(self):
-        self.windows_only(3, "The fault is a stack overflow", [MAIL, UPLOAD], "--stack")
+        self.rows(3, "The fault is a stack overflow", [MAIL, UPLOAD], "--stack")
 
 
 class Faults(Stage):

@@ -171,7 +171,7 @@ class Scene:
 
     def _description(self, body):
         text = body.partition(b"Cannot extract version number of Lumivale\n")[2].rstrip(b"\r\n")
-        if re.fullmatch(rb"Crush Expantion:\nreason code C0000005 address [0-9A-F]{8}\n\nStack Trace:\n"
+        if re.fullmatch(rb"Crush Expantion:\nreason code C00000(?:05|FD) address [0-9A-F]{8}\n\nStack Trace:\n"
                         rb"first line 0[^\n]*\nnext line 1[^\n]*\nnext line 2[^\n]*", text):
             return "reason and stack"
         short = text.replace(b"\n", b" / ").decode("latin-1")

@@ -6,6 +6,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "tests/hosts/stack_guard.h"
+
 namespace {
 
 // Volatile, so that the compiler can neither foresee the fault nor drop it.
@@ -58,6 +60,7 @@ __attribute__((noinline)) int recurse(int depth) {
 void overflow_stack() {
     ULONG guarantee = 64 * 1024;
     SetThreadStackGuarantee(&guarantee);
+    guard_stack_reserve();
     sink = recurse(0);
 }
 

@@ -81,10 +81,12 @@ class Faults(runner.Case):
         self.assertNotIn("caught", done.text)
         self.assertNotEqual(done.returncode, 0)
 
-    @runner.wine_cannot("the stack guarantee has no effect, and the process ends in Wine's own handler")
-    def test_stack_overflow_is_reported(self):
-        host = Host(self, "fault_host.exe", helper="full", desktop=self.desktop())
-        self.assertIn(MARKER, host.run("--no-report", "stack").text)
+    def test_stack_overflow_is_reported_as_often_as_it_happens(self):
+        for args in ((), ("--thread",)):
+            messages, lines = self.report_each(*args, faults=["stack", "write", "stack"])
+            self.assertEqual([hex(message.exception_code()) for message in messages],
+                             ["0xc00000fd", hex(ACCESS_VIOLATION), "0xc00000fd"])
+            self.assertEqual(lines, [MARKER, "reported"] * 3 + ["end"])
 
     def test_stack_lines_come_from_the_helper(self):
         messages, _ = self.report_each(faults=["divide"])
