@@ -210,13 +210,13 @@ bool FrameWalker::find_hidden(const Frame& frame, const Slot* anchor, Level* lev
     if (fitting && !(level->function.framed && interrupted))
         return false;
     for (unsigned i = 0; i < count; ++i) {
-        if (fitting && starts[i] % kAlignment)
-            continue;
         const Prologue prologue = read_prologue(memory_, starts[i], level->address);
+        if ((fitting && starts[i] % kAlignment) || prologue.taken >= kLargestFrame)
+            continue;
         Level hidden = {level->address, frame.sp + prologue.taken, {starts[i], false, 0}, prologue};
         const uint32_t places[] = {arguments, arguments + prologue.scratch, 0, prologue.scratch};
         for (const uint32_t place : places)
-            if (slot_at(hidden.floor + place, slot) &&
+            if (hidden.floor + place < stack_end_ && slot_at(hidden.floor + place, slot) &&
                 (slot->call.kind == CallSite::kComputed || entered(*slot, hidden))) {
                 *level = hidden;
                 return true;

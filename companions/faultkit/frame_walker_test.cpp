@@ -177,6 +177,17 @@ TEST_F(HiddenFunctionTest, Function_in_front_is_believed_where_the_stack_is_just
     EXPECT_EQ(caller.pc, kOuter + 0x30);
 }
 
+TEST_F(HiddenFunctionTest, Walk_rises_whatever_its_first_instructions_say) {
+    process.memory.put(kHidden, {0x33, 0xC0, 0x81, 0xEC, 0xF0, 0xFF, 0xFF, 0xFF}); // xor eax, eax; sub esp, -16
+    process.memory.put_u32(kStack - 0x10, kMiddle + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kHidden + 0x10, kStack, 0), &caller));
+    EXPECT_GT(caller.sp, kStack);
+    process.memory.put(kHidden, {0x33, 0xC0, 0x83, 0xEC, 0x10, 0x40, 0x40, 0x40});
+    EXPECT_FALSE(walker.find_caller(interrupted(kHidden + 0x10, FakeProcess::kStackEnd - 0x10, 0), &caller));
+}
+
 TEST_F(FrameWalkerTest, Function_called_directly_is_found_behind_a_framed_one_that_has_ended) {
     process.put_framed_function(kInner);
     process.memory.put(kInner + 0x2F, {0xC3});
