@@ -269,7 +269,7 @@ void basic_string<T>::write(unsigned at, const T* text, unsigned n) {
 template <typename T>
 bool basic_string<T>::holds(const T* text) const {
     const T* mine = this->data();
-    return mine && text >= mine && text < mine + this->m_capacity;
+    return text >= mine && text < mine + this->m_capacity;
 }
 
 template class basic_string<char>;

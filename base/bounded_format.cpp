@@ -1,8 +1,10 @@
 #include "base/bounded_format.h"
 
 #include <stdio.h>
-#include <stdlib.h>
+#ifndef _WIN32
 #include <string.h>
+#include <vector>
+#endif
 
 namespace gen {
 
@@ -25,12 +27,9 @@ int bounded_format(char* buffer, unsigned limit, const char* format, va_list arg
     const unsigned needed = static_cast<unsigned>(length);
     if (needed < limit)
         return vsnprintf(buffer, limit, format, arguments);
-    char* aside = static_cast<char*>(malloc(limit + 1));
-    if (!aside)
-        return -1;
-    vsnprintf(aside, limit + 1, format, arguments);
-    memcpy(buffer, aside, limit);
-    free(aside);
+    std::vector<char> aside(limit + 1);
+    vsnprintf(aside.data(), limit + 1, format, arguments);
+    memcpy(buffer, aside.data(), limit);
     return needed == limit ? length : -1;
 }
 

@@ -1,5 +1,7 @@
 #include "base/bounded_format.h"
 
+#include <wchar.h>
+
 #include <string>
 #include <vector>
 
@@ -53,6 +55,12 @@ TEST(BoundedFormat, An_empty_text_is_one_NUL) {
     EXPECT_EQ(0, outcome.result);
     EXPECT_EQ(std::string("\0~", 2), outcome.buffer);
 }
+
+#ifndef _WIN32 // whose formatter leaves out such a character
+TEST(BoundedFormat, A_character_that_the_code_page_lacks_is_reported) {
+    EXPECT_EQ(-1, bounded(4, "%lc", static_cast<wint_t>(0xDC00)).result);
+}
+#endif
 
 TEST(BoundedFormat, Numbers_and_padding_come_out_alike_everywhere) {
     EXPECT_EQ("0a1f|  42|42  |007|-5|3.50|%",

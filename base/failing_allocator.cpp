@@ -4,20 +4,33 @@
 #include <cstdlib>
 #include <new>
 
+#ifdef _WIN32
+#define __real_malloc std::malloc
+#else
+// The linker's --wrap sends calls of malloc to __wrap_malloc, and of __real_malloc to malloc.
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+}
+#endif
+
 namespace {
 
 std::atomic<bool> g_watching{false};
 std::atomic<unsigned> g_calls{0};
 std::atomic<unsigned> g_failing{0};
 
+bool fails() {
+    return g_watching && ++g_calls == g_failing;
+}
+
 void* allocate(std::size_t size) {
-    return std::malloc(size ? size : 1);
+    return __real_malloc(size ? size : 1);
 }
 
 void* allocate_counted(std::size_t size) noexcept {
-    if (g_watching && ++g_calls == g_failing)
-        return nullptr;
-    return allocate(size);
+    return fails() ? nullptr : allocate(size);
 }
 
 void* allocate_or_throw(std::size_t size) {
@@ -28,6 +41,18 @@ void* allocate_or_throw(std::size_t size) {
 }
 
 } // namespace
+
+#ifndef _WIN32
+extern "C" void* __wrap_malloc(std::size_t size) {
+    return fails() ? nullptr : __real_malloc(size);
+}
+extern "C" void* __wrap_calloc(std::size_t count, std::size_t size) {
+    return fails() ? nullptr : __real_calloc(count, size);
+}
+extern "C" void* __wrap_realloc(void* block, std::size_t size) {
+    return fails() ? nullptr : __real_realloc(block, size);
+}
+#endif
 
 FailingAllocator::FailingAllocator(unsigned nth) {
     g_calls = 0;

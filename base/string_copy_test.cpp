@@ -90,6 +90,18 @@ TYPED_TEST(StringCopy, Moved_from_string_is_empty_and_usable) {
     EXPECT_TRUE(assigned.empty());
 }
 
+TYPED_TEST(StringCopy, Moved_from_string_takes_no_storage_for_nothing) {
+    using Text = gen::basic_string<TypeParam>;
+    Text text(lit<TypeParam>("abc")), other(lit<TypeParam>("abc"));
+    const Text text_target(static_cast<Text&&>(text)), other_target(static_cast<Text&&>(other));
+    FailingAllocator allocator(1);
+    text = static_cast<const Text&>(other);
+    text.grow(0);
+    EXPECT_EQ(0u, allocator.calls());
+    EXPECT_EQ(0u, text.capacity());
+    EXPECT_EQ(0, text.c_str()[0]);
+}
+
 TYPED_TEST(StringCopy, Moving_allocates_nothing) {
     using Text = gen::basic_string<TypeParam>;
     Text text(lit<TypeParam>("abc"));

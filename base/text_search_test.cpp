@@ -1,5 +1,11 @@
 #include "base/text_search.h"
 
+#ifdef __linux__
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
+
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -132,5 +138,37 @@ TEST(TextLength, Counts_up_to_the_NUL) {
     const GuardedCopy<char> guarded(elements<char>(std::string("abc\0", 4)));
     EXPECT_EQ(3u, gen::text_length(guarded.data()));
 }
+
+#ifdef __linux__
+// `bytes` times 'a', which take 1 MB of memory: the same pages again and again.
+class EndlessText {
+public:
+    explicit EndlessText(size_t bytes) : m_bytes(bytes) {
+        const int file = memfd_create("text", 0);
+        m_text = static_cast<char*>(mmap(nullptr, m_bytes + kPiece, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        const std::string piece(kPiece, 'a');
+        bool good =
+            file >= 0 && m_text != MAP_FAILED && write(file, piece.data(), kPiece) == static_cast<ssize_t>(kPiece);
+        for (size_t at = 0; good && at < m_bytes; at += kPiece)
+            good = mmap(m_text + at, kPiece, PROT_READ, MAP_SHARED | MAP_FIXED, file, 0) != MAP_FAILED;
+        close(file);
+        if (!good)
+            std::abort();
+    }
+    ~EndlessText() { munmap(m_text, m_bytes + kPiece); }
+    const char* data() const { return m_text; }
+
+private:
+    static constexpr size_t kPiece = 1 << 20;
+    size_t m_bytes; // whole pieces; NULs follow
+    char* m_text;
+};
+
+TEST(TextLength, Of_more_than_a_string_can_hold_is_out_of_memory) {
+    const EndlessText text(size_t{1} << 31);
+    EXPECT_THROW(gen::text_length(text.data()), gen::genlib_out_of_memory);
+    EXPECT_EQ(0x7FFFFFFEu, gen::text_length(text.data() + 2));
+}
+#endif
 
 } // namespace

@@ -18,14 +18,15 @@ class FuzzedCpuid : public sysinfo::CpuidSource {
 public:
     FuzzedCpuid(const uint8_t* data, size_t size) : m_data(data), m_size(size) {}
 
-    bool read(uint32_t, uint32_t, sysinfo::CpuidRegisters& registers) override {
-        registers = {};
+    bool available() override { return true; }
+    sysinfo::CpuidRegisters read(uint32_t, uint32_t) override {
+        sysinfo::CpuidRegisters registers = {};
         const size_t n = m_size < sizeof(registers) ? m_size : sizeof(registers);
         if (n)
             memcpy(&registers, m_data, n);
         m_data += n;
         m_size -= n;
-        return true;
+        return registers;
     }
 
 private:

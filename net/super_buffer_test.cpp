@@ -6,6 +6,8 @@
 #include <fstream>
 #include <string>
 
+#include "base/failing_allocator.h"
+
 namespace {
 
 std::string bytes_of(const CSuperBuffer& buffer) {
@@ -86,6 +88,13 @@ TEST_F(SuperBuffer, Empty_file_and_missing_file_add_nothing) {
     EXPECT_EQ(m_buffer.GetLength(), 0u);
 }
 
+TEST_F(SuperBuffer, Folder_adds_nothing) {
+    m_buffer.Append("<");
+    m_buffer.AppendFile(m_folder.string().c_str());
+    m_buffer.Append(">");
+    EXPECT_EQ(bytes_of(m_buffer), "<>");
+}
+
 TEST_F(SuperBuffer, Pieces_go_in_together_in_their_order) {
     m_buffer.Append("0");
     const std::string path = Write("[file]");
@@ -125,6 +134,24 @@ TEST_F(SuperBuffer, File_too_large_for_one_block_is_out_of_memory_and_changes_no
     m_buffer.Append("sixteen bytes...");
     EXPECT_THROW(m_buffer.AppendFile(path.c_str()), gen::genlib_out_of_memory);
     EXPECT_EQ(bytes_of(m_buffer), "sixteen bytes...");
+    std::filesystem::resize_file(path, 0x80000000u); // and by itself
+    EXPECT_THROW(m_buffer.AppendFile(path.c_str()), gen::genlib_out_of_memory);
+    EXPECT_EQ(bytes_of(m_buffer), "sixteen bytes...");
 }
+
+#ifndef _WIN32
+TEST_F(SuperBuffer, Append_without_memory_for_the_longer_block_changes_nothing) {
+    m_buffer.Append("before");
+    const std::string path = Write("file");
+    {
+        FailingAllocator allocator(1);
+        EXPECT_THROW(m_buffer.AppendFile(path.c_str()), gen::genlib_out_of_memory);
+        EXPECT_TRUE(allocator.failed());
+    }
+    EXPECT_EQ(bytes_of(m_buffer), "before");
+    m_buffer.AppendFile(path.c_str());
+    EXPECT_EQ(bytes_of(m_buffer), "beforefile");
+}
+#endif
 
 } // namespace

@@ -19,10 +19,11 @@ constexpr uint32_t bit_field(uint32_t value, int first, int count) {
 
 class CpuidSource {
 public:
-    // Executes CPUID for this leaf and subleaf. False, with the registers as they were, on a processor without the
-    // instruction. What a leaf beyond the processor's highest one answers means nothing: ask leaf 0 or 0x80000000
-    // first.
-    virtual bool read(uint32_t leaf, uint32_t subleaf, CpuidRegisters& registers) = 0;
+    // Whether the processor has the instruction; without it nothing must be read.
+    virtual bool available() = 0;
+    // What CPUID answers for this leaf and subleaf. What a leaf beyond the processor's highest one answers means
+    // nothing: ask leaf 0 or 0x80000000 first.
+    virtual CpuidRegisters read(uint32_t leaf, uint32_t subleaf) = 0;
 
 protected:
     ~CpuidSource() = default;

@@ -8,10 +8,8 @@
 
 namespace sysinfo {
 
-namespace {
-
 // A processor has CPUID if the identification flag can be changed.
-bool has_cpuid() {
+bool MachineCpuid::available() {
     constexpr uint32_t identification = 0x200000;
     uint32_t before;
     uint32_t after;
@@ -31,16 +29,12 @@ bool has_cpuid() {
     return ((before ^ after) & identification) != 0;
 }
 
-} // namespace
-
-bool MachineCpuid::read(uint32_t leaf, uint32_t subleaf, CpuidRegisters& registers) {
-    static const bool available = has_cpuid();
-    if (!available)
-        return false;
+CpuidRegisters MachineCpuid::read(uint32_t leaf, uint32_t subleaf) {
+    CpuidRegisters registers;
     asm volatile("cpuid"
                  : "=a"(registers.eax), "=b"(registers.ebx), "=c"(registers.ecx), "=d"(registers.edx)
                  : "a"(leaf), "c"(subleaf));
-    return true;
+    return registers;
 }
 
 bool MachineClock::time_stamp_usable() {

@@ -8,7 +8,8 @@ namespace sysinfo {
 
 class MachineCpuid : public CpuidSource {
 public:
-    bool read(uint32_t leaf, uint32_t subleaf, CpuidRegisters& registers) override;
+    bool available() override;
+    CpuidRegisters read(uint32_t leaf, uint32_t subleaf) override;
 };
 
 // The counter is that of QueryPerformanceCounter.

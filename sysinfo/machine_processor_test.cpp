@@ -23,8 +23,7 @@ TEST(MachineCpuid, Answers_what_the_instruction_answers) {
     for (uint32_t leaf : {0u, 1u, 0x80000000u, 0x80000001u, 0x80000002u, 0x80000003u, 0x80000004u}) {
         unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
         __cpuid_count(leaf, 0, eax, ebx, ecx, edx);
-        CpuidRegisters registers = {};
-        ASSERT_TRUE(MachineCpuid().read(leaf, 0, registers));
+        const CpuidRegisters registers = MachineCpuid().read(leaf, 0);
         EXPECT_EQ(registers.eax, eax);
         EXPECT_EQ(registers.ecx, ecx);
         EXPECT_EQ(registers.edx, edx);
@@ -34,13 +33,10 @@ TEST(MachineCpuid, Answers_what_the_instruction_answers) {
 }
 
 TEST(MachineCpuid, Passes_the_subleaf_on) {
-    CpuidRegisters first = {}, second = {};
     MachineCpuid cpuid;
-    ASSERT_TRUE(cpuid.read(0, 0, first));
-    if (first.eax < 0xD)
+    if (cpuid.read(0, 0).eax < 0xD)
         GTEST_SKIP() << "this processor has no leaf with subleaves of its own";
-    ASSERT_TRUE(cpuid.read(0xD, 0, first));
-    ASSERT_TRUE(cpuid.read(0xD, 1, second));
+    const CpuidRegisters first = cpuid.read(0xD, 0), second = cpuid.read(0xD, 1);
     EXPECT_NE(memcmp(&first, &second, sizeof(first)), 0);
 }
 

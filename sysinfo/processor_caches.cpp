@@ -96,12 +96,13 @@ constexpr uint8_t kSeeLeaf4 = 0xFF; // 0xFE refers to leaf 0x18 likewise, which 
 
 CacheSizes extended_sizes(CpuidSource& cpuid, uint32_t highest_extended_leaf) {
     CacheSizes sizes;
-    CpuidRegisters leaf;
-    if (highest_extended_leaf >= 0x80000005 && cpuid.read(0x80000005, 0, leaf)) {
+    if (highest_extended_leaf >= 0x80000005) {
+        const CpuidRegisters leaf = cpuid.read(0x80000005, 0);
         const int l1 = static_cast<int>(bit_field(leaf.ecx, 24, 8) + bit_field(leaf.edx, 24, 8));
         sizes.l1 = l1 ? l1 : -1;
     }
-    if (highest_extended_leaf >= 0x80000006 && cpuid.read(0x80000006, 0, leaf)) {
+    if (highest_extended_leaf >= 0x80000006) {
+        const CpuidRegisters leaf = cpuid.read(0x80000006, 0);
         const int l2 = static_cast<int>(bit_field(leaf.ecx, 16, 16));
         sizes.l2 = l2 ? l2 : -1;
     }
@@ -120,9 +121,12 @@ uint64_t size_of_leaf_4(const CpuidRegisters& leaf) {
 CacheSizes leaf_4_sizes(CpuidSource& cpuid) {
     constexpr uint32_t most_caches = 32;
     uint64_t kilobytes[8] = {}; // by level, of which processors have 1 to 3
-    CpuidRegisters leaf;
-    for (uint32_t i = 0; i < most_caches && cpuid.read(4, i, leaf) && bit_field(leaf.eax, 0, 5) != 0; ++i)
+    for (uint32_t i = 0; i < most_caches; ++i) {
+        const CpuidRegisters leaf = cpuid.read(4, i);
+        if (bit_field(leaf.eax, 0, 5) == 0)
+            break;
         kilobytes[bit_field(leaf.eax, 5, 3)] += size_of_leaf_4(leaf);
+    }
 
     const auto size = [](uint64_t sum) { return sum == 0 ? -1 : sum > INT_MAX ? INT_MAX : static_cast<int>(sum); };
     CacheSizes sizes;
@@ -192,9 +196,9 @@ CacheSizes read_cache_sizes(CpuidSource& cpuid, uint32_t highest_leaf, uint32_t 
     CacheSizes sizes = extended_sizes(cpuid, highest_extended_leaf);
 
     CacheDescriptors descriptors(family, model);
-    CpuidRegisters leaf;
     uint32_t reads = 1;
-    for (uint32_t i = 0; highest_leaf >= 2 && i < reads && cpuid.read(2, 0, leaf); ++i) {
+    for (uint32_t i = 0; highest_leaf >= 2 && i < reads; ++i) {
+        const CpuidRegisters leaf = cpuid.read(2, 0);
         if (i == 0)
             reads = leaf.eax & 0xFF; // how often the leaf must be read for all descriptors
         descriptors.add(leaf);

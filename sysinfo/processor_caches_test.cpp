@@ -98,6 +98,7 @@ TEST(CacheDescriptors, Forty_means_no_third_level_where_there_is_a_second) {
     expect_sizes(sizes_of({0x40, 0x7B}), -1, 512, 0);
     expect_sizes(sizes_of({0x7B, 0x40}), -1, 512, 0);
     expect_sizes(sizes_of({0x40, 0x22}), -1, 0, 512);
+    expect_sizes(sizes_of({0x40, 0x7B, 0x22}), -1, 512, 512); // a size outweighs its absence
 }
 
 TEST(CacheDescriptors, Forty_nine_is_the_third_level_of_one_processor) {
@@ -135,15 +136,15 @@ public:
     std::map<uint32_t, std::vector<CpuidRegisters>> leaves;
     std::map<uint32_t, unsigned> reads;
 
-    bool read(uint32_t leaf, uint32_t subleaf, CpuidRegisters& registers) override {
+    bool available() override { return true; }
+    CpuidRegisters read(uint32_t leaf, uint32_t subleaf) override {
         const auto found = leaves.find(leaf);
         EXPECT_NE(found, leaves.end()) << "leaf " << leaf << " is not there";
         if (found == leaves.end())
-            return false;
+            return {};
         const unsigned n = reads[leaf]++;
         const unsigned wanted = leaf == 4 ? subleaf : n;
-        registers = found->second[std::min<size_t>(wanted, found->second.size() - 1)];
-        return true;
+        return found->second[std::min<size_t>(wanted, found->second.size() - 1)];
     }
 
     CacheSizes sizes(uint32_t highest, uint32_t highest_extended) {
@@ -225,6 +226,8 @@ TEST(CacheSizes, Leaf_4_completes_what_other_leaves_lack) {
     cpuid.leaves[2] = {{0x00FEFF01, 0x43, 0, 0}};
     cpuid.leaves[4] = kLeaf4;
     expect_sizes(cpuid.sizes(4, 0), 64, 512, 24576);
+    cpuid.leaves[2] = {{0x00FEFF01, 0x23, 0, 0}};
+    expect_sizes(cpuid.sizes(4, 0), 64, 1280, 1024);
 }
 
 TEST(CacheSizes, Leaf_4_is_left_alone_where_leaf_2_doesn_t_refer_to_it) {

@@ -148,6 +148,15 @@ TEST(ProcessorClock, Absurd_time_stamps_stay_an_int) {
     EXPECT_EQ(measure_clock(clock, true, kPentium), 0x7FFFFFFF);
 }
 
+TEST(ProcessorClock, Absurd_time_stamps_of_a_long_wait_stay_an_int) {
+    FakeClock clock;
+    clock.steps_a_look = 100;
+    clock.looks_away = std::vector<uint64_t>(100);
+    clock.looks_away.push_back(4000000); // as above, but so many ticks can't be multiplied by the steps of 50 ms
+    clock.ticks_a_step = uint64_t{1} << 40;
+    EXPECT_EQ(measure_clock(clock, true, kPentium), 0x7FFFFFFF);
+}
+
 struct Scanning {
     uint32_t family;
     uint64_t milliseconds;

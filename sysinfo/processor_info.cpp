@@ -15,8 +15,8 @@ const char* yes_or_no(bool value) {
 
 // 0 if the processor has no extended leaves: what the older ones answer to the question isn't one of their numbers.
 uint32_t highest_extended_leaf(CpuidSource& cpuid) {
-    CpuidRegisters leaf;
-    return cpuid.read(0x80000000, 0, leaf) && leaf.eax >> 16 == 0x8000 ? leaf.eax : 0;
+    const uint32_t answer = cpuid.read(0x80000000, 0).eax;
+    return answer >> 16 == 0x8000 ? answer : 0;
 }
 
 } // namespace
@@ -28,18 +28,18 @@ CProcessorInfo::CProcessorInfo(const sysinfo::ProcessorSources& sources) {
 
 void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
     CpuidSource& cpuid = sources.cpuid;
-    CpuidRegisters leaf;
-    if (!cpuid.read(0, 0, leaf))
+    if (!cpuid.available())
         return;
-    const uint32_t highest = leaf.eax;
+    const CpuidRegisters leaf0 = cpuid.read(0, 0);
+    const uint32_t highest = leaf0.eax;
     const uint32_t highest_extended = highest_extended_leaf(cpuid);
-    const uint32_t identification[] = {leaf.ebx, leaf.edx, leaf.ecx};
+    const uint32_t identification[] = {leaf0.ebx, leaf0.edx, leaf0.ecx};
     memcpy(m_vendor_id, identification, sizeof(identification));
     m_vendor = sysinfo::vendor_of(m_vendor_id);
 
     CpuidRegisters leaf1 = {};
     if (highest >= 1)
-        cpuid.read(1, 0, leaf1);
+        leaf1 = cpuid.read(1, 0);
     ReadStandardFeatures(leaf1);
     if (HasFeature(kSse) && sources.sse_usable())
         m_features |= kSseUsable;
@@ -47,8 +47,8 @@ void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
     m_caches = sysinfo::read_cache_sizes(cpuid, highest, highest_extended, GetFamily(), GetModel());
     if (highest_extended >= 0x80000004)
         ReadBrand(cpuid);
-    if (m_vendor != sysinfo::kVendorIntel && highest_extended >= 0x80000001 && cpuid.read(0x80000001, 0, leaf))
-        ReadExtendedFeatures(leaf.edx);
+    if (m_vendor != sysinfo::kVendorIntel && highest_extended >= 0x80000001)
+        ReadExtendedFeatures(cpuid.read(0x80000001, 0).edx);
     ReadName(); // after the extended features, which have the brand flag
     if (HasFeature(kSerialNumber) && highest >= 3)
         ReadSerialNumber(cpuid, leaf1.eax);
@@ -86,9 +86,7 @@ void CProcessorInfo::ReadStandardFeatures(const CpuidRegisters& leaf1) {
 
 void CProcessorInfo::ReadBrand(CpuidSource& cpuid) {
     for (uint32_t i = 0; i < 3; ++i) {
-        CpuidRegisters part;
-        if (!cpuid.read(0x80000002 + i, 0, part))
-            return;
+        const CpuidRegisters part = cpuid.read(0x80000002 + i, 0);
         memcpy(m_brand + i * sizeof(part), &part, sizeof(part));
     }
     m_has_brand = true;
@@ -113,9 +111,7 @@ void CProcessorInfo::ReadName() {
 }
 
 void CProcessorInfo::ReadSerialNumber(CpuidSource& cpuid, uint32_t signature) {
-    CpuidRegisters leaf;
-    if (!cpuid.read(3, 0, leaf))
-        return;
+    const CpuidRegisters leaf = cpuid.read(3, 0);
     unsigned bytes[12];
     const uint32_t words[] = {signature, leaf.edx, leaf.ecx};
     for (int i = 0; i < 12; ++i)

@@ -22,16 +22,13 @@ class RecordedCpuid : public sysinfo::CpuidSource {
 public:
     explicit RecordedCpuid(std::vector<RecordedLeaf> leaves) : m_leaves(std::move(leaves)) {}
 
-    bool read(uint32_t leaf, uint32_t subleaf, sysinfo::CpuidRegisters& registers) override {
-        if (m_leaves.empty())
-            return false; // a processor without CPUID
+    bool available() override { return !m_leaves.empty(); }
+    sysinfo::CpuidRegisters read(uint32_t leaf, uint32_t subleaf) override {
         for (const RecordedLeaf& recorded : m_leaves)
-            if (recorded.leaf == leaf && recorded.subleaf == subleaf) {
-                registers = recorded.registers;
-                return true;
-            }
+            if (recorded.leaf == leaf && recorded.subleaf == subleaf)
+                return recorded.registers;
         ADD_FAILURE() << "leaf " << std::hex << leaf << " was not recorded";
-        return false;
+        return {};
     }
 
 private:

@@ -76,17 +76,14 @@ void add_workstation_edition(const WinVersion& version, Spelling& text) {
 void add_server_edition(const WinVersion& version, Spelling& text) {
     constexpr unsigned datacenter = 0x80;
     constexpr unsigned enterprise = 0x02;
-    constexpr unsigned web = 3;
     if (version.major == 5 && version.minor == 2)
         text.add("Microsoft Windows .NET ", "Win.NET_");
     if (version.suite_mask & datacenter)
         text.add("DataCenter Server ", "DtSrv_");
     else if (version.suite_mask & enterprise)
         version.major == 4 ? text.add("Advanced Server ", "AdvSrv_") : text.add("Enterprise Server ", "EtpSrv_");
-    else if (version.suite_mask == web) // Kept: never true behind the enterprise bit, so a web server is a "Server".
-        text.add("Web Server ", "WebSrv_");
     else
-        text.add("Server ", "Srv_");
+        text.add("Server ", "Srv_"); // Kept: a web server is one, too.
 }
 
 void add_extended_edition(const WinVersion& version, Spelling& text) {
@@ -126,7 +123,7 @@ CStdString describe_win_version(const WinVersion& version, bool tag) {
             return tag ? "Unk1" : "Unknown [tag 1]";
         else if (version.edition == RegistryEdition::value_missing)
             return tag ? "Unk2" : "Unknown [tag 2]";
-        else if (version.edition == RegistryEdition::read)
+        else
             add_registry_edition(version.edition_name, text);
         add_build(version, text);
     } else if (version.platform == WinVersion::platform_9x) {

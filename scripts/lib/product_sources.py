@@ -2,8 +2,10 @@
 
 import re
 
-HELPERS = re.compile(r"_(test|model|reference|stand_in)\.|/(failing_allocator|guarded_copy|fake_\w+|recorded_\w+|samples|"
-                     r"reference_\w+)\.|/test_|^(tests|testing|fuzz|bench|examples)/|/test_data/")
+HELPERS = re.compile(
+    r"_(test|model|reference|stand_in|posix|gcc)\.|guard_plain\.|/test_"
+    r"|/(failing_allocator|guarded_copy|samples|fake_\w+|recorded_\w+|reference_\w+)\."
+    r"|^(tests|testing|fuzz|bench|examples)/|/test_data/")
 
 
 def is_product(name):
