@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "companions/faultkit/text_builder.h"
+#include "win/ansi_path.h"
 
 namespace faultkit {
 namespace {
@@ -22,7 +23,7 @@ BOOL CALLBACK read_for_walk(HANDLE, DWORD64 address, void* to, DWORD size, DWORD
 
 // The folder of the executable, where PDBs are delivered, and the paths that the developer set.
 void build_search_path(char* path, unsigned size) {
-    DWORD length = GetModuleFileNameA(nullptr, path, size);
+    DWORD length = win::module_path(nullptr, path, size);
     length = length < size ? length : 0;
     while (length && path[length - 1] != '\\')
         --length;
@@ -108,7 +109,7 @@ void SymbolSession::close() {
 void SymbolSession::load_module(const Module& module, ModuleState* state) {
     *state = kNothing;
     const DWORD length =
-        GetModuleFileNameA(reinterpret_cast<HMODULE>(module.image.base), path_, static_cast<DWORD>(sizeof path_));
+        win::module_path(reinterpret_cast<HMODULE>(module.image.base), path_, static_cast<DWORD>(sizeof path_));
     if (length == 0 || length >= sizeof path_)
         return;
     if (!library_.load_module(session_, nullptr, path_, nullptr, module.image.base, module.image.size, nullptr, 0))

@@ -15,6 +15,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <wchar.h>
 
 #include "companions/faultkit/faultkit.h"
 #include "tests/faultkit/random_descent.h"
@@ -48,10 +49,10 @@ void __cdecl translate(unsigned, EXCEPTION_POINTERS* pointers) {
 
 // Loaded for each description and freed behind it, as the library does.
 HMODULE load_beside_executable(Faultkit* kit) {
-    char path[MAX_PATH + 16];
-    GetModuleFileNameA(nullptr, path, MAX_PATH);
-    strcpy(strrchr(path, '\\'), "\\faultkit.dll");
-    const HMODULE module = LoadLibraryA(path);
+    wchar_t path[MAX_PATH + 16];
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    wcscpy(wcsrchr(path, L'\\'), L"\\faultkit.dll");
+    const HMODULE module = LoadLibraryW(path);
     if (module)
         *kit = {win::function_of<decltype(GetFaultReason)>(module, "GetFaultReason"),
                 win::function_of<decltype(GetFirstStackTraceString)>(module, "GetFirstStackTraceString"),

@@ -24,6 +24,14 @@ class Stack(DescribingCase):
         # A Wine whose libraries are stripped knows no names in them.
         self.assertIn(system["function"], ("EnumSystemLocalesA", None))
 
+    # By its ANSI name the system's library doesn't find the program, nor the PDB beside it.
+    def test_program_in_a_folder_outside_the_code_page_has_its_functions_names(self):
+        folder = self.folder(*self.FILES, *self.PDBS) / "Программа"
+        folder.mkdir()
+        for file in folder.parent.glob("*.*"):
+            file.rename(folder / file.name)
+        self.assertEqual(self.own(self.describe_one("mixed", folder=folder)), self.own(self.describe_one("mixed")))
+
     def test_lines_are_those_of_the_calls(self):
         for frame in self.describe_one("mixed").frames:
             mark = short(frame["function"])
