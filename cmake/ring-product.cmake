@@ -156,7 +156,7 @@ function(wendax_product_test name script)
   wendax_python_test(${name})
 endfunction()
 
-# wendax_product_check(NAME script.py [ARGS...]): one that runs no Windows program, so that once is enough.
+# wendax_product_check(NAME script.py [ARGS...]): one that is not about Wine, so that once is enough.
 function(wendax_product_check name script)
   add_test(NAME product.${name} COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
   set_tests_properties(product.${name} PROPERTIES LABELS product)
