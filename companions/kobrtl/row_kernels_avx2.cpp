@@ -1,3 +1,5 @@
+// Eight pixels' worth at a time. Beside the loops of four this saves 0.9 ms of a screenshot of 1920 x 1080 pixels, a
+// fiftieth of the way from a fault to the dialog (docs/measurements.md); that is why it stays.
 #include "companions/kobrtl/row_kernels.h"
 
 #if defined(__i386__) || defined(__x86_64__)
