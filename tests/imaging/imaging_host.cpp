@@ -14,6 +14,7 @@
 #include "glib/gdiplus_api.h"
 #include "glib/gdiplus_init.h"
 #include "glib/slide.h"
+#include "tests/hosts/stack_guard.h"
 #include "tests/support/usage.h"
 
 namespace {
@@ -178,8 +179,12 @@ int module_faults() {
     print_code("detect", film.LoadMemory(data, sizeof(data), 0));
     char any_file[MAX_PATH];
     GetModuleFileNameA(nullptr, any_file, MAX_PATH);
+    ULONG reserve = 32 * 1024;
+    SetThreadStackGuarantee(&reserve);
+    guard_stack_reserve();
     print_code("thumbnail", film.LoadAs(any_file, glib::EFormat_JPG, 10, 10));
     // The stack can overflow once more.
+    guard_stack_reserve();
     print_code("thumbnail again", film.LoadAs(any_file, glib::EFormat_JPG, 10, 10));
     const RECT rect = {0, 0, 8, 8};
     HBITMAP bitmap = copy_screen_to_bitmap(&rect);
