@@ -81,9 +81,10 @@ class Stage(Case):
         place = BIN.parent / "test-helpers" / name / file
         return place if place.exists() else self.product(name + ".dll")
 
-    def rows(self, place, condition, expected, *conditions, arrange=None, env=None, fleeting=False, **options):
+    def rows(self, place, condition, expected, *conditions, arrange=None, env=None, fleeting=False, hosts=(), **options):
         """Makes a report by each road of which an outcome is expected. arrange(scene) comes before. fleeting: the dialog
-        goes by itself, so that the onlooker may or may not have seen it."""
+        goes by itself, so that the onlooker may or may not have seen it. hosts: what the host may get, where Wines
+        differ."""
         for outcome in expected:
             road = self.road_of(outcome)
             with self.subTest(condition, road=road):
@@ -94,6 +95,8 @@ class Stage(Case):
                 came = scene.run(*conditions, env=env)
                 if fleeting and came.sees in ("nothing", DIALOG):
                     came = dataclasses.replace(came, sees=FLEETING)
+                if came.host in hosts:
+                    came = dataclasses.replace(came, host=" or ".join(hosts))
                 table.record(self.order * 100 + place, road, condition, *dataclasses.astuple(came))
                 self.assertEqual(came, outcome)
 
@@ -127,8 +130,12 @@ class Memory(Stage):
 
     def test_that_is_gone_makes_no_report(self):
         self.rows(0, "No memory is left", [
-            mail(sees="nothing", written="no message; no screenshot file"),
-            upload(sees="nothing", written="no screenshot file, no system text; nothing sent")], "memory")
+            mail(sees="nothing", written="no message; no screenshot file")], "memory")
+        # Which of the two depends on whose allocation is the first that fails.
+        ends = ("goes on", "gets the exception for no memory and goes on")
+        self.rows(0, "No memory is left", [
+            upload(sees="nothing", written="no screenshot file, no system text; nothing sent", host=" or ".join(ends))],
+                  "memory", hosts=ends)
 
     def test_too_small_for_the_screenshot_costs_the_screenshot(self):
         self.rows(1, "No block of memory larger than 512 KB is left", [
@@ -426,9 +433,13 @@ class Server(Stage):
         for place, status in enumerate(("404 Not Found", "413 Content Too Large", "500 Internal Server Error"), 3):
             self.answered(place, f"The server answers “{status}”", answering(b"no", status), UPLOAD_FAILED)
 
-    def test_whose_answer_is_huge_is_heard_to_the_end(self):
+    def test_whose_answer_is_long_is_heard_to_the_end(self):
+        long = answering(b"Data " * (12 << 20 >> 2) + CONFIRMATION)
+        self.answered(6, "The server answers with 15 MB, the confirmation last", long, UPLOAD)
+
+    def test_whose_answer_is_huge_is_heard_up_to_16_MB(self):
         huge = answering(b"Data " * (64 << 20 >> 2) + CONFIRMATION)
-        self.answered(6, "The server answers with 80 MB, the confirmation last", huge, UPLOAD)
+        self.answered(9, "The server answers with 80 MB, the confirmation last", huge, UPLOAD_FAILED)
 
     def test_whose_answer_is_beyond_memory_is_a_failure(self):
         huge = answering(b"Data " * (8 << 20 >> 2) + CONFIRMATION)

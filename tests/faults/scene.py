@@ -201,7 +201,7 @@ class Scene:
             if "next handler" in lines:
                 return "its next handler gets the fault; goes on"
             if "out of memory" in lines:
-                return "gets the exception for no memory; goes on"
+                return "gets the exception for no memory and goes on"
             return "goes on"
         return "ends by the fault" if lines[-1:] == ["unhandled"] and code != 0 else f"ends with code {code}"
 
