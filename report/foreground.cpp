@@ -43,7 +43,8 @@ bool host_hides(HWND dialog) {
 } // namespace
 
 void bring_to_front(HWND dialog) {
-    SetWindowPos(dialog, host_hides(dialog) ? HWND_TOPMOST : HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+    SetWindowPos(dialog, host_hides(dialog) ? HWND_TOPMOST : HWND_TOP, 0, 0, 0, 0,
+                 SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
 }
 
 int free_pointer() {

@@ -97,7 +97,6 @@ int ReportDialog::run(DLGPROC procedure) {
         return 0;
     after.cursor = SetCursor(LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW)));
     after.raised = free_pointer();
-    bring_to_front(after.dialog);
     MSG message;
     if (!work(after.dialog, message))
         after.keep_order(message);
@@ -158,12 +157,13 @@ void ReportDialog::ignore_typed() {
 void ReportDialog::settle(HWND dialog) {
     SetFocus(dialog);
     RECT work, window;
-    if (!SystemParametersInfoA(SPI_GETWORKAREA, 0, &work, 0) || !GetWindowRect(dialog, &window))
-        return;
-    const int width = window.right - window.left;
-    const int height = window.bottom - window.top;
-    MoveWindow(dialog, centred(work.left, work.right, width), centred(work.top, work.bottom, height), width, height,
-               FALSE);
+    if (SystemParametersInfoA(SPI_GETWORKAREA, 0, &work, 0) && GetWindowRect(dialog, &window)) {
+        const int width = window.right - window.left;
+        const int height = window.bottom - window.top;
+        MoveWindow(dialog, centred(work.left, work.right, width), centred(work.top, work.bottom, height), width, height,
+                   FALSE);
+    }
+    bring_to_front(dialog);
 }
 
 } // namespace report

@@ -25,8 +25,8 @@ public:
     void end(HWND dialog, int result);
 
 protected:
-    // What both variants do at WM_INITDIALOG, after their icons: takes the focus and goes to the middle of the work
-    // area.
+    // What both variants do at WM_INITDIALOG, after their icons: takes the focus, goes to the middle of the work
+    // area and to the front.
     static void settle(HWND dialog);
     void destroy_icon();
 
