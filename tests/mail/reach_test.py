@@ -11,8 +11,8 @@ from support.prefix import WINE
 HOST, OTHER = "FF00FF", "00FFFF"  # the colours of the host's window and of another program's
 
 
-full_screen = unittest.skipIf(WINE == "newer", "newer Wines, without a real pointer device, go on confining the pointer to a "
-                              "full-screen window and serve it no input")
+full_screen = unittest.skipIf(WINE == "newer", "the newer Wine asks without end for the pointer to be kept in a full-screen "
+                              "window of this desktop, and serves it no input")
 
 
 class Reach(runner.Case):
