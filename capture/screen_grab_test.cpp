@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/usage.h"
+#include "testing/cxx/usage.h"
 
 namespace {
 

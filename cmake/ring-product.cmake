@@ -150,23 +150,31 @@ function(wendax_host name)
   endif()
 endfunction()
 
-# wendax_product_test(NAME script.py [ARGS...]): a Python test that drives what the product build made, under Wine.
+# wendax_product_test(NAME script.py [PORT_80] [OWN_MOUNTS]): Python tests that drive what the product build made, under Wine.
+# PORT_80: they listen there. OWN_MOUNTS: they mount what nobody else is to see.
 function(wendax_product_test name script)
-  wendax_wine_test(product ${name} ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
+  cmake_parse_arguments(ARG "PORT_80;OWN_MOUNTS" "" "" ${ARGN})
+  set(command ${Python3_EXECUTABLE} -m pytest ${CMAKE_CURRENT_SOURCE_DIR}/${script})
+  if(ARG_OWN_MOUNTS)
+    list(PREPEND command ${Python3_EXECUTABLE} -m testing.loopback --own-mounts)
+  elseif(ARG_PORT_80)
+    list(PREPEND command ${Python3_EXECUTABLE} -m testing.loopback)
+  endif()
+  wendax_wine_test(product ${name} ${command})
   wendax_python_test(${name})
 endfunction()
 
-# wendax_product_check(NAME script.py [ARGS...]): one that is not about Wine, so that once is enough.
+# wendax_product_check(NAME script.py): Python tests that are not about Wine, so that once is enough.
 function(wendax_product_check name script)
-  add_test(NAME product.${name} COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
+  add_test(NAME product.${name} COMMAND ${Python3_EXECUTABLE} -m pytest ${CMAKE_CURRENT_SOURCE_DIR}/${script})
   set_tests_properties(product.${name} PROPERTIES LABELS product)
   wendax_python_test(${name})
 endfunction()
 
 function(wendax_python_test name)
   wendax_test_property(${name} TIMEOUT 900)
-  wendax_test_property(${name} ENVIRONMENT
-    "WENDAX_BIN=${CMAKE_BINARY_DIR}/bin" "PYTHONPATH=${PROJECT_SOURCE_DIR}/tests")
+  wendax_test_property(${name} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  wendax_test_property(${name} ENVIRONMENT "WENDAX_BIN=${CMAKE_BINARY_DIR}/bin" "PYTHONDONTWRITEBYTECODE=1")
 endfunction()
 
 function(wendax_gtest_program)

@@ -8,7 +8,7 @@
 
 #include "base/genlib_error.h"
 #include "compose/temp_folder.h"
-#include "tests/support/usage.h"
+#include "testing/cxx/usage.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "sysinfo/std_win_version.h"
-#include "tests/support/usage.h"
+#include "testing/cxx/usage.h"
 
 namespace {
 

@@ -13,10 +13,10 @@ import tempfile
 
 import bench_plot
 import bench_rows
-from support.desktop import Desktop
-from support.prefix import fresh_prefix
-from support.processes import REPO
-from support.wine import Wine
+from testing.desktop import Desktop
+from testing.prefix import fresh_prefix
+from testing.processes import REPO
+from testing.wine import Wine
 
 BIN = REPO / "build" / "windows" / "bin"
 NATIVE = REPO / "build" / "native-release" / "bench"

@@ -1,13 +1,13 @@
 """Draws docs/images/benchmarks.svg from docs/benchmarks.csv: how many times as fast as each peer.
 
-usage: PYTHONPATH=tests python3 scripts/lib/bench_plot.py
+usage: PYTHONPATH=. python3 scripts/lib/bench_plot.py
 """
 
 import csv
 import math
 
 import bench_rows
-from support.processes import REPO
+from testing.processes import REPO
 
 LABELS, BARS, LINE, TOP = 330, 420, 22, 46
 COLOUR, LIMIT = "#2f6690", "#c8553d"

@@ -5,12 +5,12 @@ import os
 import pathlib
 import sys
 
-from support import report_dialog, windowed
-from support.desktop import Desktop
-from support.mail import Message
-from support.prefix import project_prefix
-from support.processes import REPO, wait_until
-from support.wine import Wine
+from testing import report_dialog, windowed
+from testing.desktop import Desktop
+from testing.mail import Message
+from testing.prefix import project_prefix
+from testing.processes import REPO, wait_until
+from testing.wine import Wine
 
 BIN = REPO / "build" / "windows" / "bin"
 OUT = REPO / "build" / "demo"

@@ -5,14 +5,14 @@ import os
 import shutil
 import sys
 
-from php_server import PhpServer
-from support import report_dialog
-from support.desktop import Desktop
-from support.host import LIBRARY_FILES, redirect
-from support.loopback import loopback_address, need_port_80
-from support.prefix import fresh_prefix
-from support.processes import REPO, wait_until
-from support.wine import Wine
+from testing.php_server import PhpServer
+from testing import report_dialog
+from testing.desktop import Desktop
+from testing.host import LIBRARY_FILES, redirect
+from testing.loopback import loopback_address, need_port_80
+from testing.prefix import fresh_prefix
+from testing.processes import REPO, wait_until
+from testing.wine import Wine
 
 BIN = REPO / "build" / "windows" / "bin"
 OUT = REPO / "build" / "demo-upload"

@@ -3,14 +3,14 @@
 import contextlib
 import shutil
 
-from support import report_dialog, windowed
-from support.claws_mail import ClawsMail, MailServer
-from support.desktop import Desktop
-from support.host import LIBRARY_FILES, redirect
-from support.mail import Message
-from support.prefix import fresh_prefix
-from support.processes import REPO, run_tool, wait_until
-from support.wine import Wine
+from testing import report_dialog, windowed
+from testing.claws_mail import ClawsMail, MailServer
+from testing.desktop import Desktop
+from testing.host import LIBRARY_FILES, redirect
+from testing.mail import Message
+from testing.prefix import fresh_prefix
+from testing.processes import REPO, run_tool, wait_until
+from testing.wine import Wine
 
 BIN = REPO / "build" / "windows" / "bin"
 PICTURE = REPO / "docs" / "images" / "message.png"

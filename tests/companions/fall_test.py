@@ -4,8 +4,8 @@ import re
 import shutil
 import subprocess
 
-from support import Case, main
-from support.picture import described
+from testing.runner import Case
+from testing.picture import described
 
 READ_AND_WRITTEN = ["JPG", "PNG", "BMP", "TGA", "HDR"]
 ONLY_READ = ["GIF", "PSD", "PGM", "PPM", "PIC"]
@@ -107,6 +107,3 @@ class Fall(Case):
                           wine.prefix.to_windows(self.folder / "none.png"), "PNG", 75, 24)
         self.assertIn("load: NSUP", result.text)
 
-
-if __name__ == "__main__":
-    main()

@@ -5,7 +5,7 @@
 #include <string.h>
 
 #include "companions/kobrtl/kobrtl.h"
-#include "tests/support/floating_point.h"
+#include "testing/cxx/floating_point.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 import math
 import subprocess
 
-from support import Case, main
+from testing.runner import Case
 
 EXPORTS = {
     "??0Scale@glib@@QAE@PBXIIHI0I@Z",
@@ -126,6 +126,3 @@ class Kobrtl(Case):
         facts = self.facts("box", 0x10, "kobrtl_host", 1, "-", 3000, desktop=self.desktop())
         self.assertEqual(facts["text"], "Bad format, '-5' 100%: " + 3000 * "*")
 
-
-if __name__ == "__main__":
-    main()

@@ -5,7 +5,7 @@ import email
 import email.policy
 import random
 
-from support import Case, main
+from testing.runner import Case
 
 MIB = 1 << 20
 SEPARATOR = b"------=_NextPart_000_023D_01C25DB8.8402B210\r\n"
@@ -50,6 +50,3 @@ class ALargeAttachment(Case):
         sizes = [len(part.get_payload(decode=True)) for part in parsed.walk() if part.get_filename()]
         self.assertEqual(sizes, [32 * MIB, 32 * MIB + 1])
 
-
-if __name__ == "__main__":
-    main()

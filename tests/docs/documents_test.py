@@ -3,8 +3,8 @@
 import re
 import subprocess
 
-from support import documents, runner
-from support.processes import REPO
+from testing import documents, runner
+from testing.processes import REPO
 
 FOLDERS = {"base", "bench", "capture", "cmake", "companions", "compose", "crt", "docs", "examples", "fuzz", "glib", "include",
            "mfc", "net", "packaging", "report", "resources", "scripts", "sysinfo", "tests", "tools", "win"}
@@ -49,6 +49,3 @@ class Documents(runner.Case):
         named = set(re.findall(r"\]\(docs/([^)#]+\.md)", (REPO / "README.md").read_text("utf-8")))
         self.assertEqual({path.name for path in (REPO / "docs").glob("*.md")} - named, set())
 
-
-if __name__ == "__main__":
-    runner.main()

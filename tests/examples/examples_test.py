@@ -4,9 +4,9 @@ import re
 import struct
 import subprocess
 
-from support import report_dialog, runner
-from support.host import LIBRARY_FILES, Host
-from support.processes import REPO
+from testing import report_dialog, runner
+from testing.host import LIBRARY_FILES, Host
+from testing.processes import REPO
 
 ACCESS_VIOLATION, DIVISION_BY_ZERO = "C0000005", "C0000094"
 
@@ -81,6 +81,3 @@ class Example(runner.Case):
         self.assertEqual((self.host.folder / "upload.cfg").read_text(), "quality = high\n")
         self.assertTrue((self.host.temp / "system_info.txt").exists())
 
-
-if __name__ == "__main__":
-    runner.main()

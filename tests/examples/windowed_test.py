@@ -1,7 +1,7 @@
 """The windowed example, used with the pointer: every button, both reports."""
 
-from support import report_dialog, runner, windowed
-from support.host import LIBRARY_FILES, Host
+from testing import report_dialog, runner, windowed
+from testing.host import LIBRARY_FILES, Host
 
 CODES = ("C0000005", "C0000005", "C0000005", "C0000094", None, "C000008E", "C000001D", "C0000096", "80000003")
 
@@ -63,6 +63,3 @@ class Windowed(runner.Case):
         except Exception as timeout:
             raise AssertionError("no dialog") from timeout
 
-
-if __name__ == "__main__":
-    runner.main()

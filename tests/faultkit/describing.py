@@ -7,8 +7,8 @@ import re
 import shutil
 import tempfile
 
-from support import runner
-from support.processes import REPO
+from testing import runner
+from testing.processes import REPO
 
 FRAME = re.compile(r"(?P<address>[0-9A-F]{8}) (?P<module>[^+]+)\+(?P<offset>[0-9A-F]{8})(?P<gone> \[unloaded\])?"
                    r"(?: (?!\[guessed)(?P<function>[^(]+?)(?P<displacement>\+0x[0-9A-F]+)?(?: \((?P<file>[^()]+):(?P<line>\d+)\))?"

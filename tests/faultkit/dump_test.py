@@ -4,7 +4,7 @@ import re
 import struct
 import subprocess
 
-from support import runner
+from testing import runner
 from describing import DescribingCase
 
 THREADS, MODULES, EXCEPTION, SYSTEM = 3, 4, 6, 7  # kinds of stream
@@ -109,6 +109,3 @@ class Dump(DescribingCase):
         _, path = self.dump("write", args=["--pointers", "null"])
         self.assertNotIn(EXCEPTION, Minidump(path.read_bytes()).streams)
 
-
-if __name__ == "__main__":
-    runner.main()

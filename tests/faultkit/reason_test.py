@@ -3,7 +3,7 @@
 import re
 import subprocess
 
-from support import runner
+from testing import runner
 from describing import DescribingCase, source_line
 
 READ, WRITTEN, EXECUTED = (f"EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 00000000 could not be {how} (a null pointer)"
@@ -139,6 +139,3 @@ class Modules(DescribingCase):
         self.assertEqual((size, stamp), self.headers("fault_guest.dll")[:2])
         self.assertEqual((version, key), ("-", "-"))
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -5,9 +5,9 @@ import shutil
 import subprocess
 import sys
 
-from support import report_dialog, runner
-from support.host import Host
-from support.processes import REPO
+from testing import report_dialog, runner
+from testing.host import Host
+from testing.processes import REPO
 
 TOOL = REPO / "tools" / "symbolize" / "symbolize.py"
 
@@ -59,6 +59,3 @@ class Report(runner.Case):
         self.assertIn("Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): ", body)
         self.assertRegex(body, r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n")
 
-
-if __name__ == "__main__":
-    runner.main()

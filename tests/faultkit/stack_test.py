@@ -2,7 +2,7 @@
 
 import re
 
-from support import runner
+from testing import runner
 from describing import DescribingCase, short, source_line
 
 # From the host's own outermost functions on, every trace looks the same.
@@ -153,6 +153,3 @@ class Options(DescribingCase):
             with self.subTest(bits):
                 self.assertRegex(self.first_line(bits), f"^{pattern}$")
 
-
-if __name__ == "__main__":
-    runner.main()

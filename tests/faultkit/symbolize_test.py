@@ -8,8 +8,8 @@ import struct
 import subprocess
 import sys
 
-from support import runner
-from support.processes import REPO
+from testing import runner
+from testing.processes import REPO
 from describing import DescribingCase, FRAME, short
 
 sys.path.insert(0, str(REPO / "tools" / "symbolize"))
@@ -230,6 +230,3 @@ class ReportText(runner.Case):
         fault = self.parse("00401234 host.exe+00001234")
         self.assertIsNone(fault.module(fault.trace[0]))
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -2,8 +2,8 @@
 
 import subprocess
 
-from support import Case, main
-from support.picture import described
+from testing.runner import Case
+from testing.picture import described
 
 
 def colour_at(path, x, y):
@@ -92,6 +92,3 @@ class Formats(Case):
                 facts = self.convert(path, self.artifacts / "out.png", "PNG")
                 self.assertIn(facts["load"], ("BADI", "UNSF", "OMEM"))
 
-
-if __name__ == "__main__":
-    main()

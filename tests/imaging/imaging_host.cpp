@@ -14,8 +14,8 @@
 #include "glib/gdiplus_api.h"
 #include "glib/gdiplus_init.h"
 #include "glib/slide.h"
+#include "testing/cxx/usage.h"
 #include "tests/hosts/stack_guard.h"
-#include "tests/support/usage.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 import shutil
 
-from support import Case, main
+from testing.runner import Case
 
 
 class Modules(Case):
@@ -47,6 +47,3 @@ class Modules(Case):
             "running after the fault": "0", "documents": "1", "running after the next try": "1",
             "running in the end": "0"})
 
-
-if __name__ == "__main__":
-    main()

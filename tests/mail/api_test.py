@@ -1,6 +1,6 @@
 """The exported functions and the dialog's message loop, driven by hosts without a person."""
 
-from support import report_dialog, runner
+from testing import report_dialog, runner
 
 
 class Api(runner.Case):
@@ -70,6 +70,3 @@ class Loop(runner.Case):
         process.wait_family()
         self.assertEqual(process.result().text.splitlines(), ["answer 2", "cursor restored", "kept 100"])
 
-
-if __name__ == "__main__":
-    runner.main()

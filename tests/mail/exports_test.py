@@ -4,7 +4,7 @@ import pathlib
 import re
 import subprocess
 
-from support import runner
+from testing import runner
 
 HERE = pathlib.Path(__file__).parent
 
@@ -29,6 +29,3 @@ class Exports(runner.Case):
             imported += [f"{library} {name}" for name in re.findall(r"Symbol: (\S+) ", block)]
         self.assertEqual(sorted(imported), sorted(names_in((HERE / "imports.txt").read_text())))
 
-
-if __name__ == "__main__":
-    runner.main()

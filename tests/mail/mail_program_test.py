@@ -1,8 +1,8 @@
 """The report in a mail program that users have: it opens ready to be sent, and reaches the support's mailbox."""
 
-from support import runner
-from support.claws_mail import ClawsMail, MailServer
-from support.host import Host, redirect
+from testing import runner
+from testing.claws_mail import ClawsMail, MailServer
+from testing.host import Host, redirect
 
 
 class MailProgram(runner.Case):
@@ -44,6 +44,3 @@ class MailProgram(runner.Case):
         self.assert_arrives_whole(self.message(recipient='Desk" <crashes@example.com>\r\nX-Report-To: "'),
                                   "Desk <crashes@example.com>")
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -5,8 +5,8 @@ import os
 import random
 import re
 
-from support import report_dialog, runner
-from support.host import Host
+from testing import report_dialog, runner
+from testing.host import Host
 
 BOUNDARY = "----=_NextPart_000_023D_01C25DB8.8402B210"
 
@@ -240,6 +240,3 @@ class Road(runner.Case):
         self.assertIn('filename="мой файл.txt"'.encode("cp1251"), message.raw)
         self.assertIn(b"\r\n\r\nZGF0YQ==\r\n", message.raw)
 
-
-if __name__ == "__main__":
-    runner.main()

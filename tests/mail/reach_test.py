@@ -4,9 +4,10 @@ import subprocess
 import time
 import unittest
 
-from support import report_dialog, runner, wait_until
-from support.host import Host
-from support.prefix import WINE
+from testing import report_dialog, runner
+from testing.processes import wait_until
+from testing.host import Host
+from testing.prefix import WINE
 
 HOST, OTHER = "FF00FF", "00FFFF"  # the colours of the host's window and of another program's
 
@@ -219,6 +220,3 @@ class InFront(Reach):
         self.start("click", "topmost", at=(0, 0, 250, 180))
         self.stands_behind_another_program()
 
-
-if __name__ == "__main__":
-    runner.main()

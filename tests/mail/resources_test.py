@@ -4,7 +4,7 @@ import re
 import struct
 import subprocess
 
-from support import runner
+from testing import runner
 
 RT_ICON_GROUP, RT_BITMAP, RT_DIALOG = 14, 2, 5
 BUTTON, STATIC = 0x80, 0x82
@@ -134,6 +134,3 @@ class Templates(runner.Case):
         self.assertEqual(struct.unpack_from("<HHH", self.resource(RT_ICON_GROUP, 128))[:2], (0, 1))
         self.assertEqual(struct.unpack_from("<I", self.resource(RT_BITMAP, 228))[0], 40)
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -45,6 +45,3 @@ class CodecRelease(unittest.TestCase):
         done = self.build_codec()
         self.assertEqual(done.returncode, 0, done.stdout)
 
-
-if __name__ == "__main__":
-    unittest.main()

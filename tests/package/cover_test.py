@@ -1,6 +1,6 @@
 """WendaxCoverThread covers hosts with the C runtime of the library and with others."""
 
-from support import runner
+from testing import runner
 
 CAUGHT = "caught the marker"
 
@@ -44,6 +44,3 @@ class CoverWithMsvcr120(Cover):
 class CoverWithVcruntime140(CoverWithMsvcr120):
     program = "cover_vcruntime140_host.exe"
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -2,8 +2,8 @@
 
 import subprocess
 
-from support import runner
-from support.processes import REPO
+from testing import runner
+from testing.processes import REPO
 
 MINGW_HEADERS = "/usr/i686-w64-mingw32/include"
 CLANG = ["clang-19", "--target=i686-pc-windows-msvc", "-nostdlibinc", f"-isystem{REPO}/crt/include",
@@ -118,6 +118,3 @@ class Header(runner.Case):
                 done = self.compile(compiler, "c", "c99", '#include "wendax.h"\n')
                 self.assertIn("Wendax is for 32-bit Windows programs", done.stderr)
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -1,6 +1,6 @@
 """The classes of the public header are those of the library."""
 
-from support import runner
+from testing import runner
 
 
 class Layout(runner.Case):
@@ -8,6 +8,3 @@ class Layout(runner.Case):
         done = self.wine().run(self.product("layout_host.exe"), check=True)
         self.assertEqual(done.text, "compared 14\n")
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -1,6 +1,6 @@
 """Reports made by hosts with the C runtime of the library and with others: their memory, and what happens without any."""
 
-from support import runner
+from testing import runner
 
 LIBRARYS = "the library's, given back"
 HOSTS = "the host's, given back"
@@ -37,6 +37,3 @@ class MemoryWithMsvcr120(Memory):
 class MemoryWithVcruntime140(Memory):
     program = "memory_vcruntime140_host.exe"
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -11,9 +11,9 @@ import subprocess
 import tempfile
 import zipfile
 
-from support import documents, report_dialog, runner
-from support.host import Host
-from support.processes import REPO
+from testing import documents, report_dialog, runner
+from testing.host import Host
+from testing.processes import REPO
 
 HERE = pathlib.Path(__file__).parent
 BUILD = pathlib.Path(os.environ.get("WENDAX_BIN") or REPO / "build" / "windows" / "bin").absolute().parent
@@ -185,6 +185,3 @@ class Port(PackageCase):
         told = json.loads((REPO / "packaging/vcpkg/wendax/vcpkg.json").read_text())
         self.assertEqual(unpacked().name, f"Wendax-{told['version']}-win32")
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -8,9 +8,9 @@ import subprocess
 import sys
 from unittest import mock
 
-from support import report_dialog, runner
-from support.host import LIBRARY_FILES, Host, redirect
-from support.processes import REPO
+from testing import report_dialog, runner
+from testing.host import LIBRARY_FILES, Host, redirect
+from testing.processes import REPO
 
 
 MARK = b"WENDAX REPORTS>\0"
@@ -155,6 +155,3 @@ class BuildSettings(runner.Case):
                 self.assertNotEqual(code, 0)
                 self.assertIn(reason, told)
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -3,8 +3,8 @@
 import re
 import subprocess
 
-from support import runner
-from support.processes import REPO
+from testing import runner
+from testing.processes import REPO
 
 
 class Reference(runner.Case):
@@ -20,6 +20,3 @@ class Reference(runner.Case):
         self.assertGreater(len(names), 15)
         self.assertEqual((names | {"WendaxCoverThread"}) - described, set())
 
-
-if __name__ == "__main__":
-    runner.main()

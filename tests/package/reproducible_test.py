@@ -6,8 +6,8 @@ import shutil
 import subprocess
 import tempfile
 
-from support import runner
-from support.processes import REPO
+from testing import runner
+from testing.processes import REPO
 
 SHIPPED = ("Wendax", "KOBRTL", "fall", "faultkit")
 
@@ -39,6 +39,3 @@ class Reproducible(runner.Case):
                 with self.subTest(file):
                     self.assertTrue((ours / file).read_bytes() == (theirs / file).read_bytes())
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -4,8 +4,8 @@ import pathlib
 import re
 import subprocess
 
-from support import runner
-from support.processes import REPO
+from testing import runner
+from testing.processes import REPO
 
 HERE = pathlib.Path(__file__).parent
 DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")
@@ -81,6 +81,3 @@ class Images(runner.Case):
                             for encoded in (text.lower().encode(), text.lower().encode("utf-16-le")):
                                 self.assertNotIn(encoded, content, f"{text} in {file}")
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -2,8 +2,8 @@
 
 import shutil
 
-from support import report_dialog, runner
-from support.host import LIBRARY_FILES, Host
+from testing import report_dialog, runner
+from testing.host import LIBRARY_FILES, Host
 
 OURS = (*LIBRARY_FILES, "faultkit.dll")
 OF_THE_SYSTEM = ("gdiplus.dll", "dbghelp.dll", "shdocvw.dll", "version.dll", "wininet.dll", "winspool.drv", "shell32.dll",
@@ -52,6 +52,3 @@ class Planted(runner.Case):
         loaded, _ = self.report(lambda host: self.put(host.folder, ("shdocvw.dll",)))
         self.assertEqual(loaded, ["C:\\host\\shdocvw.dll"])
 
-
-if __name__ == "__main__":
-    runner.main()

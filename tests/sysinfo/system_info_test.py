@@ -3,7 +3,7 @@
 import re
 import shutil
 
-from support import Case, main
+from testing.runner import Case
 
 HOST = "system_info_host.exe"
 VERSION_KEY = r"HKEY_CURRENT_USER\Software\Wine"
@@ -260,6 +260,3 @@ class TheFile(Case):
         shutil.copy(self.exe, self.folder / "Lumivale.exe")
         self.assertEqual(self.facts()["host"], found)
 
-
-if __name__ == "__main__":
-    main()

@@ -2,7 +2,7 @@
 
 import subprocess
 
-from support import runner
+from testing import runner
 
 
 class Toolchain(runner.Case):
@@ -27,6 +27,3 @@ class Toolchain(runner.Case):
         self.assertNotIn("IMAGE_DLL_CHARACTERISTICS_NO_SEH", headers)
         self.assertRegex(headers, r"SEHandlerCount: [1-9]")
 
-
-if __name__ == "__main__":
-    runner.main()

@@ -9,10 +9,10 @@ import socket
 import stat
 from concurrent.futures import ThreadPoolExecutor
 
-from php_server import PhpServer
-from support import Case, main
-from support.loopback import loopback_address
-from support.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, upload_body
+from testing.php_server import PhpServer
+from testing.runner import Case
+from testing.loopback import loopback_address
+from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, upload_body
 
 PORT = 8080
 GOOD = {
@@ -352,6 +352,3 @@ class WherePhpTakesTheBodyApart(ServerCase):
 def _as_listed(path):
     return re.sub(rb"[^\x20-\x24\x26-\x7e]", lambda byte: b"%%%02X" % ord(byte[0]), path).decode("ascii")
 
-
-if __name__ == "__main__":
-    main()

@@ -3,12 +3,14 @@
 import time
 
 import dialog_test
-from support import Case, main, report_dialog, wait_until
-from support.driven_host import DrivenHost
-from support.loopback import loopback_address, need_port_80
-from support.upload_body import CONFIRMATION
-from support.web_server import WebServer
-from upload_host import UploadHost
+from testing import report_dialog
+from testing.processes import wait_until
+from testing.runner import Case
+from testing.driven_host import DrivenHost
+from testing.loopback import loopback_address, need_port_80
+from testing.upload_body import CONFIRMATION
+from testing.web_server import WebServer
+from testing.upload_host import UploadHost
 
 LIMIT = 60  # seconds for an answer whose headers are there
 LATE = 30  # more on a busy machine
@@ -114,7 +116,3 @@ class AUserWithAServerThatSendsTooMuch(Case):
         self.assertEqual((kind, bytes.fromhex(text)), ("answer", (b"0123456789" * (MOST // 10 + 1))[:MOST]))
 
 
-
-if __name__ == "__main__":
-    need_port_80()
-    main()

@@ -18,9 +18,9 @@
 
 #include "net/http_transport.h"
 #include "net/super_buffer.h"
-#include "tests/upload/command_line.h"
+#include "testing/cxx/command_line.h"
 #include "tests/upload/counted_calls.h"
-#include "tests/support/usage.h"
+#include "testing/cxx/usage.h"
 
 namespace {
 

@@ -7,10 +7,11 @@ address of their own.
 import dataclasses
 import threading
 
-from support.driven_host import DrivenHost
-from support import Case, WaitTimeout, main
-from support.loopback import loopback_address, need_port_80
-from support.web_server import WebServer, answering, http_answer
+from testing.driven_host import DrivenHost
+from testing.processes import WaitTimeout
+from testing.runner import Case
+from testing.loopback import loopback_address
+from testing.web_server import WebServer, answering, http_answer
 
 # GetLastError() as WinINet gives it.
 NOT_ENOUGH_MEMORY = 8
@@ -385,7 +386,3 @@ class ManyRequests(TransportCase):
         server = self.serve(answering(b"fine"))
         self.assert_nothing_kept(("new",), ("text", server.url + "/", "body"), answer=b"fine")
 
-
-if __name__ == "__main__":
-    need_port_80()
-    main()

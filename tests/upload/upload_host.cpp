@@ -16,8 +16,8 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "tests/upload/command_line.h"
-#include "tests/support/usage.h"
+#include "testing/cxx/command_line.h"
+#include "testing/cxx/usage.h"
 
 namespace {
 

@@ -3,14 +3,14 @@
 import os
 import re
 
-from php_server import PhpServer
-from support import Case, main
-from support.loopback import loopback_address, need_port_80
-from support.picture import described
-from support.processes import REPO
-from support.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, upload_body
-from support.web_server import WebServer, answering, http_answer
-from upload_host import UploadHost
+from testing.php_server import PhpServer
+from testing.runner import Case
+from testing.loopback import loopback_address
+from testing.picture import described
+from testing.processes import REPO
+from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, upload_body
+from testing.web_server import WebServer, answering, http_answer
+from testing.upload_host import UploadHost
 
 YES = b"Well: " + CONFIRMATION
 
@@ -328,7 +328,3 @@ class TheServerThatComesWithIt(UploadCase):
             "Conversion_log": (files[b"log"].decode(), b"\n\n--AaB03x--\n"),
             "File_for_conversion": (files[b"file"].decode(), b"")})
 
-
-if __name__ == "__main__":
-    need_port_80()
-    main()

@@ -3,7 +3,7 @@
 import pathlib
 import sys
 
-from support import runner
+from testing import runner
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 
@@ -58,6 +58,3 @@ for _variant in ("clang_O0", "clang_O1", "clang_O2", "clang_O3", "clang_frames",
 # Packed without padding, where a function that nothing calls directly may be taken for a part of another one.
 _add("clang_Os", *THREE_CALLS)
 
-
-if __name__ == "__main__":
-    runner.main()

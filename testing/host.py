@@ -1,0 +1,80 @@
+"""A host program with the library beside it, in a prefix of the test's own."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+
+from testing.mail import Message
+from testing.processes import REPO, wait_until
+
+LIBRARY_FILES = ("Wendax.dll", "KOBRTL.dll", "fall.dll")
+
+
+def redirect(dll, *options):
+    """Sends the reports of a copied Wendax.dll elsewhere, the one difference to what ships: the library knows one server
+    and one mailbox, by names that reach nobody. Options are those of the tool, which may refuse them with ValueError."""
+    done = subprocess.run([sys.executable, REPO / "tools" / "redirect.py", dll, *options], text=True,
+                          capture_output=True, timeout=60, check=False)
+    if done.returncode != 0:
+        raise ValueError(done.stderr)
+
+
+class Host:
+    """A folder with a host and the library's files; runs the host and knows how the mail program was called.
+
+    helper: which of the recording faultkit.dll variants lies beside the host, or None for no helper at all.
+    """
+
+    def __init__(self, case, program, helper=None, folder="host", files=LIBRARY_FILES, desktop=None, locale=None,
+                 mail_program=True):
+        self.case = case
+        self.prefix = case.fresh_prefix()
+        self.wine = case.wine(desktop, self.prefix, locale)
+        self.folder = self.prefix.drive_c / folder
+        self.folder.mkdir(parents=True)
+        self.exe = pathlib.Path(shutil.copy(case.product(program), self.folder))
+        for name in files:
+            shutil.copy(case.product(name), self.folder)
+        if helper:
+            helpers = case.product("Wendax.dll").parent.parent / "test-helpers"
+            shutil.copy(helpers / helper / "faultkit.dll", self.folder)
+        self.mail_log = self.prefix.drive_c / "mail.log"
+        self.environment = {"MAIL_PROGRAM_LOG": "C:\\mail.log"}
+        if mail_program:
+            self.wine.associate(".eml", case.product("mail_program.exe"))
+        else:
+            self.wine.dissociate(".eml")
+
+    @property
+    def temp(self):
+        """The folder of temporary files as the host sees it."""
+        return self.prefix.temp_dir
+
+    def start(self, *args, env=None, **options):
+        return self.wine.start(self.exe, *args, env={**self.environment, **(env or {})}, **options)
+
+    def run(self, *args, env=None, **options):
+        return self.wine.run(self.exe, *args, env={**self.environment, **(env or {})}, **options)
+
+    def opened(self):
+        """How the mail program was called so far: (show state, path as Windows writes it) for each call."""
+        if not self.mail_log.exists():
+            return []
+        calls = []
+        for line in self.mail_log.read_text("latin-1").splitlines():
+            show, _, path = line.partition(" ")
+            calls.append((int(show), path.strip().strip('"')))
+        return calls
+
+    def wait_messages(self, count):
+        """The messages that the mail program was opened with, when there are that many."""
+        wait_until(lambda: len(self.opened()) >= count, f"call number {count} of the mail program", 120,
+                   seen=self.opened)
+        calls = self.opened()
+        self.case.assertEqual(len(calls), count, calls)
+        return [Message(self.prefix.to_unix(path)) for _, path in calls]
+
+    def messages_in_temp(self):
+        return sorted(self.temp.glob("*.eml"), key=os.path.getmtime)

@@ -1,0 +1,71 @@
+"""What one test starts and where it leaves its outputs: all of it goes with the stage."""
+
+import contextlib
+import os
+import pathlib
+import shutil
+import sys
+
+from testing.desktop import Desktop
+from testing.prefix import WINE, fresh_prefix, shared_prefix
+from testing.processes import REPO
+from testing.wine import Wine
+
+# What tests leave to be looked at, of each Wine apart.
+ARTIFACTS = REPO / "build" / ("test-artifacts-" + WINE if WINE else "test-artifacts")
+
+
+def product(name):
+    """The path of a built program or DLL, which must be there. WENDAX_BIN names the folder (default build/windows/bin)."""
+    path = pathlib.Path(os.environ.get("WENDAX_BIN") or REPO / "build" / "windows" / "bin").absolute() / name
+    if not path.is_file():
+        raise FileNotFoundError(f"{path} is missing: build the preset 'windows' first")
+    return path
+
+
+class Stage(contextlib.ExitStack):
+    """Context manager. Desktops, prefixes and programs that it gives last until its end.
+
+    artifacts: an empty folder for what is left to be looked at.
+    """
+
+    product = staticmethod(product)
+
+    def __init__(self, artifacts):
+        super().__init__()
+        self.desktops = []
+        self.artifacts = pathlib.Path(artifacts)
+        self._prefixes = {}
+        shutil.rmtree(self.artifacts, ignore_errors=True)
+        self.artifacts.mkdir(parents=True)
+
+    def desktop(self, **size):
+        """A Desktop."""
+        desktop = self.enter_context(Desktop(**size))
+        self.desktops.append(desktop)
+        return desktop
+
+    def fresh_prefix(self):
+        """A Wine prefix that nobody else uses."""
+        return self.enter_context(fresh_prefix())
+
+    def wine(self, desktop=None, prefix=None, locale=None):
+        """A Wine whose programs end with the stage. Where no prefix is named, it has the one that all stages of this
+        process share; with a desktop a fresh one: programs without a display would take its windows away (see Wine)."""
+        if desktop and not prefix:
+            prefix = self._prefixes.get(desktop) or self._prefixes.setdefault(desktop, self.fresh_prefix())
+        wine = Wine(desktop, prefix or shared_prefix(), locale)
+        start = wine.start
+
+        def start_on_stage(*args, **options):
+            return self.enter_context(start(*args, **options))
+
+        wine.start = start_on_stage
+        return wine
+
+    def take_pictures(self):
+        """Keeps a picture of each desktop, of a failure."""
+        for number, desktop in enumerate(self.desktops, 1):
+            with contextlib.suppress(Exception):  # The failure itself matters more.
+                print("a picture of the failure:", desktop.screenshot(self.artifacts / f"failure-{number}.png"),
+                      file=sys.stderr)

@@ -1,0 +1,98 @@
+"""A stack overflow, which leaves the report some kilobytes of stack: whole reports all the same."""
+
+import re
+import shutil
+
+from testing import report_dialog, runner
+from testing.host import LIBRARY_FILES, Host, redirect
+from testing.loopback import loopback_address, need_port_80
+from testing.processes import wait_until
+from testing.upload_body import CONFIRMATION
+from testing.web_server import WebServer, answering
+
+NOTES = b"what the host noted\r\n" * 500
+ONCE = ["caught", "reported"]
+LEAST_RESERVE = 40  # KB: more than any report may need
+SMALL_STACKS = (64, 128, 256, 512, 1024)  # KB
+
+
+class Overflow(runner.Case):
+    def host(self, desktop):
+        host = Host(self, "overflow_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=desktop)
+        (host.folder / "notes.txt").write_bytes(NOTES)
+        return host
+
+    def check_message(self, message):
+        """Fault and trace are there, and so is everything else."""
+        body = message.body.decode("windows-1251")
+        description = body[body.index("Crush Expantion:\n"):]
+        self.assertTrue(description.startswith("Crush Expantion:\nEXCEPTION_STACK_OVERFLOW (C00000FD)"), description)
+        trace = description.partition("\n\nStack Trace:\n")[2].partition("\n\n")[0].splitlines()
+        places = [re.fullmatch(r"[0-9A-F]{8} (\S+)\+[0-9A-F]{8}", line) for line in trace]
+        (gap,) = [line for line in trace if line.startswith("... ")]
+        self.assertGreater(int(re.fullmatch(r"\.\.\. (\d+) more frames", gap)[1]), 100)
+        # The same function, whose call of itself returns to one place, above and below the gap.
+        at = trace.index(gap)
+        (recursion,) = {line for line in trace[1:at]}
+        self.assertRegex(recursion, r"^[0-9A-F]{8} overflow_host\.exe\+")
+        self.assertIn(recursion, trace[at + 1:])
+        self.assertTrue(places[-1], trace)
+        attached = dict(message.attachments)
+        self.assertEqual(attached["notes.txt"], NOTES)
+        picture = attached["screen_copy.jpg"]
+        self.assertTrue(picture.startswith(b"\xFF\xD8") and picture.endswith(b"\xFF\xD9"))
+        self.assertTrue(message.raw.endswith(b"------=_NextPart_000_023D_01C25DB8.8402B210\r\n"))
+
+    def mail(self, *args, times=1):
+        desktop = self.desktop(width=800, height=600)
+        host = self.host(desktop)
+        process = host.start("mail", *args, "--times", times, cwd=host.folder)
+        for count in range(1, times + 1):
+            report_dialog.press(desktop, "Open Error Report")
+            messages = host.wait_messages(count)
+        process.wait_family()
+        self.assertEqual(process.result().text.splitlines(), [*ONCE * times, "end"])
+        for message in messages:
+            self.check_message(message)
+
+    def upload(self, *args, times=1):
+        desktop = self.desktop(width=800, height=600)
+        host = self.host(desktop)
+        address = loopback_address()
+        redirect(host.folder / "Wendax.dll", "--upload-server", address)
+        server = self.enterContext(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
+        process = host.start("upload", *args, "--times", times, cwd=host.folder)
+        for count in range(1, times + 1):
+            report_dialog.press(desktop, "Upload Report")
+            wait_until(lambda: process.stdout.count(b"reported") == count, "the report", seen=process.output)
+        process.wait_family()
+        self.assertEqual(process.result().text.splitlines(), [*["caught", "uploaded", "reported"] * times, "end"])
+        for request in server.requests:
+            self.assertIn(NOTES, request.body)
+            self.assertIn(b"\xFF\xD8\xFF", request.body)
+            self.assertIn(b"Cannot extract version number of Lumivale", request.body)
+        self.assertEqual(len(server.requests), times)
+
+    def test_becomes_a_message_with_trace_screenshot_and_file(self):
+        self.mail()
+
+    def test_becomes_an_upload(self):
+        self.upload()
+
+    def test_of_the_same_thread_again_is_reported_again(self):
+        self.mail(times=2)
+        self.upload(times=2)
+
+    def test_of_another_thread_is_reported(self):
+        self.mail("--thread")
+
+    def test_of_small_threads_is_reported(self):
+        for size in SMALL_STACKS:
+            with self.subTest(size):
+                self.mail("--stack", size)
+                self.upload("--stack", size)
+
+    def test_needs_a_reserve_of_40_KB_at_most(self):
+        self.mail("--reserve", LEAST_RESERVE)
+        self.upload("--reserve", LEAST_RESERVE)
+

@@ -1,0 +1,128 @@
+// Fails and reports as often as it is told, and answers the dialog itself. One command a line on standard input:
+//
+//   mail N, upload N   that many faults with a report of each
+//   plain mail N, plain upload N   what the system alone does in them: makes and destroys that many dialogs of the same
+//                                  templates, and for mail opens plain.eml each time
+//
+// Each answers "usage GDI USER KERNEL MEMORY": GDI objects, the
+//                      number of a fresh user object, kernel handles, and KiB of memory of its own
+//
+// The reports have a screenshot and the host's file notes.txt.
+#include <windows.h>
+#include <shellapi.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "include/wendax.h"
+#include "tests/hosts/faults.h"
+#include "testing/cxx/command_line.h"
+#include "testing/cxx/usage.h"
+
+namespace {
+
+volatile bool asked; // a dialog is being answered
+HWND answered;       // the last one that was
+
+DWORD WINAPI press_first_button(void*) {
+    for (;; Sleep(5)) {
+        HWND const dialog = asked ? FindWindowA(nullptr, "Software Error Report") : nullptr;
+        if (!dialog || dialog == answered || !IsWindowVisible(dialog))
+            continue;
+        answered = dialog;
+        PostMessageA(dialog, WM_COMMAND, MAKEWPARAM(IDOK, BN_CLICKED), 0);
+    }
+}
+
+void upload() {
+    CCrashReport2 report(nullptr);
+    report.PostRequest("notes.txt", nullptr, nullptr, nullptr);
+    report.CreateScreenCopy();
+    report.CreateSystemInfo();
+    if (report.OpenDlg() != 1) {
+        puts("not uploaded");
+        exit(1);
+    }
+}
+
+__attribute__((noinline)) void fail_and_report(bool by_mail) {
+    try {
+        commit_fault("write");
+    } catch (char* marker) {
+        answered = nullptr;
+        asked = true;
+        if (by_mail)
+            OpenCrushReport(marker);
+        else
+            upload();
+        asked = false;
+    }
+}
+
+INT_PTR CALLBACK take_focus(HWND, UINT message, WPARAM, LPARAM) {
+    return message == WM_INITDIALOG;
+}
+
+// Shows a dialog as any program would, works on its messages until it has been painted, and destroys it.
+void show_plain_dialog(int resource) {
+    HMODULE const library = GetModuleHandleA("Wendax.dll");
+    HWND const dialog = CreateDialogParamA(library, MAKEINTRESOURCEA(resource), nullptr, take_focus, 0);
+    ShowWindow(dialog, SW_SHOWNORMAL);
+    UpdateWindow(dialog);
+    MSG message;
+    for (DWORD end = GetTickCount() + 50; GetTickCount() < end;) {
+        if (PeekMessageA(&message, dialog, 0, 0, PM_REMOVE))
+            DispatchMessageA(&message);
+        else
+            MsgWaitForMultipleObjects(0, nullptr, FALSE, 5, QS_ALLINPUT);
+    }
+    DestroyWindow(dialog);
+}
+
+// Their handles' low halves are indices of one table.
+unsigned gdi_objects() {
+    unsigned count = 0;
+    for (uintptr_t index = 1; index < 0x10000; ++index)
+        count += GetObjectType(reinterpret_cast<HGDIOBJ>(index)) != 0;
+    return count;
+}
+
+// The lowest number that is free, which grows with every object that is left behind.
+unsigned fresh_user_object() {
+    HMENU const menu = CreateMenu();
+    const unsigned number = LOWORD(reinterpret_cast<uintptr_t>(menu));
+    DestroyMenu(menu);
+    return number;
+}
+
+} // namespace
+
+int main() {
+    InitCrushReport();
+    SetCreateScreenCopy(1);
+    char notes[MAX_PATH];
+    GetFullPathNameA("notes.txt", sizeof notes, notes, nullptr);
+    SetAttachment(notes);
+    CloseHandle(CreateThread(nullptr, 0, press_first_button, nullptr, 0, nullptr));
+    while (char* const line = next_command()) {
+        char* what = line;
+        char* rest = rest_of(line);
+        const bool plain = strcmp(what, "plain") == 0;
+        if (plain) {
+            what = rest;
+            rest = rest_of(rest);
+        }
+        const bool by_mail = strcmp(what, "mail") == 0;
+        for (int count = atoi(rest); count > 0; --count) {
+            if (plain) {
+                show_plain_dialog(by_mail ? 299 : 300);
+                if (by_mail)
+                    ShellExecuteA(nullptr, "open", "plain.eml", nullptr, nullptr, SW_SHOW);
+            } else
+                fail_and_report(by_mail);
+        }
+        printf("usage %u %u %u %u\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory().own);
+        fflush(stdout);
+    }
+    return 0;
+}

@@ -1,0 +1,80 @@
+"""Many reports in one process: after the tenth, nothing grows.
+
+WENDAX_SOAK_REPORTS says how many of each road, 40 if it is not set. Wine's static control never lets go of the banner's
+bitmap, and its shell keeps something of each program that it starts; how much that is, as many dialogs of the same template
+and messages opened by the system alone tell.
+"""
+
+import os
+import pathlib
+import re
+import shutil
+
+from testing.runner import Case
+from testing.driven_host import DrivenHost
+from testing.host import redirect
+from testing.loopback import loopback_address
+from testing.upload_body import CONFIRMATION
+from testing.web_server import WebServer, answering
+
+REPORTS = int(os.environ.get("WENDAX_SOAK_REPORTS", "40"))
+WARM_UP = 10
+SECONDS_FOR_ONE = 20  # on a busy machine
+
+
+class Soak(Case):
+    time_limit = 300 + SECONDS_FOR_ONE * REPORTS
+
+    def soak(self, road):
+        """Makes the reports and looks what the process holds. Gives what it held after the first ones, at the end, and by
+        how much as many dialogs of the system alone had grown it."""
+        address = loopback_address()
+        server = self.enterContext(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
+        wine = self.wine(self.desktop(width=800, height=600))
+        wine.associate(".eml", self.product("mail_program.exe"))
+        folder = self.artifacts / "host"
+        folder.mkdir()
+        for name in ("soak_host.exe", "Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"):
+            shutil.copy(self.product(name), folder)
+        redirect(folder / "Wendax.dll", "--upload-server", address)
+        (folder / "notes.txt").write_bytes(b"notes")
+        (folder / "plain.eml").write_bytes(b"Subject: plain\r\n\r\n")
+        log = wine.prefix.drive_c / "mail.log"
+        host = DrivenHost(wine, folder / "soak_host.exe", limit=self.time_limit, cwd=folder,
+                          env={"MAIL_PROGRAM_LOG": "C:\\mail.log"})
+
+        def after(*command):
+            told = host.tell(*command, timeout=SECONDS_FOR_ONE * command[-1])
+            numbers = [int(number) for number in told.split()[1:]]
+            process = pathlib.Path("/proc", str(host.process.pid))
+            private = re.search(r"Private_Dirty:\s+(\d+) kB", (process / "smaps_rollup").read_text())
+            usage = dict(zip(("GDI objects", "user object", "kernel handles", "memory (KiB)"), numbers))
+            return {**usage, "private pages (KiB)": int(private[1]), "open files": len(list((process / "fd").iterdir()))}
+
+        before_plain, after_plain = after("plain", road, WARM_UP), after("plain", road, REPORTS - WARM_UP)
+        grown = {name: after_plain[name] - value for name, value in before_plain.items()}
+        first, last = after(road, WARM_UP), after(road, REPORTS - WARM_UP)
+        self.assertEqual(host.end(), 0)
+        host.process.wait_family()
+        print(f"\n{road}, after report {WARM_UP}: {first}\n{road}, after report {REPORTS}: {last}\n"
+              f"{REPORTS - WARM_UP} dialogs of the system alone: {grown}")
+        opened = log.read_text("latin-1").splitlines() if road == "mail" else ()
+        plain = sum("plain.eml" in line for line in opened)
+        self.assertEqual(len(opened) - plain if road == "mail" else len(server.requests), REPORTS)
+        self.assertEqual(plain, REPORTS if road == "mail" else 0)
+        return first, last, grown
+
+    def assert_flat(self, first, last, grown):
+        for name in ("GDI objects", "user object", "kernel handles", "open files"):
+            self.assertLessEqual(last[name] - first[name], grown[name] + 3, name)
+        # Of each fault the exception object is kept by design: 16 bytes and what the heap adds.
+        kept = REPORTS * 64 // 1024
+        name = "private pages (KiB)"
+        self.assertLess(last[name] - first[name], grown[name] + 2048 + kept, name)
+
+    def test_reports_by_mail_leave_nothing(self):
+        self.assert_flat(*self.soak("mail"))
+
+    def test_reports_by_upload_leave_nothing(self):
+        self.assert_flat(*self.soak("upload"))
+

@@ -1,0 +1,77 @@
+"""Runs failing_host and reads what it prints."""
+
+import collections
+import dataclasses
+import pathlib
+import shutil
+
+from testing.host import Host
+
+HERE = pathlib.Path(__file__).parent
+CONTENT = bytes(range(256)) * 4
+
+
+@dataclasses.dataclass(frozen=True)
+class Round:
+    """One report. call is (library, function), None for one in which nothing was to fail."""
+
+    call: tuple
+    number: int
+    failed: bool
+    returned: str
+    dialogs: int
+    boxes: int
+    uploads: int
+    answer: int
+    more_held: int
+    message: str
+
+
+class FailingHost:
+    def __init__(self, case, variant, place_library=lambda path: None):
+        self.case, self.variant = case, variant
+        # A small screen: its picture is taken each time.
+        self.host = Host(case, "failing_host.exe", desktop=case.desktop(width=320, height=240))
+        place_library(self.host.folder / "Wendax.dll")
+        shutil.copy(case.product("faultkit.dll"), self.host.folder)
+        shutil.copy(HERE / "calls.txt", self.host.folder)
+        application = shutil.copy(self.host.exe, self.host.folder / "Lumivale.exe")
+        self.host.wine.set_registry(
+            r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\App Paths\Lumivale.exe", "",
+            self.host.prefix.to_windows(application))
+        self.host.wine.set_registry(r"HKEY_LOCAL_MACHINE\Software\Torvex", "CPU instruction set", "SSE2")
+        (self.host.folder / "attached.bin").write_bytes(CONTENT)
+
+    def path_of(self, message):
+        return None if message == "-" else self.host.prefix.to_unix(message)
+
+    def run(self, plan, limit):
+        """plan: {(library, function): numbers}. Returns ({call: count in a whole report}, [Round], {what was
+        left: how often})."""
+        orders = self.host.folder / "orders.txt"
+        orders.write_text("".join(f"{library} {name} {' '.join(map(str, numbers))}\n"
+                                  for (library, name), numbers in plan.items()))
+        with open(orders, "rb") as stdin:
+            result = self.host.run("C:\\host\\calls.txt", self.variant, "C:\\host\\attached.bin",
+                                   cwd=self.host.folder, limit=limit, stdin=stdin)
+        return self._read(result)
+
+    def _read(self, result):
+        counts, rounds, held, call = {}, [], collections.Counter(), None
+        lines = result.text.splitlines()
+        for line in lines:
+            words = line.split()
+            if words[0] == "calls":
+                counts[words[1], words[2]] = int(words[3])
+            elif words[0] == "failing":
+                call = words[1], words[2]
+            elif words[0] == "round":
+                number = int(words[1])
+                rounds.append(Round(call if number else None, number, words[2] == "failed", words[3],
+                                    *map(int, words[4:9]), " ".join(words[9:])))
+            elif words[0] == "held":
+                held[f"{call}: {line}"] += 1
+            elif line != "end":
+                self.case.fail(f"{line}, after {rounds[-1:]}")
+        self.case.assertEqual((lines[-1:], result.returncode), (["end"], 0), result)
+        return counts, rounds, held

@@ -1,0 +1,141 @@
+"""The screenshot on displays of several sizes. A module for tests writes down what it is given to save."""
+
+import os
+import shutil
+import struct
+import subprocess
+
+from testing.runner import Case
+from testing.picture import described
+
+SIDE = 512
+CORNERS = {  # of the picture that is put on the display, as red, green, blue
+    (0, 0): (220, 30, 30), (1, 0): (30, 200, 30), (0, 1): (40, 40, 230), (1, 1): (240, 240, 30),
+}
+
+
+class Recording:
+    """What jpg_recorder wrote: the save record, then the page."""
+
+    def __init__(self, data):
+        self.record = data[:136]
+        self.width, self.height, self.depth = struct.unpack_from("<III", data, 136)
+        self.pixels = data[148:]
+
+    def pixel(self, x, y):
+        at = ((self.height - 1 - y) * self.width + x) * 3
+        blue, green, red = self.pixels[at:at + 3]
+        return red, green, blue
+
+
+class Screenshot(Case):
+    def show_corners(self, desktop):
+        """Fills the display with a picture of four colours."""
+        picture = self.artifacts / "corners.png"
+        half = f"{desktop.width // 2}x{desktop.height // 2}"
+        tile = [["-size", half, "xc:rgb(%d,%d,%d)" % CORNERS[x, y]] for y in (0, 1) for x in (0, 1)]
+        subprocess.run(["convert", "(", *tile[0], *tile[1], "+append", ")", "(", *tile[2], *tile[3], "+append", ")",
+                        "-append", picture], check=True)
+        # It ends with 1 even when it has done its work; what the tests see of the picture tells.
+        subprocess.run(["display", "-window", "root", picture], check=False, env={**os.environ, **desktop.env},
+                       timeout=60)
+
+    def take(self, wine, *args, **env):
+        env = {"IMAGING_MODULES": "jpg_recorder", **env}
+        result = wine.run(self.product("imaging_host.exe"), *(args or ("screenshot",)), env=env, check=True)
+        return dict(line.split(": ", 1) for line in result.text.splitlines())
+
+    def recording(self, wine, facts):
+        return Recording(wine.prefix.to_unix(facts["path"]).read_bytes())
+
+    def test_shows_the_whole_primary_display_upright_in_512_by_512(self):
+        for width, height in [(640, 480), (1024, 768), (1920, 1080), (3840, 2160)]:
+            with self.subTest(width=width, height=height):
+                desktop = self.desktop(width=width, height=height)
+                self.show_corners(desktop)
+                wine = self.wine(desktop)
+                facts = self.take(wine)
+                self.assertTrue(facts["path"].endswith("\\screen_copy.jpg"))
+                self.assertEqual((facts["documents"], facts["period"]), ("0", "0"))
+                shown = self.recording(wine, facts)
+                self.assertEqual((shown.width, shown.height, shown.depth), (SIDE, SIDE, 24))
+                self.check_corners(shown.pixel)
+                self.take(wine, IMAGING_MODULES="fall\n")
+                picture = self.artifacts / f"{width}x{height}.jpg"
+                shutil.copy(wine.prefix.to_unix(facts["path"]), picture)
+                self.assertEqual(described(picture, "%m %wx%h %Q %[channels] %z"), "JPEG 512x512 75 srgb 8")
+                pixels = subprocess.run(["convert", picture, "-depth", "8", "rgb:-"], check=True,
+                                        capture_output=True).stdout
+                self.check_corners(lambda x, y: tuple(pixels[(y * SIDE + x) * 3:][:3]), tolerance=4)
+
+    def check_corners(self, pixel, tolerance=0):
+        for (right, bottom), colour in CORNERS.items():
+            for inset in (2, 100, 240):
+                x = SIDE - 1 - inset if right else inset
+                y = SIDE - 1 - inset if bottom else inset
+                for got, wanted in zip(pixel(x, y), colour):
+                    self.assertAlmostEqual(got, wanted, delta=tolerance, msg=f"at {x}, {y}")
+
+    def test_grabs_the_part_that_is_asked_for(self):
+        desktop = self.desktop(width=640, height=480)
+        self.show_corners(desktop)
+        wine = self.wine(desktop)
+        for x, y in [(100, 100), (600, 100), (100, 400), (600, 400)]:
+            facts = self.take(wine, "grab", x, y)
+            red, green, blue = CORNERS[int(x > 320), int(y > 240)]
+            self.assertEqual(facts, {"width": "10", "height": "8",
+                                     "red, green, blue": f"{red} {green} {blue}"})
+
+    def test_a_second_one_overwrites_the_first(self):
+        desktop = self.desktop(width=640, height=480)
+        wine = self.wine(desktop)
+        first = self.recording(wine, self.take(wine))
+        self.show_corners(desktop)
+        second = self.recording(wine, self.take(wine))
+        self.assertEqual(len(second.pixels), SIDE * SIDE * 3)
+        self.assertNotEqual(first.pixel(10, 10), second.pixel(10, 10))
+
+    def test_without_a_module_there_is_no_file_and_no_window(self):
+        desktop = self.desktop(width=640, height=480)
+        wine = self.wine(desktop)
+        facts = self.take(wine, IMAGING_MODULES="no such module")
+        self.assertFalse(wine.prefix.to_unix(facts["path"]).exists())
+        self.assertEqual(facts["documents"], "0")
+        self.assertEqual(desktop.windows(), [])
+
+    def test_a_place_that_cant_be_written_is_left_as_it_is(self):
+        desktop = self.desktop(width=640, height=480)
+        wine = self.wine(desktop)
+        place = wine.prefix.to_unix(self.take(wine)["path"])
+        place.unlink()
+        place.mkdir()
+        self.take(wine)
+        self.assertTrue(place.is_dir())
+        facts = self.take(wine, IMAGING_TEMP="C:\\no such folder")
+        self.assertEqual(facts["path"], "C:\\no such folder\\screen_copy.jpg")
+        self.assertEqual(facts["documents"], "0")
+
+    def test_200_of_them_leave_no_objects_and_handles_behind(self):
+        desktop = self.desktop(width=640, height=480)
+        facts = self.take(self.wine(desktop), "many-screenshots", 200, IMAGING_MODULES="fall\n")
+        self.assertGreater(int(facts["objects before"]), 0)
+        self.assertEqual(facts["objects after"], facts["objects before"])
+        self.assertEqual(facts["handles after"], facts["handles before"])
+
+    def test_takes_little_of_the_stack(self):
+        desktop = self.desktop(width=1024, height=768)
+        facts = self.take(self.wine(desktop), "screenshot-stack", IMAGING_MODULES="fall\n")
+        print("stack bytes of one screenshot:", facts["stack bytes"])
+        self.assertLess(int(facts["stack bytes"]), 24 * 1024)
+
+    def test_a_module_that_is_none_is_complained_about_once(self):
+        desktop = self.desktop(width=640, height=480)
+        wine = self.wine(desktop)
+        shutil.copy(self.product("KOBRTL.dll"), self.artifacts / "none.dll")
+        host = wine.start(self.product("imaging_host.exe"), "formats",
+                          env={"IMAGING_MODULES": "none", "IMAGING_DIRECTORY": wine.prefix.to_windows(self.artifacts)})
+        box = desktop.wait_window("imaging_host")
+        desktop.activate(box)
+        desktop.key("Return")
+        self.assertEqual(host.wait(), 0)
+

@@ -1,0 +1,97 @@
+"""The scripts that a developer starts with: their help, and a set-up that may be killed at any time."""
+
+import contextlib
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import tempfile
+
+from testing.prefix import Prefix
+from testing.processes import wait_until
+from testing.runner import Case
+from testing.processes import REPO, spawn, stop
+
+
+class Help(Case):
+    def test_of_each_script_says_how_to_call_it_and_does_nothing(self):
+        for name in ("bench", "build", "demo", "demo-upload", "fuzz", "mutate", "profile", "setup", "test"):
+            with self.subTest(name):
+                told = subprocess.run([REPO / "scripts" / name, "--help"], text=True, capture_output=True, timeout=30,
+                                      stdin=subprocess.DEVNULL, check=False)
+                self.assertEqual((told.returncode, told.stderr), (0, ""))
+                self.assertRegex(told.stdout, rf"usage: .*\b{name}\b|scripts/{name} ")
+
+
+class Setup_that_was_killed(Case):
+    """In a checkout of its own, with the Wine that this one has."""
+
+    def setUp(self):
+        self.checkout = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(prefix="wendax-setup.")))
+        shutil.copytree(REPO / "scripts", self.checkout / "scripts")
+        kind, place = (REPO / "build" / "wine.conf").read_text("utf-8").rstrip("\n").split(" ", 1)
+        self.environment = dict(os.environ)
+        if kind == "root":
+            self.environment["WENDAX_TOOLS"] = str(pathlib.Path(place).parent)
+        self.addCleanup(self.end_all)
+
+    def end_all(self):
+        for pid in self.programs():
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(pid, signal.SIGKILL)
+        wait_until(lambda: not self.programs(), "the end of all in the checkout", seen=self.programs)
+
+    def programs(self):
+        """What runs in a prefix of the checkout: {process id: prefix}."""
+        found = {}
+        for entry in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):
+                prefix = next((word for word in (entry / "environ").read_bytes().split(b"\0")
+                               if word.startswith(f"WINEPREFIX={self.checkout}/".encode())), None)
+                if prefix and (entry / "stat").read_text(errors="replace").rpartition(")")[2].split()[0] not in "ZX":
+                    found[int(entry.name)] = prefix.decode().partition("=")[2]
+        return found
+
+    def set_up(self):
+        return spawn([self.checkout / "scripts" / "setup"], env=self.environment, stdout=subprocess.PIPE,
+                     stderr=subprocess.STDOUT, text=True)
+
+    def shells(self, script):
+        """The process of the script, and those of its sub-shells; not the programs that they run."""
+        listed = subprocess.run(["ps", "-o", "pid=,comm=", "--sid", str(script.pid)], text=True, check=True,
+                                capture_output=True).stdout
+        return [int(pid) for pid, name in (line.split(maxsplit=1) for line in listed.splitlines()) if name == "bash"]
+
+    def half_made(self):
+        """The processes of a prefix into which Wine has begun to write."""
+        running = self.programs()
+        written = any((pathlib.Path(prefix) / "drive_c" / "windows" / "system32" / "kernel32.dll").exists()
+                      for prefix in running.values())
+        return running if written else {}
+
+    def test_writes_nothing_into_the_next_prefix(self):
+        first = self.set_up()
+        try:
+            left = wait_until(self.half_made, "the prefix to grow", 200, seen=self.programs)
+        finally:
+            for pid in self.shells(first):
+                os.kill(pid, signal.SIGKILL)
+            first.wait()
+            first.stdout.close()
+        left |= self.programs()
+        second = self.set_up()
+        try:
+            grows = wait_until(lambda: {pid: prefix for pid, prefix in self.programs().items() if pid not in left},
+                               "the next prefix to grow", 200, seen=self.programs)
+            self.assertEqual(set(grows.values()) & set(left.values()), set())
+            said = second.communicate(timeout=250)[0]
+            self.assertEqual(second.returncode, 0, said)
+        finally:
+            stop(second)
+            second.stdout.close()
+        self.assertEqual(self.programs().keys() & left.keys(), set())
+        build = self.checkout / "build"
+        self.assertEqual([path.name for path in build.glob("wineprefix*")], ["wineprefix"])
+        self.assertTrue((Prefix(build / "wineprefix").drive_c / "windows" / "explorer.exe").is_file())
+
