@@ -68,6 +68,10 @@ def setUpModule():
     redirect(Stage.library, "--upload-server", address)
 
 
+def tearDownModule():
+    unittest.doModuleCleanups()
+
+
 class Stage(Case):
     """order: the place of the class's rows in the table."""
 

@@ -14,7 +14,7 @@ from failing_reports import HERE, FailingHost
 from outcomes import WHOLE, MailOutcomes, UploadOutcomes
 from testing.host import redirect
 from testing.loopback import loopback_address
-from testing.runner import Case, main
+from testing.runner import Case
 from testing.upload_body import CONFIRMATION
 from testing.web_server import WebServer, answering
 

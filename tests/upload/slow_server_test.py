@@ -2,7 +2,7 @@
 
 import time
 
-import dialog_test
+import upload_dialog_test
 from testing import report_dialog
 from testing.processes import wait_until
 from testing.runner import Case
@@ -103,7 +103,7 @@ class AUserWithAServerThatSendsTooMuch(Case):
     def test_can_try_again_after_16_megabytes(self):
         dialog = Dialog(self, self.serve(b"Data ").address)
         dialog.press("Upload Report")
-        failed = dialog_test.WhatTheDialogShows.FAILED.encode("cp1251").hex()
+        failed = upload_dialog_test.WhatTheDialogShows.FAILED.encode("cp1251").hex()
         wait_until(lambda: dialog.shown() == [failed, "1", "1"], "the failure", LIMIT - 1, seen=dialog.shown)
         dialog.press("Close")
         self.assertEqual(dialog.report.receive(), "2")
