@@ -2,7 +2,6 @@
 
 import contextlib
 import os
-import pathlib
 import sys
 
 from testing import report_dialog, windowed

@@ -3,7 +3,7 @@ the program finds its own settings afterwards."""
 
 from testing import report_dialog, runner
 from testing.host import Host, redirect
-from testing.loopback import loopback_address, need_port_80
+from testing.loopback import loopback_address
 from testing.picture import described
 from testing.upload_body import CONFIRMATION
 from testing.web_server import WebServer, answering

@@ -1,11 +1,10 @@
 """A stack overflow, which leaves the report some kilobytes of stack: whole reports all the same."""
 
 import re
-import shutil
 
 from testing import report_dialog, runner
 from testing.host import LIBRARY_FILES, Host, redirect
-from testing.loopback import loopback_address, need_port_80
+from testing.loopback import loopback_address
 from testing.processes import wait_until
 from testing.upload_body import CONFIRMATION
 from testing.web_server import WebServer, answering

@@ -7,6 +7,7 @@ the document is written anew.
 
 import os
 import re
+import sys
 import subprocess
 from collections import Counter, defaultdict
 

@@ -1,10 +1,8 @@
 """WriteFaultDump: minidumps, read by other readers than the one that wrote them."""
 
-import re
 import struct
 import subprocess
 
-from testing import runner
 from describing import DescribingCase
 
 THREADS, MODULES, EXCEPTION, SYSTEM = 3, 4, 6, 7  # kinds of stream

@@ -2,7 +2,6 @@
 
 import shutil
 
-from testing import runner
 from describing import DescribingCase
 
 # Wine's notation: the library can't be loaded. The rest is what scripts/wine sets.

@@ -2,7 +2,6 @@
 
 import re
 
-from testing import runner
 from describing import DescribingCase, short, source_line
 
 # From the host's own outermost functions on, every trace looks the same.

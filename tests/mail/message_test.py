@@ -3,7 +3,6 @@
 import datetime
 import os
 import random
-import re
 
 from testing import report_dialog, runner
 from testing.host import Host

@@ -7,7 +7,7 @@ from testing import report_dialog
 from testing.processes import wait_until
 from testing.runner import Case
 from testing.driven_host import DrivenHost
-from testing.loopback import loopback_address, need_port_80
+from testing.loopback import loopback_address
 from testing.upload_body import CONFIRMATION
 from testing.web_server import WebServer
 from testing.upload_host import UploadHost

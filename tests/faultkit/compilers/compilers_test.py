@@ -3,7 +3,6 @@
 import pathlib
 import sys
 
-from testing import runner
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 
