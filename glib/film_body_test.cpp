@@ -297,8 +297,36 @@ TEST_F(FilmBodyTest, A_thumbnail_is_the_modules_or_the_picture_made_to_fit) {
     request.max_width = request.max_height = 100;
     ASSERT_EQ(load_text("P", request), RCOK);
     EXPECT_EQ(film.pages()[0]->width(), 8u) << "never made larger";
+    request.max_height = 5;
+    ASSERT_EQ(load_text("P", request), RCOK);
+    EXPECT_EQ(film.pages()[0]->height(), 5u) << "too high alone";
+    g_thumbnail_answer = RCOK;
+    g_thumbnail_calls = 0;
+    request.page = 1;
+    ASSERT_EQ(load_text("PP", request), RCOK);
+    EXPECT_EQ(film.pages()[0]->height(), 5u);
+    EXPECT_EQ(g_thumbnail_calls, 0) << "a thumbnail is that of the first page";
     request.max_height = 0;
     EXPECT_EQ(load_text("P", request), BADA);
+}
+
+TEST_F(FilmBodyTest, Progress_of_a_module_beyond_what_the_callback_can_be_told_is_the_most) {
+    loader.modules["fall.dll"].with(
+        "LoadJPGImageData", +[](ImageDataExchange* image, VStream*, int32_t) -> ResultCode {
+            g_services->Progress(image, 0xFFFFFFFF, 9);
+            return USRA;
+        });
+    listen();
+    EXPECT_EQ(load_text("P"), USRA);
+    EXPECT_EQ(heard.calls, Calls{"load... 2147483647/9"});
+}
+
+TEST_F(FilmBodyTest, A_page_larger_than_modules_take_is_not_given_to_them) {
+    Raster raster;
+    ASSERT_TRUE(raster.CreateUnbounded(GLIB_MAX_PAGE_SIDE + 1, 1, 1));
+    film.AppendPage()->AddLayer(new Layer(static_cast<Raster&&>(raster)));
+    EXPECT_EQ(saved(), "");
+    EXPECT_EQ(last_code, OMEM);
 }
 
 TEST_F(FilmBodyTest, Saving_writes_the_chosen_pages) {
@@ -357,6 +385,8 @@ TEST_F(FilmBodyTest, Information_comes_without_loading) {
     EXPECT_EQ(found.width, 8u);
     EXPECT_EQ(film.pages().size(), 0u);
     EXPECT_EQ(film.Info(manager, stream, nullptr, format_from_name("XYZ"), found), UNSF);
+    VMemStream unknown(static_cast<const void*>("?"), 1);
+    EXPECT_EQ(film.Info(manager, unknown, "a.jpg", EFormat_none, found), UNSF);
 }
 
 TEST_F(FilmBodyTest, A_copy_shares_nothing) {

@@ -317,12 +317,16 @@ TEST_F(FilterManagerTest, Options_switch_reading_and_writing_off) {
         .with("GetJPGFileInfo", info);
     const EFormat eps = static_cast<EFormat>(kEps);
     EXPECT_FALSE(manager().SetOption(EFormat_JPG, 'R', false)) << "has no options";
+    EXPECT_FALSE(manager().SetOption(static_cast<EFormat>(0x24585858), 'R', false)) << "there is none";
     EXPECT_FALSE(manager().SetOption(eps, 'X', false));
     EXPECT_TRUE(manager().SetOption(eps, 'R', false));
     EXPECT_EQ(load_as(kEps), DISF);
     EXPECT_EQ(manager().CanSave(eps), RCOK);
+    ImageDataExchange image;
+    EXPECT_EQ(manager().Thumbnail(eps, image, stream, 5, 5), DISF);
     EXPECT_TRUE(manager().SetOption(eps, 'W', false));
     EXPECT_EQ(manager().CanSave(eps), DISF);
+    EXPECT_EQ(manager().Save(eps, image, stream, JPGSave()), DISF);
     EXPECT_TRUE(manager().SetOption(eps, 'R', true));
     EXPECT_EQ(load_as(kEps), RCOK);
     EXPECT_EQ(manager().CanSave(eps), DISF);
@@ -358,6 +362,78 @@ TEST_F(FilterManagerTest, The_data_decides_which_format_it_is) {
         EXPECT_EQ(manager().Detect(stream, name, &found), BADI) << "its own data, but damaged";
         g_answer = RCOK;
     }
+}
+
+// In the order of the calls.
+std::vector<uint32_t> g_asked;
+template <uint32_t format>
+ResultCode GLIB_CALL noting_info(VStream*, ImageFileInfo*) {
+    g_asked.push_back(format);
+    return BADT;
+}
+
+TEST_F(FilterManagerTest, The_format_of_the_extension_is_asked_first) {
+    constexpr uint32_t kTif = 0x24544946;
+    loader.modules["fall.dll"]
+        .with("GetFilterInfo", describe<0x800, kPng, EFormat_JPG, kTif>)
+        .with("LoadPNGImageData", load)
+        .with("GetPNGFileInfo", noting_info<kPng>)
+        .with("LoadJPGImageData", load)
+        .with("GetJPGFileInfo", noting_info<EFormat_JPG>)
+        .with("LoadTIFImageData", load)
+        .with("GetTIFFileInfo", noting_info<kTif>);
+    const struct {
+        const char* name;
+        uint32_t first;
+    } cases[] = {{"a.jpg", EFormat_JPG},
+                 {"a.JPEG", EFormat_JPG},
+                 {"a.jpe", EFormat_JPG},
+                 {"a.tif", kTif},
+                 {"a.tiff", kTif},
+                 {"C:\\b.c\\a.Tif", kTif},
+                 {"a.tiffs", kPng},
+                 {"a.jpegs", kPng},
+                 {"a.tif\\a", kPng},
+                 {"a.tif/a", kPng},
+                 {"a", kPng},
+                 {"a.png", kPng}};
+    for (const auto& c : cases) {
+        g_asked.clear();
+        EFormat found;
+        EXPECT_EQ(manager().Detect(stream, c.name, &found), UNSF);
+        ASSERT_EQ(g_asked.size(), 3u) << "each once";
+        EXPECT_EQ(g_asked[0], c.first) << c.name;
+    }
+}
+
+void GLIB_CALL describe_nothing(uint32_t, FilterInfoRequest* request) {
+    request->interface_version = 0x800;
+    request->format_count = 1;
+}
+void GLIB_CALL describe_too_much(uint32_t, FilterInfoRequest* request) {
+    static const uint32_t formats[] = {EFormat_JPG};
+    request->interface_version = 0x800;
+    request->format_count = 0xFFFFFFFF;
+    request->formats = formats;
+}
+
+TEST_F(FilterManagerTest, A_module_whose_list_of_formats_cant_be_is_dropped) {
+    for (const auto describe_badly : {describe_nothing, describe_too_much}) {
+        loader.modules["fall.dll"] = jpeg_module().with("GetFilterInfo", describe_badly);
+        manager().SetUp(nullptr, "fall.dll\n");
+        EXPECT_EQ(manager().FormatCount(), 0u);
+    }
+}
+
+TEST_F(FilterManagerTest, A_format_that_nobody_has_heard_of_is_the_modules_own) {
+    constexpr uint32_t kUnheard = 0x24585858;
+    loader.modules["fall.dll"]
+        .with("GetFilterInfo", describe<0x800, kUnheard>)
+        .with("LoadXXXImageData", load)
+        .with("GetXXXFileInfo", info);
+    EXPECT_EQ(load_as(kUnheard), RCOK);
+    EXPECT_EQ(static_cast<uint32_t>(manager().Format(0).format), kUnheard);
+    EXPECT_EQ(manager().Format(0).row, nullptr);
 }
 
 } // namespace

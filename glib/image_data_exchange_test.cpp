@@ -102,5 +102,17 @@ TEST(ModuleServices, Progress_reaches_the_document_and_its_answer_the_module) {
     EXPECT_EQ(g_services.Progress(&without, 1, 2), 1u) << "nobody wants to stop";
 }
 
+TEST(ModuleServices, Of_nothing_answer_nothing) {
+    EXPECT_EQ(g_services.PageCount(nullptr), 0u);
+    EXPECT_EQ(g_services.Page(nullptr, 0), nullptr);
+    EXPECT_EQ(g_services.Progress(nullptr, 1, 2), 1u) << "nobody wants to stop";
+    char byte;
+    EXPECT_EQ(g_services.Read(nullptr, &byte, 1), 0u);
+    EXPECT_EQ(g_services.Write(nullptr, &byte, 1), 0u);
+    EXPECT_EQ(g_services.Seek(nullptr, 0, 0), 0u);
+    EXPECT_EQ(g_services.Tell(nullptr), 0u);
+    EXPECT_EQ(g_services.Size(nullptr), 0u);
+}
+
 } // namespace
 } // namespace glib

@@ -171,6 +171,23 @@ TEST(MemStream, A_number_that_is_cut_off_reads_as_zero) {
     EXPECT_EQ(stream.IsEndOfData(), 1u);
 }
 
+TEST(MemStream, Nothing_is_read_into_nothing) {
+    VMemStream stream(static_cast<const void*>("abc"), 3);
+    char byte = '.';
+    EXPECT_EQ(stream.Read(nullptr, 1, 1), 0u);
+    EXPECT_EQ(stream.Read(&byte, 0, 1), 0u);
+    EXPECT_EQ(stream.Read(&byte, 1, 0), 0u);
+    EXPECT_EQ(stream.Tell(), 0u);
+    EXPECT_EQ(byte, '.');
+}
+
+TEST(MemStream, Over_no_buffer_is_empty) {
+    VMemStream stream(static_cast<const void*>(nullptr), 5);
+    EXPECT_EQ(stream.Size(), 0u);
+    EXPECT_EQ(stream.ReadByte(), 0);
+    EXPECT_EQ(stream.IsEndOfData(), 1u);
+}
+
 TEST(MemStream, Nothing_is_written_of_nothing) {
     VMemStream stream;
     EXPECT_EQ(stream.Write("x", 0, 5), 0u);

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/failing_allocator.h"
+
 namespace glib {
 namespace {
 
@@ -53,6 +55,19 @@ TEST(ModuleList, Added_lists_join_until_cleared) {
     list.Add("c");
     EXPECT_STREQ(list[0], "c.dll");
 }
+
+#ifndef _WIN32
+TEST(ModuleList, Without_memory_keeps_the_names_that_it_has) {
+    for (unsigned nth : {1u, 2u}) { // of the table, of the name
+        ModuleList list;
+        list.Add("a\n");
+        FailingAllocator allocator(nth);
+        EXPECT_THROW(list.Add("b\n"), gen::genlib_out_of_memory);
+        ASSERT_EQ(list.size(), 1u);
+        EXPECT_STREQ(list[0], "a.dll");
+    }
+}
+#endif
 
 TEST(ModuleDirectory, Loses_one_trailing_backslash_only) {
     EXPECT_STREQ(module_directory("C:\\mods\\").c_str(), "C:\\mods");

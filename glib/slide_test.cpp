@@ -1,7 +1,11 @@
 #include "glib/slide.h"
 
+#include <memory>
+#include <vector>
+
 #include <gtest/gtest.h>
 
+#include "base/failing_allocator.h"
 #include "glib/canvas.h"
 #include "glib/drawing_period.h"
 #include "glib/owner.h"
@@ -66,7 +70,8 @@ TEST(Fitted, Keeps_the_aspect_ratio_in_the_middle_of_the_page) {
         PageRect expected;
     } cases[] = {{{0, 0, 100, 50}, 512, 512, {0, 128, 512, 384}}, {{10, 10, 60, 110}, 512, 512, {128, 0, 384, 512}},
                  {{-5, -5, 5, 5}, 300, 200, {50, 0, 250, 200}},   {{0, 0, 10000, 1}, 100, 100, {0, 49, 100, 50}},
-                 {{5, 5, 5, 9}, 100, 100, {0, 0, 0, 0}},          {{9, 0, 1, 5}, 100, 100, {0, 0, 0, 0}}};
+                 {{0, 0, 1, 10000}, 100, 100, {49, 0, 50, 100}},  {{5, 5, 5, 9}, 100, 100, {0, 0, 0, 0}},
+                 {{5, 9, 9, 9}, 100, 100, {0, 0, 0, 0}},          {{9, 0, 1, 5}, 100, 100, {0, 0, 0, 0}}};
     for (const auto& c : cases) {
         const PageRect fit = fitted(c.rect, c.width, c.height);
         EXPECT_EQ(fit.left, c.expected.left);
@@ -94,6 +99,107 @@ TEST(Slide, Layers_are_named_by_their_place_and_the_first_gives_the_size) {
     } catch (const gen::genlib_out_of_range& error) {
         EXPECT_EQ(error.index, 1u);
         EXPECT_EQ(error.size, 1u);
+    }
+}
+
+TEST(PageRect, Is_set_by_any_of_its_bounds) {
+    EXPECT_FALSE((PageRect{0, 0, 0, 0}.is_set()));
+    for (const PageRect& rect :
+         {PageRect{-1, 0, 0, 0}, PageRect{0, 1, 0, 0}, PageRect{0, 0, 1, 0}, PageRect{0, 0, 0, 1}})
+        EXPECT_TRUE(rect.is_set());
+}
+
+TEST(Slide, Is_plain_as_one_pixel_layer_that_covers_it) {
+    const auto plain = [](void (*change)(Slide&)) {
+        Slide page;
+        page.AddLayer(filled(8, 6, {}));
+        change(page);
+        return page.IsPlain();
+    };
+    EXPECT_TRUE(plain([](Slide&) {}));
+    EXPECT_FALSE(plain([](Slide& page) { page.LayerAt(0).left = 1; }));
+    EXPECT_FALSE(plain([](Slide& page) { page.LayerAt(0).top = -1; }));
+    EXPECT_FALSE(plain([](Slide& page) { page.LayerAt(0).blend_mode = blend_mul; }));
+    EXPECT_FALSE(plain([](Slide& page) { page.SetSize(9, 6); }));
+    EXPECT_FALSE(plain([](Slide& page) { page.SetSize(8, 5); }));
+    Slide drawn;
+    drawn.AddLayer(new Layer(new FakeDrawing(8, 6)));
+    EXPECT_FALSE(drawn.IsPlain());
+}
+
+TEST(Slide, Stretching_a_page_without_a_size_is_a_bad_argument) {
+    Slide page;
+    EXPECT_EQ(page.Stretch(5, 5, 1, true, true), BADA);
+    page.SetSize(5, 0);
+    EXPECT_EQ(page.Stretch(5, 5, 1, true, true), BADA);
+    EXPECT_EQ(page.width(), 5u);
+}
+
+TEST(Layer, A_drawing_draws_itself_at_its_place_or_is_mixed_in_as_a_picture) {
+    for (BlendMode mode : {blend_norm, blend_add}) {
+        Canvas page;
+        ASSERT_TRUE(page.Create(4, 4));
+        page.row(2)[1] = {10, 10, 10, 255};
+        FakeDrawing* const drawing = new FakeDrawing(2, 2);
+        Layer layer(drawing);
+        layer.left = 1;
+        layer.top = 2;
+        layer.blend_mode = mode;
+        EXPECT_EQ(layer.DrawOn(page), RCOK);
+        EXPECT_EQ(page.row(2)[1].blue, mode == blend_norm ? 1 : 11);
+        drawing->refuses = true;
+        EXPECT_EQ(layer.DrawOn(page), IERR);
+        drawing->refuses = false;
+        drawing->w = GLIB_MAX_PAGE_SIDE + 1;
+        EXPECT_EQ(layer.DrawOn(page), mode == blend_norm ? RCOK : OMEM) << "no picture can have this size";
+    }
+}
+
+TEST(Layer, Beside_the_page_changes_nothing) {
+    const struct {
+        int32_t left, top;
+    } places[] = {{4, 0}, {0, 4}, {-2, 0}, {0, -2}};
+    for (const auto& place : places) {
+        Canvas page;
+        ASSERT_TRUE(page.Create(4, 4));
+        const std::unique_ptr<Layer> layer(filled(2, 2, {5, 5, 5, 255}));
+        layer->blend_mode = blend_add;
+        layer->left = place.left;
+        layer->top = place.top;
+        EXPECT_EQ(layer->DrawOn(page), RCOK);
+        for (uint32_t y = 0; y < 4; ++y)
+            for (uint32_t x = 0; x < 4; ++x)
+                EXPECT_EQ(page.row(y)[x].blue, 0) << x << "," << y;
+    }
+}
+
+TEST(Layer, Without_memory_has_no_copy_and_no_other_size) {
+    const auto makes = [](Layer* made) {
+        delete made;
+        return made != nullptr;
+    };
+    const std::unique_ptr<Layer> layers[] = {std::unique_ptr<Layer>(filled(4, 4, {}, 32)),
+                                             std::make_unique<Layer>(new FakeDrawing(4, 4))};
+    for (const auto& layer : layers) {
+        for (bool resized : {false, true}) {
+            unsigned nth = 1;
+            for (bool failed = true; failed; ++nth) {
+                FailingAllocator allocator(nth);
+                bool made = false;
+                try {
+                    Layer* other = nullptr;
+                    if (resized) {
+                        const ResultCode code = layer->Resized(2, 2, 1, &other);
+                        EXPECT_EQ(code, other ? RCOK : OMEM);
+                    }
+                    made = makes(resized ? other : layer->Clone());
+                } catch (const gen::genlib_out_of_memory&) {
+                }
+                failed = allocator.failed();
+                ASSERT_NE(made, failed) << nth;
+            }
+            EXPECT_GT(nth, 2u);
+        }
     }
 }
 

@@ -141,7 +141,7 @@ bool AxisWeights::build(unsigned source, unsigned destination, const Filter& fil
         double folded = 0;
         for (int64_t j = first; j <= last; ++j) {
             folded += values[static_cast<size_t>(j - first)];
-            if ((j < 0 && j < last) || (j >= axis.source - 1 && j < last))
+            if (j < 0 || (j >= axis.source - 1 && j < last)) // no filter ends before the first pixel
                 continue;
             *weight++ = static_cast<float>(folded / sum);
             folded = 0;

@@ -107,6 +107,39 @@ TEST(PairWeights, Whole_numbers_times_the_unit_are_the_weights_and_add_up_to_one
     }
 }
 
+TEST(PairWeights, Of_so_many_pixels_that_each_weighs_next_to_nothing_add_up_to_one_all_the_same) {
+    AxisWeights axis;
+    PairWeights pairs;
+    ASSERT_TRUE(axis.build(65535, 5, kobrtl::mitchell()));
+    ASSERT_TRUE(pairs.build(axis));
+    const PairWeights::Set& set = pairs.set(2); // reaches no edge
+    double sum = 0, magnitudes = 0;
+    for (unsigned k = 0; k < 2 * set.pairs; ++k) {
+        const int weight = set.weights[k / 2 * 2 * PairWeights::kCopies + k % 2];
+        sum += weight;
+        magnitudes += abs(weight);
+    }
+    EXPECT_NEAR(sum * set.unit, 1, 1e-6);
+    EXPECT_LT(magnitudes * 255, 2147483648.0) << "the sums would not fit";
+    EXPECT_GT(magnitudes * 255, 1e9) << "the weights are rounded more than they need";
+}
+
+TEST(Filter, Is_nothing_from_its_radius_on) {
+    for (const kobrtl::Filter& filter : {kobrtl::mitchell(), kobrtl::catmull_rom(), kobrtl::triangle()}) {
+        EXPECT_NEAR(filter.value(filter.radius - 1e-9), 0, 1e-8);
+        EXPECT_NE(filter.value(filter.radius - 0.25), 0);
+        for (double beyond : {0.0, 0.5, 1.0, 100.0})
+            EXPECT_EQ(filter.value(filter.radius + beyond), 0);
+    }
+}
+
+TEST(Block, Of_a_size_that_no_number_of_bytes_can_express_is_refused) {
+    kobrtl::Block<double> block;
+    ASSERT_TRUE(block.allocate(1));
+    EXPECT_FALSE(block.allocate(SIZE_MAX / sizeof(double)));
+    EXPECT_EQ(block.data(), nullptr);
+}
+
 TEST(PairWeights, A_row_behind_the_picture_is_announced) {
     for (unsigned source = 1; source < 40; ++source)
         for (unsigned destination = 1; destination < 40; ++destination) {

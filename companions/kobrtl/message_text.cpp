@@ -8,7 +8,7 @@ namespace kobrtl {
 
 char* format_message(const char* format, va_list arguments) {
     constexpr unsigned kUsual = 512, kMost = 65536;
-    for (unsigned room = kUsual; room <= kMost; room *= 2) {
+    for (unsigned room = kUsual;; room *= 2) {
         char* text = static_cast<char*>(calloc(room + 1, 1));
         if (!text)
             return nullptr;
@@ -22,7 +22,6 @@ char* format_message(const char* format, va_list arguments) {
         }
         free(text);
     }
-    return nullptr;
 }
 
 } // namespace kobrtl

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/failing_allocator.h"
+
 namespace {
 
 [[gnu::format(printf, 1, 2)]] std::string message(const char* format, ...) {
@@ -52,5 +54,16 @@ TEST(MessageText, Longer_text_is_cut_after_65536_characters) {
         EXPECT_EQ(message("%s", text.c_str()), text.substr(0, 65536)) << length;
     }
 }
+
+#ifndef _WIN32
+TEST(MessageText, Without_memory_for_any_buffer_is_null) {
+    const std::string text = text_of(1000); // takes a second buffer
+    for (unsigned nth : {1u, 2u}) {
+        FailingAllocator allocator(nth);
+        EXPECT_EQ(message("%s", text.c_str()), "(null)");
+        EXPECT_EQ(allocator.calls(), nth);
+    }
+}
+#endif
 
 } // namespace

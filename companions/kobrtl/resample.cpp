@@ -151,11 +151,12 @@ Strip Resampler::strip_from(unsigned begin) const {
     const unsigned wanted = m_strip_pixels > least ? m_strip_pixels : least;
     if (m_source.width - first < wanted + wanted / 4)
         return {begin, m_canvas.width, first, m_source.width};
+    // It ends before the last pixel, whose taps reach the source's end, which is further away than what is wanted.
     unsigned end = begin + 1;
-    while (end < m_canvas.width && m_across.taps(end).first + m_across.taps(end).count <= first + wanted)
+    while (m_across.taps(end).first + m_across.taps(end).count <= first + wanted)
         ++end;
     const AxisWeights::Taps& last = m_across.taps(end - 1);
-    return {begin, end, first, end < m_canvas.width ? last.first + last.count : m_source.width};
+    return {begin, end, first, last.first + last.count};
 }
 
 // Below the last row of the destination it is repeated. A lane may begin one row above the first lane, with a weight of

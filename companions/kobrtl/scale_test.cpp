@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/failing_allocator.h"
 #include "companions/kobrtl/test_picture.h"
 
 namespace {
@@ -38,6 +39,8 @@ TEST(CalcDestBpp, Indices_are_raised_to_colours_and_greys_stay) {
         EXPECT_EQ(Scale(kPixels, 2, 2, 8, 8, palette.data(), 255).CalcDestBpp(type), 24u);
         EXPECT_EQ(Scale(kPixels, 2, 2, 8, 4, palette.data(), 16).CalcDestBpp(type), 24u);
     }
+    EXPECT_EQ(Scale(kPixels, 2, 2, 8, 8, nullptr, 256).CalcDestBpp(Scale::Area), 8u) << "no palette";
+    EXPECT_EQ(Scale(kPixels, 2, 2, 8, 8, palette.data(), 1000).CalcDestBpp(Scale::Area), 8u) << "256 of them count";
     palette[40] ^= 1;
     EXPECT_EQ(Scale(kPixels, 2, 2, 8, 8, palette.data(), 256).CalcDestBpp(Scale::Area), 24u);
     palette[43] = 255;
@@ -186,5 +189,29 @@ TEST(ScaleTo, The_longest_sides_work) {
     ASSERT_EQ(Scale(row.data(), 1, 65535, 3, 24, nullptr, 0).ScaleTo(pixel, 1, 1, 3, Scale::Area), 1);
     EXPECT_EQ(pixel[0], 77);
 }
+
+#ifndef _WIN32
+// Upright, turned on its way, and of indices, which are raised to colours.
+TEST(ScaleTo, Without_memory_for_any_of_its_blocks_gives_0) {
+    const auto palette = grey_palette();
+    const struct {
+        unsigned width, height, bpp, to_width, to_height;
+    } cases[] = {{40, 30, 24, 20, 10}, {40, 30, 32, 20, 10}, {3000, 1, 24, 1, 3000}, {40, 30, 8, 20, 10}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", " << c.bpp << " bits");
+        const Bitmap from = kobrtl_test::noise(c.width, c.height, c.bpp / 8);
+        const Scale scale(from.bytes.data(), c.width, c.height, from.stride(), c.bpp, palette.data(), 255);
+        std::vector<uint8_t> out(size_t{4} * c.to_width * c.to_height);
+        unsigned nth = 1;
+        for (bool failed = true; failed; ++nth) {
+            FailingAllocator allocator(nth);
+            const int done = scale.ScaleTo(out.data(), c.to_width, c.to_height, 4 * int(c.to_width), Scale::Area);
+            failed = allocator.failed();
+            ASSERT_EQ(done, failed ? 0 : 1) << nth;
+        }
+        EXPECT_GT(nth, 6u) << "it allocates";
+    }
+}
+#endif
 
 } // namespace
