@@ -45,6 +45,17 @@ TEST(BlendMode, Mixes_opaque_colours_as_defined) {
     }
 }
 
+TEST(BlendMode, A_grey_has_neither_hue_nor_saturation_to_give) {
+    const RGB32 grey = {90, 90, 90, 255}, colour = {10, 130, 250, 255};
+    for (BlendMode mode : {blend_hue, blend_sat}) {
+        const Pixel pixel = blended(mode, grey, colour);
+        EXPECT_EQ(pixel[0], pixel[1]) << std::hex << mode;
+        EXPECT_EQ(pixel[1], pixel[2]) << std::hex << mode;
+    }
+    EXPECT_EQ(blended(blend_hue, colour, grey), (Pixel{90, 90, 90, 255}));
+    EXPECT_EQ(blended(blend_sat, colour, grey), (Pixel{90, 90, 90, 255}));
+}
+
 TEST(BlendMode, The_ends_of_the_range_are_exact) {
     const RGB32 black = {0, 0, 0, 255}, white = {255, 255, 255, 255}, colour = {10, 130, 250, 255};
     const Pixel same = {10, 130, 250, 255}, inverse = {245, 125, 5, 255};

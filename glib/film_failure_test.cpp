@@ -73,6 +73,7 @@ public:
         page->AddLayer(layer(30, 20, 24));
         page->AddLayer(layer(10, 10, 4));
         page->LayerAt(1).blend_mode = blend_diss;
+        film.AppendPage()->AddLayer(layer(5, 4, 32));
     }
 
     FakeLoader loader;
@@ -103,11 +104,23 @@ const Operation operations[] = {
     {"append", 30, [](Document& d) { return load_into(d, true, 0) == RCOK; }},
     {"load_small", 30, [](Document& d) { return load_into(d, false, 5) == RCOK; }},
     {"save", 12, [](Document& d) { return d.film.Save(d.manager, d.stream, JPGSave()) == RCOK; }},
-    {"stretch", 10, [](Document& d) { return d.film.Stretch(15, 15, 1, true, 0, FilmBody::all_pages, false) == 1; }},
+    {"save_transparent", 12,
+     [](Document& d) {
+         JPGSave options;
+         options.first_page = 1;
+         return d.film.Save(d.manager, d.stream, options) == RCOK;
+     }},
+    {"save_with_alpha", 12,
+     [](Document& d) {
+         JPGSave options;
+         options.keep_alpha = 1;
+         return d.film.Save(d.manager, d.stream, options) == RCOK;
+     }},
+    {"stretch", 10, [](Document& d) { return d.film.Stretch(15, 15, 1, true, 0, 1, false) == 1; }},
     {"stretch_and_tell", 10,
      [](Document& d) {
          d.film.SetProgress(keep_going, nullptr);
-         return d.film.Stretch(15, 15, 0, true, 0, FilmBody::all_pages, false) == 1;
+         return d.film.Stretch(15, 15, 0, true, 0, 1, false) == 1;
      }},
     {"flatten", 2, [](Document& d) { return d.film.pages()[0]->Flatten() == RCOK; }},
     {"add_page", 2, [](Document& d) { return d.film.AppendPage() != nullptr; }},

@@ -76,6 +76,9 @@ TEST_F(FailingGrowth, Without_reallocate_data_is_carried_over) {
         expected += std::to_string(i) + ",";
     EXPECT_EQ(contents(stream), expected);
     EXPECT_EQ(g_blocks, 1);
+    VMemStream empty(4, 0, kWithoutReallocate);
+    EXPECT_EQ(empty.WriteString("first"), 5u);
+    EXPECT_EQ(contents(empty), "first");
 }
 
 TEST_F(FailingGrowth, A_stream_without_its_first_buffer_tries_again) {

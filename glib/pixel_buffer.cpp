@@ -13,11 +13,10 @@ PixelBuffer::PixelBuffer(PixelBuffer&& other) noexcept : m_data(other.m_data) {
 }
 
 PixelBuffer& PixelBuffer::operator=(PixelBuffer&& other) noexcept {
-    if (this != &other) {
-        Free();
-        m_data = other.m_data;
-        other.m_data = nullptr;
-    }
+    uint8_t* const taken = other.m_data;
+    other.m_data = nullptr;
+    Free();
+    m_data = taken;
     return *this;
 }
 
@@ -39,7 +38,7 @@ void PixelBuffer::Free() noexcept {
 
 bool PixelBuffer::Allocate(size_t bytes) {
     Free();
-    m_data = bytes ? static_cast<uint8_t*>(calloc(bytes, 1)) : nullptr;
+    m_data = static_cast<uint8_t*>(calloc(bytes, 1));
     return m_data != nullptr;
 }
 

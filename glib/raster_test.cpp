@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "glib/raster_scale.h"
+
 #include "glib/canvas.h"
 #include "glib/pixel_convert.h"
 
@@ -135,6 +137,51 @@ TEST(Raster, A_copy_has_everything_and_a_moved_one_nothing) {
     EXPECT_FALSE(copy.CopyFrom(raster));
 }
 
+TEST(Raster, Moved_to_itself_stays) {
+    Raster raster;
+    ASSERT_TRUE(raster.Create(2, 2, 24));
+    raster.row(0)[0] = 7;
+    Raster& itself = raster;
+    raster = static_cast<Raster&&>(itself);
+    EXPECT_EQ(raster.width(), 2u);
+    EXPECT_EQ(raster.row(0)[0], 7);
+}
+
+TEST(ScaleRaster, Of_nothing_or_to_nothing_is_a_bad_argument) {
+    Raster source, target;
+    EXPECT_EQ(scale_raster(source, target, 1, 1, 1), BADA);
+    ASSERT_TRUE(source.Create(2, 2, 24));
+    ASSERT_TRUE(target.Create(1, 1, 24));
+    EXPECT_EQ(scale_raster(source, target, 0, 1, 1), BADA);
+    EXPECT_EQ(scale_raster(source, target, 1, 0, 1), BADA);
+    EXPECT_EQ(scale_raster(source, target, 1, 1, 99), BADA) << "no such scale type";
+    EXPECT_TRUE(target.empty());
+}
+
+TEST(ScaleRaster, A_picture_higher_than_the_resampler_takes_shrinks_all_the_same) {
+    Raster source, target;
+    ASSERT_TRUE(source.CreateUnbounded(1, 140000, 24));
+    for (uint32_t y = 70000; y < 140000; ++y)
+        source.row(y)[0] = 200;
+    ASSERT_EQ(scale_raster(source, target, 1, 4, 2), RCOK); // the type that never swings at an edge
+    ASSERT_EQ(target.height(), 4u);
+    EXPECT_EQ(target.row(0)[0], 0);
+    EXPECT_EQ(target.row(3)[0], 200);
+}
+
+TEST(ScaleRaster, A_transparent_colour_becomes_an_opacity) {
+    Raster source, target;
+    ASSERT_TRUE(source.Create(2, 1, 8));
+    source.row(0)[0] = 9; // and index 0 beside it
+    source.SetTransparentIndex(9);
+    ASSERT_EQ(scale_raster(source, target, 4, 1, 2), RCOK);
+    EXPECT_EQ(target.bits_per_pixel(), 32u);
+    RGB32 row[4];
+    target.ReadRow(0, row);
+    EXPECT_EQ(row[0].alpha, 0);
+    EXPECT_EQ(row[3].alpha, 255);
+}
+
 TEST(Canvas, Becomes_24_bits_when_opaque_and_32_when_not) {
     Canvas canvas;
     ASSERT_TRUE(canvas.Create(2, 2));
@@ -167,6 +214,7 @@ TEST(Canvas, On_white_transparency_pales) {
 TEST(Canvas, Refuses_pages_beyond_the_limits) {
     Canvas canvas;
     EXPECT_FALSE(canvas.Create(0, 1));
+    EXPECT_FALSE(canvas.Create(1, 0));
     EXPECT_FALSE(canvas.Create(65501, 1));
     EXPECT_FALSE(canvas.Create(20000, 20000));
     EXPECT_FALSE(canvas.CreateFrom(Raster()));

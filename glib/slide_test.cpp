@@ -18,7 +18,7 @@ struct FakeDrawing : VectorImage {
     FakeDrawing(uint32_t w, uint32_t h) : w(w), h(h) {}
     uint32_t width() const override { return w; }
     uint32_t height() const override { return h; }
-    VectorImage* Clone() const override { return new FakeDrawing(w, h); }
+    VectorImage* Clone() const override { return refuses ? nullptr : new FakeDrawing(w, h); }
     VectorImage* Resized(uint32_t width, uint32_t height) const override {
         return refuses ? nullptr : new FakeDrawing(width, height);
     }
@@ -93,6 +93,10 @@ TEST(Slide, Layers_are_named_by_their_place_and_the_first_gives_the_size) {
     EXPECT_FALSE(page.IsPlain());
     page.RemoveLayer(1);
     EXPECT_TRUE(page.IsPlain());
+    Slide half;
+    half.SetSize(0, 5);
+    half.AddLayer(filled(8, 6, {}));
+    EXPECT_EQ(half.width(), 0u) << "it has a size, if none that shows anything";
     try {
         page.LayerAt(1);
         FAIL();
@@ -153,6 +157,13 @@ TEST(Layer, A_drawing_draws_itself_at_its_place_or_is_mixed_in_as_a_picture) {
         drawing->w = GLIB_MAX_PAGE_SIDE + 1;
         EXPECT_EQ(layer.DrawOn(page), mode == blend_norm ? RCOK : OMEM) << "no picture can have this size";
     }
+}
+
+TEST(Layer, Of_a_drawing_that_refuses_has_no_copy) {
+    FakeDrawing* const drawing = new FakeDrawing(2, 2);
+    drawing->refuses = true;
+    const Layer layer(drawing);
+    EXPECT_EQ(layer.Clone(), nullptr);
 }
 
 TEST(Layer, Beside_the_page_changes_nothing) {

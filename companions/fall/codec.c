@@ -77,7 +77,7 @@ static void* load_psd(stbi__context* s, int* x, int* y, int* comp, int req_comp,
 
 static void* load_hdr(stbi__context* s, int* x, int* y, int* comp, int req_comp, stbi__result_info* ri) {
     float* light = stbi__hdr_load(s, x, y, comp, req_comp, ri);
-    return light ? stbi__hdr_to_ldr(light, *x, *y, req_comp ? req_comp : *comp) : NULL;
+    return light ? stbi__hdr_to_ldr(light, *x, *y, *comp) : NULL; /* req_comp is 0 always */
 }
 
 /* Always with 4 channels: for any other number the library converts even a picture that it failed to make. */
@@ -98,7 +98,7 @@ static uint32_t pnm_maximum(ByteSource* source) {
         maximum = (uint32_t)stbi__pnm_getinteger(context, &next);
     }
     free_memory(context);
-    if (!maximum || maximum > 65535)
+    if (!maximum) /* one beyond 65535 was refused when the picture was measured */
         give_up(BADI);
     return maximum;
 }

@@ -148,6 +148,16 @@ TEST(Damaged, A_gif_that_ends_early_gives_what_it_has) {
     EXPECT_EQ(image.pages.size(), 2u);
 }
 
+TEST(Damaged, A_gif_without_a_picture_is_refused) {
+    const Bytes whole = fall_test::sample(image_gif);
+    const std::size_t header = 13 + 3 * (2u << (whole[10] & 7));
+    Bytes file(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(header));
+    file.push_back(';');
+    Image image;
+    EXPECT_EQ(fall_test::load(image_gif, file, image), glib::BADI);
+    EXPECT_EQ(fall_test::load(image_gif, file, image, 0), glib::MISS);
+}
+
 TEST(Damaged, A_gif_of_endless_pictures_is_refused) {
     const Bytes whole = fall_test::sample(image_gif);
     Bytes picture(whole.end() - 1 - 15, whole.end() - 1), file(whole.begin(), whole.end() - 1);

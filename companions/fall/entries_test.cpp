@@ -4,6 +4,8 @@
 
 #include "companions/fall/fake_host.h"
 
+extern "C" void GLIB_CALL GetFilterInfo(std::uint32_t request_kind, glib::FilterInfoRequest* request);
+
 namespace {
 
 using namespace fall;
@@ -412,6 +414,120 @@ TEST(Fall, Writes_a_grey_page_as_grey_where_eight_bits_are_asked) {
     ASSERT_EQ(fall_test::load(image_png, saved(image_png, image, options), again), glib::RCOK);
     EXPECT_EQ(again.pages[0].record.bits_per_pixel, 8u);
     EXPECT_TRUE(same_pixels(image, again));
+}
+
+TEST(Fall, Writes_a_grey_page_with_a_transparent_colour_as_grey_and_alpha) {
+    Image image, again;
+    glib::IDEPage* page = image.add(2, 1, 8);
+    page->transparent_index = 1;
+    page->pixels[0] = 77;
+    page->pixels[1] = 1;
+    glib::JPGSave options;
+    options.bits_per_pixel = 8;
+    options.keep_alpha = 1;
+    const Bytes file = saved(image_png, image, options);
+    EXPECT_EQ(file.at(25), 4) << "the kind of colour in the header";
+    ASSERT_EQ(fall_test::load(image_png, file, again), glib::RCOK);
+    EXPECT_EQ(pixel(again, 0, 0), 0xFF4D4D4Du);
+    EXPECT_EQ(pixel(again, 1, 0) >> 24, 0u);
+}
+
+TEST(Fall, Writes_a_page_in_colour_where_its_palette_has_some_whatever_bits_are_asked) {
+    const glib::RGB32 colours[] = {{1, 1, 2, 255}, {2, 1, 1, 255}, {1, 2, 1, 255}};
+    for (const glib::RGB32& colour : colours) {
+        Image image, again;
+        image.add(2, 1, 8)->palette[0] = colour;
+        glib::JPGSave options;
+        options.bits_per_pixel = 8;
+        ASSERT_EQ(fall_test::load(image_png, saved(image_png, image, options), again), glib::RCOK);
+        ASSERT_EQ(again.pages[0].record.bits_per_pixel, 24u);
+        EXPECT_EQ(pixel(again, 0, 0), static_cast<std::uint32_t>(colour.red << 16 | colour.green << 8 | colour.blue));
+    }
+    for (unsigned more_than_few : {0u, 9u, 24u}) { // 0: not asked
+        Image image, again;
+        image.add(2, 1, 8);
+        glib::JPGSave options;
+        options.bits_per_pixel = more_than_few;
+        ASSERT_EQ(fall_test::load(image_png, saved(image_png, image, options), again), glib::RCOK);
+        EXPECT_EQ(again.pages[0].record.bits_per_pixel, 24u) << more_than_few;
+    }
+}
+
+TEST(Fall, Keeps_no_alpha_of_a_page_that_has_none) {
+    Image image, again;
+    fall_test::add_picture(image, 5, 5, 24);
+    glib::JPGSave options;
+    options.keep_alpha = 1;
+    const Bytes file = saved(image_png, image, options);
+    EXPECT_EQ(file.at(25), 2) << "the kind of colour in the header";
+}
+
+TEST(Fall, Without_options_saving_is_a_bad_argument) {
+    Image image;
+    fall_test::add_picture(image, 5, 5, 24);
+    Stream stream;
+    fall_test::lend_services();
+    EXPECT_EQ(save_image(image_jpg, image.handle(), stream.handle(), nullptr), glib::BADA);
+    EXPECT_TRUE(stream.bytes.empty());
+}
+
+TEST(Fall, Formats_that_it_only_reads_are_not_supported_for_writing) {
+    for (ImageFormat format : {image_gif, image_psd, image_pgm, image_ppm, image_pic}) {
+        Image image;
+        fall_test::add_picture(image, 5, 5, 24);
+        Stream stream;
+        EXPECT_EQ(fall_test::save(format, image, stream, glib::JPGSave()), glib::NSUP) << format;
+        EXPECT_TRUE(stream.bytes.empty());
+    }
+}
+
+TEST(Fall, A_page_that_needs_more_memory_than_an_operation_may_have_is_out_of_memory) {
+    Image image;
+    fall_test::add_picture(image, 1, 1, 24);
+    glib::IDEPage& page = image.pages[0].record; // its pixels are not looked at
+    page.width = page.height = 65500;
+    Stream stream;
+    EXPECT_EQ(fall_test::save(image_png, image, stream, glib::JPGSave()), glib::OMEM);
+    page.width = 65500; // 393 MB as bytes, four times that as light
+    page.height = 2000;
+    static Picture picture;
+    picture = {65500, 2000, 3, nullptr};
+    EXPECT_EQ(run_operation([](void*) { encode_picture(image_hdr, &picture, {75, 0}, nullptr); }, nullptr), glib::OMEM);
+}
+
+TEST(Fall, What_the_codec_cant_encode_is_an_error) {
+    static Picture nothing;
+    nothing = {0, 0, 3, nullptr};
+    EXPECT_EQ(run_operation([](void*) { encode_picture(image_jpg, &nothing, {75, 0}, nullptr); }, nullptr), glib::IERR);
+}
+
+TEST(Fall, Says_which_formats_it_has_when_asked_for_them_and_nothing_else) {
+    glib::FilterInfoRequest request = {&fall_test::services, sizeof(request), 0, 0, nullptr};
+    GetFilterInfo(1, &request);
+    EXPECT_EQ(request.interface_version, 0u);
+    EXPECT_EQ(request.formats, nullptr);
+    GetFilterInfo(0, &request);
+    EXPECT_EQ(request.interface_version, static_cast<uint32_t>(GLIB_INTERFACE_VERSION));
+    EXPECT_EQ(request.format_count, static_cast<uint32_t>(image_format_count));
+    EXPECT_EQ(request.formats, format_codes);
+}
+
+// The encoder fills the sink's buffer in pieces of its own; here all of it is one.
+TEST(Fall, An_image_of_just_so_many_buffers_is_written_once) {
+    fall_test::lend_services();
+    static Image image;
+    static Stream stream;
+    stream = Stream();
+    EXPECT_EQ(run_operation(
+                  [](void*) {
+                      ByteSink* sink = open_sink(stream.handle(), image.handle());
+                      const Bytes bytes(2 * sizeof(sink->bytes), 7);
+                      write_sink(sink, bytes.data(), static_cast<uint32_t>(bytes.size()));
+                      finish_sink(sink);
+                  },
+                  nullptr),
+              glib::RCOK);
+    EXPECT_EQ(stream.bytes, Bytes(2 * 8192, 7));
 }
 
 TEST(Fall, Light_comes_back_close) {

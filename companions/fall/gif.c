@@ -42,7 +42,7 @@ void load_gif(ByteSource* source, ImageDataExchange* image, int32_t page_index) 
         }
     }
     if (!first)
-        give_up(more < 0 ? BADI : page_index >= 0 ? MISS : BADI);
+        give_up(more < 0 || page_index < 0 ? BADI : MISS);
     if (more < 0)
         give_up(OKAF);
 }

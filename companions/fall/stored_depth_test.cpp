@@ -56,6 +56,21 @@ TEST(StoredDepth, Of_a_jpeg_counts_its_components) {
     EXPECT_EQ(depth(image_jpg, four), 32u);
 }
 
+// Before the frame: fill bytes, bytes that belong to no segment, and a table with a number among the frames'.
+TEST(StoredDepth, Of_a_jpeg_is_that_of_its_frame_whatever_comes_before) {
+    const Bytes sample = fall_test::sample(image_jpg);
+    ASSERT_EQ(sample[3], 0xE0);
+    const std::size_t behind_the_first_segment = 4u + sample[4] * 256 + sample[5];
+    Bytes table = {0xFF, 0xC4, 0, 19};
+    table.resize(2 + 19);
+    for (const Bytes& inserted : {Bytes{0xFF, 0xFF}, Bytes{0, 1, 2}, table}) {
+        Bytes file = sample;
+        file.insert(file.begin() + static_cast<std::ptrdiff_t>(behind_the_first_segment), inserted.begin(),
+                    inserted.end());
+        EXPECT_EQ(depth(image_jpg, file), 24u);
+    }
+}
+
 // Width and height are 3 and 2; 25 is the kind of colour: 0 grey, 2 colour, 3 palette, 4 and 6 with alpha.
 TEST(StoredDepth, Of_a_png_is_that_of_its_header) {
     for (std::uint8_t bits : {1, 2, 4, 8, 16})
