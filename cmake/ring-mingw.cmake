@@ -14,10 +14,10 @@ function(wendax_gtest_program name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} wendax_flags gtest)
-  wendax_wine_test(mingw ${name} ${PROJECT_SOURCE_DIR}/scripts/wine $<TARGET_FILE:${name}>)
+  wendax_wine_test(mingw ${name} ${Python3_EXECUTABLE} -m testing.unit_tests $<TARGET_FILE:${name}>)
+  wendax_test_property(${name} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  wendax_test_property(${name} ENVIRONMENT "PYTHONDONTWRITEBYTECODE=1")
   wendax_test_property(${name} TIMEOUT 600)
   # A crashed program may end with code 0 under Wine.
   wendax_test_property(${name} FAIL_REGULAR_EXPRESSION "Unhandled (page fault|exception)")
-  # One at a time in the prefix that they share.
-  wendax_test_property(${name} RESOURCE_LOCK project_prefix)
 endfunction()

@@ -1,0 +1,23 @@
+"""Runs a Windows program of unit tests in a Wine prefix of its own, and ends with its exit code.
+
+usage: python3 -m testing.unit_tests PROGRAM [ARGS...]
+
+Run directly, it would keep a reader of its output waiting for what Wine starts beside it, which lives some seconds longer.
+"""
+
+import sys
+
+from testing.prefix import fresh_prefix
+from testing.wine import Wine
+
+
+def main():
+    with fresh_prefix() as prefix:
+        result = Wine(prefix=prefix).run(*sys.argv[1:], limit=540)
+    sys.stdout.buffer.write(result.stdout)
+    sys.stderr.buffer.write(result.stderr)
+    return result.returncode
+
+
+if __name__ == "__main__":
+    sys.exit(main())
