@@ -1,4 +1,4 @@
-"""Writes the header that tells report/destinations.cpp where reports go, from the settings of the build.
+"""Writes the header that tells report/destinations_win.cpp where reports go, from the settings of the build.
 
 usage: destinations.py SUPPORT_ADDRESS UPLOAD_SERVER HEADER
 """

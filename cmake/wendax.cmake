@@ -11,30 +11,40 @@ set(WENDAX_WARNINGS -Wall -Wextra -Werror)
 set(Python3_EXECUTABLE /usr/bin/python3 CACHE FILEPATH "the Python that runs tests and generators")
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
-# wendax_layer(NAME [FAULT_CLEANUP] [TYPE_INFO] [SOURCES pure...] [WINDOWS needs_windows...]
-#              [PRODUCT needs_structured_exceptions...] [DEPENDS layers...])
-# A folder of the library as one static library. SOURCES build in every ring, WINDOWS in product and mingw,
-# PRODUCT in the product alone. In the product, FAULT_CLEANUP keeps count of the objects to destroy at every instruction
-# and not just at calls. The layer of the fault guard has it, and as a DLL is compiled as one module when it is linked,
-# that marks all of its tables: objects are destroyed when a fault passes, in other layers those that were there at the
-# last call. TYPE_INFO is for a layer whose classes hosts derive from and may apply dynamic_cast to.
+# wendax_sources(OUT source...): those that this ring builds. A source says by its name where it builds: foo_win.cpp, which may
+# include windows.h, in product and mingw; foo_product.cpp, which needs structured exceptions or the Microsoft ABI, in the
+# product alone; all others everywhere. Tests likewise: foo_win_test.cpp. A path of another folder is taken as it is.
+function(wendax_sources out)
+  set(sources ${ARGN})
+  if(WENDAX_RING STREQUAL "native")
+    list(FILTER sources EXCLUDE REGEX "_win(_test)?\\.c(pp)?$")
+  endif()
+  if(NOT WENDAX_RING STREQUAL "product")
+    list(FILTER sources EXCLUDE REGEX "_product\\.c(pp)?$")
+  endif()
+  set(${out} ${sources} PARENT_SCOPE)
+endfunction()
+
+# wendax_layer(NAME [TYPE_INFO] SOURCES source... [DEPENDS layers...])
+# A folder of the library as one static library. In the product, sources named _product.cpp keep count of the objects to
+# destroy at every instruction, not just at calls: faults pass through them on their way to a guard or to the host, and each
+# destructor must run. In all others objects are destroyed that were there at the last call. TYPE_INFO is for a layer whose
+# classes hosts derive from and may apply dynamic_cast to.
 function(wendax_layer name)
-  cmake_parse_arguments(ARG "FAULT_CLEANUP;TYPE_INFO" "" "SOURCES;WINDOWS;PRODUCT;DEPENDS" ${ARGN})
-  set(sources ${ARG_SOURCES})
-  if(NOT WENDAX_RING STREQUAL "native")
-    list(APPEND sources ${ARG_WINDOWS})
-  endif()
-  if(WENDAX_RING STREQUAL "product")
-    list(APPEND sources ${ARG_PRODUCT})
-  endif()
+  cmake_parse_arguments(ARG "TYPE_INFO" "" "SOURCES;DEPENDS" ${ARGN})
+  wendax_sources(sources ${ARG_SOURCES})
   if(sources)
     add_library(${name} STATIC ${sources})
     set(scope PUBLIC)
     if(WENDAX_RING STREQUAL "product")
       wendax_ships(${name})
       target_compile_options(${name} PRIVATE
-        $<$<NOT:$<BOOL:${ARG_FAULT_CLEANUP}>>:$<$<COMPILE_LANGUAGE:CXX>:-fno-async-exceptions>>
         $<$<NOT:$<BOOL:${ARG_TYPE_INFO}>>:$<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>>)
+      foreach(source IN LISTS sources)
+        if(source MATCHES "\\.cpp$" AND NOT source MATCHES "_product\\.cpp$")
+          set_property(SOURCE ${source} APPEND PROPERTY COMPILE_OPTIONS -fno-async-exceptions)
+        endif()
+      endforeach()
     endif()
   else()
     add_library(${name} INTERFACE)
@@ -44,17 +54,16 @@ function(wendax_layer name)
   target_link_libraries(${name} ${scope} ${ARG_DEPENDS} wendax_flags)
 endfunction()
 
-# wendax_test(LAYER [SOURCES pure_test.cpp...] [WINDOWS win_test.cpp...] [DEPENDS layers...] [LIBS system libs...])
+# wendax_test(LAYER SOURCES test.cpp... [DEPENDS layers...] [LIBS system libs...])
 # The unit tests of a folder as one GoogleTest program, LAYER_test. LIBS are Windows libraries.
 function(wendax_test layer)
-  cmake_parse_arguments(ARG "" "" "SOURCES;WINDOWS;DEPENDS;LIBS" ${ARGN})
-  set(sources ${ARG_SOURCES})
-  if(WENDAX_RING STREQUAL "mingw")
-    list(APPEND sources ${ARG_WINDOWS})
-  endif()
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;LIBS" ${ARGN})
+  wendax_sources(sources ${ARG_SOURCES})
+  list(FILTER sources INCLUDE REGEX "_test\\.c(pp)?$")
   if(NOT sources OR WENDAX_RING STREQUAL "product")
     return()
   endif()
+  wendax_sources(sources ${ARG_SOURCES})
   if(WENDAX_RING STREQUAL "native")
     set(ARG_LIBS)
   endif()

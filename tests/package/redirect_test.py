@@ -141,7 +141,7 @@ class BuildSettings(runner.Case):
         code, told = self.configure("-DWENDAX_SUPPORT_ADDRESS=Crash Desk <crashes@example.com>",
                                     "-DWENDAX_UPLOAD_SERVER=reports.example.com")
         self.assertEqual(code, 0, told)
-        target = "report/CMakeFiles/report.dir/destinations.cpp.obj"
+        target = "report/CMakeFiles/report.dir/destinations_win.cpp.obj"
         subprocess.run(["cmake", "--build", self.artifacts / "build", "--target", target], check=True,
                        stdout=subprocess.PIPE, timeout=250)
         places = (self.artifacts / "build" / target).read_bytes().partition(MARK)[2][:256]
