@@ -15,9 +15,9 @@ class array : public base_array {
 
 public:
     // Takes storage for `hint` elements at once; out of memory if there is none.
-    explicit array(unsigned hint = default_hint, unsigned step = default_step) : array(hint, step, hint) {}
+    explicit array(unsigned hint = kDefaultHint, unsigned step = kDefaultStep) : array(hint, step, hint) {}
     // Without storage, and so without a failure.
-    explicit array(unallocated) noexcept : base_array(0, default_step) {}
+    explicit array(unallocated) noexcept : base_array(0, kDefaultStep) {}
     array(const array& other)
         : array(other.m_hint, other.m_step, other.m_count > other.m_hint ? other.m_count : other.m_hint) {
         copy(other);

@@ -178,7 +178,7 @@ TYPED_TEST(Array, Moved_from_array_is_empty_and_usable) {
 
 TYPED_TEST(Array, A_size_beyond_one_block_is_out_of_memory_without_asking_the_allocator) {
     gen::array<TypeParam> elements = filled<TypeParam>(5);
-    const unsigned too_many = static_cast<unsigned>(gen::base_array::max_bytes / sizeof(TypeParam)) + 1;
+    const unsigned too_many = static_cast<unsigned>(gen::base_array::kMaxBytes / sizeof(TypeParam)) + 1;
     FailingAllocator allocator(0);
     EXPECT_THROW(elements.reserve(too_many), gen::genlib_out_of_memory);
     EXPECT_THROW(elements.reserve(0xFFFFFFFF), gen::genlib_out_of_memory);

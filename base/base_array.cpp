@@ -17,13 +17,13 @@ base_array::~base_array() {
 }
 
 unsigned base_array::sum(unsigned a, size_t b) {
-    if (b > max_bytes - a)
+    if (b > kMaxBytes - a)
         throw_out_of_memory();
     return a + static_cast<unsigned>(b);
 }
 
 void* base_array::allocate(unsigned n, unsigned element_size) {
-    if (n > max_bytes / element_size)
+    if (n > kMaxBytes / element_size)
         throw_out_of_memory();
     void* storage = ::operator new(static_cast<size_t>(n) * element_size, std::nothrow);
     if (!storage)

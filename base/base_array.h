@@ -13,12 +13,12 @@ namespace gen {
 
 class base_array {
 public:
-    static constexpr unsigned default_hint = 64; // elements
-    static constexpr unsigned default_step = 32; // elements
+    static constexpr unsigned kDefaultHint = 64; // elements
+    static constexpr unsigned kDefaultStep = 32; // elements
 
     // One block never exceeds this many bytes, so that sizes and positions fit a signed 32-bit number everywhere.
     // Asking for more is out of memory.
-    static constexpr unsigned max_bytes = 0x7FFFFFFF;
+    static constexpr unsigned kMaxBytes = 0x7FFFFFFF;
 
     virtual ~base_array();
 

@@ -51,7 +51,7 @@ basic_string<T>::basic_string(const T* text, unsigned n) : basic_string(text, te
 // destroyed if there is none.
 template <typename T>
 basic_string<T>::basic_string(const T* left, unsigned left_length, const T* right, unsigned right_length)
-    : array<T>(array<T>::default_hint, array<T>::default_step, capacity_for(this->sum(left_length, right_length))) {
+    : array<T>(array<T>::kDefaultHint, array<T>::kDefaultStep, capacity_for(this->sum(left_length, right_length))) {
     if (left_length)
         memcpy(this->data(), left, left_length * sizeof(T));
     if (right_length)
@@ -62,7 +62,7 @@ basic_string<T>::basic_string(const T* left, unsigned left_length, const T* righ
 template <typename T>
 unsigned basic_string<T>::capacity_for(unsigned length) {
     const unsigned wanted = array<T>::sum(length, 1);
-    return wanted > base_array::default_hint ? wanted : base_array::default_hint;
+    return wanted > base_array::kDefaultHint ? wanted : base_array::kDefaultHint;
 }
 
 template <typename T>
@@ -171,7 +171,7 @@ int basic_string<T>::replace_all(const T* pattern, const T* replacement, unsigne
 
     const unsigned kept = old_length - static_cast<unsigned>(matches) * pattern_length;
     const unsigned long long added = static_cast<unsigned long long>(matches) * replacement_length;
-    if (added > this->max_bytes)
+    if (added > this->kMaxBytes)
         throw_out_of_memory();
     const unsigned new_length = this->sum(kept, static_cast<size_t>(added));
     const unsigned wanted = this->sum(new_length, 1);

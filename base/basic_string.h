@@ -37,7 +37,7 @@ public:
     void assign(const T* text, unsigned n);
 
     // The text; never null, valid until the next change.
-    const T* c_str() const { return this->m_data ? static_cast<const T*>(this->m_data) : &s_nul; }
+    const T* c_str() const { return this->m_data ? static_cast<const T*>(this->m_data) : &kSNul; }
     // In characters, the final NUL not counted.
     unsigned length() const { return this->m_count ? this->m_count - 1 : 0; }
     // Whether the text begins with its NUL: true after assigning null too, whatever the length.
@@ -143,7 +143,7 @@ private:
     }
     bool holds(const T* text) const; // whether the text lies in this string's own storage
 
-    static constexpr T s_nul = 0;
+    static constexpr T kSNul = 0;
 };
 
 extern template class basic_string<char>;

@@ -6,10 +6,10 @@ namespace gen {
 
 namespace {
 
-constexpr uint16_t usual_control = 0x027F;
-constexpr uint32_t usual_mxcsr = 0x1F80;
-constexpr uint32_t exceptions = 0x3F;
-constexpr uint32_t summary = 0x8080; // says that one of them is pending
+constexpr uint16_t kUsualControl = 0x027F;
+constexpr uint32_t kUsualMxcsr = 0x1F80;
+constexpr uint32_t kExceptions = 0x3F;
+constexpr uint32_t kSummary = 0x8080; // says that one of them is pending
 
 } // namespace
 
@@ -20,9 +20,9 @@ FloatingPointScope::FloatingPointScope() noexcept {
                      "stmxcsr %1\n\t"
                      "ldmxcsr %3"
                      : "=m"(m_x87), "=m"(m_mxcsr)
-                     : "m"(usual_control), "m"(usual_mxcsr)
+                     : "m"(kUsualControl), "m"(kUsualMxcsr)
                      : "st", "st(1)", "st(2)", "st(3)", "st(4)", "st(5)", "st(6)", "st(7)");
-    m_x87.status &= ~(summary | (exceptions & ~m_x87.control));
+    m_x87.status &= ~(kSummary | (kExceptions & ~m_x87.control));
 }
 
 FloatingPointScope::~FloatingPointScope() {

@@ -20,22 +20,22 @@ public:
 
     explicit GuardedCopy(const std::vector<T>& elements, Side side = guarded_end) {
         const std::size_t bytes = elements.size() * sizeof(T);
-        const std::size_t pages = (bytes + page - 1) / page + 1; // at least one that can be touched
-        m_size = (pages + 2) * page;
+        const std::size_t pages = (bytes + kPage - 1) / kPage + 1; // at least one that can be touched
+        m_size = (pages + 2) * kPage;
 #ifdef _WIN32
         m_block = static_cast<char*>(VirtualAlloc(nullptr, m_size, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
         DWORD old_protection;
-        if (!m_block || !VirtualProtect(m_block, page, PAGE_NOACCESS, &old_protection) ||
-            !VirtualProtect(m_block + m_size - page, page, PAGE_NOACCESS, &old_protection))
+        if (!m_block || !VirtualProtect(m_block, kPage, PAGE_NOACCESS, &old_protection) ||
+            !VirtualProtect(m_block + m_size - kPage, kPage, PAGE_NOACCESS, &old_protection))
             std::abort();
 #else
         void* block = mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         m_block = static_cast<char*>(block);
-        if (block == MAP_FAILED || mprotect(m_block, page, PROT_NONE) != 0 ||
-            mprotect(m_block + m_size - page, page, PROT_NONE) != 0)
+        if (block == MAP_FAILED || mprotect(m_block, kPage, PROT_NONE) != 0 ||
+            mprotect(m_block + m_size - kPage, kPage, PROT_NONE) != 0)
             std::abort();
 #endif
-        m_data = reinterpret_cast<T*>(side == guarded_begin ? m_block + page : m_block + m_size - page - bytes);
+        m_data = reinterpret_cast<T*>(side == guarded_begin ? m_block + kPage : m_block + m_size - kPage - bytes);
         if (bytes)
             std::memcpy(m_data, elements.data(), bytes);
     }
@@ -52,7 +52,7 @@ public:
     const T* data() const { return m_data; }
 
 private:
-    static constexpr std::size_t page = 4096;
+    static constexpr std::size_t kPage = 4096;
 
     char* m_block;
     std::size_t m_size;

@@ -16,7 +16,7 @@ struct ReplaceCase {
     int count;
 };
 
-const ReplaceCase replace_cases[] = {
+const ReplaceCase kReplaceCases[] = {
     {"longer", "a{x}b{x}c", "{x}", "value", "avaluebvaluec", 2},
     {"shorter", "a{x}b{x}c", "{x}", "v", "avbvc", 2},
     {"as_long", "a{x}b{x}c", "{x}", "123", "a123b123c", 2},
@@ -35,7 +35,7 @@ const ReplaceCase replace_cases[] = {
 };
 
 TEST(ReplaceAll, Replaces_every_match_from_left_to_right) {
-    for (const ReplaceCase& test : replace_cases) {
+    for (const ReplaceCase& test : kReplaceCases) {
         SCOPED_TRACE(test.name);
         CStdString text(test.text);
         EXPECT_EQ(test.count, text.replace_all(test.pattern, test.replacement));
@@ -45,7 +45,7 @@ TEST(ReplaceAll, Replaces_every_match_from_left_to_right) {
 }
 
 TEST(ReplaceAll, Works_at_every_capacity_between_just_enough_and_plenty) {
-    for (const ReplaceCase& test : replace_cases) {
+    for (const ReplaceCase& test : kReplaceCases) {
         for (unsigned capacity = 64; capacity < 160; ++capacity) {
             SCOPED_TRACE(std::string(test.name) + " " + std::to_string(capacity));
             const std::string padding(50, '.');
@@ -132,17 +132,17 @@ TEST(ReplaceAll, A_result_beyond_one_block_is_out_of_memory) {
 
 // Replacing in a loop of single moves would need some 10^13 steps here, and the watchdog would end the program.
 TEST(ReplaceAll, Takes_time_in_proportion_to_the_text) {
-    constexpr unsigned matches = 4 << 20;
+    constexpr unsigned kMatches = 4 << 20;
     CStdString text;
-    memset(text.get_buffer(matches), 'a', matches);
+    memset(text.get_buffer(kMatches), 'a', kMatches);
     text.release_buffer();
-    EXPECT_EQ(static_cast<int>(matches), text.replace_all("a", "bc"));
-    EXPECT_EQ(2 * matches, text.length());
-    EXPECT_EQ(static_cast<int>(matches), text.replace_all("c", ""));
-    EXPECT_EQ(matches, text.length());
-    EXPECT_EQ(static_cast<int>(matches), text.replace_all("b", "dd"));
-    EXPECT_EQ(2 * matches + 1, text.capacity());
-    EXPECT_EQ(2 * matches, strlen(text.c_str()));
+    EXPECT_EQ(static_cast<int>(kMatches), text.replace_all("a", "bc"));
+    EXPECT_EQ(2 * kMatches, text.length());
+    EXPECT_EQ(static_cast<int>(kMatches), text.replace_all("c", ""));
+    EXPECT_EQ(kMatches, text.length());
+    EXPECT_EQ(static_cast<int>(kMatches), text.replace_all("b", "dd"));
+    EXPECT_EQ(2 * kMatches + 1, text.capacity());
+    EXPECT_EQ(2 * kMatches, strlen(text.c_str()));
 }
 
 TEST(ReplaceAll, Works_on_wide_text) {

@@ -16,7 +16,7 @@ size_t opaque(size_t size) {
 }
 
 TEST(ShortCopy, Copies_every_size_and_touches_nothing_beyond_it) {
-    for (size_t size = 0; size <= 3 * gen::longest_short_copy; ++size) {
+    for (size_t size = 0; size <= 3 * gen::kLongestShortCopy; ++size) {
         SCOPED_TRACE(size);
         std::string text;
         for (size_t i = 0; i < size; ++i)
@@ -32,7 +32,7 @@ TEST(ShortCopy, Copies_every_size_and_touches_nothing_beyond_it) {
 }
 
 TEST(ShortCopy, Copies_a_text_with_its_NUL_behind_itself) {
-    for (size_t length = 0; length <= gen::longest_short_copy + 1; ++length) {
+    for (size_t length = 0; length <= gen::kLongestShortCopy + 1; ++length) {
         SCOPED_TRACE(length);
         const std::string text(length, 'x');
         std::string storage = text + std::string(length + 2, '.');

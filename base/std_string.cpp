@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr unsigned format_step = 1024;   // characters that each try has more than the one before
-constexpr unsigned format_bound = 32767; // a try with this much room or more is the last
+constexpr unsigned kFormatStep = 1024;   // characters that each try has more than the one before
+constexpr unsigned kFormatBound = 32767; // a try with this much room or more is the last
 
 } // namespace
 
@@ -31,7 +31,7 @@ void CStdString::format(const char* format, ...) {
 void CStdString::vformat(const char* format, va_list arguments) {
     if (!format)
         format = "";
-    unsigned limit = sum(gen::text_length(format), format_step);
+    unsigned limit = sum(gen::text_length(format), kFormatStep);
     // In storage of its own, which replaces the old text only when all has gone well.
     gen::array<char> text(capacity() > limit + 1 ? capacity() : limit + 1);
     text.resize(limit + 1);
@@ -41,9 +41,9 @@ void CStdString::vformat(const char* format, va_list arguments) {
         va_copy(once, arguments);
         result = gen::bounded_format(text.data(), limit, format, once);
         va_end(once);
-        if (result != -1 || limit >= format_bound)
+        if (result != -1 || limit >= kFormatBound)
             break;
-        limit += format_step;
+        limit += kFormatStep;
         text.resize(limit + 1);
     }
     const unsigned length = result != -1 ? static_cast<unsigned>(result) : gen::text_length(text.data());

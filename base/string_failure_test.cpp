@@ -19,14 +19,14 @@ struct Operation {
     std::function<void(CStdString&)> run;
 };
 
-const Operation operations[] = {
+const Operation kOperations[] = {
     {"assign", 1, [](CStdString& s) { s = kLong.c_str(); }},
     {"assign_characters", 1, [](CStdString& s) { s.assign(kLong.data(), 100); }},
     {"copy_assign", 1, [](CStdString& s) { s = CStdString(kLong.c_str()); }},
     {"copy_assign_from_another", 1,
      [](CStdString& s) {
-         static const CStdString other(kLong.c_str());
-         s = other;
+         static const CStdString kOther(kLong.c_str());
+         s = kOther;
      }},
     {"copy", 1, [](CStdString& s) { CStdString copy(s); }},
     {"make", 1, [](CStdString&) { CStdString fresh; }},
@@ -48,7 +48,7 @@ const Operation operations[] = {
 };
 
 TEST(StringFailure, Out_of_memory_at_any_allocation_leaves_the_string_as_it_was) {
-    for (const Operation& operation : operations) {
+    for (const Operation& operation : kOperations) {
         SCOPED_TRACE(operation.name);
         unsigned n = 1;
         for (;; ++n) {

@@ -10,13 +10,13 @@ namespace {
 
 // A word that holds 1 in each of its characters.
 template <typename T>
-constexpr size_t ones = ~static_cast<size_t>(0) / ((1ULL << (8 * sizeof(T))) - 1);
+constexpr size_t kOnes = ~static_cast<size_t>(0) / ((1ULL << (8 * sizeof(T))) - 1);
 
 size_t spread(char character) {
-    return ones<char> * static_cast<unsigned char>(character);
+    return kOnes<char> * static_cast<unsigned char>(character);
 }
 size_t spread(unsigned short character) {
-    return ones<unsigned short> * character;
+    return kOnes<unsigned short> * character;
 }
 
 template <typename T>
@@ -30,9 +30,9 @@ size_t load(const T* at) {
 // highest bit is clear before the subtraction and set after it.
 template <typename T>
 bool has_zero(size_t word) {
-    constexpr size_t highest = ones<T> << (8 * sizeof(T) - 1);
-    const size_t lowered = word - ones<T>;
-    return (lowered & ~word & highest) != 0;
+    constexpr size_t kHighest = kOnes<T> << (8 * sizeof(T) - 1);
+    const size_t lowered = word - kOnes<T>;
+    return (lowered & ~word & kHighest) != 0;
 }
 
 } // namespace
@@ -56,13 +56,13 @@ int find_text(const T* text, unsigned length, const T* pattern, unsigned pattern
                memcmp(place, pattern, pattern_length * sizeof(T)) == 0;
     };
 
-    constexpr unsigned characters = sizeof(size_t) / sizeof(T); // in a word
+    constexpr unsigned kCharacters = sizeof(size_t) / sizeof(T); // in a word
     const size_t first_wanted = spread(pattern[0]);
     const size_t last_wanted = spread(pattern[last]);
-    for (; static_cast<size_t>(end - at) >= characters; at += characters) {
+    for (; static_cast<size_t>(end - at) >= kCharacters; at += kCharacters) {
         if (!has_zero<T>((load(at) ^ first_wanted) | (load(at + last) ^ last_wanted)))
             continue;
-        for (unsigned i = 0; i < characters; ++i) {
+        for (unsigned i = 0; i < kCharacters; ++i) {
             if (is_match(at + i))
                 return static_cast<int>(at + i - text);
         }

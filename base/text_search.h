@@ -17,7 +17,7 @@ size_t measure(const unsigned short* text);
 template <typename T>
 inline unsigned text_length(const T* text) {
     const size_t length = text ? measure(text) : 0;
-    if (length >= base_array::max_bytes / sizeof(T))
+    if (length >= base_array::kMaxBytes / sizeof(T))
         throw_out_of_memory();
     return static_cast<unsigned>(length);
 }

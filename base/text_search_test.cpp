@@ -50,7 +50,7 @@ struct FindCase {
     int expected;
 };
 
-const FindCase find_cases[] = {
+const FindCase kFindCases[] = {
     {"first_of_several", "abcabc", "bc", 0, 1},
     {"from_a_match_on", "abcabc", "bc", 1, 1},
     {"behind_a_match", "abcabc", "bc", 2, 4},
@@ -76,7 +76,7 @@ const FindCase find_cases[] = {
 };
 
 TEST(FindText, Finds_the_first_match_and_reads_nothing_outside) {
-    for (const FindCase& test : find_cases) {
+    for (const FindCase& test : kFindCases) {
         SCOPED_TRACE(test.name);
         EXPECT_EQ(test.expected, guarded_find<char>(test.text, test.pattern, test.from));
         EXPECT_EQ(test.expected, guarded_find<unsigned short>(test.text, test.pattern, test.from));

@@ -15,8 +15,8 @@ enum WideRegisters : unsigned {
 // Whether the system keeps these registers when it switches threads; without it they must not be used.
 // features: what CPUID leaf 1 gives in ECX.
 inline bool system_keeps(WideRegisters registers, unsigned features) {
-    constexpr unsigned system_uses_xsave = 1u << 27;
-    if (!(features & system_uses_xsave))
+    constexpr unsigned kSystemUsesXsave = 1u << 27;
+    if (!(features & kSystemUsesXsave))
         return false;
     unsigned low, high;
     __asm__ volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
@@ -30,7 +30,7 @@ inline bool system_keeps(WideRegisters registers, unsigned features) {
 // without it the host's SSE code took 1.3 (Zen 5) to 2.4 times (Zen 4) as long after a screenshot.
 inline void leave_wide_registers() {
 #if defined(__i386__)
-    constexpr unsigned upper_parts = registers_of_avx512 & ~3u;
+    constexpr unsigned kUpperParts = registers_of_avx512 & ~3u;
     struct alignas(64) {
         uint32_t legacy[128];
         uint64_t saved_components[8]; // none: all that are restored get their initial state
@@ -40,7 +40,7 @@ inline void leave_wide_registers() {
     __asm__ volatile("stmxcsr %1\n\t" // is restored along with the upper halves of YMM
                      "xrstor %0"
                      : "+m"(area), "=m"(area.legacy[6])
-                     : "a"(upper_parts), "d"(0));
+                     : "a"(kUpperParts), "d"(0));
 #endif
 }
 

@@ -51,7 +51,7 @@ void print_line(const char* row, double work, const char* contestant, double med
 
 void take_turns(const char* row, double work, const Contestant* contestants, unsigned count, unsigned rounds,
                 unsigned repeats) {
-    static double times[8][most_rounds];
+    static double times[8][kMostRounds];
     for (unsigned i = 0; i < count; ++i)
         turn(contestants[i], repeats);
     for (unsigned round = 0; round < rounds; ++round)

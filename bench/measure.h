@@ -4,7 +4,7 @@
 
 namespace bench {
 
-constexpr unsigned most_rounds = 1001;
+constexpr unsigned kMostRounds = 1001;
 
 double now(); // milliseconds from some fixed moment
 

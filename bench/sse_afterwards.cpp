@@ -33,7 +33,7 @@ double time_of_sse_code() {
 } // namespace
 
 void measure_sse_afterwards(const char* row, double amount, void (*work)(), unsigned rounds) {
-    static double afterwards[most_rounds], undisturbed[most_rounds];
+    static double afterwards[kMostRounds], undisturbed[kMostRounds];
     for (unsigned round = 0; round < rounds; ++round) {
         Sleep(2); // another thread's turn ends what there was before
         undisturbed[round] = time_of_sse_code();

@@ -3,7 +3,7 @@
 #include "glib/module_contract.h"
 #include "glib/save_record.h"
 
-static const uint32_t formats[] = {0x044A5047u};
+static const uint32_t kFormats[] = {0x044A5047u};
 static const ModuleServices* services;
 
 ResultCode GLIB_CALL LoadJPGImageData(ImageDataExchange* image, VStream* stream, int32_t page_index) {
@@ -31,5 +31,5 @@ void GLIB_CALL GetFilterInfo(uint32_t request_kind, FilterInfoRequest* request) 
     services = request->services;
     request->interface_version = GLIB_INTERFACE_VERSION;
     request->format_count = 1;
-    request->formats = formats;
+    request->formats = kFormats;
 }

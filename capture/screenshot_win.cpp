@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr unsigned side = 512;  // pixels of the screenshot
-constexpr int area_correct = 1; // scale type of glib::Scale
-constexpr uint8_t jpeg_quality = 75;
-constexpr DWORD path_room = 1024; // characters that the temporary directory may have
+constexpr unsigned kSide = 512; // pixels of the screenshot
+constexpr int kAreaCorrect = 1; // scale type of glib::Scale
+constexpr uint8_t kJpegQuality = 75;
+constexpr DWORD kPathRoom = 1024; // characters that the temporary directory may have
 
 // Stops GDI+ at its end, also when an exception passes.
 struct GdiplusRun {
@@ -26,7 +26,7 @@ struct GdiplusRun {
 
 CStdString screenshot_path() {
     CStdString path;
-    win::temporary_folder(path.get_buffer(path_room), path_room);
+    win::temporary_folder(path.get_buffer(kPathRoom), kPathRoom);
     path.release_buffer();
     path.trim_right("\\");
     path += "\\screen_copy.jpg";
@@ -43,8 +43,8 @@ void grab_and_write(const CStdString& path) {
     const GdiplusRun gdiplus;
     film.SetSlideBitmap(0, bitmap.get());
     // What fails from here on shows in the file not being there.
-    film.Stretch(side, side, area_correct, true, 0, ~0u, false);
-    const glib::JPGSave options(jpeg_quality);
+    film.Stretch(kSide, kSide, kAreaCorrect, true, 0, ~0u, false);
+    const glib::JPGSave options(kJpegQuality);
     film.Save(path.c_str(), &options);
     DeleteObject(bitmap.release());
 }

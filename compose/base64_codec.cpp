@@ -8,15 +8,15 @@ namespace base64 {
 
 namespace {
 
-constexpr unsigned groups_per_line = line_length / 4;
+constexpr unsigned kGroupsPerLine = kLineLength / 4;
 
 // The bytes behind the last whole group, and the padding that every text ends in.
 void encode_rest(const unsigned char* data, unsigned rest, char* text) {
     if (rest > 0) {
         const unsigned bits = data[0] << 16 | (rest > 1 ? data[1] << 8 : 0);
-        *text++ = alphabet[bits >> 18];
-        *text++ = alphabet[bits >> 12 & 63];
-        *text++ = rest > 1 ? alphabet[bits >> 6 & 63] : '=';
+        *text++ = kAlphabet[bits >> 18];
+        *text++ = kAlphabet[bits >> 12 & 63];
+        *text++ = rest > 1 ? kAlphabet[bits >> 6 & 63] : '=';
     }
     *text = '=';
 }
@@ -25,20 +25,20 @@ void encode_rest(const unsigned char* data, unsigned rest, char* text) {
 
 unsigned long long encoded_length(unsigned size, LineBreak line_break) {
     const unsigned groups = size / 3;
-    const bool broken = line_break == LineBreak::once && groups >= groups_per_line;
+    const bool broken = line_break == LineBreak::once && groups >= kGroupsPerLine;
     return groups * 4ull + (broken ? 2 : 0) + (size % 3 ? 4 : 1);
 }
 
 void encode(const unsigned char* data, unsigned size, LineBreak line_break, char* text) {
     const auto encode_groups = fastest_kernels().encode;
     unsigned groups = size / 3;
-    if (line_break == LineBreak::once && groups >= groups_per_line) {
-        encode_groups(data, groups_per_line, text);
-        data += groups_per_line * 3;
-        text += line_length;
+    if (line_break == LineBreak::once && groups >= kGroupsPerLine) {
+        encode_groups(data, kGroupsPerLine, text);
+        data += kGroupsPerLine * 3;
+        text += kLineLength;
         *text++ = '\r';
         *text++ = '\n';
-        groups -= groups_per_line;
+        groups -= kGroupsPerLine;
     }
     encode_groups(data, groups, text);
     encode_rest(data + static_cast<size_t>(groups) * 3, size % 3, text + static_cast<size_t>(groups) * 4);
@@ -46,19 +46,19 @@ void encode(const unsigned char* data, unsigned size, LineBreak line_break, char
 
 constexpr DecodeTable::DecodeTable() : values() {
     for (unsigned char& value : values)
-        value = outside_alphabet;
+        value = kOutsideAlphabet;
     for (unsigned char value = 0; value < 64; ++value)
-        values[static_cast<unsigned char>(alphabet[value])] = value;
-    values['\t'] = values['\n'] = values['\r'] = values[' '] = skipped;
+        values[static_cast<unsigned char>(kAlphabet[value])] = value;
+    values['\t'] = values['\n'] = values['\r'] = values[' '] = kSkipped;
 }
-constinit const DecodeTable decode_table;
+constinit const DecodeTable kDecodeTable;
 
 // Long clean stretches go through the fast loop. What stops it - padding, a character to skip, a foreign one, the end -
 // is left to the exact reading of one group, after which the fast loop takes over again.
 Decoded decode(const unsigned char table[256], const unsigned char* text, unsigned length, unsigned char* bytes) {
     const unsigned char* const end = text + length;
     unsigned char* out = bytes;
-    const bool standard = memcmp(table, decode_table.values, sizeof(decode_table.values)) == 0;
+    const bool standard = memcmp(table, kDecodeTable.values, sizeof(kDecodeTable.values)) == 0;
     const bool padding_stops = table['='] > 63; // "=" ends the text even where the table has a value for it
     const auto decode_groups = fastest_kernels().decode;
     const auto written = [&] { return static_cast<unsigned>(out - bytes); };
@@ -79,9 +79,9 @@ Decoded decode(const unsigned char table[256], const unsigned char* text, unsign
             const unsigned char character = *text++;
             if (character == '=') {
                 padded = true;
-            } else if (table[character] == outside_alphabet) {
+            } else if (table[character] == kOutsideAlphabet) {
                 return {0, DecodeEnd::malformed};
-            } else if (table[character] != skipped) {
+            } else if (table[character] != kSkipped) {
                 values[symbols++] = table[character];
             }
         }

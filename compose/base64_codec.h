@@ -6,7 +6,7 @@
 
 namespace base64 {
 
-constexpr unsigned line_length = 72; // characters before the one line break
+constexpr unsigned kLineLength = 72; // characters before the one line break
 
 enum class LineBreak {
     none,
@@ -20,14 +20,14 @@ unsigned long long encoded_length(unsigned size, LineBreak line_break);
 void encode(const unsigned char* data, unsigned size, LineBreak line_break, char* text);
 
 // What a decode table holds for a character: its value, or one of these.
-constexpr unsigned char skipped = 0xFE;          // tab, line feed, carriage return and blank
-constexpr unsigned char outside_alphabet = 0xFF; // "=" too: the decoder looks at it before it looks it up
+constexpr unsigned char kSkipped = 0xFE;         // tab, line feed, carriage return and blank
+constexpr unsigned char kOutsideAlphabet = 0xFF; // "=" too: the decoder looks at it before it looks it up
 
 struct DecodeTable {
     unsigned char values[256];
     constexpr DecodeTable();
 };
-extern const DecodeTable decode_table; // that of the alphabet
+extern const DecodeTable kDecodeTable; // that of the alphabet
 
 // Bytes of room that decode() needs for so many characters.
 constexpr unsigned decoded_room(unsigned length) {

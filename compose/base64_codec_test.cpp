@@ -43,7 +43,7 @@ std::string encoded(const std::string& text, LineBreak line_break = LineBreak::o
     return encoded(Bytes(text.begin(), text.end()), line_break);
 }
 
-Outcome decoded(const std::string& text, const unsigned char table[256] = base64::decode_table.values) {
+Outcome decoded(const std::string& text, const unsigned char table[256] = base64::kDecodeTable.values) {
     const GuardedCopy<unsigned char> input(Bytes(text.begin(), text.end()));
     const unsigned room = base64::decoded_room(text.size());
     Bytes bytes(room + 1, '#');
@@ -100,7 +100,7 @@ TEST(Base64DecodeTable, Holds_the_values_the_characters_to_skip_and_nothing_else
     for (unsigned character = 0; character < 256; ++character) {
         const std::size_t value = alphabet.find(static_cast<char>(character));
         const bool skipped = character == 9 || character == 10 || character == 13 || character == 32;
-        EXPECT_EQ(base64::decode_table.values[character], skipped ? 0xFE : value == std::string::npos ? 0xFF : value);
+        EXPECT_EQ(base64::kDecodeTable.values[character], skipped ? 0xFE : value == std::string::npos ? 0xFF : value);
     }
 }
 
@@ -117,7 +117,7 @@ TEST_P(Base64Decode, Gives) {
     EXPECT_EQ(base64_reference::decoded(GetParam().text), GetParam().outcome) << "the reference itself";
 }
 
-const Outcome malformed = {"", DecodeEnd::malformed};
+const Outcome kMalformed = {"", DecodeEnd::malformed};
 
 INSTANTIATE_TEST_SUITE_P(
     Table, Base64Decode,
@@ -132,14 +132,14 @@ INSTANTIATE_TEST_SUITE_P(
                     DecodeCase{"what_stood_before_padding_whatever_follows", "YWI=*junk", {"ab", DecodeEnd::padding}},
                     DecodeCase{"bytes_across_skipped_characters", "Y W\tJ\r\nj", {"abc", DecodeEnd::end_of_text}},
                     DecodeCase{"bytes_across_a_skip_before_padding", "YWI \r\n=", {"ab", DecodeEnd::padding}},
-                    DecodeCase{"failure_for_a_line_end_behind_the_last_group", "YWJj\r\n", malformed},
-                    DecodeCase{"failure_for_a_lone_blank", " ", malformed},
-                    DecodeCase{"failure_for_a_cut_group", "YW", malformed},
-                    DecodeCase{"failure_for_a_cut_group_behind_whole_ones", "YWJjYWJjY", malformed},
-                    DecodeCase{"failure_for_an_asterisk", "YW*j", malformed},
-                    DecodeCase{"failure_for_an_asterisk_behind_whole_groups", "YWJjYWJj*===", malformed},
-                    DecodeCase{"failure_for_a_NUL", std::string("YWJ\0", 4), malformed},
-                    DecodeCase{"failure_for_a_letter_of_another_alphabet", "YWJ\xEA", malformed}),
+                    DecodeCase{"failure_for_a_line_end_behind_the_last_group", "YWJj\r\n", kMalformed},
+                    DecodeCase{"failure_for_a_lone_blank", " ", kMalformed},
+                    DecodeCase{"failure_for_a_cut_group", "YW", kMalformed},
+                    DecodeCase{"failure_for_a_cut_group_behind_whole_ones", "YWJjYWJjY", kMalformed},
+                    DecodeCase{"failure_for_an_asterisk", "YW*j", kMalformed},
+                    DecodeCase{"failure_for_an_asterisk_behind_whole_groups", "YWJjYWJj*===", kMalformed},
+                    DecodeCase{"failure_for_a_NUL", std::string("YWJ\0", 4), kMalformed},
+                    DecodeCase{"failure_for_a_letter_of_another_alphabet", "YWJ\xEA", kMalformed}),
     [](const testing::TestParamInfo<DecodeCase>& info) { return info.param.name; });
 
 TEST(Base64DecodeRoundTrip, Gives_back_the_bytes_of_every_size) {
@@ -172,7 +172,7 @@ TEST(Base64DecodeRoundTrip, Decodes_in_place) {
         const Bytes bytes = noise(size);
         std::string text = base64_reference::encoded(bytes, LineBreak::once);
         unsigned char* const place = reinterpret_cast<unsigned char*>(&text[0]);
-        const base64::Decoded result = base64::decode(base64::decode_table.values, place, text.size(), place);
+        const base64::Decoded result = base64::decode(base64::kDecodeTable.values, place, text.size(), place);
         ASSERT_EQ(result.size, size);
         EXPECT_EQ(std::memcmp(place, bytes.data(), size), 0) << size << " bytes";
     }
@@ -180,11 +180,11 @@ TEST(Base64DecodeRoundTrip, Decodes_in_place) {
 
 TEST(Base64DecodeRoundTrip, Follows_a_table_of_the_callers) {
     unsigned char table[256];
-    std::memcpy(table, base64::decode_table.values, sizeof(table));
+    std::memcpy(table, base64::kDecodeTable.values, sizeof(table));
     std::swap(table['+'], table['-']);
     EXPECT_EQ(decoded("++++"), (Outcome{"\xFB\xEF\xBE", DecodeEnd::end_of_text}));
     EXPECT_EQ(decoded("----", table), (Outcome{"\xFB\xEF\xBE", DecodeEnd::end_of_text}));
-    EXPECT_EQ(decoded("++++", table), malformed);
+    EXPECT_EQ(decoded("++++", table), kMalformed);
     table['='] = 5;
     EXPECT_EQ(decoded("YWJj====", table), (Outcome{"abc", DecodeEnd::padding}));
 }
@@ -192,7 +192,7 @@ TEST(Base64DecodeRoundTrip, Follows_a_table_of_the_callers) {
 // Only the bits that have a place in a byte go into it.
 TEST(Base64DecodeRoundTrip, Takes_six_bits_of_a_value_of_the_callers_that_has_more) {
     unsigned char table[256];
-    std::memcpy(table, base64::decode_table.values, sizeof(table));
+    std::memcpy(table, base64::kDecodeTable.values, sizeof(table));
     table['!'] = 0xC0 | 1;
     table['?'] = 0x40;
     EXPECT_EQ(decoded("AAAA", table), (Outcome{std::string(3, '\0'), DecodeEnd::end_of_text}));
@@ -204,10 +204,10 @@ TEST(Base64DecodeRoundTrip, Takes_six_bits_of_a_value_of_the_callers_that_has_mo
 class Base64Kernels : public testing::TestWithParam<unsigned> {
 protected:
     void SetUp() override {
-        if (!kernels.available())
-            GTEST_SKIP() << "this processor lacks " << kernels.name;
+        if (!m_kernels.available())
+            GTEST_SKIP() << "this processor lacks " << m_kernels.name;
     }
-    const base64::Kernels& kernels = base64::kernel_sets[GetParam()];
+    const base64::Kernels& m_kernels = base64::kKernelSets[GetParam()];
 };
 
 TEST_P(Base64Kernels, Encode_every_number_of_groups_and_touch_nothing_else) {
@@ -215,7 +215,7 @@ TEST_P(Base64Kernels, Encode_every_number_of_groups_and_touch_nothing_else) {
         const Bytes bytes = noise(groups * 3);
         const GuardedCopy<unsigned char> data(bytes);
         std::string text(groups * 4 + 2, '#');
-        kernels.encode(data.data(), groups, &text[1]);
+        m_kernels.encode(data.data(), groups, &text[1]);
         std::string expected = base64_reference::encoded(bytes, LineBreak::none);
         expected.back() = '#';
         EXPECT_EQ(text, "#" + expected) << groups << " groups";
@@ -223,16 +223,16 @@ TEST_P(Base64Kernels, Encode_every_number_of_groups_and_touch_nothing_else) {
 }
 
 TEST_P(Base64Kernels, Encode_every_value_in_every_place) {
-    constexpr unsigned groups = 120;
+    constexpr unsigned kGroups = 120;
     for (unsigned place = 0; place < 4; ++place) {
         for (unsigned value = 0; value < 64; ++value) {
             const unsigned bits = value << (18 - 6 * place);
             Bytes bytes;
-            for (unsigned group = 0; group < groups; ++group)
+            for (unsigned group = 0; group < kGroups; ++group)
                 bytes.insert(bytes.end(), {static_cast<unsigned char>(bits >> 16),
                                            static_cast<unsigned char>(bits >> 8), static_cast<unsigned char>(bits)});
-            std::string text(groups * 4, '#');
-            kernels.encode(bytes.data(), groups, &text[0]);
+            std::string text(kGroups * 4, '#');
+            m_kernels.encode(bytes.data(), kGroups, &text[0]);
             EXPECT_EQ(text + "=", base64_reference::encoded(bytes, LineBreak::none));
         }
     }
@@ -248,7 +248,7 @@ TEST_P(Base64Kernels, Decode_up_to_the_first_group_that_is_not_clean) {
             text[spoilt] = '=';
         const GuardedCopy<unsigned char> input(Bytes(text.begin(), text.end()));
         Bytes out(groups * 3 + 2, '#');
-        ASSERT_EQ(kernels.decode(input.data(), groups, out.data()), spoilt / 4);
+        ASSERT_EQ(m_kernels.decode(input.data(), groups, out.data()), spoilt / 4);
         EXPECT_EQ(std::memcmp(out.data(), bytes.data(), spoilt / 4 * 3), 0) << "spoilt at " << spoilt;
         EXPECT_EQ(out.back(), '#');
     }
@@ -260,8 +260,8 @@ TEST_P(Base64Kernels, Take_exactly_the_characters_of_the_alphabet) {
             std::string text(32, 'A');
             text[place] = static_cast<char>(character);
             unsigned char bytes[25];
-            const unsigned done = kernels.decode(reinterpret_cast<const unsigned char*>(text.data()), 8, bytes);
-            const unsigned value = base64::decode_table.values[character];
+            const unsigned done = m_kernels.decode(reinterpret_cast<const unsigned char*>(text.data()), 8, bytes);
+            const unsigned value = base64::kDecodeTable.values[character];
             ASSERT_EQ(done, value < 64 ? 8 : place / 4) << "character " << character << " in place " << place;
             if (value < 64) {
                 const unsigned char* const group = bytes + place / 4 * 3;
@@ -272,9 +272,9 @@ TEST_P(Base64Kernels, Take_exactly_the_characters_of_the_alphabet) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Base64Kernels, testing::Range(0u, base64::kernel_set_count),
+INSTANTIATE_TEST_SUITE_P(All, Base64Kernels, testing::Range(0u, base64::kKernelSetCount),
                          [](const testing::TestParamInfo<unsigned>& info) {
-                             return std::string(base64::kernel_sets[info.param].name);
+                             return std::string(base64::kKernelSets[info.param].name);
                          });
 
 } // namespace

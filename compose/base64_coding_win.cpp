@@ -11,7 +11,7 @@ namespace {
 // What is reserved for the text of so many bytes: a third more, and something for breaks that are no longer made.
 int text_room(int length, int extra_per_line, int extra) {
     const long long groups = length * 4ll / 3;
-    const long long room = groups + extra + extra_per_line * ((groups + 1) / base64::line_length);
+    const long long room = groups + extra + extra_per_line * ((groups + 1) / base64::kLineLength);
     if (room > INT_MAX)
         gen::throw_out_of_memory();
     return static_cast<int>(room);
@@ -22,8 +22,8 @@ int text_room(int length, int extra_per_line, int extra) {
 CBase64Coding::~CBase64Coding() = default;
 
 void CBase64Coding::BuildDecodeTable() {
-    static_assert(sizeof(m_table) == sizeof(base64::decode_table.values));
-    memcpy(m_table, base64::decode_table.values, sizeof(m_table));
+    static_assert(sizeof(m_table) == sizeof(base64::kDecodeTable.values));
+    memcpy(m_table, base64::kDecodeTable.values, sizeof(m_table));
 }
 
 int CBase64Coding::Decode(const CString& text, CByteArray& bytes) {

@@ -19,7 +19,7 @@ bool pairs_made;
 
 void make_pairs() {
     for (unsigned i = 0; i < 4096; ++i)
-        pairs[i] = static_cast<uint16_t>(alphabet[i >> 6] | alphabet[i & 63] << 8);
+        pairs[i] = static_cast<uint16_t>(kAlphabet[i >> 6] | kAlphabet[i & 63] << 8);
     __atomic_store_n(&pairs_made, true, __ATOMIC_RELEASE);
 }
 
@@ -41,13 +41,13 @@ bool always() {
 
 } // namespace
 
-const Kernels kernel_sets[] = {
+const Kernels kKernelSets[] = {
 #if defined(__i386__) || defined(__x86_64__)
     {"ssse3", ssse3::available, ssse3::encode, ssse3::decode},
 #endif
     {"plain", always, plain::encode, plain::decode},
 };
-const unsigned kernel_set_count = sizeof(kernel_sets) / sizeof(kernel_sets[0]);
+const unsigned kKernelSetCount = sizeof(kKernelSets) / sizeof(kKernelSets[0]);
 
 const Kernels& fastest_kernels() {
     // Kept, because a virtual machine may take tens of microseconds to answer what its processor has. Threads that meet
@@ -55,7 +55,7 @@ const Kernels& fastest_kernels() {
     static const Kernels* fastest;
     const Kernels* found = __atomic_load_n(&fastest, __ATOMIC_RELAXED);
     if (!found) {
-        for (found = kernel_sets; !found->available();)
+        for (found = kKernelSets; !found->available();)
             ++found;
         __atomic_store_n(&fastest, found, __ATOMIC_RELAXED);
     }
@@ -77,7 +77,7 @@ void plain::encode(const unsigned char* data, unsigned groups, char* text) {
 }
 
 unsigned plain::decode(const unsigned char* text, unsigned groups, unsigned char* bytes) {
-    return decode_by_table(decode_table.values, text, groups, bytes);
+    return decode_by_table(kDecodeTable.values, text, groups, bytes);
 }
 
 unsigned decode_by_table(const unsigned char table[256], const unsigned char* text, unsigned groups,

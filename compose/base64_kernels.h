@@ -4,7 +4,7 @@
 
 namespace base64 {
 
-inline constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+inline constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 struct Kernels {
     const char* name;
@@ -19,8 +19,8 @@ struct Kernels {
 };
 
 // Every set that was built, the fastest first; the last one, "plain", runs everywhere.
-extern const Kernels kernel_sets[];
-extern const unsigned kernel_set_count;
+extern const Kernels kKernelSets[];
+extern const unsigned kKernelSetCount;
 
 // The first set that is available. Found out at the first call; any thread may call it.
 const Kernels& fastest_kernels();

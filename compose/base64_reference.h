@@ -24,7 +24,7 @@ inline void PrintTo(const Outcome& outcome, std::ostream* out) {
         *out << ' ' << static_cast<unsigned>(byte);
 }
 
-inline const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+inline const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 inline std::string encoded(const Bytes& bytes, base64::LineBreak line_break) {
     std::string text;
@@ -33,13 +33,13 @@ inline std::string encoded(const Bytes& bytes, base64::LineBreak line_break) {
         for (int bit = 7; bit >= 0; --bit) {
             bits = bits << 1 | (byte >> bit & 1);
             if (++count == 6) {
-                text += alphabet[bits];
+                text += kAlphabet[bits];
                 bits = count = 0;
             }
         }
     }
     if (count)
-        text += alphabet[bits << (6 - count)];
+        text += kAlphabet[bits << (6 - count)];
     const char* const paddings[] = {"=", "==", "="};
     if (line_break == base64::LineBreak::once && bytes.size() >= 54)
         text.insert(72, "\r\n");
@@ -49,14 +49,14 @@ inline std::string encoded(const Bytes& bytes, base64::LineBreak line_break) {
 // With a table of the caller's, if one is given, instead of the alphabet.
 inline Outcome decoded(const std::string& text, const unsigned char* table = nullptr) {
     using base64::DecodeEnd;
-    constexpr int blank = 0xFE, foreign = 0xFF;
+    constexpr int kBlank = 0xFE, kForeign = 0xFF;
     const auto value_of = [table](char character) {
         if (table)
             return static_cast<int>(table[static_cast<unsigned char>(character)]);
         if (std::string(" \t\r\n").find(character) != std::string::npos)
-            return blank;
-        const std::size_t value = alphabet.find(character);
-        return value == std::string::npos ? foreign : static_cast<int>(value);
+            return kBlank;
+        const std::size_t value = kAlphabet.find(character);
+        return value == std::string::npos ? kForeign : static_cast<int>(value);
     };
     std::string bytes;
     std::size_t at = 0;
@@ -71,9 +71,9 @@ inline Outcome decoded(const std::string& text, const unsigned char* table = nul
                 const char character = text[at++];
                 if (character == '=') {
                     padded = true;
-                } else if (value_of(character) == foreign) {
+                } else if (value_of(character) == kForeign) {
                     return {"", DecodeEnd::malformed};
-                } else if (value_of(character) != blank) {
+                } else if (value_of(character) != kBlank) {
                     symbol = value_of(character);
                     break;
                 }

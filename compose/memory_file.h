@@ -37,9 +37,9 @@ public:
 
     // The first byte asked for; null when closed.
     unsigned char* GetData() const { return m_data; }
-    unsigned GetDataLength() const { return m_dataLength; } // bytes
+    unsigned GetDataLength() const { return m_data_length; } // bytes
     // Bytes mapped: the data and those before it up to a multiple of the allocation granularity.
-    unsigned GetViewLength() const { return m_viewLength; }
+    unsigned GetViewLength() const { return m_view_length; }
 
 private:
     struct MappingTraits {
@@ -58,12 +58,12 @@ private:
     win::UniqueHandle<MappingTraits> m_mapping;
     win::UniqueHandle<ViewTraits> m_view;
     unsigned char* m_data = nullptr;
-    CString m_fileName;
+    CString m_file_name;
     unsigned m_granularity; // what the start of a view is a multiple of
-    unsigned m_dataLength = 0;
-    unsigned m_viewLength = 0;
-    unsigned long long m_fileSize = 0;
-    unsigned m_mappedLength = 0;
+    unsigned m_data_length = 0;
+    unsigned m_view_length = 0;
+    unsigned long long m_file_size = 0;
+    unsigned m_mapped_length = 0;
 };
 
 #ifdef _MSC_VER

@@ -53,17 +53,17 @@ void CMemoryFile::Close() {
     m_view.reset();
     m_mapping.reset();
     m_data = nullptr;
-    m_fileName.Empty();
-    m_dataLength = m_viewLength = m_mappedLength = 0;
-    m_fileSize = 0;
+    m_file_name.Empty();
+    m_data_length = m_view_length = m_mapped_length = 0;
+    m_file_size = 0;
 }
 
 bool CMemoryFile::Flush() {
-    return m_view && FlushViewOfFile(m_view.get(), m_viewLength);
+    return m_view && FlushViewOfFile(m_view.get(), m_view_length);
 }
 
 void CMemoryFile::GetFileName(CString& name) {
-    name = m_fileName;
+    name = m_file_name;
 }
 
 int CMemoryFile::Open(const char* path, unsigned flags, unsigned long long offset, unsigned length, void* base) {
@@ -82,10 +82,10 @@ int CMemoryFile::Open(const char* path, unsigned flags, unsigned long long offse
         return 0;
     const DWORD protection = flags ? PAGE_READWRITE : PAGE_READONLY;
     const DWORD access = flags ? FILE_MAP_WRITE : FILE_MAP_READ;
-    if (!get_size(file.m_hFile, m_fileSize) || offset > m_fileSize)
+    if (!get_size(file.m_hFile, m_file_size) || offset > m_file_size)
         return 0;
     if (length == 0) {
-        const unsigned long long rest = m_fileSize - offset;
+        const unsigned long long rest = m_file_size - offset;
         length = rest > 0xFFFFFFFF ? 0xFFFFFFFF : static_cast<unsigned>(rest);
     }
 
@@ -105,9 +105,9 @@ int CMemoryFile::Open(const char* path, unsigned flags, unsigned long long offse
         Close();
         return 0;
     }
-    m_fileName = name;
-    m_dataLength = m_mappedLength = length;
-    m_viewLength = view_length;
+    m_file_name = name;
+    m_data_length = m_mapped_length = length;
+    m_view_length = view_length;
     m_data = static_cast<unsigned char*>(m_view.get()) + slack;
     return 1;
 }

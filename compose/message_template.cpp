@@ -10,7 +10,7 @@ namespace compose {
 
 namespace {
 
-constexpr char message_form[] = "To: \"{To}\" \r\n"
+constexpr char kMessageForm[] = "To: \"{To}\" \r\n"
                                 "Reply-To: \r\n" // the mail program fills in the sender
                                 "From: \r\n"
                                 "Subject: {Subject}\r\n"
@@ -31,7 +31,7 @@ constexpr char message_form[] = "To: \"{To}\" \r\n"
                                 "{TextBody}\r\n"
                                 "\r\n" SEPARATOR "{AttachmentPart}";
 
-constexpr char attachment_form[] = "Content-Type: file;\r\n"
+constexpr char kAttachmentForm[] = "Content-Type: file;\r\n"
                                    "\tname=\"{FileName}\"\r\n"
                                    "Content-Transfer-Encoding: base64\r\n"
                                    "Content-Disposition: attachment;\r\n"
@@ -39,8 +39,8 @@ constexpr char attachment_form[] = "Content-Type: file;\r\n"
                                    "\r\n"
                                    "{AttachmentBody}\r\n" SEPARATOR;
 
-constexpr char body_placeholder[] = "{AttachmentBody}";
-constexpr unsigned body_placeholder_length = sizeof(body_placeholder) - 1;
+constexpr char kBodyPlaceholder[] = "{AttachmentBody}";
+constexpr unsigned kBodyPlaceholderLength = sizeof(kBodyPlaceholder) - 1;
 
 void fill_name(CStdString& text, const char* file_name) {
     text.replace_all("{FileName}", file_name);
@@ -53,14 +53,14 @@ void append_filled(CStdString& target, const CStdString& form, const Attachment&
     const auto line_break = base64::LineBreak::once;
     const unsigned long long encoded = base64::encoded_length(attachment.size, line_break);
     unsigned long long wanted = target.length() + form.length() + 1ull;
-    for (int hit = 0; (hit = form.find(body_placeholder, hit)) >= 0; hit += body_placeholder_length)
-        wanted += encoded - body_placeholder_length;
-    if (wanted > gen::base_array::max_bytes)
+    for (int hit = 0; (hit = form.find(kBodyPlaceholder, hit)) >= 0; hit += kBodyPlaceholderLength)
+        wanted += encoded - kBodyPlaceholderLength;
+    if (wanted > gen::base_array::kMaxBytes)
         gen::throw_out_of_memory();
     target.grow(static_cast<unsigned>(wanted));
 
     unsigned from = 0;
-    for (int hit; (hit = form.find(body_placeholder, from)) >= 0; from = hit + body_placeholder_length) {
+    for (int hit; (hit = form.find(kBodyPlaceholder, from)) >= 0; from = hit + kBodyPlaceholderLength) {
         target.append(form.c_str() + from, hit - from);
         base64::encode(attachment.data, attachment.size, line_break, target.extend(static_cast<unsigned>(encoded)));
     }
@@ -70,16 +70,16 @@ void append_filled(CStdString& target, const CStdString& form, const Attachment&
 } // namespace
 
 CStdString message_text(const MessageFields& fields, const Attachment* attachment) {
-    CStdString text(message_form);
+    CStdString text(kMessageForm);
     text.replace_all("{Date}", fields.date);
     text.replace_all("{Time}", fields.time);
     text.replace_all("{To}", fields.recipient);
     text.replace_all("{Subject}", fields.subject);
     text.replace_all("{TextBody}", fields.body);
-    text.replace_all("{AttachmentPart}", attachment ? attachment_form : nullptr);
+    text.replace_all("{AttachmentPart}", attachment ? kAttachmentForm : nullptr);
     fill_name(text, attachment ? attachment->file_name : nullptr);
     if (!attachment) {
-        text.replace_all(body_placeholder, nullptr);
+        text.replace_all(kBodyPlaceholder, nullptr);
         return text;
     }
     CStdString filled;
@@ -88,7 +88,7 @@ CStdString message_text(const MessageFields& fields, const Attachment* attachmen
 }
 
 void append_attachment(CStdString& message, const Attachment& attachment) {
-    CStdString part(attachment_form);
+    CStdString part(kAttachmentForm);
     fill_name(part, attachment.file_name);
     append_filled(message, part, attachment);
 }

@@ -36,16 +36,16 @@ std::string text_of(const compose::MessageFields& fields, const compose::Attachm
     return std::string(text.c_str(), text.length());
 }
 
-const compose::MessageFields plain = {"Subj", "Line one\nLine two\n", "who@example.com", "Sunday, 15, 06", "07:05:09"};
+const compose::MessageFields kPlain = {"Subj", "Line one\nLine two\n", "who@example.com", "Sunday, 15, 06", "07:05:09"};
 
 TEST(MessageText, Without_an_attachment_ends_with_the_separator_behind_the_text) {
-    EXPECT_EQ(text_of(plain),
+    EXPECT_EQ(text_of(kPlain),
               expected_message("who@example.com", "Subj", "Sunday, 15, 06 07:05:09", "Line one\nLine two\n"));
 }
 
 TEST(MessageText, With_an_attachment_goes_on_with_its_part) {
     const compose::Attachment abc = attachment("notes.txt", "abc");
-    EXPECT_EQ(text_of(plain, &abc),
+    EXPECT_EQ(text_of(kPlain, &abc),
               expected_message("who@example.com", "Subj", "Sunday, 15, 06 07:05:09", "Line one\nLine two\n") +
                   expected_part("notes.txt", "YWJj="));
 }
@@ -58,19 +58,19 @@ TEST(MessageText, Null_fields_are_empty) {
 }
 
 TEST(MessageText, Line_ends_of_the_body_stay_as_they_are) {
-    compose::MessageFields fields = plain;
+    compose::MessageFields fields = kPlain;
     fields.body = "a\nb\r\nc\rd";
     EXPECT_NE(text_of(fields).find("\r\n\r\na\nb\r\nc\rd\r\n\r\n"), std::string::npos);
 }
 
 TEST(MessageText, Bytes_above_127_pass) {
-    compose::MessageFields fields = plain;
+    compose::MessageFields fields = kPlain;
     fields.body = "Thank you,\xEE\n";
     EXPECT_NE(text_of(fields).find("Thank you,\xEE\n"), std::string::npos);
 }
 
 TEST(MessageText, Placeholders_in_a_field_are_filled_by_those_that_come_later) {
-    compose::MessageFields fields = plain;
+    compose::MessageFields fields = kPlain;
     fields.recipient = "{Date}{To}{Subject}";
     fields.subject = "{To}{TextBody}";
     fields.body = "{Subject}{TextBody}|{AttachmentPart}{FileName}{AttachmentTitle}{AttachmentBody}|";
@@ -81,7 +81,7 @@ TEST(MessageText, Placeholders_in_a_field_are_filled_by_those_that_come_later) {
 }
 
 TEST(MessageText, Attachment_placeholders_in_the_body_are_filled_too) {
-    compose::MessageFields fields = plain;
+    compose::MessageFields fields = kPlain;
     fields.body = "[{FileName}|{AttachmentTitle}|{AttachmentBody}]";
     const compose::Attachment abc = attachment("notes.txt", "abc");
     EXPECT_EQ(text_of(fields, &abc),
@@ -94,7 +94,7 @@ TEST(MessageText, Attachment_placeholders_in_the_body_are_filled_too) {
 }
 
 TEST(MessageText, Braces_that_are_no_placeholder_stay) {
-    compose::MessageFields fields = plain;
+    compose::MessageFields fields = kPlain;
     fields.body = "{ {} {to} {To {FileName {{Nothing}} }";
     EXPECT_EQ(text_of(fields), expected_message("who@example.com", "Subj", "Sunday, 15, 06 07:05:09",
                                                 "{ {} {to} {To {FileName {{Nothing}} }"));
@@ -104,7 +104,7 @@ TEST(MessageText, Replaces_many_placeholders_of_a_large_body) {
     std::string body;
     for (int i = 0; i < 20000; ++i)
         body += "{FileName}.";
-    compose::MessageFields fields = plain;
+    compose::MessageFields fields = kPlain;
     fields.body = body.c_str();
     EXPECT_NE(text_of(fields).find("\r\n\r\n" + std::string(20000, '.') + "\r\n\r\n"), std::string::npos);
 }

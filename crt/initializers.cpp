@@ -4,15 +4,15 @@
 
 typedef void (*Initializer)();
 
-__attribute__((section(".CRT$XCA"), used)) static const Initializer first_initializer = nullptr;
-__attribute__((section(".CRT$XCZ"), used)) static const Initializer last_initializer = nullptr;
+__attribute__((section(".CRT$XCA"), used)) static const Initializer kFirstInitializer = nullptr;
+__attribute__((section(".CRT$XCZ"), used)) static const Initializer kLastInitializer = nullptr;
 
 namespace crt {
 
 void run_initializers() {
     // The marks are variables of their own to the compiler, so the pointer is hidden from its bounds reasoning.
-    const Initializer* entry = &first_initializer;
-    const Initializer* end = &last_initializer;
+    const Initializer* entry = &kFirstInitializer;
+    const Initializer* end = &kLastInitializer;
     __asm__ volatile("" : "+r"(entry), "+r"(end));
     for (; entry != end; ++entry)
         if (*entry)

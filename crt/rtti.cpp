@@ -11,8 +11,8 @@ void type_info_destructor() {}
 
 extern "C" {
 
-extern void (*const type_info_table[])() __asm__("??_7type_info@@6B@");
-void (*const type_info_table[])() = {type_info_destructor};
+extern void (*const kTypeInfoTable[])() __asm__("??_7type_info@@6B@");
+void (*const kTypeInfoTable[])() = {type_info_destructor};
 
 // Reached when an exception meets a noexcept function.
 [[noreturn]] void __std_terminate() {

@@ -4,13 +4,13 @@
 
 namespace {
 
-extern "C" FILE* const imported_streams __asm__("__imp___iob");
+extern "C" FILE* const kImportedStreams __asm__("__imp___iob");
 
 FILE* __cdecl stream_of(unsigned index) {
-    return imported_streams + index;
+    return kImportedStreams + index;
 }
 
 } // namespace
 
-extern "C" FILE*(__cdecl* const stream_function)(unsigned)__asm__("__imp____acrt_iob_func");
-extern "C" FILE*(__cdecl* const stream_function)(unsigned) = stream_of;
+extern "C" FILE*(__cdecl* const kStreamFunction)(unsigned)__asm__("__imp____acrt_iob_func");
+extern "C" FILE*(__cdecl* const kStreamFunction)(unsigned) = stream_of;

@@ -28,16 +28,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::abort();
 
     const std::string characters(input.begin(), input.end());
-    compare_decoded(input, base64::decode_table.values, base64_reference::decoded(characters));
+    compare_decoded(input, base64::kDecodeTable.values, base64_reference::decoded(characters));
     unsigned char table[256];
-    std::memcpy(table, base64::decode_table.values, sizeof(table));
+    std::memcpy(table, base64::kDecodeTable.values, sizeof(table));
     for (std::size_t i = 0; i + 1 < size && i < 16; i += 2)
         table[data[i]] = data[i + 1];
     compare_decoded(input, table, base64_reference::decoded(characters, table));
 
-    for (unsigned i = 0; i < base64::kernel_set_count && base64::kernel_sets[i].available(); ++i) {
+    for (unsigned i = 0; i < base64::kKernelSetCount && base64::kKernelSets[i].available(); ++i) {
         std::string groups(size / 3 * 4, '\0');
-        base64::kernel_sets[i].encode(input.data(), size / 3, groups.data());
+        base64::kKernelSets[i].encode(input.data(), size / 3, groups.data());
         const std::string unbroken = base64_reference::encoded(input, base64::LineBreak::none);
         if (unbroken.compare(0, groups.size(), groups) != 0)
             std::abort();

@@ -30,7 +30,7 @@ struct Folder {
 
     std::string name = "/tmp/multipart_fuzz.XXXXXX";
 };
-const Folder folder;
+const Folder kFolder;
 
 std::string start_of(int part, const std::string& path) {
     const CStdString header = part_header(static_cast<Part>(part), path.c_str());
@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const char* arguments[part_count];
     for (int i = 0; i < part_count; ++i) {
         const std::size_t length = i + 1 < part_count ? rest.size() * data[i + 1] / 256 : rest.size();
-        paths[i] = folder.file(i);
+        paths[i] = kFolder.file(i);
         if (data[0] >> i & 1) {
             contents[i] = rest.substr(0, length);
             std::FILE* const file = std::fopen(paths[i].c_str(), "wb");

@@ -32,8 +32,8 @@ struct Input {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input in = {data, size};
-    static const unsigned depths[] = {1, 4, 8, 24, 32};
-    const unsigned bpp = depths[in.byte() % 5];
+    static const unsigned kDepths[] = {1, 4, 8, 24, 32};
+    const unsigned bpp = kDepths[in.byte() % 5];
     const int type = in.byte() % 3;
     const unsigned width = in.side(), height = in.side(), to_width = in.side(), to_height = in.side();
     if (static_cast<uint64_t>(width) * height + static_cast<uint64_t>(to_width) * to_height > 200000)

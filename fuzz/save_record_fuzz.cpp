@@ -21,11 +21,11 @@ void require(bool holds) {
 }
 
 void GLIB_CALL describe(std::uint32_t, glib::FilterInfoRequest* request) {
-    static const std::uint32_t formats[] = {glib::EFormat_JPG};
+    static const std::uint32_t kFormats[] = {glib::EFormat_JPG};
     g_services = request->services;
     request->interface_version = GLIB_INTERFACE_VERSION;
     request->format_count = 1;
-    request->formats = formats;
+    request->formats = kFormats;
 }
 glib::ResultCode GLIB_CALL load(glib::ImageDataExchange*, VStream*, std::int32_t) {
     return glib::BADT;

@@ -6,9 +6,9 @@ namespace glib {
 
 namespace {
 
-constexpr BlendMode g_modes[] = {blend_norm, blend_diss, blend_dark, blend_mul,  blend_scrn, blend_over, blend_lite,
-                                 blend_diff, blend_hue,  blend_sat,  blend_colr, blend_lum,  blend_hLit, blend_sLit,
-                                 blend_add,  blend_sub,  blend_div,  blend_excl, blend_smas, blend_gams};
+constexpr BlendMode kModes[] = {blend_norm, blend_diss, blend_dark, blend_mul,  blend_scrn, blend_over, blend_lite,
+                                blend_diff, blend_hue,  blend_sat,  blend_colr, blend_lum,  blend_hLit, blend_sLit,
+                                blend_add,  blend_sub,  blend_div,  blend_excl, blend_smas, blend_gams};
 
 int product(int a, int b) {
     return (a * b + 127) / 255;
@@ -155,7 +155,7 @@ void mask_pixel(BlendMode mode, const RGB32& upper, RGB32& lower) {
 } // namespace
 
 bool is_blend_mode(uint32_t code) {
-    for (BlendMode mode : g_modes)
+    for (BlendMode mode : kModes)
         if (mode == code)
             return true;
     return false;

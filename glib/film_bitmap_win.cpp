@@ -58,7 +58,7 @@ void make_opaque(Raster& raster) {
 bool convert_from_16(const BitmapRows& rows, Raster& raster) {
     if (!raster.CreateUnbounded(rows.width, rows.height, 24))
         return false;
-    ChannelMasks masks = masks_555;
+    ChannelMasks masks = kMasks555;
     if (rows.info.header.biCompression == BI_BITFIELDS) {
         // The masks stand where the palette would.
         uint32_t given[3];

@@ -18,7 +18,7 @@ Slide* FilmBody::AppendPage() {
 }
 
 Slide* FilmBody::TargetPage(unsigned index, bool* is_new) {
-    *is_new = index == all_pages || m_pages.empty();
+    *is_new = index == kAllPages || m_pages.empty();
     if (*is_new)
         return AppendPage();
     return index < m_pages.size() ? m_pages[index] : nullptr;
@@ -44,7 +44,7 @@ void FilmBody::TellEnd() {
     if (!m_callback)
         return;
     FilmProgress progress = {"", 0, 0, 1};
-    tell(progress, FilmProgress::finished);
+    tell(progress, FilmProgress::kFinished);
 }
 
 bool FilmBody::OnModuleProgress(uint32_t step, uint32_t total) {
@@ -70,7 +70,7 @@ unsigned FilmBody::Stretch(uint32_t width, uint32_t height, int scale_type, bool
     for (unsigned i = first; i < end && done; ++i)
         done = tell(progress, static_cast<int32_t>(i + 1)) &&
                m_pages[i]->Stretch(width, height, scale_type, fit_rect, all_layers) == RCOK;
-    tell(progress, FilmProgress::finished);
+    tell(progress, FilmProgress::kFinished);
     return done;
 }
 

@@ -22,7 +22,7 @@ struct LoadRequest {
 
 class FilmBody final : private ProgressSink {
 public:
-    static constexpr unsigned all_pages = ~0u;
+    static constexpr unsigned kAllPages = ~0u;
 
     FilmBody() { SetCurrentPage(-1); }
     FilmBody(const FilmBody&) = delete;

@@ -16,11 +16,11 @@ namespace {
 const ModuleServices* g_services;
 
 void GLIB_CALL describe(uint32_t, FilterInfoRequest* request) {
-    static const uint32_t formats[] = {EFormat_JPG, 0x24504E47};
+    static const uint32_t kFormats[] = {EFormat_JPG, 0x24504E47};
     g_services = request->services;
     request->interface_version = GLIB_INTERFACE_VERSION;
     request->format_count = 2;
-    request->formats = formats;
+    request->formats = kFormats;
 }
 ResultCode GLIB_CALL load(ImageDataExchange* image, VStream*, int32_t) {
     for (uint32_t bits : {24u, 8u, 32u})
@@ -99,7 +99,7 @@ struct Operation {
     std::function<bool(Document&)> run; // whether it succeeded
 };
 
-const Operation operations[] = {
+const Operation kOperations[] = {
     {"load", 30, [](Document& d) { return load_into(d, false, 0) == RCOK; }},
     {"append", 30, [](Document& d) { return load_into(d, true, 0) == RCOK; }},
     {"load_small", 30, [](Document& d) { return load_into(d, false, 5) == RCOK; }},
@@ -145,7 +145,7 @@ const Operation operations[] = {
 
 TEST(FilmFailure, Out_of_memory_at_any_allocation_leaves_the_document_as_it_was) {
     const DrawingPeriod drawing;
-    for (const Operation& operation : operations) {
+    for (const Operation& operation : kOperations) {
         SCOPED_TRACE(operation.name);
         unsigned n = 1;
         for (bool failed = true; failed; ++n) {

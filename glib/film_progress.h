@@ -8,7 +8,7 @@
 namespace glib {
 
 struct FilmProgress {
-    static constexpr int32_t finished = -2;
+    static constexpr int32_t kFinished = -2;
 
     gen::basic_string<char>
         text;         // of the operation: "load...", "save...", "stretch..."; empty at the end of a document

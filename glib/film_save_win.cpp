@@ -37,8 +37,8 @@ ResultCode write_file(FilmBody& body, const char* path, const BaseFormatDesc& op
 
 // Makes an empty file beside `path` whose name nobody has; without one the name is empty.
 CStdString claim_name_beside(const char* path) {
-    constexpr unsigned most_tries = 1000;
-    for (unsigned i = 0; i < most_tries; ++i) {
+    constexpr unsigned kMostTries = 1000;
+    for (unsigned i = 0; i < kMostTries; ++i) {
         CStdString name = CStdString(path) + ".new";
         if (i) {
             CStdString number;
@@ -129,7 +129,7 @@ ResultCode Film::SaveMemory(const BaseFormatDesc* options, void** buffer, uint32
 }
 
 void Film::FreeMemory(void* buffer) {
-    VMemStream::process_allocator.release(buffer);
+    VMemStream::kProcessAllocator.release(buffer);
 }
 
 } // namespace glib

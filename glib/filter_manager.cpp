@@ -13,9 +13,9 @@ namespace glib {
 
 namespace {
 
-constexpr unsigned altered_search_path = 8; // LOAD_WITH_ALTERED_SEARCH_PATH
-constexpr unsigned error_icon = 0x10;       // MB_ICONERROR
-constexpr unsigned max_formats = 256;       // of one module, as its contract says
+constexpr unsigned kAlteredSearchPath = 8; // LOAD_WITH_ALTERED_SEARCH_PATH
+constexpr unsigned kErrorIcon = 0x10;      // MB_ICONERROR
+constexpr unsigned kMaxFormats = 256;      // of one module, as its contract says
 
 } // namespace
 
@@ -69,18 +69,18 @@ void FilterManager::bind_all() {
 bool FilterManager::bind_module(const char* name) {
     const gen::basic_string<char> path = module_path(m_directory, name);
     gen::array<EFormat> formats;
-    formats.resize(max_formats);
+    formats.resize(kMaxFormats);
     m_modules.grow(m_modules.size() + 1); // all memory is taken before, so that a loaded module is never lost
-    void* module = m_loader.Load(path.c_str(), m_directory.empty() ? 0 : altered_search_path);
+    void* module = m_loader.Load(path.c_str(), m_directory.empty() ? 0 : kAlteredSearchPath);
     if (!module)
         return false;
     const auto get_info = reinterpret_cast<GetFilterInfoEntry>(m_loader.Find(module, "GetFilterInfo"));
     if (!get_info) {
-        MsgBox(nullptr, error_icon, "Bad format for '%s'", name);
+        MsgBox(nullptr, kErrorIcon, "Bad format for '%s'", name);
         m_loader.Free(module);
         return true;
     }
-    const unsigned count = call_get_info(get_info, formats.data(), max_formats);
+    const unsigned count = call_get_info(get_info, formats.data(), kMaxFormats);
     m_modules.add(module);
     bool serves = false;
     for (unsigned i = 0; i < count; ++i)
@@ -94,10 +94,10 @@ bool FilterManager::bind_module(const char* name) {
 
 bool FilterManager::bind_format(void* module, const char* module_name, EFormat format) {
     const auto entry = [&](const char* pattern) { return m_loader.Find(module, EntryName(pattern, format).text); };
-    const auto load = reinterpret_cast<LoadEntry>(entry(load_entry_pattern));
-    const auto info = reinterpret_cast<InfoEntry>(entry(info_entry_pattern));
+    const auto load = reinterpret_cast<LoadEntry>(entry(kLoadEntryPattern));
+    const auto info = reinterpret_cast<InfoEntry>(entry(kInfoEntryPattern));
     if (!load || !info) {
-        MsgBox(nullptr, error_icon, "Bad format for %s, '%s'", FormatName(format).text, module_name);
+        MsgBox(nullptr, kErrorIcon, "Bad format for %s, '%s'", FormatName(format).text, module_name);
         return false;
     }
     if (find(format))
@@ -106,8 +106,8 @@ bool FilterManager::bind_format(void* module, const char* module_name, EFormat f
     format_table(&rows);
     const FormatRow* row = find_format(format);
     const EFormat code = row ? row->code : format;
-    const auto save = reinterpret_cast<SaveEntry>(entry(save_entry_pattern));
-    const auto thumbnail = reinterpret_cast<ThumbnailEntry>(entry(thumbnail_entry_pattern));
+    const auto save = reinterpret_cast<SaveEntry>(entry(kSaveEntryPattern));
+    const auto thumbnail = reinterpret_cast<ThumbnailEntry>(entry(kThumbnailEntryPattern));
 
     Owner<ExtItem> item(new (std::nothrow)
                             ExtItem{module, load, info, thumbnail, save, static_cast<uint8_t>(code >> 24),

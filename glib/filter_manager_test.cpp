@@ -23,13 +23,13 @@ bool g_adds_page = true;
 
 template <uint32_t version, uint32_t... codes>
 void GLIB_CALL describe(uint32_t request_kind, FilterInfoRequest* request) {
-    static const uint32_t formats[] = {codes..., 0};
+    static const uint32_t kFormats[] = {codes..., 0};
     g_seen.request_kind = request_kind;
     g_seen.services = request->services;
     EXPECT_EQ(request->size, sizeof(FilterInfoRequest));
     request->interface_version = version;
     request->format_count = sizeof...(codes);
-    request->formats = formats;
+    request->formats = kFormats;
 }
 
 ResultCode GLIB_CALL load(ImageDataExchange* image, VStream*, int32_t page) {
@@ -75,58 +75,58 @@ protected:
         clear_recorded_boxes();
     }
     void TearDown() override {
-        if (manager_)
-            delete manager_;
-        EXPECT_EQ(loader.loaded, 0) << "modules are freed once each";
+        if (m_manager)
+            delete m_manager;
+        EXPECT_EQ(m_loader.loaded, 0) << "modules are freed once each";
     }
     FilterManager& manager() {
-        if (!manager_)
-            manager_ = new FilterManager(loader);
-        return *manager_;
+        if (!m_manager)
+            m_manager = new FilterManager(m_loader);
+        return *m_manager;
     }
     ResultCode load_as(uint32_t format) {
         ImageDataExchange image;
-        return manager().Load(static_cast<EFormat>(format), image, stream, -1);
+        return manager().Load(static_cast<EFormat>(format), image, m_stream, -1);
     }
 
-    FakeLoader loader;
-    VMemStream stream;
+    FakeLoader m_loader;
+    VMemStream m_stream;
 
 private:
-    FilterManager* manager_ = nullptr;
+    FilterManager* m_manager = nullptr;
 };
 
 TEST_F(FilterManagerTest, Starts_with_one_module_and_no_directory) {
-    loader.modules["fall.dll"] = jpeg_module();
+    m_loader.modules["fall.dll"] = jpeg_module();
     EXPECT_TRUE(manager().directory().empty());
     EXPECT_EQ(manager().names().size(), 1u);
-    EXPECT_TRUE(loader.loads.empty()) << "bound when a format is first needed";
+    EXPECT_TRUE(m_loader.loads.empty()) << "bound when a format is first needed";
     EXPECT_EQ(load_as(EFormat_JPG), RCOK);
-    EXPECT_EQ(loader.loads, (std::vector<FakeLoader::Call>{{"fall.dll", 0}}));
+    EXPECT_EQ(m_loader.loads, (std::vector<FakeLoader::Call>{{"fall.dll", 0}}));
     EXPECT_EQ(load_as(EFormat_JPG), RCOK);
-    EXPECT_EQ(loader.loads.size(), 1u) << "once";
+    EXPECT_EQ(m_loader.loads.size(), 1u) << "once";
     EXPECT_EQ(g_seen.request_kind, 0u);
     EXPECT_EQ(g_seen.services, &module_services());
 }
 
 TEST_F(FilterManagerTest, Loads_from_a_directory_with_the_altered_search_path) {
-    loader.modules["C:\\mods\\x.flt"] = jpeg_module();
+    m_loader.modules["C:\\mods\\x.flt"] = jpeg_module();
     manager().SetUp("C:\\mods\\", "x.flt\n");
     EXPECT_STREQ(manager().directory().c_str(), "C:\\mods");
     EXPECT_EQ(load_as(EFormat_JPG), RCOK);
-    EXPECT_EQ(loader.loads, (std::vector<FakeLoader::Call>{{"C:\\mods\\x.flt", 8}}));
+    EXPECT_EQ(m_loader.loads, (std::vector<FakeLoader::Call>{{"C:\\mods\\x.flt", 8}}));
 }
 
 TEST_F(FilterManagerTest, A_new_set_up_replaces_the_old_one) {
-    loader.modules["fall.dll"] = jpeg_module();
+    m_loader.modules["fall.dll"] = jpeg_module();
     EXPECT_EQ(load_as(EFormat_JPG), RCOK);
     manager().SetUp("C:\\none", "other\n");
-    EXPECT_EQ(loader.loaded, 0);
+    EXPECT_EQ(m_loader.loaded, 0);
     EXPECT_EQ(load_as(EFormat_JPG), UNSF);
     manager().SetUp("", "fall");
     EXPECT_TRUE(manager().directory().empty());
     EXPECT_EQ(load_as(EFormat_JPG), RCOK);
-    EXPECT_EQ(loader.loads.back(), (FakeLoader::Call{"fall.dll", 0}));
+    EXPECT_EQ(m_loader.loads.back(), (FakeLoader::Call{"fall.dll", 0}));
 }
 
 TEST_F(FilterManagerTest, A_module_that_is_not_there_is_passed_over_in_silence) {
@@ -138,33 +138,33 @@ TEST_F(FilterManagerTest, A_module_that_is_not_there_is_passed_over_in_silence) 
 TEST_F(FilterManagerTest, A_module_that_could_not_be_loaded_is_tried_again_at_the_next_need) {
     FakeModule other;
     other.with("GetFilterInfo", describe<0x800, kPng>).with("LoadPNGImageData", load).with("GetPNGFileInfo", info);
-    loader.modules["other.dll"] = other;
+    m_loader.modules["other.dll"] = other;
     manager().SetUp(nullptr, "fall\nother\n");
     EXPECT_EQ(load_as(EFormat_JPG), UNSF);
     EXPECT_EQ(load_as(kPng), RCOK);
-    EXPECT_EQ(loader.loaded, 1);
-    loader.modules["fall.dll"] = jpeg_module();
-    loader.loads.clear();
+    EXPECT_EQ(m_loader.loaded, 1);
+    m_loader.modules["fall.dll"] = jpeg_module();
+    m_loader.loads.clear();
     EXPECT_EQ(load_as(kPng), RCOK);
-    EXPECT_TRUE(loader.loads.empty()) << "what is there is not waited for";
+    EXPECT_TRUE(m_loader.loads.empty()) << "what is there is not waited for";
     EXPECT_EQ(load_as(EFormat_JPG), RCOK);
     EXPECT_EQ(manager().FormatCount(), 2u);
-    EXPECT_EQ(loader.loads.size(), 1u) << "once loaded, a module is not loaded again";
+    EXPECT_EQ(m_loader.loads.size(), 1u) << "once loaded, a module is not loaded again";
 }
 
 TEST_F(FilterManagerTest, A_module_that_was_refused_is_not_tried_again) {
-    loader.modules["mute.dll"].with("LoadJPGImageData", load);
-    loader.modules["old.dll"] = jpeg_module().with("GetFilterInfo", describe<0x7FF, EFormat_JPG>);
+    m_loader.modules["mute.dll"].with("LoadJPGImageData", load);
+    m_loader.modules["old.dll"] = jpeg_module().with("GetFilterInfo", describe<0x7FF, EFormat_JPG>);
     manager().SetUp(nullptr, "mute\nold\n");
     EXPECT_EQ(load_as(EFormat_JPG), UNSF);
     EXPECT_EQ(load_as(EFormat_JPG), UNSF);
-    EXPECT_EQ(loader.loads.size(), 2u);
+    EXPECT_EQ(m_loader.loads.size(), 2u);
     EXPECT_EQ(recorded_boxes().size(), 1u);
 }
 
 // Both arguments used to be read after the manager had freed them.
 TEST_F(FilterManagerTest, A_set_up_may_name_the_managers_own_directory_and_names) {
-    loader.modules["C:\\a directory of more than a few letters\\x.flt"] = jpeg_module();
+    m_loader.modules["C:\\a directory of more than a few letters\\x.flt"] = jpeg_module();
     manager().SetUp("C:\\a directory of more than a few letters", "x.flt\n");
     manager().SetUp(manager().directory().c_str(), manager().names()[0]);
     EXPECT_STREQ(manager().directory().c_str(), "C:\\a directory of more than a few letters");
@@ -174,23 +174,23 @@ TEST_F(FilterManagerTest, A_set_up_may_name_the_managers_own_directory_and_names
 }
 
 TEST_F(FilterManagerTest, A_module_without_its_discovery_entry_brings_up_a_box) {
-    loader.modules["fall.dll"].with("LoadJPGImageData", load);
+    m_loader.modules["fall.dll"].with("LoadJPGImageData", load);
     EXPECT_EQ(load_as(EFormat_JPG), UNSF);
     ASSERT_EQ(recorded_boxes().size(), 1u);
     EXPECT_EQ(recorded_boxes()[0].text, "Bad format for 'fall.dll'");
     EXPECT_EQ(recorded_boxes()[0].flags, 0x10u);
     EXPECT_EQ(recorded_boxes()[0].owner, nullptr);
-    EXPECT_EQ(loader.loaded, 0);
+    EXPECT_EQ(m_loader.loaded, 0);
     load_as(EFormat_JPG);
     EXPECT_EQ(recorded_boxes().size(), 1u) << "once per set-up";
 }
 
 TEST_F(FilterManagerTest, Another_interface_version_is_dropped_in_silence) {
     for (const auto entry : {describe<0x7FF, EFormat_JPG>, describe<0x801, EFormat_JPG>, describe<0, EFormat_JPG>}) {
-        loader.modules["fall.dll"] = jpeg_module().with("GetFilterInfo", entry);
+        m_loader.modules["fall.dll"] = jpeg_module().with("GetFilterInfo", entry);
         manager().SetUp(nullptr, "fall\n");
         EXPECT_EQ(load_as(EFormat_JPG), UNSF);
-        EXPECT_EQ(loader.loaded, 0);
+        EXPECT_EQ(m_loader.loaded, 0);
     }
     EXPECT_EQ(recorded_boxes().size(), 0u);
 }
@@ -203,7 +203,7 @@ TEST_F(FilterManagerTest, A_format_without_a_required_entry_brings_up_a_box_and_
             .with("LoadPNGImageData", load)
             .with("GetPNGFileInfo", info);
         module.entries.erase(missing);
-        loader.modules["C:\\m\\two.dll"] = module;
+        m_loader.modules["C:\\m\\two.dll"] = module;
         manager().SetUp("C:\\m", "two\n");
         EXPECT_EQ(load_as(kPng), UNSF);
         EXPECT_EQ(load_as(EFormat_JPG), RCOK);
@@ -214,30 +214,30 @@ TEST_F(FilterManagerTest, A_format_without_a_required_entry_brings_up_a_box_and_
 }
 
 TEST_F(FilterManagerTest, A_module_of_which_nothing_is_of_use_is_freed) {
-    loader.modules["fall.dll"].with("GetFilterInfo", describe<0x800, EFormat_JPG>);
+    m_loader.modules["fall.dll"].with("GetFilterInfo", describe<0x800, EFormat_JPG>);
     EXPECT_EQ(load_as(EFormat_JPG), UNSF);
-    EXPECT_EQ(loader.loaded, 0);
+    EXPECT_EQ(m_loader.loaded, 0);
 }
 
 TEST_F(FilterManagerTest, A_two_letter_format_has_no_blank_in_its_entries) {
-    loader.modules["fall.dll"]
+    m_loader.modules["fall.dll"]
         .with("GetFilterInfo", describe<0x800, kG3>)
         .with("LoadG3ImageData", load)
         .with("GetG3FileInfo", info);
     EXPECT_EQ(load_as(kG3), RCOK);
-    EXPECT_EQ(loader.asked, (std::vector<std::string>{"GetFilterInfo", "LoadG3ImageData", "GetG3FileInfo",
-                                                      "SaveG3ImageData", "LoadG3ImageThumbnail"}));
+    EXPECT_EQ(m_loader.asked, (std::vector<std::string>{"GetFilterInfo", "LoadG3ImageData", "GetG3FileInfo",
+                                                        "SaveG3ImageData", "LoadG3ImageThumbnail"}));
 }
 
 TEST_F(FilterManagerTest, A_format_without_save_or_thumbnail_says_so) {
-    loader.modules["fall.dll"]
+    m_loader.modules["fall.dll"]
         .with("GetFilterInfo", describe<0x800, EFormat_JPG>)
         .with("LoadJPGImageData", load)
         .with("GetJPGFileInfo", info);
     ImageDataExchange image;
     EXPECT_EQ(manager().CanSave(EFormat_JPG), NSUP);
-    EXPECT_EQ(manager().Save(EFormat_JPG, image, stream, JPGSave()), NSUP);
-    EXPECT_EQ(manager().Thumbnail(EFormat_JPG, image, stream, 10, 10), NSUP);
+    EXPECT_EQ(manager().Save(EFormat_JPG, image, m_stream, JPGSave()), NSUP);
+    EXPECT_EQ(manager().Thumbnail(EFormat_JPG, image, m_stream, 10, 10), NSUP);
     ASSERT_EQ(manager().FormatCount(), 1u);
     EXPECT_FALSE(manager().Format(0).can_save);
     EXPECT_FALSE(manager().Format(0).has_thumbnail);
@@ -245,7 +245,7 @@ TEST_F(FilterManagerTest, A_format_without_save_or_thumbnail_says_so) {
 }
 
 TEST_F(FilterManagerTest, Codes_are_compared_by_their_low_24_bits) {
-    loader.modules["fall.dll"] = jpeg_module().with("GetFilterInfo", describe<0x800, 0xFF4A5047>);
+    m_loader.modules["fall.dll"] = jpeg_module().with("GetFilterInfo", describe<0x800, 0xFF4A5047>);
     EXPECT_EQ(load_as(0x004A5047), RCOK);
     EXPECT_EQ(load_as(0x044A5047), RCOK);
     ASSERT_EQ(manager().FormatCount(), 1u);
@@ -254,41 +254,41 @@ TEST_F(FilterManagerTest, Codes_are_compared_by_their_low_24_bits) {
 }
 
 TEST_F(FilterManagerTest, Of_two_modules_with_one_format_the_first_counts) {
-    loader.modules["one.dll"] = jpeg_module();
-    loader.modules["two.dll"] = jpeg_module();
+    m_loader.modules["one.dll"] = jpeg_module();
+    m_loader.modules["two.dll"] = jpeg_module();
     manager().SetUp(nullptr, "one\ntwo\n");
     EXPECT_EQ(manager().FormatCount(), 1u);
-    EXPECT_EQ(loader.loaded, 1) << "the second serves nothing";
+    EXPECT_EQ(m_loader.loaded, 1) << "the second serves nothing";
     EXPECT_EQ(recorded_boxes().size(), 0u);
 }
 
 TEST_F(FilterManagerTest, The_entries_get_what_the_caller_gave) {
-    loader.modules["fall.dll"] = jpeg_module();
+    m_loader.modules["fall.dll"] = jpeg_module();
     ImageDataExchange image;
-    EXPECT_EQ(manager().Load(EFormat_JPG, image, stream, 5), RCOK);
+    EXPECT_EQ(manager().Load(EFormat_JPG, image, m_stream, 5), RCOK);
     EXPECT_EQ(g_seen.page, 5);
     ASSERT_EQ(image.pages.size(), 1u);
     EXPECT_EQ(image.pages[0]->width, 3u);
     ImageFileInfo found;
-    EXPECT_EQ(manager().Info(EFormat_JPG, stream, found), RCOK);
+    EXPECT_EQ(manager().Info(EFormat_JPG, m_stream, found), RCOK);
     EXPECT_EQ(found.width, 7u);
     EXPECT_EQ(found.format, uint32_t(EFormat_JPG));
-    EXPECT_EQ(manager().Thumbnail(EFormat_JPG, image, stream, 40, 30), RCOK);
+    EXPECT_EQ(manager().Thumbnail(EFormat_JPG, image, m_stream, 40, 30), RCOK);
     EXPECT_EQ(g_seen.width, 40u);
     EXPECT_EQ(g_seen.height, 30u);
     const JPGSave options(33);
-    EXPECT_EQ(manager().Save(EFormat_JPG, image, stream, options), RCOK);
+    EXPECT_EQ(manager().Save(EFormat_JPG, image, m_stream, options), RCOK);
     EXPECT_EQ(g_seen.options, &options);
 }
 
 TEST_F(FilterManagerTest, A_failed_load_leaves_no_pages) {
-    loader.modules["fall.dll"] = jpeg_module();
+    m_loader.modules["fall.dll"] = jpeg_module();
     for (ResultCode code : {BADI, BADT, OMEM, USRA, CFLT}) {
         g_answer = code;
         ImageDataExchange image;
-        EXPECT_EQ(manager().Load(EFormat_JPG, image, stream, -1), code);
+        EXPECT_EQ(manager().Load(EFormat_JPG, image, m_stream, -1), code);
         EXPECT_EQ(image.pages.size(), 0u);
-        EXPECT_EQ(manager().Thumbnail(EFormat_JPG, image, stream, 1, 1), code);
+        EXPECT_EQ(manager().Thumbnail(EFormat_JPG, image, m_stream, 1, 1), code);
         EXPECT_EQ(image.pages.size(), 0u);
     }
     g_answer = OKAF;
@@ -296,19 +296,19 @@ TEST_F(FilterManagerTest, A_failed_load_leaves_no_pages) {
 }
 
 TEST_F(FilterManagerTest, A_success_without_a_page_is_the_modules_fault) {
-    loader.modules["fall.dll"] = jpeg_module();
+    m_loader.modules["fall.dll"] = jpeg_module();
     g_adds_page = false;
     EXPECT_EQ(load_as(EFormat_JPG), CFLT);
 }
 
 TEST_F(FilterManagerTest, A_code_that_there_is_not_is_the_modules_fault) {
-    loader.modules["fall.dll"] = jpeg_module();
+    m_loader.modules["fall.dll"] = jpeg_module();
     g_answer = static_cast<ResultCode>(0x12345678);
     EXPECT_EQ(load_as(EFormat_JPG), CFLT);
 }
 
 TEST_F(FilterManagerTest, Options_switch_reading_and_writing_off) {
-    loader.modules["fall.dll"]
+    m_loader.modules["fall.dll"]
         .with("GetFilterInfo", describe<0x800, kEps, EFormat_JPG>)
         .with("LoadEPSImageData", load)
         .with("GetEPSFileInfo", info)
@@ -323,10 +323,10 @@ TEST_F(FilterManagerTest, Options_switch_reading_and_writing_off) {
     EXPECT_EQ(load_as(kEps), DISF);
     EXPECT_EQ(manager().CanSave(eps), RCOK);
     ImageDataExchange image;
-    EXPECT_EQ(manager().Thumbnail(eps, image, stream, 5, 5), DISF);
+    EXPECT_EQ(manager().Thumbnail(eps, image, m_stream, 5, 5), DISF);
     EXPECT_TRUE(manager().SetOption(eps, 'W', false));
     EXPECT_EQ(manager().CanSave(eps), DISF);
-    EXPECT_EQ(manager().Save(eps, image, stream, JPGSave()), DISF);
+    EXPECT_EQ(manager().Save(eps, image, m_stream, JPGSave()), DISF);
     EXPECT_TRUE(manager().SetOption(eps, 'R', true));
     EXPECT_EQ(load_as(kEps), RCOK);
     EXPECT_EQ(manager().CanSave(eps), DISF);
@@ -334,32 +334,32 @@ TEST_F(FilterManagerTest, Options_switch_reading_and_writing_off) {
 
 uint32_t g_magic; // the format whose module takes the data for its own
 template <uint32_t format>
-ResultCode GLIB_CALL picky_info(VStream* stream, ImageFileInfo*) {
-    stream->ReadByte(); // moves the stream, as a real module does
+ResultCode GLIB_CALL picky_info(VStream* m_stream, ImageFileInfo*) {
+    m_stream->ReadByte(); // moves the m_stream, as a real module does
     return g_magic == format ? g_answer : BADT;
 }
 
 TEST_F(FilterManagerTest, The_data_decides_which_format_it_is) {
-    loader.modules["fall.dll"]
+    m_loader.modules["fall.dll"]
         .with("GetFilterInfo", describe<0x800, kPng, EFormat_JPG>)
         .with("LoadPNGImageData", load)
         .with("GetPNGFileInfo", picky_info<kPng>)
         .with("LoadJPGImageData", load)
         .with("GetJPGFileInfo", picky_info<EFormat_JPG>);
-    stream.WriteString("xx data");
-    stream.SetPosition(3);
+    m_stream.WriteString("xx data");
+    m_stream.SetPosition(3);
     for (const char* name : {"a.png", "a.jpg", "a.JPEG", "jpg", "a.b\\c", "", static_cast<const char*>(nullptr)}) {
         EFormat found = EFormat_none;
         g_magic = EFormat_JPG;
-        EXPECT_EQ(manager().Detect(stream, name, &found), RCOK);
+        EXPECT_EQ(manager().Detect(m_stream, name, &found), RCOK);
         EXPECT_EQ(found, EFormat_JPG);
-        EXPECT_EQ(stream.Tell(), 3u);
+        EXPECT_EQ(m_stream.Tell(), 3u);
         g_magic = 0;
-        EXPECT_EQ(manager().Detect(stream, name, &found), UNSF);
+        EXPECT_EQ(manager().Detect(m_stream, name, &found), UNSF);
         EXPECT_EQ(found, EFormat_none);
         g_magic = kPng;
         g_answer = BADI;
-        EXPECT_EQ(manager().Detect(stream, name, &found), BADI) << "its own data, but damaged";
+        EXPECT_EQ(manager().Detect(m_stream, name, &found), BADI) << "its own data, but damaged";
         g_answer = RCOK;
     }
 }
@@ -374,7 +374,7 @@ ResultCode GLIB_CALL noting_info(VStream*, ImageFileInfo*) {
 
 TEST_F(FilterManagerTest, The_format_of_the_extension_is_asked_first) {
     constexpr uint32_t kTif = 0x24544946;
-    loader.modules["fall.dll"]
+    m_loader.modules["fall.dll"]
         .with("GetFilterInfo", describe<0x800, kPng, EFormat_JPG, kTif>)
         .with("LoadPNGImageData", load)
         .with("GetPNGFileInfo", noting_info<kPng>)
@@ -400,7 +400,7 @@ TEST_F(FilterManagerTest, The_format_of_the_extension_is_asked_first) {
     for (const auto& c : cases) {
         g_asked.clear();
         EFormat found;
-        EXPECT_EQ(manager().Detect(stream, c.name, &found), UNSF);
+        EXPECT_EQ(manager().Detect(m_stream, c.name, &found), UNSF);
         ASSERT_EQ(g_asked.size(), 3u) << "each once";
         EXPECT_EQ(g_asked[0], c.first) << c.name;
     }
@@ -411,15 +411,15 @@ void GLIB_CALL describe_nothing(uint32_t, FilterInfoRequest* request) {
     request->format_count = 1;
 }
 void GLIB_CALL describe_too_much(uint32_t, FilterInfoRequest* request) {
-    static const uint32_t formats[] = {EFormat_JPG};
+    static const uint32_t kFormats[] = {EFormat_JPG};
     request->interface_version = 0x800;
     request->format_count = 0xFFFFFFFF;
-    request->formats = formats;
+    request->formats = kFormats;
 }
 
 TEST_F(FilterManagerTest, A_module_whose_list_of_formats_cant_be_is_dropped) {
     for (const auto describe_badly : {describe_nothing, describe_too_much}) {
-        loader.modules["fall.dll"] = jpeg_module().with("GetFilterInfo", describe_badly);
+        m_loader.modules["fall.dll"] = jpeg_module().with("GetFilterInfo", describe_badly);
         manager().SetUp(nullptr, "fall.dll\n");
         EXPECT_EQ(manager().FormatCount(), 0u);
     }
@@ -427,7 +427,7 @@ TEST_F(FilterManagerTest, A_module_whose_list_of_formats_cant_be_is_dropped) {
 
 TEST_F(FilterManagerTest, A_format_that_nobody_has_heard_of_is_the_modules_own) {
     constexpr uint32_t kUnheard = 0x24585858;
-    loader.modules["fall.dll"]
+    m_loader.modules["fall.dll"]
         .with("GetFilterInfo", describe<0x800, kUnheard>)
         .with("LoadXXXImageData", load)
         .with("GetXXXFileInfo", info);

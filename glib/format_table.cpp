@@ -4,14 +4,14 @@ namespace glib {
 
 namespace {
 
-constexpr FormatOption g_read_write[] = {{'R', "Enable read"}, {'W', "Enable write"}};
+constexpr FormatOption kReadWrite[] = {{'R', "Enable read"}, {'W', "Enable write"}};
 
 constexpr EFormat code(uint32_t top, const char (&name)[4]) {
     return static_cast<EFormat>(top << 24 | name_bits(format_from_name(name)));
 }
 
 // clang-format off
-constexpr FormatRow g_rows[] = {
+constexpr FormatRow kRows[] = {
     {code(0x70, "FLM"), 0, nullptr, "Torvex Film"},
     {code(0x24, "BMP"), 0, nullptr, "Windows Bitmap"},
     {code(0x32, "GIF"), 0, nullptr, "Compuserve GIF"},
@@ -75,8 +75,8 @@ constexpr FormatRow g_rows[] = {
     {code(0x80, "WPG"), 0, nullptr, "WordPerfect Graphics"},
     {code(0x80, "DXF"), 0, nullptr, "Drawing Interchange Format"},
     {code(0x80, "HPG"), 0, nullptr, "HP Graphic Language"},
-    {code(0x90, "EPS"), 2, g_read_write, "Encapsulated Post Script"},
-    {code(0x90, "PDF"), 2, g_read_write, "Portable Document Format"},
+    {code(0x90, "EPS"), 2, kReadWrite, "Encapsulated Post Script"},
+    {code(0x90, "PDF"), 2, kReadWrite, "Portable Document Format"},
     {code(0x80, "SNP"), 0, nullptr, "Microsoft Access SNAP file"},
     {code(0x80, "CGM"), 0, nullptr, "Computer Graphics Metafile"},
     {code(0x00, "PIC"), 0, nullptr, "Softimage PIC"},
@@ -93,18 +93,18 @@ constexpr FormatRow g_rows[] = {
 };
 // clang-format on
 
-constexpr unsigned row_count = sizeof(g_rows) / sizeof(g_rows[0]);
+constexpr unsigned kRowCount = sizeof(kRows) / sizeof(kRows[0]);
 
 } // namespace
 
 unsigned format_table(const FormatRow** rows) {
     if (rows)
-        *rows = g_rows;
-    return row_count;
+        *rows = kRows;
+    return kRowCount;
 }
 
 const FormatRow* find_format(EFormat format) {
-    for (const FormatRow& row : g_rows)
+    for (const FormatRow& row : kRows)
         if (same_format(row.code, format))
             return &row;
     return nullptr;

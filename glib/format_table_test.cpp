@@ -35,7 +35,7 @@ struct ExpectedRow {
 };
 
 // clang-format off
-const ExpectedRow expected_rows[] = {
+const ExpectedRow kExpectedRows[] = {
     {"FLM", 0x70, "Torvex Film", false},
     {"BMP", 0x24, "Windows Bitmap", false},
     {"GIF", 0x32, "Compuserve GIF", false},
@@ -119,9 +119,9 @@ const ExpectedRow expected_rows[] = {
 
 TEST(FormatTable, Each_row_holds_the_code_and_the_name_that_others_rely_on) {
     const FormatRow* rows = nullptr;
-    ASSERT_EQ(format_table(&rows), std::size(expected_rows));
-    for (unsigned i = 0; i < std::size(expected_rows); ++i) {
-        const ExpectedRow& expected = expected_rows[i];
+    ASSERT_EQ(format_table(&rows), std::size(kExpectedRows));
+    for (unsigned i = 0; i < std::size(kExpectedRows); ++i) {
+        const ExpectedRow& expected = kExpectedRows[i];
         std::string letters = expected.short_name;
         letters.resize(3, ' ');
         const auto letter = [&](unsigned k) { return static_cast<uint32_t>(static_cast<unsigned char>(letters[k])); };

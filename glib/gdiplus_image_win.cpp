@@ -8,7 +8,7 @@ namespace glib {
 
 namespace {
 
-constexpr Gdiplus::PixelFormat format_32bpp_argb = 0x26200A;
+constexpr Gdiplus::PixelFormat kFormat32bppArgb = 0x26200A;
 
 // Owns the graphics object that draws on an image.
 class Graphics {
@@ -34,7 +34,7 @@ bool wrap(Canvas& canvas, GdiplusImage& image) {
     const int32_t width = static_cast<int32_t>(canvas.width()), height = static_cast<int32_t>(canvas.height());
     Gdiplus::GpBitmap* bitmap = nullptr;
     if (!gdiplus_period() || !width ||
-        gdiplus_api().CreateBitmapFromScan0(width, height, width * 4, format_32bpp_argb,
+        gdiplus_api().CreateBitmapFromScan0(width, height, width * 4, kFormat32bppArgb,
                                             reinterpret_cast<BYTE*>(canvas.row(0)), &bitmap) != Gdiplus::Ok)
         return false;
     return image.Take(bitmap);

@@ -91,22 +91,22 @@ uint64_t GLIB_CALL size(VStream* stream) {
     return stream ? stream->Size() : 0;
 }
 
-const ModuleServices g_services = {sizeof(ModuleServices),
-                                   GLIB_INTERFACE_VERSION,
-                                   add_page,
-                                   page_count,
-                                   page,
-                                   progress,
-                                   read,
-                                   write,
-                                   seek,
-                                   tell,
-                                   size};
+const ModuleServices kServices = {sizeof(ModuleServices),
+                                  GLIB_INTERFACE_VERSION,
+                                  add_page,
+                                  page_count,
+                                  page,
+                                  progress,
+                                  read,
+                                  write,
+                                  seek,
+                                  tell,
+                                  size};
 
 } // namespace
 
 const ModuleServices& module_services() {
-    return g_services;
+    return kServices;
 }
 
 } // namespace glib

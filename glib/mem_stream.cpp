@@ -6,7 +6,7 @@
 
 #include "base/bounded_format.h"
 
-const VMemStream::Callbacks VMemStream::process_allocator = {malloc, free, realloc};
+const VMemStream::Callbacks VMemStream::kProcessAllocator = {malloc, free, realloc};
 
 VMemStream::VMemStream(uint32_t step, uint32_t capacity, const Callbacks& callbacks)
     : m_buffer(nullptr), m_size(0), m_position(0), m_step(step), m_capacity(0), m_fixed(growable), m_end_of_data(0),
@@ -19,7 +19,7 @@ VMemStream::VMemStream(uint32_t step, uint32_t capacity, const Callbacks& callba
 
 VMemStream::VMemStream(void* buffer, uint32_t size)
     : m_buffer(static_cast<uint8_t*>(buffer)), m_size(buffer ? size : 0), m_position(0), m_step(0), m_capacity(m_size),
-      m_fixed(fixed), m_end_of_data(0), m_error(0), m_callbacks(process_allocator) {}
+      m_fixed(fixed), m_end_of_data(0), m_error(0), m_callbacks(kProcessAllocator) {}
 
 VMemStream::VMemStream(const void* buffer, uint32_t size) : VMemStream(const_cast<void*>(buffer), size) {
     m_fixed = fixed_for_reading;

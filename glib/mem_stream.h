@@ -17,14 +17,14 @@ public:
         Reallocate reallocate; // may be null: growth then allocates, copies and frees
     };
     // The C runtime's malloc, free and realloc.
-    static const Callbacks process_allocator;
+    static const Callbacks kProcessAllocator;
 
-    static constexpr uint32_t default_step = 65535; // bytes
+    static constexpr uint32_t kDefaultStep = 65535; // bytes
 
     // An empty stream that grows by at least `step` bytes at a time, with `capacity` bytes allocated at once. If there
     // is no memory for them the stream begins empty and tries again at the first write.
-    explicit VMemStream(uint32_t step = default_step, uint32_t capacity = 0,
-                        const Callbacks& callbacks = process_allocator);
+    explicit VMemStream(uint32_t step = kDefaultStep, uint32_t capacity = 0,
+                        const Callbacks& callbacks = kProcessAllocator);
     // A stream over `size` bytes of the caller's, which must outlive it: it never grows and never changes its size.
     VMemStream(void* buffer, uint32_t size);
     // The same for reading alone: writes move no bytes.

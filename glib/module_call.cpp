@@ -12,10 +12,10 @@ bool guarded(Call call) {
     return call_guarded([](void* context) { (*static_cast<Call*>(context))(); }, &call);
 }
 
-constexpr ResultCode g_codes[] = {RCOK, OKAF, IERR, UNSF, NSUP, BADA, BADI, BADT, DISF, CFLT, OMEM, USRA, MISS, TMNS};
+constexpr ResultCode kCodes[] = {RCOK, OKAF, IERR, UNSF, NSUP, BADA, BADI, BADT, DISF, CFLT, OMEM, USRA, MISS, TMNS};
 
 ResultCode known(ResultCode code) {
-    for (const ResultCode each : g_codes)
+    for (const ResultCode each : kCodes)
         if (code == each)
             return code;
     return CFLT;

@@ -37,18 +37,18 @@ void ModuleList::Add(const char* list) {
 }
 
 void ModuleList::add_name(const char* name, size_t length) {
-    static const char extension[] = ".dll";
+    static const char kExtension[] = ".dll";
     char** names = static_cast<char**>(realloc(static_cast<void*>(m_names), (m_count + 1) * sizeof(char*)));
     if (!names)
         throw gen::genlib_out_of_memory();
     m_names = names;
-    char* copy = static_cast<char*>(malloc(length + sizeof(extension)));
+    char* copy = static_cast<char*>(malloc(length + sizeof(kExtension)));
     if (!copy)
         throw gen::genlib_out_of_memory();
     memcpy(copy, name, length);
     copy[length] = 0;
     if (!memchr(name, '.', length))
-        strcpy(copy + length, extension);
+        strcpy(copy + length, kExtension);
     m_names[m_count++] = copy;
 }
 

@@ -38,10 +38,10 @@ gen::basic_string<char> module_directory(const char* directory);
 gen::basic_string<char> module_path(const gen::basic_string<char>& directory, const char* name);
 
 // The entries of a module, by their names' pattern.
-constexpr char load_entry_pattern[] = "Load%sImageData";
-constexpr char info_entry_pattern[] = "Get%sFileInfo";
-constexpr char thumbnail_entry_pattern[] = "Load%sImageThumbnail";
-constexpr char save_entry_pattern[] = "Save%sImageData";
+constexpr char kLoadEntryPattern[] = "Load%sImageData";
+constexpr char kInfoEntryPattern[] = "Get%sFileInfo";
+constexpr char kThumbnailEntryPattern[] = "Load%sImageThumbnail";
+constexpr char kSaveEntryPattern[] = "Save%sImageData";
 
 // An entry name of the format.
 struct EntryName {

@@ -85,11 +85,11 @@ TEST(ModulePath, Is_the_bare_name_without_a_directory) {
 }
 
 TEST(EntryName, Is_formed_from_the_short_name) {
-    EXPECT_STREQ(EntryName(load_entry_pattern, EFormat_JPG).text, "LoadJPGImageData");
-    EXPECT_STREQ(EntryName(info_entry_pattern, EFormat_JPG).text, "GetJPGFileInfo");
-    EXPECT_STREQ(EntryName(thumbnail_entry_pattern, EFormat_JPG).text, "LoadJPGImageThumbnail");
-    EXPECT_STREQ(EntryName(save_entry_pattern, EFormat_JPG).text, "SaveJPGImageData");
-    EXPECT_STREQ(EntryName(load_entry_pattern, static_cast<EFormat>(0x00473320)).text, "LoadG3ImageData");
+    EXPECT_STREQ(EntryName(kLoadEntryPattern, EFormat_JPG).text, "LoadJPGImageData");
+    EXPECT_STREQ(EntryName(kInfoEntryPattern, EFormat_JPG).text, "GetJPGFileInfo");
+    EXPECT_STREQ(EntryName(kThumbnailEntryPattern, EFormat_JPG).text, "LoadJPGImageThumbnail");
+    EXPECT_STREQ(EntryName(kSaveEntryPattern, EFormat_JPG).text, "SaveJPGImageData");
+    EXPECT_STREQ(EntryName(kLoadEntryPattern, static_cast<EFormat>(0x00473320)).text, "LoadG3ImageData");
 }
 
 } // namespace

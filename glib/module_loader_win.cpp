@@ -23,8 +23,8 @@ public:
 FilterManager& filter_manager() {
     static SystemLoader loader;
     alignas(FilterManager) static unsigned char storage[sizeof(FilterManager)];
-    static FilterManager* const manager = new (storage) FilterManager(loader);
-    return *manager;
+    static FilterManager* const kManager = new (storage) FilterManager(loader);
+    return *kManager;
 }
 
 } // namespace glib

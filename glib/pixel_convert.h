@@ -11,7 +11,7 @@ struct ChannelMasks {
 };
 
 // What 16 bits per pixel mean unless a bitmap says otherwise.
-constexpr ChannelMasks masks_555 = {0x7C00, 0x03E0, 0x001F};
+constexpr ChannelMasks kMasks555 = {0x7C00, 0x03E0, 0x001F};
 
 // Pixels of 16 bits become blue, green, red bytes; full intensity in any number of bits becomes 255. A colour without
 // mask bits is 0. `source` may stand at any address; the rows must not overlap.

@@ -3,7 +3,7 @@
 namespace glib {
 
 VMemStream& process_stream() {
-    static VMemStream stream(VMemStream::default_step, VMemStream::default_step);
+    static VMemStream stream(VMemStream::kDefaultStep, VMemStream::kDefaultStep);
     return stream;
 }
 

@@ -16,9 +16,10 @@ constexpr uint64_t row_length(uint32_t bits_per_pixel, uint32_t width) {
 
 // The bytes of a picture's pixels, 0 for more than one block of memory can have in 32 bits, or none.
 constexpr uint32_t picture_length(uint32_t bits_per_pixel, uint32_t width, uint32_t height) {
-    constexpr uint32_t most = 0x7FFFFFFF;
+    constexpr uint32_t kMost = 0x7FFFFFFF;
     const uint64_t row = row_length(bits_per_pixel, width);
-    return row && row <= most && height <= most / static_cast<uint32_t>(row) ? static_cast<uint32_t>(row) * height : 0;
+    return row && row <= kMost && height <= kMost / static_cast<uint32_t>(row) ? static_cast<uint32_t>(row) * height
+                                                                               : 0;
 }
 
 // Whether a picture is within the limits of the module contract.

@@ -9,19 +9,19 @@ namespace {
 // A side in parts that the resampler takes. One part becomes what is wanted; of more, all shrink alike, so that
 // together they become one that it takes. Parts begin at whole bytes, whatever the depth.
 struct Parts {
-    static constexpr uint32_t most = Scale::MaxSize / 8 * 8;
+    static constexpr uint32_t kMost = Scale::MaxSize / 8 * 8;
 
     uint32_t count, last;               // the length of the last part; the others have `most` pixels
     uint32_t scaled_part, scaled_whole; // what they become
 
     Parts(uint32_t side, uint32_t wanted)
-        : count((side - 1) / most + 1), last(side - (count - 1) * most), scaled_part(wanted), scaled_whole(wanted) {
+        : count((side - 1) / kMost + 1), last(side - (count - 1) * kMost), scaled_part(wanted), scaled_whole(wanted) {
         if (count > 1) {
-            scaled_part = most / count / 8 * 8;
-            scaled_whole = scaled_begin(count - 1) + last * scaled_part / most + 1;
+            scaled_part = kMost / count / 8 * 8;
+            scaled_whole = scaled_begin(count - 1) + last * scaled_part / kMost + 1;
         }
     }
-    uint32_t length(uint32_t i) const { return i + 1 < count ? most : last; }
+    uint32_t length(uint32_t i) const { return i + 1 < count ? kMost : last; }
     uint32_t scaled_begin(uint32_t i) const { return i * scaled_part; }
     uint32_t scaled_length(uint32_t i) const { return i + 1 < count ? scaled_part : scaled_whole - scaled_begin(i); }
 };
@@ -42,7 +42,7 @@ ResultCode scale_raster(const Raster& source, Raster& target, uint32_t width, ui
     const bool whole = columns.count == 1 && rows.count == 1;
     for (uint32_t i = 0; i < columns.count * rows.count; ++i) {
         const uint32_t x = i % columns.count, y = i / columns.count;
-        const Scale scale(source.row(y * Parts::most) + static_cast<size_t>(x) * (Parts::most / 8) * bits,
+        const Scale scale(source.row(y * Parts::kMost) + static_cast<size_t>(x) * (Parts::kMost / 8) * bits,
                           columns.length(x), rows.length(y), -static_cast<int>(source.row_bytes()), bits,
                           palette.data(), palette.size());
         const unsigned new_bits = scale.CalcDestBpp(scale_type);

@@ -228,13 +228,13 @@ uint32_t bgr(uint16_t pixel, const ChannelMasks& masks) {
 }
 
 TEST(Convert16To24, Spreads_five_bits_over_the_whole_range) {
-    EXPECT_EQ(bgr(0x0000, masks_555), 0x000000u);
-    EXPECT_EQ(bgr(0x7FFF, masks_555), 0xFFFFFFu);
-    EXPECT_EQ(bgr(0x7C00, masks_555), 0xFF0000u);
-    EXPECT_EQ(bgr(0x03E0, masks_555), 0x00FF00u);
-    EXPECT_EQ(bgr(0x001F, masks_555), 0x0000FFu);
-    EXPECT_EQ(bgr(0x8000, masks_555), 0x000000u) << "the highest bit means nothing";
-    EXPECT_EQ(bgr(0x4210, masks_555), 0x848484u) << "16/31 of 255 is 131.6";
+    EXPECT_EQ(bgr(0x0000, kMasks555), 0x000000u);
+    EXPECT_EQ(bgr(0x7FFF, kMasks555), 0xFFFFFFu);
+    EXPECT_EQ(bgr(0x7C00, kMasks555), 0xFF0000u);
+    EXPECT_EQ(bgr(0x03E0, kMasks555), 0x00FF00u);
+    EXPECT_EQ(bgr(0x001F, kMasks555), 0x0000FFu);
+    EXPECT_EQ(bgr(0x8000, kMasks555), 0x000000u) << "the highest bit means nothing";
+    EXPECT_EQ(bgr(0x4210, kMasks555), 0x848484u) << "16/31 of 255 is 131.6";
 }
 
 TEST(Convert16To24, Takes_the_masks_it_is_given) {

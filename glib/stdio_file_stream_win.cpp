@@ -17,10 +17,10 @@ unsigned VStdioFileStream::adopt(FILE* file) {
     m_failed = false;
     if (!file)
         return 0;
-    constexpr size_t room = 4096;
-    m_buffer = static_cast<char*>(malloc(room));
+    constexpr size_t kRoom = 4096;
+    m_buffer = static_cast<char*>(malloc(kRoom));
     if (m_buffer)
-        setvbuf(file, m_buffer, _IOFBF, room);
+        setvbuf(file, m_buffer, _IOFBF, kRoom);
     return 1;
 }
 

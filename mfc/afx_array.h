@@ -14,48 +14,48 @@ template <class TYPE, class ARG_TYPE>
 class CArray : public CObject {
 public:
     CArray() = default;
-    ~CArray() override { delete[] m_pData; }
+    ~CArray() override { delete[] m_p_data; }
 
-    int GetSize() const { return m_nSize; }
-    const TYPE* GetData() const { return m_pData; }
-    TYPE* GetData() { return m_pData; }
-    const TYPE& operator[](int index) const { return m_pData[index]; }
-    TYPE& operator[](int index) { return m_pData[index]; }
+    int GetSize() const { return m_n_size; }
+    const TYPE* GetData() const { return m_p_data; }
+    TYPE* GetData() { return m_p_data; }
+    const TYPE& operator[](int index) const { return m_p_data[index]; }
+    TYPE& operator[](int index) { return m_p_data[index]; }
 
     // New elements are as their default constructor leaves them (0 for numbers). A growth step of -1 keeps the one set.
     void SetSize(int size, int growBy = -1) {
         if (growBy != -1)
-            m_nGrowBy = growBy;
+            m_n_grow_by = growBy;
         if (size == 0) {
-            delete[] m_pData;
-            m_pData = nullptr;
-            m_nSize = m_nMaxSize = 0;
+            delete[] m_p_data;
+            m_p_data = nullptr;
+            m_n_size = m_n_max_size = 0;
             return;
         }
-        if (size > m_nMaxSize)
-            reallocate(m_pData ? grown_capacity(size) : size);
-        for (int i = m_nSize; i < size; ++i)
-            m_pData[i] = TYPE();
-        m_nSize = size;
+        if (size > m_n_max_size)
+            reallocate(m_p_data ? grown_capacity(size) : size);
+        for (int i = m_n_size; i < size; ++i)
+            m_p_data[i] = TYPE();
+        m_n_size = size;
     }
 
     // Appends a copy; returns its index. The element may be one of this array.
     int Add(ARG_TYPE element) {
         TYPE copy(element); // first, while the element is where it was and a failure changes nothing
-        const int index = m_nSize;
+        const int index = m_n_size;
         SetSize(index + 1);
-        m_pData[index] = static_cast<TYPE&&>(copy);
+        m_p_data[index] = static_cast<TYPE&&>(copy);
         return index;
     }
 
 private:
     int grown_capacity(int size) const {
-        int step = m_nGrowBy;
+        int step = m_n_grow_by;
         if (step == 0) {
-            step = m_nSize / 8;
+            step = m_n_size / 8;
             step = step < 4 ? 4 : step > 1024 ? 1024 : step;
         }
-        const int grown = m_nMaxSize > INT_MAX - step ? INT_MAX : m_nMaxSize + step;
+        const int grown = m_n_max_size > INT_MAX - step ? INT_MAX : m_n_max_size + step;
         return grown < size ? size : grown;
     }
 
@@ -66,21 +66,21 @@ private:
         if (!data)
             throw gen::genlib_out_of_memory();
         try {
-            for (int i = 0; i < m_nSize; ++i)
-                data[i] = static_cast<TYPE&&>(m_pData[i]);
+            for (int i = 0; i < m_n_size; ++i)
+                data[i] = static_cast<TYPE&&>(m_p_data[i]);
         } catch (...) {
             delete[] data;
             throw;
         }
-        delete[] m_pData;
-        m_pData = data;
-        m_nMaxSize = capacity;
+        delete[] m_p_data;
+        m_p_data = data;
+        m_n_max_size = capacity;
     }
 
-    TYPE* m_pData = nullptr;
-    int m_nSize = 0;
-    int m_nMaxSize = 0;
-    int m_nGrowBy = 0;
+    TYPE* m_p_data = nullptr;
+    int m_n_size = 0;
+    int m_n_max_size = 0;
+    int m_n_grow_by = 0;
 };
 
 class CByteArray : public CArray<BYTE, BYTE> {};

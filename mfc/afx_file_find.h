@@ -13,5 +13,5 @@ public:
     void Close() noexcept;
 
 private:
-    HANDLE m_hContext = INVALID_HANDLE_VALUE; // owned search handle
+    HANDLE m_h_context = INVALID_HANDLE_VALUE; // owned search handle
 };

@@ -13,12 +13,12 @@ BOOL CFileFind::FindFile(LPCSTR pstrName, DWORD) {
     if (!pstrName || !*pstrName)
         return FALSE;
     WIN32_FIND_DATAA found;
-    m_hContext = FindFirstFileA(pstrName, &found);
-    return m_hContext != INVALID_HANDLE_VALUE;
+    m_h_context = FindFirstFileA(pstrName, &found);
+    return m_h_context != INVALID_HANDLE_VALUE;
 }
 
 void CFileFind::Close() noexcept {
-    if (m_hContext != INVALID_HANDLE_VALUE)
-        win::nothrow(FindClose)(m_hContext);
-    m_hContext = INVALID_HANDLE_VALUE;
+    if (m_h_context != INVALID_HANDLE_VALUE)
+        win::nothrow(FindClose)(m_h_context);
+    m_h_context = INVALID_HANDLE_VALUE;
 }

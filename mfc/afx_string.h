@@ -31,7 +31,7 @@ public:
     const CString& operator+=(const CString& other);
     const CString& operator+=(LPCSTR text);
 
-    operator LPCSTR() const { return m_pchData; }
+    operator LPCSTR() const { return m_pch_data; }
     int GetLength() const { return header()->nDataLength; } // bytes
     BOOL IsEmpty() const { return GetLength() == 0; }
     void Empty();
@@ -42,12 +42,12 @@ public:
     void ReleaseBuffer(int length = -1);
 
 private:
-    CStringData* header() const { return reinterpret_cast<CStringData*>(m_pchData) - 1; }
+    CStringData* header() const { return reinterpret_cast<CStringData*>(m_pch_data) - 1; }
     void release();
     void assign(LPCSTR text, int length);
     void append(LPCSTR text, int length);
 
-    LPSTR m_pchData;
+    LPSTR m_pch_data;
 };
 
 // Byte by byte up to the first NUL, whatever the locale takes for equal; null is the empty text.

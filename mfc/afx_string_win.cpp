@@ -38,20 +38,20 @@ int length_of(LPCSTR text) {
 
 } // namespace
 
-CString::CString() : m_pchData(empty_text()) {}
+CString::CString() : m_pch_data(empty_text()) {}
 
-CString::CString(const CString& other) : m_pchData(other.m_pchData) {
-    if (m_pchData != empty_text())
+CString::CString(const CString& other) : m_pch_data(other.m_pch_data) {
+    if (m_pch_data != empty_text())
         InterlockedIncrement(&header()->nRefs);
 }
 
-CString::CString(CString&& other) noexcept : m_pchData(other.m_pchData) {
-    other.m_pchData = empty_text();
+CString::CString(CString&& other) noexcept : m_pch_data(other.m_pch_data) {
+    other.m_pch_data = empty_text();
 }
 
 CString::CString(LPCSTR text) : CString(text, length_of(text)) {}
 
-CString::CString(LPCSTR text, int length) : m_pchData(empty_text()) {
+CString::CString(LPCSTR text, int length) : m_pch_data(empty_text()) {
     assign(text, length);
 }
 
@@ -60,9 +60,9 @@ CString::~CString() {
 }
 
 void CString::release() {
-    if (m_pchData != empty_text() && InterlockedDecrement(&header()->nRefs) == 0)
+    if (m_pch_data != empty_text() && InterlockedDecrement(&header()->nRefs) == 0)
         free(header());
-    m_pchData = empty_text();
+    m_pch_data = empty_text();
 }
 
 void CString::assign(LPCSTR text, int length) {
@@ -73,7 +73,7 @@ void CString::assign(LPCSTR text, int length) {
     CStringData* const block = allocate(length);
     memcpy(block->data(), text, length);
     release();
-    m_pchData = block->data();
+    m_pch_data = block->data();
 }
 
 void CString::append(LPCSTR text, int length) {
@@ -84,17 +84,17 @@ void CString::append(LPCSTR text, int length) {
         throw gen::genlib_out_of_memory();
     // The old block lives until the new one is full: the text may be a part of it.
     CStringData* const block = allocate(old_length + length);
-    memcpy(block->data(), m_pchData, old_length);
+    memcpy(block->data(), m_pch_data, old_length);
     memcpy(block->data() + old_length, text, length);
     release();
-    m_pchData = block->data();
+    m_pch_data = block->data();
 }
 
 const CString& CString::operator=(const CString& other) {
     CString copy(other);
-    LPSTR const mine = m_pchData;
-    m_pchData = copy.m_pchData;
-    copy.m_pchData = mine;
+    LPSTR const mine = m_pch_data;
+    m_pch_data = copy.m_pch_data;
+    copy.m_pch_data = mine;
     return *this;
 }
 
@@ -119,20 +119,20 @@ void CString::Empty() {
 
 LPSTR CString::GetBuffer(int minimum) {
     const int length = GetLength();
-    if (m_pchData == empty_text() || header()->nRefs > 1 || header()->nAllocLength < minimum) {
+    if (m_pch_data == empty_text() || header()->nRefs > 1 || header()->nAllocLength < minimum) {
         CStringData* const block = allocate(minimum > length ? minimum : length);
-        memcpy(block->data(), m_pchData, length + 1);
+        memcpy(block->data(), m_pch_data, length + 1);
         block->nDataLength = length;
         release();
-        m_pchData = block->data();
+        m_pch_data = block->data();
     }
-    return m_pchData;
+    return m_pch_data;
 }
 
 void CString::ReleaseBuffer(int length) {
     GetBuffer(0); // a buffer of its own, should it be shared or empty
     if (length == -1)
-        length = static_cast<int>(strlen(m_pchData));
+        length = static_cast<int>(strlen(m_pch_data));
     header()->nDataLength = length;
-    m_pchData[length] = '\0';
+    m_pch_data[length] = '\0';
 }

@@ -17,7 +17,7 @@ constexpr int kRoom = 128; // of a text with its terminator
 // The same as strftime on local time, for the fields that messages have, in English and by the offset from Greenwich
 // that holds now. Empty where that doesn't do.
 void format_plainly(__time64_t time, const char* format, char (&text)[kRoom]) {
-    static const char* const days[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+    static const char* const kDays[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
     ULARGE_INTEGER ticks;
     ticks.QuadPart = (static_cast<ULONGLONG>(time) + kSecondsTo1970) * kTicksASecond;
     const FILETIME greenwich = {ticks.LowPart, ticks.HighPart};
@@ -27,19 +27,19 @@ void format_plainly(__time64_t time, const char* format, char (&text)[kRoom]) {
     if (!FileTimeToLocalFileTime(&greenwich, &local) || !FileTimeToSystemTime(&local, &now))
         return;
     const int numbers[] = {now.wDay, now.wYear % 100, now.wHour, now.wMinute, now.wSecond};
-    constexpr char letters[] = "dyHMS";
-    constexpr int longest_field = 9;
+    constexpr char kLetters[] = "dyHMS";
+    constexpr int kLongestField = 9;
     char* to = text;
-    for (; *format && to < text + kRoom - 1 - longest_field; ++format) {
+    for (; *format && to < text + kRoom - 1 - kLongestField; ++format) {
         if (*format != '%') {
             *to++ = *format;
             continue;
         }
         const char letter = *++format;
-        const char* const found = letter ? strchr(letters, letter) : nullptr;
+        const char* const found = letter ? strchr(kLetters, letter) : nullptr;
         if (!found && letter != 'A')
             break;
-        to += found ? sprintf(to, "%02d", numbers[found - letters]) : sprintf(to, "%s", days[now.wDayOfWeek]);
+        to += found ? sprintf(to, "%02d", numbers[found - kLetters]) : sprintf(to, "%s", kDays[now.wDayOfWeek]);
     }
     *(*format ? text : to) = '\0';
 }

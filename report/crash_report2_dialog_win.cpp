@@ -65,13 +65,13 @@ void CCrashReport2::CCrushDialog::upload(HWND dialog) {
     const CWaitCursor wait;
     m_uploading = true;
     enable_buttons(dialog, FALSE);
-    say(dialog, report::upload_wait_text);
+    say(dialog, report::kUploadWaitText);
     if (upload_newest()) {
-        say(dialog, report::upload_success_text);
+        say(dialog, report::kUploadSuccessText);
         end(dialog, IDOK);
         return;
     }
-    say(dialog, report::upload_failure_text);
+    say(dialog, report::kUploadFailureText);
     enable_buttons(dialog, TRUE);
     SetFocus(GetDlgItem(dialog, IDOK)); // which was lost with being disabled
     ignore_typed();

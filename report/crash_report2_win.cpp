@@ -12,7 +12,7 @@ namespace {
 
 CStdString form_url() {
     CStdString url("http://");
-    url += destinations.upload_server;
+    url += kDestinations.upload_server;
     url += "/index.php?option=com_mosforms";
     return url;
 }

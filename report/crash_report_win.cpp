@@ -30,13 +30,13 @@ CStdString system_text() {
 CStdString debug_text(CSeException* exception) {
     // Kept: the test is made on the object's own address, which tells whether its first byte can be read.
     if (IsBadCodePtr(reinterpret_cast<FARPROC>(exception)))
-        return report::no_debug_text;
+        return report::kNoDebugText;
     CStdString text;
     try {
         exception->GetFaultDescription(text);
     } catch (const gen::genlib_error&) {
         if (text.empty())
-            text = report::no_debug_text;
+            text = report::kNoDebugText;
     }
     return text;
 }
@@ -63,12 +63,12 @@ void CCrashReport::GenerateEmail(int context, const char* product, const char* s
     const ReportScope scope;
     const CWaitCursor wait;
     CEmailTool mail;
-    const char* const name = product ? product : report::default_product;
+    const char* const name = product ? product : report::kDefaultProduct;
     {
         const CStdString note = report::screenshot_note(name);
         const CStdString debug = debug_text(m_exception);
         const report::MailText text = report::mail_text(context, name, subject, note, system_text(), debug);
-        mail.Compose(text.subject.c_str(), text.body.c_str(), recipient ? recipient : destinations.support_address,
+        mail.Compose(text.subject.c_str(), text.body.c_str(), recipient ? recipient : kDestinations.support_address,
                      nullptr);
     }
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_HIGHEST); // Kept: never lowered again.

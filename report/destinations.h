@@ -9,4 +9,4 @@ struct Destinations {
     char upload_server[128];   // host name of the server that takes upload reports, NUL-terminated
 };
 
-extern const Destinations destinations;
+extern const Destinations kDestinations;

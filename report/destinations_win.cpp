@@ -4,4 +4,4 @@
 
 // A file of its own, compiled without link-time optimisation, so that no copy of the texts gets into the code that uses
 // them.
-const Destinations destinations = {"WENDAX REPORTS>", WENDAX_SUPPORT_ADDRESS, WENDAX_UPLOAD_SERVER};
+const Destinations kDestinations = {"WENDAX REPORTS>", WENDAX_SUPPORT_ADDRESS, WENDAX_UPLOAD_SERVER};

@@ -28,7 +28,7 @@ void attach_screen_copy(CCrashReport& report) {
 }
 
 void make_report(const char* marker) {
-    const bool of_fault = marker && strcmp(marker, exception_marker) == 0;
+    const bool of_fault = marker && strcmp(marker, kExceptionMarker) == 0;
     const report::HeapOwner<CCrashReport> report = {new (std::nothrow)
                                                         CCrashReport(of_fault ? last_translated_exception : nullptr)};
     if (!report.object)

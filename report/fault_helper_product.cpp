@@ -22,15 +22,15 @@ CStdString helper_path() {
 
 // Where the folder's name has letters that the ANSI code page lacks, only its wide name leads to the helper.
 HMODULE load_by_wide_path() {
-    static const wchar_t name[] = L"faultkit.dll";
-    constexpr unsigned longest = 1024; // characters
-    wchar_t path[longest + sizeof name];
-    unsigned end = GetModuleFileNameW(nullptr, path, longest);
+    static const wchar_t kName[] = L"faultkit.dll";
+    constexpr unsigned kLongest = 1024; // characters
+    wchar_t path[kLongest + sizeof kName];
+    unsigned end = GetModuleFileNameW(nullptr, path, kLongest);
     while (end && path[end - 1] != L'\\')
         --end;
     if (!end)
         return nullptr;
-    memcpy(path + end, name, sizeof name);
+    memcpy(path + end, kName, sizeof kName);
     return win::load_quietly(path);
 }
 

@@ -15,8 +15,8 @@ struct Search {
 
 bool fills_screen(const WINDOWINFO& window, const RECT& screen) {
     // A maximised window may reach beyond the screen's borders with its frame, and is no full-screen window by that.
-    constexpr DWORD maximised = WS_MAXIMIZE | WS_CAPTION;
-    return covers(window.rcWindow, screen) && (window.dwStyle & maximised) != maximised;
+    constexpr DWORD kMaximised = WS_MAXIMIZE | WS_CAPTION;
+    return covers(window.rcWindow, screen) && (window.dwStyle & kMaximised) != kMaximised;
 }
 
 BOOL CALLBACK look_at(HWND window, LPARAM context) {

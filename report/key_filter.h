@@ -8,7 +8,7 @@ namespace report {
 // Keys are numbers below 256; times are those of messages, in milliseconds, and may wrap round.
 class KeyFilter {
 public:
-    static constexpr int deaf_milliseconds = 1000;
+    static constexpr int kDeafMilliseconds = 1000;
 
     // The dialog is on the screen. Until the first call nothing counts; each call begins anew.
     void shown(unsigned now) {
@@ -26,7 +26,7 @@ public:
             m_held = key;
         else if (key == m_held)
             m_held = 0;
-        m_counts[key] = !repeats && !m_held && m_shown && static_cast<int>(time - m_since) >= deaf_milliseconds;
+        m_counts[key] = !repeats && !m_held && m_shown && static_cast<int>(time - m_since) >= kDeafMilliseconds;
         return m_counts[key];
     }
 

@@ -2,19 +2,19 @@
 
 namespace report {
 
-const char default_product[] = "Corrowfinder";
-const char no_debug_text[] = "Debug info is not accessible.\n";
+const char kDefaultProduct[] = "Corrowfinder";
+const char kNoDebugText[] = "Debug info is not accessible.\n";
 
 namespace {
 
 // The texts are what the receiving side knows, slips included: "Report" is capitalised in two subjects only, the main
 // text has a stray Cyrillic letter (Windows-1251) after "Thank you,", and some lines end in a blank.
 
-constexpr char note_format[] =
+constexpr char kNoteFormat[] =
     "\n\nPlease note, that %s has created a screenshot of your desktop. That screenshot will help developers fix the "
     "problem. If you don't want to send screenshot to Torvex, delete file screen_copy.jpg and send report.";
 
-constexpr char main_body[] =
+constexpr char kMainBody[] =
     "%s has performed an illegal operation.\n"
     "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
     "Please send this email to Torvex Support including attachments.\n"
@@ -23,7 +23,7 @@ constexpr char main_body[] =
     "Torvex Support\n\n"
     "PS:%s\n%s\n";
 
-constexpr char user_body[] =
+constexpr char kUserBody[] =
     "Dear user,\n\n"
     "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
     "Please send this email to Torvex Support including attachments: image that program was processing when error "
@@ -33,7 +33,7 @@ constexpr char user_body[] =
     "Torvex Support\n\n"
     "PS:%s\n%s\n";
 
-constexpr char engine_body[] = "Corrowfinder has performed an illegal operation.\n"
+constexpr char kEngineBody[] = "Corrowfinder has performed an illegal operation.\n"
                                "It could be caused by graphics engine that incorrectly processed graphics file.\n\n"
                                "Please send this email to Torvex Support including attachment.\n"
                                "This will help find and fix this problem faster.%s\n\n"
@@ -41,7 +41,7 @@ constexpr char engine_body[] = "Corrowfinder has performed an illegal operation.
                                "Torvex Support\n\n"
                                "PS:%s\n%s\n";
 
-constexpr char watch_body[] =
+constexpr char kWatchBody[] =
     "Corrowfinder has performed an illegal operation. \n\n"
     "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
     "This will help find and fix this problem faster.%s\n\n"
@@ -49,7 +49,7 @@ constexpr char watch_body[] =
     "Torvex Support \n\n"
     "PS:%s\n%s\n";
 
-constexpr char unknown_body[] =
+constexpr char kUnknownBody[] =
     "Corrowfinder has performed an illegal operation.\n\n"
     "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
     "This will help find and fix this problem faster.%s\n\n"
@@ -63,19 +63,19 @@ struct Context {
 };
 
 // Contexts 1 to 6; 0 is put together from the host's own words.
-constexpr Context contexts[] = {
-    {"Corrowfinder Error Report [Progress]", user_body},      {"Corrowfinder Error report [InfoWndWork]", engine_body},
-    {"Corrowfinder Error report [InfoRunWork]", engine_body}, {"Corrowfinder Error report [User]", user_body},
-    {"Corrowfinder Error report [ImageList]", engine_body},   {"Corrowfinder Error report [Watch]", watch_body},
+constexpr Context kContexts[] = {
+    {"Corrowfinder Error Report [Progress]", kUserBody},      {"Corrowfinder Error report [InfoWndWork]", kEngineBody},
+    {"Corrowfinder Error report [InfoRunWork]", kEngineBody}, {"Corrowfinder Error report [User]", kUserBody},
+    {"Corrowfinder Error report [ImageList]", kEngineBody},   {"Corrowfinder Error report [Watch]", kWatchBody},
 };
-constexpr int context_count = sizeof(contexts) / sizeof(contexts[0]);
-constexpr Context unknown_context = {"Corrowfinder Error report [Unknown]", unknown_body};
+constexpr int kContextCount = sizeof(kContexts) / sizeof(kContexts[0]);
+constexpr Context kUnknownContext = {"Corrowfinder Error report [Unknown]", kUnknownBody};
 
 } // namespace
 
 CStdString screenshot_note(const char* product) {
     CStdString note;
-    note.format(note_format, product);
+    note.format(kNoteFormat, product);
     return note;
 }
 
@@ -84,10 +84,10 @@ MailText mail_text(int context, const char* product, const char* subject, const 
     MailText text;
     if (context == 0) {
         text.subject.format("%s %s", product, subject ? subject : "Error Report [Main]");
-        text.body.format(main_body, product, note.c_str(), system.c_str(), debug.c_str());
+        text.body.format(kMainBody, product, note.c_str(), system.c_str(), debug.c_str());
         return text;
     }
-    const Context& chosen = context >= 1 && context <= context_count ? contexts[context - 1] : unknown_context;
+    const Context& chosen = context >= 1 && context <= kContextCount ? kContexts[context - 1] : kUnknownContext;
     text.subject = chosen.subject;
     text.body.format(chosen.body, note.c_str(), system.c_str(), debug.c_str());
     return text;

@@ -6,10 +6,10 @@
 namespace report {
 
 // The name that stands for the product when the host gives none.
-extern const char default_product[];
+extern const char kDefaultProduct[];
 
 // What stands for the fault description in a report without an exception.
-extern const char no_debug_text[];
+extern const char kNoDebugText[];
 
 // The remark about the screenshot that every body holds. product is not null.
 CStdString screenshot_note(const char* product);

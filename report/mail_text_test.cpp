@@ -6,12 +6,12 @@
 
 namespace {
 
-const CStdString note("<note>");
-const CStdString sys("<system>");
-const CStdString debug("<debug>");
+const CStdString kNote("<note>");
+const CStdString kSys("<system>");
+const CStdString kDebug("<debug>");
 
 report::MailText text_of(int context, const char* product = "Prod", const char* subject = nullptr) {
-    return report::mail_text(context, product, subject, note, sys, debug);
+    return report::mail_text(context, product, subject, kNote, kSys, kDebug);
 }
 
 std::string subject_of(int context) {
@@ -30,7 +30,7 @@ TEST(ScreenshotNote, Names_the_product) {
 }
 
 TEST(MailText, Main_subject_joins_product_and_default_text) {
-    EXPECT_STREQ(text_of(0, report::default_product).subject.c_str(), "Corrowfinder Error Report [Main]");
+    EXPECT_STREQ(text_of(0, report::kDefaultProduct).subject.c_str(), "Corrowfinder Error Report [Main]");
 }
 
 TEST(MailText, Main_subject_takes_the_hosts_words) {
@@ -57,41 +57,41 @@ struct Case {
     const char* body_ends;
 };
 
-const char user_begins[] =
+const char kUserBegins[] =
     "Dear user,\n\nYou can help developers to fix this problem by describing your actions that lead to this error.\n\n"
     "Please send this email to Torvex Support including attachments: image that program was processing when error "
     "occurred, conversion profile and file with command line.\n\nThis will help find and fix this problem "
     "faster.<note>";
-const char engine_begins[] = "Corrowfinder has performed an illegal operation.\nIt could be caused by graphics engine "
+const char kEngineBegins[] = "Corrowfinder has performed an illegal operation.\nIt could be caused by graphics engine "
                              "that incorrectly processed "
                              "graphics file.\n\nPlease send this email to Torvex Support including attachment.\nThis "
                              "will help find and fix this "
                              "problem faster.<note>";
-const char watch_begins[] =
+const char kWatchBegins[] =
     "Corrowfinder has performed an illegal operation. \n\nYou can help developers to fix this problem by describing "
     "your "
     "actions that lead to this error.\n\nThis will help find and fix this problem faster.<note>";
-const char unknown_begins[] =
+const char kUnknownBegins[] =
     "Corrowfinder has performed an illegal operation.\n\nYou can help developers to fix this problem by describing "
     "your "
     "actions that lead to this error.\n\nThis will help find and fix this problem faster.<note>";
-const char plain_end[] = "\n\nThank you,\nTorvex Support\n\nPS:<system>\n<debug>\n";
-const char blank_end[] = "\n\nThank you,\nTorvex Support \n\nPS:<system>\n<debug>\n";
+const char kPlainEnd[] = "\n\nThank you,\nTorvex Support\n\nPS:<system>\n<debug>\n";
+const char kBlankEnd[] = "\n\nThank you,\nTorvex Support \n\nPS:<system>\n<debug>\n";
 
-const Case cases[] = {
-    {1, "Corrowfinder Error Report [Progress]", user_begins, plain_end},
-    {2, "Corrowfinder Error report [InfoWndWork]", engine_begins, plain_end},
-    {3, "Corrowfinder Error report [InfoRunWork]", engine_begins, plain_end},
-    {4, "Corrowfinder Error report [User]", user_begins, plain_end},
-    {5, "Corrowfinder Error report [ImageList]", engine_begins, plain_end},
-    {6, "Corrowfinder Error report [Watch]", watch_begins, blank_end},
-    {7, "Corrowfinder Error report [Unknown]", unknown_begins, blank_end},
-    {-1, "Corrowfinder Error report [Unknown]", unknown_begins, blank_end},
-    {0x7FFFFFFF, "Corrowfinder Error report [Unknown]", unknown_begins, blank_end},
+const Case kCases[] = {
+    {1, "Corrowfinder Error Report [Progress]", kUserBegins, kPlainEnd},
+    {2, "Corrowfinder Error report [InfoWndWork]", kEngineBegins, kPlainEnd},
+    {3, "Corrowfinder Error report [InfoRunWork]", kEngineBegins, kPlainEnd},
+    {4, "Corrowfinder Error report [User]", kUserBegins, kPlainEnd},
+    {5, "Corrowfinder Error report [ImageList]", kEngineBegins, kPlainEnd},
+    {6, "Corrowfinder Error report [Watch]", kWatchBegins, kBlankEnd},
+    {7, "Corrowfinder Error report [Unknown]", kUnknownBegins, kBlankEnd},
+    {-1, "Corrowfinder Error report [Unknown]", kUnknownBegins, kBlankEnd},
+    {0x7FFFFFFF, "Corrowfinder Error report [Unknown]", kUnknownBegins, kBlankEnd},
 };
 
 TEST(MailText, Every_context_has_its_subject_and_body) {
-    for (const Case& one : cases) {
+    for (const Case& one : kCases) {
         SCOPED_TRACE(one.context);
         EXPECT_EQ(subject_of(one.context), one.subject);
         EXPECT_EQ(body_of(one.context), std::string(one.body_begins) + one.body_ends);
@@ -113,7 +113,7 @@ TEST(MailText, Texts_of_the_host_are_no_formats) {
 // The bound begins at the format's own 289 bytes and grows by 1024 until it reaches 32767.
 TEST(MailText, Long_body_is_cut_at_its_end) {
     const std::string long_text(60000, 'x');
-    const report::MailText text = report::mail_text(0, "Prod", nullptr, note, CStdString(long_text.c_str()), debug);
+    const report::MailText text = report::mail_text(0, "Prod", nullptr, kNote, CStdString(long_text.c_str()), kDebug);
     EXPECT_EQ(text.body.length(), 289u + 32 * 1024);
     EXPECT_EQ(std::string(text.body.c_str()).substr(0, 8), "Prod has");
 }

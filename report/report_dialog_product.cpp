@@ -54,8 +54,8 @@ void forget_pointer_before(const MSG& press, HWND dialog) {
 
 // Without address space for a dialog the system's own code would fault while it makes one.
 bool room_for_dialog() {
-    constexpr SIZE_T room = 256 << 10;
-    void* const place = VirtualAlloc(nullptr, room, MEM_RESERVE, PAGE_NOACCESS);
+    constexpr SIZE_T kRoom = 256 << 10;
+    void* const place = VirtualAlloc(nullptr, kRoom, MEM_RESERVE, PAGE_NOACCESS);
     if (place)
         VirtualFree(place, 0, MEM_RELEASE);
     return place != nullptr;
@@ -130,14 +130,14 @@ bool ReportDialog::work(HWND dialog, MSG& message) {
 }
 
 bool ReportDialog::takes(const MSG& message) {
-    constexpr LPARAM was_down = 1 << 30;
+    constexpr LPARAM kWasDown = 1 << 30;
     const auto key = static_cast<unsigned char>(message.wParam);
     switch (message.message) {
     case WM_KEYDOWN:
     case WM_SYSKEYDOWN:
         if (m_keys.held() && GetAsyncKeyState(m_keys.held()) >= 0)
             m_keys.forget_held();
-        return m_keys.press(key, (message.lParam & was_down) != 0, message.time);
+        return m_keys.press(key, (message.lParam & kWasDown) != 0, message.time);
     case WM_KEYUP:
     case WM_SYSKEYUP:
         return m_keys.release(key);

@@ -18,7 +18,7 @@ struct Mark {
 };
 static_assert(sizeof(Mark) == 8, "the block behind it is aligned as the heap's blocks are");
 
-const Mark own = {};
+const Mark kOwn = {};
 
 // None of the library's blocks begins a page: of the others that do, nothing may be in front.
 bool begins_page(const void* block) {
@@ -28,9 +28,9 @@ bool begins_page(const void* block) {
 // Which heap a runtime has, differs: the process's, or one of its own.
 void give_back(void* block) {
     HANDLE heaps[256];
-    constexpr DWORD room = sizeof heaps / sizeof *heaps;
-    const DWORD found = GetProcessHeaps(room, heaps); // answers more than the room, and gives none, if there are more
-    for (DWORD i = 0; found <= room && i < found; ++i) {
+    constexpr DWORD kRoom = sizeof heaps / sizeof *heaps;
+    const DWORD found = GetProcessHeaps(kRoom, heaps); // answers more than the room, and gives none, if there are more
+    for (DWORD i = 0; found <= kRoom && i < found; ++i) {
         if (HeapValidate(heaps[i], 0, block)) {
             HeapFree(heaps[i], 0, block);
             return;
@@ -45,7 +45,7 @@ void* allocate(size_t size) noexcept {
     if (!allocated)
         return nullptr;
     Mark* const mark = begins_page(allocated + 1) ? allocated + 1 : allocated;
-    *mark = {&own, allocated};
+    *mark = {&kOwn, allocated};
     return mark + 1;
 }
 
@@ -53,7 +53,7 @@ void release(void* block) noexcept {
     if (!block)
         return;
     Mark* const mark = static_cast<Mark*>(block) - 1;
-    if (!begins_page(block) && mark->library == &own) {
+    if (!begins_page(block) && mark->library == &kOwn) {
         mark->library = nullptr; // a fault within the freeing frees it no second time
         free(mark->allocated);
     } else {

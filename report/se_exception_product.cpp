@@ -6,20 +6,20 @@
 namespace {
 
 // More than fits into a report's body: ends with a helper that never does.
-constexpr unsigned longest_description = 40000; // bytes
-constexpr char helper_fault[] = "(faultkit.dll met a fault)";
+constexpr unsigned kLongestDescription = 40000; // bytes
+constexpr char kHelperFault[] = "(faultkit.dll met a fault)";
 
 // As much of the helper's text as a description may have: it may be of any length.
 void append_bounded(CStdString& text, const char* piece) {
     unsigned count = 0;
-    while (piece && text.length() + count < longest_description && piece[count])
+    while (piece && text.length() + count < kLongestDescription && piece[count])
         ++count;
     text.append(piece, count);
 }
 
 void append_stack(const FaultHelper& helper, EXCEPTION_POINTERS* pointers, CStdString& text) {
     const char* line = helper.first_stack_line(pointers);
-    while (line && text.length() < longest_description) {
+    while (line && text.length() < kLongestDescription) {
         append_bounded(text, line);
         text += "\n";
         line = helper.next_stack_line(pointers);
@@ -43,12 +43,12 @@ void CSeException::GetFaultDescription(CStdString& text) {
     if (helper.has_reason()) {
         text += "Crush Expantion:\n"; // Kept: readers of these reports look for this spelling.
         if (!win::run_guarded([&] { append_bounded(text, helper.reason(m_pointers)); }))
-            text += helper_fault;
+            text += kHelperFault;
         text += "\n\n";
     }
     text += "Stack Trace:\n";
     if (helper.has_stack() && !win::run_guarded([&] { append_stack(helper, m_pointers, text); })) {
-        text += helper_fault;
+        text += kHelperFault;
         text += "\n";
     }
 }

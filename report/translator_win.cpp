@@ -10,5 +10,5 @@ extern "C" void __cdecl APISeTranslator(unsigned int code, EXCEPTION_POINTERS* p
     // The object before stays: a report may still point to it.
     last_translated_exception = new (std::nothrow) CSeException(code, pointers);
     // A plain char* and not the object: that is what hosts catch. A const char* would not match their handlers.
-    throw const_cast<char*>(exception_marker);
+    throw const_cast<char*>(kExceptionMarker);
 }

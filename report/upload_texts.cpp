@@ -4,7 +4,7 @@ namespace report {
 
 // "Uploading the crash report may take some time. Please wait. / When the upload is done the program will be closed
 // automatically."
-const char upload_wait_text[] =
+const char kUploadWaitText[] =
     "Upload \xEE\xF2\xF7\xB8\xF2\xE0 \xEE crash'e \xEC\xEE\xE6\xE5\xF2 \xE7\xE0\xED\xFF\xF2\xFC "
     "\xED\xE5\xEA\xEE\xF2\xEE\xF0\xEE\xE5 \xE2\xF0\xE5\xEC\xFF. \xCF\xEE\xE6\xE0\xEB\xF3\xE9\xF1\xF2\xE0 "
     "\xEF\xEE\xE4\xEE\xE6\xE4\xE8\xF2\xE5.\n\n"
@@ -14,7 +14,7 @@ const char upload_wait_text[] =
 
 // "Data transfer error. / Please connect to the Internet and allow the program ksv.exe to access the network to reach
 // the server of the company Torvex."
-const char upload_failure_text[] =
+const char kUploadFailureText[] =
     "\xCE\xF8\xE8\xE1\xEA\xE0 \xEF\xE5\xF0\xE5\xE4\xE0\xF7\xE8 \xE4\xE0\xED\xED\xFB\xF5.\n\n"
     "\xCF\xEE\xE6\xE0\xEB\xF3\xE9\xF1\xF2\xE0 \xEF\xEE\xE4\xEA\xEB\xFE\xF7\xE8\xF2\xE5\xF1\xFC \xEA "
     "\xF1\xE5\xF2\xE8 Internet \xE8 \xF0\xE0\xE7\xF0\xE5\xF8\xE8\xF2\xE5 "
@@ -22,6 +22,6 @@ const char upload_failure_text[] =
     "\xF1\xEE\xE5\xE4\xE8\xED\xE5\xED\xE8\xFF \xF1 \xF1\xE5\xF0\xE2\xE5\xF0\xEE\xEC "
     "\xEA\xEE\xEC\xEF\xE0\xED\xE8\xE8 Torvex.";
 
-const char upload_success_text[] = "Thank you.\n\nData has uploaded successfully";
+const char kUploadSuccessText[] = "Thank you.\n\nData has uploaded successfully";
 
 } // namespace report

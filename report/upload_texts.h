@@ -4,10 +4,10 @@
 namespace report {
 
 // Windows-1251 bytes, given to the control as they stand: they must never be converted.
-extern const char upload_wait_text[];
-extern const char upload_failure_text[];
+extern const char kUploadWaitText[];
+extern const char kUploadFailureText[];
 
 // English, unlike the other two; kept.
-extern const char upload_success_text[];
+extern const char kUploadSuccessText[];
 
 } // namespace report

@@ -22,22 +22,22 @@ std::string windows_1251(const char16_t* text) {
 }
 
 TEST(UploadTexts, Wait_text_is_russian_in_windows_1251_with_a_latin_word) {
-    EXPECT_EQ(report::upload_wait_text,
+    EXPECT_EQ(report::kUploadWaitText,
               windows_1251(u"Upload отчёта о crash'e может занять некоторое время. Пожалуйста подождите.\n\n"
                            u"После окончания операции загрузки программа будет автоматически закрыта."));
-    EXPECT_EQ(std::strlen(report::upload_wait_text), 149u);
+    EXPECT_EQ(std::strlen(report::kUploadWaitText), 149u);
 }
 
 TEST(UploadTexts, Failure_text_is_russian_in_windows_1251) {
-    EXPECT_EQ(report::upload_failure_text,
+    EXPECT_EQ(report::kUploadFailureText,
               windows_1251(u"Ошибка передачи данных.\n\n"
                            u"Пожалуйста подключитесь к сети Internet и разрешите программе ksv.exe выход в сеть для "
                            u"соединения с сервером компании Torvex."));
-    EXPECT_EQ(std::strlen(report::upload_failure_text), 150u);
+    EXPECT_EQ(std::strlen(report::kUploadFailureText), 150u);
 }
 
 TEST(UploadTexts, Success_text_is_english) {
-    EXPECT_STREQ(report::upload_success_text, "Thank you.\n\nData has uploaded successfully");
+    EXPECT_STREQ(report::kUploadSuccessText, "Thank you.\n\nData has uploaded successfully");
 }
 
 } // namespace

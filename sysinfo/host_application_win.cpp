@@ -19,12 +19,12 @@ bool file_exists(const char* path) {
 }
 
 void read_registered_path(HKEY root, CStdString& path) {
-    constexpr LONG limit = 1024;
+    constexpr LONG kLimit = 1024;
     win::RegistryKey key;
     if (RegOpenKeyA(root, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Lumivale.exe", key.put()) ==
         ERROR_SUCCESS) {
-        LONG size = limit;
-        const LSTATUS status = RegQueryValueA(key.get(), nullptr, path.get_buffer(limit), &size);
+        LONG size = kLimit;
+        const LSTATUS status = RegQueryValueA(key.get(), nullptr, path.get_buffer(kLimit), &size);
         path.release_buffer();
         if (status != ERROR_SUCCESS)
             path = "";

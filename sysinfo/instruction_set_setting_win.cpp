@@ -5,15 +5,15 @@
 #include "win/handle.h"
 
 int GetInstructionSetSetting(HKEY root, int* level) {
-    constexpr DWORD limit = 1024;
+    constexpr DWORD kLimit = 1024;
     win::RegistryKey key;
     if (RegOpenKeyA(root, "Software\\Torvex", key.put()) != ERROR_SUCCESS)
         return 0;
     CStdString setting;
     DWORD type = 0;
-    DWORD size = limit;
+    DWORD size = kLimit;
     if (RegQueryValueExA(key.get(), "CPU instruction set", nullptr, &type,
-                         reinterpret_cast<BYTE*>(setting.get_buffer(limit)), &size) != ERROR_SUCCESS)
+                         reinterpret_cast<BYTE*>(setting.get_buffer(kLimit)), &size) != ERROR_SUCCESS)
         return 0;
     setting.release_buffer();
     *level = sysinfo::lower_instruction_set_level(setting.c_str(), *level);

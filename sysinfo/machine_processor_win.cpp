@@ -10,7 +10,7 @@ namespace sysinfo {
 
 // A processor has CPUID if the identification flag can be changed.
 bool MachineCpuid::available() {
-    constexpr uint32_t identification = 0x200000;
+    constexpr uint32_t kIdentification = 0x200000;
     uint32_t before;
     uint32_t after;
     asm volatile("pushfl\n\t"
@@ -24,9 +24,9 @@ bool MachineCpuid::available() {
                  "pushl %0\n\t"
                  "popfl"
                  : "=&r"(before), "=&r"(after)
-                 : "i"(identification)
+                 : "i"(kIdentification)
                  : "cc", "memory");
-    return ((before ^ after) & identification) != 0;
+    return ((before ^ after) & kIdentification) != 0;
 }
 
 CpuidRegisters MachineCpuid::read(uint32_t leaf, uint32_t subleaf) {

@@ -39,9 +39,9 @@ PrinterListStatus list_printers(const PrinterSystem& system, CArray<CStdString, 
 }
 
 CStdString default_printer(const PrinterSystem& system) {
-    constexpr DWORD size = 512;
+    constexpr DWORD kSize = 512;
     CStdString entry;
-    system.profile_string("windows", "device", ",,,", entry.get_buffer(size), size);
+    system.profile_string("windows", "device", ",,,", entry.get_buffer(kSize), kSize);
     entry.release_buffer();
     return printer_of_entry(entry.c_str());
 }

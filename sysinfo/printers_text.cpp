@@ -5,21 +5,21 @@
 namespace sysinfo {
 
 CStdString describe_printers(const CStdString* names, int count, const char* default_printer) {
-    constexpr char list_heading[] = "Printers list: \n";
-    constexpr char default_heading[] = "Default printer: \n";
-    unsigned size = sizeof(list_heading) + sizeof(default_heading) + static_cast<unsigned>(strlen(default_printer)) + 2;
+    constexpr char kListHeading[] = "Printers list: \n";
+    constexpr char kDefaultHeading[] = "Default printer: \n";
+    unsigned size = sizeof(kListHeading) + sizeof(kDefaultHeading) + static_cast<unsigned>(strlen(default_printer)) + 2;
     for (int i = 0; i < count; ++i)
         size += names[i].length() + 1;
 
     CStdString text;
     text.grow(size); // at once: a string grows to exactly what the next piece needs
-    text += list_heading;
+    text += kListHeading;
     for (int i = 0; i < count; ++i) {
         text += names[i];
         text += '\n';
     }
     text += '\n';
-    text += default_heading;
+    text += kDefaultHeading;
     text += default_printer;
     text += '\n';
     return text;

@@ -119,9 +119,9 @@ uint64_t size_of_leaf_4(const CpuidRegisters& leaf) {
 
 // Leaf 4 has one subleaf per cache, and one of type 0 behind the last.
 CacheSizes leaf_4_sizes(CpuidSource& cpuid) {
-    constexpr uint32_t most_caches = 32;
+    constexpr uint32_t kMostCaches = 32;
     uint64_t kilobytes[8] = {}; // by level, of which processors have 1 to 3
-    for (uint32_t i = 0; i < most_caches; ++i) {
+    for (uint32_t i = 0; i < kMostCaches; ++i) {
         const CpuidRegisters leaf = cpuid.read(4, i);
         if (bit_field(leaf.eax, 0, 5) == 0)
             break;

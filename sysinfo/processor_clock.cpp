@@ -21,10 +21,10 @@ struct Wait {
 // Waits until so many steps of the counter have passed; it looks at the counter once at least. Gives up if the counter
 // stands still: no counter is read this often in the time that we wait.
 Wait wait_steps(ClockSource& clock, uint64_t steps) {
-    constexpr uint32_t most_looks = 20000000;
+    constexpr uint32_t kMostLooks = 20000000;
     const uint64_t start = clock.counter();
     uint64_t before = 0;
-    for (uint32_t i = 0; i < most_looks; ++i) {
+    for (uint32_t i = 0; i < kMostLooks; ++i) {
         const uint64_t passed = clock.counter() - start;
         if (static_cast<int64_t>(passed - before) < 0)
             return {Wait::stepped_back, 0}; // some machines' counters differ from one processor to the next
@@ -59,12 +59,12 @@ Measurement measure(ClockSource& clock, uint64_t steps) {
 // longer than the 50 ms, which can be made good, because the counter tells how long it was. Those that get it between
 // the readings of the two counters spoil the measurement, so it is repeated a few times, and the least spoilt counts.
 int measure_by_time_stamp(ClockSource& clock) {
-    constexpr int most_tries = 5;
+    constexpr int kMostTries = 5;
     const uint64_t steps = clock.frequency() / 1000 * kMilliseconds;
     const uint64_t tolerated = steps / 200;
 
     Measurement best = measure(clock, steps);
-    for (int i = 1; i < most_tries && best.wait.end != Wait::gave_up && best.astray > tolerated; ++i) {
+    for (int i = 1; i < kMostTries && best.wait.end != Wait::gave_up && best.astray > tolerated; ++i) {
         const Measurement next = measure(clock, steps);
         if (next.astray < best.astray)
             best = next;
@@ -92,15 +92,15 @@ uint64_t scan_cycles(uint32_t family) {
 }
 
 int measure_by_scanning(ClockSource& clock, uint32_t family) {
-    constexpr uint32_t scans = 10000000;
+    constexpr uint32_t kScans = 10000000;
     const uint64_t cycles = scan_cycles(family);
     const uint64_t frequency = clock.frequency();
     if (cycles == 0 || frequency > UINT64_MAX / cycles)
         return 0;
-    constexpr int most_tries = 2; // for a counter that steps back once
-    for (int i = 0; i < most_tries; ++i) {
+    constexpr int kMostTries = 2; // for a counter that steps back once
+    for (int i = 0; i < kMostTries; ++i) {
         const uint64_t start = clock.counter();
-        clock.scan_bits(scans);
+        clock.scan_bits(kScans);
         const uint64_t steps = clock.counter() - start;
         if (static_cast<int64_t>(steps) > 0)
             return clamp(cycles * frequency / steps >> 20); // Kept: divided by 2^20, not by 10^6.

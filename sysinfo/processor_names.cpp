@@ -39,7 +39,7 @@ constexpr const char* kManufacturers[] = {
 
 // A row matches what agrees in every column that isn't "any"; the first match counts, so a group's row for all other
 // models stands behind its named ones.
-constexpr int any = -1;
+constexpr int kAny = -1;
 constexpr int kClear = 0;
 constexpr int kSet = 1;
 
@@ -54,113 +54,113 @@ struct NameRow {
 
 // In the names, \xAE is the registered sign, \x99 the trade mark and \xB5 the micro sign.
 constexpr NameRow kNames[] = {
-    {kVendorAmd, 4, 3, any, any, "80486DX2"},
-    {kVendorAmd, 4, 7, any, any, "80486DX2 WriteBack"},
-    {kVendorAmd, 4, 8, any, any, "80486DX4"},
-    {kVendorAmd, 4, 9, any, any, "80486DX4 WriteBack"},
-    {kVendorAmd, 4, 14, any, any, "5x86"},
-    {kVendorAmd, 4, 15, any, any, "5x86WB"},
-    {kVendorAmd, 4, any, any, any, "Unknown 80486 family"},
-    {kVendorAmd, 5, 0, any, any, "SSA5 (PR75, PR90, PR100)"},
-    {kVendorAmd, 5, 1, any, any, "5k86 (PR120, PR133)"},
-    {kVendorAmd, 5, 2, any, any, "5k86 (PR166)"},
-    {kVendorAmd, 5, 3, any, any, "5k86 (PR200)"},
-    {kVendorAmd, 5, 6, any, any, "K6 (0.30 \xB5m)"},
-    {kVendorAmd, 5, 7, any, any, "K6 (0.25 \xB5m)"},
-    {kVendorAmd, 5, 8, any, any, "K6-2"},
-    {kVendorAmd, 5, 9, any, any, "K6-III"},
-    {kVendorAmd, 5, 13, any, any, "K6-2+ or K6-III+ (0.18 \xB5m)"},
-    {kVendorAmd, 5, any, any, any, "Unknown 80586 family"},
-    {kVendorAmd, 6, 1, any, any, "Athlon\x99 (0.25 \xB5m)"},
-    {kVendorAmd, 6, 2, any, any, "Athlon\x99 (0.18 \xB5m)"},
-    {kVendorAmd, 6, 3, any, any, "Duron\x99 (SF core)"},
-    {kVendorAmd, 6, 4, any, any, "Athlon\x99 (Thunderbird core)"},
-    {kVendorAmd, 6, 6, any, any, "Athlon\x99 (Palomino core)"},
-    {kVendorAmd, 6, 7, any, any, "Duron\x99 (Morgan core)"},
-    {kVendorAmd, 6, 8, any, kSet, "Athlon\x99 MP (Thoroughbred core)"},
-    {kVendorAmd, 6, 8, any, kClear, "Athlon\x99 XP (Thoroughbred core)"},
-    {kVendorAmd, 6, any, any, any, "Unknown K7 family"},
-    {kVendorAmd, any, any, any, any, "Unknown AMD family"},
+    {kVendorAmd, 4, 3, kAny, kAny, "80486DX2"},
+    {kVendorAmd, 4, 7, kAny, kAny, "80486DX2 WriteBack"},
+    {kVendorAmd, 4, 8, kAny, kAny, "80486DX4"},
+    {kVendorAmd, 4, 9, kAny, kAny, "80486DX4 WriteBack"},
+    {kVendorAmd, 4, 14, kAny, kAny, "5x86"},
+    {kVendorAmd, 4, 15, kAny, kAny, "5x86WB"},
+    {kVendorAmd, 4, kAny, kAny, kAny, "Unknown 80486 family"},
+    {kVendorAmd, 5, 0, kAny, kAny, "SSA5 (PR75, PR90, PR100)"},
+    {kVendorAmd, 5, 1, kAny, kAny, "5k86 (PR120, PR133)"},
+    {kVendorAmd, 5, 2, kAny, kAny, "5k86 (PR166)"},
+    {kVendorAmd, 5, 3, kAny, kAny, "5k86 (PR200)"},
+    {kVendorAmd, 5, 6, kAny, kAny, "K6 (0.30 \xB5m)"},
+    {kVendorAmd, 5, 7, kAny, kAny, "K6 (0.25 \xB5m)"},
+    {kVendorAmd, 5, 8, kAny, kAny, "K6-2"},
+    {kVendorAmd, 5, 9, kAny, kAny, "K6-III"},
+    {kVendorAmd, 5, 13, kAny, kAny, "K6-2+ or K6-III+ (0.18 \xB5m)"},
+    {kVendorAmd, 5, kAny, kAny, kAny, "Unknown 80586 family"},
+    {kVendorAmd, 6, 1, kAny, kAny, "Athlon\x99 (0.25 \xB5m)"},
+    {kVendorAmd, 6, 2, kAny, kAny, "Athlon\x99 (0.18 \xB5m)"},
+    {kVendorAmd, 6, 3, kAny, kAny, "Duron\x99 (SF core)"},
+    {kVendorAmd, 6, 4, kAny, kAny, "Athlon\x99 (Thunderbird core)"},
+    {kVendorAmd, 6, 6, kAny, kAny, "Athlon\x99 (Palomino core)"},
+    {kVendorAmd, 6, 7, kAny, kAny, "Duron\x99 (Morgan core)"},
+    {kVendorAmd, 6, 8, kAny, kSet, "Athlon\x99 MP (Thoroughbred core)"},
+    {kVendorAmd, 6, 8, kAny, kClear, "Athlon\x99 XP (Thoroughbred core)"},
+    {kVendorAmd, 6, kAny, kAny, kAny, "Unknown K7 family"},
+    {kVendorAmd, kAny, kAny, kAny, kAny, "Unknown AMD family"},
 
-    {kVendorIntel, 3, any, any, any, "Newer i80386 family"},
-    {kVendorIntel, 4, 0, any, any, "i80486DX-25/33"},
-    {kVendorIntel, 4, 1, any, any, "i80486DX-50"},
-    {kVendorIntel, 4, 2, any, any, "i80486SX"},
-    {kVendorIntel, 4, 3, any, any, "i80486DX2"},
-    {kVendorIntel, 4, 4, any, any, "i80486SL"},
-    {kVendorIntel, 4, 5, any, any, "i80486SX2"},
-    {kVendorIntel, 4, 7, any, any, "i80486DX2 WriteBack"},
-    {kVendorIntel, 4, 8, any, any, "i80486DX4"},
-    {kVendorIntel, 4, 9, any, any, "i80486DX4 WriteBack"},
-    {kVendorIntel, 4, any, any, any, "Unknown 80486 family"},
-    {kVendorIntel, 5, 0, any, any, "P5 A-Step"},
-    {kVendorIntel, 5, 1, any, any, "P5"},
-    {kVendorIntel, 5, 2, any, any, "P54C"},
-    {kVendorIntel, 5, 3, any, any, "P24T OverDrive"},
-    {kVendorIntel, 5, 4, any, any, "P55C"},
-    {kVendorIntel, 5, 7, any, any, "P54C"},
-    {kVendorIntel, 5, 8, any, any, "P55C (0.25\xB5m)"},
-    {kVendorIntel, 5, any, any, any, "Unknown Pentium\xAE family"},
-    {kVendorIntel, 6, 0, any, any, "P6 A-Step"},
-    {kVendorIntel, 6, 1, any, any, "P6"},
-    {kVendorIntel, 6, 3, any, any, "Pentium\xAE II (0.28 \xB5m)"},
-    {kVendorIntel, 6, 5, any, any, "Pentium\xAE II (0.25 \xB5m)"},
-    {kVendorIntel, 6, 6, any, any, "Pentium\xAE II With On-Die L2 Cache"},
-    {kVendorIntel, 6, 7, any, any, "Pentium\xAE III (0.25 \xB5m)"},
+    {kVendorIntel, 3, kAny, kAny, kAny, "Newer i80386 family"},
+    {kVendorIntel, 4, 0, kAny, kAny, "i80486DX-25/33"},
+    {kVendorIntel, 4, 1, kAny, kAny, "i80486DX-50"},
+    {kVendorIntel, 4, 2, kAny, kAny, "i80486SX"},
+    {kVendorIntel, 4, 3, kAny, kAny, "i80486DX2"},
+    {kVendorIntel, 4, 4, kAny, kAny, "i80486SL"},
+    {kVendorIntel, 4, 5, kAny, kAny, "i80486SX2"},
+    {kVendorIntel, 4, 7, kAny, kAny, "i80486DX2 WriteBack"},
+    {kVendorIntel, 4, 8, kAny, kAny, "i80486DX4"},
+    {kVendorIntel, 4, 9, kAny, kAny, "i80486DX4 WriteBack"},
+    {kVendorIntel, 4, kAny, kAny, kAny, "Unknown 80486 family"},
+    {kVendorIntel, 5, 0, kAny, kAny, "P5 A-Step"},
+    {kVendorIntel, 5, 1, kAny, kAny, "P5"},
+    {kVendorIntel, 5, 2, kAny, kAny, "P54C"},
+    {kVendorIntel, 5, 3, kAny, kAny, "P24T OverDrive"},
+    {kVendorIntel, 5, 4, kAny, kAny, "P55C"},
+    {kVendorIntel, 5, 7, kAny, kAny, "P54C"},
+    {kVendorIntel, 5, 8, kAny, kAny, "P55C (0.25\xB5m)"},
+    {kVendorIntel, 5, kAny, kAny, kAny, "Unknown Pentium\xAE family"},
+    {kVendorIntel, 6, 0, kAny, kAny, "P6 A-Step"},
+    {kVendorIntel, 6, 1, kAny, kAny, "P6"},
+    {kVendorIntel, 6, 3, kAny, kAny, "Pentium\xAE II (0.28 \xB5m)"},
+    {kVendorIntel, 6, 5, kAny, kAny, "Pentium\xAE II (0.25 \xB5m)"},
+    {kVendorIntel, 6, 6, kAny, kAny, "Pentium\xAE II With On-Die L2 Cache"},
+    {kVendorIntel, 6, 7, kAny, kAny, "Pentium\xAE III (0.25 \xB5m)"},
     // Kept: the blanks at the end of these three.
-    {kVendorIntel, 6, 8, any, any, "Pentium\xAE III (0.18 \xB5m) With 256 KB On-Die L2 Cache "},
-    {kVendorIntel, 6, 10, any, any, "Pentium\xAE III (0.18 \xB5m) With 1 Or 2 MB On-Die L2 Cache "},
-    {kVendorIntel, 6, 11, any, any, "Pentium\xAE III (0.13 \xB5m) With 256 Or 512 KB On-Die L2 Cache "},
-    {kVendorIntel, 6, any, any, any, "Unknown P6 family"},
-    {kVendorIntel, 7, any, any, any, "Intel Merced (IA-64)"},
-    {kVendorIntel, 15, 0, 0, any, "Pentium\xAE IV (0.18 \xB5m)"},
-    {kVendorIntel, 15, 1, 0, any, "Pentium\xAE IV (0.18 \xB5m)"},
-    {kVendorIntel, 15, 2, 0, any, "Pentium\xAE IV (0.13 \xB5m)"},
-    {kVendorIntel, 15, any, 0, any, "Unknown Pentium 4 family"},
-    {kVendorIntel, 15, any, 1, any, "Intel McKinley (IA-64)"},
-    {kVendorIntel, 15, any, any, any, ""},
-    {kVendorIntel, any, any, any, any, "Unknown Intel family"},
+    {kVendorIntel, 6, 8, kAny, kAny, "Pentium\xAE III (0.18 \xB5m) With 256 KB On-Die L2 Cache "},
+    {kVendorIntel, 6, 10, kAny, kAny, "Pentium\xAE III (0.18 \xB5m) With 1 Or 2 MB On-Die L2 Cache "},
+    {kVendorIntel, 6, 11, kAny, kAny, "Pentium\xAE III (0.13 \xB5m) With 256 Or 512 KB On-Die L2 Cache "},
+    {kVendorIntel, 6, kAny, kAny, kAny, "Unknown P6 family"},
+    {kVendorIntel, 7, kAny, kAny, kAny, "Intel Merced (IA-64)"},
+    {kVendorIntel, 15, 0, 0, kAny, "Pentium\xAE IV (0.18 \xB5m)"},
+    {kVendorIntel, 15, 1, 0, kAny, "Pentium\xAE IV (0.18 \xB5m)"},
+    {kVendorIntel, 15, 2, 0, kAny, "Pentium\xAE IV (0.13 \xB5m)"},
+    {kVendorIntel, 15, kAny, 0, kAny, "Unknown Pentium 4 family"},
+    {kVendorIntel, 15, kAny, 1, kAny, "Intel McKinley (IA-64)"},
+    {kVendorIntel, 15, kAny, kAny, kAny, ""},
+    {kVendorIntel, kAny, kAny, kAny, kAny, "Unknown Intel family"},
 
-    {kGeode, any, any, any, any, "Cx486SLC \\ DLC \\ Cx486S A-Step"}, // Kept: another maker's processor.
+    {kGeode, kAny, kAny, kAny, kAny, "Cx486SLC \\ DLC \\ Cx486S A-Step"}, // Kept: another maker's processor.
 
-    {kUmc, 4, 1, any, any, "U5D"},
-    {kUmc, 4, 2, any, any, "U5S"},
-    {kUmc, any, any, any, any, "Unknown UMC family"},
+    {kUmc, 4, 1, kAny, kAny, "U5D"},
+    {kUmc, 4, 2, kAny, kAny, "U5S"},
+    {kUmc, kAny, kAny, kAny, kAny, "Unknown UMC family"},
 
-    {kVendorCyrix, 4, 4, any, any, "MediaGX GX, GXm"},
-    {kVendorCyrix, 4, 9, any, any, "5x86"},
-    {kVendorCyrix, 4, any, any, any, "Unknown Cx5x86 family"},
-    {kVendorCyrix, 5, 2, any, any, "Cx6x86"},
-    {kVendorCyrix, 5, 4, any, any, "MediaGX GXm"},
-    {kVendorCyrix, 5, any, any, any, "Unknown Cx6x86 family"},
-    {kVendorCyrix, 6, 0, any, any, "6x86MX"},
-    {kVendorCyrix, 6, 5, any, any, "Cyrix M2 Core"},
-    {kVendorCyrix, 6, 6, any, any, "WinChip C5A Core"},
-    {kVendorCyrix, 6, 7, any, any, "WinChip C5B\\C5C Core"},
-    {kVendorCyrix, 6, 8, any, any, "WinChip C5C-T Core"},
-    {kVendorCyrix, 6, any, any, any, "Unknown 6x86MX\\Cyrix III family"},
-    {kVendorCyrix, any, any, any, any, "Unknown Cyrix family"},
+    {kVendorCyrix, 4, 4, kAny, kAny, "MediaGX GX, GXm"},
+    {kVendorCyrix, 4, 9, kAny, kAny, "5x86"},
+    {kVendorCyrix, 4, kAny, kAny, kAny, "Unknown Cx5x86 family"},
+    {kVendorCyrix, 5, 2, kAny, kAny, "Cx6x86"},
+    {kVendorCyrix, 5, 4, kAny, kAny, "MediaGX GXm"},
+    {kVendorCyrix, 5, kAny, kAny, kAny, "Unknown Cx6x86 family"},
+    {kVendorCyrix, 6, 0, kAny, kAny, "6x86MX"},
+    {kVendorCyrix, 6, 5, kAny, kAny, "Cyrix M2 Core"},
+    {kVendorCyrix, 6, 6, kAny, kAny, "WinChip C5A Core"},
+    {kVendorCyrix, 6, 7, kAny, kAny, "WinChip C5B\\C5C Core"},
+    {kVendorCyrix, 6, 8, kAny, kAny, "WinChip C5C-T Core"},
+    {kVendorCyrix, 6, kAny, kAny, kAny, "Unknown 6x86MX\\Cyrix III family"},
+    {kVendorCyrix, kAny, kAny, kAny, kAny, "Unknown Cyrix family"},
 
-    {kNexGen, 5, 0, any, any, "Nx586 or Nx586FPU"},
-    {kNexGen, any, any, any, any, "Unknown NexGen family"},
+    {kNexGen, 5, 0, kAny, kAny, "Nx586 or Nx586FPU"},
+    {kNexGen, kAny, kAny, kAny, kAny, "Unknown NexGen family"},
 
-    {kCentaur, 5, 4, any, any, "C6"},
-    {kCentaur, 5, 8, any, any, "C2"},
-    {kCentaur, 5, 9, any, any, "C3"},
-    {kCentaur, 6, 6, any, any, "VIA Cyrix III - Samuel"},
-    {kCentaur, any, any, any, any, "Unknown IDT\\Centaur family"},
+    {kCentaur, 5, 4, kAny, kAny, "C6"},
+    {kCentaur, 5, 8, kAny, kAny, "C2"},
+    {kCentaur, 5, 9, kAny, kAny, "C3"},
+    {kCentaur, 6, 6, kAny, kAny, "VIA Cyrix III - Samuel"},
+    {kCentaur, kAny, kAny, kAny, kAny, "Unknown IDT\\Centaur family"},
 
-    {kRise, 5, 0, any, any, "mP6 (0.25 \xB5m)"},
-    {kRise, 5, 2, any, any, "mP6 (0.18 \xB5m)"},
-    {kRise, any, any, any, any, "Unknown Rise family"},
+    {kRise, 5, 0, kAny, kAny, "mP6 (0.25 \xB5m)"},
+    {kRise, 5, 2, kAny, kAny, "mP6 (0.18 \xB5m)"},
+    {kRise, kAny, kAny, kAny, kAny, "Unknown Rise family"},
 
-    {kTransmeta, 5, 4, any, any, "Crusoe TM3x00 and TM5x00"},
-    {kTransmeta, 5, any, any, any, "Unknown Crusoe family"},
-    {kTransmeta, any, any, any, any, "Unknown Transmeta family"},
+    {kTransmeta, 5, 4, kAny, kAny, "Crusoe TM3x00 and TM5x00"},
+    {kTransmeta, 5, kAny, kAny, kAny, "Unknown Crusoe family"},
+    {kTransmeta, kAny, kAny, kAny, kAny, "Unknown Transmeta family"},
 };
 
 bool agrees(int column, uint32_t value) {
-    return column == any || static_cast<uint32_t>(column) == value;
+    return column == kAny || static_cast<uint32_t>(column) == value;
 }
 
 bool matches(const NameRow& row, int vendor, const ProcessorSignature& signature) {
@@ -178,15 +178,15 @@ int vendor_of(const char* identification) {
 }
 
 const char* manufacturer_of(int vendor) {
-    constexpr int count = sizeof(kManufacturers) / sizeof(kManufacturers[0]);
-    return vendor >= 0 && vendor < count ? kManufacturers[vendor] : "Unknown Manufacturer";
+    constexpr int kCount = sizeof(kManufacturers) / sizeof(kManufacturers[0]);
+    return vendor >= 0 && vendor < kCount ? kManufacturers[vendor] : "Unknown Manufacturer";
 }
 
 ProcessorName name_of(int vendor, const ProcessorSignature& signature) {
-    constexpr char unknown[] = "Unknown";
+    constexpr char kUnknown[] = "Unknown";
     for (const NameRow& row : kNames)
         if (matches(row, vendor, signature))
-            return {row.name, strncmp(row.name, unknown, sizeof(unknown) - 1) != 0};
+            return {row.name, strncmp(row.name, kUnknown, sizeof(kUnknown) - 1) != 0};
     return {"Unknown family", false};
 }
 

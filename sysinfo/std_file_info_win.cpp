@@ -56,9 +56,9 @@ bool CStdFileInfo::Read(const char* path) {
 }
 
 int CStdFileInfo::OpenModule(HMODULE module) {
-    constexpr DWORD size = 1024;
+    constexpr DWORD kSize = 1024;
     *m_work_area = '\0';
-    win::run_guarded([&] { win::module_path(module, m_work_area, size); });
+    win::run_guarded([&] { win::module_path(module, m_work_area, kSize); });
     return Open(m_work_area);
 }
 
@@ -72,14 +72,14 @@ void CStdFileInfo::ReadString(const char* key) {
     CStdString query;
     query.format("\\StringFileInfo\\%04x%04x\\%s", m_language, m_code_page, key);
 
-    constexpr size_t limit = 1024;
-    memset(m_work_area, 0, limit + 1);
+    constexpr size_t kLimit = 1024;
+    memset(m_work_area, 0, kLimit + 1);
     void* value = nullptr;
     UINT length = 0;
     if (Query(query.c_str(), &value, &length) && length != 0) {
         // The length counts characters of the resource, which may be more bytes here, so the terminator decides.
         const size_t room = m_block_size - static_cast<size_t>(static_cast<BYTE*>(value) - m_block);
-        strncpy(m_work_area, static_cast<const char*>(value), room < limit ? room : limit);
+        strncpy(m_work_area, static_cast<const char*>(value), room < kLimit ? room : kLimit);
     }
 }
 

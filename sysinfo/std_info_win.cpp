@@ -52,9 +52,9 @@ CStdString CStdInfo::GetPrintersText() {
 }
 
 CStdString CStdInfo::GetHostApplicationText() {
-    constexpr DWORD size = 1024;
+    constexpr DWORD kSize = 1024;
     CStdString executable;
-    win::run_guarded([&] { win::module_path(nullptr, executable.get_buffer(size), size); });
+    win::run_guarded([&] { win::module_path(nullptr, executable.get_buffer(kSize), kSize); });
     executable.release_buffer();
     const CStdString path = sysinfo::find_host_application(HKEY_LOCAL_MACHINE, executable.c_str());
     return sysinfo::host_application_text(m_file_info, path.c_str());

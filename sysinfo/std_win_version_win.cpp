@@ -38,7 +38,7 @@ WinVersion read_win_version(decltype(GetVersionExA)* get_version, HKEY root) {
     version.suite_mask = record.wSuiteMask;
     version.product_type = record.wProductType;
 
-    if (version.known && !version.extended && version.platform == WinVersion::platform_nt)
+    if (version.known && !version.extended && version.platform == WinVersion::kPlatformNt)
         win::run_guarded([&] { read_registry_edition(root, version); });
     return version;
 }
@@ -50,11 +50,11 @@ void read_registry_edition(HKEY root, WinVersion& version) {
         ERROR_SUCCESS)
         return;
     version.edition = RegistryEdition::value_missing;
-    constexpr DWORD limit = sizeof(version.edition_name) - 1;
-    DWORD size = limit;
+    constexpr DWORD kLimit = sizeof(version.edition_name) - 1;
+    DWORD size = kLimit;
     const LSTATUS status = RegQueryValueExA(key.get(), "ProductType", nullptr, nullptr,
                                             reinterpret_cast<BYTE*>(version.edition_name), &size);
-    if (status != ERROR_SUCCESS || size > limit) {
+    if (status != ERROR_SUCCESS || size > kLimit) {
         key.release(); // Kept: the key stays open when it has no value.
         return;
     }

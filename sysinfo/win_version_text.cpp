@@ -64,34 +64,34 @@ void add_registry_edition(const char* name, Spelling& text) {
 }
 
 void add_workstation_edition(const WinVersion& version, Spelling& text) {
-    constexpr unsigned personal = 0x200;
+    constexpr unsigned kPersonal = 0x200;
     if (version.major == 5 && version.minor == 1)
         text.add("Microsoft Windows XP ", "WinXP_");
-    if (version.suite_mask & personal)
+    if (version.suite_mask & kPersonal)
         text.add("Home Edition ", "Home_");
     else
         text.add("Professional ", "Prof_");
 }
 
 void add_server_edition(const WinVersion& version, Spelling& text) {
-    constexpr unsigned datacenter = 0x80;
-    constexpr unsigned enterprise = 0x02;
+    constexpr unsigned kDatacenter = 0x80;
+    constexpr unsigned kEnterprise = 0x02;
     if (version.major == 5 && version.minor == 2)
         text.add("Microsoft Windows .NET ", "Win.NET_");
-    if (version.suite_mask & datacenter)
+    if (version.suite_mask & kDatacenter)
         text.add("DataCenter Server ", "DtSrv_");
-    else if (version.suite_mask & enterprise)
+    else if (version.suite_mask & kEnterprise)
         version.major == 4 ? text.add("Advanced Server ", "AdvSrv_") : text.add("Enterprise Server ", "EtpSrv_");
     else
         text.add("Server ", "Srv_"); // Kept: a web server is one, too.
 }
 
 void add_extended_edition(const WinVersion& version, Spelling& text) {
-    constexpr uint8_t workstation = 1;
-    constexpr uint8_t server = 3;
-    if (version.product_type == workstation)
+    constexpr uint8_t kWorkstation = 1;
+    constexpr uint8_t kServer = 3;
+    if (version.product_type == kWorkstation)
         add_workstation_edition(version, text);
-    else if (version.product_type == server)
+    else if (version.product_type == kServer)
         add_server_edition(version, text);
 }
 
@@ -115,7 +115,7 @@ CStdString describe_win_version(const WinVersion& version, bool tag) {
         return tag ? "Unk0" : "Unknown [tag 0]";
 
     Spelling text(tag);
-    if (version.platform == WinVersion::platform_nt) {
+    if (version.platform == WinVersion::kPlatformNt) {
         add_nt_name(version, text);
         if (version.extended)
             add_extended_edition(version, text);
@@ -126,7 +126,7 @@ CStdString describe_win_version(const WinVersion& version, bool tag) {
         else
             add_registry_edition(version.edition_name, text);
         add_build(version, text);
-    } else if (version.platform == WinVersion::platform_9x) {
+    } else if (version.platform == WinVersion::kPlatform9x) {
         add_9x_name(version, text);
     }
     return text.finish();

@@ -17,8 +17,8 @@ enum class RegistryEdition : uint8_t {
 
 // The record that Windows gives of itself. All zero is a valid record of no known platform.
 struct WinVersion {
-    static constexpr uint32_t platform_9x = 1;
-    static constexpr uint32_t platform_nt = 2;
+    static constexpr uint32_t kPlatform9x = 1;
+    static constexpr uint32_t kPlatformNt = 2;
 
     bool known;    // false: no record could be had, and nothing below counts
     bool extended; // whether the fields of the extended record are there

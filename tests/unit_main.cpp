@@ -16,15 +16,15 @@ constexpr auto kOneTestLimit = std::chrono::seconds(240);
 
 class Watchdog : public testing::EmptyTestEventListener {
 public:
-    Watchdog() : thread_([this] { watch(); }) {}
+    Watchdog() : m_thread([this] { watch(); }) {}
 
     ~Watchdog() override {
         {
-            std::lock_guard<std::mutex> lock(mutex_);
-            done_ = true;
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_done = true;
         }
-        wake_.notify_all();
-        thread_.join();
+        m_wake.notify_all();
+        m_thread.join();
     }
 
     void OnTestStart(const testing::TestInfo& test) override {
@@ -34,31 +34,31 @@ public:
 
 private:
     void set(const std::string& name) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        running_ = name;
-        ++generation_;
-        wake_.notify_all();
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_running = name;
+        ++m_generation;
+        m_wake.notify_all();
     }
 
     void watch() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        while (!done_) {
-            const unsigned seen = generation_;
-            const bool moved = wake_.wait_for(lock, kOneTestLimit, [&] { return done_ || generation_ != seen; });
-            if (!moved && !running_.empty()) {
-                std::fprintf(stderr, "watchdog: %s is still running after its limit\n", running_.c_str());
+        std::unique_lock<std::mutex> lock(m_mutex);
+        while (!m_done) {
+            const unsigned seen = m_generation;
+            const bool moved = m_wake.wait_for(lock, kOneTestLimit, [&] { return m_done || m_generation != seen; });
+            if (!moved && !m_running.empty()) {
+                std::fprintf(stderr, "watchdog: %s is still running after its limit\n", m_running.c_str());
                 std::fflush(stderr);
                 std::_Exit(3);
             }
         }
     }
 
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    std::string running_;
-    unsigned generation_ = 0;
-    bool done_ = false;
-    std::thread thread_;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::string m_running;
+    unsigned m_generation = 0;
+    bool m_done = false;
+    std::thread m_thread;
 };
 
 } // namespace

@@ -2,7 +2,7 @@
 #pragma once
 
 // What the translator throws, as a char*, in place of a fault. Nobody may write to it.
-extern const char exception_marker[];
+extern const char kExceptionMarker[];
 
 namespace win {
 

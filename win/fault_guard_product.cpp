@@ -4,13 +4,13 @@
 #include <string.h>
 #include <windows.h>
 
-const char exception_marker[] = "SEHWendaxExceptionGenerated";
+const char kExceptionMarker[] = "SEHWendaxExceptionGenerated";
 
 namespace win {
 
 namespace {
 
-constexpr DWORD cxx_exception = 0xE06D7363;
+constexpr DWORD kCxxException = 0xE06D7363;
 
 // What the compiler says of a throw expression, as every runtime of this ABI reads it.
 struct TypeDescriptor {
@@ -45,7 +45,7 @@ bool is_our_own(const EXCEPTION_RECORD& record) {
         return false;
     for (int i = 0; i < info->catchable->count; ++i) {
         const char* const name = info->catchable->types[i]->type->name;
-        if (strcmp(name, ".?AVgenlib_error@gen@@") == 0 || (strcmp(name, ".PAD") == 0 && *object == exception_marker))
+        if (strcmp(name, ".?AVgenlib_error@gen@@") == 0 || (strcmp(name, ".PAD") == 0 && *object == kExceptionMarker))
             return true;
     }
     return false;
@@ -54,7 +54,7 @@ bool is_our_own(const EXCEPTION_RECORD& record) {
 int filter(const EXCEPTION_POINTERS* pointers) {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
     const bool passes = record.ExceptionCode == EXCEPTION_STACK_OVERFLOW ||
-                        (record.ExceptionCode == cxx_exception && is_our_own(record));
+                        (record.ExceptionCode == kCxxException && is_our_own(record));
     return passes ? EXCEPTION_CONTINUE_SEARCH : EXCEPTION_EXECUTE_HANDLER;
 }
 

@@ -19,8 +19,8 @@ class UniqueHandle {
 public:
     using Value = typename Traits::Value;
 
-    explicit UniqueHandle(Value value = Traits::invalid()) : value_(value) {}
-    UniqueHandle(UniqueHandle&& other) noexcept : value_(other.release()) {}
+    explicit UniqueHandle(Value value = Traits::invalid()) : m_value(value) {}
+    UniqueHandle(UniqueHandle&& other) noexcept : m_value(other.release()) {}
     UniqueHandle& operator=(UniqueHandle&& other) noexcept {
         reset(other.release());
         return *this;
@@ -29,19 +29,19 @@ public:
     UniqueHandle& operator=(const UniqueHandle&) = delete;
     ~UniqueHandle() { reset(); }
 
-    explicit operator bool() const { return value_ != Traits::invalid(); }
-    Value get() const { return value_; }
+    explicit operator bool() const { return m_value != Traits::invalid(); }
+    Value get() const { return m_value; }
 
     // Gives the handle away; the caller closes it.
     Value release() noexcept {
-        const Value value = value_;
-        value_ = Traits::invalid();
+        const Value value = m_value;
+        m_value = Traits::invalid();
         return value;
     }
 
     void reset(Value value = Traits::invalid()) noexcept {
-        const Value old = value_;
-        value_ = value;
+        const Value old = m_value;
+        m_value = value;
         if (old != Traits::invalid())
             Traits::close(old);
     }
@@ -49,11 +49,11 @@ public:
     // For calls that put a handle into a variable; what was held is closed first.
     Value* put() noexcept {
         reset();
-        return &value_;
+        return &m_value;
     }
 
 private:
-    Value value_;
+    Value m_value;
 };
 
 struct FileTraits {

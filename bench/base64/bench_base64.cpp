@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr unsigned most_bytes = 64u << 20;
+constexpr unsigned kMostBytes = 64u << 20;
 
 unsigned char* data; // whole groups of three bytes
 char* text;          // what they encode to
@@ -26,7 +26,7 @@ unsigned offset; // of the piece
 
 unsigned piece() {
     if (moving)
-        offset = offset + 2 * size > most_bytes ? 0 : offset + size;
+        offset = offset + 2 * size > kMostBytes ? 0 : offset + size;
     return offset;
 }
 
@@ -43,7 +43,7 @@ void copy() {
     memcpy(room + at, data + at, size);
 }
 void ours_decode() {
-    base64::decode(base64::decode_table.values, reinterpret_cast<unsigned char*>(text), text_length,
+    base64::decode(base64::kDecodeTable.values, reinterpret_cast<unsigned char*>(text), text_length,
                    reinterpret_cast<unsigned char*>(room));
 }
 void plain_decode() {
@@ -82,8 +82,8 @@ constexpr bench::Contestant decoders[] = {{"ours", ours_decode},
                                           {"copy", copy_text}};
 #define ROW(what) "base64 " what ", 64 bits"
 #else
-constexpr bench::Contestant encoders[] = {{"ours", ours_encode}, {"ours, plain", plain_encode}, {"copy", copy}};
-constexpr bench::Contestant decoders[] = {{"ours", ours_decode}, {"ours, plain", plain_decode}, {"copy", copy_text}};
+constexpr bench::Contestant kEncoders[] = {{"ours", ours_encode}, {"ours, plain", plain_encode}, {"copy", copy}};
+constexpr bench::Contestant kDecoders[] = {{"ours", ours_decode}, {"ours, plain", plain_decode}, {"copy", copy_text}};
 #define ROW(what) "base64 " what
 #endif
 
@@ -91,29 +91,29 @@ constexpr bench::Contestant decoders[] = {{"ours", ours_decode}, {"ours, plain",
 
 int main(int argc, char** argv) {
     const int wanted = argc > 1 ? atoi(argv[1]) : 31;
-    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::most_rounds;
-    const unsigned most_text = most_bytes / 3 * 4 + 16;
-    data = static_cast<unsigned char*>(malloc(most_bytes));
+    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::kMostRounds;
+    const unsigned most_text = kMostBytes / 3 * 4 + 16;
+    data = static_cast<unsigned char*>(malloc(kMostBytes));
     text = static_cast<char*>(malloc(most_text));
     room = static_cast<char*>(malloc(most_text));
     if (!data || !text || !room)
         return 1;
-    for (unsigned i = 0; i < most_bytes; ++i)
+    for (unsigned i = 0; i < kMostBytes; ++i)
         data[i] = static_cast<unsigned char>(i * 2654435761u >> 13);
     memset(room, 0, most_text);
-    constexpr unsigned sizes[] = {48 << 10, 480 << 10, 4800 << 10, most_bytes};
-    for (const unsigned bytes : sizes) {
+    constexpr unsigned kSizes[] = {48 << 10, 480 << 10, 4800 << 10, kMostBytes};
+    for (const unsigned bytes : kSizes) {
         size = bytes / 3 * 3;
         text_length = size / 3 * 4;
         base64::fastest_kernels().encode(data, size / 3, text);
         const unsigned repeats = bytes < 1 << 20 ? (8 << 20) / bytes : 1;
-        bench::take_turns(ROW("encode"), bytes, encoders, sizeof encoders / sizeof *encoders, rounds, repeats);
-        bench::take_turns(ROW("decode"), bytes, decoders, sizeof decoders / sizeof *decoders, rounds, repeats);
+        bench::take_turns(ROW("encode"), bytes, kEncoders, sizeof kEncoders / sizeof *kEncoders, rounds, repeats);
+        bench::take_turns(ROW("decode"), bytes, kDecoders, sizeof kDecoders / sizeof *kDecoders, rounds, repeats);
     }
 #ifdef _WIN32
     size = 48 << 10;
     moving = true;
-    bench::take_turns("base64 encode, from memory", size, encoders, sizeof encoders / sizeof *encoders, rounds,
+    bench::take_turns("base64 encode, from memory", size, kEncoders, sizeof kEncoders / sizeof *kEncoders, rounds,
                       (8 << 20) / size);
 #endif
     free(data);

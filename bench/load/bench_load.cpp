@@ -21,10 +21,10 @@ double private_bytes() {
 int main(int count, char** arguments) {
     if (count < 2)
         return 2;
-    constexpr const char* libraries[] = {"user32",  "gdi32",        "advapi32", "shell32",
-                                         "version", "winspool.drv", "wininet",  "gdiplus"};
+    constexpr const char* kLibraries[] = {"user32",  "gdi32",        "advapi32", "shell32",
+                                          "version", "winspool.drv", "wininet",  "gdiplus"};
     if (count > 2)
-        for (const char* library : libraries)
+        for (const char* library : kLibraries)
             LoadLibraryA(library);
     private_bytes(); // binds psapi
     const double before = private_bytes();

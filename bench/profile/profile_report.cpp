@@ -15,14 +15,14 @@
 
 namespace {
 
-constexpr unsigned side = 512, width = 1920, height = 1080;
-constexpr unsigned attached = 600 << 10;
+constexpr unsigned kSide = 512, kWidth = 1920, kHeight = 1080;
+constexpr unsigned kAttached = 600 << 10;
 
 using Pixels = std::vector<unsigned char>;
 
 fall_test::Image small_picture() {
     fall_test::Image image;
-    image.add(side, side, 32);
+    image.add(kSide, kSide, 32);
     return image;
 }
 
@@ -31,8 +31,8 @@ fall_test::Image small_picture() {
 #define PART extern "C" __attribute__((noinline))
 
 PART bool part_scale_screen(const Pixels& screen, const glib::IDEPage& page) {
-    const glib::Scale scale(screen.data(), width, height, static_cast<int>(width * 4), 32, nullptr, 0);
-    return scale.ScaleTo(page.pixels, side, side, static_cast<int>(page.row_bytes), glib::Scale::Area) == 1;
+    const glib::Scale scale(screen.data(), kWidth, kHeight, static_cast<int>(kWidth * 4), 32, nullptr, 0);
+    return scale.ScaleTo(page.pixels, kSide, kSide, static_cast<int>(page.row_bytes), glib::Scale::Area) == 1;
 }
 
 PART bool part_write_jpeg(fall_test::Image& image, fall_test::Stream& file) {
@@ -58,8 +58,8 @@ PART unsigned part_message(const report::MailText& text, const Pixels& file, con
 }
 
 int main() {
-    Pixels screen(width * height * 4), file(attached);
-    bench::draw_screen(screen.data(), width, height, 32);
+    Pixels screen(kWidth * kHeight * 4), file(kAttached);
+    bench::draw_screen(screen.data(), kWidth, kHeight, 32);
     memcpy(file.data(), screen.data(), file.size());
     fall_test::Image image = small_picture();
     fall_test::Stream jpeg;

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr double limit = 60000; // milliseconds to wait for anything
+constexpr double kLimit = 60000; // milliseconds to wait for anything
 
 const char* title = "Software Error Report";
 char pattern[MAX_PATH]; // of the messages in the temporary folder
@@ -29,7 +29,7 @@ bool message_there() {
 
 DWORD WINAPI watch(void* report) {
     HWND dialog = nullptr;
-    for (const double start = bench::now(); bench::now() - start < limit; Sleep(1)) {
+    for (const double start = bench::now(); bench::now() - start < kLimit; Sleep(1)) {
         dialog = FindWindowA("#32770", title);
         if (dialog && IsWindowVisible(dialog))
             break;
@@ -40,7 +40,7 @@ DWORD WINAPI watch(void* report) {
     PostMessageA(dialog, WM_COMMAND, IDOK, 0);
     if (report) {
         Sleep(50); // the least that a report takes; looking for the message delays it
-        while (!message_there() && bench::now() - answered < limit)
+        while (!message_there() && bench::now() - answered < kLimit)
             Sleep(1);
     }
     written = bench::now();

@@ -44,12 +44,12 @@ void measure(const char* row, unsigned rounds, const double* ideal) {
     const double work = static_cast<double>(task.width) * task.height;
     char other_row[64];
     snprintf(other_row, sizeof other_row, "%s, error", row);
-    constexpr void (*runs[])() = {run_contestant<0>, run_contestant<1>, run_contestant<2>,
-                                  run_contestant<3>, run_contestant<4>, run_contestant<5>};
+    constexpr void (*kRuns[])() = {run_contestant<0>, run_contestant<1>, run_contestant<2>,
+                                   run_contestant<3>, run_contestant<4>, run_contestant<5>};
     bench::Contestant contestants[kMostContestants];
     for (unsigned i = 0; i < bench::kScalerCount; ++i) {
-        contestants[i] = {bench::kScalers[i].name, runs[i]};
-        runs[i]();
+        contestants[i] = {bench::kScalers[i].name, kRuns[i]};
+        kRuns[i]();
         if (ideal && bench::kScalers[i].scales) {
             const bench::Closeness closeness = bench::compare(task.result, ideal, values);
             bench::print_line(other_row, work, contestants[i].name, closeness.rms, closeness.greatest);
@@ -57,7 +57,7 @@ void measure(const char* row, unsigned rounds, const double* ideal) {
     }
     bench::take_turns(row, work, contestants, bench::kScalerCount, rounds, 1);
     snprintf(other_row, sizeof other_row, "%s, SSE code afterwards", row);
-    bench::measure_sse_afterwards(other_row, work, runs[0], rounds);
+    bench::measure_sse_afterwards(other_row, work, kRuns[0], rounds);
 }
 
 // The two vector loops alone: the wider one may be slower nowhere.
@@ -104,7 +104,7 @@ void run(unsigned width, unsigned height, unsigned bpp, unsigned rounds, bool wi
 
 int main(int argc, char** argv) {
     const int wanted = argc > 1 ? atoi(argv[1]) : 31;
-    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::most_rounds;
+    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::kMostRounds;
     if (!bench::start_gdiplus()) {
         printf("can't start GDI+\n");
         return 1;

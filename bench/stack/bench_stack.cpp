@@ -83,7 +83,7 @@ struct Road {
     int button; // that answers the dialog; 0 for a road without one
 };
 
-const Road roads[] = {
+const Road kRoads[] = {
     {"e-mail, declined", declined, 2},
     {"e-mail, opened", mailed, 1},
     {"e-mail with screenshot, opened", mailed_with_screenshot, 1},
@@ -110,7 +110,7 @@ __attribute__((noinline)) void measure(const Road& road) {
 
 int main() {
     InitCrushReport();
-    for (const Road& road : roads)
+    for (const Road& road : kRoads)
         measure(road); // the first round loads DLLs; its figures are those of a process that meets its first fault
     return 0;
 }

@@ -54,14 +54,14 @@ void build_body() {
 
 int main(int argc, char** argv) {
     const int wanted = argc > 1 ? atoi(argv[1]) : 31;
-    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::most_rounds;
-    constexpr bench::Contestant contestants[] = {{"ours", build_body}, {"reading plainly", read_plainly}};
-    constexpr size_t sizes[] = {80, 800, 8000};
-    for (const size_t kibibytes : sizes) {
+    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::kMostRounds;
+    constexpr bench::Contestant kContestants[] = {{"ours", build_body}, {"reading plainly", read_plainly}};
+    constexpr size_t kSizes[] = {80, 800, 8000};
+    for (const size_t kibibytes : kSizes) {
         size = kibibytes * 1024;
         done = done && write_files();
         if (done)
-            bench::take_turns("upload body", 6.0 * static_cast<double>(size), contestants, 2, rounds, 1);
+            bench::take_turns("upload body", 6.0 * static_cast<double>(size), kContestants, 2, rounds, 1);
     }
     for (const char* name : kFiles)
         remove(name);

@@ -63,11 +63,11 @@ static int end_callback(void* user) {
 }
 
 static stbi__context* start(ByteSource* source) {
-    static const stbi_io_callbacks callbacks = {read_callback, skip_callback, end_callback};
+    static const stbi_io_callbacks kCallbacks = {read_callback, skip_callback, end_callback};
     Reader* reader = (Reader*)take_memory(sizeof(Reader));
     reader->source = source;
     rewind_source(source);
-    stbi__start_callbacks(&reader->context, (stbi_io_callbacks*)&callbacks, reader);
+    stbi__start_callbacks(&reader->context, (stbi_io_callbacks*)&kCallbacks, reader);
     return &reader->context; /* the first member: freed as the whole */
 }
 
@@ -131,7 +131,7 @@ typedef struct Decoder {
     void* (*load)(stbi__context*, int*, int*, int*, int, stbi__result_info*);
 } Decoder;
 
-static const Decoder decoders[image_format_count] = {
+static const Decoder kDecoders[image_format_count] = {
     [image_jpg] = {stbi__jpeg_test, stbi__jpeg_info, stbi__jpeg_load},
     [image_png] = {stbi__png_test, stbi__png_info, stbi__png_load},
     [image_bmp] = {stbi__bmp_test, stbi__bmp_info, stbi__bmp_load},
@@ -146,7 +146,7 @@ static const Decoder decoders[image_format_count] = {
 
 int has_format(ImageFormat format, ByteSource* source) {
     stbi__context* context = start(source);
-    int yes = decoders[format].test(context);
+    int yes = kDecoders[format].test(context);
     free_memory(context);
     return yes;
 }
@@ -155,7 +155,7 @@ Picture measure_picture(ImageFormat format, ByteSource* source) {
     Picture picture = {0, 0, 0, NULL};
     stbi__context* context = start(source);
     int width = 0, height = 0, channels = 0;
-    if (!decoders[format].info(context, &width, &height, &channels) || width < 0 || height < 0)
+    if (!kDecoders[format].info(context, &width, &height, &channels) || width < 0 || height < 0)
         give_up(is_unread_kind(format, source) ? NSUP : BADI);
     free_memory(context);
     check_size((uint32_t)width, (uint32_t)height);
@@ -186,7 +186,7 @@ Picture decode_picture(ImageFormat format, ByteSource* source) {
     source->pass_limit = format == image_jpg ? most_passes : 0;
     context = start(source);
     about.channel_order = STBI_ORDER_RGB;
-    pixels = (uint8_t*)decoders[format].load(context, &width, &height, &channels, 0, &about);
+    pixels = (uint8_t*)kDecoders[format].load(context, &width, &height, &channels, 0, &about);
     source->pass_limit = 0;
     if (!pixels || width <= 0 || height <= 0 || channels < 1 || channels > 4)
         give_up(BADI);

@@ -11,7 +11,7 @@ extern "C" {
 #endif
 
 /* The codes of the formats, in the order of ImageFormat. */
-extern const uint32_t format_codes[image_format_count];
+extern const uint32_t kFormatCodes[image_format_count];
 
 /* As LoadEntry, InfoEntry, ThumbnailEntry and SaveEntry of the module contract say. */
 ResultCode load_image(ImageFormat format, ImageDataExchange* image, VStream* stream, int32_t page_index);

@@ -264,7 +264,7 @@ TEST(Fall, Tells_size_and_pages_without_decoding) {
         const auto kind = static_cast<ImageFormat>(format);
         glib::ImageFileInfo info;
         ASSERT_EQ(fall_test::info(kind, fall_test::sample(kind), info), glib::RCOK);
-        EXPECT_EQ(info.format, format_codes[format]);
+        EXPECT_EQ(info.format, kFormatCodes[format]);
         EXPECT_EQ(info.width, kind == image_jpg ? 8u : 3u);
         EXPECT_EQ(info.height, kind == image_jpg ? 8u : 2u);
         EXPECT_EQ(info.page_count, kind == image_gif ? 2u : 1u);
@@ -502,14 +502,14 @@ TEST(Fall, What_the_codec_cant_encode_is_an_error) {
 }
 
 TEST(Fall, Says_which_formats_it_has_when_asked_for_them_and_nothing_else) {
-    glib::FilterInfoRequest request = {&fall_test::services, sizeof(request), 0, 0, nullptr};
+    glib::FilterInfoRequest request = {&fall_test::kServices, sizeof(request), 0, 0, nullptr};
     GetFilterInfo(1, &request);
     EXPECT_EQ(request.interface_version, 0u);
     EXPECT_EQ(request.formats, nullptr);
     GetFilterInfo(0, &request);
     EXPECT_EQ(request.interface_version, static_cast<uint32_t>(GLIB_INTERFACE_VERSION));
     EXPECT_EQ(request.format_count, static_cast<uint32_t>(image_format_count));
-    EXPECT_EQ(request.formats, format_codes);
+    EXPECT_EQ(request.formats, kFormatCodes);
 }
 
 // The encoder fills the sink's buffer in pieces of its own; here all of it is one.

@@ -65,7 +65,7 @@ struct Image {
     }
 };
 
-inline const glib::ModuleServices services = {
+inline const glib::ModuleServices kServices = {
     sizeof(glib::ModuleServices),
     GLIB_INTERFACE_VERSION,
     [](glib::ImageDataExchange* image, std::uint32_t width, std::uint32_t height, std::uint32_t bits) {
@@ -113,7 +113,7 @@ inline const glib::ModuleServices services = {
 
 // What every test begins with.
 inline void lend_services() {
-    fall::host = &services;
+    fall::host = &kServices;
 }
 
 inline glib::ResultCode load(fall::ImageFormat format, const Bytes& data, Image& image, int page = -1) {

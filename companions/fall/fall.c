@@ -2,7 +2,7 @@
 #include "companions/fall/entries.h"
 
 /* Targa comes last, since its data can't be told for certain. */
-const uint32_t format_codes[image_format_count] = {
+const uint32_t kFormatCodes[image_format_count] = {
     [image_jpg] = 0x044A5047u, [image_png] = 0x24504E47u, [image_bmp] = 0x24424D50u, [image_gif] = 0x32474946u,
     [image_psd] = 0x04505344u, [image_hdr] = 0x00484452u, [image_pgm] = 0x0050474Du, [image_ppm] = 0x0050504Du,
     [image_pic] = 0x00504943u, [image_tga] = 0x20544741u,
@@ -14,7 +14,7 @@ void GLIB_CALL GetFilterInfo(uint32_t request_kind, FilterInfoRequest* request) 
     host = request->services;
     request->interface_version = GLIB_INTERFACE_VERSION;
     request->format_count = image_format_count;
-    request->formats = format_codes;
+    request->formats = kFormatCodes;
 }
 
 #define READING_ENTRIES(NAME, format)                                                                                  \

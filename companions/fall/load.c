@@ -54,7 +54,7 @@ static void measure(void* argument) {
     ByteSource* source = open_image(reading);
     Picture picture = measure_picture(reading->format, source);
     ImageFileInfo* info = reading->info;
-    info->format = format_codes[reading->format];
+    info->format = kFormatCodes[reading->format];
     info->width = picture.width;
     info->height = picture.height;
     info->bits_per_pixel = stored_depth(reading->format, &picture, source);

@@ -38,14 +38,14 @@ static uint32_t jpg_depth(ByteSource* source) {
 
 /* The header is the first chunk, or comes behind one of Apple's. */
 static uint32_t png_depth(ByteSource* source) {
-    static const uint8_t channels_of_kind[] = {1, 0, 3, 1, 2, 0, 4};
+    static const uint8_t kChannelsOfKind[] = {1, 0, 3, 1, 2, 0, 4};
     uint32_t header = 8, depth;
     uint8_t kind;
     if (byte_at(source, header + 4) == 'C')
         header += 12u + byte_at(source, header + 3);
     depth = byte_at(source, header + 16);
     kind = byte_at(source, header + 17);
-    return kind < sizeof(channels_of_kind) ? depth * channels_of_kind[kind] : 0;
+    return kind < sizeof(kChannelsOfKind) ? depth * kChannelsOfKind[kind] : 0;
 }
 
 static uint32_t bmp_depth(ByteSource* source) {

@@ -18,18 +18,18 @@ public:
 
     // Over an earlier piece as far as it lies within that; otherwise a piece of its own.
     void put(std::uint32_t address, const Bytes& bytes) {
-        for (Piece& piece : pieces_)
+        for (Piece& piece : m_pieces)
             if (piece.holds(address, bytes.size())) {
                 std::copy(bytes.begin(), bytes.end(), piece.bytes.begin() + (address - piece.begin));
                 return;
             }
-        pieces_.push_back({address, bytes});
+        m_pieces.push_back({address, bytes});
     }
     void fill(std::uint32_t address, std::uint32_t size, std::uint8_t value) { put(address, Bytes(size, value)); }
     void put_u32(std::uint32_t address, std::uint32_t value) { put(address, little_endian(value)); }
 
     bool read(std::uint32_t address, void* to, std::uint32_t size) override {
-        for (const Piece& piece : pieces_)
+        for (const Piece& piece : m_pieces)
             if (piece.holds(address, size)) {
                 std::memcpy(to, piece.bytes.data() + (address - piece.begin), size);
                 return true;
@@ -52,7 +52,7 @@ private:
         }
     };
 
-    std::vector<Piece> pieces_;
+    std::vector<Piece> m_pieces;
 };
 
 // A process with one module at 0x400000, whose code (0x401000 to 0x403000) is a gap between functions where no test

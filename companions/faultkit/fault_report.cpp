@@ -140,8 +140,8 @@ struct SymbolOutcome {
 
 // Does the symbol work on the fault that was captured, and with it the trace, which is then the one to hand out.
 SymbolOutcome look_up_symbols(const EXCEPTION_POINTERS* pointers, bool with_trace) {
-    static const SourcePlace unknown = {};
-    SymbolOutcome outcome = {&unknown, kNoRoom, {}};
+    static const SourcePlace kUnknown = {};
+    SymbolOutcome outcome = {&kUnknown, kNoRoom, {}};
     StackTrace* trace = &plain_trace;
     StepFault walking = {};
     if (!was_abandoned()) {

@@ -16,45 +16,45 @@ using faultkit::Module;
 class FaultTextTest : public testing::Test {
 protected:
     FaultTextTest() {
-        facts.has_record = true;
-        facts.code = 0xC0000005;
-        facts.address = 0x401234;
-        facts.parameter_count = 2;
-        facts.thread = 0x1A4;
-        facts.executable = FakeProcess::kModule;
+        m_facts.has_record = true;
+        m_facts.code = 0xC0000005;
+        m_facts.address = 0x401234;
+        m_facts.parameter_count = 2;
+        m_facts.thread = 0x1A4;
+        m_facts.executable = FakeProcess::kModule;
     }
 
     void access(std::uint32_t how, std::uint32_t where, const char* memory = nullptr) {
-        facts.parameters[0] = how;
-        facts.parameters[1] = where;
-        facts.memory = memory;
+        m_facts.parameters[0] = how;
+        m_facts.parameters[1] = where;
+        m_facts.memory = memory;
     }
     std::string described() {
         char storage[4096];
         faultkit::TextBuilder text(storage);
-        faultkit::describe_fault(text, facts, process.modules);
+        faultkit::describe_fault(text, m_facts, m_process.modules);
         return text.c_str();
     }
     std::string first_line() { return described().substr(0, described().find('\n')); }
     std::string listed(unsigned size = 8192, unsigned reserve = 0) {
         std::string storage(size, '\0');
         faultkit::TextBuilder text(storage.data(), size);
-        faultkit::list_modules(text, facts, process.modules, reserve);
+        faultkit::list_modules(text, m_facts, m_process.modules, reserve);
         return text.c_str();
     }
     Module* add_module(std::uint32_t base, const char* name, bool of_system) {
-        Module* module = process.modules.next();
+        Module* module = m_process.modules.next();
         *module = Module();
         module->image.base = base;
         module->image.size = 0x2000;
         std::strcpy(module->name, name);
         module->of_system = of_system;
-        process.modules.commit();
+        m_process.modules.commit();
         return module;
     }
 
-    FakeProcess process;
-    FaultFacts facts = {};
+    FakeProcess m_process;
+    FaultFacts m_facts = {};
 };
 
 TEST_F(FaultTextTest, Access_names_what_was_done_where) {
@@ -68,7 +68,7 @@ TEST_F(FaultTextTest, Access_names_what_was_done_where) {
 }
 
 TEST_F(FaultTextTest, Read_of_the_instructions_own_address_is_an_execution) {
-    facts.address = 0x20000000;
+    m_facts.address = 0x20000000;
     access(0, 0x20000000);
     EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be executed");
 }
@@ -81,52 +81,52 @@ TEST_F(FaultTextTest, Address_in_the_first_64_KB_is_a_null_pointer) {
 }
 
 TEST_F(FaultTextTest, Page_error_adds_the_systems_reason) {
-    facts.code = 0xC0000006;
-    facts.parameter_count = 3;
+    m_facts.code = 0xC0000006;
+    m_facts.parameter_count = 3;
     access(0, 0x20000000);
-    facts.parameters[2] = 0xC000009C;
+    m_facts.parameters[2] = 0xC000009C;
     EXPECT_EQ(first_line(),
               "EXCEPTION_IN_PAGE_ERROR (C0000006): memory at 20000000 could not be read, the system's reason "
               "was C000009C");
 }
 
 TEST_F(FaultTextTest, Access_violation_without_parameters_has_its_name) {
-    facts.parameter_count = 0;
+    m_facts.parameter_count = 0;
     EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005)");
 }
 
 TEST_F(FaultTextTest, Known_exception_is_put_in_words) {
-    facts.code = 0xC0000094;
-    facts.parameter_count = 0;
+    m_facts.code = 0xC0000094;
+    m_facts.parameter_count = 0;
     EXPECT_EQ(first_line(), "EXCEPTION_INT_DIVIDE_BY_ZERO (C0000094): an integer was divided by zero");
 }
 
 TEST_F(FaultTextTest, Unknown_exception_shows_its_parameters) {
-    facts.code = 0xE0001234;
-    facts.parameter_count = 3;
+    m_facts.code = 0xE0001234;
+    m_facts.parameter_count = 3;
     access(0x11, 0x22);
-    facts.parameters[2] = 0x33;
+    m_facts.parameters[2] = 0x33;
     EXPECT_EQ(first_line(), "exception (E0001234), parameters 00000011 00000022 00000033");
 }
 
 TEST_F(FaultTextTest, Thrown_object_shows_its_type) {
-    facts.code = 0xE06D7363;
-    std::strcpy(facts.thrown_type, ".?AVCFileException@@");
+    m_facts.code = 0xE06D7363;
+    std::strcpy(m_facts.thrown_type, ".?AVCFileException@@");
     EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, type .?AVCFileException@@");
 }
 
 TEST_F(FaultTextTest, Missing_record_is_said) {
-    facts.has_record = false;
+    m_facts.has_record = false;
     EXPECT_EQ(first_line(), "exception unknown: its record can't be read");
 }
 
 TEST_F(FaultTextTest, Instruction_code_thread_and_registers_follow) {
-    facts.code = 0x80000003;
-    facts.code_byte_count = 4;
-    std::memcpy(facts.code_bytes, "\xCC\xC3\x90\x0F", 4);
-    facts.has_registers = true;
-    facts.registers = {1,    2,    3,    4,    5,    6,    7,     8,      0x401234, 0x246, 0x23,
-                       0x2B, 0x2C, 0x6B, 0x63, 0x2D, true, 0x27B, 0xB084, 0x401236, true,  0x1D80};
+    m_facts.code = 0x80000003;
+    m_facts.code_byte_count = 4;
+    std::memcpy(m_facts.code_bytes, "\xCC\xC3\x90\x0F", 4);
+    m_facts.has_registers = true;
+    m_facts.registers = {1,    2,    3,    4,    5,    6,    7,     8,      0x401234, 0x246, 0x23,
+                         0x2B, 0x2C, 0x6B, 0x63, 0x2D, true, 0x27B, 0xB084, 0x401236, true,  0x1D80};
     EXPECT_EQ(described(), "EXCEPTION_BREAKPOINT (80000003): a breakpoint was reached\n"
                            "Instruction: 00401234 host.exe+00001234\n"
                            "Code: CC C3 90 0F\n"
@@ -137,14 +137,14 @@ TEST_F(FaultTextTest, Instruction_code_thread_and_registers_follow) {
 }
 
 TEST_F(FaultTextTest, Float_exception_adds_the_float_registers) {
-    facts.code = 0xC000008E;
-    facts.has_registers = true;
-    facts.registers.has_float = true;
-    facts.registers.x87_control = 0x27B;
-    facts.registers.x87_status = 0xB084;
-    facts.registers.x87_instruction = 0x401236;
-    facts.registers.has_sse = true;
-    facts.registers.mxcsr = 0x1D80;
+    m_facts.code = 0xC000008E;
+    m_facts.has_registers = true;
+    m_facts.registers.has_float = true;
+    m_facts.registers.x87_control = 0x27B;
+    m_facts.registers.x87_status = 0xB084;
+    m_facts.registers.x87_instruction = 0x401236;
+    m_facts.registers.has_sse = true;
+    m_facts.registers.mxcsr = 0x1D80;
     const std::string text = described();
     EXPECT_NE(text.find("\nx87 control 027B, status B084, instruction 00401236 host.exe+00001236\nMXCSR 00001D80"),
               std::string::npos)
@@ -154,7 +154,7 @@ TEST_F(FaultTextTest, Float_exception_adds_the_float_registers) {
 TEST_F(FaultTextTest, Modules_are_listed_executable_first_and_the_systems_last) {
     add_module(0x200000, "ntdll.dll", true);
     add_module(0x300000, "plugin.dll", false);
-    process.modules.add_unloaded({0x900000, 0x1000, 0x55667788, "gone.dll"});
+    m_process.modules.add_unloaded({0x900000, 0x1000, 0x55667788, "gone.dll"});
     EXPECT_EQ(listed(), "\nModules (base, size, time stamp, version, PDB identity, name):"
                         "\n00400000 00010000 00000000 - - host.exe"
                         "\n00300000 00002000 00000000 - - plugin.dll"
@@ -165,7 +165,7 @@ TEST_F(FaultTextTest, Modules_are_listed_executable_first_and_the_systems_last) 
 TEST_F(FaultTextTest, Faulting_module_follows_the_executable) {
     add_module(0x300000, "plugin.dll", false);
     add_module(0x500000, "culprit.dll", true);
-    facts.address = 0x501000;
+    m_facts.address = 0x501000;
     const std::string text = listed();
     EXPECT_LT(text.find("host.exe"), text.find("culprit.dll"));
     EXPECT_LT(text.find("culprit.dll"), text.find("plugin.dll"));

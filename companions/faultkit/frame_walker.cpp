@@ -28,10 +28,10 @@ constexpr uint32_t kLargestChainLink = 0x400000;
 } // namespace
 
 FrameWalker::Level FrameWalker::level_at(uint32_t address, uint32_t sp) {
-    Level level = {address, sp, functions_.find(address), {}};
+    Level level = {address, sp, m_functions.find(address), {}};
     if (level.function.start)
         level.prologue =
-            read_prologue(memory_, level.function.push ? level.function.push : level.function.start, address);
+            read_prologue(m_memory, level.function.push ? level.function.push : level.function.start, address);
     if (level.prologue.taken < kLargestFrame)
         level.floor += level.prologue.taken;
     return level;
@@ -40,7 +40,7 @@ FrameWalker::Level FrameWalker::level_at(uint32_t address, uint32_t sp) {
 bool FrameWalker::entered(const Slot& slot, const Level& level) {
     const uint32_t target = slot.call.target;
     if (slot.call.kind != CallSite::kKnown || target > level.address ||
-        modules_.find(target) != modules_.find(level.address))
+        m_modules.find(target) != m_modules.find(level.address))
         return false;
     const uint32_t start = level.function.framed ? level.function.start - kPrologueReach : level.function.start;
     return level.function.start ? target >= start : level.address - target < kLargestFunction;
@@ -48,27 +48,27 @@ bool FrameWalker::entered(const Slot& slot, const Level& level) {
 
 bool FrameWalker::slot_at(uint32_t place, Slot* slot) {
     slot->place = place;
-    if (!memory_.read_u32(place, &slot->value) || !modules_.is_or_was_code(slot->value))
+    if (!m_memory.read_u32(place, &slot->value) || !m_modules.is_or_was_code(slot->value))
         return false;
-    slot->call = find_call_before(memory_, modules_, slot->value);
+    slot->call = find_call_before(m_memory, m_modules, slot->value);
     return slot->call.kind != CallSite::kNone;
 }
 
 bool FrameWalker::anchor_of(uint32_t sp, uint32_t bp, Slot* anchor) {
-    return bp % 4 == 0 && bp >= sp && bp < stack_end_ && bp - sp < kLargestChainLink && slot_at(bp + 4, anchor);
+    return bp % 4 == 0 && bp >= sp && bp < m_stack_end && bp - sp < kLargestChainLink && slot_at(bp + 4, anchor);
 }
 
 bool FrameWalker::next_slot(uint32_t from, uint32_t end, Slot* slot) {
     uint32_t words[64];
     while (from < end) {
         uint32_t size = end - from < sizeof words ? end - from : sizeof words;
-        if (!memory_.read(from, words, size)) {
+        if (!m_memory.read(from, words, size)) {
             size = 4;
-            if (!memory_.read(from, words, size))
+            if (!m_memory.read(from, words, size))
                 return false;
         }
         for (uint32_t i = 0; i < size / 4; ++i)
-            if (modules_.is_or_was_code(words[i]) && slot_at(from + i * 4, slot))
+            if (m_modules.is_or_was_code(words[i]) && slot_at(from + i * 4, slot))
                 return true;
         from += size;
     }
@@ -170,15 +170,15 @@ bool FrameWalker::find_owner(const Level& level, const Slot& anchor, Slot* slot)
 
 // At a function's first instructions, or at its return, the frame is not there and the return address is on top.
 bool FrameWalker::interrupted_at_edge(const Frame& frame, Slot* slot) {
-    if (!modules_.find_code(frame.pc))
+    if (!m_modules.find_code(frame.pc))
         return slot_at(frame.sp, slot); // a call through a bad pointer
-    const FunctionBounds function = functions_.find(frame.pc);
+    const FunctionBounds function = m_functions.find(frame.pc);
     if (function.push && frame.pc <= function.push)
         return slot_at(frame.sp, slot);
     if (function.push && frame.pc == function.push + 1)
         return slot_at(frame.sp + 4, slot);
     uint8_t code = 0;
-    return (frame.pc == function.start || (memory_.read_u8(frame.pc, &code) && (code == 0xC3 || code == 0xC2))) &&
+    return (frame.pc == function.start || (m_memory.read_u8(frame.pc, &code) && (code == 0xC3 || code == 0xC2))) &&
            slot_at(frame.sp, slot);
 }
 
@@ -197,26 +197,26 @@ bool FrameWalker::fits(const Level& level, uint32_t arguments, const Slot* ancho
 // just as much stack as lies below a return address. *level becomes that function's.
 bool FrameWalker::find_hidden(const Frame& frame, const Slot* anchor, Level* level, Slot* slot) {
     constexpr unsigned kMostStarts = 8;
-    const CodeRange* section = modules_.find_code(level->address);
+    const CodeRange* section = m_modules.find_code(level->address);
     if (!section || !level->function.start)
         return false;
     uint32_t starts[kMostStarts];
     const unsigned count =
-        list_possible_starts(memory_, *section, level->function.start, level->address, starts, kMostStarts);
+        list_possible_starts(m_memory, *section, level->function.start, level->address, starts, kMostStarts);
     const bool interrupted = frame.origin == FrameOrigin::kInterrupted;
-    const uint32_t call = interrupted ? 0 : find_call_before(memory_, modules_, frame.pc).length;
-    const uint32_t arguments = call ? arguments_pushed_before(memory_, frame.pc - call) : 0;
+    const uint32_t call = interrupted ? 0 : find_call_before(m_memory, m_modules, frame.pc).length;
+    const uint32_t arguments = call ? arguments_pushed_before(m_memory, frame.pc - call) : 0;
     const bool fitting = count && fits(*level, arguments, anchor);
     if (fitting && !(level->function.framed && interrupted))
         return false;
     for (unsigned i = 0; i < count; ++i) {
-        const Prologue prologue = read_prologue(memory_, starts[i], level->address);
+        const Prologue prologue = read_prologue(m_memory, starts[i], level->address);
         if ((fitting && starts[i] % kAlignment) || prologue.taken >= kLargestFrame)
             continue;
         Level hidden = {level->address, frame.sp + prologue.taken, {starts[i], false, 0}, prologue};
         const uint32_t places[] = {arguments, arguments + prologue.scratch, 0, prologue.scratch};
         for (const uint32_t place : places)
-            if (hidden.floor + place < stack_end_ && slot_at(hidden.floor + place, slot) &&
+            if (hidden.floor + place < m_stack_end && slot_at(hidden.floor + place, slot) &&
                 (slot->call.kind == CallSite::kComputed || entered(*slot, hidden))) {
                 *level = hidden;
                 return true;
@@ -230,12 +230,12 @@ uint32_t FrameWalker::bp_of_caller(const Frame& frame, const Level& level, const
     uint32_t saved = 0;
     Slot anchor;
     if (slot.place == frame.bp + 4)
-        return memory_.read_u32(frame.bp, &saved) ? saved : frame.bp;
+        return m_memory.read_u32(frame.bp, &saved) ? saved : frame.bp;
     const uint32_t kept = level.function.framed ? 4 : level.prologue.saved_ebp;
     if (kept)
-        return memory_.read_u32(slot.place - kept, &saved) ? saved : frame.bp;
+        return m_memory.read_u32(slot.place - kept, &saved) ? saved : frame.bp;
     if (!level.function.start && !anchor_of(slot.place + 4, frame.bp, &anchor) &&
-        memory_.read_u32(slot.place - 4, &saved) && anchor_of(slot.place + 4, saved, &anchor))
+        m_memory.read_u32(slot.place - 4, &saved) && anchor_of(slot.place + 4, saved, &anchor))
         return saved;
     return frame.bp;
 }
@@ -247,7 +247,7 @@ bool FrameWalker::find_caller(const Frame& frame, Frame* caller) {
         return true;
     }
     const uint32_t from = (frame.sp + 3) & ~3u;
-    if (from < frame.sp || from >= stack_end_)
+    if (from < frame.sp || from >= m_stack_end)
         return false;
     Level level = level_at(frame.instruction(), from);
     // A link inside what the function itself has taken is stale.
@@ -260,7 +260,7 @@ bool FrameWalker::find_caller(const Frame& frame, Frame* caller) {
         origin = FrameOrigin::kChained;
         found = true;
     }
-    const uint32_t rest = stack_end_ - from;
+    const uint32_t rest = m_stack_end - from;
     const uint32_t end = anchored ? anchor.place + 4 : from + (rest < kLargestFrame ? rest : kLargestFrame);
     // The lowest slot, when certain, ends the search before it begins: so it is in nearly all frames.
     if (!found && next_slot(level.floor, end, &slot) && entered(slot, level)) {
@@ -294,13 +294,13 @@ bool FrameWalker::find_caller(const Frame& frame, Frame* caller) {
 }
 
 bool FrameWalker::may_have_called(const Frame& frame, const Frame& caller) {
-    const CallSite call = find_call_before(memory_, modules_, caller.pc);
-    return call.kind != CallSite::kKnown || modules_.find(call.target) == modules_.find(frame.pc);
+    const CallSite call = find_call_before(m_memory, m_modules, caller.pc);
+    return call.kind != CallSite::kKnown || m_modules.find(call.target) == m_modules.find(frame.pc);
 }
 
 bool FrameWalker::is_sound(const Frame& frame, const Frame& caller) {
-    return caller.sp > frame.sp && caller.sp <= stack_end_ &&
-           find_call_before(memory_, modules_, caller.pc).kind != CallSite::kNone;
+    return caller.sp > frame.sp && caller.sp <= m_stack_end &&
+           find_call_before(m_memory, m_modules, caller.pc).kind != CallSite::kNone;
 }
 
 } // namespace faultkit

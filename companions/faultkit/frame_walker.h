@@ -36,7 +36,7 @@ class FrameWalker {
 public:
     // stack_end: one past the highest address of the stack. Both references must outlive the walker.
     FrameWalker(Memory& memory, const ModuleTable& modules, uint32_t stack_end)
-        : memory_(memory), modules_(modules), functions_(memory, modules), stack_end_(stack_end) {}
+        : m_memory(memory), m_modules(modules), m_functions(memory, modules), m_stack_end(stack_end) {}
 
     // The caller of `frame`. Returns false at the end of what can be found. The caller's sp is always above the
     // frame's.
@@ -77,10 +77,10 @@ private:
     bool find_hidden(const Frame& frame, const Slot* anchor, Level* level, Slot* slot);
     uint32_t bp_of_caller(const Frame& frame, const Level& level, const Slot& slot);
 
-    Memory& memory_;
-    const ModuleTable& modules_;
-    FunctionFinder functions_;
-    uint32_t stack_end_;
+    Memory& m_memory;
+    const ModuleTable& m_modules;
+    FunctionFinder m_functions;
+    uint32_t m_stack_end;
 };
 
 } // namespace faultkit

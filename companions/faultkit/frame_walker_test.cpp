@@ -22,7 +22,7 @@ protected:
     Frame interrupted(std::uint32_t pc, std::uint32_t sp, std::uint32_t bp) {
         return {pc, sp, bp, FrameOrigin::kInterrupted};
     }
-    FrameWalker walker() { return FrameWalker(process.memory, process.modules, FakeProcess::kStackEnd); }
+    FrameWalker walker() { return FrameWalker(m_process.memory, m_process.modules, FakeProcess::kStackEnd); }
 
     std::vector<std::uint32_t> walk(Frame frame) {
         FrameWalker walker = this->walker();
@@ -36,50 +36,50 @@ protected:
         return path;
     }
 
-    FakeProcess process;
+    FakeProcess m_process;
 };
 
 using Path = std::vector<std::uint32_t>;
 
 TEST_F(FrameWalkerTest, Chain_of_frame_pointers_is_followed) {
     for (const std::uint32_t start : {kInner, kMiddle, kOuter})
-        process.put_framed_function(start);
-    process.put_call(kMiddle + 0x20, kInner);
-    process.put_call(kOuter + 0x20, kMiddle);
-    process.memory.put_u32(kStack + 0x40, kStack + 0x80);
-    process.memory.put_u32(kStack + 0x44, kMiddle + 0x20);
-    process.memory.put_u32(kStack + 0x80, 0);
-    process.memory.put_u32(kStack + 0x84, kOuter + 0x20);
+        m_process.put_framed_function(start);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call(kOuter + 0x20, kMiddle);
+    m_process.memory.put_u32(kStack + 0x40, kStack + 0x80);
+    m_process.memory.put_u32(kStack + 0x44, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x80, 0);
+    m_process.memory.put_u32(kStack + 0x84, kOuter + 0x20);
     EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x40)), (Path{kMiddle + 0x20, kOuter + 0x20}));
 }
 
 TEST_F(FrameWalkerTest, Functions_without_frame_pointer_are_found_below_the_next_link) {
-    process.put_frameless_function(kInner);
-    process.put_frameless_function(kMiddle);
-    process.put_framed_function(kOuter);
-    process.put_call(kMiddle + 0x20, kInner);
-    process.put_call(kOuter + 0x20, kMiddle);
-    process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
-    process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
+    m_process.put_frameless_function(kInner);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call(kOuter + 0x20, kMiddle);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
     EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x80)), (Path{kMiddle + 0x20, kOuter + 0x20}));
 }
 
 TEST_F(FrameWalkerTest, Stale_return_address_of_another_function_is_passed_over) {
-    process.put_frameless_function(kInner);
-    process.put_frameless_function(kMiddle);
-    process.put_frameless_function(kOuter);
-    process.put_call(kMiddle + 0x20, kInner);
-    process.put_call(kOuter + 0x30, kMiddle); // of an earlier call
-    process.memory.put_u32(kStack + 0x18, kOuter + 0x30);
-    process.memory.put_u32(kStack + 0x20, kMiddle + 0x20);
+    m_process.put_frameless_function(kInner);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_frameless_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call(kOuter + 0x30, kMiddle); // of an earlier call
+    m_process.memory.put_u32(kStack + 0x18, kOuter + 0x30);
+    m_process.memory.put_u32(kStack + 0x20, kMiddle + 0x20);
     EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, 0)).front(), kMiddle + 0x20);
 }
 
 TEST_F(FrameWalkerTest, Stale_return_address_of_a_recursion_inside_the_locals_is_passed_over) {
-    process.put_frameless_function(kInner);
-    process.put_call(kInner + 0x20, kInner);
-    process.memory.put_u32(kStack + 0x08, kInner + 0x20); // in the 20 bytes that the function took
-    process.memory.put_u32(kStack + 0x14, kInner + 0x20);
+    m_process.put_frameless_function(kInner);
+    m_process.put_call(kInner + 0x20, kInner);
+    m_process.memory.put_u32(kStack + 0x08, kInner + 0x20); // in the 20 bytes that the function took
+    m_process.memory.put_u32(kStack + 0x14, kInner + 0x20);
     Frame caller;
     ASSERT_TRUE(walker().find_caller(interrupted(kInner + 0x10, kStack, 0), &caller));
     EXPECT_EQ(caller.sp, kStack + 0x18);
@@ -88,13 +88,13 @@ TEST_F(FrameWalkerTest, Stale_return_address_of_a_recursion_inside_the_locals_is
 
 // ebp as a general register may point anywhere, also into what the function itself took.
 TEST_F(FrameWalkerTest, Link_inside_the_functions_own_frame_is_stale) {
-    process.put_frameless_function(kInner);
-    process.memory.put(kInner, {0x83, 0xEC, 0x28}); // sub esp, 40
-    process.put_framed_function(kMiddle);
-    process.put_call(kMiddle + 0x20, kInner);
-    process.put_call_by_register(kOuter + 0x20);
-    process.memory.put_u32(kStack + 0x14, kOuter + 0x20); // of an earlier call
-    process.memory.put_u32(kStack + 0x28, kMiddle + 0x20);
+    m_process.put_frameless_function(kInner);
+    m_process.memory.put(kInner, {0x83, 0xEC, 0x28}); // sub esp, 40
+    m_process.put_framed_function(kMiddle);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x14, kOuter + 0x20); // of an earlier call
+    m_process.memory.put_u32(kStack + 0x28, kMiddle + 0x20);
     FrameWalker walker = this->walker();
     Frame caller;
     ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x10), &caller));
@@ -105,11 +105,11 @@ TEST_F(FrameWalkerTest, Link_inside_the_functions_own_frame_is_stale) {
 
 TEST_F(FrameWalkerTest, Call_through_a_pointer_is_believed_when_its_maker_leads_on) {
     for (const std::uint32_t start : {kInner, kMiddle, kOuter})
-        process.put_frameless_function(start);
-    process.put_call_by_register(kMiddle + 0x20);
-    process.put_call(kOuter + 0x20, kMiddle);
-    process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
-    process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
+        m_process.put_frameless_function(start);
+    m_process.put_call_by_register(kMiddle + 0x20);
+    m_process.put_call(kOuter + 0x20, kMiddle);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
     FrameWalker walker = this->walker();
     Frame caller;
     ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, 0), &caller));
@@ -118,17 +118,17 @@ TEST_F(FrameWalkerTest, Call_through_a_pointer_is_believed_when_its_maker_leads_
 }
 
 TEST_F(FrameWalkerTest, Calls_through_pointers_in_a_row_lead_to_the_chain) {
-    process.put_frameless_function(kInner);
-    process.put_frameless_function(kMiddle);
-    process.put_framed_function(kOuter);
-    process.put_call_by_register(kMiddle + 0x20);
-    process.put_call_by_register(kOuter + 0x20);
-    process.put_framed_function(kOuter + 0x80);
-    process.put_call(kOuter + 0xA0, kOuter);
-    process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
-    process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
-    process.memory.put_u32(kStack + 0x50, 0);
-    process.memory.put_u32(kStack + 0x54, kOuter + 0xA0);
+    m_process.put_frameless_function(kInner);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call_by_register(kMiddle + 0x20);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.put_framed_function(kOuter + 0x80);
+    m_process.put_call(kOuter + 0xA0, kOuter);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x50, 0);
+    m_process.memory.put_u32(kStack + 0x54, kOuter + 0xA0);
     EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x50)),
               (Path{kMiddle + 0x20, kOuter + 0x20, kOuter + 0xA0}));
 }
@@ -139,18 +139,18 @@ protected:
     static constexpr std::uint32_t kHidden = kInner + 0x40; // behind a function that takes 20 bytes
 
     HiddenFunctionTest() {
-        process.put_frameless_function(kInner);
-        process.memory.put(kHidden - 3, {0xC3, 0x66, 0x90});
-        process.memory.fill(kHidden, 0x40, 0x40);
-        process.put_frameless_function(kMiddle);
-        process.put_call_by_register(kMiddle + 0x20);
-        process.put_call(kOuter + 0x30, kInner);
-        process.memory.put_u32(kStack + 0x20, kOuter + 0x30); // of an earlier call
+        m_process.put_frameless_function(kInner);
+        m_process.memory.put(kHidden - 3, {0xC3, 0x66, 0x90});
+        m_process.memory.fill(kHidden, 0x40, 0x40);
+        m_process.put_frameless_function(kMiddle);
+        m_process.put_call_by_register(kMiddle + 0x20);
+        m_process.put_call(kOuter + 0x30, kInner);
+        m_process.memory.put_u32(kStack + 0x20, kOuter + 0x30); // of an earlier call
     }
 };
 
 TEST_F(HiddenFunctionTest, Leaf_behind_padding_has_its_return_address_on_top) {
-    process.memory.put_u32(kStack, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack, kMiddle + 0x20);
     FrameWalker walker = this->walker();
     Frame caller;
     ASSERT_TRUE(walker.find_caller(interrupted(kHidden + 8, kStack, 0), &caller));
@@ -159,9 +159,9 @@ TEST_F(HiddenFunctionTest, Leaf_behind_padding_has_its_return_address_on_top) {
 }
 
 TEST_F(HiddenFunctionTest, Its_arguments_for_a_callee_lie_below_its_return_address) {
-    process.memory.put(kHidden + 7, {0x6A, 0x05}); // push 5
-    process.put_call(kHidden + 14, kOuter);
-    process.memory.put_u32(kStack + 4, kMiddle + 0x20);
+    m_process.memory.put(kHidden + 7, {0x6A, 0x05}); // push 5
+    m_process.put_call(kHidden + 14, kOuter);
+    m_process.memory.put_u32(kStack + 4, kMiddle + 0x20);
     FrameWalker walker = this->walker();
     Frame caller;
     ASSERT_TRUE(walker.find_caller({kHidden + 14, kStack, 0, FrameOrigin::kChecked}, &caller));
@@ -169,8 +169,8 @@ TEST_F(HiddenFunctionTest, Its_arguments_for_a_callee_lie_below_its_return_addre
 }
 
 TEST_F(HiddenFunctionTest, Function_in_front_is_believed_where_the_stack_is_just_its_own) {
-    process.memory.put_u32(kStack, kMiddle + 0x20); // of an earlier call
-    process.memory.put_u32(kStack + 0x14, kOuter + 0x30);
+    m_process.memory.put_u32(kStack, kMiddle + 0x20); // of an earlier call
+    m_process.memory.put_u32(kStack + 0x14, kOuter + 0x30);
     FrameWalker walker = this->walker();
     Frame caller;
     ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x30, kStack, 0), &caller));
@@ -178,46 +178,46 @@ TEST_F(HiddenFunctionTest, Function_in_front_is_believed_where_the_stack_is_just
 }
 
 TEST_F(HiddenFunctionTest, Walk_rises_whatever_its_first_instructions_say) {
-    process.memory.put(kHidden, {0x33, 0xC0, 0x81, 0xEC, 0xF0, 0xFF, 0xFF, 0xFF}); // xor eax, eax; sub esp, -16
-    process.memory.put_u32(kStack - 0x10, kMiddle + 0x20);
+    m_process.memory.put(kHidden, {0x33, 0xC0, 0x81, 0xEC, 0xF0, 0xFF, 0xFF, 0xFF}); // xor eax, eax; sub esp, -16
+    m_process.memory.put_u32(kStack - 0x10, kMiddle + 0x20);
     FrameWalker walker = this->walker();
     Frame caller;
     ASSERT_TRUE(walker.find_caller(interrupted(kHidden + 0x10, kStack, 0), &caller));
     EXPECT_GT(caller.sp, kStack);
-    process.memory.put(kHidden, {0x33, 0xC0, 0x83, 0xEC, 0x10, 0x40, 0x40, 0x40});
+    m_process.memory.put(kHidden, {0x33, 0xC0, 0x83, 0xEC, 0x10, 0x40, 0x40, 0x40});
     EXPECT_FALSE(walker.find_caller(interrupted(kHidden + 0x10, FakeProcess::kStackEnd - 0x10, 0), &caller));
 }
 
 TEST_F(FrameWalkerTest, Function_called_directly_is_found_behind_a_framed_one_that_has_ended) {
-    process.put_framed_function(kInner);
-    process.memory.put(kInner + 0x2F, {0xC3});
-    process.put_frameless_function(kInner + 0x30);
-    process.put_framed_function(kOuter);
-    process.put_call(kMiddle + 0x20, kInner + 0x30);
-    process.put_call_by_register(kOuter + 0x20);
-    process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
-    process.memory.put_u32(kStack + 0x44, kOuter + 0x20);
+    m_process.put_framed_function(kInner);
+    m_process.memory.put(kInner + 0x2F, {0xC3});
+    m_process.put_frameless_function(kInner + 0x30);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kInner + 0x30);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x44, kOuter + 0x20);
     EXPECT_EQ(walk(interrupted(kInner + 0x40, kStack, kStack + 0x40)).front(), kMiddle + 0x20);
 }
 
 TEST_F(FrameWalkerTest, Link_inside_what_a_framed_function_has_taken_is_stale) {
-    process.put_framed_function(kInner); // takes 16 bytes
-    process.put_call_by_register(kOuter + 0x20);
-    process.put_call(kMiddle + 0x20, kInner);
-    process.memory.put_u32(kStack + 0x0C, kOuter + 0x20);
-    process.memory.put_u32(kStack + 0x18, kMiddle + 0x20);
+    m_process.put_framed_function(kInner); // takes 16 bytes
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.memory.put_u32(kStack + 0x0C, kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x18, kMiddle + 0x20);
     EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 8)).front(), kMiddle + 0x20);
 }
 
 TEST_F(FrameWalkerTest, Call_into_another_module_has_not_led_here) {
-    faultkit::Module* other = process.modules.next();
-    *other = process.modules[0];
+    faultkit::Module* other = m_process.modules.next();
+    *other = m_process.modules[0];
     other->image.base = 0x800000;
     other->image.code[0] = {0x801000, 0x802000};
-    process.modules.commit();
-    process.put_call(kMiddle + 0x20, 0x801100);
-    process.put_call(kMiddle + 0x30, kOuter);
-    process.put_call_by_register(kMiddle + 0x40);
+    m_process.modules.commit();
+    m_process.put_call(kMiddle + 0x20, 0x801100);
+    m_process.put_call(kMiddle + 0x30, kOuter);
+    m_process.put_call_by_register(kMiddle + 0x40);
     const Frame frame = interrupted(kInner + 0x10, kStack, 0);
     EXPECT_FALSE(walker().may_have_called(frame, {kMiddle + 0x20, kStack + 8, 0, FrameOrigin::kSymbols}));
     EXPECT_TRUE(walker().may_have_called(frame, {kMiddle + 0x30, kStack + 8, 0, FrameOrigin::kSymbols}));
@@ -225,44 +225,44 @@ TEST_F(FrameWalkerTest, Call_into_another_module_has_not_led_here) {
 }
 
 TEST_F(FrameWalkerTest, Fault_before_the_frame_is_set_up_finds_the_return_address_on_top) {
-    process.put_framed_function(kInner);
-    process.put_call(kMiddle + 0x20, kInner);
-    process.memory.put_u32(kStack, kMiddle + 0x20);
+    m_process.put_framed_function(kInner);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.memory.put_u32(kStack, kMiddle + 0x20);
     EXPECT_EQ(walk(interrupted(kInner, kStack, kStack + 0x80)), (Path{kMiddle + 0x20}));
 }
 
 TEST_F(FrameWalkerTest, Fault_after_the_push_finds_the_return_address_below_it) {
-    process.put_framed_function(kInner);
-    process.put_call(kMiddle + 0x20, kInner);
-    process.memory.put_u32(kStack + 4, kMiddle + 0x20);
+    m_process.put_framed_function(kInner);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.memory.put_u32(kStack + 4, kMiddle + 0x20);
     EXPECT_EQ(walk(interrupted(kInner + 1, kStack, kStack + 0x80)), (Path{kMiddle + 0x20}));
 }
 
 TEST_F(FrameWalkerTest, Call_through_a_null_pointer_leads_back_to_its_maker) {
-    process.put_frameless_function(kMiddle);
-    process.put_call_by_register(kMiddle + 0x20);
-    process.memory.put_u32(kStack, kMiddle + 0x20);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_call_by_register(kMiddle + 0x20);
+    m_process.memory.put_u32(kStack, kMiddle + 0x20);
     EXPECT_EQ(walk(interrupted(0, kStack, 0)), (Path{kMiddle + 0x20}));
 }
 
 TEST_F(FrameWalkerTest, Circular_chain_ends) {
-    process.put_framed_function(kInner);
-    process.put_call(kInner + 0x20, kInner);
-    process.memory.put_u32(kStack + 0x40, kStack + 0x40);
-    process.memory.put_u32(kStack + 0x44, kInner + 0x20);
+    m_process.put_framed_function(kInner);
+    m_process.put_call(kInner + 0x20, kInner);
+    m_process.memory.put_u32(kStack + 0x40, kStack + 0x40);
+    m_process.memory.put_u32(kStack + 0x44, kInner + 0x20);
     EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x40)), (Path{kInner + 0x20}));
 }
 
 TEST_F(FrameWalkerTest, Overwritten_return_address_is_bridged_by_a_guess) {
-    process.put_frameless_function(kInner);
-    process.put_framed_function(kMiddle);
-    process.put_framed_function(kOuter);
-    process.put_call(kMiddle + 0x20, kOuter + 0x80);
-    process.put_call(kOuter + 0x20, kMiddle);
+    m_process.put_frameless_function(kInner);
+    m_process.put_framed_function(kMiddle);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kOuter + 0x80);
+    m_process.put_call(kOuter + 0x20, kMiddle);
     for (std::uint32_t place = kStack; place < kStack + 0x20; place += 4)
-        process.memory.put_u32(place, 0x41414141);
-    process.memory.put_u32(kStack + 0x30, kMiddle + 0x20);
-    process.memory.put_u32(kStack + 0x54, kOuter + 0x20);
+        m_process.memory.put_u32(place, 0x41414141);
+    m_process.memory.put_u32(kStack + 0x30, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x54, kOuter + 0x20);
     FrameWalker walker = this->walker();
     Frame caller;
     ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x50), &caller));
@@ -271,24 +271,24 @@ TEST_F(FrameWalkerTest, Overwritten_return_address_is_bridged_by_a_guess) {
 }
 
 TEST_F(FrameWalkerTest, Frame_of_an_unloaded_module_is_passed_through) {
-    process.modules.add_unloaded({0x900000, 0x4000, 1, "gone.dll"});
-    process.put_frameless_function(kInner);
-    process.put_framed_function(kOuter);
-    process.put_call_by_register(kOuter + 0x20);
-    process.memory.put_u32(kStack + 0x14, 0x901123);
-    process.memory.put_u32(kStack + 0x20, kOuter + 0x20);
-    process.memory.put_u32(kStack + 0x50, 0);
+    m_process.modules.add_unloaded({0x900000, 0x4000, 1, "gone.dll"});
+    m_process.put_frameless_function(kInner);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x14, 0x901123);
+    m_process.memory.put_u32(kStack + 0x20, kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x50, 0);
     EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, 0)), (Path{0x901123, kOuter + 0x20}));
 }
 
 TEST_F(FrameWalkerTest, Unreadable_stack_ends_the_walk) {
-    process.put_frameless_function(kInner);
+    m_process.put_frameless_function(kInner);
     EXPECT_EQ(walk(interrupted(kInner + 0x10, 0x50000, 0x50040)), Path{});
     EXPECT_EQ(walk(interrupted(kInner + 0x10, 0xFFFFFFFE, 0xFFFFFFFF)), Path{});
 }
 
 TEST_F(FrameWalkerTest, Sound_frame_is_higher_and_behind_a_call) {
-    process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call(kMiddle + 0x20, kInner);
     const Frame frame = interrupted(kInner + 0x10, kStack, 0);
     const Frame good = {kMiddle + 0x20, kStack + 8, 0, FrameOrigin::kSymbols};
     EXPECT_TRUE(walker().is_sound(frame, good));
@@ -310,10 +310,10 @@ TEST_F(FrameWalkerTest, Any_memory_and_any_registers_give_a_walk_that_rises_and_
         for (auto& byte : code)
             byte = random() % 3 ? static_cast<std::uint8_t>(random())
                                 : faultkit::FakeMemory::Bytes{0xE8, 0xFF, 0x55, 0xC3}[random() % 4];
-        process.memory.put(FakeProcess::kCode, code);
+        m_process.memory.put(FakeProcess::kCode, code);
         for (std::uint32_t place = FakeProcess::kStack; place < FakeProcess::kStackEnd; place += 4)
-            process.memory.put_u32(place, random() % 2 ? FakeProcess::kCode + random() % 0x400
-                                                       : FakeProcess::kStack + random() % 0x1000);
+            m_process.memory.put_u32(place, random() % 2 ? FakeProcess::kCode + random() % 0x400
+                                                         : FakeProcess::kStack + random() % 0x1000);
         const std::uint32_t pc = random() % 4 ? FakeProcess::kCode + random() % 0x400 : random();
         const std::uint32_t bp = random() % 4 ? FakeProcess::kStack + random() % 0x1000 : random();
         EXPECT_LE(walk(interrupted(pc, FakeProcess::kStack + random() % 0x800, bp)).size(), 100u);

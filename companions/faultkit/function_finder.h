@@ -16,7 +16,7 @@ public:
     static constexpr uint32_t kBudget = 256 * 1024 * 1024; // some tenths of a second
 
     // Both references must outlive the finder.
-    FunctionFinder(Memory& memory, const ModuleTable& modules) : memory_(memory), modules_(modules) {}
+    FunctionFinder(Memory& memory, const ModuleTable& modules) : m_memory(memory), m_modules(modules) {}
 
     FunctionBounds find(uint32_t address);
 
@@ -28,11 +28,11 @@ private:
 
     uint32_t find_called(const CodeRange& section, uint32_t after, uint32_t address);
 
-    Memory& memory_;
-    const ModuleTable& modules_;
-    uint32_t budget_ = kBudget;
-    Known known_[64];
-    unsigned known_count_ = 0; // ever: the oldest gives way
+    Memory& m_memory;
+    const ModuleTable& m_modules;
+    uint32_t m_budget = kBudget;
+    Known m_known[64];
+    unsigned m_known_count = 0; // ever: the oldest gives way
 };
 
 } // namespace faultkit

@@ -41,22 +41,22 @@ bool run_guarded(void (*step)(void*), void* data, StepFault* fault) {
 }
 
 bool ProcessMemory::is_readable(uint32_t address, uint32_t size) {
-    constexpr DWORD readable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE | PAGE_EXECUTE_READ |
-                               PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+    constexpr DWORD kReadable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE | PAGE_EXECUTE_READ |
+                                PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
     const uint32_t end = address + size;
     if (end < address)
         return false;
     for (uint32_t at = address; at < end;) {
-        if (at >= begin_ && at < end_) {
-            at = end_;
+        if (at >= m_begin && at < m_end) {
+            at = m_end;
             continue;
         }
         MEMORY_BASIC_INFORMATION region;
         if (!VirtualQuery(reinterpret_cast<void*>(at), &region, sizeof region) || region.State != MEM_COMMIT ||
-            !(region.Protect & readable) || region.Protect & PAGE_GUARD)
+            !(region.Protect & kReadable) || region.Protect & PAGE_GUARD)
             return false;
-        begin_ = reinterpret_cast<uint32_t>(region.BaseAddress);
-        end_ = begin_ + static_cast<uint32_t>(region.RegionSize);
+        m_begin = reinterpret_cast<uint32_t>(region.BaseAddress);
+        m_end = m_begin + static_cast<uint32_t>(region.RegionSize);
     }
     return true;
 }

@@ -29,12 +29,12 @@ class ProcessMemory : public Memory {
 public:
     bool read(uint32_t address, void* to, uint32_t size) override;
     // What is known about pages is forgotten: before each new fault.
-    void forget() { begin_ = end_ = 0; }
+    void forget() { m_begin = m_end = 0; }
 
 private:
     bool is_readable(uint32_t address, uint32_t size);
 
-    uint32_t begin_ = 0, end_ = 0; // the region found readable last
+    uint32_t m_begin = 0, m_end = 0; // the region found readable last
 };
 
 } // namespace faultkit

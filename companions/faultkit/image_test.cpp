@@ -17,7 +17,7 @@ constexpr std::uint32_t kHeaders = 0x80, kDebug = 0x2000, kCodeView = 0x2100, kR
 class ImageTest : public testing::Test {
 protected:
     ImageTest() {
-        memory.fill(kBase, kSize, 0);
+        m_memory.fill(kBase, kSize, 0);
         put16(0, 0x5A4D);
         put32(0x3C, kHeaders);
         put32(kHeaders, 0x4550);
@@ -40,11 +40,11 @@ protected:
     }
 
     void put16(std::uint32_t offset, std::uint16_t value) {
-        memory.put(kBase + offset, {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)});
+        m_memory.put(kBase + offset, {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)});
     }
-    void put32(std::uint32_t offset, std::uint32_t value) { memory.put_u32(kBase + offset, value); }
+    void put32(std::uint32_t offset, std::uint32_t value) { m_memory.put_u32(kBase + offset, value); }
     void put_text(std::uint32_t offset, const std::string& text) {
-        memory.put(kBase + offset, FakeMemory::Bytes(text.begin(), text.end()));
+        m_memory.put(kBase + offset, FakeMemory::Bytes(text.begin(), text.end()));
     }
     void put_section(std::uint32_t index, std::uint32_t offset, std::uint32_t size, std::uint32_t flags) {
         const std::uint32_t section = kHeaders + 24 + 0xE0 + index * 40;
@@ -58,8 +58,8 @@ protected:
     }
     void put_rsds(const std::string& path) {
         put_text(kCodeView, "RSDS");
-        memory.put(kBase + kCodeView + 4,
-                   {0xFA, 0x52, 0xEF, 0x44, 0x17, 0x4B, 0x24, 0x12, 0x4C, 0x4C, 0x44, 0x20, 0x50, 0x44, 0x42, 0x2E});
+        m_memory.put(kBase + kCodeView + 4,
+                     {0xFA, 0x52, 0xEF, 0x44, 0x17, 0x4B, 0x24, 0x12, 0x4C, 0x4C, 0x44, 0x20, 0x50, 0x44, 0x42, 0x2E});
         put32(kCodeView + 20, 0x1B);
         put_text(kCodeView + 24, path + '\0');
     }
@@ -83,11 +83,11 @@ protected:
 
     Image image() {
         Image image;
-        EXPECT_TRUE(faultkit::read_image(memory, kBase, &image));
+        EXPECT_TRUE(faultkit::read_image(m_memory, kBase, &image));
         return image;
     }
 
-    FakeMemory memory;
+    FakeMemory m_memory;
 };
 
 TEST_F(ImageTest, Size_and_time_stamp_come_from_the_headers) {
@@ -146,10 +146,10 @@ TEST_F(ImageTest, Path_without_end_is_cut_at_the_records_end) {
 
 TEST_F(ImageTest, What_is_no_module_is_refused) {
     Image image;
-    EXPECT_FALSE(faultkit::read_image(memory, kBase + 0x1000, &image));
-    EXPECT_FALSE(faultkit::read_image(memory, 0x500000, &image));
+    EXPECT_FALSE(faultkit::read_image(m_memory, kBase + 0x1000, &image));
+    EXPECT_FALSE(faultkit::read_image(m_memory, 0x500000, &image));
     put16(kHeaders + 24, 0x20B); // 64-bit
-    EXPECT_FALSE(faultkit::read_image(memory, kBase, &image));
+    EXPECT_FALSE(faultkit::read_image(m_memory, kBase, &image));
 }
 
 TEST_F(ImageTest, Directories_that_leave_the_module_are_not_followed) {
@@ -171,11 +171,11 @@ TEST_F(ImageTest, Resource_directories_in_a_circle_end) {
 TEST_F(ImageTest, Any_damaged_word_is_survived) {
     for (std::uint32_t offset = 0; offset < kSize; offset += 4) {
         std::uint32_t before = 0;
-        ASSERT_TRUE(memory.read_u32(kBase + offset, &before));
+        ASSERT_TRUE(m_memory.read_u32(kBase + offset, &before));
         for (const std::uint32_t value : {0xFFFFFFFFu, 0x80000000u, 0x7FFFFFFCu, 1u}) {
             put32(offset, value);
             Image image;
-            faultkit::read_image(memory, kBase, &image);
+            faultkit::read_image(m_memory, kBase, &image);
             EXPECT_LT(std::string(image.pdb.key).size(), sizeof image.pdb.key);
         }
         put32(offset, before);
@@ -184,7 +184,7 @@ TEST_F(ImageTest, Any_damaged_word_is_survived) {
 
 TEST_F(ImageTest, Any_truncated_module_is_survived) {
     FakeMemory::Bytes bytes(kSize);
-    ASSERT_TRUE(memory.read(kBase, bytes.data(), kSize));
+    ASSERT_TRUE(m_memory.read(kBase, bytes.data(), kSize));
     for (std::uint32_t size = 0; size < kSize; size += 3) {
         FakeMemory shorter;
         shorter.put(kBase, FakeMemory::Bytes(bytes.begin(), bytes.begin() + size));

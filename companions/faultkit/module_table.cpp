@@ -5,68 +5,68 @@
 namespace faultkit {
 
 Module* ModuleTable::next() {
-    if (count_ == kMostModules) {
-        ++left_out_;
+    if (m_count == kMostModules) {
+        ++m_left_out;
         return nullptr;
     }
-    return &modules_[count_];
+    return &m_modules[m_count];
 }
 
 void ModuleTable::remove_unloaded(unsigned index) {
-    for (unsigned i = index + 1; i < unloaded_count_; ++i)
-        unloaded_[i - 1] = unloaded_[i];
-    --unloaded_count_;
+    for (unsigned i = index + 1; i < m_unloaded_count; ++i)
+        m_unloaded[i - 1] = m_unloaded[i];
+    --m_unloaded_count;
 }
 
 void ModuleTable::add_unloaded(const UnloadedModule& module) {
-    for (unsigned i = 0; i < unloaded_count_; ++i)
-        if (unloaded_[i].base == module.base && unloaded_[i].time_stamp == module.time_stamp) {
+    for (unsigned i = 0; i < m_unloaded_count; ++i)
+        if (m_unloaded[i].base == module.base && m_unloaded[i].time_stamp == module.time_stamp) {
             remove_unloaded(i);
             break;
         }
-    if (unloaded_count_ == kMostUnloaded)
+    if (m_unloaded_count == kMostUnloaded)
         remove_unloaded(0);
-    unloaded_[unloaded_count_++] = module;
+    m_unloaded[m_unloaded_count++] = module;
 }
 
 void ModuleTable::drop_newcomer(uint32_t base) {
-    for (unsigned i = 0; i < count_; ++i) {
-        const Image& image = modules_[i].image;
+    for (unsigned i = 0; i < m_count; ++i) {
+        const Image& image = m_modules[i].image;
         if (image.base != base)
             continue;
-        for (unsigned j = 0; j < unloaded_count_; ++j)
-            if (unloaded_[j].base < image.base + image.size && image.base < unloaded_[j].base + unloaded_[j].size) {
-                modules_[i] = modules_[--count_];
+        for (unsigned j = 0; j < m_unloaded_count; ++j)
+            if (m_unloaded[j].base < image.base + image.size && image.base < m_unloaded[j].base + m_unloaded[j].size) {
+                m_modules[i] = m_modules[--m_count];
                 return;
             }
     }
 }
 
 bool ModuleTable::is_same_as(const ModuleTable& other) const {
-    if (count_ != other.count_ || unloaded_count_ != other.unloaded_count_)
+    if (m_count != other.m_count || m_unloaded_count != other.m_unloaded_count)
         return false;
-    for (unsigned i = 0; i < count_; ++i) {
-        const Module &ours = modules_[i], &theirs = other.modules_[i];
+    for (unsigned i = 0; i < m_count; ++i) {
+        const Module &ours = m_modules[i], &theirs = other.m_modules[i];
         if (!ours.image.is_same_as(theirs.image) || strcmp(ours.name, theirs.name) != 0)
             return false;
     }
-    for (unsigned i = 0; i < unloaded_count_; ++i)
-        if (unloaded_[i].base != other.unloaded_[i].base || strcmp(unloaded_[i].name, other.unloaded_[i].name) != 0)
+    for (unsigned i = 0; i < m_unloaded_count; ++i)
+        if (m_unloaded[i].base != other.m_unloaded[i].base || strcmp(m_unloaded[i].name, other.m_unloaded[i].name) != 0)
             return false;
     return true;
 }
 
 const Module* ModuleTable::find(uint32_t address) const {
-    for (unsigned i = 0; i < count_; ++i)
-        if (address - modules_[i].image.base < modules_[i].image.size)
-            return &modules_[i];
+    for (unsigned i = 0; i < m_count; ++i)
+        if (address - m_modules[i].image.base < m_modules[i].image.size)
+            return &m_modules[i];
     return nullptr;
 }
 
 const UnloadedModule* ModuleTable::find_unloaded(uint32_t address) const {
-    for (unsigned i = unloaded_count_; i-- > 0;)
-        if (address - unloaded_[i].base < unloaded_[i].size)
-            return &unloaded_[i];
+    for (unsigned i = m_unloaded_count; i-- > 0;)
+        if (address - m_unloaded[i].base < m_unloaded[i].size)
+            return &m_unloaded[i];
     return nullptr;
 }
 

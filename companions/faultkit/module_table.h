@@ -26,11 +26,11 @@ public:
     static constexpr unsigned kMostModules = 256;
     static constexpr unsigned kMostUnloaded = 16;
 
-    void clear() { count_ = left_out_ = unloaded_count_ = 0; }
+    void clear() { m_count = m_left_out = m_unloaded_count = 0; }
 
     // Storage for the next module: fill it, then call commit(). Null when the table is full; the module is counted.
     Module* next();
-    void commit() { ++count_; }
+    void commit() { ++m_count; }
     // Keeps the newest when there are more than fit, and one of those that came and went again and again: call in the
     // order of unloading.
     void add_unloaded(const UnloadedModule& module);
@@ -41,11 +41,11 @@ public:
     // Whether the other table names the same modules, loaded and unloaded, in the same order.
     bool is_same_as(const ModuleTable& other) const;
 
-    unsigned count() const { return count_; }
-    const Module& operator[](unsigned index) const { return modules_[index]; }
-    unsigned left_out() const { return left_out_; }
-    unsigned unloaded_count() const { return unloaded_count_; }
-    const UnloadedModule& unloaded(unsigned index) const { return unloaded_[index]; }
+    unsigned count() const { return m_count; }
+    const Module& operator[](unsigned index) const { return m_modules[index]; }
+    unsigned left_out() const { return m_left_out; }
+    unsigned unloaded_count() const { return m_unloaded_count; }
+    const UnloadedModule& unloaded(unsigned index) const { return m_unloaded[index]; }
 
     // The module that holds the address, or null.
     const Module* find(uint32_t address) const;
@@ -59,11 +59,11 @@ public:
 private:
     void remove_unloaded(unsigned index);
 
-    Module modules_[kMostModules];
-    UnloadedModule unloaded_[kMostUnloaded];
-    unsigned count_;
-    unsigned left_out_;
-    unsigned unloaded_count_;
+    Module m_modules[kMostModules];
+    UnloadedModule m_unloaded[kMostUnloaded];
+    unsigned m_count;
+    unsigned m_left_out;
+    unsigned m_unloaded_count;
 };
 
 } // namespace faultkit

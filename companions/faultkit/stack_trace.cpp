@@ -33,29 +33,29 @@ void write_fault(TextBuilder& text, const ModuleTable& modules, const StepFault&
 
 void StackTrace::add_lines(const Frame& frame, SymbolSession* session, unsigned most) {
     unsigned count = 1;
-    places_[0] = SourcePlace();
+    m_places[0] = SourcePlace();
     if (session)
-        count = session->find_places(frame.instruction(), places_, kMostInlined + 1);
+        count = session->find_places(frame.instruction(), m_places, kMostInlined + 1);
     // Names were looked up one byte before a return address.
-    places_[count - 1].displacement += frame.pc - frame.instruction();
+    m_places[count - 1].displacement += frame.pc - frame.instruction();
     for (unsigned i = 0; i < count && i < most; ++i)
-        lines_[count_++] = {frame.pc, frame.origin, places_[i]};
+        m_lines[m_count++] = {frame.pc, frame.origin, m_places[i]};
 }
 
 void StackTrace::walk(ProcessMemory& memory, const FaultContext& fault, SymbolSession* session) {
-    count_ = top_count_ = left_out_ = note_count_ = position_ = written_ = 0;
-    unfinished_ = full_ = false;
+    m_count = m_top_count = m_left_out = m_note_count = m_position = m_written = 0;
+    m_unfinished = m_full = false;
     Frame frame = fault.interrupted();
     FrameWalker walker(memory, fault.modules, fault.stack_end_for(frame.sp));
     bool more = true;
-    while (more && count_ < kTop) {
-        add_lines(frame, session, kTop + kMostInlined - count_);
+    while (more && m_count < kTop) {
+        add_lines(frame, session, kTop + kMostInlined - m_count);
         Frame caller;
         more = fault.has_context && find_caller(walker, session, frame, &caller);
         if (more)
             frame = caller;
     }
-    top_count_ = count_;
+    m_top_count = m_count;
     if (more)
         walk_on(walker, frame, session);
 }
@@ -64,25 +64,25 @@ void StackTrace::walk_on(FrameWalker& walker, Frame frame, SymbolSession* sessio
     const DWORD begin = GetTickCount();
     unsigned rest = 0;
     for (bool more = true; more; ++rest) {
-        bottom_[rest % kBottom] = frame;
+        m_bottom[rest % kBottom] = frame;
         Frame caller;
         more = walker.find_caller(frame, &caller);
         if (more)
             frame = caller;
         if (more && rest % kClockEvery == 0 && GetTickCount() - begin >= kWalkOnTime) {
-            unfinished_ = true;
-            left_out_ = rest;
+            m_unfinished = true;
+            m_left_out = rest;
             return;
         }
     }
-    left_out_ = rest > kBottom ? rest - kBottom : 0;
-    for (unsigned i = left_out_; i < rest && count_ < kTop + kMostInlined + kBottom; ++i)
-        add_lines(bottom_[i % kBottom], session, kTop + kMostInlined + kBottom - count_);
+    m_left_out = rest > kBottom ? rest - kBottom : 0;
+    for (unsigned i = m_left_out; i < rest && m_count < kTop + kMostInlined + kBottom; ++i)
+        add_lines(m_bottom[i % kBottom], session, kTop + kMostInlined + kBottom - m_count);
 }
 
 void StackTrace::add_note(const char* text, const StepFault& fault) {
-    if (note_count_ < kMostNotes)
-        notes_[note_count_++] = {text, fault};
+    if (m_note_count < kMostNotes)
+        m_notes[m_note_count++] = {text, fault};
 }
 
 void StackTrace::write_line(const Line& line, const ModuleTable& modules, PlaceOptions options, TextBuilder& text) {
@@ -93,32 +93,32 @@ void StackTrace::write_line(const Line& line, const ModuleTable& modules, PlaceO
 
 void StackTrace::write_gap(TextBuilder& text) const {
     text.text("... ");
-    if (unfinished_)
+    if (m_unfinished)
         text.text("more than ");
-    text.decimal(left_out_).text(" more frames");
+    text.decimal(m_left_out).text(" more frames");
 }
 
 bool StackTrace::write_next_line(const ModuleTable& modules, unsigned options, TextBuilder& text) {
-    const unsigned gap = left_out_ ? 1 : 0;
-    if (full_ || position_ >= count_ + gap + note_count_)
+    const unsigned gap = m_left_out ? 1 : 0;
+    if (m_full || m_position >= m_count + gap + m_note_count)
         return false;
-    const unsigned at = position_++;
-    if (at >= count_ + gap) {
-        const Note& note = notes_[at - count_ - gap];
+    const unsigned at = m_position++;
+    if (at >= m_count + gap) {
+        const Note& note = m_notes[at - m_count - gap];
         text.text("(").text(note.text);
         write_fault(text, modules, note.fault);
         text.character(')');
-    } else if (gap && at == top_count_) {
+    } else if (gap && at == m_top_count) {
         write_gap(text);
     } else {
-        write_line(lines_[at < top_count_ ? at : at - gap], modules, place_options(options), text);
+        write_line(m_lines[at < m_top_count ? at : at - gap], modules, place_options(options), text);
     }
-    if (text.overflowed() || written_ + text.length() + 1 + kLastWords > kMostText) {
+    if (text.overflowed() || m_written + text.length() + 1 + kLastWords > kMostText) {
         text.cut_to(0);
         text.text("... more lines, left out to keep the report short");
-        full_ = true;
+        m_full = true;
     }
-    written_ += text.length() + 1;
+    m_written += text.length() + 1;
     return true;
 }
 

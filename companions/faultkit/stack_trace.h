@@ -45,17 +45,17 @@ private:
     void write_line(const Line& line, const ModuleTable& modules, PlaceOptions options, TextBuilder& text);
     void write_gap(TextBuilder& text) const;
 
-    Line lines_[kTop + kBottom + kMostInlined];
-    unsigned count_, top_count_; // lines in all, and those before the gap
-    unsigned left_out_;          // frames in the gap
-    bool unfinished_;            // the walk was ended before the stack's end
-    Note notes_[kMostNotes];
-    unsigned note_count_;
+    Line m_lines[kTop + kBottom + kMostInlined];
+    unsigned m_count, m_top_count; // lines in all, and those before the gap
+    unsigned m_left_out;           // frames in the gap
+    bool m_unfinished;             // the walk was ended before the stack's end
+    Note m_notes[kMostNotes];
+    unsigned m_note_count;
 
-    unsigned position_, written_; // of handing out: next line, and characters so far
-    bool full_;
-    SourcePlace places_[kMostInlined + 1];
-    Frame bottom_[kBottom];
+    unsigned m_position, m_written; // of handing out: next line, and characters so far
+    bool m_full;
+    SourcePlace m_places[kMostInlined + 1];
+    Frame m_bottom[kBottom];
 };
 
 } // namespace faultkit

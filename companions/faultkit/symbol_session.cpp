@@ -44,80 +44,80 @@ void build_search_path(char* path, unsigned size) {
 
 template <class Step>
 bool SymbolSession::attempt(Step step) {
-    if (state_ != kOpen)
+    if (m_state != kOpen)
         return false;
-    if (guarded(&fault_, step))
+    if (guarded(&m_fault, step))
         return true;
-    state_ = kFailed; // its data may be half changed, its lock held: neither used nor freed any more
+    m_state = kFailed; // its data may be half changed, its lock held: neither used nor freed any more
     return false;
 }
 
 bool SymbolSession::open(ProcessMemory& memory, const ModuleTable& modules) {
-    memory_ = walked_memory = &memory;
-    modules_ = &modules;
-    fault_ = {};
-    session_ = nullptr;
-    memset(module_states_, kUntried, sizeof module_states_);
-    state_ = kOpen;
+    m_memory = walked_memory = &memory;
+    m_modules = &modules;
+    m_fault = {};
+    m_session = nullptr;
+    memset(m_module_states, kUntried, sizeof m_module_states);
+    m_state = kOpen;
     bool opened = false;
     attempt([&] {
-        if (!library_.open() || !library_.has_symbols())
+        if (!m_library.open() || !m_library.has_symbols())
             return;
         // Any unique value will do, and a thread's handle is one. Led to the process, some versions read every file
         // that is mapped in it, which takes ten times as long as all the rest.
-        if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &session_, 0, FALSE,
+        if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &m_session, 0, FALSE,
                              DUPLICATE_SAME_ACCESS))
             return;
-        build_search_path(path_, sizeof path_);
-        options_before_ = library_.get_options();
-        library_.set_options(SYMOPT_UNDNAME | SYMOPT_LOAD_LINES | SYMOPT_FAIL_CRITICAL_ERRORS | SYMOPT_NO_PROMPTS);
-        opened = library_.initialize(session_, path_, FALSE) != FALSE;
+        build_search_path(m_path, sizeof m_path);
+        m_options_before = m_library.get_options();
+        m_library.set_options(SYMOPT_UNDNAME | SYMOPT_LOAD_LINES | SYMOPT_FAIL_CRITICAL_ERRORS | SYMOPT_NO_PROMPTS);
+        opened = m_library.initialize(m_session, m_path, FALSE) != FALSE;
         if (!opened)
-            library_.set_options(options_before_);
+            m_library.set_options(m_options_before);
     });
-    if (state_ == kOpen && !opened) {
-        if (session_)
-            CloseHandle(session_);
-        library_.close();
-        state_ = kClosed;
+    if (m_state == kOpen && !opened) {
+        if (m_session)
+            CloseHandle(m_session);
+        m_library.close();
+        m_state = kClosed;
     }
-    return state_ == kOpen;
+    return m_state == kOpen;
 }
 
 // Consecutive stretches become one.
 void SymbolSession::note_unloads(uint32_t begin) {
-    const uint32_t end = next_unload_sequence(*memory_);
-    if (unload_count_ && unloads_[unload_count_ - 1].end == begin)
-        unloads_[unload_count_ - 1].end = end;
-    else if (unload_count_ < 4)
-        unloads_[unload_count_++] = {begin, end};
+    const uint32_t end = next_unload_sequence(*m_memory);
+    if (m_unload_count && m_unloads[m_unload_count - 1].end == begin)
+        m_unloads[m_unload_count - 1].end = end;
+    else if (m_unload_count < 4)
+        m_unloads[m_unload_count++] = {begin, end};
 }
 
 void SymbolSession::close() {
     attempt([&] {
-        const uint32_t begin = next_unload_sequence(*memory_);
-        library_.cleanup(session_);
-        library_.set_options(options_before_);
-        CloseHandle(session_);
-        library_.close();
+        const uint32_t begin = next_unload_sequence(*m_memory);
+        m_library.cleanup(m_session);
+        m_library.set_options(m_options_before);
+        CloseHandle(m_session);
+        m_library.close();
         note_unloads(begin);
     });
-    if (state_ == kOpen)
-        state_ = kClosed;
+    if (m_state == kOpen)
+        m_state = kClosed;
 }
 
 void SymbolSession::load_module(const Module& module, ModuleState* state) {
     *state = kNothing;
     const DWORD length =
-        win::module_path(reinterpret_cast<HMODULE>(module.image.base), path_, static_cast<DWORD>(sizeof path_));
-    if (length == 0 || length >= sizeof path_)
+        win::module_path(reinterpret_cast<HMODULE>(module.image.base), m_path, static_cast<DWORD>(sizeof m_path));
+    if (length == 0 || length >= sizeof m_path)
         return;
-    if (!library_.load_module(session_, nullptr, path_, nullptr, module.image.base, module.image.size, nullptr, 0))
+    if (!m_library.load_module(m_session, nullptr, m_path, nullptr, module.image.base, module.image.size, nullptr, 0))
         return;
-    module_info_.SizeOfStruct = sizeof module_info_;
-    if (!library_.module_info(session_, module.image.base, &module_info_))
+    m_module_info.SizeOfStruct = sizeof m_module_info;
+    if (!m_library.module_info(m_session, module.image.base, &m_module_info))
         return;
-    switch (module_info_.SymType) {
+    switch (m_module_info.SymType) {
     case SymPdb:
     case SymDia:
     case SymCv:
@@ -133,50 +133,50 @@ void SymbolSession::load_module(const Module& module, ModuleState* state) {
 }
 
 SymbolSession::ModuleState SymbolSession::load_module_of(uint32_t address) {
-    const Module* module = modules_->find(address);
+    const Module* module = m_modules->find(address);
     if (!module)
         return kNothing;
-    ModuleState* state = &module_states_[module - &(*modules_)[0]];
+    ModuleState* state = &m_module_states[module - &(*m_modules)[0]];
     if (*state == kUntried)
         attempt([&] { load_module(*module, state); });
     return *state;
 }
 
 void SymbolSession::keep_symbol(SourcePlace* place, DWORD64 displacement) {
-    TextBuilder(place->function).name(symbol_.info.Name, sizeof place->function - 1);
+    TextBuilder(place->function).name(m_symbol.info.Name, sizeof place->function - 1);
     place->displacement = static_cast<uint32_t>(displacement);
 }
 
 void SymbolSession::keep_line(SourcePlace* place) {
-    if (!line_.FileName || !line_.LineNumber)
+    if (!m_line.FileName || !m_line.LineNumber)
         return;
-    TextBuilder(place->file).tail_of_name(line_.FileName, sizeof place->file - 1);
-    place->line = line_.LineNumber;
+    TextBuilder(place->file).tail_of_name(m_line.FileName, sizeof place->file - 1);
+    place->line = m_line.LineNumber;
 }
 
 void SymbolSession::find_symbol(uint32_t address, bool exports_only, SourcePlace* place) {
     DWORD64 displacement = 0;
     DWORD column = 0;
-    if (library_.symbol_at(session_, address, &displacement, &symbol_.info) &&
+    if (m_library.symbol_at(m_session, address, &displacement, &m_symbol.info) &&
         !(exports_only && displacement > kExportReach))
         keep_symbol(place, displacement);
-    if (library_.line_at(session_, address, &column, &line_))
+    if (m_library.line_at(m_session, address, &column, &m_line))
         keep_line(place);
 }
 
 unsigned SymbolSession::find_inlined(uint32_t address, SourcePlace* places, unsigned most) {
     DWORD context = 0, index = 0, column = 0;
-    unsigned count = library_.inline_count ? library_.inline_count(session_, address) : 0;
+    unsigned count = m_library.inline_count ? m_library.inline_count(m_session, address) : 0;
     if (!count ||
-        !library_.inline_query(session_, address, INLINE_FRAME_CONTEXT_INIT, address, address, &context, &index))
+        !m_library.inline_query(m_session, address, INLINE_FRAME_CONTEXT_INIT, address, address, &context, &index))
         return 0;
     count = count < most ? count : most;
     for (unsigned i = 0; i < count; ++i) {
         DWORD64 displacement = 0;
         places[i].inlined = true;
-        if (library_.inline_symbol(session_, address, context + i, &displacement, &symbol_.info))
+        if (m_library.inline_symbol(m_session, address, context + i, &displacement, &m_symbol.info))
             keep_symbol(&places[i], displacement);
-        if (library_.inline_line(session_, address, context + i, 0, &column, &line_))
+        if (m_library.inline_line(m_session, address, context + i, 0, &column, &m_line))
             keep_line(&places[i]);
     }
     return count;
@@ -188,11 +188,11 @@ unsigned SymbolSession::find_places(uint32_t address, SourcePlace* places, unsig
     const ModuleState known = load_module_of(address);
     if (known != kDebugInfo && known != kExports)
         return 1;
-    symbol_.info = SYMBOL_INFO();
-    symbol_.info.SizeOfStruct = sizeof symbol_.info;
-    symbol_.info.MaxNameLen = sizeof(SourcePlace::function);
-    line_ = IMAGEHLP_LINE64();
-    line_.SizeOfStruct = sizeof line_;
+    m_symbol.info = SYMBOL_INFO();
+    m_symbol.info.SizeOfStruct = sizeof m_symbol.info;
+    m_symbol.info.MaxNameLen = sizeof(SourcePlace::function);
+    m_line = IMAGEHLP_LINE64();
+    m_line.SizeOfStruct = sizeof m_line;
     unsigned inlined = 0;
     attempt([&] {
         inlined = known == kDebugInfo ? find_inlined(address, places, most - 1) : 0;
@@ -202,21 +202,21 @@ unsigned SymbolSession::find_places(uint32_t address, SourcePlace* places, unsig
 }
 
 void SymbolSession::walk_one_step(const Frame& frame, Frame* caller, bool* found) {
-    walk_context_ = CONTEXT();
-    walk_context_.ContextFlags = CONTEXT_CONTROL | CONTEXT_INTEGER;
-    walk_context_.Eip = frame.pc;
-    walk_context_.Esp = frame.sp;
-    walk_context_.Ebp = frame.bp;
-    walk_frame_ = STACKFRAME64();
-    walk_frame_.AddrPC = {frame.pc, 0, AddrModeFlat};
-    walk_frame_.AddrStack = {frame.sp, 0, AddrModeFlat};
-    walk_frame_.AddrFrame = {frame.bp, 0, AddrModeFlat};
+    m_walk_context = CONTEXT();
+    m_walk_context.ContextFlags = CONTEXT_CONTROL | CONTEXT_INTEGER;
+    m_walk_context.Eip = frame.pc;
+    m_walk_context.Esp = frame.sp;
+    m_walk_context.Ebp = frame.bp;
+    m_walk_frame = STACKFRAME64();
+    m_walk_frame.AddrPC = {frame.pc, 0, AddrModeFlat};
+    m_walk_frame.AddrStack = {frame.sp, 0, AddrModeFlat};
+    m_walk_frame.AddrFrame = {frame.bp, 0, AddrModeFlat};
     // The first answer is the frame itself, the second its caller.
     for (int i = 0; i < 2; ++i)
-        if (!library_.walk(IMAGE_FILE_MACHINE_I386, session_, GetCurrentThread(), &walk_frame_, &walk_context_,
-                           read_for_walk, library_.function_table, library_.module_base, nullptr))
+        if (!m_library.walk(IMAGE_FILE_MACHINE_I386, m_session, GetCurrentThread(), &m_walk_frame, &m_walk_context,
+                            read_for_walk, m_library.function_table, m_library.module_base, nullptr))
             return;
-    *caller = {static_cast<uint32_t>(walk_frame_.AddrPC.Offset), walk_context_.Esp, walk_context_.Ebp,
+    *caller = {static_cast<uint32_t>(m_walk_frame.AddrPC.Offset), m_walk_context.Esp, m_walk_context.Ebp,
                FrameOrigin::kSymbols};
     *found = true;
 }

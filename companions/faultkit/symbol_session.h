@@ -21,11 +21,11 @@ public:
     void close();
 
     // The fault that the library met; code 0 when there was none.
-    const StepFault& fault() const { return fault_; }
+    const StepFault& fault() const { return m_fault; }
 
     // What the loader's record of unloaded modules holds because of sessions: nothing of the host's.
-    const UnloadStretch* unloads() const { return unloads_; }
-    unsigned unload_count() const { return unload_count_; }
+    const UnloadStretch* unloads() const { return m_unloads; }
+    unsigned unload_count() const { return m_unload_count; }
 
     // Names of the address, innermost inlined function first; the last one is the function whose code it is. Returns
     // how many there are, 1 at least: with empty texts when nothing is known.
@@ -50,27 +50,27 @@ private:
 
     void note_unloads(uint32_t begin);
 
-    DebugLibrary library_;
-    UnloadStretch unloads_[4]; // of the sessions so far; more than these are not made between two faults
-    unsigned unload_count_;
-    ProcessMemory* memory_;
-    const ModuleTable* modules_;
-    HANDLE session_; // what the library knows this session by
-    DWORD options_before_;
-    State state_;
-    StepFault fault_;
-    ModuleState module_states_[ModuleTable::kMostModules];
+    DebugLibrary m_library;
+    UnloadStretch m_unloads[4]; // of the sessions so far; more than these are not made between two faults
+    unsigned m_unload_count;
+    ProcessMemory* m_memory;
+    const ModuleTable* m_modules;
+    HANDLE m_session; // what the library knows this session by
+    DWORD m_options_before;
+    State m_state;
+    StepFault m_fault;
+    ModuleState m_module_states[ModuleTable::kMostModules];
 
     // Working storage, here instead of on a stack that may be nearly used up.
     union {
         SYMBOL_INFO info;
         char storage[sizeof(SYMBOL_INFO) + sizeof(SourcePlace::function)];
-    } symbol_;
-    IMAGEHLP_LINE64 line_;
-    IMAGEHLP_MODULE64 module_info_;
-    STACKFRAME64 walk_frame_;
-    CONTEXT walk_context_;
-    char path_[2048];
+    } m_symbol;
+    IMAGEHLP_LINE64 m_line;
+    IMAGEHLP_MODULE64 m_module_info;
+    STACKFRAME64 m_walk_frame;
+    CONTEXT m_walk_context;
+    char m_path[2048];
 };
 
 } // namespace faultkit

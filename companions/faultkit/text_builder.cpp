@@ -9,17 +9,17 @@ unsigned bounded_length(const char* text, unsigned most) {
     return length;
 }
 
-TextBuilder::TextBuilder(char* storage, unsigned size) : storage_(storage), size_(size) {
-    storage_[0] = '\0';
+TextBuilder::TextBuilder(char* storage, unsigned size) : m_storage(storage), m_size(size) {
+    m_storage[0] = '\0';
 }
 
 TextBuilder& TextBuilder::character(char c) {
-    if (length_ + 1 >= size_) {
-        overflowed_ = true;
+    if (m_length + 1 >= m_size) {
+        m_overflowed = true;
         return *this;
     }
-    storage_[length_++] = c;
-    storage_[length_] = '\0';
+    m_storage[m_length++] = c;
+    m_storage[m_length] = '\0';
     return *this;
 }
 
@@ -72,10 +72,10 @@ TextBuilder& TextBuilder::decimal(uint32_t value) {
 }
 
 void TextBuilder::cut_to(unsigned length) {
-    if (length <= length_) {
-        length_ = length;
-        storage_[length_] = '\0';
-        overflowed_ = false;
+    if (length <= m_length) {
+        m_length = length;
+        m_storage[m_length] = '\0';
+        m_overflowed = false;
     }
 }
 

@@ -30,21 +30,21 @@ public:
     TextBuilder& short_hex(uint32_t value);
     TextBuilder& decimal(uint32_t value);
 
-    const char* c_str() const { return storage_; }
-    unsigned length() const { return length_; }
+    const char* c_str() const { return m_storage; }
+    unsigned length() const { return m_length; }
     // Characters that still fit.
-    unsigned room() const { return size_ - 1 - length_; }
+    unsigned room() const { return m_size - 1 - m_length; }
     // Whether something did not fit; what came after it may be there all the same.
-    bool overflowed() const { return overflowed_; }
+    bool overflowed() const { return m_overflowed; }
     // Drops everything after the first `length` characters and forgets an overflow: to take back a line that did not
     // fit.
     void cut_to(unsigned length);
 
 private:
-    char* storage_;
-    unsigned size_;
-    unsigned length_ = 0;
-    bool overflowed_ = false;
+    char* m_storage;
+    unsigned m_size;
+    unsigned m_length = 0;
+    bool m_overflowed = false;
 };
 
 // Length of a NUL-terminated text, at most `most`.

@@ -13,21 +13,21 @@ volatile LONG owner;
 
 } // namespace
 
-Turn::Turn() : held_(false) {
+Turn::Turn() : m_held(false) {
     const LONG self = static_cast<LONG>(GetCurrentThreadId());
     const DWORD begin = GetTickCount();
-    while (!held_) {
+    while (!m_held) {
         const LONG before = InterlockedCompareExchange(&owner, self, 0);
-        held_ = before == 0;
-        if (before == self || (!held_ && GetTickCount() - begin >= kPatience))
+        m_held = before == 0;
+        if (before == self || (!m_held && GetTickCount() - begin >= kPatience))
             return;
-        if (!held_)
+        if (!m_held)
             Sleep(1);
     }
 }
 
 Turn::~Turn() {
-    if (held_)
+    if (m_held)
         InterlockedExchange(&owner, 0);
 }
 

@@ -12,10 +12,10 @@ public:
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
-    explicit operator bool() const { return held_; }
+    explicit operator bool() const { return m_held; }
 
 private:
-    bool held_;
+    bool m_held;
 };
 
 } // namespace faultkit

@@ -49,9 +49,9 @@ bool read_file_version(Memory& memory, uint32_t base, uint32_t size, uint32_t re
     if (data > resources_size || resources_size - data < 8 || !memory.read_u32(resources + data, &record) ||
         !memory.read_u32(resources + data + 4, &length))
         return false;
-    constexpr uint32_t needed = kFixedInfoOffset + 16;
+    constexpr uint32_t kNeeded = kFixedInfoOffset + 16;
     uint32_t fixed[4] = {};
-    if (length < needed || record > size || size - record < needed ||
+    if (length < kNeeded || record > size || size - record < kNeeded ||
         !memory.read(base + record + kFixedInfoOffset, fixed, sizeof fixed) || fixed[0] != kFixedInfoSignature)
         return false;
     version[0] = static_cast<uint16_t>(fixed[2] >> 16);

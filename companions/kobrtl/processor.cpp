@@ -26,8 +26,8 @@ Processor look() {
 } // namespace
 
 const Processor& processor() {
-    static const Processor found = look();
-    return found;
+    static const Processor kFound = look();
+    return kFound;
 }
 
 } // namespace kobrtl

@@ -18,7 +18,7 @@ namespace kobrtl {
 namespace {
 
 struct Avx2 {
-    static constexpr unsigned lanes = 8;
+    static constexpr unsigned kLanes = 8;
     using Ints = __m256i;
     using Floats = __m256;
 
@@ -95,8 +95,8 @@ struct Avx2 {
 } // namespace
 
 const RowKernels* avx2_kernels() {
-    static const RowKernels kernels = kernels_of<Avx2>("AVX2", gen::leave_wide_registers);
-    return processor().avx2_and_fma ? &kernels : nullptr;
+    static const RowKernels kKernels = kernels_of<Avx2>("AVX2", gen::leave_wide_registers);
+    return processor().avx2_and_fma ? &kKernels : nullptr;
 }
 
 } // namespace kobrtl

@@ -100,9 +100,9 @@ void leave() {}
 } // namespace
 
 const RowKernels& plain_kernels() {
-    static const RowKernels kernels = {"plain", 1,    vertical_bytes, vertical_floats, horizontal, horizontal_weighted,
-                                       opaque,  leave};
-    return kernels;
+    static const RowKernels kKernels = {"plain", 1,    vertical_bytes, vertical_floats, horizontal, horizontal_weighted,
+                                        opaque,  leave};
+    return kKernels;
 }
 
 const RowKernels& best_kernels() {

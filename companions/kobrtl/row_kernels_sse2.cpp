@@ -15,7 +15,7 @@ namespace kobrtl {
 namespace {
 
 struct Sse2 {
-    static constexpr unsigned lanes = 4;
+    static constexpr unsigned kLanes = 4;
     using Ints = __m128i;
     using Floats = __m128;
 
@@ -82,8 +82,8 @@ struct Sse2 {
 } // namespace
 
 const RowKernels* sse2_kernels() {
-    static const RowKernels kernels = kernels_of<Sse2>("SSE2", plain_kernels().leave);
-    return processor().sse2 ? &kernels : nullptr;
+    static const RowKernels kKernels = kernels_of<Sse2>("SSE2", plain_kernels().leave);
+    return processor().sse2 ? &kKernels : nullptr;
 }
 
 } // namespace kobrtl

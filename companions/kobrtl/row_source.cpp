@@ -84,11 +84,11 @@ void RowSource::convert_upright(unsigned y, unsigned x, unsigned count, void* ou
 void RowSource::fill_table() {
     const unsigned most = (1u << m_picture.bpp) - 1;
     for (unsigned i = 0; i <= most; ++i) {
-        static const uint8_t black[4] = {0, 0, 0, 255};
+        static const uint8_t kBlack[4] = {0, 0, 0, 255};
         if (!m_picture.palette)
             memset(m_table[i], static_cast<int>(i * 255 / most), 4);
         else
-            memcpy(m_table[i], i < m_picture.colours ? m_picture.palette + 4 * i : black, 4);
+            memcpy(m_table[i], i < m_picture.colours ? m_picture.palette + 4 * i : kBlack, 4);
     }
 }
 

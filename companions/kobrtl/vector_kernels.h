@@ -13,15 +13,15 @@ template <class Vector, unsigned Channels, unsigned Summed, class Finish>
 void for_each_pixel(const HorizontalRun& run, const Finish& finish) {
     for (unsigned x = run.begin; x < run.end; ++x) {
         const AxisWeights::Taps& taps = run.weights->taps(x);
-        const float* sample = run.samples + static_cast<size_t>(taps.first - run.origin) * (Channels * Vector::lanes);
+        const float* sample = run.samples + static_cast<size_t>(taps.first - run.origin) * (Channels * Vector::kLanes);
         const float* weight = run.weights->weights(taps);
         typename Vector::Floats sums[Summed];
         for (unsigned c = 0; c < Summed; ++c)
             sums[c] = Vector::all(0);
-        for (const float* end = weight + taps.count; weight != end; ++weight, sample += Channels * Vector::lanes) {
+        for (const float* end = weight + taps.count; weight != end; ++weight, sample += Channels * Vector::kLanes) {
             const typename Vector::Floats all = Vector::all(*weight);
             for (unsigned c = 0; c < Summed; ++c)
-                sums[c] = Vector::multiply_add(all, Vector::load(sample + c * Vector::lanes), sums[c]);
+                sums[c] = Vector::multiply_add(all, Vector::load(sample + c * Vector::kLanes), sums[c]);
         }
         finish(x, sums);
     }
@@ -30,15 +30,15 @@ void for_each_pixel(const HorizontalRun& run, const Finish& finish) {
 // Four bytes are written for a pixel, whatever its size; the next pixel mends what is too much. Not so the last one.
 template <class Vector, unsigned Channels>
 void store_pixels(const HorizontalRun& run, unsigned x, const typename Vector::Floats* sums, uint8_t* const* rows) {
-    int32_t pixels[Vector::lanes];
+    int32_t pixels[Vector::kLanes];
     Vector::to_pixels(sums[0], sums[Channels > 1 ? 1 : 0], sums[Channels > 1 ? 2 : 0], sums[Channels > 3 ? 3 : 0],
                       pixels);
     const size_t at = static_cast<size_t>(x) * Channels;
     if ((run.weights->size() - x) * Channels >= 4)
-        for (unsigned lane = 0; lane < Vector::lanes; ++lane)
+        for (unsigned lane = 0; lane < Vector::kLanes; ++lane)
             memcpy(rows[lane] + at, &pixels[lane], 4);
     else
-        for (unsigned lane = 0; lane < Vector::lanes; ++lane)
+        for (unsigned lane = 0; lane < Vector::kLanes; ++lane)
             memcpy(rows[lane] + at, &pixels[lane], Channels);
 }
 
@@ -80,7 +80,7 @@ void horizontal_weighted(const HorizontalRun& run, uint8_t* const* rows) {
 
 template <class Vector>
 bool opaque(const uint8_t* row, size_t pixels) {
-    constexpr size_t kBytes = 4 * Vector::lanes;
+    constexpr size_t kBytes = 4 * Vector::kLanes;
     const size_t whole = pixels * 4 / (4 * kBytes) * (4 * kBytes);
     typename Vector::Ints all = Vector::all_ones();
     for (size_t at = 0; at < whole; at += 4 * kBytes)
@@ -93,7 +93,7 @@ bool opaque(const uint8_t* row, size_t pixels) {
 template <class Vector>
 RowKernels kernels_of(const char* name, void (*leave)()) {
     return {name,
-            Vector::lanes,
+            Vector::kLanes,
             vertical<Vector, ByteSums<Vector>>,
             vertical<Vector, FloatSums<Vector>>,
             horizontal<Vector>,

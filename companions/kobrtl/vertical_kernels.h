@@ -12,7 +12,7 @@ struct ByteSums {
     static constexpr unsigned kGap = 2;
     static constexpr unsigned column(unsigned place) {
         constexpr unsigned kFirst[] = {0, 1, 8, 9};
-        return kFirst[place / Vector::lanes] + place % Vector::lanes / 4 * 16 + place % 4 * kGap;
+        return kFirst[place / Vector::kLanes] + place % Vector::kLanes / 4 * 16 + place % 4 * kGap;
     }
 
     static void sum(const VerticalRun& run, const RowSum& sum, size_t at, float* places) {
@@ -33,9 +33,9 @@ struct ByteSums {
             odd_high = Vector::add_products(odd_high, Vector::odd_bytes(high), weights);
         }
         Vector::store(places, Vector::to_floats(even_low));
-        Vector::store(places + Vector::lanes, Vector::to_floats(odd_low));
-        Vector::store(places + 2 * Vector::lanes, Vector::to_floats(even_high));
-        Vector::store(places + 3 * Vector::lanes, Vector::to_floats(odd_high));
+        Vector::store(places + Vector::kLanes, Vector::to_floats(odd_low));
+        Vector::store(places + 2 * Vector::kLanes, Vector::to_floats(even_high));
+        Vector::store(places + 3 * Vector::kLanes, Vector::to_floats(odd_high));
     }
 };
 
@@ -52,10 +52,10 @@ struct FloatSums {
         for (unsigned k = 0; k < sum.count; ++k, row += run.stride)
             for (unsigned i = 0; i < 4; ++i)
                 sums[i] = Vector::multiply_add(Vector::all(weight[k]),
-                                               Vector::load(reinterpret_cast<const float*>(row) + i * Vector::lanes),
+                                               Vector::load(reinterpret_cast<const float*>(row) + i * Vector::kLanes),
                                                sums[i]);
         for (unsigned i = 0; i < 4; ++i)
-            Vector::store(places + i * Vector::lanes, sums[i]);
+            Vector::store(places + i * Vector::kLanes, sums[i]);
     }
 };
 
@@ -64,7 +64,7 @@ struct FloatSums {
 // few rows, since it can't wait for more than about ten at once either: a band of eight lanes may have a hundred.
 template <class Vector, class Sums>
 void vertical(const VerticalRun& run, float* samples) {
-    constexpr unsigned kLanes = Vector::lanes, kStep = 4 * kLanes;
+    constexpr unsigned kLanes = Vector::kLanes, kStep = 4 * kLanes;
     constexpr unsigned kLine = 64, kAhead = 4 * kLine, kSlices = kLine / kStep;
     alignas(32) float tile[kLanes][kStep];
     const unsigned share = run.row_count / (kSlices * kLanes) + 1;

@@ -6,7 +6,7 @@
 #include "glib/module_contract.h"
 #include "glib/save_record.h"
 
-static const uint32_t formats[] = {0x0058424Du}; /* "XBM" */
+static const uint32_t kFormats[] = {0x0058424Du}; /* "XBM" */
 static const ModuleServices* services;
 
 /* Reads a stream byte by byte from a small buffer. */
@@ -145,7 +145,7 @@ ResultCode GLIB_CALL LoadXBMImageData(ImageDataExchange* image, VStream* stream,
 ResultCode GLIB_CALL GetXBMFileInfo(VStream* stream, ImageFileInfo* info) {
     Reader reader = {stream, {0}, 0, 0};
     ResultCode code = read_header(&reader, &info->width, &info->height);
-    info->format = formats[0];
+    info->format = kFormats[0];
     info->bits_per_pixel = 1;
     info->page_count = 1;
     return code;
@@ -198,5 +198,5 @@ void GLIB_CALL GetFilterInfo(uint32_t request_kind, FilterInfoRequest* request) 
     services = request->services;
     request->interface_version = GLIB_INTERFACE_VERSION;
     request->format_count = 1;
-    request->formats = formats;
+    request->formats = kFormats;
 }

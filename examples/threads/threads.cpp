@@ -54,17 +54,17 @@ DWORD WINAPI thread_main(void* parameter) {
 }
 
 Worker workers[] = {{"reader", count}, {"writer", write_nowhere}, {"divider", divide_by_zero}};
-const int worker_count = sizeof(workers) / sizeof(workers[0]);
+const int kWorkerCount = sizeof(workers) / sizeof(workers[0]);
 
 } // namespace
 
 int main() {
     InitializeCriticalSection(&one_report);
-    HANDLE threads[worker_count];
-    for (int i = 0; i < worker_count; ++i)
+    HANDLE threads[kWorkerCount];
+    for (int i = 0; i < kWorkerCount; ++i)
         threads[i] = CreateThread(nullptr, 0, thread_main, &workers[i], 0, nullptr);
-    WaitForMultipleObjects(worker_count, threads, TRUE, INFINITE);
-    for (int i = 0; i < worker_count; ++i)
+    WaitForMultipleObjects(kWorkerCount, threads, TRUE, INFINITE);
+    for (int i = 0; i < kWorkerCount; ++i)
         CloseHandle(threads[i]);
     DeleteCriticalSection(&one_report);
     return 0;

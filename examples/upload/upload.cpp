@@ -5,8 +5,8 @@
 
 namespace {
 
-const char config[] = "upload.cfg";
-const char log[] = "upload.log";
+const char kConfig[] = "upload.cfg";
+const char kLog[] = "upload.log";
 
 void write_file(const char* name, const char* text) {
     FILE* const file = fopen(name, "w");
@@ -26,7 +26,7 @@ void (*volatile work)(const int*, int*) = convert;
 void report() {
     try {
         CCrashReport2 report(nullptr);
-        report.PostRequest(config, nullptr, log, nullptr);
+        report.PostRequest(kConfig, nullptr, kLog, nullptr);
         report.CreateScreenCopy();
         report.CreateSystemInfo();
         puts(report.OpenDlg() == 1 ? "uploaded" : "not uploaded");
@@ -39,8 +39,8 @@ void report() {
 
 int main() {
     WendaxCoverThread();
-    write_file(config, "quality = high\n");
-    write_file(log, "conversion started\n");
+    write_file(kConfig, "quality = high\n");
+    write_file(kLog, "conversion started\n");
     try {
         int target;
         work(nullptr, &target);

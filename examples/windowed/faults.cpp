@@ -42,30 +42,30 @@ void divide_by_zero() {
 
 void overflow_division() {
     // mov eax, 80000000h; cdq; mov ecx, -1; idiv ecx; ret
-    static const unsigned char code[] = {0xB8, 0, 0, 0, 0x80, 0x99, 0xB9, 0xFF, 0xFF, 0xFF, 0xFF, 0xF7, 0xF9, 0xC3};
-    run(code);
+    static const unsigned char kCode[] = {0xB8, 0, 0, 0, 0x80, 0x99, 0xB9, 0xFF, 0xFF, 0xFF, 0xFF, 0xF7, 0xF9, 0xC3};
+    run(kCode);
 }
 
 void divide_floats() {
     // fld1; fldz; fdivp; fwait; fstp st(0); ret
-    static const unsigned char code[] = {0xD9, 0xE8, 0xD9, 0xEE, 0xDE, 0xF9, 0x9B, 0xDD, 0xD8, 0xC3};
+    static const unsigned char kCode[] = {0xD9, 0xE8, 0xD9, 0xEE, 0xDE, 0xF9, 0x9B, 0xDD, 0xD8, 0xC3};
     _controlfp(_controlfp(0, 0) & ~_EM_ZERODIVIDE, _MCW_EM);
-    run(code);
+    run(kCode);
 }
 
 void illegal_instruction() {
-    static const unsigned char code[] = {0x0F, 0x0B}; // ud2
-    run(code);
+    static const unsigned char kCode[] = {0x0F, 0x0B}; // ud2
+    run(kCode);
 }
 
 void privileged_instruction() {
-    static const unsigned char code[] = {0xF4}; // hlt
-    run(code);
+    static const unsigned char kCode[] = {0xF4}; // hlt
+    run(kCode);
 }
 
 void breakpoint() {
-    static const unsigned char code[] = {0xCC, 0xC3}; // int3; ret
-    run(code);
+    static const unsigned char kCode[] = {0xCC, 0xC3}; // int3; ret
+    run(kCode);
 }
 
 int recurse(int depth) {
@@ -81,7 +81,7 @@ void overflow_stack() {
 
 } // namespace
 
-const Fault faults[] = {
+const Fault kFaults[] = {
     {L"Read from nowhere", read_nowhere},
     {L"Write to nowhere", write_nowhere},
     {L"Execute data", execute_data},
@@ -93,4 +93,4 @@ const Fault faults[] = {
     {L"Breakpoint", breakpoint},
     {L"Overflow the stack", overflow_stack},
 };
-const int fault_count = sizeof(faults) / sizeof(faults[0]);
+const int kFaultCount = sizeof(kFaults) / sizeof(kFaults[0]);

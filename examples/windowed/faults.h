@@ -6,5 +6,5 @@ struct Fault {
     void (*commit)();
 };
 
-extern const Fault faults[];
-extern const int fault_count;
+extern const Fault kFaults[];
+extern const int kFaultCount;

@@ -11,14 +11,14 @@
 
 namespace {
 
-const int id_email = 1000;
-const int id_upload = 1001;
-const int id_picture = 1002;
-const int id_fault = 2000; // and those that follow, one for each fault
+const int kIdEmail = 1000;
+const int kIdUpload = 1001;
+const int kIdPicture = 1002;
+const int kIdFault = 2000; // and those that follow, one for each fault
 
-const int margin = 12;
-const int row = 28;
-const int column = 190;
+const int kMargin = 12;
+const int kRow = 28;
+const int kColumn = 190;
 
 char log_path[MAX_PATH];
 
@@ -64,8 +64,8 @@ void commit(HWND window, const Fault& fault) {
         void (*volatile hidden)() = fault.commit;
         hidden();
     } catch (char* marker) {
-        const bool picture = is_checked(window, id_picture);
-        if (is_checked(window, id_upload)) {
+        const bool picture = is_checked(window, kIdPicture);
+        if (is_checked(window, kIdUpload)) {
             report_by_upload(picture);
         } else {
             SetCreateScreenCopy(picture);
@@ -79,19 +79,20 @@ void commit(HWND window, const Fault& fault) {
 }
 
 void add(HWND window, const wchar_t* text, int id, DWORD style, int x, int y) {
-    HWND const control = CreateWindowW(L"BUTTON", text, WS_CHILD | WS_VISIBLE | WS_TABSTOP | style, x, y,
-                                       column - margin, row - 4, window, reinterpret_cast<HMENU>(id), nullptr, nullptr);
+    HWND const control =
+        CreateWindowW(L"BUTTON", text, WS_CHILD | WS_VISIBLE | WS_TABSTOP | style, x, y, kColumn - kMargin, kRow - 4,
+                      window, reinterpret_cast<HMENU>(id), nullptr, nullptr);
     SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(GetStockObject(DEFAULT_GUI_FONT)), FALSE);
 }
 
 void add_controls(HWND window) {
-    add(window, L"E-mail report", id_email, BS_AUTORADIOBUTTON | WS_GROUP, margin, margin);
-    add(window, L"Upload report", id_upload, BS_AUTORADIOBUTTON, margin, margin + row);
-    add(window, L"With a picture of the screen", id_picture, BS_AUTOCHECKBOX | WS_GROUP, margin + column, margin);
-    for (int i = 0; i < fault_count; ++i)
-        add(window, faults[i].name, id_fault + i, BS_PUSHBUTTON, margin + i % 2 * column,
-            margin + (2 + i / 2) * row + margin);
-    CheckRadioButton(window, id_email, id_upload, id_email);
+    add(window, L"E-mail report", kIdEmail, BS_AUTORADIOBUTTON | WS_GROUP, kMargin, kMargin);
+    add(window, L"Upload report", kIdUpload, BS_AUTORADIOBUTTON, kMargin, kMargin + kRow);
+    add(window, L"With a picture of the screen", kIdPicture, BS_AUTOCHECKBOX | WS_GROUP, kMargin + kColumn, kMargin);
+    for (int i = 0; i < kFaultCount; ++i)
+        add(window, kFaults[i].name, kIdFault + i, BS_PUSHBUTTON, kMargin + i % 2 * kColumn,
+            kMargin + (2 + i / 2) * kRow + kMargin);
+    CheckRadioButton(window, kIdEmail, kIdUpload, kIdEmail);
 }
 
 LRESULT CALLBACK window_procedure(HWND window, UINT message, WPARAM wide, LPARAM narrow) {
@@ -101,8 +102,8 @@ LRESULT CALLBACK window_procedure(HWND window, UINT message, WPARAM wide, LPARAM
         add_controls(window);
         return 0;
     case WM_COMMAND:
-        if (id >= id_fault && id < id_fault + fault_count)
-            commit(window, faults[id - id_fault]);
+        if (id >= kIdFault && id < kIdFault + kFaultCount)
+            commit(window, kFaults[id - kIdFault]);
         return 0;
     case WM_DESTROY:
         PostQuitMessage(0);
@@ -126,7 +127,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
     RegisterClassW(&type);
 
     const DWORD style = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
-    RECT inside = {0, 0, margin + 2 * column, 3 * margin + (2 + (fault_count + 1) / 2) * row};
+    RECT inside = {0, 0, kMargin + 2 * kColumn, 3 * kMargin + (2 + (kFaultCount + 1) / 2) * kRow};
     AdjustWindowRect(&inside, style, FALSE);
     HWND const window =
         CreateWindowW(L"WendaxExample", L"Ways to fail", style, CW_USEDEFAULT, CW_USEDEFAULT,

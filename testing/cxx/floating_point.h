@@ -34,9 +34,9 @@ inline void calm_floating_point() {
 
 // Whether a call has left the state as it was, with nothing pending.
 inline bool same_floating_point(const FloatingPoint& before, const FloatingPoint& after) {
-    constexpr unsigned low = 0xFFFF, top_of_stack = 0x3800;
+    constexpr unsigned kLow = 0xFFFF, kTopOfStack = 0x3800;
     const unsigned pending = after.status & ~after.control & 0x3F;
-    return ((before.control ^ after.control) & low) == 0 && ((before.tags ^ after.tags) & low) == 0 &&
-           ((before.status ^ after.status) & top_of_stack) == 0 && !pending && before.mxcsr == after.mxcsr &&
+    return ((before.control ^ after.control) & kLow) == 0 && ((before.tags ^ after.tags) & kLow) == 0 &&
+           ((before.status ^ after.status) & kTopOfStack) == 0 && !pending && before.mxcsr == after.mxcsr &&
            memcmp(before.registers, after.registers, sizeof before.registers) == 0;
 }

@@ -9,12 +9,12 @@
 
 // The open handles of this process. Counted in the list of all, since Wine's GetProcessHandleCount answers 0.
 inline unsigned process_handles() {
-    constexpr ULONG size = 1 << 20;
+    constexpr ULONG kSize = 1 << 20;
     const auto query = reinterpret_cast<decltype(NtQuerySystemInformation)*>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("ntdll.dll"), "NtQuerySystemInformation")));
-    auto* const list = static_cast<SYSTEM_HANDLE_INFORMATION*>(malloc(size));
+    auto* const list = static_cast<SYSTEM_HANDLE_INFORMATION*>(malloc(kSize));
     unsigned count = 0;
-    if (list && query && query(SystemHandleInformation, list, size, nullptr) == 0) {
+    if (list && query && query(SystemHandleInformation, list, kSize, nullptr) == 0) {
         for (ULONG i = 0; i < list->Count; ++i)
             count += list->Handle[i].OwnerPid == GetCurrentProcessId() ? 1 : 0;
     }

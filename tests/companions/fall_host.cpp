@@ -77,8 +77,8 @@ uint64_t size(VStream* stream) {
     return static_cast<uint64_t>(end);
 }
 
-const glib::ModuleServices g_services = {
-    sizeof(g_services), GLIB_INTERFACE_VERSION, add_page, page_count, page, progress, read, write, seek, tell, size};
+const glib::ModuleServices kServices = {
+    sizeof(kServices), GLIB_INTERFACE_VERSION, add_page, page_count, page, progress, read, write, seek, tell, size};
 
 template <class Entry>
 Entry entry(HMODULE module, const char* pattern, const char* format) {
@@ -98,7 +98,7 @@ int main(int argc, char** argv) {
     HMODULE module = LoadLibraryA("fall.dll");
     if (argc != 7 || !module)
         return 2;
-    glib::FilterInfoRequest request = {&g_services, sizeof(request), 0, 0, nullptr};
+    glib::FilterInfoRequest request = {&kServices, sizeof(request), 0, 0, nullptr};
     entry<glib::GetFilterInfoEntry>(module, "GetFilterInfo", "")(0, &request);
     printf("version: %x\n", static_cast<unsigned>(request.interface_version));
     for (uint32_t i = 0; i < request.format_count; ++i)

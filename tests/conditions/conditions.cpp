@@ -41,18 +41,18 @@ void hold_heaps() {
 
 // Runs over the ends of blocks in use, as a careless host does: the records of free and of used neighbours are lost.
 void break_heap() {
-    constexpr int count = 64, kinds = 9;
-    static char* blocks[kinds][count];
-    for (int kind = 0; kind < kinds; ++kind) {
+    constexpr int kCount = 64, kKinds = 9;
+    static char* blocks[kKinds][kCount];
+    for (int kind = 0; kind < kKinds; ++kind) {
         for (char*& block : blocks[kind])
             block = static_cast<char*>(malloc(16u << kind));
     }
     for (auto& same : blocks) {
-        for (int i = 1; i < count; i += 2)
+        for (int i = 1; i < kCount; i += 2)
             free(same[i]);
     }
-    for (int kind = 0; kind < kinds; ++kind) {
-        for (int i = 0; i + 2 < count; i += 2)
+    for (int kind = 0; kind < kKinds; ++kind) {
+        for (int i = 0; i + 2 < kCount; i += 2)
             memset(blocks[kind][i], 0xEE, (16u << kind) + 32);
     }
 }
@@ -65,9 +65,9 @@ void use_up_gdi() {
 // Puts the replacement in the place of the function that Wendax.dll imports.
 template <class Function>
 bool replace(const char* name, Function* replacement) {
-    static const char* const libraries[] = {"advapi32.dll", "gdi32.dll",   "kernel32.dll", "shell32.dll",
-                                            "user32.dll",   "wininet.dll", "winspool.drv"};
-    for (const char* library : libraries) {
+    static const char* const kLibraries[] = {"advapi32.dll", "gdi32.dll",   "kernel32.dll", "shell32.dll",
+                                             "user32.dll",   "wininet.dll", "winspool.drv"};
+    for (const char* library : kLibraries) {
         if (GetProcAddress(GetModuleHandleA(library), name) &&
             replace_import(GetModuleHandleA("Wendax.dll"), library, name, replacement))
             return true;
@@ -129,13 +129,13 @@ void mend_heap() {
 
 // For functions of GDI+, which Wendax.dll binds by itself: their code is overwritten.
 bool break_code(const char* name) {
-    static const unsigned char write_to_null[] = {0x31, 0xC0, 0x89, 0x00}; // xor eax, eax; mov [eax], eax
+    static const unsigned char kWriteToNull[] = {0x31, 0xC0, 0x89, 0x00}; // xor eax, eax; mov [eax], eax
     void* const code = reinterpret_cast<void*>(GetProcAddress(LoadLibraryA("gdiplus.dll"), name));
     DWORD before;
-    if (!code || !VirtualProtect(code, sizeof write_to_null, PAGE_EXECUTE_READWRITE, &before))
+    if (!code || !VirtualProtect(code, sizeof kWriteToNull, PAGE_EXECUTE_READWRITE, &before))
         return false;
-    memcpy(code, write_to_null, sizeof write_to_null);
-    return VirtualProtect(code, sizeof write_to_null, before, &before);
+    memcpy(code, kWriteToNull, sizeof kWriteToNull);
+    return VirtualProtect(code, sizeof kWriteToNull, before, &before);
 }
 
 LSTATUS APIENTRY no_key(HKEY, LPCSTR, PHKEY) {

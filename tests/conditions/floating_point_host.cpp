@@ -67,11 +67,11 @@ void with_sse_unmasked() {
 
 void in_mmx_code() {
     load_control_word(0x0372);
-    static const unsigned values[2] = {0x01234567, 0x89ABCDEF};
+    static const unsigned kValues[2] = {0x01234567, 0x89ABCDEF};
     __asm__ volatile(
         "movq %0, %%mm0\n\tmovq %%mm0, %%mm7\n\tpaddd %%mm0, %%mm7\n\tmovl %1, %%eax\n\tmovq %%mm7, (%%eax)"
         :
-        : "m"(values), "m"(zero)
+        : "m"(kValues), "m"(zero)
         : "eax", "memory");
 }
 
@@ -92,7 +92,7 @@ struct State {
     void (*fault)();
 };
 
-const State states[] = {
+const State kStates[] = {
     {"invalid", with_invalid_unmasked},
     {"zero-divide", with_zero_divide_unmasked},
     {"everything", with_everything_unmasked},
@@ -107,13 +107,13 @@ const State states[] = {
 void (*volatile fault)();
 
 void compare(const char* name, const FloatingPoint& before, const FloatingPoint& after) {
-    constexpr unsigned low = 0xFFFF;
+    constexpr unsigned kLow = 0xFFFF;
     if (same_floating_point(before, after))
         printf("kept %s\n", name);
     else
         printf("CHANGED %s: control %04X %04X, MXCSR %04X %04X, tags %04X %04X, status %04X %04X\n", name,
-               before.control & low, after.control & low, before.mxcsr, after.mxcsr, before.tags & low,
-               after.tags & low, before.status & low, after.status & low);
+               before.control & kLow, after.control & kLow, before.mxcsr, after.mxcsr, before.tags & kLow,
+               after.tags & kLow, before.status & kLow, after.status & kLow);
     fflush(stdout);
 }
 
@@ -172,7 +172,7 @@ void report(const char* road, const char* attachment, const char* marker, const 
 int main(int argc, char** argv) {
     if (argc < 3)
         return 2;
-    for (const State& state : states)
+    for (const State& state : kStates)
         if (strcmp(state.name, argv[2]) == 0)
             fault = state.fault;
     if (!fault)

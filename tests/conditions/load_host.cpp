@@ -53,8 +53,8 @@ void show(const char* stage) {
 
 int main() {
     // What the system's own libraries bring along is not the library's doing.
-    static const char* const of_system[] = {"shell32.dll", "version.dll", "wininet.dll", "winspool.drv"};
-    for (const char* name : of_system)
+    static const char* const kOfSystem[] = {"shell32.dll", "version.dll", "wininet.dll", "winspool.drv"};
+    for (const char* name : kOfSystem)
         LoadLibraryA(name);
     show("warm-up"); // so that what the counting itself takes is there, too
     show("before");

@@ -6,7 +6,7 @@
 #endif
 
 namespace {
-const uint32_t formats[] = {0x044A5047u}; // JPEG
+const uint32_t kFormats[] = {0x044A5047u}; // JPEG
 }
 
 extern "C" {
@@ -14,7 +14,7 @@ extern "C" {
 void GLIB_CALL GetFilterInfo(uint32_t, glib::FilterInfoRequest* request) {
     request->interface_version = ODD_VERSION;
     request->format_count = 1;
-    request->formats = formats;
+    request->formats = kFormats;
 }
 
 void SomethingElse() {}

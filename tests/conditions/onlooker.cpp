@@ -31,14 +31,14 @@ void print_text(HWND window) {
 }
 
 BOOL CALLBACK show(HWND window, LPARAM) {
-    constexpr int upload_text = 19001;
-    constexpr int message_box_text = 0xFFFF;
+    constexpr int kUploadText = 19001;
+    constexpr int kMessageBoxText = 0xFFFF;
     if (!IsWindowVisible(window) || !GetWindowTextLengthA(window))
         return TRUE;
     printf("%lu", static_cast<unsigned long>(reinterpret_cast<uintptr_t>(window)));
     print_text(window);
-    HWND const report = GetDlgItem(window, upload_text);
-    print_text(report ? report : GetDlgItem(window, message_box_text));
+    HWND const report = GetDlgItem(window, kUploadText);
+    print_text(report ? report : GetDlgItem(window, kMessageBoxText));
     printf(" %d %d\n", IsWindowEnabled(GetDlgItem(window, IDOK)), IsWindowEnabled(GetDlgItem(window, IDCANCEL)));
     return TRUE;
 }

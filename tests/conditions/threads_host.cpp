@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int thread_count = 16;
+constexpr int kThreadCount = 16;
 
 bool at_once;
 int rounds;
@@ -33,19 +33,19 @@ void wait_for(volatile LONG& counter, LONG value) {
 // One fault of one thread. All stay in their catch blocks until the last has faulted, as their records are good until
 // then.
 __attribute__((noinline)) void fail(int thread, int round) {
-    const LONG before = round * thread_count;
+    const LONG before = round * kThreadCount;
     InterlockedIncrement(&started);
-    wait_for(at_once ? started : caught, before + (at_once ? thread_count : thread));
+    wait_for(at_once ? started : caught, before + (at_once ? kThreadCount : thread));
     try {
         faulting(thread);
     } catch (char* marker) {
         if (strcmp(marker, WENDAX_MARKER) == 0)
             InterlockedIncrement(&caught);
-        wait_for(caught, before + thread_count);
-        if (round == rounds - 1 && thread == thread_count - 1)
+        wait_for(caught, before + kThreadCount);
+        if (round == rounds - 1 && thread == kThreadCount - 1)
             OpenCrushReport(marker);
         InterlockedIncrement(&finished);
-        wait_for(finished, before + thread_count);
+        wait_for(finished, before + kThreadCount);
     }
 }
 
@@ -63,10 +63,10 @@ int main(int argc, char** argv) {
         return 2;
     at_once = strcmp(argv[1], "at-once") == 0;
     rounds = atoi(argv[2]);
-    HANDLE threads[thread_count];
-    for (int i = 0; i < thread_count; ++i)
+    HANDLE threads[kThreadCount];
+    for (int i = 0; i < kThreadCount; ++i)
         threads[i] = CreateThread(nullptr, 0, run, reinterpret_cast<void*>(static_cast<intptr_t>(i)), 0, nullptr);
-    WaitForMultipleObjects(thread_count, threads, TRUE, INFINITE);
+    WaitForMultipleObjects(kThreadCount, threads, TRUE, INFINITE);
     printf("caught %ld\n", caught);
     return 0;
 }

@@ -43,9 +43,9 @@ void upload() {
     report.PostRequest("notes.txt", nullptr, nullptr, nullptr);
     report.CreateScreenCopy();
     report.CreateSystemInfo();
-    static const char* const answers[] = {"answer 0", "answer 1", "answer 2"};
+    static const char* const kAnswers[] = {"answer 0", "answer 1", "answer 2"};
     const unsigned answer = report.OpenDlg();
-    say(answers[answer < 3 ? answer : 0]);
+    say(kAnswers[answer < 3 ? answer : 0]);
 }
 
 void report(const char* marker) {

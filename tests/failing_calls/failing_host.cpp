@@ -156,10 +156,10 @@ void print_held(const Held& held) {
 }
 
 void print_round(unsigned number, int left) {
-    static const char* const returns[] = {"plain", "out-of-memory", "fault", "other-exception"};
+    static const char* const kReturns[] = {"plain", "out-of-memory", "fault", "other-exception"};
     printf("round %u %s %s %u %u %u %u %d %s\n", number, outcome.has_failed ? "failed" : "spared",
-           returns[static_cast<int>(outcome.returned)], outcome.dialogs, outcome.boxes, outcome.uploads, outcome.answer,
-           left, *outcome.message ? outcome.message : "-");
+           kReturns[static_cast<int>(outcome.returned)], outcome.dialogs, outcome.boxes, outcome.uploads,
+           outcome.answer, left, *outcome.message ? outcome.message : "-");
     fflush(stdout);
 }
 
@@ -231,9 +231,9 @@ int main(int argc, char** argv) {
     SetUnhandledExceptionFilter(tell_crash);
     CloseHandle(CreateThread(nullptr, 0, watch, nullptr, 0, nullptr));
     // Loaded for good, so that a round costs no more than it must.
-    static const char* const system_names[] = {"gdiplus.dll", "wininet.dll", "winspool.drv", "version.dll",
+    static const char* const kSystemNames[] = {"gdiplus.dll", "wininet.dll", "winspool.drv", "version.dll",
                                                "shell32.dll", "shdocvw.dll", "dbghelp.dll"};
-    for (const char* system : system_names)
+    for (const char* system : kSystemNames)
         LoadLibraryA(system);
     const unsigned whole = whole_reports();
     static char line[16384];

@@ -43,8 +43,8 @@ void base_name(HMODULE module, char (&name)[MAX_PATH]) {
 bool is_own(HMODULE module) {
     char name[MAX_PATH];
     base_name(module, name);
-    static const char* const own_names[] = {"Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"};
-    for (const char* own : own_names)
+    static const char* const kOwnNames[] = {"Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"};
+    for (const char* own : kOwnNames)
         if (_stricmp(name, own) == 0)
             return true;
     return false;

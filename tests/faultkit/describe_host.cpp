@@ -63,8 +63,8 @@ HMODULE load_beside_executable(Faultkit* kit) {
 
 // A page like the one at the end of a stack: the first access, even a read, takes its guard away.
 void* guard_page() {
-    static void* const page = VirtualAlloc(nullptr, 4096, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE | PAGE_GUARD);
-    return page;
+    static void* const kPage = VirtualAlloc(nullptr, 4096, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE | PAGE_GUARD);
+    return kPage;
 }
 
 void print_guard() {

@@ -173,10 +173,10 @@ __attribute__((noinline)) int use_up_stack(unsigned left) {
     return use_up_stack(left) + frame[0];
 }
 
-constexpr unsigned stack_left = 32 * 1024; // bytes
+constexpr unsigned kStackLeft = 32 * 1024; // bytes
 
 void little_stack() {
-    sink = use_up_stack(stack_left);
+    sink = use_up_stack(kStackLeft);
 }
 
 void overflow_trap() {
@@ -193,7 +193,7 @@ struct StackFault {
     void (*commit)();
 };
 
-const StackFault faults[] = {
+const StackFault kFaults[] = {
     {"mixed", mixed_calls},
     {"deep", deep},
     {"shallow", shallow},
@@ -212,7 +212,7 @@ const StackFault faults[] = {
 } // namespace
 
 bool commit_stack_fault(const char* name) {
-    for (const StackFault& fault : faults) {
+    for (const StackFault& fault : kFaults) {
         if (strcmp(fault.name, name) != 0)
             continue;
         void (*volatile commit)() = fault.commit;

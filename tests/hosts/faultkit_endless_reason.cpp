@@ -4,23 +4,23 @@
 
 namespace {
 
-constexpr SIZE_T piece_size = 64 * 1024, piece_count = 300 * 16;
-constexpr char word[] = "endless"; // fits into a piece with one character left
-constexpr SIZE_T word_size = sizeof word - 1;
+constexpr SIZE_T kPieceSize = 64 * 1024, kPieceCount = 300 * 16;
+constexpr char kWord[] = "endless"; // fits into a piece with one character left
+constexpr SIZE_T kWordSize = sizeof kWord - 1;
 
 // Each piece is its own text but for the last one, whose end is a NUL of its own.
 const char* map_reason() {
-    HANDLE const section = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, piece_size, nullptr);
+    HANDLE const section = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kPieceSize, nullptr);
     char* const room =
-        static_cast<char*>(VirtualAlloc(nullptr, (piece_count + 1) * piece_size, MEM_RESERVE, PAGE_NOACCESS));
+        static_cast<char*>(VirtualAlloc(nullptr, (kPieceCount + 1) * kPieceSize, MEM_RESERVE, PAGE_NOACCESS));
     VirtualFree(room, 0, MEM_RELEASE);
-    for (SIZE_T i = 0; i < piece_count; ++i) {
-        if (!MapViewOfFileEx(section, FILE_MAP_WRITE, 0, 0, piece_size, room + i * piece_size))
+    for (SIZE_T i = 0; i < kPieceCount; ++i) {
+        if (!MapViewOfFileEx(section, FILE_MAP_WRITE, 0, 0, kPieceSize, room + i * kPieceSize))
             return "the pieces can't be mapped";
     }
-    for (SIZE_T i = 0; i < piece_size; ++i)
-        room[i] = word[i % word_size];
-    VirtualAlloc(room + piece_count * piece_size, piece_size, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+    for (SIZE_T i = 0; i < kPieceSize; ++i)
+        room[i] = kWord[i % kWordSize];
+    VirtualAlloc(room + kPieceCount * kPieceSize, kPieceSize, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
     return room;
 }
 

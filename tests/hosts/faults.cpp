@@ -97,7 +97,7 @@ struct Fault {
     void (*commit)();
 };
 
-const Fault faults[] = {
+const Fault kFaults[] = {
     {"read", read_null},
     {"write", write_null},
     {"execute", execute_data},
@@ -114,7 +114,7 @@ const Fault faults[] = {
 } // namespace
 
 bool commit_fault(const char* name) {
-    for (const Fault& fault : faults) {
+    for (const Fault& fault : kFaults) {
         if (strcmp(fault.name, name) != 0)
             continue;
         void (*volatile commit)() = fault.commit;

@@ -2,7 +2,7 @@
 #include "glib/module_contract.h"
 
 namespace {
-const uint32_t g_formats[] = {0x044A5047u};
+const uint32_t kFormats[] = {0x044A5047u};
 volatile int g_zero;
 volatile int* volatile g_nowhere;
 } // namespace
@@ -38,6 +38,6 @@ void GLIB_CALL GetFilterInfo(uint32_t, glib::FilterInfoRequest* request) {
 #endif
     request->interface_version = GLIB_INTERFACE_VERSION;
     request->format_count = 1;
-    request->formats = g_formats;
+    request->formats = kFormats;
 }
 }

@@ -58,14 +58,14 @@ int many_screenshots(int count) {
     return 0;
 }
 
-constexpr size_t marked_stack = 400 * 1024;
-constexpr char stack_mark = 0x5A;
+constexpr size_t kMarkedStack = 400 * 1024;
+constexpr char kStackMark = 0x5A;
 
 // Marks the stack below its caller and notes the lowest marked address.
 __attribute__((noinline)) void mark_stack(uintptr_t* lowest) {
-    volatile char area[marked_stack];
-    for (size_t i = 0; i < marked_stack; ++i)
-        area[i] = stack_mark;
+    volatile char area[kMarkedStack];
+    for (size_t i = 0; i < kMarkedStack; ++i)
+        area[i] = kStackMark;
     *lowest = reinterpret_cast<uintptr_t>(area);
 }
 
@@ -78,9 +78,9 @@ int screenshot_stack() {
     const volatile char* const lowest = reinterpret_cast<const volatile char*>(address);
     write_screenshot(path);
     size_t untouched = 0;
-    while (untouched < marked_stack && lowest[untouched] == stack_mark)
+    while (untouched < kMarkedStack && lowest[untouched] == kStackMark)
         ++untouched;
-    print_number("stack bytes", static_cast<unsigned long>(marked_stack - untouched));
+    print_number("stack bytes", static_cast<unsigned long>(kMarkedStack - untouched));
     return 0;
 }
 

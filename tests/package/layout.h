@@ -9,9 +9,9 @@ struct Field {
 };
 
 // The classes' members, and the classes themselves as fields of offset 0.
-constexpr int field_count = 14;
-extern const Field public_fields[field_count];
-extern const Field library_fields[field_count];
+constexpr int kFieldCount = 14;
+extern const Field kPublicFields[kFieldCount];
+extern const Field kLibraryFields[kFieldCount];
 
 // What happened to the derived reports, in letters.
 extern char calls[64];

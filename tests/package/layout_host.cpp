@@ -11,7 +11,7 @@
 
 #pragma clang diagnostic ignored "-Winvalid-offsetof"
 
-const Field public_fields[field_count] = {ALL_FIELDS};
+const Field kPublicFields[kFieldCount] = {ALL_FIELDS};
 char calls[64];
 
 namespace {
@@ -51,9 +51,9 @@ void* make_derived_report2() {
 
 int main() {
     int compared = 0;
-    for (; compared < field_count; ++compared) {
-        const Field& ours = public_fields[compared];
-        const Field& theirs = library_fields[compared];
+    for (; compared < kFieldCount; ++compared) {
+        const Field& ours = kPublicFields[compared];
+        const Field& theirs = kLibraryFields[compared];
         if (strcmp(ours.name, theirs.name) != 0 || ours.offset != theirs.offset || ours.size != theirs.size)
             printf("DIFFERENT: %s at %u, %u bytes; in the library %s at %u, %u bytes\n", ours.name, ours.offset,
                    ours.size, theirs.name, theirs.offset, theirs.size);

@@ -11,7 +11,7 @@
 
 #pragma clang diagnostic ignored "-Winvalid-offsetof"
 
-const Field library_fields[field_count] = {ALL_FIELDS};
+const Field kLibraryFields[kFieldCount] = {ALL_FIELDS};
 
 void use_report(void* report) {
     CCrashReport* const object = static_cast<CCrashReport*>(report);

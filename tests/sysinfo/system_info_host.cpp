@@ -55,9 +55,9 @@ void throw_foreign_error() {
 }
 
 bool put_gate(const char* function) {
-    static const char* const libraries[] = {"advapi32.dll", "kernel32.dll", "user32.dll", "version.dll",
-                                            "winspool.drv"};
-    for (const char* library : libraries) {
+    static const char* const kLibraries[] = {"advapi32.dll", "kernel32.dll", "user32.dll", "version.dll",
+                                             "winspool.drv"};
+    for (const char* library : kLibraries) {
         real_function =
             reinterpret_cast<void (*)()>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(library), function)));
         if (real_function && replace_import(GetModuleHandleA(nullptr), library, function, gate))
@@ -75,15 +75,15 @@ int write_file_in_trouble(char** words) {
 
 // How far down the stack goes: the bytes below the caller that were painted and are so no longer.
 DWORD WINAPI measure_stack(void*) {
-    constexpr unsigned char paint = 0xA5;
-    constexpr int painted = 512 * 1024;
+    constexpr unsigned char kPaint = 0xA5;
+    constexpr int kPainted = 512 * 1024;
     volatile unsigned char* const top = static_cast<unsigned char*>(__builtin_frame_address(0)) - 1024;
-    for (int i = 0; i < painted; ++i)
-        top[-i] = paint;
+    for (int i = 0; i < kPainted; ++i)
+        top[-i] = kPaint;
     CStdString path;
     write_system_info_file(path);
-    int depth = painted;
-    while (depth > 0 && top[-depth + 1] == paint)
+    int depth = kPainted;
+    while (depth > 0 && top[-depth + 1] == kPaint)
         --depth;
     return static_cast<DWORD>(depth + 1024);
 }

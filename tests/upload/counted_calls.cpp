@@ -34,8 +34,8 @@ bool refused(size_t size) {
 }
 
 HANDLE heap() {
-    static const HANDLE own = HeapCreate(0, 0, 0);
-    return own;
+    static const HANDLE kOwn = HeapCreate(0, 0, 0);
+    return kOwn;
 }
 
 // The functions of the same names that are defined below take the place of the imported ones, so these ask for them.
@@ -126,14 +126,14 @@ void free(void* block) {
 }
 
 // What the linker finds where a call goes through the import table.
-extern const void* const imported_open __asm__("__imp__InternetOpenA@20");
-const void* const imported_open = reinterpret_cast<const void*>(open_session);
-extern const void* const imported_connect __asm__("__imp__InternetConnectA@32");
-const void* const imported_connect = reinterpret_cast<const void*>(open_connection);
-extern const void* const imported_request __asm__("__imp__HttpOpenRequestA@32");
-const void* const imported_request = reinterpret_cast<const void*>(open_request);
-extern const void* const imported_url __asm__("__imp__InternetOpenUrlA@24");
-const void* const imported_url = reinterpret_cast<const void*>(open_url);
-extern const void* const imported_close __asm__("__imp__InternetCloseHandle@4");
-const void* const imported_close = reinterpret_cast<const void*>(close_handle);
+extern const void* const kImportedOpen __asm__("__imp__InternetOpenA@20");
+const void* const kImportedOpen = reinterpret_cast<const void*>(open_session);
+extern const void* const kImportedConnect __asm__("__imp__InternetConnectA@32");
+const void* const kImportedConnect = reinterpret_cast<const void*>(open_connection);
+extern const void* const kImportedRequest __asm__("__imp__HttpOpenRequestA@32");
+const void* const kImportedRequest = reinterpret_cast<const void*>(open_request);
+extern const void* const kImportedUrl __asm__("__imp__InternetOpenUrlA@24");
+const void* const kImportedUrl = reinterpret_cast<const void*>(open_url);
+extern const void* const kImportedClose __asm__("__imp__InternetCloseHandle@4");
+const void* const kImportedClose = reinterpret_cast<const void*>(close_handle);
 }

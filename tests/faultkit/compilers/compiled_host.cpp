@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr unsigned all_options = 15;
+constexpr unsigned kAllOptions = 15;
 const char* fault;
 
 template <class Function>
@@ -30,7 +30,7 @@ LONG WINAPI describe(EXCEPTION_POINTERS* pointers) {
     auto* const first = function_of<decltype(GetFirstStackTraceString)>(kit, "GetFirstStackTraceString");
     auto* const next = function_of<decltype(GetNextStackTraceString)>(kit, "GetNextStackTraceString");
     printf("=== %s\nCrush Expantion:\n%s\n\nStack Trace:\n", fault, reason(pointers));
-    for (const char* line = first(all_options, pointers); line; line = next(all_options, pointers))
+    for (const char* line = first(kAllOptions, pointers); line; line = next(kAllOptions, pointers))
         printf("%s\n", line);
     fflush(stdout);
     FreeLibrary(kit);

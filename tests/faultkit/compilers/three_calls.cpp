@@ -151,7 +151,7 @@ struct Way {
     int (*go)();
 };
 
-const Way ways[] = {
+const Way kWays[] = {
     {"direct", by_direct_calls},
     {"pointers", by_pointers},
     {"loop", by_pointers_to_a_loop},
@@ -162,7 +162,7 @@ const Way ways[] = {
 PLAIN void litter(int rounds) {
     volatile char pad[64];
     pad[0] = 0;
-    for (const Way& way : ways) {
+    for (const Way& way : kWays) {
         int (*volatile go)() = way.go;
         sink = go() + large_neighbour(rounds);
     }
@@ -174,7 +174,7 @@ PLAIN void litter(int rounds) {
 } // namespace
 
 bool commit_three_calls(const char* name) {
-    for (const Way& way : ways) {
+    for (const Way& way : kWays) {
         if (strcmp(way.name, name) != 0)
             continue;
         faults = false;
