@@ -18,8 +18,10 @@ def literal(text):
 def main():
     address, server, header = sys.argv[1:]
     try:
-        text = (f"#define WENDAX_SUPPORT_ADDRESS {literal(redirect.recipient(address))}\n"
-                f"#define WENDAX_UPLOAD_SERVER {literal(redirect.host_name(server))}\n")
+        text = (
+            f"#define WENDAX_SUPPORT_ADDRESS {literal(redirect.recipient(address))}\n"
+            f"#define WENDAX_UPLOAD_SERVER {literal(redirect.host_name(server))}\n"
+        )
     except redirect.Refused as reason:
         sys.exit(str(reason))
     file = pathlib.Path(header)

@@ -12,12 +12,14 @@ import sys
 
 def imported_names(archive):
     """The names without their leading underscore, such as MessageBoxA@16."""
-    listing = subprocess.run(["llvm-nm-19", "--defined-only", archive], check=True, capture_output=True, text=True).stdout
+    listing = subprocess.run(
+        ["llvm-nm-19", "--defined-only", archive], check=True, capture_output=True, text=True
+    ).stdout
     names = set()
     for line in listing.splitlines():
         symbol = line.split()[-1] if line.split() else ""
         if symbol.startswith("__imp__"):
-            names.add(symbol[len("__imp__"):])
+            names.add(symbol[len("__imp__") :])
     if not names:
         sys.exit(f"{archive}: holds no import")
     return sorted(names)

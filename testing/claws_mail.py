@@ -56,8 +56,11 @@ class MailServer:
             self._log = stack.enter_context(tempfile.TemporaryFile())
             self._mailbox = pathlib.Path(stack.enter_context(tempfile.TemporaryDirectory())) / "mailbox"
             self.address = loopback_address(_PORT)
-            server = spawn(["aiosmtpd", "-n", "-l", f"{self.address}:{_PORT}", "-c", "aiosmtpd.handlers.Mailbox",
-                            self._mailbox], stdout=self._log, stderr=self._log)
+            server = spawn(
+                ["aiosmtpd", "-n", "-l", f"{self.address}:{_PORT}", "-c", "aiosmtpd.handlers.Mailbox", self._mailbox],
+                stdout=self._log,
+                stderr=self._log,
+            )
             stack.callback(stop, server)
             wait_until(self._answers, "the mail server to start", seen=self._words)
             self._stack = stack.pop_all()
@@ -68,8 +71,10 @@ class MailServer:
 
     def received(self):
         """The messages that have come, parsed. Their header X-RcptTo has the addresses that the program named."""
-        return [email.message_from_bytes(path.read_bytes(), policy=email.policy.default)
-                for path in sorted(self._mailbox.glob("new/*"))]
+        return [
+            email.message_from_bytes(path.read_bytes(), policy=email.policy.default)
+            for path in sorted(self._mailbox.glob("new/*"))
+        ]
 
     def _answers(self):
         with contextlib.suppress(OSError), socket.create_connection((self.address, _PORT), timeout=10) as connection:
@@ -98,9 +103,13 @@ class ClawsMail:
                 (home / "Mail" / folder).mkdir(parents=True)
             shutil.copy(self._draft, home / "Mail" / "draft" / "1")
             kept = {name: value for name, value in os.environ.items() if not name.startswith(("LC_", "XDG_", "DBUS_"))}
-            program = spawn(["claws-mail", "--select", "#mh/Mailbox/draft/1"], cwd=home, stdout=self._log, stderr=self._log,
-                            env={**kept, "LC_ALL": "C.UTF-8", "HOME": str(home), "TMPDIR": str(home),
-                                 **self._desktop.env})
+            program = spawn(
+                ["claws-mail", "--select", "#mh/Mailbox/draft/1"],
+                cwd=home,
+                stdout=self._log,
+                stderr=self._log,
+                env={**kept, "LC_ALL": "C.UTF-8", "HOME": str(home), "TMPDIR": str(home), **self._desktop.env},
+            )
             stack.callback(stop, program)
             self._stack = stack.pop_all()
         return self

@@ -137,9 +137,22 @@ class Desktop:
     def _start_server(self, stack):
         reader, writer = os.pipe()
         with open(reader, "rb", buffering=0) as told, open(writer, "wb") as teller:
-            server = spawn(["Xvfb", "-displayfd", writer, "-screen", "0", f"{self.width}x{self.height}x{self.depth}",
-                            "-noreset", "-nolisten", "tcp"],
-                           pass_fds=[writer], stdout=self._log, stderr=self._log)
+            server = spawn(
+                [
+                    "Xvfb",
+                    "-displayfd",
+                    writer,
+                    "-screen",
+                    "0",
+                    f"{self.width}x{self.height}x{self.depth}",
+                    "-noreset",
+                    "-nolisten",
+                    "tcp",
+                ],
+                pass_fds=[writer],
+                stdout=self._log,
+                stderr=self._log,
+            )
             stack.callback(stop, server)
             teller.close()
             number, end = b"", time.monotonic() + START_SECONDS
@@ -154,8 +167,12 @@ class Desktop:
 
     def _start_window_manager(self, stack):
         config = pathlib.Path(__file__).with_name("openbox.xml")
-        manager = spawn(["openbox", "--sm-disable", "--config-file", config],
-                        env=self._environment(), stdout=self._log, stderr=self._log)
+        manager = spawn(
+            ["openbox", "--sm-disable", "--config-file", config],
+            env=self._environment(),
+            stdout=self._log,
+            stderr=self._log,
+        )
         stack.callback(stop, manager)
 
         def ready():
@@ -171,8 +188,10 @@ class Desktop:
         told = self._ask("xwininfo", "-id", number) or ""
         if title is None or "Map State: IsViewable" not in told:
             return None
-        place = [int(re.search(rf"{name}:\s+(-?\d+)", told)[1])
-                 for name in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")]
+        place = [
+            int(re.search(rf"{name}:\s+(-?\d+)", told)[1])
+            for name in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")
+        ]
         return Window(number, title.removesuffix("\n"), *place)
 
     def _pointer(self):

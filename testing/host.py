@@ -14,9 +14,15 @@ LIBRARY_FILES = ("Wendax.dll", "KOBRTL.dll", "fall.dll")
 
 def redirect(dll, *options):
     """Sends the reports of a copied Wendax.dll elsewhere, the one difference to what ships: the library knows one server
-    and one mailbox, by names that reach nobody. Options are those of the tool, which may refuse them with ValueError."""
-    done = subprocess.run([sys.executable, REPO / "tools" / "redirect.py", dll, *options], text=True,
-                          capture_output=True, timeout=60, check=False)
+    and one mailbox, by names that reach nobody. Options are those of the tool, which may refuse them with ValueError.
+    """
+    done = subprocess.run(
+        [sys.executable, REPO / "tools" / "redirect.py", dll, *options],
+        text=True,
+        capture_output=True,
+        timeout=60,
+        check=False,
+    )
     if done.returncode != 0:
         raise ValueError(done.stderr)
 
@@ -27,8 +33,17 @@ class Host:
     helper: which of the recording faultkit.dll variants lies beside the host, or None for no helper at all.
     """
 
-    def __init__(self, case, program, helper=None, folder="host", files=LIBRARY_FILES, desktop=None, locale=None,
-                 mail_program=True):
+    def __init__(
+        self,
+        case,
+        program,
+        helper=None,
+        folder="host",
+        files=LIBRARY_FILES,
+        desktop=None,
+        locale=None,
+        mail_program=True,
+    ):
         self.case = case
         self.prefix = case.fresh_prefix()
         self.wine = case.wine(desktop, self.prefix, locale)
@@ -70,8 +85,9 @@ class Host:
 
     def wait_messages(self, count):
         """The messages that the mail program was opened with, when there are that many."""
-        wait_until(lambda: len(self.opened()) >= count, f"call number {count} of the mail program", 120,
-                   seen=self.opened)
+        wait_until(
+            lambda: len(self.opened()) >= count, f"call number {count} of the mail program", 120, seen=self.opened
+        )
         calls = self.opened()
         self.case.assertEqual(len(calls), count, calls)
         return [Message(self.prefix.to_unix(path)) for _, path in calls]

@@ -37,8 +37,10 @@ def loopback_address(port=80):
                 return address
             except OSError as error:
                 if error.errno == errno.EACCES:
-                    raise NoPort(f"port {port} of {address} is reserved to root here: run this as root, or allow it "
-                                 f"with 'sysctl net.ipv4.ip_unprivileged_port_start={port}'") from None
+                    raise NoPort(
+                        f"port {port} of {address} is reserved to root here: run this as root, or allow it "
+                        f"with 'sysctl net.ipv4.ip_unprivileged_port_start={port}'"
+                    ) from None
                 if error.errno != errno.EADDRINUSE:
                     raise NoPort(f"no server can listen on {address}:{port}: {error}") from None
     raise NoPort(f"port {port} is taken on every loopback address that was tried")
@@ -62,16 +64,22 @@ def need_port_80(own_mounts=False, command=None):
             sys.exit(f"{sys.argv[0]}: {trouble}")
         return
     network = trouble or os.geteuid() != 0
-    namespace = ["unshare", *(["--user", "--map-root-user", "--net"] if network else []),
-                 *(["--mount"] if own_mounts else [])]
+    namespace = [
+        "unshare",
+        *(["--user", "--map-root-user", "--net"] if network else []),
+        *(["--mount"] if own_mounts else []),
+    ]
     done = subprocess.run([*namespace, "true"], stderr=subprocess.PIPE, check=False)
     if done.returncode != 0:
         sys.exit(f"{sys.argv[0]}: {trouble or done.stderr.decode(errors='replace')}")
     if network:
         # In there Wine's server is another one: the one out here must have written back what it holds.
         subprocess.run([REPO / "scripts" / "lib" / "wineserver", "-w"], timeout=120, check=True)
-    os.execvpe(namespace[0], [*namespace, *(command or [sys.executable, *sys.argv])],
-               {**os.environ, _INSIDE: "network" if network else "mounts"})
+    os.execvpe(
+        namespace[0],
+        [*namespace, *(command or [sys.executable, *sys.argv])],
+        {**os.environ, _INSIDE: "network" if network else "mounts"},
+    )
 
 
 def _bring_loopback_up():

@@ -17,8 +17,11 @@ class Message:
         self.recipient = self.parsed["To"]
         self.body = parts[0].get_payload(decode=True)
         # The message ends with an open boundary, behind which a parser sees an empty last part.
-        self.attachments = [(part.get_filename(), part.get_payload(decode=True)) for part in parts[1:]
-                            if part.get("Content-Disposition")]
+        self.attachments = [
+            (part.get_filename(), part.get_payload(decode=True))
+            for part in parts[1:]
+            if part.get("Content-Disposition")
+        ]
 
     def exception_code(self):
         """The code that the recording helper wrote into the fault's description, or None."""

@@ -21,8 +21,16 @@ class PhpServer:
         self._command = [SERVER / "serve", f"{address}:{port}"]
         if ini is not None:
             settings = [word for name, value in ini.items() for word in ("-d", f"{name}={value}")]
-            self._command = ["php", "-n", *settings, "-S", f"{address}:{port}", "-t", SERVER / "public",
-                             SERVER / "public" / "index.php"]
+            self._command = [
+                "php",
+                "-n",
+                *settings,
+                "-S",
+                f"{address}:{port}",
+                "-t",
+                SERVER / "public",
+                SERVER / "public" / "index.php",
+            ]
 
     def __enter__(self):
         with contextlib.ExitStack() as stack:

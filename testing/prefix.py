@@ -70,9 +70,15 @@ class Prefix:
 
     def server(self, *args, timeout=60.0):
         """Runs Wine's server for this prefix: "-w" waits until nothing runs in it, "-k" ends what does."""
-        subprocess.run([REPO / "scripts" / "lib" / "wineserver", *args], timeout=timeout, check=False,
-                       env={**os.environ, "WINEPREFIX": str(self.path)}, stdin=subprocess.DEVNULL,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        subprocess.run(
+            [REPO / "scripts" / "lib" / "wineserver", *args],
+            timeout=timeout,
+            check=False,
+            env={**os.environ, "WINEPREFIX": str(self.path)},
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL,
+        )
 
     def stop(self):
         """Ends everything that runs in this prefix, and waits for its end. For private prefixes only."""
@@ -150,6 +156,7 @@ def _copy(original, target):
 
     COPIES.mkdir(parents=True, exist_ok=True)
     temporary = original.temp_dir
+
     def passing(folder, names):
         # Should a server be at work in the original: it writes the registry anew under such names.
         return names if pathlib.Path(folder) == temporary else fnmatch.filter(names, "reg*.tmp")

@@ -62,8 +62,15 @@ def run_tool(argv, env, timeout=60.0, check=True):
 
     With check, a failure raises RuntimeError with the tool's own words; without, it gives None.
     """
-    done = subprocess.run([*map(str, argv)], env=env, timeout=timeout, stdin=subprocess.DEVNULL,
-                          stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False)
+    done = subprocess.run(
+        [*map(str, argv)],
+        env=env,
+        timeout=timeout,
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.PIPE,
+        check=False,
+    )
     if done.returncode == 0:
         return done.stdout.decode("utf-8", "replace")
     if check:
@@ -85,5 +92,5 @@ def marked_processes(mark):
         except OSError:
             continue
         if stat.rpartition(")")[2].split()[0] not in "ZX":
-            found[int(entry.name)] = stat[stat.index("(") + 1:stat.rindex(")")]
+            found[int(entry.name)] = stat[stat.index("(") + 1 : stat.rindex(")")]
     return found

@@ -33,8 +33,13 @@ def icon_colour(desktop, picture):
     window = wait(desktop)
     desktop.screenshot(picture)
     x, y = window.x + 266 * window.width // 300, window.y + 18 * window.height // 175
-    return subprocess.run(["convert", picture, "-format", f"%[pixel:p{{{x},{y}}}]", "info:"], check=True,
-                          capture_output=True, text=True, timeout=60).stdout
+    return subprocess.run(
+        ["convert", picture, "-format", f"%[pixel:p{{{x},{y}}}]", "info:"],
+        check=True,
+        capture_output=True,
+        text=True,
+        timeout=60,
+    ).stdout
 
 
 def wait_closed(desktop, timeout=120):

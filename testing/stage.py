@@ -67,5 +67,8 @@ class Stage(contextlib.ExitStack):
         """Keeps a picture of each desktop, of a failure."""
         for number, desktop in enumerate(self.desktops, 1):
             with contextlib.suppress(Exception):  # The failure itself matters more.
-                print("a picture of the failure:", desktop.screenshot(self.artifacts / f"failure-{number}.png"),
-                      file=sys.stderr)
+                print(
+                    "a picture of the failure:",
+                    desktop.screenshot(self.artifacts / f"failure-{number}.png"),
+                    file=sys.stderr,
+                )

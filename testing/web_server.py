@@ -129,8 +129,15 @@ class Client:
 
 def http_answer(body, status="200 OK", headers=()):
     """The bytes of a whole answer, after which the connection ends."""
-    lines = [f"HTTP/1.1 {status}", "Content-Type: text/html", f"Content-Length: {len(body)}", "Connection: close",
-             *headers, "", ""]
+    lines = [
+        f"HTTP/1.1 {status}",
+        "Content-Type: text/html",
+        f"Content-Length: {len(body)}",
+        "Connection: close",
+        *headers,
+        "",
+        "",
+    ]
     return "\r\n".join(lines).encode("latin-1") + body
 
 

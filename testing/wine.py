@@ -16,8 +16,18 @@ from testing.processes import REPO, marked_processes, signal_group, spawn, wait_
 LIMIT_SECONDS = 120.0
 
 # Wine's own helpers. They serve every program in the prefix, whichever of them happened to start them.
-_SERVANTS = {"wineserver", "wineserver32", "services.exe", "winedevice.exe", "plugplay.exe", "svchost.exe",
-             "rpcss.exe", "explorer.exe", "start.exe", "conhost.exe"}
+_SERVANTS = {
+    "wineserver",
+    "wineserver32",
+    "services.exe",
+    "winedevice.exe",
+    "plugplay.exe",
+    "svchost.exe",
+    "rpcss.exe",
+    "explorer.exe",
+    "start.exe",
+    "conhost.exe",
+}
 _count = itertools.count(1)
 
 
@@ -49,9 +59,13 @@ class Wine:
 
     def __init__(self, desktop=None, prefix=None, locale=None):
         self.prefix = prefix or project_prefix()
-        kept = {name: value for name, value in os.environ.items()
-                if not name.startswith(("LC_", "WINE")) and name not in ("DISPLAY", "LANGUAGE", "LD_LIBRARY_PATH")
-                or name == "WINEDEBUG"}
+        kept = {
+            name: value
+            for name, value in os.environ.items()
+            if not name.startswith(("LC_", "WINE"))
+            and name not in ("DISPLAY", "LANGUAGE", "LD_LIBRARY_PATH")
+            or name == "WINEDEBUG"
+        }
         self.env = {**kept, "LC_ALL": locale or "C.UTF-8", "WINEPREFIX": str(self.prefix.path)}
         if desktop:
             self.env.update(desktop.env)
@@ -108,8 +122,10 @@ class Wine:
         command = " ".join(f'"{word}"' for word in (name, *args, "%1"))
         file_type = "WendaxTest" + extension
         root = r"HKEY_CLASSES_ROOT"
-        self.import_registry(f"[{root}\\{extension}]\n@={_quoted(file_type)}\n\n"
-                             f"[{root}\\{file_type}\\shell\\open\\command]\n@={_quoted(command)}\n")
+        self.import_registry(
+            f"[{root}\\{extension}]\n@={_quoted(file_type)}\n\n"
+            f"[{root}\\{file_type}\\shell\\open\\command]\n@={_quoted(command)}\n"
+        )
 
     def dissociate(self, extension):
         """Takes back associate(), and any other program for that extension."""
@@ -129,8 +145,14 @@ class WineProcess:
         mark = ("WENDAX_TEST_PROCESS", f"{os.getpid()}.{next(_count)}")
         self._mark = "=".join(mark).encode()
         self._stdout, self._stderr = _Capture(), _Capture()
-        self._process = spawn([REPO / "scripts" / "wine", *argv], cwd=cwd, env={**env, mark[0]: mark[1]},
-                              stdin=stdin, stdout=self._stdout.file, stderr=self._stderr.file)
+        self._process = spawn(
+            [REPO / "scripts" / "wine", *argv],
+            cwd=cwd,
+            env={**env, mark[0]: mark[1]},
+            stdin=stdin,
+            stdout=self._stdout.file,
+            stderr=self._stderr.file,
+        )
         self.stdin = self._process.stdin
         self._watchdog = threading.Timer(limit, self._expire)
         self._watchdog.daemon = True
@@ -207,8 +229,10 @@ class WineProcess:
         with self._lock:
             family = self.family()
             if family:
-                self._hang = (f"{self.name} was still running after {self.limit:g} s\n{self.output()}\n"
-                              f"running: {family}\n{self._stacks()}")
+                self._hang = (
+                    f"{self.name} was still running after {self.limit:g} s\n{self.output()}\n"
+                    f"running: {family}\n{self._stacks()}"
+                )
             self._end_family()
 
     def _end_family(self):
@@ -226,9 +250,15 @@ class WineProcess:
     def _stacks(self):
         """Where the threads of the prefix's programs stand, Wine's own programs left out."""
         try:
-            seen = subprocess.run([REPO / "scripts" / "wine", "winedbg", "--command", "bt all"], env=self._wine.env,
-                                  stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                  timeout=60, check=False).stdout
+            seen = subprocess.run(
+                [REPO / "scripts" / "wine", "winedbg", "--command", "bt all"],
+                env=self._wine.env,
+                stdin=subprocess.DEVNULL,
+                stdout=subprocess.PIPE,
+                stderr=subprocess.DEVNULL,
+                timeout=60,
+                check=False,
+            ).stdout
         except subprocess.TimeoutExpired as slow:
             seen = slow.stdout or b""  # On a busy machine the debugger may not come to the end of Wine's own programs.
         blocks = re.split(r"^(?=Backtracing for thread)", _text(seen), flags=re.MULTILINE)[1:]

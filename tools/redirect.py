@@ -63,14 +63,16 @@ def host_name(name):
 
 def _fitting(written, text):
     if len(written) >= ROOM:
-        raise Refused(f"{text!r} is longer than there is room for: {len(written)} characters are written, of {ROOM - 1}")
+        raise Refused(
+            f"{text!r} is longer than there is room for: {len(written)} characters are written, of {ROOM - 1}"
+        )
     return written
 
 
 def read(content):
     """(offset of the record, recipient, upload server) of a DLL's bytes."""
     at = content.find(MARK) + len(MARK)
-    fields = content[at:at + ROOM], content[at + ROOM:at + 2 * ROOM]
+    fields = content[at : at + ROOM], content[at + ROOM : at + 2 * ROOM]
     if content.count(MARK) != 1 or not all(b"\0" in field for field in fields):
         raise Refused("this is no Wendax.dll whose reports can be redirected")
     try:
@@ -83,10 +85,12 @@ def redirect(dll, support_address=None, upload_server=None):
     """Puts the new places, None for as it is, into the file."""
     content = dll.read_bytes()
     at, old_recipient, old_server = read(content)
-    fields = (old_recipient if support_address is None else recipient(support_address),
-              old_server if upload_server is None else host_name(upload_server))
+    fields = (
+        old_recipient if support_address is None else recipient(support_address),
+        old_server if upload_server is None else host_name(upload_server),
+    )
     record = b"".join(field.encode("ascii").ljust(ROOM, b"\0") for field in fields)
-    _replace(dll, content[:at] + record + content[at + len(record):])
+    _replace(dll, content[:at] + record + content[at + len(record) :])
 
 
 def _replace(file, content):
@@ -106,8 +110,11 @@ def _replace(file, content):
 def main():
     parser = argparse.ArgumentParser(description="Says where the reports of a Wendax.dll go, and sends them elsewhere.")
     parser.add_argument("dll", metavar="WENDAX_DLL", type=pathlib.Path)
-    parser.add_argument("--support-address", metavar="ADDRESS",
-                        help="recipient of e-mail reports, such as 'Crash Desk <crashes@example.com>'")
+    parser.add_argument(
+        "--support-address",
+        metavar="ADDRESS",
+        help="recipient of e-mail reports, such as 'Crash Desk <crashes@example.com>'",
+    )
     parser.add_argument("--upload-server", metavar="HOST", help="server that receives upload reports, on port 80")
     options = parser.parse_args()
     try:

@@ -19,24 +19,33 @@ PINNED = {
 # (what goes wrong, the text, its replacement)
 REPAIRS = {
     "stb_image.h": [
-        ("more than 256 codes in a Huffman table of a JPEG run over the end of the table",
-         "               n += sizes[i];\n            }\n            L -= 17;\n",
-         "               n += sizes[i];\n            }\n            if(n > 256) return 0;\n            L -= 17;\n"),
-        ("a run of no pixels in an HDR file that ends there is read again and again",
-         "                  // Dump\n                  if (count > nleft) {",
-         "                  // Dump\n                  if ((count == 0) || (count > nleft)) {"),
-    ] + [
-        ("a colour below its white matte in a PSD wraps to a bright one",
-         f"               pixel[{i}] = (unsigned char) (pixel[{i}]*ra + inv_a);\n",
-         f"               pixel[{i}] = stbi__clamp((int) (pixel[{i}]*ra + inv_a));\n")
+        (
+            "more than 256 codes in a Huffman table of a JPEG run over the end of the table",
+            "               n += sizes[i];\n            }\n            L -= 17;\n",
+            "               n += sizes[i];\n            }\n            if(n > 256) return 0;\n            L -= 17;\n",
+        ),
+        (
+            "a run of no pixels in an HDR file that ends there is read again and again",
+            "                  // Dump\n                  if (count > nleft) {",
+            "                  // Dump\n                  if ((count == 0) || (count > nleft)) {",
+        ),
+    ]
+    + [
+        (
+            "a colour below its white matte in a PSD wraps to a bright one",
+            f"               pixel[{i}] = (unsigned char) (pixel[{i}]*ra + inv_a);\n",
+            f"               pixel[{i}] = stbi__clamp((int) (pixel[{i}]*ra + inv_a));\n",
+        )
         for i in range(3)
     ],
     "stb_image_write.h": [
         # On the x87 a cast switches the rounding mode forth and back, which took most of the time to write a JPEG, and
         # up to twenty times that, depending on where the stack happened to lie.
-        ("each coefficient of a JPEG is rounded by a cast",
-         "= (int)(v < 0 ? v - 0.5f : v + 0.5f);",
-         "= (int)lrintf(v);"),
+        (
+            "each coefficient of a JPEG is rounded by a cast",
+            "= (int)(v < 0 ? v - 0.5f : v + 0.5f);",
+            "= (int)lrintf(v);",
+        ),
     ],
 }
 
@@ -46,8 +55,10 @@ def main():
     content = source.read_bytes()
     found, pinned = hashlib.sha256(content).hexdigest(), PINNED[source.name]
     if found != pinned:
-        sys.exit(f"{source} is not the release that fall.dll is built from ({PACKAGE}): its SHA-256 is {found} instead of "
-                 f"{pinned}. Install that release, or look through what has changed and pin the new one in {__file__}.")
+        sys.exit(
+            f"{source} is not the release that fall.dll is built from ({PACKAGE}): its SHA-256 is {found} instead of "
+            f"{pinned}. Install that release, or look through what has changed and pin the new one in {__file__}."
+        )
     text = content.decode("utf-8")
     for wrong, old, new in REPAIRS[source.name]:
         if text.count(old) != 1:

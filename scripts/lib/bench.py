@@ -56,8 +56,9 @@ class Bench:
         return Wine(desktop, self.desktop_prefix if desktop else self.prefix).run(BIN / program, *args, **options).text
 
     def native(self, program, *args):
-        return subprocess.run([NATIVE / program, *map(str, args)], check=True, text=True, stdout=subprocess.PIPE,
-                              timeout=900).stdout
+        return subprocess.run(
+            [NATIVE / program, *map(str, args)], check=True, text=True, stdout=subprocess.PIPE, timeout=900
+        ).stdout
 
     def codec(self):
         self.figures.add_lines(self.wine("bench_base64.exe", self.rounds))
@@ -78,16 +79,21 @@ class Bench:
             file = self.folder / "attachment.bin"
             file.write_bytes(os.urandom(size))
             for _ in range(max(3, self.rounds // 3)):
-                for who, run in (("ours", lambda *paths: self.wine("bench_compose.exe", *map(self.prefix.to_windows, paths))),
-                                 ("GMime", lambda *paths: self.native("compose/compose_gmime", *paths))):
+                for who, run in (
+                    ("ours", lambda *paths: self.wine("bench_compose.exe", *map(self.prefix.to_windows, paths))),
+                    ("GMime", lambda *paths: self.native("compose/compose_gmime", *paths)),
+                ):
                     milliseconds, peak = run(file, message).split()
                     self.figures.add("message", size, who, milliseconds)
                     self.figures.add("message, peak memory", size, who, float(peak) / message.stat().st_size)
 
     def load(self):
         for _ in range(self.rounds):
-            for who, args in (("after the system's libraries", ["Wendax.dll", "system"]), ("alone", ["Wendax.dll"]),
-                              ("two empty DLLs", ["bench_empty.dll", "system"])):
+            for who, args in (
+                ("after the system's libraries", ["Wendax.dll", "system"]),
+                ("alone", ["Wendax.dll"]),
+                ("two empty DLLs", ["bench_empty.dll", "system"]),
+            ):
                 milliseconds, private = self.wine("bench_load.exe", *args).split()
                 self.figures.add("load", 1, who, milliseconds)
                 self.figures.add("load, private memory", 1, who, float(private) / 1024)
@@ -137,8 +143,9 @@ class Bench:
 
 
 def machine():
-    processor = next(line.split(":")[1].strip() for line in open("/proc/cpuinfo", encoding="ascii")
-                     if line.startswith("model name"))
+    processor = next(
+        line.split(":")[1].strip() for line in open("/proc/cpuinfo", encoding="ascii") if line.startswith("model name")
+    )
     return f"{processor}, {os.cpu_count()} processors, load {os.getloadavg()[1]:.1f}"
 
 

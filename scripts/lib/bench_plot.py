@@ -18,8 +18,10 @@ class Kept:
 
     def __init__(self, path):
         with open(path, encoding="ascii", newline="") as file:
-            self.values = {(line["row"], int(line["work"]), line["contestant"]): float(line["median"])
-                           for line in csv.DictReader(file)}
+            self.values = {
+                (line["row"], int(line["work"]), line["contestant"]): float(line["median"])
+                for line in csv.DictReader(file)
+            }
 
     def get(self, row, work, contestant):
         return self.values[row, work, contestant]
@@ -32,8 +34,11 @@ def text(x, y, words, anchor="start"):
 
 def main():
     figures = Kept(REPO / "docs" / "benchmarks.csv")
-    bars = [(f"{row.label}: {row.peer}", row.judge(figures)[2], row.target) for row in bench_rows.ROWS
-            if row.kind == "faster"]
+    bars = [
+        (f"{row.label}: {row.peer}", row.judge(figures)[2], row.target)
+        for row in bench_rows.ROWS
+        if row.kind == "faster"
+    ]
     decades = math.ceil(math.log10(max(ratio for _, ratio, _ in bars)))
     low = min(0, math.floor(math.log10(min(ratio for _, ratio, _ in bars))))
 
@@ -41,16 +46,19 @@ def main():
         return LABELS + BARS * (math.log10(ratio) - low) / (decades - low)
 
     height = TOP + LINE * len(bars) + 10
-    out = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{LABELS + BARS + 60}" height="{height}" '
-           'font-family="sans-serif" font-size="12">', '<rect width="100%" height="100%" fill="#ffffff"/>',
-           text(10, 18, "How many times as fast as the peer (red: the target)")]
+    out = [
+        f'<svg xmlns="http://www.w3.org/2000/svg" width="{LABELS + BARS + 60}" height="{height}" '
+        'font-family="sans-serif" font-size="12">',
+        '<rect width="100%" height="100%" fill="#ffffff"/>',
+        text(10, 18, "How many times as fast as the peer (red: the target)"),
+    ]
     for power in range(low, decades + 1):
         out.append(f'<path d="M{x(10 ** power):.0f} {TOP - 8} V{height}" stroke="#cccccc"/>')
-        out.append(text(x(10 ** power), TOP - 12, f"{10 ** power:g}", "middle"))
+        out.append(text(x(10**power), TOP - 12, f"{10 ** power:g}", "middle"))
     for i, (label, ratio, target) in enumerate(bars):
         y = TOP + LINE * i
         left, right = sorted((x(1), x(ratio)))
-        out.append(text(LABELS - 8 - (LABELS - x(10 ** low)), y + 14, label, "end"))
+        out.append(text(LABELS - 8 - (LABELS - x(10**low)), y + 14, label, "end"))
         out.append(f'<rect x="{left:.1f}" y="{y + 3}" width="{right - left:.1f}" height="{LINE - 7}" fill="{COLOUR}"/>')
         if target:
             out.append(f'<path d="M{x(target):.1f} {y + 1} v{LINE - 3}" stroke="{LIMIT}" stroke-width="2"/>')

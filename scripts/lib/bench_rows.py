@@ -11,7 +11,8 @@ FULL_HD, UHD = 1920 * 1080, 3840 * 2160
 class Row:
     """kind: how ours and the peer's figure make the one that has the target.
     "faster": peer / ours, at least; "share": peer / ours where the peer is the limit, at least; "times": ours / peer,
-    at most; "more": ours - peer, at most; "most": ours alone, at most. Without a target the contract leaves no choice."""
+    at most; "more": ours - peer, at most; "most": ours alone, at most. Without a target the contract leaves no choice.
+    """
 
     label: str
     row: str
@@ -26,7 +27,12 @@ class Row:
         ours, peer, compared = self.compare(figures)
         if self.target is None:
             return ours, peer, compared, None
-        return ours, peer, compared, compared >= self.target if self.kind in ("faster", "share") else compared <= self.target
+        return (
+            ours,
+            peer,
+            compared,
+            compared >= self.target if self.kind in ("faster", "share") else compared <= self.target,
+        )
 
     def compare(self, figures):
         ours = figures.get(self.row, self.work, self.ours)
@@ -42,13 +48,21 @@ class Row:
     def shown_target(self):
         if self.target is None:
             return "-"
-        return {"faster": f">= {self.target:g} x", "share": f">= {self.target:g}", "times": f"<= {self.target:g} x",
-                "more": f"<= +{self.target:g} {self.unit}", "most": f"<= {self.target:g} {self.unit}"}[self.kind]
+        return {
+            "faster": f">= {self.target:g} x",
+            "share": f">= {self.target:g}",
+            "times": f"<= {self.target:g} x",
+            "more": f"<= +{self.target:g} {self.unit}",
+            "most": f"<= {self.target:g} {self.unit}",
+        }[self.kind]
 
 
 def _codec():
-    for size, label, row in ((48 << 10, "48 KB", "base64 encode, from memory"),
-                             (48 << 10, "48 KB in the cache", "base64 encode"), (LARGE, "64 MB", "base64 encode")):
+    for size, label, row in (
+        (48 << 10, "48 KB", "base64 encode, from memory"),
+        (48 << 10, "48 KB in the cache", "base64 encode"),
+        (LARGE, "64 MB", "base64 encode"),
+    ):
         yield Row(f"base64, encode {label}: share of a copy's rate", row, size, "copy", "share", 0.6)
         yield Row(f"base64, encode {label}, plain code: the same", row, size, "copy", "share", 0.3, "ours, plain")
     for size, label in ((48 << 10, "48 KB"), (LARGE, "64 MB")):
@@ -65,12 +79,28 @@ def _resample():
             yield Row(row, row, work, "stb_image_resize", "faster", 8, "ours, AVX2")
             yield Row(row, row, work, "GDI+ bicubic", "faster", 1, "ours, AVX2")
             yield Row(f"{row}: of reading it once", row, work, "reading once", "times", 4, "ours, AVX2")
-            yield Row(f"{row}: SSE code afterwards", f"{row}, SSE code afterwards", work, "undisturbed", "times", 1.25,
-                      "afterwards")
-            yield Row(f"{row}: rms error", f"{row}, error", work, "stb_image_resize", "times", 1, "ours, AVX2", "levels")
+            yield Row(
+                f"{row}: SSE code afterwards",
+                f"{row}, SSE code afterwards",
+                work,
+                "undisturbed",
+                "times",
+                1.25,
+                "afterwards",
+            )
+            yield Row(
+                f"{row}: rms error", f"{row}, error", work, "stb_image_resize", "times", 1, "ours, AVX2", "levels"
+            )
     for width in (640, 1024, 1280, 1920, 2048, 2560, 3072, 3840, 4096, 5120, 6144, 6400, 7680, 8192):
-        yield Row(f"resample from a width of {width}: AVX2 beside SSE2", f"resample from a width of {width}",
-                  width * (width * 9 // 16), "ours, SSE2", "faster", 1, "ours, AVX2")
+        yield Row(
+            f"resample from a width of {width}: AVX2 beside SSE2",
+            f"resample from a width of {width}",
+            width * (width * 9 // 16),
+            "ours, SSE2",
+            "faster",
+            1,
+            "ours, AVX2",
+        )
 
 
 ROWS = [
@@ -84,11 +114,26 @@ ROWS = [
     Row("the same beside a box after a bare copy of the screen", "dialog", FULL_HD, "grab", "more", 60, "screenshot"),
     Row("from answer to message, 0.6 MB attached", "answer", LARGE // 100, "unavoidable", "more", 20),
     Row("the same with a fault description", "answer", LARGE // 100, "unavoidable", "more", 20, "ours, with faultkit"),
-    *(Row(f"{row}, 200 lines", row, 200, "std::string", "faster", target)
-      for row, target in (("text: append", None), ("text: append, room reserved", 1), ("text: sums", 1),
-                          ("text: pieces of paths", None), ("text: replace all", 1))),
+    *(
+        Row(f"{row}, 200 lines", row, 200, "std::string", "faster", target)
+        for row, target in (
+            ("text: append", None),
+            ("text: append, room reserved", 1),
+            ("text: sums", 1),
+            ("text: pieces of paths", None),
+            ("text: replace all", 1),
+        )
+    ),
     Row("loading Wendax.dll after the system's libraries", "load", 1, "", "most", 1, "after the system's libraries"),
-    Row("the same beside two DLLs that do nothing", "load", 1, "two empty DLLs", "more", 1, "after the system's libraries"),
+    Row(
+        "the same beside two DLLs that do nothing",
+        "load",
+        1,
+        "two empty DLLs",
+        "more",
+        1,
+        "after the system's libraries",
+    ),
     Row("the same: private memory", "load, private memory", 1, "", "most", 256, "after the system's libraries", "KB"),
 ]
 
@@ -99,9 +144,16 @@ GROWTH = [
     ("message with 0.6 MB attached", "message", "ours", (LARGE // 100, LARGE // 10, LARGE)),
     ("upload body of 6 x 80 KB", "upload body", "ours", tuple(6 * size * 1024 for size in (80, 800, 8000))),
     ("from answer to message, 0.6 MB attached", "answer", "ours", (LARGE // 100, LARGE // 10, LARGE)),
-    *((f"{row}, 20 lines", row, "ours", (20, 200, 2000))
-      for row in ("text: append", "text: append, room reserved", "text: sums", "text: pieces of paths",
-                  "text: replace all")),
+    *(
+        (f"{row}, 20 lines", row, "ours", (20, 200, 2000))
+        for row in (
+            "text: append",
+            "text: append, room reserved",
+            "text: sums",
+            "text: pieces of paths",
+            "text: replace all",
+        )
+    ),
 ]
 
 
@@ -110,11 +162,16 @@ def number(value):
 
 
 def table(figures):
-    lines = ["| What | Ours | Peer | Peer's | Compared | Target | Met |", "| --- | ---: | --- | ---: | ---: | ---: | --- |"]
+    lines = [
+        "| What | Ours | Peer | Peer's | Compared | Target | Met |",
+        "| --- | ---: | --- | ---: | ---: | ---: | --- |",
+    ]
     for row in ROWS:
         ours, peer, compared, met = row.judge(figures)
-        lines.append(f"| {row.label} | {number(ours)} {row.unit} | {row.peer} | {number(peer)} | {number(compared)} | "
-                     f"{row.shown_target()} | {'-' if met is None else 'yes' if met else 'NO'} |")
+        lines.append(
+            f"| {row.label} | {number(ours)} {row.unit} | {row.peer} | {number(peer)} | {number(compared)} | "
+            f"{row.shown_target()} | {'-' if met is None else 'yes' if met else 'NO'} |"
+        )
     return "\n".join(lines) + "\n"
 
 
@@ -122,10 +179,14 @@ def growth(figures):
     lines = ["| What | Once | 10 times | 100 times | Growth |", "| --- | ---: | ---: | ---: | ---: |"]
     for label, row, contestant, works in GROWTH:
         values = [figures.get(row, work, contestant) for work in works]
-        lines.append(f"| {label} | {' | '.join(number(value) + ' ms' for value in values)} | "
-                     f"{values[1] / values[0]:.1f}, {values[2] / values[1]:.1f} |")
+        lines.append(
+            f"| {label} | {' | '.join(number(value) + ' ms' for value in values)} | "
+            f"{values[1] / values[0]:.1f}, {values[2] / values[1]:.1f} |"
+        )
     sizes = [("640 x 324", 640 * 324), ("1920 x 1080", FULL_HD), ("6400 x 3240", 6400 * 3240)]
     values = [figures.get(f"resample {name}, 24 bits", work, "ours, AVX2") for name, work in sizes]
-    lines.append(f"| resample 640 x 324, 24 bits | {' | '.join(number(value) + ' ms' for value in values)} | "
-                 f"{values[1] / values[0]:.1f}, {values[2] / values[1]:.1f} |")
+    lines.append(
+        f"| resample 640 x 324, 24 bits | {' | '.join(number(value) + ' ms' for value in values)} | "
+        f"{values[1] / values[0]:.1f}, {values[2] / values[1]:.1f} |"
+    )
     return "\n".join(lines) + "\n"

@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034,SC2154 # variables of the scripts that source it
 # Shared by the scripts: places, messages and the lock. Sourced, never run.
 # Sets repo_dir and tools_dir. The sourcing script has set -euo pipefail.
 

@@ -32,11 +32,16 @@ def main():
         wine.associate(".eml", BIN / "mail_program.exe")
         stack.callback(wine.dissociate, ".eml")
         print("demo: starting windowed.exe, a program with a button for each kind of fault", flush=True)
-        process = stack.enter_context(wine.start(BIN / "windowed.exe", limit=3600 if here else 300,
-                                                 env={"MAIL_PROGRAM_LOG": prefix.to_windows(log)}))
+        process = stack.enter_context(
+            wine.start(
+                BIN / "windowed.exe", limit=3600 if here else 300, env={"MAIL_PROGRAM_LOG": prefix.to_windows(log)}
+            )
+        )
         if here:
-            print('demo: press one of its buttons on your screen, then "Open Error Report"; close its window to end',
-                  flush=True)
+            print(
+                'demo: press one of its buttons on your screen, then "Open Error Report"; close its window to end',
+                flush=True,
+            )
         else:
             use(desktop, log)
         process.wait_family()

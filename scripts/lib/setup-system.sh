@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034,SC2154 # variables of the scripts that source it
 # The part of scripts/setup that changes the machine: Debian packages and a locale. Sourced by it.
 
 # run_as_owner ARGS...: under "sudo scripts/setup" the files in build/ must still belong to the checkout's owner (Wine

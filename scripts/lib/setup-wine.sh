@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034,SC2154 # variables of the scripts that source it
 # The part of scripts/setup that gets a 32-bit Wine and makes the project's prefix. Sourced by it.
 . "$repo_dir/scripts/lib/wine-env.sh"
 
@@ -127,7 +128,7 @@ mend_wine_root() {
 # under a name of this run's own: what a killed run has left running goes on writing under the old one.
 # Returns 1, leaving nothing behind, if that Wine can't run 32-bit programs.
 make_prefix() (
-    local log=$repo_dir/build/logs/${wine_prefix##*/}.log new= xvfb=
+    local log=$repo_dir/build/logs/${wine_prefix##*/}.log new='' xvfb=''
     new=$(mktemp -d "$wine_prefix.new.XXXXXX") && chmod 755 "$new" || exit 1
     "wine_use_$1" "$2"
     wine_defaults
@@ -189,7 +190,7 @@ drop_prefix() {
 
 # start_xvfb: a private X server on a free display, for the windows of the first start. Sets xvfb and DISPLAY.
 start_xvfb() {
-    local told number= tries
+    local told number='' tries
     told=$new/.display
     : >"$told"
     Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$told" >/dev/null 2>&1 </dev/null 9>&- &

@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034,SC2154 # variables of the scripts that source it
 # Finds the project's Wine and sets the environment to run it. Sourced.
 # WENDAX_WINE=newer chooses the second one, of "scripts/setup --wine newer", which has a prefix of its own.
 # Afterwards wine_program and wineserver_program are set, and WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES exported.

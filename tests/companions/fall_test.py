@@ -26,8 +26,8 @@ def segments(jpeg):
     """The markers up to the pixels, with their contents."""
     at, found = 2, {}
     while jpeg[at] == 0xFF and jpeg[at + 1] != 0xDA:
-        length = int.from_bytes(jpeg[at + 2:at + 4], "big")
-        found[jpeg[at + 1]] = jpeg[at + 4:at + 2 + length]
+        length = int.from_bytes(jpeg[at + 2 : at + 4], "big")
+        found[jpeg[at + 1]] = jpeg[at + 4 : at + 2 + length]
         at += 2 + length
     return found
 
@@ -37,20 +37,31 @@ class Fall(Case):
         super().setUp()
         self.folder = self.artifacts
         self.picture = self.folder / "picture.ppm"
-        subprocess.run(["convert", "-seed", "7", "-size", "512x512", "plasma:red-blue", "-depth", "8", self.picture], check=True)
+        subprocess.run(
+            ["convert", "-seed", "7", "-size", "512x512", "plasma:red-blue", "-depth", "8", self.picture], check=True
+        )
 
     def convert(self, source, source_format, target_format, quality=75, bits=24):
         wine = self.wine()
         target = self.folder / f"out.{target_format.lower()}"
-        result = wine.run(self.product("fall_host.exe"), wine.prefix.to_windows(source), source_format,
-                          wine.prefix.to_windows(target), target_format, quality, bits, check=True)
+        result = wine.run(
+            self.product("fall_host.exe"),
+            wine.prefix.to_windows(source),
+            source_format,
+            wine.prefix.to_windows(target),
+            target_format,
+            quality,
+            bits,
+            check=True,
+        )
         self.assertIn("load: RCOK", result.text)
         self.assertIn("save: RCOK", result.text)
         return target
 
     def test_exports_the_entries_of_its_formats(self):
-        told = subprocess.run(["llvm-readobj-19", "--coff-exports", self.product("fall.dll")], check=True,
-                              capture_output=True, text=True).stdout
+        told = subprocess.run(
+            ["llvm-readobj-19", "--coff-exports", self.product("fall.dll")], check=True, capture_output=True, text=True
+        ).stdout
         expected = ["GetFilterInfo"]
         for name in READ_AND_WRITTEN + ONLY_READ:
             expected += [f"Load{name}ImageData", f"Get{name}FileInfo", f"Load{name}ImageThumbnail"]
@@ -58,8 +69,9 @@ class Fall(Case):
         self.assertEqual(sorted(re.findall(r"Name: (\S+)", told)), sorted(expected))
 
     def test_needs_nothing_but_what_every_windows_has(self):
-        told = subprocess.run(["llvm-readobj-19", "--coff-imports", self.product("fall.dll")], check=True,
-                              capture_output=True, text=True).stdout
+        told = subprocess.run(
+            ["llvm-readobj-19", "--coff-imports", self.product("fall.dll")], check=True, capture_output=True, text=True
+        ).stdout
         self.assertEqual(sorted(re.findall(r"Name: (\S+)", told)), ["kernel32.dll", "msvcrt.dll"])
 
     def test_a_screenshot_is_a_baseline_jpeg_of_quality_75(self):
@@ -79,8 +91,14 @@ class Fall(Case):
             self.assertEqual(error_between(self.picture, self.convert(self.picture, "PPM", name)), 0, name)
 
     def test_reads_what_others_write(self):
-        for name, options in {"png": [], "bmp": [], "tga": [], "psd": [], "jpg": ["-interlace", "JPEG", "-quality", "98"],
-                              "gif": ["-colors", "256", "+dither"]}.items():
+        for name, options in {
+            "png": [],
+            "bmp": [],
+            "tga": [],
+            "psd": [],
+            "jpg": ["-interlace", "JPEG", "-quality", "98"],
+            "gif": ["-colors", "256", "+dither"],
+        }.items():
             source = self.folder / f"in.{name}"
             subprocess.run(["convert", self.picture, *options, source], check=True)
             shown = self.convert(source, name.upper(), "PNG")
@@ -99,11 +117,19 @@ class Fall(Case):
 
     def test_a_good_bitmap_of_run_lengths_is_not_called_damaged(self):
         source = self.folder / "runs.bmp"
-        subprocess.run(["convert", self.picture, "-colors", "16", "-type", "Palette", "-compress", "RLE", f"BMP3:{source}"],
-                       check=True)
+        subprocess.run(
+            ["convert", self.picture, "-colors", "16", "-type", "Palette", "-compress", "RLE", f"BMP3:{source}"],
+            check=True,
+        )
         self.assertEqual(source.read_bytes()[30], 1, "the picture is packed")
         wine = self.wine()
-        result = wine.run(self.product("fall_host.exe"), wine.prefix.to_windows(source), "BMP",
-                          wine.prefix.to_windows(self.folder / "none.png"), "PNG", 75, 24)
+        result = wine.run(
+            self.product("fall_host.exe"),
+            wine.prefix.to_windows(source),
+            "BMP",
+            wine.prefix.to_windows(self.folder / "none.png"),
+            "PNG",
+            75,
+            24,
+        )
         self.assertIn("load: NSUP", result.text)
-

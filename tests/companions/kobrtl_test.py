@@ -17,15 +17,15 @@ NEAREST, AREA, LINEAR = 0, 1, 2
 def mitchell(x):
     x = abs(x)
     if x < 1:
-        return (7 * x ** 3 - 12 * x ** 2 + 16 / 3) / 6
-    return (-7 / 3 * x ** 3 + 12 * x ** 2 - 20 * x + 32 / 3) / 6 if x < 2 else 0
+        return (7 * x**3 - 12 * x**2 + 16 / 3) / 6
+    return (-7 / 3 * x**3 + 12 * x**2 - 20 * x + 32 / 3) / 6 if x < 2 else 0
 
 
 def catmull_rom(x):
     x = abs(x)
     if x < 1:
-        return 1.5 * x ** 3 - 2.5 * x ** 2 + 1
-    return -0.5 * x ** 3 + 2.5 * x ** 2 - 4 * x + 2 if x < 2 else 0
+        return 1.5 * x**3 - 2.5 * x**2 + 1
+    return -0.5 * x**3 + 2.5 * x**2 - 4 * x + 2 if x < 2 else 0
 
 
 def triangle(x):
@@ -60,8 +60,9 @@ class Kobrtl(Case):
         return dict(line.split(": ", 1) for line in result.text.splitlines())
 
     def look_at(self, *switches):
-        return subprocess.run(["llvm-readobj-19", *switches, self.product("KOBRTL.dll")], check=True,
-                              capture_output=True, text=True).stdout
+        return subprocess.run(
+            ["llvm-readobj-19", *switches, self.product("KOBRTL.dll")], check=True, capture_output=True, text=True
+        ).stdout
 
     def test_exports_the_names_that_visual_cpp_makes_of_the_header(self):
         names = {line.split()[1] for line in self.look_at("--coff-exports").splitlines() if "Name:" in line}
@@ -78,8 +79,10 @@ class Kobrtl(Case):
         bytes_per_pixel = bpp // 8
         source = [i * i // 3 % 251 for i in range(width * height * bytes_per_pixel)]
         for c in range(bytes_per_pixel):
-            channel = [source[y * width * bytes_per_pixel + c:(y + 1) * width * bytes_per_pixel:bytes_per_pixel]
-                       for y in range(height)]
+            channel = [
+                source[y * width * bytes_per_pixel + c : (y + 1) * width * bytes_per_pixel : bytes_per_pixel]
+                for y in range(height)
+            ]
             for y, row in enumerate(scaled(channel, to_width, to_height, type == LINEAR)):
                 for x, ideal in enumerate(row):
                     given = result[(y * to_width + x) * bytes_per_pixel + c]
@@ -116,7 +119,9 @@ class Kobrtl(Case):
 
     def test_a_box_shows_the_formatted_text_and_the_icon_under_the_name_of_the_program(self):
         facts = self.facts("box", 0x10, "kobrtl_host", 1, "-", 0, desktop=self.desktop())
-        self.assertEqual(facts, {"answer": "1", "icon": "1", "text": "Bad format, '-5' 100%: ", "floating point": "kept"})
+        self.assertEqual(
+            facts, {"answer": "1", "icon": "1", "text": "Bad format, '-5' 100%: ", "floating point": "kept"}
+        )
 
     def test_a_box_has_the_title_of_its_owner_and_gives_the_button_that_was_pressed(self):
         facts = self.facts("box", 0x4, "Torvex", 7, "Torvex", 0, desktop=self.desktop())
@@ -125,4 +130,3 @@ class Kobrtl(Case):
     def test_a_long_text_is_shown_whole(self):
         facts = self.facts("box", 0x10, "kobrtl_host", 1, "-", 3000, desktop=self.desktop())
         self.assertEqual(facts["text"], "Bad format, '-5' 100%: " + 3000 * "*")
-

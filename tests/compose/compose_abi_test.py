@@ -59,4 +59,3 @@ class TheClasses(Case):
         path.write_bytes(b"x" * 70000 + b"data" + b"x" * 119)
         result = wine.run(self.product("compose_abi_host.exe"), wine.prefix.to_windows(path), check=True)
         self.assertEqual(dict(line.split(": ", 1) for line in result.text.splitlines()), EXPECTED)
-

@@ -49,4 +49,3 @@ class ALargeAttachment(Case):
         parsed = email.message_from_bytes(message, policy=email.policy.default)
         sizes = [len(part.get_payload(decode=True)) for part in parsed.walk() if part.get_filename()]
         self.assertEqual(sizes, [32 * MIB, 32 * MIB + 1])
-

@@ -61,9 +61,18 @@ class FloatingPoint(runner.Case):
                 report_dialog.press(self.screen, "Open Error Report")
                 self.assert_message()
                 process.wait_family()
-                self.assertEqual(process.result().text.splitlines(),
-                                 [CAUGHT, "kept AttachScreenCopy", "kept OpenDlg", "answer 1", "kept GenerateEmail",
-                                  "kept CopyScreenToBitmap", "end"])
+                self.assertEqual(
+                    process.result().text.splitlines(),
+                    [
+                        CAUGHT,
+                        "kept AttachScreenCopy",
+                        "kept OpenDlg",
+                        "answer 1",
+                        "kept GenerateEmail",
+                        "kept CopyScreenToBitmap",
+                        "end",
+                    ],
+                )
 
     def test_of_the_host_leave_a_whole_upload_and_come_back(self):
         address = loopback_address()
@@ -75,12 +84,21 @@ class FloatingPoint(runner.Case):
                 process = self.start("upload", state, "notes.txt")
                 report_dialog.press(self.screen, "Upload Report")
                 process.wait_family()
-                self.assertEqual(process.result().text.splitlines(),
-                                 [CAUGHT, "kept CreateScreenCopy", "kept CreateSystemInfo", "kept Upload", "answer 1",
-                                  "kept OpenDlg", "answer 1", "end"])
+                self.assertEqual(
+                    process.result().text.splitlines(),
+                    [
+                        CAUGHT,
+                        "kept CreateScreenCopy",
+                        "kept CreateSystemInfo",
+                        "kept Upload",
+                        "answer 1",
+                        "kept OpenDlg",
+                        "answer 1",
+                        "end",
+                    ],
+                )
                 self.assertEqual(len(server.requests), 2 * number)
                 for request in server.requests[-2:]:
                     self.assertIn(b"what the host noted", request.body)
                     self.assertIn(b"Procesor Clock Frequecy", request.body)
                     self.assertIn((self.host.temp / "screen_copy.jpg").read_bytes(), request.body)
-

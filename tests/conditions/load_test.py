@@ -27,8 +27,10 @@ class Loading(Case):
         for line in result.text.splitlines():
             stage, *counts, modules = STAGE.fullmatch(line).groups()
             found = (module.split(":") for module in modules.split())
-            stages[stage] = (tuple(map(int, counts)),
-                             {(name, int(address, 16), int(size, 16)) for name, address, size in found})
+            stages[stage] = (
+                tuple(map(int, counts)),
+                {(name, int(address, 16), int(size, 16)) for name, address, size in found},
+            )
         return stages
 
     def files(self):
@@ -49,13 +51,19 @@ class Loading(Case):
     def test_calls_nothing_but_what_makes_its_memory_and_its_lock(self):
         # Wine can write down every call from one library into another, with the address to which it returns.
         result = self.run_host(WINEDEBUG="+relay")
-        places = [range(address, address + size) for name, address, size in self.stages(result)["loaded"][1]
-                  if name in OURS]
+        places = [
+            range(address, address + size) for name, address, size in self.stages(result)["loaded"][1] if name in OURS
+        ]
         calls = re.findall(r"^\w+:Call \w+\.(\S+?)\(.* ret=(\w+)$", result.stderr.decode("latin-1"), re.MULTILINE)
         ours = [name for name, back in calls if any(int(back, 16) in place for place in places)]
         covering = ours.index("?_set_se_translator@@YAP6AXIPAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z")
-        harmless = {"RtlInitializeCriticalSection", "InitializeCriticalSection", "HeapCreate", "HeapAlloc",
-                    "RtlAllocateHeap", "DisableThreadLibraryCalls"}
+        harmless = {
+            "RtlInitializeCriticalSection",
+            "InitializeCriticalSection",
+            "HeapCreate",
+            "HeapAlloc",
+            "RtlAllocateHeap",
+            "DisableThreadLibraryCalls",
+        }
         self.assertTrue(ours[:covering])
         self.assertEqual(set(ours[:covering]) - harmless, set(), "while it is loaded")
-

@@ -31,15 +31,20 @@ BIN = pathlib.Path(os.environ.get("WENDAX_BIN") or table.REPO / "build" / "windo
 
 DIALOG, MESSAGE, FAILURE = "the dialog", "the message in the mail program", "the failure text"
 FLEETING = "the dialog for a moment"
-MAIL = Outcome(f"{DIALOG}, then {MESSAGE}", "a message with reason and stack, screenshot, notes; screenshot file", "goes on")
+MAIL = Outcome(
+    f"{DIALOG}, then {MESSAGE}", "a message with reason and stack, screenshot, notes; screenshot file", "goes on"
+)
 UPLOAD = Outcome(DIALOG, "screenshot file, system text; sent: notes, screenshot, system text", "goes on")
 # By design a screenshot that can't be made is named in the message all the same.
 MAIL_WITHOUT_PICTURE = dataclasses.replace(
-    MAIL, written="a message with reason and stack, an empty screenshot, notes; no screenshot file")
+    MAIL, written="a message with reason and stack, an empty screenshot, notes; no screenshot file"
+)
 UPLOAD_WITHOUT_PICTURE = dataclasses.replace(
-    UPLOAD, written="no screenshot file, system text; sent: notes, no screenshot, system text")
-UPLOAD_FAILED = Outcome(f"{DIALOG}, then {FAILURE}", "screenshot file, system text; sent: notes, screenshot, system text",
-                        "goes on")
+    UPLOAD, written="no screenshot file, system text; sent: notes, no screenshot, system text"
+)
+UPLOAD_FAILED = Outcome(
+    f"{DIALOG}, then {FAILURE}", "screenshot file, system text; sent: notes, screenshot, system text", "goes on"
+)
 NEXT_HANDLER = "its next handler gets the fault; goes on"
 
 
@@ -88,7 +93,9 @@ class Stage(Case):
         place = BIN.parent / "test-helpers" / name / file
         return place if place.exists() else self.product(name + ".dll")
 
-    def rows(self, place, condition, expected, *conditions, arrange=None, env=None, fleeting=False, hosts=(), **options):
+    def rows(
+        self, place, condition, expected, *conditions, arrange=None, env=None, fleeting=False, hosts=(), **options
+    ):
         """Makes a report by each road of which an outcome is expected. arrange(scene) comes before. fleeting: the dialog
         goes by itself, so that the onlooker may or may not have seen it. hosts: what the host may get, where Wines
         differ."""
@@ -106,7 +113,6 @@ class Stage(Case):
                     came = dataclasses.replace(came, host=" or ".join(hosts))
                 table.record(self.order * 100 + place, road, condition, *dataclasses.astuple(came))
                 self.assertEqual(came, outcome)
-
 
     def windows_only(self, place, condition, expected, *conditions, arrange=None):
         """Like rows, for what Wine can't do: where that shows, the table says so."""
@@ -136,17 +142,29 @@ class Memory(Stage):
     order = 1
 
     def test_that_is_gone_makes_no_report(self):
-        self.rows(0, "No memory is left", [
-            mail(sees="nothing", written="no message; no screenshot file")], "memory")
+        self.rows(0, "No memory is left", [mail(sees="nothing", written="no message; no screenshot file")], "memory")
         # Which of the two depends on whose allocation is the first that fails.
         ends = ("goes on", "gets the exception for no memory and goes on")
-        self.rows(0, "No memory is left", [
-            upload(sees="nothing", written="no screenshot file, no system text; nothing sent", host=" or ".join(ends))],
-                  "memory", hosts=ends)
+        self.rows(
+            0,
+            "No memory is left",
+            [
+                upload(
+                    sees="nothing", written="no screenshot file, no system text; nothing sent", host=" or ".join(ends)
+                )
+            ],
+            "memory",
+            hosts=ends,
+        )
 
     def test_too_small_for_the_screenshot_costs_the_screenshot(self):
-        self.rows(1, "No block of memory larger than 512 KB is left", [
-            MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE], "blocks", "512")
+        self.rows(
+            1,
+            "No block of memory larger than 512 KB is left",
+            [MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE],
+            "blocks",
+            "512",
+        )
 
     def test_whose_records_are_overwritten_does_no_harm(self):
         self.rows(2, "The records of the host's heap are overwritten", [MAIL, UPLOAD], "heap")
@@ -162,53 +180,100 @@ class Faults(Stage):
     order = 2
 
     def test_of_a_display_driver_cost_the_screenshot(self):
-        self.rows(0, "A fault in the display's driver", [MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE], "fault", "BitBlt")
+        self.rows(
+            0, "A fault in the display's driver", [MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE], "fault", "BitBlt"
+        )
 
     def test_of_a_printer_driver_cost_the_list_of_printers(self):
-        self.rows(1, "A fault in a printer's driver", [
-            mail(written="a message with reason and stack, screenshot, notes, no printers; screenshot file"),
-            upload(written="screenshot file, system text, no printers; sent: notes, screenshot, system text")],
-            "fault", "EnumPrintersA")
+        self.rows(
+            1,
+            "A fault in a printer's driver",
+            [
+                mail(written="a message with reason and stack, screenshot, notes, no printers; screenshot file"),
+                upload(written="screenshot file, system text, no printers; sent: notes, screenshot, system text"),
+            ],
+            "fault",
+            "EnumPrintersA",
+        )
 
     def test_in_the_shell_come_when_the_message_is_written(self):
         self.rows(2, "A fault in the shell", [mail(sees=DIALOG, host=NEXT_HANDLER)], "fault", "ShellExecuteA")
 
     def test_in_the_shell_on_a_thread_without_translator_end_the_host(self):
-        self.rows(3, "The same, on a thread that isn't covered", [mail(sees=DIALOG, host="ends by the fault")],
-                  "--uncovered", "fault", "ShellExecuteA")
+        self.rows(
+            3,
+            "The same, on a thread that isn't covered",
+            [mail(sees=DIALOG, host="ends by the fault")],
+            "--uncovered",
+            "fault",
+            "ShellExecuteA",
+        )
 
     def test_in_the_transport_are_a_failed_upload(self):
-        self.rows(2, "A fault while sending", [
-            upload(UPLOAD_FAILED, written="screenshot file, system text; nothing sent")], "fault", "HttpSendRequestA")
+        self.rows(
+            2,
+            "A fault while sending",
+            [upload(UPLOAD_FAILED, written="screenshot file, system text; nothing sent")],
+            "fault",
+            "HttpSendRequestA",
+        )
 
     def test_in_the_dialog_reach_the_next_handler(self):
-        self.rows(4, "A fault in the dialog's message loop", [
-            mail(sees=FLEETING, written="no message; screenshot file", host=NEXT_HANDLER),
-            upload(sees=FLEETING, written="screenshot file, system text; nothing sent", host=NEXT_HANDLER)],
-            "fault", "PeekMessageA", fleeting=True)
+        self.rows(
+            4,
+            "A fault in the dialog's message loop",
+            [
+                mail(sees=FLEETING, written="no message; screenshot file", host=NEXT_HANDLER),
+                upload(sees=FLEETING, written="screenshot file, system text; nothing sent", host=NEXT_HANDLER),
+            ],
+            "fault",
+            "PeekMessageA",
+            fleeting=True,
+        )
 
     # In destructors, which throw nothing in the language's own terms.
     def test_where_the_screen_is_given_back_cost_the_screenshot(self):
-        self.rows(5, "A fault where the screen's device context is given back", [
-            MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE], "fault", "DeleteDC")
+        self.rows(
+            5,
+            "A fault where the screen's device context is given back",
+            [MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE],
+            "fault",
+            "DeleteDC",
+        )
 
     def test_where_an_attachment_is_closed_reach_the_next_handler(self):
-        self.rows(6, "A fault where an attachment is closed", [
-            mail(sees=DIALOG, written="no message; screenshot file", host=NEXT_HANDLER)], "fault", "UnmapViewOfFile")
+        self.rows(
+            6,
+            "A fault where an attachment is closed",
+            [mail(sees=DIALOG, written="no message; screenshot file", host=NEXT_HANDLER)],
+            "fault",
+            "UnmapViewOfFile",
+        )
 
     def test_when_GDI_plus_is_stopped_do_no_harm(self):
         self.rows(7, "A fault where GDI+ is stopped", [MAIL, UPLOAD], "fault", "GdiplusShutdown")
 
-
     def test_in_the_measurement_of_the_clock_cost_the_clock(self):
-        self.rows(8, "A fault where the clock is measured", [
-            mail(written="a message with reason and stack, screenshot, notes, no clock; screenshot file"),
-            upload(written="screenshot file, system text, no clock; sent: notes, screenshot, system text")],
-            "fault", "QueryPerformanceCounter")
+        self.rows(
+            8,
+            "A fault where the clock is measured",
+            [
+                mail(written="a message with reason and stack, screenshot, notes, no clock; screenshot file"),
+                upload(written="screenshot file, system text, no clock; sent: notes, screenshot, system text"),
+            ],
+            "fault",
+            "QueryPerformanceCounter",
+        )
 
     def test_where_the_picture_is_made_leave_no_device_context(self):
-        self.rows(9, "A fault where the bitmap of the screenshot is made", [
-            MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE], "contexts", "fault", "CreateDIBSection")
+        self.rows(
+            9,
+            "A fault where the bitmap of the screenshot is made",
+            [MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE],
+            "contexts",
+            "fault",
+            "CreateDIBSection",
+        )
 
 
 class ForeignExceptions(Stage):
@@ -217,30 +282,54 @@ class ForeignExceptions(Stage):
     order = 9
 
     def test_from_a_display_driver_cost_the_screenshot(self):
-        self.rows(0, "A display driver throws a C++ exception", [
-            MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE], "throw", "BitBlt")
+        self.rows(
+            0,
+            "A display driver throws a C++ exception",
+            [MAIL_WITHOUT_PICTURE, UPLOAD_WITHOUT_PICTURE],
+            "throw",
+            "BitBlt",
+        )
 
     def test_from_a_printer_driver_cost_the_list_of_printers(self):
-        self.rows(1, "A printer's driver throws one", [
-            mail(written="a message with reason and stack, screenshot, notes, no printers; screenshot file"),
-            upload(written="screenshot file, system text, no printers; sent: notes, screenshot, system text")],
-            "throw", "EnumPrintersA")
+        self.rows(
+            1,
+            "A printer's driver throws one",
+            [
+                mail(written="a message with reason and stack, screenshot, notes, no printers; screenshot file"),
+                upload(written="screenshot file, system text, no printers; sent: notes, screenshot, system text"),
+            ],
+            "throw",
+            "EnumPrintersA",
+        )
 
     def test_from_a_hooked_clock_cost_the_clock(self):
-        self.rows(2, "The clock's counter throws one", [
-            mail(written="a message with reason and stack, screenshot, notes, no clock; screenshot file"),
-            upload(written="screenshot file, system text, no clock; sent: notes, screenshot, system text")],
-            "throw", "QueryPerformanceCounter")
+        self.rows(
+            2,
+            "The clock's counter throws one",
+            [
+                mail(written="a message with reason and stack, screenshot, notes, no clock; screenshot file"),
+                upload(written="screenshot file, system text, no clock; sent: notes, screenshot, system text"),
+            ],
+            "throw",
+            "QueryPerformanceCounter",
+        )
 
     def test_while_sending_are_a_failed_upload(self):
-        self.rows(3, "The transport throws one", [
-            upload(UPLOAD_FAILED, written="screenshot file, system text; nothing sent")], "throw", "HttpSendRequestA")
+        self.rows(
+            3,
+            "The transport throws one",
+            [upload(UPLOAD_FAILED, written="screenshot file, system text; nothing sent")],
+            "throw",
+            "HttpSendRequestA",
+        )
 
 
 class TemporaryFolder(Stage):
     order = 3
-    NOT_WRITTEN = [mail(sees=DIALOG, written="no message; no screenshot file"),
-                   upload(written="no screenshot file, no system text; sent: notes, no screenshot, no system text")]
+    NOT_WRITTEN = [
+        mail(sees=DIALOG, written="no message; no screenshot file"),
+        upload(written="no screenshot file, no system text; sent: notes, no screenshot, no system text"),
+    ]
 
     def mount(self, scene, size, read_only=False):
         subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size}", "none", scene.temp], check=True)
@@ -258,17 +347,28 @@ class TemporaryFolder(Stage):
                 file.flush()
 
     def test_that_is_full_takes_an_empty_message(self):
-        self.rows(0, "The folder of temporary files is full", [
-            mail(written="an empty message; no screenshot file"),
-            upload(written="no screenshot file, an empty system text; "
-                           "sent: notes, no screenshot, no system text")],
-            arrange=lambda scene: self.fill(scene, 0))
+        self.rows(
+            0,
+            "The folder of temporary files is full",
+            [
+                mail(written="an empty message; no screenshot file"),
+                upload(
+                    written="no screenshot file, an empty system text; " "sent: notes, no screenshot, no system text"
+                ),
+            ],
+            arrange=lambda scene: self.fill(scene, 0),
+        )
 
     def test_that_is_nearly_full_takes_a_part(self):
-        self.rows(1, "It has room for 4 KB", [
-            mail(written="a message cut short; no screenshot file"),
-            upload(written="no screenshot file, system text; sent: notes, no screenshot, system text")],
-            arrange=lambda scene: self.fill(scene, 4096))
+        self.rows(
+            1,
+            "It has room for 4 KB",
+            [
+                mail(written="a message cut short; no screenshot file"),
+                upload(written="no screenshot file, system text; sent: notes, no screenshot, system text"),
+            ],
+            arrange=lambda scene: self.fill(scene, 4096),
+        )
 
     def test_that_is_missing_takes_nothing(self):
         def arrange(scene):
@@ -288,7 +388,7 @@ class TemporaryFolder(Stage):
     def long(self, scene, length):
         """A name below the scene's folder that is so long in all."""
         start = len(scene.prefix.to_windows(scene.folder)) + 1
-        name = "/".join(["l" * 99] * 3)[:length - start]
+        name = "/".join(["l" * 99] * 3)[: length - start]
         scene.temp = scene.folder / name
         scene.temp.mkdir(parents=True)
 
@@ -300,8 +400,9 @@ class TemporaryFolder(Stage):
 
     @wine_cannot("it takes names of any length")
     def test_with_a_name_beyond_what_windows_takes_takes_nothing_for_the_upload_either(self):
-        self.windows_only(6, "Its name has 300 characters", self.NOT_WRITTEN[1:],
-                          arrange=lambda scene: self.long(scene, 300))
+        self.windows_only(
+            6, "Its name has 300 characters", self.NOT_WRITTEN[1:], arrange=lambda scene: self.long(scene, 300)
+        )
 
     def test_with_letters_of_the_code_page_takes_all(self):
         self.rows(7, "Its name has other letters than English", [MAIL, UPLOAD], temp="Übermäßig viele Dateien")
@@ -328,8 +429,12 @@ class MailProgram(Stage):
         self.rows(1, "The program that opens messages is missing", [mail(sees=DIALOG)])
 
     def test_that_fails_leaves_the_message_where_it_is(self):
-        self.rows(2, "The program that opens messages ends at once with an error", [mail(sees=DIALOG)],
-                  env={"MAIL_PROGRAM_LOG": None})
+        self.rows(
+            2,
+            "The program that opens messages ends at once with an error",
+            [mail(sees=DIALOG)],
+            env={"MAIL_PROGRAM_LOG": None},
+        )
 
 
 class System(Stage):
@@ -339,7 +444,8 @@ class System(Stage):
     def test_without_a_spooler_lists_no_printers(self):
         no_printers = [
             mail(written="a message with reason and stack, screenshot, notes, no printers; screenshot file"),
-            upload(written="screenshot file, system text, no printers; sent: notes, screenshot, system text")]
+            upload(written="screenshot file, system text, no printers; sent: notes, screenshot, system text"),
+        ]
         self.rows(0, "The spooler isn't running", no_printers, "printers")
         self.rows(1, "The spooler answers after three seconds, with an error", no_printers, "slow-printers")
 
@@ -358,8 +464,15 @@ class FormatModule(Stage):
 
     def without_picture(self, place, condition, module, box=None):
         before = f"a box “{box}”, then " if box else ""
-        self.rows(place, condition, [mail(MAIL_WITHOUT_PICTURE, sees=before + MAIL.sees),
-                                     upload(UPLOAD_WITHOUT_PICTURE, sees=before + UPLOAD.sees)], module=module)
+        self.rows(
+            place,
+            condition,
+            [
+                mail(MAIL_WITHOUT_PICTURE, sees=before + MAIL.sees),
+                upload(UPLOAD_WITHOUT_PICTURE, sees=before + UPLOAD.sees),
+            ],
+            module=module,
+        )
 
     def test_that_is_missing_is_not_missed(self):
         self.without_picture(0, "`fall.dll` is missing", None)
@@ -368,12 +481,17 @@ class FormatModule(Stage):
         self.without_picture(1, "`fall.dll` is of another version", "module_of_another_version")
 
     def test_without_discovery_is_complained_about(self):
-        self.without_picture(2, "`fall.dll` has no `GetFilterInfo`", "module_without_discovery",
-                             "Bad format for 'fall.dll'")
+        self.without_picture(
+            2, "`fall.dll` has no `GetFilterInfo`", "module_without_discovery", "Bad format for 'fall.dll'"
+        )
 
     def test_without_entries_is_complained_about(self):
-        self.without_picture(3, "`fall.dll` has none of the entries of its format", "module_without_entries",
-                             "Bad format for JPG, 'fall.dll'")
+        self.without_picture(
+            3,
+            "`fall.dll` has none of the entries of its format",
+            "module_without_entries",
+            "Bad format for JPG, 'fall.dll'",
+        )
 
     def test_that_faults_while_it_is_asked_is_passed_over(self):
         self.without_picture(4, "`fall.dll` faults in `GetFilterInfo`", "faulty_discovery")
@@ -386,30 +504,57 @@ class Helper(Stage):
     order = 7
 
     def described(self, place, condition, helper, description):
-        self.rows(place, condition,
-                  [mail(written=f"a message with “{description}”, screenshot, notes; screenshot file")], helper=helper)
+        self.rows(
+            place,
+            condition,
+            [mail(written=f"a message with “{description}”, screenshot, notes; screenshot file")],
+            helper=helper,
+        )
 
     def test_that_is_missing_is_named(self):
         self.described(0, "`faultkit.dll` is missing", None, "faultkit.dll was not found")
 
     def test_that_faults_is_named_in_place_of_what_it_should_have_said(self):
-        self.described(1, "`faultkit.dll` faults while it gives the reason", "helper_faulting_in_reason",
-                       "Crush Expantion: / (faultkit.dll met a fault) /  / Stack Trace: / frame / …")
-        self.described(2, "`faultkit.dll` faults while it gives the stack", "helper_faulting_in_stack",
-                       "Crush Expantion: / the reason /  / Stack Trace: / frame / frame / (faultkit.dll met a fault)")
+        self.described(
+            1,
+            "`faultkit.dll` faults while it gives the reason",
+            "helper_faulting_in_reason",
+            "Crush Expantion: / (faultkit.dll met a fault) /  / Stack Trace: / frame / …",
+        )
+        self.described(
+            2,
+            "`faultkit.dll` faults while it gives the stack",
+            "helper_faulting_in_stack",
+            "Crush Expantion: / the reason /  / Stack Trace: / frame / frame / (faultkit.dll met a fault)",
+        )
 
     def test_that_throws_is_named_in_place_of_what_it_should_have_said(self):
-        self.described(4, "`faultkit.dll` throws a C++ exception in place of the reason", "helper_throwing_in_reason",
-                       "Crush Expantion: / (faultkit.dll met a fault) /  / Stack Trace: / frame / …")
-        self.described(5, "`faultkit.dll` throws one in place of the first line of the stack",
-                       "helper_throwing_in_first_line",
-                       "Crush Expantion: / the reason /  / Stack Trace: / (faultkit.dll met a fault)")
-        self.described(6, "`faultkit.dll` throws one in place of a later line", "helper_throwing_in_stack",
-                       "Crush Expantion: / the reason /  / Stack Trace: / frame / frame / (faultkit.dll met a fault)")
+        self.described(
+            4,
+            "`faultkit.dll` throws a C++ exception in place of the reason",
+            "helper_throwing_in_reason",
+            "Crush Expantion: / (faultkit.dll met a fault) /  / Stack Trace: / frame / …",
+        )
+        self.described(
+            5,
+            "`faultkit.dll` throws one in place of the first line of the stack",
+            "helper_throwing_in_first_line",
+            "Crush Expantion: / the reason /  / Stack Trace: / (faultkit.dll met a fault)",
+        )
+        self.described(
+            6,
+            "`faultkit.dll` throws one in place of a later line",
+            "helper_throwing_in_stack",
+            "Crush Expantion: / the reason /  / Stack Trace: / frame / frame / (faultkit.dll met a fault)",
+        )
 
     def test_without_end_is_cut(self):
-        self.described(3, "`faultkit.dll` gives frames without end", "helper_without_end",
-                       "Crush Expantion: / the reason /  / Stack Trace: / frame / …")
+        self.described(
+            3,
+            "`faultkit.dll` gives frames without end",
+            "helper_without_end",
+            "Crush Expantion: / the reason /  / Stack Trace: / frame / …",
+        )
 
 
 def breaking_off(client):
@@ -429,8 +574,11 @@ class Server(Stage):
     def test_that_refuses_is_a_failure(self):
         self.server.end()
         self.addCleanup(self.server.__enter__)
-        self.rows(0, "The server refuses the connection", [
-            upload(UPLOAD_FAILED, written="screenshot file, system text; nothing sent")])
+        self.rows(
+            0,
+            "The server refuses the connection",
+            [upload(UPLOAD_FAILED, written="screenshot file, system text; nothing sent")],
+        )
 
     def test_that_hangs_up_is_a_failure(self):
         self.answered(1, "The server hangs up before it answers", lambda client: client.read_request(), UPLOAD_FAILED)
@@ -450,10 +598,19 @@ class Server(Stage):
 
     def test_whose_answer_is_beyond_memory_is_a_failure(self):
         huge = answering(b"Data " * (8 << 20 >> 2) + CONFIRMATION)
-        self.answered(7, "The server answers with 10 MB, and no block of memory larger than 5 MB is left", huge,
-                      UPLOAD_FAILED, "blocks", "5120")
+        self.answered(
+            7,
+            "The server answers with 10 MB, and no block of memory larger than 5 MB is left",
+            huge,
+            UPLOAD_FAILED,
+            "blocks",
+            "5120",
+        )
 
     def test_that_never_answers_keeps_the_user_waiting_until_the_connection_ends(self):
-        self.answered(8, "The server never answers; the connection ends after a while",
-                      lambda client: (client.read_request(), client.server.wait_end(4)), UPLOAD_FAILED)
-
+        self.answered(
+            8,
+            "The server never answers; the connection ends after a while",
+            lambda client: (client.read_request(), client.server.wait_end(4)),
+            UPLOAD_FAILED,
+        )

@@ -24,7 +24,7 @@ class Overflow(runner.Case):
     def check_message(self, message):
         """Fault and trace are there, and so is everything else."""
         body = message.body.decode("windows-1251")
-        description = body[body.index("Crush Expantion:\n"):]
+        description = body[body.index("Crush Expantion:\n") :]
         self.assertTrue(description.startswith("Crush Expantion:\nEXCEPTION_STACK_OVERFLOW (C00000FD)"), description)
         trace = description.partition("\n\nStack Trace:\n")[2].partition("\n\n")[0].splitlines()
         places = [re.fullmatch(r"[0-9A-F]{8} (\S+)\+[0-9A-F]{8}", line) for line in trace]
@@ -34,7 +34,7 @@ class Overflow(runner.Case):
         at = trace.index(gap)
         (recursion,) = {line for line in trace[1:at]}
         self.assertRegex(recursion, r"^[0-9A-F]{8} overflow_host\.exe\+")
-        self.assertIn(recursion, trace[at + 1:])
+        self.assertIn(recursion, trace[at + 1 :])
         self.assertTrue(places[-1], trace)
         attached = dict(message.attachments)
         self.assertEqual(attached["notes.txt"], NOTES)
@@ -94,4 +94,3 @@ class Overflow(runner.Case):
     def test_needs_a_reserve_of_40_KB_at_most(self):
         self.mail("--reserve", LEAST_RESERVE)
         self.upload("--reserve", LEAST_RESERVE)
-

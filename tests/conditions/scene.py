@@ -95,11 +95,15 @@ class Scene:
         to take away."""
         before = {path: path.read_bytes() for path in self._earlier}
         log = self.prefix.to_windows(self.mail_log)
-        environment = {"MAIL_PROGRAM_LOG": log,
-                       "TROUBLE_TEMP": self.temp_name or self.prefix.to_windows(self.temp), **(env or {})}
+        environment = {
+            "MAIL_PROGRAM_LOG": log,
+            "TROUBLE_TEMP": self.temp_name or self.prefix.to_windows(self.temp),
+            **(env or {}),
+        }
         self.stage.server.requests.clear()
-        with self.stage.wine.start(self.exe, self.road, *conditions, cwd=self.folder, env=environment,
-                                   limit=150) as process:
+        with self.stage.wine.start(
+            self.exe, self.road, *conditions, cwd=self.folder, env=environment, limit=150
+        ) as process:
             seen = self._play(process)
             process.wait_family()
             result = process.result()
@@ -145,15 +149,17 @@ class Scene:
     def _opened(self):
         if not self.mail_log.exists():
             return []
-        return [line.partition(" ")[2].strip().strip('"')
-                for line in self.mail_log.read_text("latin-1").splitlines()]
+        return [line.partition(" ")[2].strip().strip('"') for line in self.mail_log.read_text("latin-1").splitlines()]
 
     def _mail_written(self, opened):
-        messages = [path for path in self.temp.glob("*.eml") if path.name != "earlier.eml"] if self.temp.is_dir() else []
+        messages = (
+            [path for path in self.temp.glob("*.eml") if path.name != "earlier.eml"] if self.temp.is_dir() else []
+        )
         self.stage.assertLessEqual(len(messages), 1)
         if opened:
-            self.stage.assertEqual([pathlib.PureWindowsPath(path).name for path in opened],
-                                   [path.name for path in messages])
+            self.stage.assertEqual(
+                [pathlib.PureWindowsPath(path).name for path in opened], [path.name for path in messages]
+            )
         picture = self._picture()
         if not messages:
             return f"no message; {picture}"
@@ -171,8 +177,11 @@ class Scene:
 
     def _description(self, body):
         text = body.partition(b"Cannot extract version number of Lumivale\n")[2].rstrip(b"\r\n")
-        if re.fullmatch(rb"Crush Expantion:\nreason code C00000(?:05|FD) address [0-9A-F]{8}\n\nStack Trace:\n"
-                        rb"first line 0[^\n]*\nnext line 1[^\n]*\nnext line 2[^\n]*", text):
+        if re.fullmatch(
+            rb"Crush Expantion:\nreason code C00000(?:05|FD) address [0-9A-F]{8}\n\nStack Trace:\n"
+            rb"first line 0[^\n]*\nnext line 1[^\n]*\nnext line 2[^\n]*",
+            text,
+        ):
             return "reason and stack"
         short = text.replace(b"\n", b" / ").decode("latin-1")
         frames = re.match(r"(.*?)(( / frame){100,})", short)
@@ -233,11 +242,13 @@ def _sent_words(body):
     found = {}
     for name in PARTS:
         start = body.index(b'form-data; name="%s"; filename="' % name.encode())
-        content = body[body.index(b"\n\n", start) + 2:]
-        found[name] = content[:content.index(b"\n\n--AaB03x--\n")]
-    words = ["notes" if found["Conversion_Config"] == NOTES else "no notes",
-             _picture_words(found["Screen_copy"] or None, "screenshot"),
-             "system text" if found["System_info"] else "no system text"]
+        content = body[body.index(b"\n\n", start) + 2 :]
+        found[name] = content[: content.index(b"\n\n--AaB03x--\n")]
+    words = [
+        "notes" if found["Conversion_Config"] == NOTES else "no notes",
+        _picture_words(found["Screen_copy"] or None, "screenshot"),
+        "system text" if found["System_info"] else "no system text",
+    ]
     return ", ".join(words)
 
 

@@ -40,8 +40,9 @@ class Soak(Case):
         (folder / "notes.txt").write_bytes(b"notes")
         (folder / "plain.eml").write_bytes(b"Subject: plain\r\n\r\n")
         log = wine.prefix.drive_c / "mail.log"
-        host = DrivenHost(wine, folder / "soak_host.exe", limit=self.time_limit, cwd=folder,
-                          env={"MAIL_PROGRAM_LOG": "C:\\mail.log"})
+        host = DrivenHost(
+            wine, folder / "soak_host.exe", limit=self.time_limit, cwd=folder, env={"MAIL_PROGRAM_LOG": "C:\\mail.log"}
+        )
 
         def after(*command):
             told = host.tell(*command, timeout=SECONDS_FOR_ONE * command[-1])
@@ -49,15 +50,21 @@ class Soak(Case):
             process = pathlib.Path("/proc", str(host.process.pid))
             private = re.search(r"Private_Dirty:\s+(\d+) kB", (process / "smaps_rollup").read_text())
             usage = dict(zip(("GDI objects", "user object", "kernel handles", "memory (KiB)"), numbers))
-            return {**usage, "private pages (KiB)": int(private[1]), "open files": len(list((process / "fd").iterdir()))}
+            return {
+                **usage,
+                "private pages (KiB)": int(private[1]),
+                "open files": len(list((process / "fd").iterdir())),
+            }
 
         before_plain, after_plain = after("plain", road, WARM_UP), after("plain", road, REPORTS - WARM_UP)
         grown = {name: after_plain[name] - value for name, value in before_plain.items()}
         first, last = after(road, WARM_UP), after(road, REPORTS - WARM_UP)
         self.assertEqual(host.end(), 0)
         host.process.wait_family()
-        print(f"\n{road}, after report {WARM_UP}: {first}\n{road}, after report {REPORTS}: {last}\n"
-              f"{REPORTS - WARM_UP} dialogs of the system alone: {grown}")
+        print(
+            f"\n{road}, after report {WARM_UP}: {first}\n{road}, after report {REPORTS}: {last}\n"
+            f"{REPORTS - WARM_UP} dialogs of the system alone: {grown}"
+        )
         opened = log.read_text("latin-1").splitlines() if road == "mail" else ()
         plain = sum("plain.eml" in line for line in opened)
         self.assertEqual(len(opened) - plain if road == "mail" else len(server.requests), REPORTS)
@@ -77,4 +84,3 @@ class Soak(Case):
 
     def test_reports_by_upload_leave_nothing(self):
         self.assert_flat(*self.soak("upload"))
-

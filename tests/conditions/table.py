@@ -31,12 +31,17 @@ def forget():
 
 
 def rendered():
-    rows = sorted((json.loads(file.read_text("utf-8")) for file in OUTCOMES.glob("*.json")),
-                  key=lambda row: row["number"])
+    rows = sorted(
+        (json.loads(file.read_text("utf-8")) for file in OUTCOMES.glob("*.json")), key=lambda row: row["number"]
+    )
     lines = []
     for road, title in _ROADS.items():
-        lines += [title, "", "| In the way | What the user sees | What is written | The host |",
-                  "| --- | --- | --- | --- |"]
+        lines += [
+            title,
+            "",
+            "| In the way | What the user sees | What is written | The host |",
+            "| --- | --- | --- | --- |",
+        ]
         lines += ["| " + " | ".join(row["cells"]) + " |" for row in rows if row["road"] == road]
         lines.append("")
     return "\n".join(lines)
@@ -51,8 +56,9 @@ def main():
         DOCUMENT.write_text(made, "utf-8")
         return
     if made != document:
-        sys.stdout.writelines(difflib.unified_diff(document.splitlines(True), made.splitlines(True), str(DOCUMENT),
-                                                   "what the tests saw"))
+        sys.stdout.writelines(
+            difflib.unified_diff(document.splitlines(True), made.splitlines(True), str(DOCUMENT), "what the tests saw")
+        )
         sys.exit(f"{DOCUMENT} doesn't say what the tests saw; {sys.argv[0]} without --check writes it anew")
 
 

@@ -19,12 +19,13 @@ class Threads(runner.Case):
         shutil.copy(helper, host.folder)
         process = host.start(order, ROUNDS)
         report_dialog.press(desktop, "Open Error Report")
-        message, = host.wait_messages(1)
+        (message,) = host.wait_messages(1)
         process.wait_family()
         self.assertEqual(process.result().text, f"caught {THREADS * ROUNDS}\n")
         self.assertEqual(process.returncode, 0)
-        whole = re.search(rb"Crush Expantion:\ncode C0000005 flags 0 parameters 2 kind 1 place (\d+) at eip\n\n",
-                          message.body)
+        whole = re.search(
+            rb"Crush Expantion:\ncode C0000005 flags 0 parameters 2 kind 1 place (\d+) at eip\n\n", message.body
+        )
         self.assertTrue(whole, message.body)
         thread, rest = divmod(int(whole[1]), 16)
         self.assertEqual(rest, 0)
@@ -35,4 +36,3 @@ class Threads(runner.Case):
 
     def test_that_fault_at_once_leave_one_of_the_faults_whole(self):
         self.assertIn(self.described("at-once"), range(THREADS))
-

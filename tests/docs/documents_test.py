@@ -6,8 +6,30 @@ import subprocess
 from testing import documents, runner
 from testing.processes import REPO
 
-FOLDERS = {"base", "bench", "capture", "cmake", "companions", "compose", "crt", "docs", "examples", "fuzz", "glib", "include",
-           "mfc", "net", "packaging", "report", "resources", "scripts", "sysinfo", "tests", "tools", "win"}
+FOLDERS = {
+    "base",
+    "bench",
+    "capture",
+    "cmake",
+    "companions",
+    "compose",
+    "crt",
+    "docs",
+    "examples",
+    "fuzz",
+    "glib",
+    "include",
+    "mfc",
+    "net",
+    "packaging",
+    "report",
+    "resources",
+    "scripts",
+    "sysinfo",
+    "tests",
+    "tools",
+    "win",
+}
 
 
 # Written for the top of the zip; the package's test follows its links.
@@ -24,8 +46,9 @@ class Documents(runner.Case):
         self.assertEqual(documents.broken_links(REPO, all_documents()), [])
 
     def test_picture_of_the_folders_is_drawn_from_the_sources(self):
-        done = subprocess.run([REPO / "scripts/draw-architecture", "--check"], text=True, capture_output=True,
-                              timeout=60, check=False)
+        done = subprocess.run(
+            [REPO / "scripts/draw-architecture", "--check"], text=True, capture_output=True, timeout=60, check=False
+        )
         self.assertEqual((done.returncode, done.stderr), (0, ""))
 
     def test_files_that_are_named_exist(self):
@@ -40,12 +63,14 @@ class Documents(runner.Case):
         # tests/package/memory_test.py runs it so.
         run = " ".join((REPO / "tests/package/memory_host.cpp").read_text("utf-8").split())
         for document in ("README.md", "packaging/README.md", "docs/host-guide.md"):
-            shown = [block for block in re.findall(r"```cpp\n(.*?)```", (REPO / document).read_text("utf-8"), re.DOTALL)
-                     if "CCrashReport2" in block]
+            shown = [
+                block
+                for block in re.findall(r"```cpp\n(.*?)```", (REPO / document).read_text("utf-8"), re.DOTALL)
+                if "CCrashReport2" in block
+            ]
             self.assertEqual(len(shown), 1, document)
             self.assertIn(" ".join(shown[0].split()), run, document)
 
     def test_readme_leads_to_every_document(self):
         named = set(re.findall(r"\]\(docs/([^)#]+\.md)", (REPO / "README.md").read_text("utf-8")))
         self.assertEqual({path.name for path in (REPO / "docs").glob("*.md")} - named, set())
-

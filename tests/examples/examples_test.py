@@ -38,10 +38,13 @@ class Example(runner.Case):
         process = self.start("threads.exe")
         messages = [self.open_report(count) for count in (1, 2)]
         self.assertEqual(process.wait_family(), 0)
-        self.assertEqual(sorted(process.result().text.splitlines()),
-                         ["divider: failed", "reader: done", "writer: failed"])
-        described = [[code for code in (ACCESS_VIOLATION, DIVISION_BY_ZERO) if code.encode() in codes_in(message)]
-                     for message in messages]
+        self.assertEqual(
+            sorted(process.result().text.splitlines()), ["divider: failed", "reader: done", "writer: failed"]
+        )
+        described = [
+            [code for code in (ACCESS_VIOLATION, DIVISION_BY_ZERO) if code.encode() in codes_in(message)]
+            for message in messages
+        ]
         self.assertEqual(sorted(described), [[ACCESS_VIOLATION], [DIVISION_BY_ZERO]])
 
     def test_minidump_is_attached_and_names_the_fault(self):
@@ -52,7 +55,9 @@ class Example(runner.Case):
         dump = message.attachments[0][1]
         self.assertEqual(dump[:4], b"MDMP")
         count, directory = struct.unpack_from("<II", dump, 8)
-        streams = {kind: place for kind, _, place in struct.iter_unpack("<III", dump[directory:directory + 12 * count])}
+        streams = {
+            kind: place for kind, _, place in struct.iter_unpack("<III", dump[directory : directory + 12 * count])
+        }
         self.assertEqual(struct.unpack_from("<I", dump, streams[6] + 8)[0], 0xC0000094)  # the exception stream's code
 
     def test_host_in_plain_c_reports_its_fault(self):
@@ -63,8 +68,21 @@ class Example(runner.Case):
     def test_host_in_plain_c_built_by_gcc_makes_a_report_without_details(self):
         program = self.artifacts / "c_host_gcc.exe"
         library = self.product("Wendax.dll").parent.parent / "lib" / "Wendax.lib"
-        subprocess.run(["i686-w64-mingw32-gcc-posix", "-Wall", "-Wextra", "-Werror", f"-I{REPO}/include",
-                        REPO / "examples/c-host/c_host.c", library, "-o", program], check=True, timeout=120)
+        subprocess.run(
+            [
+                "i686-w64-mingw32-gcc-posix",
+                "-Wall",
+                "-Wextra",
+                "-Werror",
+                f"-I{REPO}/include",
+                REPO / "examples/c-host/c_host.c",
+                library,
+                "-o",
+                program,
+            ],
+            check=True,
+            timeout=120,
+        )
         self.screen = self.desktop()
         self.host = Host(self, "c_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=self.screen)
         self.host.exe.write_bytes(program.read_bytes())
@@ -80,4 +98,3 @@ class Example(runner.Case):
         self.assertEqual(process.result().text, "not uploaded\n")
         self.assertEqual((self.host.folder / "upload.cfg").read_text(), "quality = high\n")
         self.assertTrue((self.host.temp / "system_info.txt").exists())
-

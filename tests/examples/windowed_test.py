@@ -62,4 +62,3 @@ class Windowed(runner.Case):
             report_dialog.wait(self.screen, 20)
         except Exception as timeout:
             raise AssertionError("no dialog") from timeout
-

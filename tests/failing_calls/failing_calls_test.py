@@ -1,8 +1,8 @@
 """Every call that the DLLs make outside themselves fails once, in whole reports of real faults.
 
 Whatever fails: no crash, no hang, nothing kept, and the user gets what docs/failing-calls.md says. A function that is
-called often fails at the first of its calls and at some of the others; with WENDAX_EVERY_CALL in the environment at each of them, and then
-the document is written anew.
+called often fails at the first of its calls and at some of the others; with WENDAX_EVERY_CALL in the environment at each
+of them, and then the document is written anew.
 """
 
 import os
@@ -31,8 +31,11 @@ NEXT_TOO = " (and so is the next report)"
 
 def listed_calls():
     """{(library, function): the rest of the line} of calls.txt."""
-    lines = (line.split(maxsplit=2) for line in (HERE / "calls.txt").read_text().splitlines()
-             if line and not line.startswith("#"))
+    lines = (
+        line.split(maxsplit=2)
+        for line in (HERE / "calls.txt").read_text().splitlines()
+        if line and not line.startswith("#")
+    )
     return {(library, name): rest for library, name, rest in lines}
 
 
@@ -48,8 +51,9 @@ class TheList(Case):
     def test_has_every_import_of_the_libraries(self):
         imported = set()
         for dll in DLLS:
-            told = subprocess.run(["llvm-readobj-19", "--coff-imports", self.product(dll)], check=True,
-                                  capture_output=True, text=True).stdout
+            told = subprocess.run(
+                ["llvm-readobj-19", "--coff-imports", self.product(dll)], check=True, capture_output=True, text=True
+            ).stdout
             for block in re.findall(r"Import \{(.*?)\n\}", told, re.DOTALL):
                 library = re.search(r"Name: (\S+)", block)[1]
                 imported |= {(library, name) for name in re.findall(r"Symbol: (\S+) ", block)}
@@ -67,8 +71,11 @@ class Failing(Case):
         counts, rounds, _ = host.run({}, 120)
         self.assertEqual([outcome_of(one) for one in rounds], [WHOLE, WHOLE])
         listed = listed_calls()
-        plan = {call: chosen_numbers(call[1], count) for call, count in sorted(counts.items())
-                if " fails " in f" {listed[call]} " or " ends " in f" {listed[call]} "}
+        plan = {
+            call: chosen_numbers(call[1], count)
+            for call, count in sorted(counts.items())
+            if " fails " in f" {listed[call]} " or " ends " in f" {listed[call]} "
+        }
         _, rounds, held = host.run(plan, self.time_limit - 60)
         for what, times in held.items():
             with self.subTest(what):
@@ -89,8 +96,11 @@ class Failing(Case):
                     table[last[0]][last[1] + NEXT_TOO] += 1
                 elif not last:
                     self.assertEqual(outcome, WHOLE)
-        print(f"{len(rounds)} reports, {sum(map(Counter.total, table.values()))} failed calls of "
-              f"{len(table)} functions", file=sys.stderr)
+        print(
+            f"{len(rounds)} reports, {sum(map(Counter.total, table.values()))} failed calls of "
+            f"{len(table)} functions",
+            file=sys.stderr,
+        )
         return table
 
     def compare(self, table, column):
@@ -143,8 +153,9 @@ def read_document():
             library = line[3:]
         elif line.startswith("| `"):
             name, *cells = (cell.strip() for cell in line.strip("|").split(" | "))
-            rows[library, name.strip("`")] = tuple([text for text in cell.split("<br>") if text != "-"]
-                                                   for cell in cells)
+            rows[library, name.strip("`")] = tuple(
+                [text for text in cell.split("<br>") if text != "-"] for cell in cells
+            )
     return rows
 
 
@@ -162,4 +173,3 @@ def write_document(column, table):
             mail, upload = ("<br>".join(cell) or "-" for cell in rows[library, name])
             text += f"| `{name}` | {mail} | {upload} |\n"
     DOCUMENT.write_text(text)
-

@@ -37,8 +37,10 @@ class FailingHost:
         shutil.copy(HERE / "calls.txt", self.host.folder)
         application = shutil.copy(self.host.exe, self.host.folder / "Lumivale.exe")
         self.host.wine.set_registry(
-            r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\App Paths\Lumivale.exe", "",
-            self.host.prefix.to_windows(application))
+            r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\App Paths\Lumivale.exe",
+            "",
+            self.host.prefix.to_windows(application),
+        )
         self.host.wine.set_registry(r"HKEY_LOCAL_MACHINE\Software\Torvex", "CPU instruction set", "SSE2")
         (self.host.folder / "attached.bin").write_bytes(CONTENT)
 
@@ -49,11 +51,18 @@ class FailingHost:
         """plan: {(library, function): numbers}. Returns ({call: count in a whole report}, [Round], {what was
         left: how often})."""
         orders = self.host.folder / "orders.txt"
-        orders.write_text("".join(f"{library} {name} {' '.join(map(str, numbers))}\n"
-                                  for (library, name), numbers in plan.items()))
+        orders.write_text(
+            "".join(f"{library} {name} {' '.join(map(str, numbers))}\n" for (library, name), numbers in plan.items())
+        )
         with open(orders, "rb") as stdin:
-            result = self.host.run("C:\\host\\calls.txt", self.variant, "C:\\host\\attached.bin",
-                                   cwd=self.host.folder, limit=limit, stdin=stdin)
+            result = self.host.run(
+                "C:\\host\\calls.txt",
+                self.variant,
+                "C:\\host\\attached.bin",
+                cwd=self.host.folder,
+                limit=limit,
+                stdin=stdin,
+            )
         return self._read(result)
 
     def _read(self, result):
@@ -67,8 +76,16 @@ class FailingHost:
                 call = words[1], words[2]
             elif words[0] == "round":
                 number = int(words[1])
-                rounds.append(Round(call if number else None, number, words[2] == "failed", words[3],
-                                    *map(int, words[4:9]), " ".join(words[9:])))
+                rounds.append(
+                    Round(
+                        call if number else None,
+                        number,
+                        words[2] == "failed",
+                        words[3],
+                        *map(int, words[4:9]),
+                        " ".join(words[9:]),
+                    )
+                )
             elif words[0] == "held":
                 held[f"{call}: {line}"] += 1
             elif line != "end":

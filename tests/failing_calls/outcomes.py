@@ -10,15 +10,28 @@ _SYSTEM_TEXT = re.compile(
     rb"\nWindows Version:\n(?P<windows>.*?)\n?\nModule Info:(?P<program>.*?)\nCPU Info:(?P<processor>.*?)\n"
     rb"Monitor info:\n(?P<display>.*?)\n\n(?P<browser>(?:Internet Explorer|Cannot extract version number of Int).*?)"
     rb"\n\n(?P<printers>Printers list:.*?\n\nDefault printer: \n.*?)\n\n"
-    rb"(?P<application>Lumivale.*?\nBuild number[^\n]*|Cannot extract version number of Lumivale)", re.DOTALL)
-_FAULT_TEXT = re.compile(rb"Crush Expantion:\n(?P<fault>.*?)(?:\nModules[^\n]*:\n(?P<modules>.*?))?\n\nStack Trace:\n",
-                         re.DOTALL)
+    rb"(?P<application>Lumivale.*?\nBuild number[^\n]*|Cannot extract version number of Lumivale)",
+    re.DOTALL,
+)
+_FAULT_TEXT = re.compile(
+    rb"Crush Expantion:\n(?P<fault>.*?)(?:\nModules[^\n]*:\n(?P<modules>.*?))?\n\nStack Trace:\n", re.DOTALL
+)
 _STACK = re.compile(rb"\nStack Trace:\n(?P<stack>.*?)\n*\Z", re.DOTALL)
-_NAMES = {"windows": "the Windows version", "program": "the program's version", "processor": "the processor",
-          "display": "the display", "browser": "the browser's version", "printers": "the printers",
-          "application": "the host application's version", "fault": "the fault's description",
-          "modules": "the list of modules", "stack": "the whole stack",
-          "screenshot": "the screenshot", "file": "the host's file", "date": "the date"}
+_NAMES = {
+    "windows": "the Windows version",
+    "program": "the program's version",
+    "processor": "the processor",
+    "display": "the display",
+    "browser": "the browser's version",
+    "printers": "the printers",
+    "application": "the host application's version",
+    "fault": "the fault's description",
+    "modules": "the list of modules",
+    "stack": "the whole stack",
+    "screenshot": "the screenshot",
+    "file": "the host's file",
+    "date": "the date",
+}
 
 
 def _normal(text):
@@ -28,8 +41,11 @@ def _normal(text):
 
 
 # From failing_host.rc and failing_host.cpp: texts from outside that look like formats.
-_FOREIGN_TEXTS = (("program", b"Company: 100% Failing %s%n Company\n"), ("application", b"100% Failing %s%n Company\n"),
-                  ("printers", b"\nLaser%s\n"))
+_FOREIGN_TEXTS = (
+    ("program", b"Company: 100% Failing %s%n Company\n"),
+    ("application", b"100% Failing %s%n Company\n"),
+    ("printers", b"\nLaser%s\n"),
+)
 
 
 def _check_whole(facts, expected_to_lack=()):
@@ -50,8 +66,11 @@ def _fault_facts(text):
     found, stack = _FAULT_TEXT.search(text), _STACK.search(text)
     facts = found.groupdict() if found else {}
     # Those of the host and the library; which others of the system are there differs.
-    facts["modules"] = sorted(line for line in (facts.get("modules") or b"").splitlines()
-                              if line.endswith((b"failing_host.exe", b"Wendax.dll", b"KOBRTL.dll", b"ntdll.dll")))
+    facts["modules"] = sorted(
+        line
+        for line in (facts.get("modules") or b"").splitlines()
+        if line.endswith((b"failing_host.exe", b"Wendax.dll", b"KOBRTL.dll", b"ntdll.dll"))
+    )
     # The host's own frames differ; the outermost one is there when none is missing.
     lines = stack["stack"].splitlines() if stack else []
     facts["stack"] = (lines[0], lines[-1]) if len(lines) > 2 else None
@@ -71,8 +90,9 @@ def _mail_facts(message):
 def _without(facts, whole, kind):
     names = dict(_NAMES)
     if not any(facts.get(key) for key in _SYSTEM_TEXT.groupindex):
-        names = {"windows": "the system information"} | {key: name for key, name in names.items()
-                                                        if key not in _SYSTEM_TEXT.groupindex}
+        names = {"windows": "the system information"} | {
+            key: name for key, name in names.items() if key not in _SYSTEM_TEXT.groupindex
+        }
     missing = [name for key, name in names.items() if facts.get(key) != whole.get(key)]
     return f"{kind} without {', '.join(missing)}" if missing else WHOLE
 
@@ -99,8 +119,10 @@ class MailOutcomes:
 
 def _parts(body):
     """{name: content} of the parts with files."""
-    pattern = (rb'content-disposition: form-data; name="(\w+)"; filename="[^"]*"\nContent-type: image/pjpeg\n'
-               rb"Content-Transfer-Encoding: binary\n\n(.*?)\n\n--AaB03x--\n")
+    pattern = (
+        rb'content-disposition: form-data; name="(\w+)"; filename="[^"]*"\nContent-type: image/pjpeg\n'
+        rb"Content-Transfer-Encoding: binary\n\n(.*?)\n\n--AaB03x--\n"
+    )
     return dict(re.findall(pattern, body, re.DOTALL))
 
 

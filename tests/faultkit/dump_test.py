@@ -16,11 +16,11 @@ class Minidump:
         signature, _, count, directory = struct.unpack_from("<4sIII", content)
         assert signature == b"MDMP", signature
         entries = [struct.unpack_from("<III", content, directory + 12 * at) for at in range(count)]
-        self.streams = {kind: content[offset:offset + size] for kind, size, offset in entries}
+        self.streams = {kind: content[offset : offset + size] for kind, size, offset in entries}
 
     def part(self, stream, at):
         size, offset = struct.unpack_from("<II", self.streams[stream], at)
-        return self.content[offset:offset + size]
+        return self.content[offset : offset + size]
 
     @property
     def exception(self):
@@ -106,4 +106,3 @@ class Dump(DescribingCase):
     def test_without_pointers_there_is_a_dump_without_a_fault(self):
         _, path = self.dump("write", args=["--pointers", "null"])
         self.assertNotIn(EXCEPTION, Minidump(path.read_bytes()).streams)
-

@@ -6,8 +6,10 @@ import subprocess
 from testing import runner
 from describing import DescribingCase, source_line
 
-READ, WRITTEN, EXECUTED = (f"EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 00000000 could not be {how} (a null pointer)"
-                           for how in ("read", "written", "executed"))
+READ, WRITTEN, EXECUTED = (
+    f"EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 00000000 could not be {how} (a null pointer)"
+    for how in ("read", "written", "executed")
+)
 BY_ZERO = "EXCEPTION_INT_DIVIDE_BY_ZERO (C0000094): an integer was divided by zero"
 OVERFLOW = "EXCEPTION_INT_OVERFLOW (C0000095): an integer result was too large"
 
@@ -16,14 +18,27 @@ FAULTS = {
     "read": (READ, "read_null", "sink = *"),
     "write": (WRITTEN, "write_null", "= 1;"),
     "divide": (BY_ZERO, "divide_by_zero", "sink = 7 / zero;"),
-    "overflow-trap": (OVERFLOW, "overflow_trap", ""),  # Wine names the instruction behind the trap, so no line is expected
-    "illegal": ("EXCEPTION_ILLEGAL_INSTRUCTION (C000001D): the processor does not know the instruction",
-                "illegal_instruction", "ud2"),
-    "privileged": ("EXCEPTION_PRIV_INSTRUCTION (C0000096): the instruction is reserved to the operating system",
-                   "privileged_instruction", "hlt"),
+    "overflow-trap": (
+        OVERFLOW,
+        "overflow_trap",
+        "",
+    ),  # Wine names the instruction behind the trap, so no line is expected
+    "illegal": (
+        "EXCEPTION_ILLEGAL_INSTRUCTION (C000001D): the processor does not know the instruction",
+        "illegal_instruction",
+        "ud2",
+    ),
+    "privileged": (
+        "EXCEPTION_PRIV_INSTRUCTION (C0000096): the instruction is reserved to the operating system",
+        "privileged_instruction",
+        "hlt",
+    ),
     "breakpoint": ("EXCEPTION_BREAKPOINT (80000003): a breakpoint was reached", "breakpoint", "int3"),
-    "float": ("EXCEPTION_FLT_DIVIDE_BY_ZERO (C000008E): a floating point number was divided by zero", "divide_float",
-              "fdivrp"),
+    "float": (
+        "EXCEPTION_FLT_DIVIDE_BY_ZERO (C000008E): a floating point number was divided by zero",
+        "divide_float",
+        "fdivrp",
+    ),
     "nested": (WRITTEN, "write_null", "= 1;"),
 }
 
@@ -48,8 +63,11 @@ class Reason(DescribingCase):
 
     def test_executing_data_names_the_address_and_what_is_there(self):
         description = self.describe_one("execute")
-        self.assertRegex(description.reason[0], r"^EXCEPTION_ACCESS_VIOLATION \(C0000005\): memory at ([0-9A-F]{8}) could not "
-                                                r"be executed \((read-only memory of a module|memory that is there now)\)$")
+        self.assertRegex(
+            description.reason[0],
+            r"^EXCEPTION_ACCESS_VIOLATION \(C0000005\): memory at ([0-9A-F]{8}) could not "
+            r"be executed \((read-only memory of a module|memory that is there now)\)$",
+        )
         self.assertRegex(description.reason[1], r"^Instruction: [0-9A-F]{8} describe_host\.exe\+")
 
     def test_call_through_a_null_pointer_is_an_execution_at_null(self):
@@ -67,7 +85,7 @@ class Reason(DescribingCase):
         self.assertEqual(set(description.functions[:90]), {"recurse"})
         self.assertRegex("\n".join(description.stack), r"\n\.\.\. \d+ more frames\n")
         below = description.functions[::-1]
-        self.assertEqual(below[:below.index("recurse")][::-1][:2], ["overflow_stack", "commit_fault"])
+        self.assertEqual(below[: below.index("recurse")][::-1][:2], ["overflow_stack", "commit_fault"])
 
     def test_exception_of_the_programs_own_shows_its_parameters(self):
         description = self.describe_one("software")
@@ -95,7 +113,9 @@ class Reason(DescribingCase):
 
     def test_float_fault_shows_the_float_registers_and_the_failed_instruction(self):
         text = "\n".join(self.describe_one("float").reason)
-        self.assertRegex(text, r"\nx87 control [0-9A-F]{4}, status [0-9A-F]{4}, instruction [0-9A-F]{8} describe_host\.exe\+")
+        self.assertRegex(
+            text, r"\nx87 control [0-9A-F]{4}, status [0-9A-F]{4}, instruction [0-9A-F]{8} describe_host\.exe\+"
+        )
         self.assertRegex(text, r"\nMXCSR [0-9A-F]{8}")
 
     def test_reason_fits_into_its_share_of_a_report(self):
@@ -108,8 +128,12 @@ class Modules(DescribingCase):
 
     def headers(self, name):
         path = self.product(name)
-        text = subprocess.run(["llvm-readobj-19", "--file-headers", "--coff-debug-directory", path], capture_output=True,
-                              text=True, check=True).stdout
+        text = subprocess.run(
+            ["llvm-readobj-19", "--file-headers", "--coff-debug-directory", path],
+            capture_output=True,
+            text=True,
+            check=True,
+        ).stdout
         stamp = re.search(r"TimeDateStamp: .*\(0x([0-9A-F]+)\)", text)[1]
         size = re.search(r"SizeOfImage: (\d+)", text)[1]
         guid = re.search(r"PDBGUID: \{([0-9A-F-]+)\}", text)[1].replace("-", "")
@@ -138,4 +162,3 @@ class Modules(DescribingCase):
         _, size, stamp, version, key = listed["fault_guest.dll [unloaded]"]
         self.assertEqual((size, stamp), self.headers("fault_guest.dll")[:2])
         self.assertEqual((version, key), ("-", "-"))
-

@@ -32,8 +32,9 @@ class Report(runner.Case):
             shutil.copy(self.product(name), pdbs)
         source = (REPO / "tests" / "hosts" / "faults.cpp").read_text("utf-8").splitlines()
         for message, piece in zip(self.report("write", "divide"), ("= 1;", "sink = 7 / zero;")):
-            done = subprocess.run([sys.executable, TOOL, message.path, pdbs], capture_output=True, text=True, timeout=200,
-                                  check=False)
+            done = subprocess.run(
+                [sys.executable, TOOL, message.path, pdbs], capture_output=True, text=True, timeout=200, check=False
+            )
             self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
             first = done.stdout.partition("\nStack trace:\n")[2].splitlines()[0]
             line = re.search(r"faults\.cpp:(\d+)\)", first)[1]
@@ -43,8 +44,10 @@ class Report(runner.Case):
     def test_report_holds_the_whole_description(self):
         (message,) = self.report("nested")
         body = message.body.decode("windows-1251")
-        description = body[body.index("Crush Expantion:\n"):]
-        self.assertTrue(description.startswith("Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): "), description)
+        description = body[body.index("Crush Expantion:\n") :]
+        self.assertTrue(
+            description.startswith("Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): "), description
+        )
         # Reason and stack are parted by one empty line, and the last frame, the thread's start, is there.
         self.assertRegex(description, r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n")
         self.assertRegex(description, r"\n[0-9A-F]{8} ntdll\.dll\+[^\n]+\n")
@@ -58,4 +61,3 @@ class Report(runner.Case):
         self.assertNotIn("faultkit.dll was not found", body)
         self.assertIn("Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): ", body)
         self.assertRegex(body, r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n")
-

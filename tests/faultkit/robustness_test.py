@@ -11,7 +11,9 @@ OWN_DEBUG_LIBRARY = {"WINEDLLOVERRIDES": "winemenubuilder.exe=d;mscoree,mshtml=;
 
 def addresses(description):
     """(address, module, offset) of each frame, inlined ones left out: they need symbols."""
-    return [(frame["address"], frame["module"], frame["offset"]) for frame in description.frames if not frame["inlined"]]
+    return [
+        (frame["address"], frame["module"], frame["offset"]) for frame in description.frames if not frame["inlined"]
+    ]
 
 
 class WithoutDebugLibrary(DescribingCase):
@@ -45,16 +47,19 @@ class WithFaultingDebugLibrary(BadLibraryCase):
     """A debugging library that faults in one of its functions."""
 
     def describe_with(self, function):
-        return self.describe_one("mixed", env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": function},
-                                 wine=self.wine_with_bad_library())
+        return self.describe_one(
+            "mixed", env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": function}, wine=self.wine_with_bad_library()
+        )
 
     def test_fault_of_the_library_is_swallowed_and_named(self):
         wanted = addresses(self.describe_one("mixed"))
         for function in ("SymInitialize", "SymLoadModuleEx", "SymFromAddr", "StackWalk64", "SymCleanup"):
             with self.subTest(function):
                 description = self.describe_with(function)
-                note = (r"^\(symbols are incomplete: dbghelp\.dll met a fault, which was swallowed: C0000005 at [0-9A-F]{8}"
-                        r"( dbghelp\.dll\+[0-9A-F]{8})?\)$")
+                note = (
+                    r"^\(symbols are incomplete: dbghelp\.dll met a fault, which was swallowed: C0000005 at [0-9A-F]{8}"
+                    r"( dbghelp\.dll\+[0-9A-F]{8})?\)$"
+                )
                 self.assertRegex(description.stack[-1], note)
                 self.assertRegex(description.reason[-1], note)
                 self.assertEqual(addresses(description), wanted)
@@ -64,17 +69,28 @@ class WithFaultingDebugLibrary(BadLibraryCase):
         wanted = addresses(self.describe_one("mixed"))
         for function in ("SymInitialize", "SymFromAddr", "StackWalk64"):
             with self.subTest(function):
-                description = self.describe_one("mixed", env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": "throw " + function},
-                                                wine=self.wine_with_bad_library())
-                self.assertRegex(description.stack[-1], r"^\(symbols are incomplete: dbghelp\.dll met a fault, .*E06D7363")
+                description = self.describe_one(
+                    "mixed",
+                    env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": "throw " + function},
+                    wine=self.wine_with_bad_library(),
+                )
+                self.assertRegex(
+                    description.stack[-1], r"^\(symbols are incomplete: dbghelp\.dll met a fault, .*E06D7363"
+                )
                 self.assertEqual(addresses(description), wanted)
 
     def test_dump_in_which_the_library_faults_or_throws_is_refused_and_leaves_no_file(self):
         for where in ("MiniDumpWriteDump", "throw MiniDumpWriteDump"):
             with self.subTest(where):
                 folder = self.folder(*self.FILES)
-                description = self.describe_one("--dump", "fault.dmp", "write", folder=folder, wine=self.wine_with_bad_library(),
-                                                env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": where})
+                description = self.describe_one(
+                    "--dump",
+                    "fault.dmp",
+                    "write",
+                    folder=folder,
+                    wine=self.wine_with_bad_library(),
+                    env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": where},
+                )
                 self.assertEqual(sorted(file.name for file in folder.iterdir()), sorted(self.FILES))
                 self.assertEqual(description.after, ["--- dump 0 error 998"])  # ERROR_NOACCESS
 
@@ -88,8 +104,11 @@ class WithFaultingDebugLibrary(BadLibraryCase):
             with self.subTest(fault):
                 wanted = addresses(self.describe_one(fault, pdbs=False))
                 self.assertGreater(len(wanted), 6)
-                got = self.describe_one(fault, wine=self.wine_with_bad_library(),
-                                        env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": "frame-pointers"})
+                got = self.describe_one(
+                    fault,
+                    wine=self.wine_with_bad_library(),
+                    env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": "frame-pointers"},
+                )
                 self.assertEqual(addresses(got), wanted)
 
 
@@ -160,4 +179,3 @@ class Threads(DescribingCase):
         folder = self.folder(*self.FILES)
         done = self.wine().run(folder / "describe_host.exe", "--threads", "4", "write", "divide", cwd=folder)
         self.assertEqual((done.returncode, done.text), (0, "thread ends\n" * 4))
-

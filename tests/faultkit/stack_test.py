@@ -11,13 +11,18 @@ BELOW = ["commit_stack_fault", "commit", "run_faults", "main", "mainCRTStartup"]
 class Stack(DescribingCase):
     def own(self, description):
         """The functions in modules of the test, outermost last."""
-        return [short(frame["function"]) for frame in description.frames
-                if frame["module"] in ("describe_host.exe", "fault_guest.dll")]
+        return [
+            short(frame["function"])
+            for frame in description.frames
+            if frame["module"] in ("describe_host.exe", "fault_guest.dll")
+        ]
 
     def test_calls_of_every_kind_are_followed_through_code_without_frame_pointers(self):
         description = self.describe_one("mixed")
-        self.assertEqual(self.own(description), ["write_to_null", "inlined_step", "draw", "on_locale", "standard_step",
-                                                 "fast_step", "mixed_calls", *BELOW])
+        self.assertEqual(
+            self.own(description),
+            ["write_to_null", "inlined_step", "draw", "on_locale", "standard_step", "fast_step", "mixed_calls", *BELOW],
+        )
         system = description.frames[4]
         self.assertEqual(system["module"], "kernelbase.dll")
         # A Wine whose libraries are stripped knows no names in them.
@@ -61,7 +66,7 @@ class Stack(DescribingCase):
         left_out = re.fullmatch(r"\.\.\. (\d+) more frames", description.stack[gap[0]])[1]
         own = self.own(description)
         self.assertEqual(own[0], "write_to_null")
-        self.assertEqual(own[-len(BELOW) - 1:], ["deep", *BELOW])
+        self.assertEqual(own[-len(BELOW) - 1 :], ["deep", *BELOW])
         self.assertEqual(own.count("descend") + int(left_out), 100001)
         self.assertEqual(gap[0], 96)
         self.assertLess(sum(len(line) + 1 for line in description.stack), 14 * 1024)
@@ -88,8 +93,10 @@ class Stack(DescribingCase):
 
     def test_fault_in_a_loaded_library_names_it(self):
         description = self.describe_one("guest")
-        self.assertEqual([frame["module"] for frame in description.frames[:3]],
-                         ["fault_guest.dll", "fault_guest.dll", "describe_host.exe"])
+        self.assertEqual(
+            [frame["module"] for frame in description.frames[:3]],
+            ["fault_guest.dll", "fault_guest.dll", "describe_host.exe"],
+        )
         self.assertEqual(self.own(description)[:3], ["fault_inside", "guest_fault", "in_guest"])
 
     def test_fault_in_an_unloaded_library_names_it(self):
@@ -100,8 +107,9 @@ class Stack(DescribingCase):
     def test_walk_passes_through_an_unloaded_library(self):
         description = self.describe_one("below-unloaded")
         self.assertTrue(description.frames[2]["gone"])
-        self.assertEqual(self.own(description),
-                         ["write_to_null", "unload_and_fault", "?", "below_unloaded_guest", *BELOW])
+        self.assertEqual(
+            self.own(description), ["write_to_null", "unload_and_fault", "?", "below_unloaded_guest", *BELOW]
+        )
 
     def test_nearly_used_up_stack_is_walked_with_symbols(self):
         description = self.describe_one("--thread", "little-stack")
@@ -128,10 +136,13 @@ class RandomDescents(DescribingCase):
             with self.subTest(description.fault):
                 truth = description.truth
                 self.assertGreater(len(truth), 10)
-                found = [frame["address"] for frame in description.frames
-                         if frame["module"] == "describe_host.exe" and not frame["inlined"]]
+                found = [
+                    frame["address"]
+                    for frame in description.frames
+                    if frame["module"] == "describe_host.exe" and not frame["inlined"]
+                ]
                 # The faulting instruction comes first; behind the truth are the frames that commit the fault.
-                self.assertEqual(found[1:len(truth) + 1], truth)
+                self.assertEqual(found[1 : len(truth) + 1], truth)
 
     def test_release_host_without_pdbs_gives_every_frame_and_no_other(self):
         self.check(pdbs=False)
@@ -147,8 +158,14 @@ class Options(DescribingCase):
     def test_each_bit_switches_its_piece_on(self):
         address, module = r"[0-9A-F]{8}", r"describe_host\.exe\+[0-9A-F]{8}"
         function, line = r"`anonymous namespace'::write_null\+0x[0-9A-F]+", r"\([^()]+faults\.cpp:\d+\)"
-        for bits, pattern in {0: address, 1: module, 3: f"{module} {function}", 5: f"{module} {line}", 8: address,
-                              9: f"{address} {module}", 15: f"{address} {module} {function} {line}"}.items():
+        for bits, pattern in {
+            0: address,
+            1: module,
+            3: f"{module} {function}",
+            5: f"{module} {line}",
+            8: address,
+            9: f"{address} {module}",
+            15: f"{address} {module} {function} {line}",
+        }.items():
             with self.subTest(bits):
                 self.assertRegex(self.first_line(bits), f"^{pattern}$")
-

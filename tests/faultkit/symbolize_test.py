@@ -25,16 +25,25 @@ OWN = ("describe_host.exe", "fault_guest.dll")
 def places(lines):
     """What the lines say about frames in the test's own modules: (offset, function, file, line, inlined)."""
     matches = [match for match in map(FRAME.fullmatch, lines) if match and match["module"] in OWN]
-    return [(match["module"], match["offset"], short(match["function"]),
-             pathlib.PurePosixPath((match["file"] or "").replace("\\", "/")).name, match["line"], bool(match["inlined"]))
-            for match in matches]
+    return [
+        (
+            match["module"],
+            match["offset"],
+            short(match["function"]),
+            pathlib.PurePosixPath((match["file"] or "").replace("\\", "/")).name,
+            match["line"],
+            bool(match["inlined"]),
+        )
+        for match in matches
+    ]
 
 
 class SymbolizeCase(DescribingCase):
     def resolve(self, path, *folders):
         """(exit code, lines of the trace, whole output) of the tool."""
-        done = subprocess.run([sys.executable, TOOL, path, *folders], capture_output=True, text=True, timeout=200,
-                              check=False)
+        done = subprocess.run(
+            [sys.executable, TOOL, path, *folders], capture_output=True, text=True, timeout=200, check=False
+        )
         trace = done.stdout.partition("\nStack trace:\n")[2].partition("\n\n")[0].splitlines()
         return done.returncode, trace, done.stdout + done.stderr
 
@@ -47,8 +56,19 @@ class SymbolizeCase(DescribingCase):
 class ReleaseHost(SymbolizeCase):
     """The same fault in the same program, once with PDBs beside it and once without."""
 
-    KINDS = ("write", "nested", "mixed", "guest", "shallow", "bad-frame-pointer", "smashed", "call-null", "float",
-             "little-stack", "deep")
+    KINDS = (
+        "write",
+        "nested",
+        "mixed",
+        "guest",
+        "shallow",
+        "bad-frame-pointer",
+        "smashed",
+        "call-null",
+        "float",
+        "little-stack",
+        "deep",
+    )
 
     def test_resolved_report_has_the_lines_that_the_pdbs_gave_directly(self):
         pdb_folder = self.folder(*self.PDBS)
@@ -56,7 +76,9 @@ class ReleaseHost(SymbolizeCase):
             with self.subTest(kind):
                 direct = self.describe_one(kind)
                 released = self.describe_one(kind, pdbs=False)
-                self.assertEqual({short(frame["function"]) for frame in released.frames if frame["module"] in OWN}, {"?"})
+                self.assertEqual(
+                    {short(frame["function"]) for frame in released.frames if frame["module"] in OWN}, {"?"}
+                )
                 code, trace, output = self.resolve(self.saved(released.text), pdb_folder)
                 self.assertEqual(code, 0, output)
                 wanted = places(direct.stack)
@@ -67,7 +89,9 @@ class ReleaseHost(SymbolizeCase):
         released = self.saved(self.describe_one("below-unloaded", pdbs=False).text)
         code, trace, output = self.resolve(released, self.folder(*self.PDBS))
         self.assertEqual(code, 0)
-        self.assertRegex("\n".join(trace), r"fault_guest\.dll\+[0-9A-F]{8} guest_call \([^()]*guest\.cpp:\d+\) \[unloaded\]")
+        self.assertRegex(
+            "\n".join(trace), r"fault_guest\.dll\+[0-9A-F]{8} guest_call \([^()]*guest\.cpp:\d+\) \[unloaded\]"
+        )
         self.assertIn("fault_guest.dll: unloaded before the report;", output)
         # With its file at hand the module is identified by more than its name.
         code, _, output = self.resolve(released, self.folder(*self.PDBS, *self.FILES))
@@ -80,8 +104,11 @@ class ReleaseHost(SymbolizeCase):
 
     def test_real_report_from_its_mail(self):
         message = email.message.EmailMessage()
-        message.set_content(f"Hello,\n\nsomething broke.\n\n{self.describe_one('guest', pdbs=False).text}",
-                            charset="windows-1251", cte="8bit")
+        message.set_content(
+            f"Hello,\n\nsomething broke.\n\n{self.describe_one('guest', pdbs=False).text}",
+            charset="windows-1251",
+            cte="8bit",
+        )
         message.add_attachment(b"x" * 100, maintype="application", subtype="octet-stream", filename="a.bin")
         path = self.folder() / "report.eml"
         path.write_bytes(message.as_bytes())
@@ -106,8 +133,10 @@ class WrongPdbs(SymbolizeCase):
         released = self.describe_one("guest", pdbs=False)
         code, trace, output = self.resolve(self.saved(released.text), folder)
         self.assertEqual(code, 1)
-        self.assertRegex(output, r"describe_host\.exe: describe_host\.pdb does not match: wanted [0-9A-F]{33}, but \S+ is "
-                                 r"[0-9A-F]{33}")
+        self.assertRegex(
+            output,
+            r"describe_host\.exe: describe_host\.pdb does not match: wanted [0-9A-F]{33}, but \S+ is " r"[0-9A-F]{33}",
+        )
         self.assertEqual(trace[2], released.stack[2])
 
     def test_pdb_is_found_by_its_identity_under_any_name(self):
@@ -121,8 +150,11 @@ class WrongPdbs(SymbolizeCase):
     def test_damaged_and_foreign_pdbs_are_named_not_tripped_over(self):
         released = self.saved(self.describe_one("guest", pdbs=False).text)
         whole = self.product("fault_guest.pdb").read_bytes()
-        for words, content in {"no PDB": b"something else", "a damaged PDB": whole[:300],
-                               "old format": b"Microsoft C/C++ program database 2.00\r\n\x1aJG\0\0" + bytes(100)}.items():
+        for words, content in {
+            "no PDB": b"something else",
+            "a damaged PDB": whole[:300],
+            "old format": b"Microsoft C/C++ program database 2.00\r\n\x1aJG\0\0" + bytes(100),
+        }.items():
             with self.subTest(words):
                 folder = self.folder("describe_host.pdb")
                 (folder / "fault_guest.pdb").write_bytes(content)
@@ -135,8 +167,10 @@ class WrongPdbs(SymbolizeCase):
         self.assertIn("ntdll.dll: names no PDB", output)
 
     def test_input_without_a_fault_is_refused_in_words(self):
-        for text, words in {"nothing": "no report with a stack trace",
-                            "x\nfaultkit.dll was not found\n": "faultkit.dll was not found beside the program"}.items():
+        for text, words in {
+            "nothing": "no report with a stack trace",
+            "x\nfaultkit.dll was not found\n": "faultkit.dll was not found beside the program",
+        }.items():
             with self.subTest(words):
                 code, _, output = self.resolve(self.saved(text), self.folder())
                 self.assertEqual(code, 2)
@@ -151,8 +185,12 @@ class Identity(runner.Case):
 
     def test_key_of_a_pdb_is_the_one_in_its_module(self):
         for name in ("describe_host", "fault_guest", "faultkit"):
-            told = subprocess.run(["llvm-pdbutil-19", "dump", "--summary", self.product(name + ".pdb")],
-                                  capture_output=True, text=True, check=True).stdout
+            told = subprocess.run(
+                ["llvm-pdbutil-19", "dump", "--summary", self.product(name + ".pdb")],
+                capture_output=True,
+                text=True,
+                check=True,
+            ).stdout
             guid = re.search(r"GUID: \{([0-9A-F-]+)\}", told)[1].replace("-", "")
             age = int(re.search(r"Age: (\d+)", told)[1])
             self.assertEqual(pdbs.read_key(self.product(name + ".pdb")), f"{guid}{age:X}")
@@ -183,8 +221,9 @@ class Identity(runner.Case):
     def test_stand_in_carries_the_identity_it_was_given(self):
         path = self.artifacts / "stand-in.exe"
         path.write_bytes(images.stand_in("/some/where.pdb", "00112233445566778899AABBCCDDEEFF1A"))
-        told = subprocess.run(["llvm-readobj-19", "--coff-debug-directory", path], capture_output=True, text=True,
-                              check=True).stdout
+        told = subprocess.run(
+            ["llvm-readobj-19", "--coff-debug-directory", path], capture_output=True, text=True, check=True
+        ).stdout
         self.assertIn("PDBGUID: {00112233-4455-6677-8899-AABBCCDDEEFF}", told)
         self.assertIn("PDBAge: 26", told)
         self.assertIn("PDBFileName: /some/where.pdb", told)
@@ -192,25 +231,33 @@ class Identity(runner.Case):
 
 class ReportText(runner.Case):
     def parse(self, *stack, modules=()):
-        return report.parse("\n".join(["Crush Expantion:", "words", "Modules (base, size):", *modules, "", "Stack Trace:",
-                                       *stack, ""]))
+        return report.parse(
+            "\n".join(["Crush Expantion:", "words", "Modules (base, size):", *modules, "", "Stack Trace:", *stack, ""])
+        )
 
     def test_module_names_may_hold_blanks_and_plus_signs(self):
-        fault = self.parse("00401234 my + host.exe+00001234 f+0x1 (a b.cpp:3)",
-                           modules=["00400000 00001000 5F000000 1.2.3.4 0123456789ABCDEF0123456789ABCDEF1 my + host.exe"])
+        fault = self.parse(
+            "00401234 my + host.exe+00001234 f+0x1 (a b.cpp:3)",
+            modules=["00400000 00001000 5F000000 1.2.3.4 0123456789ABCDEF0123456789ABCDEF1 my + host.exe"],
+        )
         (frame,) = fault.trace
         self.assertEqual((frame.module, frame.offset), ("my + host.exe", 0x1234))
         self.assertEqual(fault.module(frame).pdb, "my + host.pdb")
 
     def test_other_name_of_the_pdb_is_taken_from_the_list(self):
-        fault = self.parse("00401234 host.exe+00001234",
-                           modules=["00400000 00001000 5F000000 - 0123456789ABCDEF0123456789ABCDEF1 host.exe | other.pdb"])
+        fault = self.parse(
+            "00401234 host.exe+00001234",
+            modules=["00400000 00001000 5F000000 - 0123456789ABCDEF0123456789ABCDEF1 host.exe | other.pdb"],
+        )
         self.assertEqual(fault.modules[0].pdb, "other.pdb")
         self.assertEqual(fault.modules[0].name, "host.exe")
 
     def test_only_the_first_frame_is_exact(self):
-        fault = self.parse("00401234 host.exe+00001234 inner (a.cpp:3) [inlined]", "00401234 host.exe+00001234 f+0x1",
-                           "00401334 host.exe+00001334 g+0x1")
+        fault = self.parse(
+            "00401234 host.exe+00001234 inner (a.cpp:3) [inlined]",
+            "00401234 host.exe+00001234 f+0x1",
+            "00401334 host.exe+00001334 g+0x1",
+        )
         self.assertEqual([frame.exact for frame in fault.trace], [True, True, False])
 
     def test_fault_outside_every_module_leaves_no_frame_exact(self):
@@ -229,4 +276,3 @@ class ReportText(runner.Case):
     def test_module_list_that_was_cut_is_told(self):
         fault = self.parse("00401234 host.exe+00001234")
         self.assertIsNone(fault.module(fault.trace[0]))
-

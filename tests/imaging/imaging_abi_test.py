@@ -6,14 +6,67 @@ import subprocess
 
 from testing.runner import Case
 
-STREAM = ["_G", "OpenWide", "Open", "Seek", "IsEndOfData", "IsEmpty", "HasError", "Tell", "SetPosition", "Size",
-          "ModificationTime", "SetSize", "ReadByte", "ReadWord", "ReadDword", "ReadQword", "Read", "ReadLine",
-          "WriteByte", "WriteWord", "WriteDword", "WriteQword", "Write", "WriteString", "WriteFormat", "Flush",
-          "Close"]
-FILM = ["_G", "AppendDamaged", "Append", "LoadDamaged", "Load", "LoadDamagedPage", "LoadPage", "AppendAs", "LoadAs",
-        "LoadPageAs", "AppendMemory", "LoadMemory", "LoadMemoryPage", "LoadResource", "FileInfo", "FileInfoAs",
-        "MemoryInfo", "SaveWith", "SaveSafely", "Save", "SaveMemory", "SetTitle", "Clone", "Reset", "RemovePage",
-        "SourceFormat", "PageWidth", "PageHeight", "PageDepth", "PageLayers"]
+STREAM = [
+    "_G",
+    "OpenWide",
+    "Open",
+    "Seek",
+    "IsEndOfData",
+    "IsEmpty",
+    "HasError",
+    "Tell",
+    "SetPosition",
+    "Size",
+    "ModificationTime",
+    "SetSize",
+    "ReadByte",
+    "ReadWord",
+    "ReadDword",
+    "ReadQword",
+    "Read",
+    "ReadLine",
+    "WriteByte",
+    "WriteWord",
+    "WriteDword",
+    "WriteQword",
+    "Write",
+    "WriteString",
+    "WriteFormat",
+    "Flush",
+    "Close",
+]
+FILM = [
+    "_G",
+    "AppendDamaged",
+    "Append",
+    "LoadDamaged",
+    "Load",
+    "LoadDamagedPage",
+    "LoadPage",
+    "AppendAs",
+    "LoadAs",
+    "LoadPageAs",
+    "AppendMemory",
+    "LoadMemory",
+    "LoadMemoryPage",
+    "LoadResource",
+    "FileInfo",
+    "FileInfoAs",
+    "MemoryInfo",
+    "SaveWith",
+    "SaveSafely",
+    "Save",
+    "SaveMemory",
+    "SetTitle",
+    "Clone",
+    "Reset",
+    "RemovePage",
+    "SourceFormat",
+    "PageWidth",
+    "PageHeight",
+    "PageDepth",
+    "PageLayers",
+]
 TABLES = {
     "VMemStream@@": STREAM,
     "VStdioFileStream@@": STREAM,
@@ -61,9 +114,13 @@ class TheTables(Case):
     def test_hold_their_operations_in_the_fixed_order(self):
         objects = self.product("imaging_host.exe").parent.parent / "glib" / "CMakeFiles" / "glib.dir"
         found = {}
-        for path in objects.glob("*.obj"):  # they hold code for the linker to optimise, in which tables still have names
+        for path in objects.glob(
+            "*.obj"
+        ):  # they hold code for the linker to optimise, in which tables still have names
             code = subprocess.run(["llvm-dis-19", "-o", "-", path], check=True, capture_output=True, text=True).stdout
-            for name, slots in re.findall(r'^@"\?\?_7(\S+)6B@" = .*? \{ \[\d+ x ptr\] \[(ptr @[^]]*)\]', code, re.MULTILINE):
+            for name, slots in re.findall(
+                r'^@"\?\?_7(\S+)6B@" = .*? \{ \[\d+ x ptr\] \[(ptr @[^]]*)\]', code, re.MULTILINE
+            ):
                 found[name] = re.findall(r'ptr @"?([^",]+)', slots)
         for table, operations in TABLES.items():
             with self.subTest(table=table):
@@ -84,4 +141,3 @@ class TheTables(Case):
     def test_index_errors_are_the_containers_own(self):
         result = self.wine().run(self.product("imaging_host.exe"), "index-error", check=True)
         self.assertEqual(result.text, "index: 7\nsize: 0\ndocuments: 0\n")
-

@@ -13,7 +13,9 @@ class Modules(Case):
         if directory is not None:
             env["IMAGING_DIRECTORY"] = directory
         result = self.wine().run(self.product("imaging_host.exe"), *args, env=env, cwd=cwd, check=True)
-        return dict(line.split(": ", 1) if ": " in line else (line.rstrip(":"), "") for line in result.text.splitlines())
+        return dict(
+            line.split(": ", 1) if ": " in line else (line.rstrip(":"), "") for line in result.text.splitlines()
+        )
 
     def test_a_module_of_another_maker_is_found_by_its_directory(self):
         wine = self.wine()
@@ -38,12 +40,25 @@ class Modules(Case):
         self.assertEqual(self.facts("resource", "MISSING", modules="xbm"), {"load": "MISS", "pages": "0"})
 
     def test_a_fault_in_a_module_is_a_result(self):
-        self.assertEqual(self.facts("module-faults"), {
-            "load": "CFLT", "detect": "CFLT", "thumbnail": "CFLT", "thumbnail again": "CFLT", "save": "CFLT",
-            "formats of one that can't be asked": "0"})
+        self.assertEqual(
+            self.facts("module-faults"),
+            {
+                "load": "CFLT",
+                "detect": "CFLT",
+                "thumbnail": "CFLT",
+                "thumbnail again": "CFLT",
+                "save": "CFLT",
+                "formats of one that can't be asked": "0",
+            },
+        )
 
     def test_a_fault_in_the_start_of_gdiplus_is_swallowed(self):
-        self.assertEqual(self.facts("gdiplus-fault"), {
-            "running after the fault": "0", "documents": "1", "running after the next try": "1",
-            "running in the end": "0"})
-
+        self.assertEqual(
+            self.facts("gdiplus-fault"),
+            {
+                "running after the fault": "0",
+                "documents": "1",
+                "running after the next try": "1",
+                "running in the end": "0",
+            },
+        )

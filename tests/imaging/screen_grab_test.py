@@ -10,7 +10,10 @@ from testing.picture import described
 
 SIDE = 512
 CORNERS = {  # of the picture that is put on the display, as red, green, blue
-    (0, 0): (220, 30, 30), (1, 0): (30, 200, 30), (0, 1): (40, 40, 230), (1, 1): (240, 240, 30),
+    (0, 0): (220, 30, 30),
+    (1, 0): (30, 200, 30),
+    (0, 1): (40, 40, 230),
+    (1, 1): (240, 240, 30),
 }
 
 
@@ -24,7 +27,7 @@ class Recording:
 
     def pixel(self, x, y):
         at = ((self.height - 1 - y) * self.width + x) * 3
-        blue, green, red = self.pixels[at:at + 3]
+        blue, green, red = self.pixels[at : at + 3]
         return red, green, blue
 
 
@@ -34,11 +37,28 @@ class Screenshot(Case):
         picture = self.artifacts / "corners.png"
         half = f"{desktop.width // 2}x{desktop.height // 2}"
         tile = [["-size", half, "xc:rgb(%d,%d,%d)" % CORNERS[x, y]] for y in (0, 1) for x in (0, 1)]
-        subprocess.run(["convert", "(", *tile[0], *tile[1], "+append", ")", "(", *tile[2], *tile[3], "+append", ")",
-                        "-append", picture], check=True)
+        subprocess.run(
+            [
+                "convert",
+                "(",
+                *tile[0],
+                *tile[1],
+                "+append",
+                ")",
+                "(",
+                *tile[2],
+                *tile[3],
+                "+append",
+                ")",
+                "-append",
+                picture,
+            ],
+            check=True,
+        )
         # It ends with 1 even when it has done its work; what the tests see of the picture tells.
-        subprocess.run(["display", "-window", "root", picture], check=False, env={**os.environ, **desktop.env},
-                       timeout=60)
+        subprocess.run(
+            ["display", "-window", "root", picture], check=False, env={**os.environ, **desktop.env}, timeout=60
+        )
 
     def take(self, wine, *args, **env):
         env = {"IMAGING_MODULES": "jpg_recorder", **env}
@@ -64,9 +84,10 @@ class Screenshot(Case):
                 picture = self.artifacts / f"{width}x{height}.jpg"
                 shutil.copy(wine.prefix.to_unix(facts["path"]), picture)
                 self.assertEqual(described(picture, "%m %wx%h %Q %[channels] %z"), "JPEG 512x512 75 srgb 8")
-                pixels = subprocess.run(["convert", picture, "-depth", "8", "rgb:-"], check=True,
-                                        capture_output=True).stdout
-                self.check_corners(lambda x, y: tuple(pixels[(y * SIDE + x) * 3:][:3]), tolerance=4)
+                pixels = subprocess.run(
+                    ["convert", picture, "-depth", "8", "rgb:-"], check=True, capture_output=True
+                ).stdout
+                self.check_corners(lambda x, y: tuple(pixels[(y * SIDE + x) * 3 :][:3]), tolerance=4)
 
     def check_corners(self, pixel, tolerance=0):
         for (right, bottom), colour in CORNERS.items():
@@ -83,8 +104,7 @@ class Screenshot(Case):
         for x, y in [(100, 100), (600, 100), (100, 400), (600, 400)]:
             facts = self.take(wine, "grab", x, y)
             red, green, blue = CORNERS[int(x > 320), int(y > 240)]
-            self.assertEqual(facts, {"width": "10", "height": "8",
-                                     "red, green, blue": f"{red} {green} {blue}"})
+            self.assertEqual(facts, {"width": "10", "height": "8", "red, green, blue": f"{red} {green} {blue}"})
 
     def test_a_second_one_overwrites_the_first(self):
         desktop = self.desktop(width=640, height=480)
@@ -132,10 +152,12 @@ class Screenshot(Case):
         desktop = self.desktop(width=640, height=480)
         wine = self.wine(desktop)
         shutil.copy(self.product("KOBRTL.dll"), self.artifacts / "none.dll")
-        host = wine.start(self.product("imaging_host.exe"), "formats",
-                          env={"IMAGING_MODULES": "none", "IMAGING_DIRECTORY": wine.prefix.to_windows(self.artifacts)})
+        host = wine.start(
+            self.product("imaging_host.exe"),
+            "formats",
+            env={"IMAGING_MODULES": "none", "IMAGING_DIRECTORY": wine.prefix.to_windows(self.artifacts)},
+        )
         box = desktop.wait_window("imaging_host")
         desktop.activate(box)
         desktop.key("Return")
         self.assertEqual(host.wait(), 0)
-

@@ -15,6 +15,9 @@ def program(name):
     """The path of the program made from programs/NAME.c."""
     source = pathlib.Path(__file__).parent / "programs" / f"{name}.c"
     made = pathlib.Path(_folder.name) / f"{name}.exe"
-    subprocess.run(["i686-w64-mingw32-gcc-posix", "-Wall", "-Wextra", "-Werror", "-g", "-O1", "-o", made, source, "-lgdi32"],
-                   check=True, timeout=300)
+    subprocess.run(
+        ["i686-w64-mingw32-gcc-posix", "-Wall", "-Wextra", "-Werror", "-g", "-O1", "-o", made, source, "-lgdi32"],
+        check=True,
+        timeout=300,
+    )
     return made

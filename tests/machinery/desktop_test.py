@@ -64,12 +64,16 @@ class Desktop_with_a_window(Case):
 
         def colours():
             self.screen.screenshot(picture)
-            return run_tool(["convert", picture, "-format", f"%wx%h %[pixel:p{{{x},{y}}}] %[pixel:p{{1,1}}]", "info:"],
-                            os.environ)
+            return run_tool(
+                ["convert", picture, "-format", f"%wx%h %[pixel:p{{{x},{y}}}] %[pixel:p{{1,1}}]", "info:"], os.environ
+            )
 
         # Shown is not painted yet.
-        wait_until(lambda: re.fullmatch(r"1280x1024 (red|srgb\(255,0,0\)) (black|gray\(0\)|srgb\(0,0,0\))", colours()),
-                   "a red window on black", seen=colours)
+        wait_until(
+            lambda: re.fullmatch(r"1280x1024 (red|srgb\(255,0,0\)) (black|gray\(0\)|srgb\(0,0,0\))", colours()),
+            "a red window on black",
+            seen=colours,
+        )
 
     def test_waits_in_vain_for_a_window_that_is_not_there_and_says_so(self):
         with self.assertRaises(WaitTimeout) as caught:
@@ -103,10 +107,16 @@ class Desktop_on_its_own(Case):
         self.assertEqual(still_running(started), {})
 
     def test_does_not_outlive_a_killed_test(self):
-        script = ("import time\nfrom testing.desktop import Desktop\n"
-                  "with Desktop():\n print('ready', flush=True)\n time.sleep(600)\n")
-        with subprocess.Popen([sys.executable, "-c", script], stdout=subprocess.PIPE, text=True,
-                              env={**os.environ, "PYTHONPATH": str(REPO)}) as test:
+        script = (
+            "import time\nfrom testing.desktop import Desktop\n"
+            "with Desktop():\n print('ready', flush=True)\n time.sleep(600)\n"
+        )
+        with subprocess.Popen(
+            [sys.executable, "-c", script],
+            stdout=subprocess.PIPE,
+            text=True,
+            env={**os.environ, "PYTHONPATH": str(REPO)},
+        ) as test:
             try:
                 self.assertEqual(test.stdout.readline(), "ready\n")
                 started = children(test.pid)
@@ -139,5 +149,4 @@ def stat(entry):
     except OSError:
         return "", "X", 0
     fields = text.rpartition(")")[2].split()
-    return text[text.index("(") + 1:text.rindex(")")], fields[0], int(fields[1])
-
+    return text[text.index("(") + 1 : text.rindex(")")], fields[0], int(fields[1])

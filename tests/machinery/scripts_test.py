@@ -18,8 +18,14 @@ class Help(Case):
     def test_of_each_script_says_how_to_call_it_and_does_nothing(self):
         for name in ("bench", "build", "demo", "demo-upload", "fuzz", "mutate", "profile", "setup", "test"):
             with self.subTest(name):
-                told = subprocess.run([REPO / "scripts" / name, "--help"], text=True, capture_output=True, timeout=30,
-                                      stdin=subprocess.DEVNULL, check=False)
+                told = subprocess.run(
+                    [REPO / "scripts" / name, "--help"],
+                    text=True,
+                    capture_output=True,
+                    timeout=30,
+                    stdin=subprocess.DEVNULL,
+                    check=False,
+                )
                 self.assertEqual((told.returncode, told.stderr), (0, ""))
                 self.assertRegex(told.stdout, rf"usage: .*\b{name}\b|scripts/{name} ")
 
@@ -47,27 +53,41 @@ class Setup_that_was_killed(Case):
         found = {}
         for entry in pathlib.Path("/proc").glob("[0-9]*"):
             with contextlib.suppress(OSError):
-                prefix = next((word for word in (entry / "environ").read_bytes().split(b"\0")
-                               if word.startswith(f"WINEPREFIX={self.checkout}/".encode())), None)
+                prefix = next(
+                    (
+                        word
+                        for word in (entry / "environ").read_bytes().split(b"\0")
+                        if word.startswith(f"WINEPREFIX={self.checkout}/".encode())
+                    ),
+                    None,
+                )
                 if prefix and (entry / "stat").read_text(errors="replace").rpartition(")")[2].split()[0] not in "ZX":
                     found[int(entry.name)] = prefix.decode().partition("=")[2]
         return found
 
     def set_up(self):
-        return spawn([self.checkout / "scripts" / "setup"], env=self.environment, stdout=subprocess.PIPE,
-                     stderr=subprocess.STDOUT, text=True)
+        return spawn(
+            [self.checkout / "scripts" / "setup"],
+            env=self.environment,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT,
+            text=True,
+        )
 
     def shells(self, script):
         """The process of the script, and those of its sub-shells; not the programs that they run."""
-        listed = subprocess.run(["ps", "-o", "pid=,comm=", "--sid", str(script.pid)], text=True, check=True,
-                                capture_output=True).stdout
+        listed = subprocess.run(
+            ["ps", "-o", "pid=,comm=", "--sid", str(script.pid)], text=True, check=True, capture_output=True
+        ).stdout
         return [int(pid) for pid, name in (line.split(maxsplit=1) for line in listed.splitlines()) if name == "bash"]
 
     def half_made(self):
         """The processes of a prefix into which Wine has begun to write."""
         running = self.programs()
-        written = any((pathlib.Path(prefix) / "drive_c" / "windows" / "system32" / "kernel32.dll").exists()
-                      for prefix in running.values())
+        written = any(
+            (pathlib.Path(prefix) / "drive_c" / "windows" / "system32" / "kernel32.dll").exists()
+            for prefix in running.values()
+        )
         return running if written else {}
 
     def test_writes_nothing_into_the_next_prefix(self):
@@ -82,8 +102,12 @@ class Setup_that_was_killed(Case):
         left |= self.programs()
         second = self.set_up()
         try:
-            grows = wait_until(lambda: {pid: prefix for pid, prefix in self.programs().items() if pid not in left},
-                               "the next prefix to grow", 200, seen=self.programs)
+            grows = wait_until(
+                lambda: {pid: prefix for pid, prefix in self.programs().items() if pid not in left},
+                "the next prefix to grow",
+                200,
+                seen=self.programs,
+            )
             self.assertEqual(set(grows.values()) & set(left.values()), set())
             said = second.communicate(timeout=250)[0]
             self.assertEqual(second.returncode, 0, said)
@@ -94,4 +118,3 @@ class Setup_that_was_killed(Case):
         build = self.checkout / "build"
         self.assertEqual([path.name for path in build.glob("wineprefix*")], ["wineprefix"])
         self.assertTrue((Prefix(build / "wineprefix").drive_c / "windows" / "explorer.exe").is_file())
-

@@ -69,8 +69,11 @@ class Watchdog(Case):
         wait_until(lambda: len(process.family()) == 2, "both processes", seen=process.family)
         with self.assertRaises(Hang) as caught:
             process.wait()
-        self.assertRegex(str(caught.exception), r"(?s)console.exe was still running after 4 s.*about to hang.*"
-                                                r"Backtracing for thread .*console\.exe.*=>0.* in console ")
+        self.assertRegex(
+            str(caught.exception),
+            r"(?s)console.exe was still running after 4 s.*about to hang.*"
+            r"Backtracing for thread .*console\.exe.*=>0.* in console ",
+        )
         self.assertEqual(process.family(), {})
 
     def test_leaves_other_programs_of_the_prefix_alone(self):
@@ -120,9 +123,13 @@ class Fresh_prefix(Case):
 
     def test_shares_no_file_that_wine_writes_with_the_original(self):
         with fresh_prefix() as prefix:
-            outside = [path for path in prefix.path.rglob("*")
-                       if path.is_file() and not path.is_relative_to(prefix.drive_c / "windows") and
-                       not path.is_relative_to(prefix.path / "dosdevices")]
+            outside = [
+                path
+                for path in prefix.path.rglob("*")
+                if path.is_file()
+                and not path.is_relative_to(prefix.drive_c / "windows")
+                and not path.is_relative_to(prefix.path / "dosdevices")
+            ]
             self.assertIn(prefix.path / "system.reg", outside)
             self.assertEqual([path for path in outside if path.stat().st_nlink > 1], [])
 
@@ -160,8 +167,10 @@ class Prefix_paths(Case):
 
     def test_match_letters_in_either_case(self):
         prefix = project_prefix()
-        self.assertEqual(prefix.to_unix(r"c:\WINDOWS/System32\Kernel32.DLL"),
-                         prefix.drive_c / "windows" / "system32" / "kernel32.dll")
+        self.assertEqual(
+            prefix.to_unix(r"c:\WINDOWS/System32\Kernel32.DLL"),
+            prefix.drive_c / "windows" / "system32" / "kernel32.dll",
+        )
 
     def test_keep_what_does_not_exist(self):
         self.assertEqual(project_prefix().to_unix(r"C:\No Such\File"), project_prefix().drive_c / "No Such" / "File")
@@ -186,10 +195,10 @@ def servers_of(prefix):
     found = []
     for entry in pathlib.Path("/proc").glob("[0-9]*"):
         try:
-            if (entry / "comm").read_text().startswith("wineserver") and \
-                    f"WINEPREFIX={prefix.path}".encode() in (entry / "environ").read_bytes().split(b"\0"):
+            if (entry / "comm").read_text().startswith("wineserver") and f"WINEPREFIX={prefix.path}".encode() in (
+                entry / "environ"
+            ).read_bytes().split(b"\0"):
                 found.append(int(entry.name))
         except OSError:
             continue
     return found
-

@@ -9,7 +9,6 @@ class Api(runner.Case):
         self.assertNotIn("FAILED", done.text)
         self.assertRegex(done.text, r"checked \d{2}\n")
 
-
     def test_fault_while_a_report_is_destroyed_destroys_it_no_second_time(self):
         done = self.wine(self.desktop()).run(self.product("free_host.exe"))
         self.assertEqual(done.text.splitlines(), ["SEHWendaxExceptionGenerated", "given back 1 times"])
@@ -52,7 +51,9 @@ class Loop(runner.Case):
         self.assertEqual(self.lines("quit-both"), ["answer 0", "cursor restored", "then quit with 7"])
 
     def test_button_pressed_by_a_sent_message_closes_at_once(self):
-        self.assertEqual(self.lines("sent-command"), ["answer 1", "the first of 2 cursors was the arrow", "cursor restored"])
+        self.assertEqual(
+            self.lines("sent-command"), ["answer 1", "the first of 2 cursors was the arrow", "cursor restored"]
+        )
 
     def test_dialog_that_others_destroy_answers_nothing(self):
         self.assertEqual(self.lines("destroyed"), ["answer 0", "cursor restored"])
@@ -69,4 +70,3 @@ class Loop(runner.Case):
         report_dialog.press(desktop, "Don't Open & Close")
         process.wait_family()
         self.assertEqual(process.result().text.splitlines(), ["answer 2", "cursor restored", "kept 100"])
-

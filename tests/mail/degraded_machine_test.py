@@ -50,4 +50,3 @@ class Trouble(runner.Case):
         self.assert_host_went_on(self.report(folder="Программы и файлы", locale="ru_RU.UTF-8"))
         body = self.host.wait_messages(1)[0].body
         self.assertIn(b"reason code C0000005", body)
-

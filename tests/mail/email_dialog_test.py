@@ -100,4 +100,3 @@ class Dialog(runner.Case):
         self.assertNotRegex(self.icon_colour(), r"\(0,192,0\)")
         report_dialog.press(self.screen, "Don't Open & Close")
         self.finish()
-

@@ -39,7 +39,9 @@ class Faults(runner.Case):
 
     def test_every_kind_of_fault_is_reported_with_its_code(self):
         messages, lines = self.report_each(faults=FAULTS)
-        self.assertEqual([hex(message.exception_code()) for message in messages], [hex(code) for code in FAULTS.values()])
+        self.assertEqual(
+            [hex(message.exception_code()) for message in messages], [hex(code) for code in FAULTS.values()]
+        )
         self.assertEqual(lines.count(MARKER), len(FAULTS))
         self.assertEqual(lines.count("reported"), len(FAULTS))
         self.assertEqual(lines[-1], "end")
@@ -84,17 +86,21 @@ class Faults(runner.Case):
     def test_stack_overflow_is_reported_as_often_as_it_happens(self):
         for args in ((), ("--thread",)):
             messages, lines = self.report_each(*args, faults=["stack", "write", "stack"])
-            self.assertEqual([hex(message.exception_code()) for message in messages],
-                             ["0xc00000fd", hex(ACCESS_VIOLATION), "0xc00000fd"])
+            self.assertEqual(
+                [hex(message.exception_code()) for message in messages],
+                ["0xc00000fd", hex(ACCESS_VIOLATION), "0xc00000fd"],
+            )
             self.assertEqual(lines, [MARKER, "reported"] * 3 + ["end"])
 
     def test_stack_lines_come_from_the_helper(self):
         messages, _ = self.report_each(faults=["divide"])
-        description = messages[0].body[messages[0].body.index(b"Crush Expantion:"):]
-        self.assertRegex(description,
-                         rb"^Crush Expantion:\nreason code C0000094 address [0-9A-F]{8}\n\nStack Trace:\n"
-                         rb"first line 0 options 15 code C0000094\nnext line 1 options 15 code C0000094\n"
-                         rb"next line 2 options 15 code C0000094\n\n")
+        description = messages[0].body[messages[0].body.index(b"Crush Expantion:") :]
+        self.assertRegex(
+            description,
+            rb"^Crush Expantion:\nreason code C0000094 address [0-9A-F]{8}\n\nStack Trace:\n"
+            rb"first line 0 options 15 code C0000094\nnext line 1 options 15 code C0000094\n"
+            rb"next line 2 options 15 code C0000094\n\n",
+        )
 
 
 class Helpers(runner.Case):
@@ -105,8 +111,10 @@ class Helpers(runner.Case):
         desktop = self.desktop()
         host = Host(self, "fault_host.exe", helper=helper, desktop=desktop)
         if stray:
-            shutil.copy(self.product("Wendax.dll").parent.parent / "test-helpers" / "full" / "faultkit.dll",
-                        host.prefix.to_unix(stray))
+            shutil.copy(
+                self.product("Wendax.dll").parent.parent / "test-helpers" / "full" / "faultkit.dll",
+                host.prefix.to_unix(stray),
+            )
         process = host.start("divide")
         report_dialog.press(desktop, "Open Error Report")
         body = host.wait_messages(1)[0].body
@@ -118,8 +126,9 @@ class Helpers(runner.Case):
         self.assertEqual(self.description_with(None).rstrip(b"\r\n"), b"faultkit.dll was not found")
 
     def test_helper_that_is_not_beside_the_host_is_not_taken(self):
-        self.assertEqual(self.description_with(None, stray="C:\\windows\\system32").rstrip(b"\r\n"),
-                         b"faultkit.dll was not found")
+        self.assertEqual(
+            self.description_with(None, stray="C:\\windows\\system32").rstrip(b"\r\n"), b"faultkit.dll was not found"
+        )
 
     def test_without_a_reason_the_description_begins_with_the_stack(self):
         self.assertTrue(self.description_with("no_reason").startswith(b"Stack Trace:\nfirst line 0 options 15"))
@@ -127,15 +136,19 @@ class Helpers(runner.Case):
     def test_without_one_of_the_stack_functions_there_is_no_line(self):
         for helper in ("no_first", "no_next"):
             with self.subTest(helper):
-                self.assertRegex(self.description_with(helper).rstrip(b"\r\n"),
-                                 rb"^Crush Expantion:\nreason code C0000094 address [0-9A-F]{8}\n\nStack Trace:$")
+                self.assertRegex(
+                    self.description_with(helper).rstrip(b"\r\n"),
+                    rb"^Crush Expantion:\nreason code C0000094 address [0-9A-F]{8}\n\nStack Trace:$",
+                )
 
     def test_helper_without_reason_text_and_lines_leaves_the_captions(self):
         self.assertEqual(self.description_with("silent").rstrip(b"\r\n"), b"Crush Expantion:\n\n\nStack Trace:")
 
     def test_helper_that_clears_the_stack_itself_does_no_harm(self):
-        self.assertEqual(self.description_with("stdcall").rstrip(b"\r\n"),
-                         b"Crush Expantion:\nstdcall reason\n\nStack Trace:\n" + b"\n".join([b"stdcall line"] * 501))
+        self.assertEqual(
+            self.description_with("stdcall").rstrip(b"\r\n"),
+            b"Crush Expantion:\nstdcall reason\n\nStack Trace:\n" + b"\n".join([b"stdcall line"] * 501),
+        )
 
     # A helper gone wrong: the report takes no more of a text than it could show.
     def test_helper_with_300_MB_of_reason_costs_neither_the_report_nor_the_memory(self):
@@ -145,11 +158,13 @@ class Helpers(runner.Case):
         report_dialog.press(desktop, "Open Error Report")
         body = host.wait_messages(1)[0].body
         report_dialog.wait(desktop)
-        peaks = [int(re.search(r"VmHWM:\s+(\d+) kB", pathlib.Path(f"/proc/{pid}/status").read_text())[1])
-                 for pid, name in process.family().items() if name == "fault_host.exe"]
+        peaks = [
+            int(re.search(r"VmHWM:\s+(\d+) kB", pathlib.Path(f"/proc/{pid}/status").read_text())[1])
+            for pid, name in process.family().items()
+            if name == "fault_host.exe"
+        ]
         self.assertIn(b"Crush Expantion:\n" + b"endless" * 1000, body)
         self.assertEqual(len(peaks), 1)
         self.assertLess(peaks[0], 256 * 1024)
         report_dialog.press(desktop, "Don't Open & Close")
         process.wait_family()
-

@@ -44,8 +44,9 @@ class Screenshot(runner.Case):
         self.screen = self.desktop()
         self.host = Host(self, "fault_host.exe", desktop=self.screen)
         (self.host.folder / "a.txt").write_bytes(b"x")
-        process = self.host.start("--screen", "1", "--attach", self.host.prefix.to_windows(self.host.folder / "a.txt"),
-                                  "write")
+        process = self.host.start(
+            "--screen", "1", "--attach", self.host.prefix.to_windows(self.host.folder / "a.txt"), "write"
+        )
         message = self.message(process)
         self.assertEqual([name for name, _ in message.attachments], ["screen_copy.jpg", "a.txt"])
 
@@ -63,4 +64,3 @@ class Screenshot(runner.Case):
         process.wait_family()
         self.assertEqual(second, self.picture.read_bytes())
         self.assertEqual(first[:2], b"\xFF\xD8")
-

@@ -30,17 +30,19 @@ class MailProgram(runner.Case):
         self.assertEqual(received["Subject"], "Program fell over")
         body, *attachments = received.iter_parts()
         self.assertTrue(body.get_content().startswith("Program has performed an illegal operation.\n"))
-        self.assertIn(("notes.bin", self.notes), [(part.get_filename(), part.get_payload(decode=True))
-                                                  for part in attachments])
+        self.assertIn(
+            ("notes.bin", self.notes), [(part.get_filename(), part.get_payload(decode=True)) for part in attachments]
+        )
 
     def test_report_is_sent_to_the_support_address_with_a_name(self):
-        self.assert_arrives_whole(self.message(support_address="Crash Desk <crashes@example.com>"),
-                                  "Crash Desk <crashes@example.com>")
+        self.assert_arrives_whole(
+            self.message(support_address="Crash Desk <crashes@example.com>"), "Crash Desk <crashes@example.com>"
+        )
 
     def test_report_is_sent_to_the_support_address_without_a_name(self):
         self.assert_arrives_whole(self.message(support_address="<crashes@example.com>"), "crashes@example.com")
 
     def test_report_is_sent_to_the_recipient_that_the_host_names(self):
-        self.assert_arrives_whole(self.message(recipient='Desk" <crashes@example.com>\r\nX-Report-To: "'),
-                                  "Desk <crashes@example.com>")
-
+        self.assert_arrives_whole(
+            self.message(recipient='Desk" <crashes@example.com>\r\nX-Report-To: "'), "Desk <crashes@example.com>"
+        )

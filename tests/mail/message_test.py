@@ -27,8 +27,9 @@ class Class(runner.Case):
 
     def test_attachments_come_back_byte_for_byte(self):
         data = random.Random(7)
-        files = [(f"size {size}.bin", data.randbytes(size))
-                 for size in (0, 1, 2, 3, 53, 54, 55, 72, 4096, 10 * 1024 * 1024)]
+        files = [
+            (f"size {size}.bin", data.randbytes(size)) for size in (0, 1, 2, 3, 53, 54, 55, 72, 4096, 10 * 1024 * 1024)
+        ]
         message = self.message("0", "-", "-", "-", files=files)
         self.assertEqual([name for name, _ in message.attachments], [name for name, _ in files])
         for (name, sent), (_, received) in zip(files, message.attachments):
@@ -43,15 +44,32 @@ class Class(runner.Case):
         lines = head.split("\r\n")
         self.assertEqual(lines[0], 'To: "support@wendax.invalid" ')
         self.assertEqual(lines[1:4], ["Reply-To: ", "From: ", "Subject: Corrowfinder Error Report [Main]"])
-        dates = {f"{moment:Date: %A, %d, %y %S:%M:%H +0000}" for moment in
-                 (before + datetime.timedelta(seconds=n) for n in range(int((after - before).total_seconds()) + 2))}
+        dates = {
+            f"{moment:Date: %A, %d, %y %S:%M:%H +0000}"
+            for moment in (
+                before + datetime.timedelta(seconds=n) for n in range(int((after - before).total_seconds()) + 2)
+            )
+        }
         self.assertIn(lines[4], dates)
-        self.assertEqual(lines[5:], [
-            "MIME-Version: 1.0", "Content-Type: multipart/mixed;", f'\tboundary="{BOUNDARY}"', "X-Priority: 3",
-            "X-MSMail-Priority: Normal", "X-Unsent: 1", "X-MimeOLE: Produced By Microsoft MimeOLE V6.00.2600.0000"])
-        self.assertTrue(rest.startswith(f"This is a multi-part message in MIME format.\r\n\r\n--{BOUNDARY}\r\n"
-                                        'Content-Type: text/plain;\r\n\tcharset="windows-1251"\r\n'
-                                        "Content-Transfer-Encoding: 7bit\r\n\r\n"))
+        self.assertEqual(
+            lines[5:],
+            [
+                "MIME-Version: 1.0",
+                "Content-Type: multipart/mixed;",
+                f'\tboundary="{BOUNDARY}"',
+                "X-Priority: 3",
+                "X-MSMail-Priority: Normal",
+                "X-Unsent: 1",
+                "X-MimeOLE: Produced By Microsoft MimeOLE V6.00.2600.0000",
+            ],
+        )
+        self.assertTrue(
+            rest.startswith(
+                f"This is a multi-part message in MIME format.\r\n\r\n--{BOUNDARY}\r\n"
+                'Content-Type: text/plain;\r\n\tcharset="windows-1251"\r\n'
+                "Content-Transfer-Encoding: 7bit\r\n\r\n"
+            )
+        )
         self.assertTrue(text.endswith(f"\r\n\r\n--{BOUNDARY}\r\n"))
         self.assertNotIn(f"--{BOUNDARY}--", text)
 
@@ -60,8 +78,14 @@ class Class(runner.Case):
         self.assertTrue(body.startswith(b"Corrowfinder has performed an illegal operation.\nYou can help"))
         self.assertIn(b"faster.\n\nPlease note, that Corrowfinder has created a screenshot", body)
         self.assertIn(b"\n\nThank you,\xEE\nTorvex Support\n\nPS:\nWindows Version:\n", body)
-        captions = [b"\nWindows Version:\n", b"\nModule Info:", b"\nCPU Info:", b"\nMonitor info:\n",
-                    b"\nPrinters list: \n", b"\nDefault printer: \n"]
+        captions = [
+            b"\nWindows Version:\n",
+            b"\nModule Info:",
+            b"\nCPU Info:",
+            b"\nMonitor info:\n",
+            b"\nPrinters list: \n",
+            b"\nDefault printer: \n",
+        ]
         places = [body.index(caption) for caption in captions]
         self.assertEqual(places, sorted(places))
         self.assertTrue(body.rstrip(b"\r\n").endswith(b"Debug info is not accessible."))
@@ -89,27 +113,41 @@ class Class(runner.Case):
         self.assertEqual(message.body.count(b"%s%n%x"), 2)  # there, and in the note about the screenshot
 
     def test_name_of_a_file_stands_in_its_part_and_nowhere_else(self):
-        for name in ("50%s%n.txt", 'a "quoted" name', "it's {x}.log", "name\r\nBcc: other@example.org", "line\nend",
-                     "x" * 900):
+        for name in (
+            "50%s%n.txt",
+            'a "quoted" name',
+            "it's {x}.log",
+            "name\r\nBcc: other@example.org",
+            "line\nend",
+            "x" * 900,
+        ):
             with self.subTest(name):
                 message = self.message("0", "-", "-", "-", f"Q:\\folder\\{name}", folder="host" + os.urandom(4).hex())
                 raw, encoded = message.raw, name.encode()
-                part = (b'Content-Type: file;\r\n\tname="%s"\r\nContent-Transfer-Encoding: base64\r\n'
-                        b'Content-Disposition: attachment;\r\n\tfilename="%s"\r\n\r\n' % (encoded, encoded))
+                part = (
+                    b'Content-Type: file;\r\n\tname="%s"\r\nContent-Transfer-Encoding: base64\r\n'
+                    b'Content-Disposition: attachment;\r\n\tfilename="%s"\r\n\r\n' % (encoded, encoded)
+                )
                 self.assertEqual((raw.count(part), raw.count(encoded)), (1, 2))
                 self.assertEqual(len(raw.partition(b"\r\n\r\n")[0].split(b"\r\n")), 12, "lines of the message's header")
 
     def test_contexts_have_their_subjects(self):
-        for context, subject in ((1, "Corrowfinder Error Report [Progress]"), (6, "Corrowfinder Error report [Watch]"),
-                                 (7, "Corrowfinder Error report [Unknown]"), (-1, "Corrowfinder Error report [Unknown]")):
+        for context, subject in (
+            (1, "Corrowfinder Error Report [Progress]"),
+            (6, "Corrowfinder Error report [Watch]"),
+            (7, "Corrowfinder Error report [Unknown]"),
+            (-1, "Corrowfinder Error report [Unknown]"),
+        ):
             with self.subTest(context):
                 self.assertEqual(self.message(context, "P", "S", "-").subject, subject)
 
     def test_name_of_the_product_stands_in_the_note_of_every_context(self):
         for context in (1, 7):
             with self.subTest(context):
-                self.assertIn(b"\n\nPlease note, that My Program has created a screenshot of your desktop.",
-                              self.message(context, "My Program", "-", "-").body)
+                self.assertIn(
+                    b"\n\nPlease note, that My Program has created a screenshot of your desktop.",
+                    self.message(context, "My Program", "-", "-").body,
+                )
 
     def test_second_message_of_a_report_is_a_fresh_one_with_the_same_attachments(self):
         host = Host(self, "report_host.exe")
@@ -132,8 +170,10 @@ class Class(runner.Case):
         for process in started:
             process.wait_family()
         messages = host.wait_messages(len(programs))
-        self.assertEqual(sorted(message.subject for message in messages),
-                         sorted(f"{program} Error Report [Main]" for program in programs))
+        self.assertEqual(
+            sorted(message.subject for message in messages),
+            sorted(f"{program} Error Report [Main]" for program in programs),
+        )
         self.assertEqual(list(host.temp.glob("ema*.tmp")), [])
 
     def test_message_whose_number_comes_round_again_leaves_the_old_ones(self):
@@ -151,7 +191,7 @@ class Class(runner.Case):
         host = Host(self, "report_host.exe")
         done = host.run("--full-disk", "0", "-", "-", "-")
         self.assertIn("end", done.text)
-        message, = host.messages_in_temp()
+        (message,) = host.messages_in_temp()
         self.assertEqual(message.read_bytes(), b"")
         self.assertEqual([(show, host.prefix.to_unix(path)) for show, path in host.opened()], [(5, message)])
 
@@ -188,8 +228,12 @@ class Road(runner.Case):
         return message
 
     def test_text_that_is_not_the_marker_gives_no_fault_details(self):
-        for args in (["--null"], ["--text", "SEHWendaxExceptionGenerate"], ["--text", "SEHWendaxExceptionGenerated!"],
-                     ["--text", ""]):
+        for args in (
+            ["--null"],
+            ["--text", "SEHWendaxExceptionGenerate"],
+            ["--text", "SEHWendaxExceptionGenerated!"],
+            ["--text", ""],
+        ):
             with self.subTest(args):
                 body = self.report(*args, "write").body
                 self.assertIn(b"Debug info is not accessible.\n", body)
@@ -238,4 +282,3 @@ class Road(runner.Case):
         process.wait_family()
         self.assertIn('filename="мой файл.txt"'.encode("cp1251"), message.raw)
         self.assertIn(b"\r\n\r\nZGF0YQ==\r\n", message.raw)
-

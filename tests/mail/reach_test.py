@@ -12,8 +12,11 @@ from testing.prefix import WINE
 HOST, OTHER = "FF00FF", "00FFFF"  # the colours of the host's window and of another program's
 
 
-full_screen = unittest.skipIf(WINE == "newer", "the newer Wine asks without end for the pointer to be kept in a full-screen "
-                              "window of this desktop, and serves it no input")
+full_screen = unittest.skipIf(
+    WINE == "newer",
+    "the newer Wine asks without end for the pointer to be kept in a full-screen "
+    "window of this desktop, and serves it no input",
+)
 
 
 class Reach(runner.Case):
@@ -31,8 +34,9 @@ class Reach(runner.Case):
         return self.others()[0]
 
     def others(self):
-        return [window for window in self.screen.windows()
-                if window.title == "Host window" and window.id != self.window.id]
+        return [
+            window for window in self.screen.windows() if window.title == "Host window" and window.id != self.window.id
+        ]
 
     def crash(self):
         """Makes the host fail by a click into its window; returns the dialog's window."""
@@ -55,9 +59,30 @@ class Reach(runner.Case):
         """How much of the window's place has that colour, in percent."""
         path = self.screen.screenshot(self.artifacts / f"{picture}.png")
         place = f"{window.width}x{window.height}+{window.x}+{window.y}"
-        told = subprocess.run(["convert", path, "-crop", place, "+repage", "-fill", "black", "+opaque", f"#{colour}",
-                               "-fill", "white", "-opaque", f"#{colour}", "-format", "%[fx:100*mean]", "info:"],
-                              check=True, capture_output=True, text=True, timeout=60).stdout
+        told = subprocess.run(
+            [
+                "convert",
+                path,
+                "-crop",
+                place,
+                "+repage",
+                "-fill",
+                "black",
+                "+opaque",
+                f"#{colour}",
+                "-fill",
+                "white",
+                "-opaque",
+                f"#{colour}",
+                "-format",
+                "%[fx:100*mean]",
+                "info:",
+            ],
+            check=True,
+            capture_output=True,
+            text=True,
+            timeout=60,
+        ).stdout
         return float(told)
 
     def decline(self):
@@ -219,4 +244,3 @@ class InFront(Reach):
     def test_of_other_programs_not_for_good_where_a_topmost_window_of_the_host_is_elsewhere(self):
         self.start("click", "topmost", at=(0, 0, 250, 180))
         self.stands_behind_another_program()
-

@@ -34,9 +34,9 @@ class Reader:
         if struct.unpack_from("<H", self.data, self.at)[0] == 0xFFFF:
             return self.take("HH")[1]
         end = self.at
-        while self.data[end:end + 2] != b"\0\0":
+        while self.data[end : end + 2] != b"\0\0":
             end += 2
-        text = self.data[self.at:end].decode("utf-16-le", "surrogatepass")
+        text = self.data[self.at : end].decode("utf-16-le", "surrogatepass")
         self.at = end + 2
         return text
 
@@ -49,16 +49,30 @@ def parse(data):
     reader = Reader(data)
     version, signature, _, extended, style, count, x, y, width, height = reader.take("HHIIIHhhhh")
     assert (version, signature) == (1, 0xFFFF)
-    dialog = {"style": style, "extended": extended, "size": (x, y, width, height),
-              "menu": reader.name(), "class": reader.name(), "caption": reader.name()}
+    dialog = {
+        "style": style,
+        "extended": extended,
+        "size": (x, y, width, height),
+        "menu": reader.name(),
+        "class": reader.name(),
+        "caption": reader.name(),
+    }
     dialog["font size"], _, _, _ = reader.take("HHBB")
     dialog["font"] = reader.name()
     controls = []
     for _ in range(count):
         reader.align()
         _, extended, style, x, y, width, height, number = reader.take("IIIhhhhi")
-        controls.append({"extended": extended, "style": style, "place": (x, y, width, height), "id": number,
-                         "class": reader.name(), "text": reader.name()})
+        controls.append(
+            {
+                "extended": extended,
+                "style": style,
+                "place": (x, y, width, height),
+                "id": number,
+                "class": reader.name(),
+                "text": reader.name(),
+            }
+        )
         creation_data = reader.take("H")
         reader.at += creation_data
     return dialog, controls
@@ -99,12 +113,16 @@ class Templates(runner.Case):
         self.assert_shared_controls(controls)
         self.assert_button(controls[223, 153, 70, 14], 1, "Open Error Report", default=True)
         self.assert_button(controls[148, 153, 70, 14], 2, "Don't Open && Close")
-        self.assertEqual(controls[86, 47, 203, 21]["text"],
-                         "If you were in the middle of something, the information you were working on might be lost.")
+        self.assertEqual(
+            controls[86, 47, 203, 21]["text"],
+            "If you were in the middle of something, the information you were working on might be lost.",
+        )
         self.assertEqual(controls[86, 70, 197, 8]["text"], "Please tell Torvex about this problem.")
-        self.assertEqual(controls[86, 86, 206, 36]["text"],
-                         "We have created an error report that your can sent to us. This report will help us to improve "
-                         "the program and fix this error. No private data is being sent to Torvex.")
+        self.assertEqual(
+            controls[86, 86, 206, 36]["text"],
+            "We have created an error report that your can sent to us. This report will help us to improve "
+            "the program and fix this error. No private data is being sent to Torvex.",
+        )
         self.assertTrue(controls[7, 148, 285, 1]["style"] & SS_SUNKEN)
 
     def test_upload_dialog_is_as_users_know_it(self):
@@ -116,21 +134,29 @@ class Templates(runner.Case):
         self.assertTrue(controls[7, 150, 285, 1]["style"] & SS_SUNKEN)
         text = controls[86, 47, 203, 96]
         self.assertEqual(text["id"], 19001)
-        self.assertEqual(text["text"],
-                         "If you were in the middle of something, the information you were working on might be lost.\n\n"
-                         "Please tell Torvex about this problem.\n\nWe have created an error report that your can sent to "
-                         "us. This report will help us to improve the program and fix this error\u7C91\u4A39")
+        self.assertEqual(
+            text["text"],
+            "If you were in the middle of something, the information you were working on might be lost.\n\n"
+            "Please tell Torvex about this problem.\n\nWe have created an error report that your can sent to "
+            "us. This report will help us to improve the program and fix this error\u7C91\u4A39",
+        )
         self.assertEqual(len(text["text"]), 258)
 
     def test_dialogs_are_in_american_english(self):
-        told = subprocess.run(["llvm-readobj-19", "--coff-resources", self.product("Wendax.dll")], check=True,
-                              capture_output=True, text=True, timeout=60).stdout
-        dialogs = told[told.index("Type: DIALOG"):]
+        told = subprocess.run(
+            ["llvm-readobj-19", "--coff-resources", self.product("Wendax.dll")],
+            check=True,
+            capture_output=True,
+            text=True,
+            timeout=60,
+        ).stdout
+        dialogs = told[told.index("Type: DIALOG") :]
         found = re.findall(r"Name: \(ID (\d+)\).*?Language: \(ID (\d+)\)", dialogs, re.S)
-        self.assertEqual([(number, language) for number, language in found if number in ("299", "300")],
-                         [("299", str(0x0409)), ("300", str(0x0409))])
+        self.assertEqual(
+            [(number, language) for number, language in found if number in ("299", "300")],
+            [("299", str(0x0409)), ("300", str(0x0409))],
+        )
 
     def test_icon_and_banner_are_there(self):
         self.assertEqual(struct.unpack_from("<HHH", self.resource(RT_ICON_GROUP, 128))[:2], (0, 1))
         self.assertEqual(struct.unpack_from("<I", self.resource(RT_BITMAP, 228))[0], 40)
-

@@ -25,8 +25,15 @@ class CodecRelease(unittest.TestCase):
         self.cmake("--preset", "windows", "-S", REPO, "-B", self.build, f"-DSTB_INCLUDE={self.stb}").check_returncode()
 
     def cmake(self, *args):
-        return subprocess.run(["cmake", *map(str, args)], cwd=REPO, text=True, stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT, timeout=250, check=False)
+        return subprocess.run(
+            ["cmake", *map(str, args)],
+            cwd=REPO,
+            text=True,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT,
+            timeout=250,
+            check=False,
+        )
 
     def build_codec(self):
         return self.cmake("--build", self.build, "--target", "companions/fall/CMakeFiles/fall_core.dir/codec.c.obj")
@@ -38,10 +45,12 @@ class CodecRelease(unittest.TestCase):
                 (self.stb / header).write_text(content + "// one line more\n", "utf-8")
                 done = self.build_codec()
                 self.assertNotEqual(done.returncode, 0, done.stdout)
-                self.assertRegex(done.stdout, rf"{self.stb}/{header} is not the release that fall\.dll is built from "
-                                              r"\(libstb-dev [^)]+\): its SHA-256 is [0-9a-f]{64} instead of "
-                                              r"[0-9a-f]{64}\. Install that release, or .* pin the new one in \S+/repair_stb\.py\.")
+                self.assertRegex(
+                    done.stdout,
+                    rf"{self.stb}/{header} is not the release that fall\.dll is built from "
+                    r"\(libstb-dev [^)]+\): its SHA-256 is [0-9a-f]{64} instead of "
+                    r"[0-9a-f]{64}\. Install that release, or .* pin the new one in \S+/repair_stb\.py\.",
+                )
                 (self.stb / header).write_text(content, "utf-8")
         done = self.build_codec()
         self.assertEqual(done.returncode, 0, done.stdout)
-

@@ -43,4 +43,3 @@ class CoverWithMsvcr120(Cover):
 
 class CoverWithVcruntime140(CoverWithMsvcr120):
     program = "cover_vcruntime140_host.exe"
-

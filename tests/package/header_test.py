@@ -6,9 +6,18 @@ from testing import runner
 from testing.processes import REPO
 
 MINGW_HEADERS = "/usr/i686-w64-mingw32/include"
-CLANG = ["clang-19", "--target=i686-pc-windows-msvc", "-nostdlibinc", f"-isystem{REPO}/crt/include",
-         f"-isystem{MINGW_HEADERS}", "-fgnuc-version=12.2", "-D_X86_=1", "-D__declspec=__declspec",
-         "-fexceptions", "-fasync-exceptions"]
+CLANG = [
+    "clang-19",
+    "--target=i686-pc-windows-msvc",
+    "-nostdlibinc",
+    f"-isystem{REPO}/crt/include",
+    f"-isystem{MINGW_HEADERS}",
+    "-fgnuc-version=12.2",
+    "-D_X86_=1",
+    "-D__declspec=__declspec",
+    "-fexceptions",
+    "-fasync-exceptions",
+]
 GCC = ["i686-w64-mingw32-gcc-posix"]
 STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Wundef", "-Wshadow", "-Werror", "-fsyntax-only", f"-I{REPO}/include"]
 
@@ -24,7 +33,9 @@ void use(void) {
     before(0, 0);
 }
 """
-CLASSES = FUNCTIONS + """
+CLASSES = (
+    FUNCTIONS
+    + """
 void drive(CSeException* exception) {
     WendaxCoverThread();
     CCrashReport mail(exception);
@@ -65,6 +76,7 @@ void make_and_delete() {
     }
 }
 """
+)
 WINDOWS = "#include <windows.h>\n"
 BEFORE = '#include "wendax.h"\n' + WINDOWS + "{}"
 ORDERS = {"alone": "{}", "after windows.h": WINDOWS + "{}", "before windows.h": BEFORE}
@@ -74,8 +86,14 @@ CXX_STANDARDS = ("c++98", "c++11", "c++14", "c++17", "c++20", "gnu++20")
 
 class Header(runner.Case):
     def compile(self, compiler, language, standard, source):
-        return subprocess.run([*compiler, *STRICT, f"-x{language}", f"-std={standard}", "-"], input=source, text=True,
-                              capture_output=True, timeout=120, check=False)
+        return subprocess.run(
+            [*compiler, *STRICT, f"-x{language}", f"-std={standard}", "-"],
+            input=source,
+            text=True,
+            capture_output=True,
+            timeout=120,
+            check=False,
+        )
 
     def check(self, compiler, language, standards, use, orders=None):
         for standard in standards:
@@ -91,8 +109,11 @@ class Header(runner.Case):
         self.check([*CLANG, "-fcxx-exceptions"], "c++", CXX_STANDARDS, CLASSES)
 
     def test_hosts_choose_how_strict_windows_h_is_about_handles(self):
-        orders = {f"{definitions} {order}": definitions + ORDERS[order] for order in ("after windows.h", "before windows.h")
-                  for definitions in ("#define NO_STRICT\n", "#define STRICT\n", "#define STRICT\n#define NO_STRICT\n")}
+        orders = {
+            f"{definitions} {order}": definitions + ORDERS[order]
+            for order in ("after windows.h", "before windows.h")
+            for definitions in ("#define NO_STRICT\n", "#define STRICT\n", "#define STRICT\n#define NO_STRICT\n")
+        }
         self.check([*CLANG, "-fcxx-exceptions"], "c++", ("c++98", "c++17"), CLASSES, orders)
 
     def test_c_with_gcc(self):
@@ -107,9 +128,14 @@ class Header(runner.Case):
         self.assertNotEqual(done.returncode, 0)
 
     def test_cxx_host_of_gcc_is_told_what_works(self):
-        done = subprocess.run([*GCC, f"-I{REPO}/include", "-xc++", "-S", "-o/dev/null", "-"], text=True, timeout=120,
-                              input='#include "wendax.h"\nint main() { WendaxCoverThread(); }\n', capture_output=True,
-                              check=False)
+        done = subprocess.run(
+            [*GCC, f"-I{REPO}/include", "-xc++", "-S", "-o/dev/null", "-"],
+            text=True,
+            timeout=120,
+            input='#include "wendax.h"\nint main() { WendaxCoverThread(); }\n',
+            capture_output=True,
+            check=False,
+        )
         self.assertIn("examples/c-host shows what works with GCC", done.stderr)
 
     def test_other_targets_are_told(self):
@@ -117,4 +143,3 @@ class Header(runner.Case):
             with self.subTest(compiler):
                 done = self.compile(compiler, "c", "c99", '#include "wendax.h"\n')
                 self.assertIn("Wendax is for 32-bit Windows programs", done.stderr)
-

@@ -7,4 +7,3 @@ class Layout(runner.Case):
     def test_public_header_and_library_agree_on_the_report_classes(self):
         done = self.wine().run(self.product("layout_host.exe"), check=True)
         self.assertEqual(done.text, "compared 14\n")
-

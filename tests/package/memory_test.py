@@ -15,19 +15,46 @@ class Memory(runner.Case):
         return dict(line.split(": ", 1) for line in told.splitlines())
 
     def test_goes_back_where_it_came_from(self):
-        self.assertEqual(self.lines("made"), {
-            "new": LIBRARYS, "new 2": LIBRARYS, "derived": LIBRARYS, "derived 2": LIBRARYS, "nothrow": LIBRARYS,
-            "nothrow 2": LIBRARYS, "debug": LIBRARYS, "foreign": HOSTS, "foreign 2": HOSTS,
-            "process heap": HOSTS, "no heap": "nobody's, kept", "placement": "in its place"})
+        self.assertEqual(
+            self.lines("made"),
+            {
+                "new": LIBRARYS,
+                "new 2": LIBRARYS,
+                "derived": LIBRARYS,
+                "derived 2": LIBRARYS,
+                "nothrow": LIBRARYS,
+                "nothrow 2": LIBRARYS,
+                "debug": LIBRARYS,
+                "foreign": HOSTS,
+                "foreign 2": HOSTS,
+                "process heap": HOSTS,
+                "no heap": "nobody's, kept",
+                "placement": "in its place",
+            },
+        )
 
     def test_of_a_report_within_a_report_goes_back(self):
         self.assertEqual(self.lines("nested"), {"blocks kept": "0"})
 
     def test_that_is_gone_is_an_exception_that_the_host_can_name(self):
-        self.assertEqual(self.lines("exhausted"), {
-            "new": LOST, "derived": LOST, "nothrow": "returned", "AddAttachment": LOST, "AttachScreenCopy": LOST,
-            "GenerateEmail": LOST, "PostRequest": LOST, "AddAttachment 2": LOST, "CreateScreenCopy": LOST,
-            "CreateSystemInfo": LOST, "Upload": LOST, "OpenCrushReport": "returned", "README": "returned"})
+        self.assertEqual(
+            self.lines("exhausted"),
+            {
+                "new": LOST,
+                "derived": LOST,
+                "nothrow": "returned",
+                "AddAttachment": LOST,
+                "AttachScreenCopy": LOST,
+                "GenerateEmail": LOST,
+                "PostRequest": LOST,
+                "AddAttachment 2": LOST,
+                "CreateScreenCopy": LOST,
+                "CreateSystemInfo": LOST,
+                "Upload": LOST,
+                "OpenCrushReport": "returned",
+                "README": "returned",
+            },
+        )
 
 
 class MemoryWithMsvcr120(Memory):
@@ -36,4 +63,3 @@ class MemoryWithMsvcr120(Memory):
 
 class MemoryWithVcruntime140(Memory):
     program = "memory_vcruntime140_host.exe"
-

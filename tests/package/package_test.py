@@ -18,14 +18,27 @@ from testing.processes import REPO
 HERE = pathlib.Path(__file__).parent
 BUILD = pathlib.Path(os.environ.get("WENDAX_BIN") or REPO / "build" / "windows" / "bin").absolute().parent
 RUNTIME = ["KOBRTL.dll", "Wendax.dll", "fall.dll", "faultkit.dll"]
-EXAMPLES = {"smallest": "smallest", "upload": "upload", "windowed": "windowed", "threads": "threads",
-            "minidump": "minidump", "c-host": "c_host"}
+EXAMPLES = {
+    "smallest": "smallest",
+    "upload": "upload",
+    "windowed": "windowed",
+    "threads": "threads",
+    "minidump": "minidump",
+    "c-host": "c_host",
+}
 
 
 def run(*command, **options):
     """Runs a build tool; its words are in the failure."""
-    done = subprocess.run([*map(str, command)], text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                          timeout=200, check=False, **options)
+    done = subprocess.run(
+        [*map(str, command)],
+        text=True,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        timeout=200,
+        check=False,
+        **options,
+    )
     if done.returncode != 0:
         raise AssertionError(f"{' '.join(map(str, command))}\n{done.stdout}")
     return done.stdout
@@ -45,9 +58,21 @@ def unpacked():
 
 
 def configure(source, build, prefix, *options):
-    return run("cmake", "-G", "Ninja", "-S", source, "-B", build, f"-DCMAKE_PREFIX_PATH={prefix}",
-               "-DCMAKE_BUILD_TYPE=Release", f"-DCMAKE_TOOLCHAIN_FILE={REPO}/cmake/toolchain-windows.cmake",
-               f"-DCMAKE_PROJECT_INCLUDE={HERE}/consumer_rules.cmake", f"-DWENDAX_BUILD={BUILD}", *options)
+    return run(
+        "cmake",
+        "-G",
+        "Ninja",
+        "-S",
+        source,
+        "-B",
+        build,
+        f"-DCMAKE_PREFIX_PATH={prefix}",
+        "-DCMAKE_BUILD_TYPE=Release",
+        f"-DCMAKE_TOOLCHAIN_FILE={REPO}/cmake/toolchain-windows.cmake",
+        f"-DCMAKE_PROJECT_INCLUDE={HERE}/consumer_rules.cmake",
+        f"-DWENDAX_BUILD={BUILD}",
+        *options,
+    )
 
 
 class PackageCase(runner.Case):
@@ -91,7 +116,7 @@ class Package(PackageCase):
             content = (unpacked() / "bin" / name).read_bytes()
             for key in ("FileVersion", "ProductVersion"):
                 at = content.index(key.encode("utf-16-le") + b"\0\0")
-                text = content[at:at + 120].decode("utf-16-le", "replace")
+                text = content[at : at + 120].decode("utf-16-le", "replace")
                 self.assertIn(version.replace(".", ", ") + ", 0", text, name)
 
     def test_links_between_the_documents_lead_somewhere(self):
@@ -119,22 +144,41 @@ class Package(PackageCase):
     def test_hosts_that_it_is_not_for_are_told_why(self):
         project = self.artifacts / "project"
         project.mkdir()
-        (project / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.16)\nproject(host LANGUAGES C)\n"
-                                                "find_package(Wendax REQUIRED)\n")
-        for settings, reason in (((), "for programs that run on Windows"),
-                                 (("-DCMAKE_SYSTEM_NAME=Windows", "-DCMAKE_C_COMPILER=clang-19",
-                                   "-DCMAKE_C_COMPILER_TARGET=x86_64-pc-windows-msvc",
-                                   "-DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY"), "for 32-bit programs")):
+        (project / "CMakeLists.txt").write_text(
+            "cmake_minimum_required(VERSION 3.16)\nproject(host LANGUAGES C)\n" "find_package(Wendax REQUIRED)\n"
+        )
+        for settings, reason in (
+            ((), "for programs that run on Windows"),
+            (
+                (
+                    "-DCMAKE_SYSTEM_NAME=Windows",
+                    "-DCMAKE_C_COMPILER=clang-19",
+                    "-DCMAKE_C_COMPILER_TARGET=x86_64-pc-windows-msvc",
+                    "-DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY",
+                ),
+                "for 32-bit programs",
+            ),
+        ):
             with self.subTest(reason), self.assertRaisesRegex(AssertionError, f"Wendax is {reason}"):
-                run("cmake", "-S", project, "-B", self.artifacts / reason, f"-DCMAKE_PREFIX_PATH={unpacked()}", *settings)
+                run(
+                    "cmake",
+                    "-S",
+                    project,
+                    "-B",
+                    self.artifacts / reason,
+                    f"-DCMAKE_PREFIX_PATH={unpacked()}",
+                    *settings,
+                )
 
     def test_reports_go_where_the_host_says(self):
         project = self.artifacts / "project"
         shutil.copytree(unpacked() / "examples" / "smallest", project)
         listing = project / "CMakeLists.txt"
         without = listing.read_text()
-        for address, written in (("a@b.example", b"a@b.example\0"),
-                                 ('"Crash Desk <a@b.example>"', b'Crash Desk" <a@b.example>\r\nX-Report-To: "\0')):
+        for address, written in (
+            ("a@b.example", b"a@b.example\0"),
+            ('"Crash Desk <a@b.example>"', b'Crash Desk" <a@b.example>\r\nX-Report-To: "\0'),
+        ):
             with self.subTest(address):
                 listing.write_text(without.replace("runtime(smallest)", f"runtime(smallest SUPPORT_ADDRESS {address})"))
                 self.assertIn(written, (self.build(project) / "Wendax.dll").read_bytes())
@@ -143,7 +187,9 @@ class Package(PackageCase):
         project = self.artifacts / "project"
         shutil.copytree(unpacked() / "examples" / "smallest", project)
         listing = project / "CMakeLists.txt"
-        listing.write_text(listing.read_text().replace("runtime(smallest)", "runtime(smallest SUPORT_ADDRESS a@b.example)"))
+        listing.write_text(
+            listing.read_text().replace("runtime(smallest)", "runtime(smallest SUPORT_ADDRESS a@b.example)")
+        )
         with self.assertRaisesRegex(AssertionError, r"not understood:\s+SUPORT_ADDRESS"):
             self.build(project)
 
@@ -158,13 +204,19 @@ class Examples(PackageCase):
                 self.assertTrue((build / f"{program}.exe").exists())
                 self.assertEqual(sorted(file.name for file in build.glob("*.dll")), RUNTIME)
 
-
     def test_format_module_is_a_project_that_links_with_nothing(self):
         build = self.build(unpacked() / "examples" / "format-module")
-        exported = subprocess.run(["llvm-readobj-19", "--coff-exports", build / "xbm.dll"], text=True, check=True,
-                                  stdout=subprocess.PIPE, timeout=60).stdout
-        self.assertEqual(re.findall(r"Name: (\w+)", exported),
-                         ["GetFilterInfo", "GetXBMFileInfo", "LoadXBMImageData", "SaveXBMImageData"])
+        exported = subprocess.run(
+            ["llvm-readobj-19", "--coff-exports", build / "xbm.dll"],
+            text=True,
+            check=True,
+            stdout=subprocess.PIPE,
+            timeout=60,
+        ).stdout
+        self.assertEqual(
+            re.findall(r"Name: (\w+)", exported),
+            ["GetFilterInfo", "GetXBMFileInfo", "LoadXBMImageData", "SaveXBMImageData"],
+        )
 
 
 class Port(PackageCase):
@@ -176,7 +228,9 @@ class Port(PackageCase):
         installed = self.artifacts / "packages"
         run("cmake", f"-DPORT={port}", f"-DCURRENT_PACKAGES_DIR={installed}", "-P", HERE / "vcpkg_stand_in.cmake")
         self.assertTrue((installed / "tools/wendax/redirect.py").exists())
-        self.assertIn("wendax_root}/tools/wendax/redirect.py", (installed / "share/wendax/WendaxConfig.cmake").read_text())
+        self.assertIn(
+            "wendax_root}/tools/wendax/redirect.py", (installed / "share/wendax/WendaxConfig.cmake").read_text()
+        )
         self.assertIn("stb", (installed / "share/wendax/copyright").read_text())
         build = self.build(unpacked() / "examples" / "minidump", installed)
         self.assertEqual(sorted(file.name for file in build.glob("*.dll")), RUNTIME)
@@ -184,4 +238,3 @@ class Port(PackageCase):
     def test_port_is_of_the_librarys_version(self):
         told = json.loads((REPO / "packaging/vcpkg/wendax/vcpkg.json").read_text())
         self.assertEqual(unpacked().name, f"Wendax-{told['version']}-win32")
-

@@ -25,18 +25,24 @@ class Redirect(runner.Case):
         shutil.copy(self.product("Wendax.dll"), self.dll)
 
     def shown(self):
-        return subprocess.run([sys.executable, REPO / "tools/redirect.py", self.dll], text=True, stdout=subprocess.PIPE,
-                              timeout=60, check=True).stdout.splitlines()
+        return subprocess.run(
+            [sys.executable, REPO / "tools/redirect.py", self.dll],
+            text=True,
+            stdout=subprocess.PIPE,
+            timeout=60,
+            check=True,
+        ).stdout.splitlines()
 
     def written(self):
         """What the library knows as its recipient."""
         return self.dll.read_bytes().partition(MARK)[2][:128].partition(b"\0")[0]
 
     def test_message_goes_to_the_new_address(self):
-        for address, lines in (("crashes@example.com", ['To: "crashes@example.com" ']),
-                               ("Crash Desk <crashes@example.com>",
-                                ['To: "Crash Desk" <crashes@example.com>', 'X-Report-To: "" ']),
-                               ("<crashes@example.com>", ['To: "" <crashes@example.com>', 'X-Report-To: "" '])):
+        for address, lines in (
+            ("crashes@example.com", ['To: "crashes@example.com" ']),
+            ("Crash Desk <crashes@example.com>", ['To: "Crash Desk" <crashes@example.com>', 'X-Report-To: "" ']),
+            ("<crashes@example.com>", ['To: "" <crashes@example.com>', 'X-Report-To: "" ']),
+        ):
             with self.subTest(address):
                 desktop = self.desktop()
                 host = Host(self, "smallest.exe", files=LIBRARY_FILES, desktop=desktop)
@@ -44,18 +50,21 @@ class Redirect(runner.Case):
                 process = host.start()
                 report_dialog.press(desktop, "Open Error Report")
                 message = host.wait_messages(1)[0].raw.decode("latin-1")
-                self.assertEqual(message.split("\r\n")[:len(lines) + 1], [*lines, "Reply-To: "])
+                self.assertEqual(message.split("\r\n")[: len(lines) + 1], [*lines, "Reply-To: "])
                 self.assertEqual(process.wait_family(), 0)
 
     def test_address_with_a_name_or_in_brackets_is_written_so_that_mail_programs_take_it(self):
         for address, written, shown in (
-                ("crashes@example.com", b"crashes@example.com", "crashes@example.com"),
-                ("Crash Desk <crashes@example.com>", DESK, "Crash Desk <crashes@example.com>"),
-                ("  Crash Desk<crashes@example.com>", DESK, "Crash Desk <crashes@example.com>"),
-                ("<crashes@example.com>", NAMELESS, "<crashes@example.com>"),
-                ("Smith, J. (100%) @home; $x <a@b.example>",
-                 b'Smith, J. (100%) @home; $x" <a@b.example>\r\nX-Report-To: "',
-                 "Smith, J. (100%) @home; $x <a@b.example>")):
+            ("crashes@example.com", b"crashes@example.com", "crashes@example.com"),
+            ("Crash Desk <crashes@example.com>", DESK, "Crash Desk <crashes@example.com>"),
+            ("  Crash Desk<crashes@example.com>", DESK, "Crash Desk <crashes@example.com>"),
+            ("<crashes@example.com>", NAMELESS, "<crashes@example.com>"),
+            (
+                "Smith, J. (100%) @home; $x <a@b.example>",
+                b'Smith, J. (100%) @home; $x" <a@b.example>\r\nX-Report-To: "',
+                "Smith, J. (100%) @home; $x <a@b.example>",
+            ),
+        ):
             with self.subTest(address):
                 redirect(self.dll, "--support-address", address)
                 self.assertEqual(self.written(), written)
@@ -81,18 +90,28 @@ class Redirect(runner.Case):
 
     def test_what_is_no_address_is_refused_and_nothing_written(self):
         before = self.dll.read_bytes()
-        for option, text in (("--support-address", ""), ("--support-address", "nobody"),
-                             ("--support-address", 'a"@b.example'), ("--support-address", "{Date}@b.example"),
-                             ("--support-address", "x" * 116 + "@example.com"),
-                             ("--support-address", "x" * 89 + " <crashes@example.com>"),  # 128 are written
-                             ("--support-address", "A \"quoted\" name <a@b.example>"),
-                             ("--support-address", "Back\\slash <a@b.example>"),
-                             ("--support-address", "{Date} <a@b.example>"), ("--support-address", "Пётр <a@b.example>"),
-                             ("--support-address", "Two\r\nlines <a@b.example>"), ("--support-address", "<nobody>"),
-                             ("--support-address", "Desk <a@b.example"), ("--support-address", "Desk <a@b.example> x"),
-                             ("--support-address", "Desk <<a@b.example>"), ("--upload-server", ""),
-                             ("--upload-server", "http://b.example"), ("--upload-server", "b.example/path"),
-                             ("--upload-server", "b.example:81"), ("--upload-server", "y" * 128)):
+        for option, text in (
+            ("--support-address", ""),
+            ("--support-address", "nobody"),
+            ("--support-address", 'a"@b.example'),
+            ("--support-address", "{Date}@b.example"),
+            ("--support-address", "x" * 116 + "@example.com"),
+            ("--support-address", "x" * 89 + " <crashes@example.com>"),  # 128 are written
+            ("--support-address", 'A "quoted" name <a@b.example>'),
+            ("--support-address", "Back\\slash <a@b.example>"),
+            ("--support-address", "{Date} <a@b.example>"),
+            ("--support-address", "Пётр <a@b.example>"),
+            ("--support-address", "Two\r\nlines <a@b.example>"),
+            ("--support-address", "<nobody>"),
+            ("--support-address", "Desk <a@b.example"),
+            ("--support-address", "Desk <a@b.example> x"),
+            ("--support-address", "Desk <<a@b.example>"),
+            ("--upload-server", ""),
+            ("--upload-server", "http://b.example"),
+            ("--upload-server", "b.example/path"),
+            ("--upload-server", "b.example:81"),
+            ("--upload-server", "y" * 128),
+        ):
             with self.subTest(option=option, text=text):
                 with self.assertRaisesRegex(ValueError, "is no |is longer than"):
                     redirect(self.dll, option, text)
@@ -120,7 +139,7 @@ class Redirect(runner.Case):
             at = content.index(MARK) + len(MARK) + place
             for damaged in (b"\xEF", b"x" * 128):
                 with self.subTest(place=place, damaged=damaged):
-                    self.dll.write_bytes(content[:at] + damaged + content[at + len(damaged):])
+                    self.dll.write_bytes(content[:at] + damaged + content[at + len(damaged) :])
                     for option in ((), ("--upload-server", "b.example")):
                         with self.assertRaisesRegex(ValueError, r"^redirect: .*Wendax\.dll: this [^\n]*\n$"):
                             redirect(self.dll, *option)
@@ -133,25 +152,32 @@ class Redirect(runner.Case):
 class BuildSettings(runner.Case):
     def configure(self, *settings):
         command = ["cmake", "--fresh", "--preset", "windows", "-B", self.artifacts / "build", *settings]
-        done = subprocess.run(command, cwd=REPO, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              timeout=250, check=False)
+        done = subprocess.run(
+            command, cwd=REPO, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=250, check=False
+        )
         return done.returncode, " ".join(done.stdout.split())
 
     def test_address_with_a_name_is_built_in_so_that_mail_programs_take_it(self):
-        code, told = self.configure("-DWENDAX_SUPPORT_ADDRESS=Crash Desk <crashes@example.com>",
-                                    "-DWENDAX_UPLOAD_SERVER=reports.example.com")
+        code, told = self.configure(
+            "-DWENDAX_SUPPORT_ADDRESS=Crash Desk <crashes@example.com>", "-DWENDAX_UPLOAD_SERVER=reports.example.com"
+        )
         self.assertEqual(code, 0, told)
         target = "report/CMakeFiles/report.dir/destinations_win.cpp.obj"
-        subprocess.run(["cmake", "--build", self.artifacts / "build", "--target", target], check=True,
-                       stdout=subprocess.PIPE, timeout=250)
+        subprocess.run(
+            ["cmake", "--build", self.artifacts / "build", "--target", target],
+            check=True,
+            stdout=subprocess.PIPE,
+            timeout=250,
+        )
         places = (self.artifacts / "build" / target).read_bytes().partition(MARK)[2][:256]
         self.assertEqual(places, DESK.ljust(128, b"\0") + b"reports.example.com".ljust(128, b"\0"))
 
     def test_what_is_no_address_ends_the_configuring_with_its_reason(self):
-        for setting, reason in (("WENDAX_SUPPORT_ADDRESS=nobody", "'nobody' is no address"),
-                                ("WENDAX_UPLOAD_SERVER=b.example/path", "'b.example/path' is no host name")):
+        for setting, reason in (
+            ("WENDAX_SUPPORT_ADDRESS=nobody", "'nobody' is no address"),
+            ("WENDAX_UPLOAD_SERVER=b.example/path", "'b.example/path' is no host name"),
+        ):
             with self.subTest(setting):
                 code, told = self.configure("-D" + setting)
                 self.assertNotEqual(code, 0)
                 self.assertIn(reason, told)
-

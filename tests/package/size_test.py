@@ -8,4 +8,3 @@ LIMIT = 120_000  # bytes: 120 KB, whichever way one counts them
 class Size(runner.Case):
     def test_library_stays_below_120_kb(self):
         self.assertLess(self.product("Wendax.dll").stat().st_size, LIMIT)
-

@@ -15,8 +15,9 @@ APPLICATION_DIR, SYSTEM32 = 0x200, 0x800  # LOAD_LIBRARY_SEARCH_...
 class Images(runner.Case):
     def read(self, dll, *options):
         """What llvm-readobj says of it."""
-        told = subprocess.run(["llvm-readobj-19", *options, self.product(dll)], check=True,
-                              capture_output=True, text=True).stdout
+        told = subprocess.run(
+            ["llvm-readobj-19", *options, self.product(dll)], check=True, capture_output=True, text=True
+        ).stdout
         return told
 
     def imports(self, dll):
@@ -59,19 +60,31 @@ class Images(runner.Case):
     def test_looks_for_its_imports_in_few_places(self):
         for dll in DLLS:
             with self.subTest(dll):
-                flags = int(re.search(r"DependentLoadFlags: (0x[0-9A-F]+)", self.read(dll, "--coff-load-config"))[1], 16)
+                flags = int(
+                    re.search(r"DependentLoadFlags: (0x[0-9A-F]+)", self.read(dll, "--coff-load-config"))[1], 16
+                )
                 own = {library for library, _ in self.imports(dll)} & set(DLLS)
                 self.assertEqual(flags, APPLICATION_DIR | SYSTEM32 if own else SYSTEM32)
 
     def test_of_a_companion_imports_what_the_list_says(self):
-        listed = {tuple(line.split()) for line in (HERE / "companion_imports.txt").read_text().splitlines()
-                  if not line.startswith("#")}
+        listed = {
+            tuple(line.split())
+            for line in (HERE / "companion_imports.txt").read_text().splitlines()
+            if not line.startswith("#")
+        }
         imported = {(dll, *function) for dll in DLLS[1:] for function in self.imports(dll)}
         self.assertEqual(imported, listed)
 
     def test_tells_nothing_about_the_machine_that_built_it(self):
-        places = {str(REPO), str(pathlib.Path.home()), str(self.product("Wendax.dll").parent), "/usr/", "/home/",
-                  "/root/", "/tmp/"} - {"/"}
+        places = {
+            str(REPO),
+            str(pathlib.Path.home()),
+            str(self.product("Wendax.dll").parent),
+            "/usr/",
+            "/home/",
+            "/root/",
+            "/tmp/",
+        } - {"/"}
         for dll in DLLS:
             with self.subTest(dll):
                 for file in (dll, dll.replace(".dll", ".pdb")):
@@ -80,4 +93,3 @@ class Images(runner.Case):
                         for text in (place, place.replace("/", "\\")):
                             for encoded in (text.lower().encode(), text.lower().encode("utf-16-le")):
                                 self.assertNotIn(encoded, content, f"{text} in {file}")
-

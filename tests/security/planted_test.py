@@ -6,8 +6,19 @@ from testing import report_dialog, runner
 from testing.host import LIBRARY_FILES, Host
 
 OURS = (*LIBRARY_FILES, "faultkit.dll")
-OF_THE_SYSTEM = ("gdiplus.dll", "dbghelp.dll", "shdocvw.dll", "version.dll", "wininet.dll", "winspool.drv", "shell32.dll",
-                 "advapi32.dll", "gdi32.dll", "user32.dll", "msvcrt.dll")
+OF_THE_SYSTEM = (
+    "gdiplus.dll",
+    "dbghelp.dll",
+    "shdocvw.dll",
+    "version.dll",
+    "wininet.dll",
+    "winspool.drv",
+    "shell32.dll",
+    "advapi32.dll",
+    "gdi32.dll",
+    "user32.dll",
+    "msvcrt.dll",
+)
 # Wine prefers its own libraries to others' of the same names, as Windows doesn't.
 AS_WINDOWS = "winemenubuilder.exe=d;mscoree,mshtml=;gdiplus,dbghelp,shdocvw,version,wininet,winspool.drv=n,b"
 
@@ -20,8 +31,13 @@ class Planted(runner.Case):
         host = Host(self, "fault_host.exe", files=OURS, desktop=desktop)
         plant(host)
         log = host.prefix.drive_c / "planted.log"
-        process = host.start("--screen", "1", "write", cwd=host.prefix.drive_c / (folder or "host"),
-                             env={"PLANTED_LOG": "C:\\planted.log", "WINEDLLOVERRIDES": AS_WINDOWS})
+        process = host.start(
+            "--screen",
+            "1",
+            "write",
+            cwd=host.prefix.drive_c / (folder or "host"),
+            env={"PLANTED_LOG": "C:\\planted.log", "WINEDLLOVERRIDES": AS_WINDOWS},
+        )
         report_dialog.press(desktop, "Open Error Report")
         message = host.wait_messages(1)[0]
         process.wait_family()
@@ -37,8 +53,9 @@ class Planted(runner.Case):
         self.assertIn("screen_copy.jpg", dict(message.attachments))
 
     def test_in_the_current_folder_are_left_alone(self):
-        loaded, message = self.report(lambda host: self.put(host.prefix.drive_c / "elsewhere", OURS + OF_THE_SYSTEM),
-                                      "elsewhere")
+        loaded, message = self.report(
+            lambda host: self.put(host.prefix.drive_c / "elsewhere", OURS + OF_THE_SYSTEM), "elsewhere"
+        )
         self.assertEqual(loaded, [])
         self.assert_whole(message)
 
@@ -51,4 +68,3 @@ class Planted(runner.Case):
         # The one library whose plain name is kept: the program's folder comes first.
         loaded, _ = self.report(lambda host: self.put(host.folder, ("shdocvw.dll",)))
         self.assertEqual(loaded, ["C:\\host\\shdocvw.dll"])
-

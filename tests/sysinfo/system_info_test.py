@@ -28,12 +28,15 @@ WHOLE_TEXT = re.compile(
     rb"\n(?P<browser>Internet Explorer Version: \d+\.\d+\nBuild Number: \d+)\n"
     rb"\nPrinters list: \n(?P<printers>(?:[^\n]+\n)*)\nDefault printer: \n(?P<default_printer>[^\n]*)\n"
     rb"\n(?P<host>Cannot extract version number of Lumivale|Lumivale module info:\n.*)",
-    re.DOTALL)
+    re.DOTALL,
+)
 
 SECTIONS = re.compile(
     rb"\nWindows Version:\n(?P<windows>.*?)\nModule Info:(?P<module>.*?)\nCPU Info:(?P<cpu>.*?)\nMonitor info:\n"
     rb"(?P<display>.*?)\n\n(?P<browser>.*?)\n\n(?P<printers>Printers list: \n.*?)\n"
-    rb"(?P<host>Cannot extract version number of Lumivale|Lumivale module info:\n.*)", re.DOTALL)
+    rb"(?P<host>Cannot extract version number of Lumivale|Lumivale module info:\n.*)",
+    re.DOTALL,
+)
 CLOCK = re.compile(rb"(Procesor Clock Frequecy: )[1-9]\d*")
 LUMIVALE = b"Lumivale module info:\nCompany: %s\nProduct name:%s\nVersion number: %s.%s.%s\nBuild number %s"
 NO_MODULE = b"\nCompany: Unknown\nProduct Name: Unknown\nProduct Version: 0.0.0.0\n"
@@ -57,8 +60,10 @@ TROUBLE = {
     ("GetFileVersionInfoA", 0): {"module": NO_MODULE, "host": UNREADABLE_LUMIVALE},
     ("VerQueryValueA", 0): {"module": NO_MODULE, "host": UNREADABLE_LUMIVALE},
     # The root, the translation and the company have been read.
-    ("VerQueryValueA", 3): {"module": NO_MODULE.replace(b"Company: Unknown", b"Company: Example Hosts"),
-                            "host": UNREADABLE_LUMIVALE},
+    ("VerQueryValueA", 3): {
+        "module": NO_MODULE.replace(b"Company: Unknown", b"Company: Example Hosts"),
+        "host": UNREADABLE_LUMIVALE,
+    },
     ("LoadLibraryA", 0): {"browser": b"Cannot extract version number of Internet Explorer"},
     ("FindFirstFileA", 0): {"host": NO_LUMIVALE},
     ("RegOpenKeyA", 0): {},
@@ -93,9 +98,17 @@ class InThisMachine(Case):
         return self.wine().run(self.product(HOST), *args, check=True).text
 
     def test_a_fault_behind_the_guard_is_an_answer(self):
-        self.assertEqual(self.host("guard").splitlines(),
-                         ["illegal instruction 0", "access violation 0", "privileged instruction 0", "harmless 1",
-                          "SSE 1", "time stamps 1"])
+        self.assertEqual(
+            self.host("guard").splitlines(),
+            [
+                "illegal instruction 0",
+                "access violation 0",
+                "privileged instruction 0",
+                "harmless 1",
+                "SSE 1",
+                "time stamps 1",
+            ],
+        )
 
     def test_the_clock_agrees_with_the_time_stamp_counter(self):
         lines = [line.split() for line in self.host("clock").splitlines()]
@@ -138,9 +151,13 @@ class TheFile(Case):
         return match
 
     def print_system(self, names):
-        self.windows.import_registry("".join(
-            f'[{PRINTERS_KEY}\\{name}]\n"Name"="{name}"\n"Port"="LPT1:"\n"Printer Driver"="none"\n'
-            f'"Attributes"=dword:00000040\n\n' for name in names))
+        self.windows.import_registry(
+            "".join(
+                f'[{PRINTERS_KEY}\\{name}]\n"Name"="{name}"\n"Port"="LPT1:"\n"Printer Driver"="none"\n'
+                f'"Attributes"=dword:00000040\n\n'
+                for name in names
+            )
+        )
 
     def sections(self, *trouble):
         """{section: text} of a file that is written while a call faults; the clock as 1, if it was measured."""
@@ -156,8 +173,10 @@ class TheFile(Case):
         shutil.copy(self.exe, self.folder / "Lumivale.exe")
         whole = self.sections()
         self.assertEqual(whole["printers"], b"Printers list: \nAlpha tray\nZebra\n\nDefault printer: \nAlpha tray\n")
-        self.assertEqual(whole["module"],
-                         b"\nCompany: Example Hosts\nProduct Name: System information host\nProduct Version: 3.1.0.12\n")
+        self.assertEqual(
+            whole["module"],
+            b"\nCompany: Example Hosts\nProduct Name: System information host\nProduct Version: 3.1.0.12\n",
+        )
         for (function, calls), changed in TROUBLE.items():
             if changed == "no clock":
                 changed = {"cpu": whole["cpu"].replace(b"Frequecy: 1\n", b"Frequecy: 0\n")}
@@ -174,8 +193,10 @@ class TheFile(Case):
         for group, flag in {"mmx": "mmx", "sse": "sse", "sse2": "sse2", "threednow": "3dnow"}.items():
             self.assertEqual(facts[group] == b"yes", flag in flags, flag)
         self.assertEqual((facts["width"], facts["height"], facts["depth"]), (b"1152", b"864", b"32"))
-        self.assertEqual((facts["company"], facts["product"], facts["version"]),
-                         (b"Example Hosts", b"System information host", b"3.1.0.12"))
+        self.assertEqual(
+            (facts["company"], facts["product"], facts["version"]),
+            (b"Example Hosts", b"System information host", b"3.1.0.12"),
+        )
         self.assertEqual(facts["host"], b"Cannot extract version number of Lumivale")
 
     def test_ends_its_lines_in_CR_LF(self):
@@ -238,13 +259,19 @@ class TheFile(Case):
         self.exe = shutil.copy(self.exe, self.folder / "хост.exe")
         shutil.copy(self.exe, self.folder / "Lumivale.exe")
         facts = self.facts()
-        self.assertEqual((facts["company"], facts["product"], facts["version"]),
-                         (b"Example Hosts", b"System information host", b"3.1.0.12"))
-        self.assertEqual(facts["host"], LUMIVALE % (b"Example Hosts", b"System information host", b"3", b"1", b"0", b"12"))
+        self.assertEqual(
+            (facts["company"], facts["product"], facts["version"]),
+            (b"Example Hosts", b"System information host", b"3.1.0.12"),
+        )
+        self.assertEqual(
+            facts["host"], LUMIVALE % (b"Example Hosts", b"System information host", b"3", b"1", b"0", b"12")
+        )
 
     def test_finds_the_host_application_where_it_is_registered(self):
-        found = (b"Lumivale module info:\nCompany: Example Hosts\nProduct name:System information host\n"
-                 b"Version number: 3.1.0\nBuild number 12")
+        found = (
+            b"Lumivale module info:\nCompany: Example Hosts\nProduct name:System information host\n"
+            b"Version number: 3.1.0\nBuild number 12"
+        )
         missing = b"Cannot extract version number of Lumivale"
         installed = self.prefix.drive_c / "Programs" / "Lumivale.exe"
         self.windows.set_registry(APP_PATHS_KEY, "", "C:\\Programs\\Lumivale.exe")
@@ -253,10 +280,12 @@ class TheFile(Case):
         shutil.copy(self.exe, installed)
         self.assertEqual(self.facts()["host"], found)
         installed.write_bytes(b"no program at all")
-        self.assertEqual(self.facts()["host"], b"Lumivale module info:\nCompany: Unknown\nProduct name:Unknown\n"
-                                               b"Version number: Unknown..\nBuild number ")
+        self.assertEqual(
+            self.facts()["host"],
+            b"Lumivale module info:\nCompany: Unknown\nProduct name:Unknown\n"
+            b"Version number: Unknown..\nBuild number ",
+        )
         installed.unlink()
         self.assertEqual(self.facts()["host"], missing)
         shutil.copy(self.exe, self.folder / "Lumivale.exe")
         self.assertEqual(self.facts()["host"], found)
-

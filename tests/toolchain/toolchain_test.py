@@ -21,9 +21,11 @@ class Toolchain(runner.Case):
     def test_image_with_handlers_carries_the_security_marks(self):
         headers = subprocess.run(
             ["llvm-readobj-19", "--file-headers", "--coff-load-config", self.product("toolchain_host.exe")],
-            check=True, capture_output=True, text=True).stdout
+            check=True,
+            capture_output=True,
+            text=True,
+        ).stdout
         self.assertIn("IMAGE_DLL_CHARACTERISTICS_DYNAMIC_BASE", headers)
         self.assertIn("IMAGE_DLL_CHARACTERISTICS_NX_COMPAT", headers)
         self.assertNotIn("IMAGE_DLL_CHARACTERISTICS_NO_SEH", headers)
         self.assertRegex(headers, r"SEHandlerCount: [1-9]")
-

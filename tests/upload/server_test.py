@@ -65,9 +65,20 @@ class AReport(ServerCase):
 
     def test_may_hold_boundaries_in_its_files(self):
         self.serve()
-        files = {part: (b"C:\\f", content) for part, content in zip(PARTS, (
-            b"\n\n--AaB03x--\n", b"--AaB03x\n", b"\n--AaB03x\ncontent-disposition: form-data; name=\"Conversion_log",
-            b"\n\n--AaB03x--\n\n--AaB03x\n", b"\r\n--AaB03x--\r\n", b"\n\n--AaB03x--\n--AaB03x\n"))}
+        files = {
+            part: (b"C:\\f", content)
+            for part, content in zip(
+                PARTS,
+                (
+                    b"\n\n--AaB03x--\n",
+                    b"--AaB03x\n",
+                    b'\n--AaB03x\ncontent-disposition: form-data; name="Conversion_log',
+                    b"\n\n--AaB03x--\n\n--AaB03x\n",
+                    b"\r\n--AaB03x--\r\n",
+                    b"\n\n--AaB03x--\n--AaB03x\n",
+                ),
+            )
+        }
         self.assertEqual(self.post(upload_body(files))[0], 200)
         self.assert_stored(files, *self.server.reports())
 
@@ -91,14 +102,31 @@ class AReport(ServerCase):
 
     def test_never_names_a_file(self):
         self.serve()
-        names = (b"../../../evil.php", b"C:\\..\\..\\evil.php", b"/etc/passwd", b"index.php", b"report.json",
-                 b"a\" onload=\"x")
+        names = (
+            b"../../../evil.php",
+            b"C:\\..\\..\\evil.php",
+            b"/etc/passwd",
+            b"index.php",
+            b"report.json",
+            b'a" onload="x',
+        )
         for name in names:
             self.assertEqual(self.post(upload_body({part: (name, b"<?php evil();") for part in PARTS}))[0], 200)
         written = {path.name for path in self.server.store.rglob("*") if path.is_file()}
-        self.assertEqual(written, {".htaccess", ".lock", "report.json", "conversion_script.bin",
-                                   "conversion_config.bin", "file_for_conversion.bin", "conversion_log.txt",
-                                   "screen_copy.jpg", "system_info.txt"})
+        self.assertEqual(
+            written,
+            {
+                ".htaccess",
+                ".lock",
+                "report.json",
+                "conversion_script.bin",
+                "conversion_config.bin",
+                "file_for_conversion.bin",
+                "conversion_log.txt",
+                "screen_copy.jpg",
+                "system_info.txt",
+            },
+        )
         self.assertFalse([path for path in self.artifacts.rglob("evil*")])
 
 
@@ -129,24 +157,26 @@ class WhatIsNoReport(ServerCase):
         cases = {
             "empty": b"",
             "text": b"hello",
-            "cut in half": good[:len(good) // 2],
+            "cut in half": good[: len(good) // 2],
             "cut in the first header": good[:20],
             "without its last byte": good[:-1],
             "with a byte more": good + b"\n",
             "with CR LF": good.replace(b"\n", b"\r\n"),
             "without the first line end": good[1:],
-            "parts in another order": good.replace(b"Conversion_Script", b"x").replace(
-                b"Conversion_Config", b"Conversion_Script").replace(b"x", b"Conversion_Config"),
+            "parts in another order": good.replace(b"Conversion_Script", b"x")
+            .replace(b"Conversion_Config", b"Conversion_Script")
+            .replace(b"x", b"Conversion_Config"),
             "another form": good.replace(b"com_mosforms", b"com_content"),
-            "a seventh part": upload_body({**GOOD}).replace(b"--AaB03x\ncontent-disposition: form-data; name=\"tableid",
-                                                             good + b"--AaB03x\nname=\"tableid"),
-            "trailer alone": good[good.rfind(b"--AaB03x\ncontent-disposition: form-data; name=\"tableid"):],
-            "first header alone": good[:good.find(b"script\x00")],
+            "a seventh part": upload_body({**GOOD}).replace(
+                b'--AaB03x\ncontent-disposition: form-data; name="tableid', good + b'--AaB03x\nname="tableid'
+            ),
+            "trailer alone": good[good.rfind(b'--AaB03x\ncontent-disposition: form-data; name="tableid') :],
+            "first header alone": good[: good.find(b"script\x00")],
             "a line end in a path": upload_body({"Screen_copy": (b"a\nb", b"")}),
             "a zero byte in a path": upload_body({"Screen_copy": (b"a\x00b", b"")}),
             "an endless path": upload_body({"Screen_copy": (b"a" * 40000, b"")}),
             "only boundaries": b"\n\n--AaB03x--\n" * 100000,
-            "only header lines": b"--AaB03x\ncontent-disposition: form-data; name=\"" * 100000,
+            "only header lines": b'--AaB03x\ncontent-disposition: form-data; name="' * 100000,
             "a part of another name": good.replace(b"Screen_copy", b"../../Screen"),
             "a part twice": good.replace(b"Screen_copy", b"System_info"),
             "in UTF-16": good.decode("latin-1").encode("utf-16"),
@@ -159,17 +189,29 @@ class WhatIsNoReport(ServerCase):
 
     def test_of_another_type_is_refused(self):
         self.serve()
-        for content_type in ("application/x-www-form-urlencoded", "multipart/form-data", "text/plain", "",
-                             "multipart/form-data; boundary=other", "multipart/form-data; boundary=AaB03xx",
-                             "multipart/mixed; boundary=AaB03x"):
+        for content_type in (
+            "application/x-www-form-urlencoded",
+            "multipart/form-data",
+            "text/plain",
+            "",
+            "multipart/form-data; boundary=other",
+            "multipart/form-data; boundary=AaB03xx",
+            "multipart/mixed; boundary=AaB03x",
+        ):
             with self.subTest(content_type):
                 self.assertEqual(self.post(upload_body(GOOD), content_type)[0], 415)
         self.assertEqual(self.server.reports(), [])
 
     def test_for_another_page_is_refused(self):
         self.serve()
-        for path in ("/", "/index.php", "/index.php?option=other", "/index.php?option[]=com_mosforms",
-                     "/other.php?option=com_mosforms", "/index.php/x?option=com_mosforms"):
+        for path in (
+            "/",
+            "/index.php",
+            "/index.php?option=other",
+            "/index.php?option[]=com_mosforms",
+            "/other.php?option=com_mosforms",
+            "/index.php/x?option=com_mosforms",
+        ):
             with self.subTest(path):
                 self.assertEqual(self.post(upload_body(GOOD), path=path)[0], 404)
         self.assertEqual(self.server.reports(), [])
@@ -186,12 +228,19 @@ class WhatIsNoReport(ServerCase):
         self.serve()
         good = upload_body(GOOD)
         # None beyond 64 bits: that ends PHP's own server, and other web servers answer it themselves.
-        for name, length, body in (("none", None, good), ("less than there is", len(good) - 1, good), ("negative", -1, good),
-                                   ("no number", "many", good), ("larger than allowed", 65 << 20, b"")):
+        for name, length, body in (
+            ("none", None, good),
+            ("less than there is", len(good) - 1, good),
+            ("negative", -1, good),
+            ("no number", "many", good),
+            ("larger than allowed", 65 << 20, b""),
+        ):
             with self.subTest(name):
                 announced = b"" if length is None else b"Content-Length: %s\r\n" % str(length).encode()
-                answer = self.raw(b"POST %s HTTP/1.1\r\nHost: x\r\nContent-Type: %s\r\n%s\r\n%s"
-                                  % (FORM_PATH.encode(), CONTENT_TYPE.encode(), announced, body))
+                answer = self.raw(
+                    b"POST %s HTTP/1.1\r\nHost: x\r\nContent-Type: %s\r\n%s\r\n%s"
+                    % (FORM_PATH.encode(), CONTENT_TYPE.encode(), announced, body)
+                )
                 self.assertNotIn(CONFIRMATION, answer)
                 self.assertNotRegex(answer[:15], rb"HTTP/1.\d 2")
         self.assertEqual(self.server.reports(), [])
@@ -212,8 +261,10 @@ class WhatIsNoReport(ServerCase):
         self.serve()
         body = upload_body(GOOD)
         with socket.create_connection((self.server.address, PORT), timeout=60) as client:
-            client.sendall(b"POST %s HTTP/1.1\r\nHost: x\r\nContent-Type: %s\r\nContent-Length: %d\r\n\r\n%s"
-                           % (FORM_PATH.encode(), CONTENT_TYPE.encode(), len(body), body[:-100]))
+            client.sendall(
+                b"POST %s HTTP/1.1\r\nHost: x\r\nContent-Type: %s\r\nContent-Length: %d\r\n\r\n%s"
+                % (FORM_PATH.encode(), CONTENT_TYPE.encode(), len(body), body[:-100])
+            )
         self.assertEqual(self.post(body)[0], 200)
         self.assertEqual(len(self.server.reports()), 1)
 
@@ -249,15 +300,28 @@ class TheOwnerOfTheServer(ServerCase):
     def test_finds_each_refusal_in_the_log_with_its_status_and_size(self):
         body = upload_body({"Screen_copy": (b"C:\\s", b"<secret>" * 500)})
         self.serve({"UPLOAD_MAX_REPORTS": "1", "UPLOAD_MAX_BODY": str(len(body))})
-        self.assertEqual([self.post(body)[0], self.post(body)[0], self.post(body + b"\n")[0], self.post(body[:-1])[0],
-                          self.request("PUT")[0], self.request("GET", "/<secret>")[0]], [200, 507, 413, 400, 405, 404])
+        self.assertEqual(
+            [
+                self.post(body)[0],
+                self.post(body)[0],
+                self.post(body + b"\n")[0],
+                self.post(body[:-1])[0],
+                self.request("PUT")[0],
+                self.request("GET", "/<secret>")[0],
+            ],
+            [200, 507, 413, 400, 405, 404],
+        )
         log = re.sub(r"^\[[^]]*\] ", "", self.server.log(), flags=re.MULTILINE)
-        self.assertEqual(re.findall("^Refused .*", log, re.MULTILINE), [
-            f"Refused with 507, {len(body)} bytes: There is no room for more reports.",
-            f"Refused with 413, {len(body) + 1} bytes: The report is too large.",
-            f"Refused with 400, {len(body) - 1} bytes: The report is cut off.",
-            "Refused with 405, 0 bytes: Only GET and POST are understood here.",
-            "Refused with 404, 0 bytes: There is nothing here."])
+        self.assertEqual(
+            re.findall("^Refused .*", log, re.MULTILINE),
+            [
+                f"Refused with 507, {len(body)} bytes: There is no room for more reports.",
+                f"Refused with 413, {len(body) + 1} bytes: The report is too large.",
+                f"Refused with 400, {len(body) - 1} bytes: The report is cut off.",
+                "Refused with 405, 0 bytes: Only GET and POST are understood here.",
+                "Refused with 404, 0 bytes: There is nothing here.",
+            ],
+        )
 
     def test_sees_on_the_page_how_full_the_store_is(self):
         self.serve()
@@ -287,9 +351,18 @@ class TheStore(ServerCase):
         self.serve()
         self.assertEqual(self.post(upload_body(GOOD))[0], 200)
         report = self.server.report_folders()[0].name
-        for path in (f"/{report}/report.json", f"/store/{report}/screen_copy.jpg", f"/../reports/{report}/report.json",
-                     f"/..%2freports%2f{report}%2freport.json", "/.htaccess", "/.user.ini", "/../src/settings.php",
-                     "/%2e%2e/src/settings.php", "//", "/index.php/../../src/settings.php"):
+        for path in (
+            f"/{report}/report.json",
+            f"/store/{report}/screen_copy.jpg",
+            f"/../reports/{report}/report.json",
+            f"/..%2freports%2f{report}%2freport.json",
+            "/.htaccess",
+            "/.user.ini",
+            "/../src/settings.php",
+            "/%2e%2e/src/settings.php",
+            "//",
+            "/index.php/../../src/settings.php",
+        ):
             with self.subTest(path):
                 status, answer, _ = self.request("GET", path)
                 self.assertEqual(status, 404, answer)
@@ -342,7 +415,7 @@ class WherePhpTakesTheBodyApart(ServerCase):
             "text": b"hello",
             "many files under one name": good.replace(b'name="Screen_copy"', b'name="Screen_copy[]"'),
             "a field more": good + b'content-disposition: form-data; name="x"\n\n1\n--AaB03x\n',
-            "cut in half": good[:len(good) // 2],
+            "cut in half": good[: len(good) // 2],
         }.items():
             with self.subTest(name):
                 self.assertEqual(self.post(body)[0], 400)
@@ -351,4 +424,3 @@ class WherePhpTakesTheBodyApart(ServerCase):
 
 def _as_listed(path):
     return re.sub(rb"[^\x20-\x24\x26-\x7e]", lambda byte: b"%%%02X" % ord(byte[0]), path).decode("ascii")
-

@@ -114,5 +114,3 @@ class AUserWithAServerThatSendsTooMuch(Case):
         host.send("text", server.url + "/", "body")
         kind, text, _ = host.receive(LIMIT - 1).split()
         self.assertEqual((kind, bytes.fromhex(text)), ("answer", (b"0123456789" * (MOST // 10 + 1))[:MOST]))
-
-

@@ -63,7 +63,7 @@ class APost(TransportCase):
         body = bytes(range(256)) * 300
         self.host.tell("headers", "Content-Type: multipart/form-data; boundary=AaB03x")
         self.assertEqual(self.post(server, body, "/index.php?option=com_mosforms&x=%20").text, b"fine")
-        request, = server.requests
+        (request,) = server.requests
         self.assertEqual(request.line, "POST /index.php?option=com_mosforms&x=%20 HTTP/1.1")
         self.assertEqual(request.headers["content-type"], "multipart/form-data; boundary=AaB03x")
         self.assertEqual(request.headers["user-agent"], "Lumivale")
@@ -110,7 +110,7 @@ class AGet(TransportCase):
     def test_fetches_the_text(self):
         server = self.serve(answering(b"a page"), port=8080)
         self.assertEqual(self.request("get", server.url + "/page?x=1").text, b"a page")
-        request, = server.requests
+        (request,) = server.requests
         self.assertEqual(request.line, "GET /page?x=1 HTTP/1.1")
         self.assertEqual(request.headers["user-agent"], "Lumivale")
         self.assertNotIn("content-type", request.headers)
@@ -138,17 +138,27 @@ class TheCalls(TransportCase):
 
     def test_of_a_post_to_port_80(self):
         address = loopback_address()
-        self.assertEqual(self.calls_of("text", f"http://{address}/form?x=1", "body"), [
-            "session Lumivale 1 - - 0", f'connect {address} 80 "" "" 3 4000000 0',
-            "request POST /form?x=1 - - */* 4000000 0"])
+        self.assertEqual(
+            self.calls_of("text", f"http://{address}/form?x=1", "body"),
+            [
+                "session Lumivale 1 - - 0",
+                f'connect {address} 80 "" "" 3 4000000 0',
+                "request POST /form?x=1 - - */* 4000000 0",
+            ],
+        )
 
     def test_of_a_post_to_another_port(self):
         for scheme, port in (("http", 8080), ("https", 443)):
             with self.subTest(port):
                 address = loopback_address(port)
-                self.assertEqual(self.calls_of("text", f"{scheme}://{address}:{port}/", "body"), [
-                    "session Lumivale 1 - - 0", f'connect {address} {port} "" "" 3 4000000 0',
-                    "request POST / - - */* 4803000 0"])
+                self.assertEqual(
+                    self.calls_of("text", f"{scheme}://{address}:{port}/", "body"),
+                    [
+                        "session Lumivale 1 - - 0",
+                        f'connect {address} {port} "" "" 3 4000000 0',
+                        "request POST / - - */* 4803000 0",
+                    ],
+                )
 
     def test_of_a_get(self):
         url = f"http://{loopback_address()}/page"
@@ -385,4 +395,3 @@ class ManyRequests(TransportCase):
     def test_of_many_transports_leave_nothing(self):
         server = self.serve(answering(b"fine"))
         self.assert_nothing_kept(("new",), ("text", server.url + "/", "body"), answer=b"fine")
-

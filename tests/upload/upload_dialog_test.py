@@ -45,12 +45,14 @@ class DialogCase(Case):
         folder = self.host.wine.prefix.to_windows(temp)
         picture = temp / "screen_copy.jpg"
         self.assertEqual(described(picture, "%m %w %h %Q"), "JPEG 512 512 75")
-        return upload_body({
-            "Conversion_Config": (b"upload.cfg", (self.host.folder / "upload.cfg").read_bytes()),
-            "Conversion_log": (b"upload.log", (self.host.folder / "upload.log").read_bytes()),
-            "Screen_copy": (f"{folder}\\screen_copy.jpg".encode(), picture.read_bytes()),
-            "System_info": (f"{folder}\\system_info.txt".encode(), (temp / "system_info.txt").read_bytes()),
-        })
+        return upload_body(
+            {
+                "Conversion_Config": (b"upload.cfg", (self.host.folder / "upload.cfg").read_bytes()),
+                "Conversion_log": (b"upload.log", (self.host.folder / "upload.log").read_bytes()),
+                "Screen_copy": (f"{folder}\\screen_copy.jpg".encode(), picture.read_bytes()),
+                "System_info": (f"{folder}\\system_info.txt".encode(), (temp / "system_info.txt").read_bytes()),
+            }
+        )
 
 
 class TheDialog(DialogCase):
@@ -59,7 +61,7 @@ class TheDialog(DialogCase):
         server = self.serve()
         self.press("Upload Report")
         self.assertEqual(self.finish(), "uploaded")
-        request, = server.requests
+        (request,) = server.requests
         self.assertEqual(request.body, self.expected_body())
 
     def test_closes_without_uploading(self):
@@ -79,7 +81,7 @@ class TheDialog(DialogCase):
         with PhpServer(self.address, 80, self.artifacts / "store") as server:
             self.press("Upload Report")
             self.assertEqual(self.finish(), "uploaded")
-            stored, = server.reports()
+            (stored,) = server.reports()
         self.assertEqual(stored["Conversion_Config"], ("upload.cfg", b"quality = high\r\n"))
         self.assertEqual(stored["Conversion_log"], ("upload.log", b"conversion started\r\n"))
         self.assertIn(b"Windows Version:", stored["System_info"][1])
@@ -103,14 +105,20 @@ class TheIcon(Case):
 class WhatTheDialogShows(Case):
     """Pictures to look at, and the texts and buttons as Windows knows them."""
 
-    START = ("If you were in the middle of something, the information you were working on might be lost.\n\n"
-             "Please tell Torvex about this problem.\n\n"
-             "We have created an error report that your can sent to us. This report will help us to improve the "
-             "program and fix this error??")  # two characters that no ANSI code page has
-    SENDING = ("Upload отчёта о crash'e может занять некоторое время. Пожалуйста подождите.\n\n"
-               "После окончания операции загрузки программа будет автоматически закрыта.")
-    FAILED = ("Ошибка передачи данных.\n\nПожалуйста подключитесь к сети Internet и разрешите программе ksv.exe "
-              "выход в сеть для соединения с сервером компании Torvex.")
+    START = (
+        "If you were in the middle of something, the information you were working on might be lost.\n\n"
+        "Please tell Torvex about this problem.\n\n"
+        "We have created an error report that your can sent to us. This report will help us to improve the "
+        "program and fix this error??"
+    )  # two characters that no ANSI code page has
+    SENDING = (
+        "Upload отчёта о crash'e может занять некоторое время. Пожалуйста подождите.\n\n"
+        "После окончания операции загрузки программа будет автоматически закрыта."
+    )
+    FAILED = (
+        "Ошибка передачи данных.\n\nПожалуйста подключитесь к сети Internet и разрешите программе ksv.exe "
+        "выход в сеть для соединения с сервером компании Torvex."
+    )
     THANKED = "Thank you.\n\nData has uploaded successfully"
 
     def setUp(self):
@@ -128,8 +136,12 @@ class WhatTheDialogShows(Case):
         return bytes.fromhex(told[0]).decode("cp1251"), told[1] == "1", told[2] == "1"
 
     def wait_shown(self, text, takes_clicks, timeout=60):
-        wait_until(lambda: self.shown() == (text, takes_clicks, takes_clicks), "the dialog's next state", timeout,
-                   seen=self.shown)
+        wait_until(
+            lambda: self.shown() == (text, takes_clicks, takes_clicks),
+            "the dialog's next state",
+            timeout,
+            seen=self.shown,
+        )
 
     def picture(self, name):
         """Takes a picture once the place of the dialog's text has a text, and one of none of the pictures before. The
@@ -140,8 +152,9 @@ class WhatTheDialogShows(Case):
             window = report_dialog.wait(self.screen)
             x, y = window.x + window.width * 86 // 300, window.y + window.height * 46 // 177
             place = f"{window.width * 203 // 300}x{window.height * 96 // 177}+{x}+{y}"
-            seen = subprocess.run(["convert", picture, "-crop", place, "rgb:-"], check=True, capture_output=True,
-                                  timeout=60).stdout
+            seen = subprocess.run(
+                ["convert", picture, "-crop", place, "rgb:-"], check=True, capture_output=True, timeout=60
+            ).stdout
             if seen in self.seen or len(set(zip(*[iter(seen)] * 3))) == 1:  # blank
                 return False
             self.seen.append(seen)
@@ -261,7 +274,7 @@ class WhatTheDialogShows(Case):
         with WebServer(self.address, 80, YES) as server:
             report_dialog.press(self.screen, "Upload Report")
             self.finish(1)
-        request, = server.requests
+        (request,) = server.requests
         self.assertEqual(request.body, upload_body({"Conversion_log": (log, b"as it is by now")}))
 
     def test_after_a_newer_report_was_made_is_the_upload_of_that(self):
@@ -272,7 +285,7 @@ class WhatTheDialogShows(Case):
         with WebServer(self.address, 80, YES) as server:
             report_dialog.press(self.screen, "Upload Report")
             self.finish(1)
-        request, = server.requests
+        (request,) = server.requests
         self.assertEqual(request.body, upload_body({"Conversion_log": (b"newest", b"")}))
 
     def test_after_a_failure_is_a_dialog_that_can_be_closed(self):
@@ -310,4 +323,3 @@ class WhatTheDialogShows(Case):
         self.wait_shown(self.FAILED, takes_clicks=True)
         report_dialog.press(self.screen, "Close")
         self.finish(2)
-

@@ -43,7 +43,7 @@ class TheBody(UploadCase):
     def test_of_a_report_without_files_is_whole(self):
         self.serve()
         self.assertEqual(self.upload(), "uploaded")
-        request, = self.server.requests
+        (request,) = self.server.requests
         self.assertEqual(request.line, f"POST {FORM_PATH} HTTP/1.1")
         self.assertEqual(request.headers["content-type"], CONTENT_TYPE)
         self.assertEqual(request.headers["host"], self.address)
@@ -63,15 +63,28 @@ class TheBody(UploadCase):
 
     def test_holds_the_four_files_of_the_host_under_their_names(self):
         self.serve()
-        files = {name: (self.host.write(name, content), content) for name, content in (
-            (b"a.cfg", b"config\r\n"), (b"a.scr", b"script\nwith\x00zero bytes\x00"), (b"a.log", b"\x1alog\r"),
-            (b"a.dat", bytes(range(256)) * 1000))}
-        self.post(config=files[b"a.cfg"][0], script=files[b"a.scr"][0], log=files[b"a.log"][0],
-                  file=files[b"a.dat"][0])
+        files = {
+            name: (self.host.write(name, content), content)
+            for name, content in (
+                (b"a.cfg", b"config\r\n"),
+                (b"a.scr", b"script\nwith\x00zero bytes\x00"),
+                (b"a.log", b"\x1alog\r"),
+                (b"a.dat", bytes(range(256)) * 1000),
+            )
+        }
+        self.post(config=files[b"a.cfg"][0], script=files[b"a.scr"][0], log=files[b"a.log"][0], file=files[b"a.dat"][0])
         self.assertEqual(self.upload(), "uploaded")
-        self.assertEqual(self.sent(), upload_body({
-            "Conversion_Config": files[b"a.cfg"], "Conversion_Script": files[b"a.scr"],
-            "Conversion_log": files[b"a.log"], "File_for_conversion": files[b"a.dat"]}))
+        self.assertEqual(
+            self.sent(),
+            upload_body(
+                {
+                    "Conversion_Config": files[b"a.cfg"],
+                    "Conversion_Script": files[b"a.scr"],
+                    "Conversion_log": files[b"a.log"],
+                    "File_for_conversion": files[b"a.dat"],
+                }
+            ),
+        )
 
     def test_holds_files_of_every_size_whole(self):
         self.serve()
@@ -91,9 +104,17 @@ class TheBody(UploadCase):
         empty = self.host.write(b"empty", b"")
         self.post(config=missing, script=folder, log=empty, file=b"Q:\\no such drive")
         self.assertEqual(self.upload(), "uploaded")
-        self.assertEqual(self.sent(), upload_body({
-            "Conversion_Config": (missing, b""), "Conversion_Script": (folder, b""), "Conversion_log": (empty, b""),
-            "File_for_conversion": (b"Q:\\no such drive", b"")}))
+        self.assertEqual(
+            self.sent(),
+            upload_body(
+                {
+                    "Conversion_Config": (missing, b""),
+                    "Conversion_Script": (folder, b""),
+                    "Conversion_log": (empty, b""),
+                    "File_for_conversion": (b"Q:\\no such drive", b""),
+                }
+            ),
+        )
 
     def test_has_no_path_for_null_and_for_an_empty_text(self):
         self.serve()
@@ -113,11 +134,12 @@ class TheBody(UploadCase):
     def test_names_its_paths_as_the_host_gave_them(self):
         self.serve()
         self.host.write(b"file", b"bytes")
-        path = b"Q:/host/../HOST\\%s \"a\" {x} .\\file"
+        path = b'Q:/host/../HOST\\%s "a" {x} .\\file'
         self.post(script=path, log=b"file")
         self.assertEqual(self.upload(), "uploaded")
-        self.assertEqual(self.sent(), upload_body({"Conversion_Script": (path, b""),
-                                                   "Conversion_log": (b"file", b"bytes")}))
+        self.assertEqual(
+            self.sent(), upload_body({"Conversion_Script": (path, b""), "Conversion_log": (b"file", b"bytes")})
+        )
 
 
 class ThePreparedFiles(Case):
@@ -133,12 +155,17 @@ class ThePreparedFiles(Case):
         folder = wine.prefix.to_windows(temp).encode("ascii")
         picture = temp / "screen_copy.jpg"
         text = (temp / "system_info.txt").read_bytes()
-        self.assertEqual(server.requests[0].body, upload_body({
-            "Screen_copy": (folder + b"\\screen_copy.jpg", picture.read_bytes()),
-            "System_info": (folder + b"\\system_info.txt", text)}))
+        self.assertEqual(
+            server.requests[0].body,
+            upload_body(
+                {
+                    "Screen_copy": (folder + b"\\screen_copy.jpg", picture.read_bytes()),
+                    "System_info": (folder + b"\\system_info.txt", text),
+                }
+            ),
+        )
         self.assertEqual(described(picture, "%m %w %h %Q"), "JPEG 512 512 75")
         self.assertIn(b"Windows Version:", text)
-
 
     def test_of_eight_megabytes_each_go_out_whole_with_memory_for_two_bodies_at_most(self):
         address = loopback_address()
@@ -155,9 +182,13 @@ class ThePreparedFiles(Case):
         for part, name in (("Screen_copy", "screen_copy.jpg"), ("System_info", "system_info.txt")):
             (temp / name).write_bytes(content)
             files[part] = (folder + b"\\" + name.encode(), content)
-        report.tell("post", b"|".join(files[part][0] for part in
-                                      ("Conversion_Config", "Conversion_Script", "Conversion_log",
-                                       "File_for_conversion")))
+        report.tell(
+            "post",
+            b"|".join(
+                files[part][0]
+                for part in ("Conversion_Config", "Conversion_Script", "Conversion_log", "File_for_conversion")
+            ),
+        )
         before = self.memory(report)[0]
         self.assertEqual(report.tell("upload"), "uploaded")
         most = self.memory(report)[1]
@@ -316,15 +347,25 @@ class ManyUploads(UploadCase):
 
 class TheServerThatComesWithIt(UploadCase):
     def test_stores_what_the_library_sends(self):
-        files = {name: self.host.write(name, content) for name, content in (
-            (b"config", b"a\r\nb\n"), (b"script", b"zero\0byte"), (b"log", b"\n\n--AaB03x--\n"), (b"file", b""))}
+        files = {
+            name: self.host.write(name, content)
+            for name, content in (
+                (b"config", b"a\r\nb\n"),
+                (b"script", b"zero\0byte"),
+                (b"log", b"\n\n--AaB03x--\n"),
+                (b"file", b""),
+            )
+        }
         with PhpServer(self.address, 80, self.artifacts / "store") as server:
             self.report.tell("post", b"|".join(files[name] for name in (b"config", b"script", b"log", b"file")))
             self.assertEqual(self.upload(), "uploaded")
-            stored, = server.reports()
-        self.assertEqual(stored, {
-            "Conversion_Config": (files[b"config"].decode(), b"a\r\nb\n"),
-            "Conversion_Script": (files[b"script"].decode(), b"zero\0byte"),
-            "Conversion_log": (files[b"log"].decode(), b"\n\n--AaB03x--\n"),
-            "File_for_conversion": (files[b"file"].decode(), b"")})
-
+            (stored,) = server.reports()
+        self.assertEqual(
+            stored,
+            {
+                "Conversion_Config": (files[b"config"].decode(), b"a\r\nb\n"),
+                "Conversion_Script": (files[b"script"].decode(), b"zero\0byte"),
+                "Conversion_log": (files[b"log"].decode(), b"\n\n--AaB03x--\n"),
+                "File_for_conversion": (files[b"file"].decode(), b""),
+            },
+        )

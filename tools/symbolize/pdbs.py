@@ -28,8 +28,13 @@ class Folders:
 
     def pdbs(self):
         """All PDBs that can be read."""
-        return [pdb for path in self._files if path.suffix.lower() == ".pdb" for pdb in [self._pdb(path)]
-                if isinstance(pdb, Pdb)]
+        return [
+            pdb
+            for path in self._files
+            if path.suffix.lower() == ".pdb"
+            for pdb in [self._pdb(path)]
+            if isinstance(pdb, Pdb)
+        ]
 
     def named(self, name):
         """The PDBs of that file name, in either case: a Pdb each, or the BadPdb that it raised."""
@@ -68,7 +73,7 @@ def _key(file, block, _free, _blocks, directory_size, _unknown, directory_map):
 
     def read(blocks, size):
         parts = []
-        for number in blocks[:-(-size // block)]:
+        for number in blocks[: -(-size // block)]:
             file.seek(number * block)
             parts.append(file.read(block))
         return b"".join(parts)[:size]
@@ -84,11 +89,15 @@ def _key(file, block, _free, _blocks, directory_size, _unknown, directory_map):
     (count,) = numbers(directory, 0, 1)
     sizes = [0 if size == 0xFFFFFFFF else size for size in numbers(directory, 4, count)]
     at, streams = 4 + 4 * count, {}
-    for stream, size in enumerate(sizes[:_DEBUG + 1]):
+    for stream, size in enumerate(sizes[: _DEBUG + 1]):
         blocks = -(-size // block)
         streams[stream] = read(numbers(directory, at, blocks), min(size, 64))
         at += 4 * blocks
     first, second, third, last = struct.unpack_from("<IHH8s", streams[_INFO], 12)
     # The module carries the age of the debug stream, which can lag behind the file's own.
-    age = struct.unpack_from("<I", streams[_DEBUG], 8)[0] if len(streams[_DEBUG]) >= 12 else numbers(streams[_INFO], 8, 1)[0]
+    age = (
+        struct.unpack_from("<I", streams[_DEBUG], 8)[0]
+        if len(streams[_DEBUG]) >= 12
+        else numbers(streams[_INFO], 8, 1)[0]
+    )
     return f"{first:08X}{second:04X}{third:04X}{last.hex().upper()}{age:X}"

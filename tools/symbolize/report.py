@@ -9,10 +9,14 @@ import re
 REASON = "Crush Expantion:"
 STACK = "Stack Trace:"
 
-_MODULE = re.compile(r"(?P<base>[0-9A-F]{8}) (?P<size>[0-9A-F]{8}) (?P<stamp>[0-9A-F]{8}) (?P<version>[0-9.]+|-) "
-                     r"(?P<key>[0-9A-F]{9,40}|-) (?P<name>.+?)(?: \| (?P<pdb>.+))?(?P<gone> \[unloaded\])?")
-_FRAME = re.compile(r"(?:(?P<address>[0-9A-F]{8}) )?(?P<module>[^+]+(?:\+[^+]+)*?)\+(?P<offset>[0-9A-F]{8})"
-                    r"(?P<gone> \[unloaded\])?(?: (?P<rest>.*))?")
+_MODULE = re.compile(
+    r"(?P<base>[0-9A-F]{8}) (?P<size>[0-9A-F]{8}) (?P<stamp>[0-9A-F]{8}) (?P<version>[0-9.]+|-) "
+    r"(?P<key>[0-9A-F]{9,40}|-) (?P<name>.+?)(?: \| (?P<pdb>.+))?(?P<gone> \[unloaded\])?"
+)
+_FRAME = re.compile(
+    r"(?:(?P<address>[0-9A-F]{8}) )?(?P<module>[^+]+(?:\+[^+]+)*?)\+(?P<offset>[0-9A-F]{8})"
+    r"(?P<gone> \[unloaded\])?(?: (?P<rest>.*))?"
+)
 
 
 class NoFault(Exception):
@@ -26,20 +30,20 @@ class Module:
     size: int
     time_stamp: int
     version: str  # empty if it has none
-    key: str      # identity of its PDB; empty if it names none, or is gone
-    pdb: str      # file name of its PDB
-    gone: bool    # unloaded before the report was made
+    key: str  # identity of its PDB; empty if it names none, or is gone
+    pdb: str  # file name of its PDB
+    gone: bool  # unloaded before the report was made
 
 
 @dataclasses.dataclass(frozen=True)
 class Frame:
     """One line of the trace that stands for a place in a module."""
 
-    text: str      # the line as it stands
-    address: str   # eight digits, or empty
+    text: str  # the line as it stands
+    address: str  # eight digits, or empty
     module: str
     offset: int
-    exact: bool    # the faulting instruction itself; otherwise the address behind a call
+    exact: bool  # the faulting instruction itself; otherwise the address behind a call
     gone: bool
     inlined: bool  # a function inlined into the next frame, at the same address
     guessed: bool
@@ -47,9 +51,9 @@ class Frame:
 
 @dataclasses.dataclass(frozen=True)
 class Fault:
-    reason: list   # the lines in front of the list of modules
+    reason: list  # the lines in front of the list of modules
     modules: list
-    trace: list    # a Frame, or the text of a line that stands for no place
+    trace: list  # a Frame, or the text of a line that stands for no place
 
     def module(self, frame):
         """The module of a frame, or None: the list of a report may have been cut."""
@@ -63,7 +67,9 @@ class Fault:
 def read(path):
     """The Fault in the file."""
     content = pathlib.Path(path).read_bytes()
-    if re.match(rb"[A-Za-z-]+:[^\n]*\n", content) and re.search(rb"^(?i:MIME-Version|Content-Type):", content, re.MULTILINE):
+    if re.match(rb"[A-Za-z-]+:[^\n]*\n", content) and re.search(
+        rb"^(?i:MIME-Version|Content-Type):", content, re.MULTILINE
+    ):
         return parse(_body(content))
     return parse(content.decode("windows-1251", "replace"))
 
@@ -77,10 +83,10 @@ def parse(text):
         raise NoFault("this is no report with a stack trace")
     stack = len(lines) - 1 - lines[::-1].index(STACK)
     before = lines[:stack]
-    reason = before[len(before) - before[::-1].index(REASON):] if REASON in before else []
+    reason = before[len(before) - before[::-1].index(REASON) :] if REASON in before else []
     modules = [_module(match) for match in map(_MODULE.fullmatch, reason) if match]
     head = next((at for at, line in enumerate(reason) if line.startswith("Modules (")), len(reason))
-    return Fault([line for line in reason[:head] if line], modules, list(_trace(lines[stack + 1:])))
+    return Fault([line for line in reason[:head] if line], modules, list(_trace(lines[stack + 1 :])))
 
 
 def _body(content):
@@ -94,8 +100,16 @@ def _body(content):
 def _module(match):
     name, key = match["name"], match["key"].replace("-", "")
     stem = name.rpartition(".")[0] or name
-    return Module(name, int(match["base"], 16), int(match["size"], 16), int(match["stamp"], 16),
-                  match["version"].replace("-", ""), key, match["pdb"] or stem + ".pdb", bool(match["gone"]))
+    return Module(
+        name,
+        int(match["base"], 16),
+        int(match["size"], 16),
+        int(match["stamp"], 16),
+        match["version"].replace("-", ""),
+        key,
+        match["pdb"] or stem + ".pdb",
+        bool(match["gone"]),
+    )
 
 
 def _trace(lines):
@@ -110,6 +124,14 @@ def _trace(lines):
             continue
         rest = match["rest"] or ""
         inlined = "[inlined]" in rest
-        yield Frame(line, match["address"] or "", match["module"], int(match["offset"], 16), first, bool(match["gone"]),
-                    inlined, "[guessed]" in rest)
+        yield Frame(
+            line,
+            match["address"] or "",
+            match["module"],
+            int(match["offset"], 16),
+            first,
+            bool(match["gone"]),
+            inlined,
+            "[guessed]" in rest,
+        )
         first = first and inlined

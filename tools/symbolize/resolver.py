@@ -21,16 +21,16 @@ class NoSymbolizer(Exception):
 
 @dataclasses.dataclass(frozen=True)
 class Answer:
-    lines: list       # of the stack trace
-    remarks: list     # about PDBs
+    lines: list  # of the stack trace
+    remarks: list  # about PDBs
     incomplete: bool  # a PDB was missing or did not match
 
 
 @dataclasses.dataclass(frozen=True)
 class _Match:
-    pdb: object   # the Pdb, or None
-    remark: str   # empty if all is well
-    missing: bool # whether the remark is about a PDB that ought to be there
+    pdb: object  # the Pdb, or None
+    remark: str  # empty if all is well
+    missing: bool  # whether the remark is about a PDB that ought to be there
 
 
 def resolve(fault, folders):
@@ -65,7 +65,9 @@ def _match(module, folders):
     if not others:
         return _Match(None, f"{module.name}: {module.pdb} with the identity {module.key} is missing", True)
     reasons = [str(pdb) if isinstance(pdb, pdbs.BadPdb) else f"{pdb.path} is {pdb.key}" for pdb in others]
-    return _Match(None, f"{module.name}: {module.pdb} does not match: wanted {module.key}, but " + ", ".join(reasons), True)
+    return _Match(
+        None, f"{module.name}: {module.pdb} does not match: wanted {module.key}, but " + ", ".join(reasons), True
+    )
 
 
 def _match_unloaded(module, folders):
@@ -78,8 +80,12 @@ def _match_unloaded(module, folders):
     if wanted in known and len(found) == 1:
         return _Match(found[0], "", False)
     if known and wanted not in known:
-        return _Match(None, f"{module.name}: the file of that name is another version, so {module.pdb} is not trusted", True)
-    return _Match(found[0], f"{module.name}: unloaded before the report; {found[0].path} was taken by its name alone", False)
+        return _Match(
+            None, f"{module.name}: the file of that name is another version, so {module.pdb} is not trusted", True
+        )
+    return _Match(
+        found[0], f"{module.name}: unloaded before the report; {found[0].path} was taken by its name alone", False
+    )
 
 
 def _look_up(module, pdb, frames):
@@ -93,8 +99,10 @@ def _look_up(module, pdb, frames):
         image.write_bytes(images.stand_in(link, pdb.key))
         asked = "".join(f"{offset:#x}\n" for offset in offsets)
         answers = _run(["--obj=" + str(image), "--relative-address", "--functions=short", "--output-style=JSON"], asked)
-    return {(module, offset): [place for place in answer.get("Symbol", []) if place["FunctionName"]]
-            for offset, answer in zip(offsets, answers)}
+    return {
+        (module, offset): [place for place in answer.get("Symbol", []) if place["FunctionName"]]
+        for offset, answer in zip(offsets, answers)
+    }
 
 
 def _run(arguments, asked):
@@ -102,8 +110,9 @@ def _run(arguments, asked):
     if not program:
         raise NoSymbolizer("llvm-symbolizer is missing: install the package llvm-19, or name it in LLVM_SYMBOLIZER")
     try:
-        done = subprocess.run([program, *arguments], input=asked, capture_output=True, text=True, timeout=_LIMIT_SECONDS,
-                              check=False)
+        done = subprocess.run(
+            [program, *arguments], input=asked, capture_output=True, text=True, timeout=_LIMIT_SECONDS, check=False
+        )
         answers = [answer for line in done.stdout.splitlines() if line for answer in [json.loads(line)]]
     except (OSError, subprocess.TimeoutExpired, json.JSONDecodeError) as error:
         raise NoSymbolizer(f"{program} failed: {error}") from error

@@ -37,7 +37,7 @@ class Compilers(DescribingCase):
                         break
                     if frame["guessed"]:
                         if frame["address"] in expected:
-                            del expected[:expected.index(frame["address"]) + 1]
+                            del expected[: expected.index(frame["address"]) + 1]
                         continue
                     self.assertEqual(frame["address"], expected.pop(0), description.text)
                 self.assertEqual(expected, [], description.text)
@@ -51,9 +51,18 @@ def _add(variant, *faults):
     setattr(Compilers, f"test_host_by_{variant}_gives_every_function_or_marks_the_guess", test)
 
 
-for _variant in ("clang_O0", "clang_O1", "clang_O2", "clang_O3", "clang_frames", "clang_sections", "gcc_O0", "gcc_O2",
-                 "gcc_O2_stripped", "gcc_Os"):
+for _variant in (
+    "clang_O0",
+    "clang_O1",
+    "clang_O2",
+    "clang_O3",
+    "clang_frames",
+    "clang_sections",
+    "gcc_O0",
+    "gcc_O2",
+    "gcc_O2_stripped",
+    "gcc_Os",
+):
     _add(_variant, *THREE_CALLS, *(f"descent-{seed}" for seed in SEEDS))
 # Packed without padding, where a function that nothing calls directly may be taken for a part of another one.
 _add("clang_Os", *THREE_CALLS)
-
