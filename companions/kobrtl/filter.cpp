@@ -78,9 +78,10 @@ struct Axis {
     double evaluate(const Filter& filter, unsigned i, int64_t from, int64_t to, double* values) const {
         double units = static_cast<double>(centre(i) - (2 * from + 1) * destination); // whole, so steps are exact
         double sum = 0;
-        for (int64_t j = from; j <= to; ++j, units -= static_cast<double>(2 * destination)) {
+        for (int64_t j = from; j <= to; ++j) {
             *values = filter.value(fabs(units) / static_cast<double>(scale));
             sum += *values++;
+            units -= static_cast<double>(2 * destination);
         }
         return sum;
     }

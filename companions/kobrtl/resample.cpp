@@ -111,7 +111,7 @@ bool Resampler::prepare(const FilterPair& filters) {
         (m_form == RowForm::bytes && !m_down_pairs.build(m_down)))
         return false;
 
-    unsigned most_rows = 0;
+    unsigned most_rows = 1; // as each band has
     for (unsigned y = 0; y < m_canvas.height; y += m_kernels.lanes) {
         begin_band(y);
         most_rows = m_row_count > most_rows ? m_row_count : most_rows;
