@@ -22,12 +22,22 @@ WARM_UP = 10
 SECONDS_FOR_ONE = 20  # on a busy machine
 
 
+def too_much(first, last, grown):
+    """{name: by how much} of what has grown more than it may."""
+    bounds = {name: grown[name] + 3 for name in ("GDI objects", "user object", "kernel handles", "open files")}
+    # Of each fault the exception object is kept by design: 16 bytes and what the heap adds.
+    kept = REPORTS * 64 // 1024
+    bounds["private pages (KiB)"] = grown["private pages (KiB)"] + 2047 + kept
+    more = {name: last[name] - first[name] for name in bounds}
+    return {name: value for name, value in more.items() if value > bounds[name]}
+
+
 class Soak(Case):
     time_limit = 300 + SECONDS_FOR_ONE * REPORTS
 
     def soak(self, road):
-        """Makes the reports and looks what the process holds. Gives what it held after the first ones, at the end, and by
-        how much as many dialogs of the system alone had grown it."""
+        """Makes the reports and looks what the process holds. Gives what had grown too much between the first ones and the
+        end: {name: by how much}. More than as many dialogs of the system alone had grown it, that is."""
         address = loopback_address()
         server = self.enterContext(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
         wine = self.wine(self.desktop(width=800, height=600))
@@ -58,29 +68,24 @@ class Soak(Case):
 
         before_plain, after_plain = after("plain", road, WARM_UP), after("plain", road, REPORTS - WARM_UP)
         grown = {name: after_plain[name] - value for name, value in before_plain.items()}
-        first, last = after(road, WARM_UP), after(road, REPORTS - WARM_UP)
+        held = [after(road, WARM_UP), after(road, REPORTS - WARM_UP)]
+        if too_much(*held, grown):
+            # A cache of the system's may have had its largest need only now. What reports lose, they lose again.
+            held.append(after(road, REPORTS - WARM_UP))
         self.assertEqual(host.end(), 0)
         host.process.wait_family()
-        print(
-            f"\n{road}, after report {WARM_UP}: {first}\n{road}, after report {REPORTS}: {last}\n"
-            f"{REPORTS - WARM_UP} dialogs of the system alone: {grown}"
-        )
+        made = [WARM_UP + number * (REPORTS - WARM_UP) for number in range(len(held))]
+        for number, usage in zip(made, held):
+            print(f"{road}, after report {number}: {usage}")
+        print(f"{REPORTS - WARM_UP} dialogs of the system alone: {grown}")
         opened = log.read_text("latin-1").splitlines() if road == "mail" else ()
         plain = sum("plain.eml" in line for line in opened)
-        self.assertEqual(len(opened) - plain if road == "mail" else len(server.requests), REPORTS)
+        self.assertEqual(len(opened) - plain if road == "mail" else len(server.requests), made[-1])
         self.assertEqual(plain, REPORTS if road == "mail" else 0)
-        return first, last, grown
-
-    def assert_flat(self, first, last, grown):
-        for name in ("GDI objects", "user object", "kernel handles", "open files"):
-            self.assertLessEqual(last[name] - first[name], grown[name] + 3, name)
-        # Of each fault the exception object is kept by design: 16 bytes and what the heap adds.
-        kept = REPORTS * 64 // 1024
-        name = "private pages (KiB)"
-        self.assertLess(last[name] - first[name], grown[name] + 2048 + kept, name)
+        return too_much(*held[-2:], grown)
 
     def test_reports_by_mail_leave_nothing(self):
-        self.assert_flat(*self.soak("mail"))
+        self.assertEqual(self.soak("mail"), {})
 
     def test_reports_by_upload_leave_nothing(self):
-        self.assert_flat(*self.soak("upload"))
+        self.assertEqual(self.soak("upload"), {})
