@@ -1,3 +1,5 @@
+// Compiled here once for the two character types that the end of the file names. Whatever has to grow fills its new
+// storage before it lets go of the old, in which the argument may lie.
 #include "base/basic_string.h"
 
 namespace gen {

@@ -1,3 +1,5 @@
+// On Windows the runtime's own function; elsewhere C99's, made to behave like it, so that what builds on it can be
+// tested and fuzzed natively.
 #include "base/bounded_format.h"
 
 #include <stdio.h>

@@ -1,3 +1,5 @@
+// One FNSAVE and one FRSTOR carry the whole x87 and MMX state. Of SSE only the control word is kept: its registers are
+// the caller's to save. On other processors a scope does nothing.
 #include "base/floating_point_scope.h"
 
 namespace gen {

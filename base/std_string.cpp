@@ -1,3 +1,5 @@
+// The runtime's formatter doesn't say how long a text will be, so it is tried with a growing limit until the text fits.
+// A text beyond the last limit is cut.
 #include "base/std_string.h"
 
 #include "base/bounded_format.h"

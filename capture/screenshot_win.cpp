@@ -1,3 +1,5 @@
+// Grab, shrink, save: an image document of glib's does the work, with GDI+ running only as long as that takes and the
+// whole under one fault guard.
 #include "capture/screenshot.h"
 
 #include "capture/screen_grab.h"

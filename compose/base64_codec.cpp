@@ -1,3 +1,5 @@
+// Whole groups go through the fastest loops that this processor has (base64_kernels.h). The line break, padding and
+// whatever else interrupts the groups are dealt with here, a character at a time.
 #include "compose/base64_codec.h"
 
 #include <string.h>

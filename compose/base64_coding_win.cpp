@@ -1,3 +1,4 @@
+// Sizes the containers for the codec, also where source and target are the same object or share memory.
 #include "compose/base64_coding.h"
 
 #include <limits.h>

@@ -1,3 +1,4 @@
+// The loops that run on every processor, and the choice of a set: made once, by asking the processor.
 #include "compose/base64_kernels.h"
 
 #include <stdint.h>

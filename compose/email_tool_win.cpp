@@ -1,3 +1,5 @@
+// Fetches what the message is made of (clock, files, folder) and leaves its text to message_template.h. The message
+// then goes as a new .eml file into the temporary folder, and the system opens it.
 #include "compose/email_tool.h"
 
 #include <string.h>

@@ -1,3 +1,5 @@
+// A view has to begin at a multiple of the system's allocation granularity, so the mapping starts at the last one
+// before the offset, and the data some bytes into the view.
 #include "compose/memory_file.h"
 
 #include <new>

@@ -1,3 +1,5 @@
+// Two forms with placeholders in braces, replaced one after another: a field may bring placeholders that are replaced
+// later, and they are. Files are encoded straight into the finished text.
 #include "compose/message_template.h"
 
 #include "compose/base64_codec.h"

@@ -1,3 +1,4 @@
+// Tries the block as a whole; only if that fails, page by page to the first that can't be read.
 #include "compose/readable_prefix.h"
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+// Where a console program starts: initializers, main, exit functions. Wildcards among the arguments are not expanded.
 #include <stdlib.h>
 
 #include "crt/initializers.h"

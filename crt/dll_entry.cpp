@@ -1,3 +1,5 @@
+// Where a DLL starts: the initializers run before DllMain hears of the process, the exit functions after it has heard
+// that it is unloaded, or at once if DllMain refuses to be loaded.
 #include <windows.h>
 
 #include "crt/initializers.h"

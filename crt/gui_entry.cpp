@@ -1,3 +1,5 @@
+// Where a windowed program starts: initializers, WinMain with what follows the program's name on the command line, exit
+// functions.
 #include <windows.h>
 #include <stdlib.h>
 

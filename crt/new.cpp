@@ -1,3 +1,5 @@
+// The allocation operators on the C runtime's malloc. None of them throws: the ordinary forms return null too when
+// there is no memory, so whoever uses one has to look.
 #include <new>
 #include <stdlib.h>
 

@@ -1,3 +1,5 @@
+// File errors carry the system's error number and take their text from the system. Where there is no memory for the
+// exception itself, gen::genlib_out_of_memory is thrown in its place.
 #include "mfc/afx_exception.h"
 
 #include <new>

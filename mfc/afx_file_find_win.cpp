@@ -1,3 +1,4 @@
+// Asks by starting a search, not by opening: a file that can't be opened is there all the same.
 #include "mfc/afx_file_find.h"
 
 #include "win/handle.h"

@@ -1,3 +1,4 @@
+// A failure to open is a result; a failure to write is thrown, and bytes that found no space count as a full disk.
 #include "mfc/afx_file.h"
 
 #include "win/handle.h"

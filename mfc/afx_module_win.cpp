@@ -1,3 +1,4 @@
+// Plain globals without a mutex: DllMain runs under the loader's lock, and one report at a time switches resources.
 #include "mfc/afx_module.h"
 
 namespace {

@@ -1,3 +1,5 @@
+// Class records lead from class to base class, and IsDerivedFrom follows them. The virtual functions for archives and
+// for debugging keep their places in the table and do nothing.
 #include "mfc/afx_object.h"
 
 CRuntimeClass CObject::classCObject = {"CObject", sizeof(CObject), 0xFFFF, nullptr, nullptr};

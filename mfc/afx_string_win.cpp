@@ -1,3 +1,5 @@
+// Every assignment makes a new block and then lets go of the old, in which the new text may lie. Empty strings share
+// one static block, which is neither counted nor freed.
 #include "mfc/afx_string.h"
 
 #include <limits.h>

@@ -1,3 +1,5 @@
+// The C runtime formats, under a fault guard. Where the host has damaged the runtime's heap, a plain formatter of the
+// few fields that messages have does it.
 #include "mfc/afx_time.h"
 
 #include <stdio.h>

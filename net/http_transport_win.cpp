@@ -1,3 +1,5 @@
+// A GET is one call of WinINet's; a POST opens connection and request itself. To any port but 80 a POST goes by TLS,
+// with the certificate's name and dates unchecked. Answers are in malloc's memory: running out is a result.
 #include "net/http_transport.h"
 
 #include <stdlib.h>

@@ -1,3 +1,5 @@
+// A file is measured when its piece is set up and read when it is appended. One that has shrunk in between counts with
+// the bytes that it still has.
 #include "net/super_buffer.h"
 
 #include <limits.h>

@@ -1,3 +1,4 @@
+// The handle is kept as a number, so that the header, which builds natively too, needs no windows.h.
 #include "net/upload_file.h"
 
 #include "win/handle.h"

@@ -1,3 +1,5 @@
+// The form's texts to the byte, slips included, since the receiving server takes them apart by fixed names; and the
+// order in which they and the files follow one another.
 #include "net/upload_form.h"
 
 #include <string.h>

@@ -1,3 +1,5 @@
+// Each file of the report is made under a fault guard, with floating-point settings of the library's own. Upload() has
+// no guard: the dialog puts one around it.
 #include "report/crash_report2.h"
 
 #include "base/floating_point_scope.h"

@@ -1,3 +1,4 @@
+// The dialog of the e-mail report. Only tells which button was pressed; the message is made later, by GenerateEmail.
 #include "report/crash_report.h"
 
 #include "report/report_scope.h"

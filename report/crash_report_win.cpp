@@ -1,3 +1,5 @@
+// Gathers texts and attachments and gives them to CEmailTool. A part for which there is no memory is left out or cut
+// short; the message goes all the same.
 #include "report/crash_report.h"
 
 #include <new>

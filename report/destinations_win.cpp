@@ -1,7 +1,7 @@
+// A file of its own, compiled without link-time optimisation, so that no copy of the texts gets into the code that uses
+// them.
 #include "report/destinations.h"
 
 #include "destination_settings.h"
 
-// A file of its own, compiled without link-time optimisation, so that no copy of the texts gets into the code that uses
-// them.
 const Destinations kDestinations = {"WENDAX REPORTS>", WENDAX_SUPPORT_ADDRESS, WENDAX_UPLOAD_SERVER};

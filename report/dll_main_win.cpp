@@ -1,3 +1,5 @@
+// The library as an extension module of the framework: it is entered into the framework's chain when it is loaded.
+// DllMain runs under the loader's lock and does no more than that.
 #include <afxdllx.h>
 #include <afxwin.h>
 

@@ -1,3 +1,5 @@
+// Loads the helper by its full path, never by a search, and calls it so that neither its calling convention nor its
+// number of arguments can upset the stack.
 #include "report/fault_helper.h"
 
 #include <stdint.h>

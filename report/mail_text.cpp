@@ -1,3 +1,5 @@
+// A subject and a body format for each context. The formats of contexts from 1 on all take the same three texts: the
+// note, the system's and the fault's.
 #include "report/mail_text.h"
 
 namespace report {

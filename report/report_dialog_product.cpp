@@ -1,3 +1,5 @@
+// A message loop for one window: messages posted to the host's windows stay in the queue, so that none of its code is
+// run by them after the fault. What the dialog changes for the host, Aftermath puts back.
 #include "report/report_dialog.h"
 
 #include "report/dialog_layout.h"

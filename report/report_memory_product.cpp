@@ -1,3 +1,5 @@
+// Each block of the library's has a mark in front. A block without it is looked for in the process's heaps, one after
+// another. The operators of both report classes are below.
 #include "report/report_memory.h"
 
 #include <stdint.h>

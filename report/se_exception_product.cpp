@@ -1,3 +1,4 @@
+// The description grows piece by piece, so that what the helper said before it faulted is kept.
 #include "report/se_exception.h"
 
 #include "report/fault_helper.h"

@@ -1,3 +1,4 @@
+// Bytes as escapes, so that neither editor nor compiler converts them; the comments translate.
 #include "report/upload_texts.h"
 
 namespace report {

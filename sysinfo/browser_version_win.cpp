@@ -1,3 +1,4 @@
+// The browser's own library is loaded and asked, so both happen under a fault guard.
 #include "sysinfo/browser_version.h"
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+// Registry and file system are each asked under a fault guard: what faults counts as not found.
 #include "sysinfo/host_application.h"
 
 #include <afxwin.h>

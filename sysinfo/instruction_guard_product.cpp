@@ -1,3 +1,5 @@
+// Tries one instruction of each kind in a __try block: CPUID tells what the processor has, but not whether the system
+// lets it through.
 #include "sysinfo/instruction_guard.h"
 
 #include <stdint.h>

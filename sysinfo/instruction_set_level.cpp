@@ -1,3 +1,4 @@
+// "SSE2" is compared before "SSE", as only the beginning of a setting counts.
 #include "sysinfo/instruction_set_level.h"
 
 #include "base/ascii_case.h"

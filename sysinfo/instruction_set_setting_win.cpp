@@ -1,3 +1,4 @@
+// The type of the registry value isn't looked at: whatever it holds is read as a text.
 #include "sysinfo/instruction_set_setting.h"
 
 #include "base/std_string.h"

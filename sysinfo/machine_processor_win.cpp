@@ -1,3 +1,4 @@
+// The instructions themselves (CPUID, RDTSC, BSF), and the construction of the processor object from them.
 #include "sysinfo/machine_processor.h"
 
 #include <windows.h>

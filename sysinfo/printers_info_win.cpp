@@ -1,3 +1,5 @@
+// The list is asked for twice, first for its size only. Printer drivers may run in these calls, so they are made under
+// fault guards.
 #include "sysinfo/printers_info.h"
 
 #include "base/array.h"

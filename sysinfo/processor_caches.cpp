@@ -1,3 +1,5 @@
+// The extended leaves are asked first, then the descriptors of leaf 2, then leaf 4 if a descriptor refers to it. Each
+// fills in only what those before it left unknown.
 #include "sysinfo/processor_caches.h"
 
 #include <limits.h>

@@ -1,3 +1,5 @@
+// Counts the ticks of the time-stamp counter in 50 ms of the performance counter, and corrects for what other threads
+// took of them. Without a time-stamp counter a loop is timed whose cycles are known for some families.
 #include "sysinfo/processor_clock.h"
 
 #include <limits.h>

@@ -1,3 +1,5 @@
+// Reads the leaves of CPUID one after another, as far as the processor says that there are any. A leaf that is missing
+// leaves its fields at their defaults.
 #include "sysinfo/processor_info.h"
 
 #include <string.h>

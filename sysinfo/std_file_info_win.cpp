@@ -1,3 +1,5 @@
+// The system's readers may fault on a damaged resource, so each look-up runs under a fault guard. What was found points
+// into one block, which the next Open frees.
 #include "sysinfo/std_file_info.h"
 
 #include <new>

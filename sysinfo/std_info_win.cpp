@@ -1,3 +1,4 @@
+// Asks the probes in the order of the text. The guards against what faults are in the probes, not here.
 #include "sysinfo/std_info.h"
 
 #include <stddef.h>

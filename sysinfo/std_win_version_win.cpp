@@ -1,3 +1,5 @@
+// Asks for the extended record first, then for the plain one that every system knows; an NT with only that has its
+// edition in the registry.
 #include "sysinfo/std_win_version.h"
 
 #include <string.h>

@@ -1,3 +1,5 @@
+// The long name and the compact tag are built by the same steps, each piece given in both spellings. Systems after 5.2
+// have no name of their own: edition and build are all that their text has.
 #include "sysinfo/win_version_text.h"
 
 #include "base/ascii_case.h"

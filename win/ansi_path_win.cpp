@@ -1,3 +1,5 @@
+// Whether the code page lacks a letter is found by converting: a path in which no character is replaced needs no short
+// form.
 #include "win/ansi_path.h"
 
 #include <string.h>

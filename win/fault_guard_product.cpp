@@ -1,3 +1,5 @@
+// A __try block whose filter knows the library's own exceptions by the type names that the compiler leaves in every
+// throw. Those and a stack overflow pass on; everything else ends here.
 #include "win/fault_guard.h"
 
 #include <stdint.h>

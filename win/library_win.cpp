@@ -1,3 +1,5 @@
+// The error mode is the whole process's, so it is put back right after the load. What another thread sets meanwhile is
+// lost.
 #include "win/library.h"
 
 #include "base/std_string.h"

@@ -1,3 +1,4 @@
+/* Collects the small writes of the encoders, so that the host's stream gets whole buffers. */
 #include "companions/fall/byte_sink.h"
 
 #include <string.h>

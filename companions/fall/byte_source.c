@@ -1,3 +1,5 @@
+/* One buffer over the host's stream, with places counted from where the stream stood at the start. Data read makes
+ * up 90 per cent of the progress that is reported; the scans of a JPEG are counted as its bytes go by. */
 #include "companions/fall/byte_source.h"
 
 #include <string.h>

@@ -1,3 +1,5 @@
+/* Two single-header libraries, compiled into this file, with their memory and assertions led to the operation. Their
+ * inner functions are called, to try one format at a time: with a newer version of them that has to be checked. */
 #include "companions/fall/codec.h"
 
 #include "companions/fall/unread_kind.h"

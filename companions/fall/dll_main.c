@@ -1,3 +1,4 @@
+/* Nothing to set up, and nothing to hear of the process's threads. */
 #include <windows.h>
 
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {

@@ -1,3 +1,5 @@
+/* Loading decodes every picture up to the one that is wanted, as each builds on those before it. Measuring only
+ * walks over the blocks of the file. */
 #include "companions/fall/gif.h"
 
 #include <string.h>

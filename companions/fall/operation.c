@@ -1,3 +1,4 @@
+/* Every block that the running operation holds is in one list, so that leaving by longjmp can free them all. */
 #include "companions/fall/operation.h"
 
 #include <setjmp.h>

@@ -1,3 +1,5 @@
+/* A page's rows run from the bottom up, padded, with blue first; a picture's from the top down, without gaps, with
+ * red first. The conversions between the two are here. */
 #include "companions/fall/picture.h"
 
 #include <string.h>

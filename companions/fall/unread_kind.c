@@ -1,3 +1,4 @@
+/* Only BMP and PSD have such kinds. Their headers are read here once more, apart from the codec. */
 #include "companions/fall/unread_kind.h"
 
 /* A bit for each number below 64. */

@@ -1,3 +1,4 @@
+// Tries with buffers that double in size, since the runtime's formatter doesn't say how much a text takes.
 #include "companions/kobrtl/message_text.h"
 
 #include <stdlib.h>

@@ -1,3 +1,4 @@
+// The exported message box: titled after its owner's window or, without one, after the program.
 #include <windows.h>
 #include <stdlib.h>
 #include <string.h>

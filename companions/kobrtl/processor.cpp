@@ -1,3 +1,4 @@
+// Asks CPUID; AVX2 counts only where the operating system keeps the wide registers, too.
 #include "companions/kobrtl/processor.h"
 
 #if defined(__i386__) || defined(__x86_64__)

@@ -1,3 +1,4 @@
+// The version in plain C, with bands of one row, for every processor; and the choice of the best version.
 #include "companions/kobrtl/row_kernels.h"
 
 #include <string.h>

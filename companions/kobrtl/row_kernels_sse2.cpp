@@ -1,3 +1,5 @@
+// The operations of SSE2 from which vector_kernels.h makes the loops. Compiled for SSE2 whatever the rest is compiled
+// for: call nothing of it before asking the processor.
 #include "companions/kobrtl/row_kernels.h"
 
 #if defined(__i386__) || defined(__x86_64__)

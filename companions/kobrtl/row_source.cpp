@@ -1,3 +1,4 @@
+// Pixels that are colours already are copied; indices go through a table of their colours, which is filled once.
 #include "companions/kobrtl/row_source.h"
 
 #include <string.h>

@@ -1,3 +1,5 @@
+// The exported scaler: checks all that a caller hands in, as the resampler trusts sizes, strides and palette, and works
+// with floating-point settings of its own.
 #include "companions/kobrtl/kobrtl.h"
 
 #include "base/floating_point_scope.h"
