@@ -8,7 +8,7 @@ namespace gen {
 // pass reads the text from `source` and writes to `target`, which may be the same storage as long as what was written
 // never overtakes what is still to be read. That holds when the text shrinks, and also when it grows within its
 // capacity, if the text is first moved to the very end of the storage: before the last replacement there is always
-// more room between the two places than the replacements still to come will take.
+// more space between the two places than the replacements still to come will take.
 template <typename T>
 static void write_replaced(T* target, const T* source, unsigned length, const T* pattern, unsigned pattern_length,
                            const T* replacement, unsigned replacement_length, int matches) {

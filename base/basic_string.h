@@ -136,7 +136,7 @@ private:
     void append_with_growth(const T* text, unsigned n); // or to a text that was never assigned
     // What a new text of that length has.
     static unsigned capacity_for(unsigned length);
-    // Ends the text after `length` characters, which stand in the storage, as does room for the NUL.
+    // Ends the text after `length` characters, which stand in the storage, as does space for the NUL.
     void end_at(unsigned length) {
         this->data()[length] = 0;
         this->m_count = length + 1;

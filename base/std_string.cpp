@@ -8,7 +8,7 @@
 namespace {
 
 constexpr unsigned kFormatStep = 1024;   // characters that each try has more than the one before
-constexpr unsigned kFormatBound = 32767; // a try with this much room or more is the last
+constexpr unsigned kFormatBound = 32767; // a try with a buffer of this size or more is the last
 
 } // namespace
 

@@ -29,7 +29,7 @@ struct DecodeTable {
 };
 extern const DecodeTable kDecodeTable; // that of the alphabet
 
-// Bytes of room that decode() needs for so many characters.
+// The size of the buffer that decode() needs for so many characters, in bytes.
 constexpr unsigned decoded_room(unsigned length) {
     return static_cast<unsigned>(length * 3ull / 4) + 1;
 }

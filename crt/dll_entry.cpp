@@ -1,5 +1,5 @@
-// Where a DLL starts: the initializers run before DllMain hears of the process, the exit functions after it has heard
-// that it is unloaded, or at once if DllMain refuses to be loaded.
+// Where a DLL starts: the initializers run before DllMain's call for the attach, the exit functions after that for the
+// detach, or at once if DllMain refuses the attach.
 #include <windows.h>
 
 #include "crt/initializers.h"

@@ -1,3 +1,5 @@
+// Works in whole numbers, colours and opacities from 0 to 255. Three parts make a pixel: what the layer covers alone,
+// what lies below it alone, and the mode's colour where both are.
 #include "glib/blend.h"
 
 #include <math.h>

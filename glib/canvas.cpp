@@ -1,3 +1,4 @@
+// On the way back to a raster the alpha goes where every pixel is opaque, or is mixed with white.
 #include "glib/canvas.h"
 
 #include <string.h>

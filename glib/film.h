@@ -94,9 +94,9 @@ public:
     // is cut to that. Pixels are resampled by glib::Scale with the scale type (1 is the best). With `fit_rect` a page's
     // own rectangle is fitted into the new size; with `all_layers` layers that don't scale otherwise do too.
     // 1: done (for count 0 nothing). 0: no such page, a page that can't be stretched, or stopped by the callback; the
-    // pages before it are done. The callback hears "stretch...", the number of pages in the document, and the page
+    // pages before it are done. The callback is given "stretch...", the number of pages in the document, and the page
     // number from 1; before that step 0, whose answer is ignored, and in the end always -2. With no page to begin with
-    // it hears nothing.
+    // it is not called.
     unsigned Stretch(unsigned width, unsigned height, int scale_type, bool fit_rect, unsigned first, unsigned count,
                      bool all_layers);
 

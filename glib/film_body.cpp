@@ -1,3 +1,5 @@
+// Loading and copying make their pages apart, and change the document only when nothing can fail any more. Stretch goes
+// page by page and stops at the first that fails.
 #include "glib/film_body.h"
 
 #include <new>

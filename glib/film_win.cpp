@@ -1,3 +1,5 @@
+// The document's beginning and end, which count it among those that need GDI+, and its plain properties. Bitmaps,
+// loading and saving are in the other film_*_win.cpp.
 #include "glib/film.h"
 
 #include <new>

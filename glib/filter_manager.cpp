@@ -1,3 +1,5 @@
+// All modules are loaded when the first format is asked for. One that can't be loaded is tried again the next time; of
+// two that serve the same format the first counts.
 #include "glib/filter_manager.h"
 
 #include <new>

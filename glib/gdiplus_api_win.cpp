@@ -1,3 +1,4 @@
+// All functions are bound or none. Once they are, GDI+ stays loaded for the life of the process.
 #include "glib/gdiplus_api.h"
 
 #include "win/handle.h"

@@ -1,3 +1,5 @@
+// GDI+ draws straight into a canvas's pixels, through a bitmap laid over them. An image knows the run of GDI+ that it
+// was made in, and is not touched after it.
 #include "glib/gdiplus_image.h"
 
 #include "glib/gdiplus_api.h"

@@ -1,3 +1,5 @@
+// Documents are counted under a critical section. Each run of GDI+ has a number, by which images of an earlier run are
+// told. The start and the stop themselves are guarded against faults.
 #include "glib/gdiplus_init.h"
 
 #include "glib/gdiplus_api.h"

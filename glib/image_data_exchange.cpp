@@ -1,3 +1,5 @@
+// The pages that modules make, within the limits of the contract, and the functions that modules call: no exception may
+// pass out of these into a module.
 #include "glib/image_data_exchange.h"
 
 #include <new>

@@ -7,7 +7,7 @@
 
 namespace glib {
 
-// Hears how far a module has come.
+// Receives a module's progress.
 class ProgressSink {
 public:
     // False: stop. Must not throw.

@@ -1,3 +1,4 @@
+// GDI+ draws layers of the normal mode; those of the other modes are mixed here, row by row.
 #include "glib/layer.h"
 
 #include <new>

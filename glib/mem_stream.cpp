@@ -1,3 +1,5 @@
+// Grows by its step, or by more where that is too little. After a failed growth the stream has an error for good and
+// takes no more.
 #include "glib/mem_stream.h"
 
 #include <stdarg.h>

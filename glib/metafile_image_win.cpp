@@ -1,3 +1,5 @@
+// A drawing is resized by playing it into a new metafile. A handle comes from a copy, as GDI+ gives it only by making
+// the metafile useless.
 #include "glib/metafile_image.h"
 
 #include <new>

@@ -1,3 +1,4 @@
+// A list is one text with a line feed between the names; a name without a dot gets the extension ".dll".
 #include "glib/module_list.h"
 
 #include <stdio.h>

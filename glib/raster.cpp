@@ -1,3 +1,5 @@
+// Palettes begin as ramps of grey. Create keeps to the limits of the module contract, CreateUnbounded only to what one
+// block of memory can hold.
 #include "glib/raster.h"
 
 #include <string.h>

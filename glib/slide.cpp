@@ -1,3 +1,5 @@
+// A stretch scales each layer apart and puts the new ones in place only when all are done. A page with a dissolving
+// layer above another is flattened first.
 #include "glib/slide.h"
 
 #include <new>

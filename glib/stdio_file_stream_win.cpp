@@ -1,3 +1,5 @@
+// Positions go through fgetpos and fsetpos, which have 64 bits in the system's runtime. Which of reading and writing
+// came last is remembered, as a change of direction needs a new position.
 #include "glib/stdio_file_stream.h"
 
 #include <io.h>

@@ -1,3 +1,4 @@
+// Swallows whatever comes, the library's own exceptions included; win/fault_guard.h lets those pass.
 #include "glib/structured_guard.h"
 
 #include <malloc.h>

@@ -36,7 +36,7 @@ public:
     BOOL IsEmpty() const { return GetLength() == 0; }
     void Empty();
 
-    // The characters for writing, with room for at least minimum characters and a NUL; valid until ReleaseBuffer, which
+    // The buffer for writing, with space for at least minimum characters and a NUL; valid until ReleaseBuffer, which
     // takes the new length (-1: up to the first NUL).
     LPSTR GetBuffer(int minimum);
     void ReleaseBuffer(int length = -1);

@@ -111,7 +111,8 @@ void CHttpTransport::SetReceiveTimeout(DWORD milliseconds) {
     InternetSetOptionA(m_request.get(), INTERNET_OPTION_RECEIVE_TIMEOUT, &milliseconds, sizeof milliseconds);
 }
 
-// The chunks are read straight to the end of the answer, which always has room for one more and its terminator.
+// The chunks are read straight to the end of the answer, where the buffer always has space for one more and its
+// terminator.
 const char* CHttpTransport::ReadAnswer() {
     free(m_answer);
     size_t capacity = kChunk + 2;

@@ -38,7 +38,7 @@ public:
     private:
         friend class CSuperBuffer;
 
-        // Puts the bytes at `to`, where GetSize() bytes have room, and returns how many there were.
+        // Puts the bytes at `to`, where there is space for GetSize() bytes, and returns how many there were.
         unsigned CopyTo(char* to) const;
 
         const char* m_text = nullptr;

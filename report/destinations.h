@@ -1,6 +1,6 @@
 // Where reports go unless the host says otherwise. Both are build settings, of which cmake/destinations.py makes a
 // header; tools/redirect.py puts others into a built Wendax.dll, which is why they lie together, behind a mark, with
-// room for longer ones.
+// space for longer ones.
 #pragma once
 
 struct Destinations {

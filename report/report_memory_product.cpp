@@ -31,7 +31,7 @@ bool begins_page(const void* block) {
 void give_back(void* block) {
     HANDLE heaps[256];
     constexpr DWORD kRoom = sizeof heaps / sizeof *heaps;
-    const DWORD found = GetProcessHeaps(kRoom, heaps); // answers more than the room, and gives none, if there are more
+    const DWORD found = GetProcessHeaps(kRoom, heaps); // if there are more it answers their number and gives none
     for (DWORD i = 0; found <= kRoom && i < found; ++i) {
         if (HeapValidate(heaps[i], 0, block)) {
             HeapFree(heaps[i], 0, block);

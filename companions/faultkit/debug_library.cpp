@@ -1,3 +1,5 @@
+// A function that the library lacks stays null, so that with an old one the rest works. Those for inlined functions
+// count only together.
 #include "companions/faultkit/debug_library.h"
 
 #include "companions/faultkit/text_builder.h"

@@ -1,3 +1,4 @@
+// Only a table: a code that is not in it is reported by its number and parameters.
 #include "companions/faultkit/exception_names.h"
 
 namespace faultkit {

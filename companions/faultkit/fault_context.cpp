@@ -1,3 +1,4 @@
+// The caller's pointers may be wrong, so they are followed through ProcessMemory and never directly.
 #include "companions/faultkit/fault_context.h"
 
 #include <stddef.h>

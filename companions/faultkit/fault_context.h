@@ -10,7 +10,7 @@
 
 namespace faultkit {
 
-// In static storage, as it is large. Guarded by the caller's turn.
+// In static storage, as it is large. Guarded by the lock that the caller holds (turn.h).
 struct FaultContext {
     ModuleTable modules;
     EXCEPTION_RECORD record;

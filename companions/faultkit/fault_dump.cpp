@@ -1,3 +1,5 @@
+// Writes a minidump by dbghelp.dll, under a guard, and where the stack is short on a thread of its own, with a timeout.
+// A dump that wasn't finished is deleted.
 #include <windows.h>
 #include <dbghelp.h>
 

@@ -1,3 +1,5 @@
+// All storage is static: after a fault neither heap nor stack can be relied on. The trace is walked along with the
+// reason, as both need the same symbols.
 #include "companions/faultkit/fault_report.h"
 
 #include "companions/faultkit/exception_names.h"

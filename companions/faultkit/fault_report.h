@@ -5,7 +5,7 @@
 
 namespace faultkit {
 
-// All of them need the caller's turn. Texts are in static storage.
+// The caller of any of them holds the lock (turn.h). Texts are in static storage.
 
 // The text of GetFaultReason. Walks the stack too, unless a trace is being read, so that begin_trace needs no symbols
 // again.

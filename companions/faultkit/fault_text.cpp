@@ -1,3 +1,5 @@
+// Plain values in, text of bounded length out; nothing here asks the system. Where the text gets too long, modules are
+// left out and counted, those of the system before others.
 #include "companions/faultkit/fault_text.h"
 
 #include "companions/faultkit/exception_names.h"

@@ -1,4 +1,4 @@
-// The exported functions: each takes its turn, and none lets anything out.
+// The exported functions: each holds the lock (turn.h) while it runs, and none lets anything out.
 #include "companions/faultkit/faultkit.h"
 
 #include <windows.h>

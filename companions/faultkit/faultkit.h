@@ -5,7 +5,7 @@
  * too. Every function may be called in a process that has just faulted, on the faulting thread or another one, while
  * the exception pointers are valid: in an exception filter, or inside the catch block that follows a translated
  * exception. None of them throws, and none faults: a fault that one meets itself is swallowed, and its text says so.
- * They take turns: a second thread waits for the first, at most some seconds, and is then given a text that says so.
+ * One runs at a time: a second thread waits for the first, at most some seconds, and is then given a text that says so.
  *
  * Returned texts are in the ANSI code page, belong to the library and stay as they are until the next call. Their lines
  * end in a line feed, the last one has no end. docs/fault-description.md shows them and says how to find source lines

@@ -1,3 +1,5 @@
+// First the gaps are asked (function_bounds.h). Where they leave a doubt, the code within a megabyte is searched for
+// calls. The last 64 answers are cached.
 #include "companions/faultkit/function_finder.h"
 
 namespace faultkit {

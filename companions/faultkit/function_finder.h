@@ -32,7 +32,7 @@ private:
     const ModuleTable& m_modules;
     uint32_t m_budget = kBudget;
     Known m_known[64];
-    unsigned m_known_count = 0; // ever: the oldest gives way
+    unsigned m_known_count = 0; // ever: the oldest is overwritten
 };
 
 } // namespace faultkit

@@ -1,3 +1,5 @@
+// Memory is read in two steps: the system is asked whether it can be read, and it is copied under a guard all the same,
+// as it may change in between. Guard pages are never touched.
 #include "companions/faultkit/guarded.h"
 
 #include <malloc.h>

@@ -1,3 +1,4 @@
+// Headers may be damaged: every offset in them is checked against the module's size, and every read may fail.
 #include "companions/faultkit/image.h"
 
 #include <string.h>

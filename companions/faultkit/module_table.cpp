@@ -1,3 +1,4 @@
+// Unloaded modules are in the order in which they went. Of several that were at one address the last one counts.
 #include "companions/faultkit/module_table.h"
 
 #include <string.h>

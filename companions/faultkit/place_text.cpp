@@ -1,3 +1,4 @@
+// Writes the pieces that are asked for, in a fixed order, and leaves out those of which nothing is known.
 #include "companions/faultkit/place_text.h"
 
 #include "companions/faultkit/faultkit.h"

@@ -1,3 +1,5 @@
+// Walks the address space by VirtualQuery. Names come from ntdll's record of mapped files, unloaded modules from the
+// loader's ring buffer of events.
 #include "companions/faultkit/process_modules.h"
 
 #include <windows.h>
@@ -55,7 +57,7 @@ bool is_in_system_folder(const wchar_t* path, unsigned length) {
     return false;
 }
 
-// Storage is static, as the stack may be nearly used up; the caller's turn guards it.
+// Storage is static, as the stack may be nearly used up; the lock that the caller holds guards it.
 alignas(8) char name_storage[1024];
 
 // For Wine each question is a request to its server.

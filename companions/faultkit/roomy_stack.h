@@ -9,9 +9,9 @@ enum class Outcome {
     kAbandoned, // the thread did not end in time; it may still use its data, now and later
 };
 
-// Runs work(data) on the calling thread if its stack has room for the debugging library, otherwise on a thread of its
-// own, for which it waits at most `patience` milliseconds. `data` must be static. After an abandoned thread the library
-// stays in memory for good.
+// Runs work(data) on the calling thread if its stack has space for the debugging library, otherwise on a thread of its
+// own, for which it waits `patience` milliseconds at most (a timeout). `data` must be static. After an abandoned thread
+// the library stays in memory for good.
 Outcome run_with_room(void (*work)(void*), void* data, unsigned patience);
 
 // Whether a thread was abandoned before: what it uses can't be used any more.

@@ -1,3 +1,5 @@
+// Two walks offer a caller for each frame, the debugging library's and our own (frame_walker.h); find_caller chooses.
+// Below the top, frames are counted without symbols for a limited time, and the last of them listed.
 #include "companions/faultkit/stack_trace.h"
 
 namespace faultkit {

@@ -1,3 +1,5 @@
+// The symbols of a module are loaded when an address in it is first asked for. The large records that the library fills
+// are members, as the stack may be short.
 #include "companions/faultkit/symbol_session.h"
 
 #include <string.h>

@@ -1,3 +1,4 @@
+// Polls a variable once a millisecond, up to the timeout, instead of waiting for an object of the system's.
 #include "companions/faultkit/turn.h"
 
 #include <windows.h>
@@ -7,7 +8,7 @@ namespace {
 
 constexpr DWORD kPatience = 5000; // milliseconds
 
-// The thread that has the turn, 0 for none. Not a critical section: its owner may have died with it, and it would let
+// The thread that holds the lock, 0 for none. Not a critical section: its owner may have died with it, and it would let
 // the same thread in twice.
 volatile LONG owner;
 

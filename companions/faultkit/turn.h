@@ -1,10 +1,10 @@
-// One caller at a time: the debugging library allows no more, and the storage is static.
+// The lock of the exported functions: the debugging library allows one caller at a time, and the storage is static.
 #pragma once
 
 namespace faultkit {
 
-// Holds the turn until its end. Waits for another thread at most some seconds; a thread that comes again while it
-// already has the turn (a fault inside a fault's description) is refused at once.
+// Holds the lock until its end. Waits for another thread with a timeout of some seconds; a thread that comes again
+// while it already holds the lock (a fault inside a fault's description) is refused at once.
 class Turn {
 public:
     Turn();

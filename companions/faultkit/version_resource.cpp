@@ -1,3 +1,4 @@
+// Goes down the three levels of the resource tree (type, name, language) to the first version record.
 #include "companions/faultkit/version_resource.h"
 
 namespace faultkit {

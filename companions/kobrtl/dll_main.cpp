@@ -1,4 +1,4 @@
-// Nothing to set up, and nothing to hear of the process's threads.
+// Nothing to set up; the calls for the process's threads are switched off.
 #include <windows.h>
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
