@@ -21,7 +21,9 @@ typedef struct LoadConfig {
 
 _Static_assert(sizeof(LoadConfig) == 0x48, "the record's layout is the loader's");
 
-const LoadConfig kLoadConfigUsed = {
+/* The linker looks for this very name. */
+// NOLINTNEXTLINE(readability-identifier-naming)
+const LoadConfig _load_config_used = {
     .size = sizeof(LoadConfig),
     .security_cookie = &__security_cookie,
     .handler_table = __safe_se_handler_table,
