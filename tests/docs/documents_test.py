@@ -3,7 +3,7 @@
 import re
 import subprocess
 
-from testing import documents, runner
+from testing import documents
 from testing.processes import REPO
 
 FOLDERS = {
@@ -40,37 +40,40 @@ def all_documents():
     return [path for path in REPO.rglob("*.md") if "build" not in path.relative_to(REPO).parts and path != ELSEWHERE]
 
 
-class Documents(runner.Case):
-    def test_links_lead_somewhere(self):
-        self.assertGreater(len(all_documents()), 10)
-        self.assertEqual(documents.broken_links(REPO, all_documents()), [])
+def test_links_lead_somewhere():
+    assert len(all_documents()) > 10
+    assert documents.broken_links(REPO, all_documents()) == []
 
-    def test_picture_of_the_folders_is_drawn_from_the_sources(self):
-        done = subprocess.run(
-            [REPO / "scripts/draw-architecture", "--check"], text=True, capture_output=True, timeout=60, check=False
-        )
-        self.assertEqual((done.returncode, done.stderr), (0, ""))
 
-    def test_files_that_are_named_exist(self):
-        missing = []
-        for document in all_documents():
-            for name in re.findall(r"`([\w./-]+/[\w.-]+\.(?:h|c|cpp|py|md|txt|cmake))`", document.read_text("utf-8")):
-                if name.partition("/")[0] in FOLDERS and not (REPO / name).exists():
-                    missing.append(f"{document.relative_to(REPO)}: {name}")
-        self.assertEqual(missing, [])
+def test_picture_of_the_folders_is_drawn_from_the_sources():
+    done = subprocess.run(
+        [REPO / "scripts/draw-architecture", "--check"], text=True, capture_output=True, timeout=60, check=False
+    )
+    assert (done.returncode, done.stderr) == (0, "")
 
-    def test_upload_that_is_shown_is_one_that_survives_the_end_of_memory(self):
-        # tests/package/memory_test.py runs it so.
-        run = " ".join((REPO / "tests/package/memory_host.cpp").read_text("utf-8").split())
-        for document in ("README.md", "packaging/README.md", "docs/host-guide.md"):
-            shown = [
-                block
-                for block in re.findall(r"```cpp\n(.*?)```", (REPO / document).read_text("utf-8"), re.DOTALL)
-                if "CCrashReport2" in block
-            ]
-            self.assertEqual(len(shown), 1, document)
-            self.assertIn(" ".join(shown[0].split()), run, document)
 
-    def test_readme_leads_to_every_document(self):
-        named = set(re.findall(r"\]\(docs/([^)#]+\.md)", (REPO / "README.md").read_text("utf-8")))
-        self.assertEqual({path.name for path in (REPO / "docs").glob("*.md")} - named, set())
+def test_files_that_are_named_exist():
+    missing = []
+    for document in all_documents():
+        for name in re.findall(r"`([\w./-]+/[\w.-]+\.(?:h|c|cpp|py|md|txt|cmake))`", document.read_text("utf-8")):
+            if name.partition("/")[0] in FOLDERS and not (REPO / name).exists():
+                missing.append(f"{document.relative_to(REPO)}: {name}")
+    assert missing == []
+
+
+def test_upload_that_is_shown_is_one_that_survives_the_end_of_memory():
+    # tests/package/memory_test.py runs it so.
+    run = " ".join((REPO / "tests/package/memory_host.cpp").read_text("utf-8").split())
+    for document in ("README.md", "packaging/README.md", "docs/host-guide.md"):
+        shown = [
+            block
+            for block in re.findall(r"```cpp\n(.*?)```", (REPO / document).read_text("utf-8"), re.DOTALL)
+            if "CCrashReport2" in block
+        ]
+        assert len(shown) == 1, document
+        assert " ".join(shown[0].split()) in run, document
+
+
+def test_readme_leads_to_every_document():
+    named = set(re.findall(r"\]\(docs/([^)#]+\.md)", (REPO / "README.md").read_text("utf-8")))
+    assert {path.name for path in (REPO / "docs").glob("*.md")} - named == set()

@@ -4,7 +4,8 @@ import pathlib
 import re
 import subprocess
 
-from testing import runner
+import pytest
+
 from testing.processes import REPO
 
 HERE = pathlib.Path(__file__).parent
@@ -12,84 +13,83 @@ DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")
 APPLICATION_DIR, SYSTEM32 = 0x200, 0x800  # LOAD_LIBRARY_SEARCH_...
 
 
-class Images(runner.Case):
-    def read(self, dll, *options):
-        """What llvm-readobj says of it."""
-        told = subprocess.run(
-            ["llvm-readobj-19", *options, self.product(dll)], check=True, capture_output=True, text=True
-        ).stdout
-        return told
+def read(stage, dll, *options):
+    """What llvm-readobj says of it."""
+    told = subprocess.run(
+        ["llvm-readobj-19", *options, stage.product(dll)], check=True, capture_output=True, text=True
+    ).stdout
+    return told
 
-    def imports(self, dll):
-        """{(library, function)}"""
-        told = self.read(dll, "--coff-imports")
-        found = set()
-        for block in re.findall(r"Import \{(.*?)\n\}", told, re.DOTALL):
-            library = re.search(r"Name: (\S+)", block)[1]
-            found |= {(library, name) for name in re.findall(r"Symbol: (\S+) ", block)}
-        return found
 
-    def test_moves_to_any_address_and_keeps_data_from_running(self):
-        for dll in DLLS:
-            with self.subTest(dll):
-                headers = self.read(dll, "--file-headers")
-                self.assertIn("IMAGE_DLL_CHARACTERISTICS_DYNAMIC_BASE", headers)
-                self.assertIn("IMAGE_DLL_CHARACTERISTICS_NX_COMPAT", headers)
-                self.assertNotIn("IMAGE_FILE_RELOCS_STRIPPED", headers)
-                self.assertRegex(headers, r"BaseRelocationTableSize: 0x[1-9A-F]")
+def imports(stage, dll):
+    """{(library, function)}"""
+    told = read(stage, dll, "--coff-imports")
+    found = set()
+    for block in re.findall(r"Import \{(.*?)\n\}", told, re.DOTALL):
+        library = re.search(r"Name: (\S+)", block)[1]
+        found |= {(library, name) for name in re.findall(r"Symbol: (\S+) ", block)}
+    return found
 
-    def test_lists_its_exception_handlers(self):
-        for dll in DLLS:
-            with self.subTest(dll):
-                told = self.read(dll, "--file-headers", "--coff-load-config")
-                handlers = int(re.search(r"SEHandlerCount: (\d+)", told)[1])
-                frames = {name for _, name in self.imports(dll)} & {"__CxxFrameHandler3", "_except_handler3"}
-                # Without a handler of its own the image says so, and then nothing in it is ever taken for one.
-                self.assertEqual("IMAGE_DLL_CHARACTERISTICS_NO_SEH" in told, not frames)
-                self.assertEqual(handlers > 0, bool(frames))
 
-    def test_has_no_section_that_can_be_written_and_run(self):
-        for dll in DLLS:
-            with self.subTest(dll):
-                told = self.read(dll, "--sections")
-                sections = re.findall(r"Name: (\S+) .*?Characteristics \[.*?\n(.*?)\]", told, re.DOTALL)
-                self.assertIn(".text", [name for name, _ in sections])
-                for name, marks in sections:
-                    self.assertFalse("MEM_WRITE" in marks and "MEM_EXECUTE" in marks, name)
+@pytest.mark.parametrize("dll", DLLS)
+def test_moves_to_any_address_and_keeps_data_from_running(stage, dll):
+    headers = read(stage, dll, "--file-headers")
+    assert "IMAGE_DLL_CHARACTERISTICS_DYNAMIC_BASE" in headers
+    assert "IMAGE_DLL_CHARACTERISTICS_NX_COMPAT" in headers
+    assert "IMAGE_FILE_RELOCS_STRIPPED" not in headers
+    assert re.search(r"BaseRelocationTableSize: 0x[1-9A-F]", headers)
 
-    def test_looks_for_its_imports_in_few_places(self):
-        for dll in DLLS:
-            with self.subTest(dll):
-                flags = int(
-                    re.search(r"DependentLoadFlags: (0x[0-9A-F]+)", self.read(dll, "--coff-load-config"))[1], 16
-                )
-                own = {library for library, _ in self.imports(dll)} & set(DLLS)
-                self.assertEqual(flags, APPLICATION_DIR | SYSTEM32 if own else SYSTEM32)
 
-    def test_of_a_companion_imports_what_the_list_says(self):
-        listed = {
-            tuple(line.split())
-            for line in (HERE / "companion_imports.txt").read_text().splitlines()
-            if not line.startswith("#")
-        }
-        imported = {(dll, *function) for dll in DLLS[1:] for function in self.imports(dll)}
-        self.assertEqual(imported, listed)
+@pytest.mark.parametrize("dll", DLLS)
+def test_lists_its_exception_handlers(stage, dll):
+    told = read(stage, dll, "--file-headers", "--coff-load-config")
+    handlers = int(re.search(r"SEHandlerCount: (\d+)", told)[1])
+    frames = {name for _, name in imports(stage, dll)} & {"__CxxFrameHandler3", "_except_handler3"}
+    # Without a handler of its own the image says so, and then nothing in it is ever taken for one.
+    assert ("IMAGE_DLL_CHARACTERISTICS_NO_SEH" in told) == (not frames)
+    assert (handlers > 0) == bool(frames)
 
-    def test_tells_nothing_about_the_machine_that_built_it(self):
-        places = {
-            str(REPO),
-            str(pathlib.Path.home()),
-            str(self.product("Wendax.dll").parent),
-            "/usr/",
-            "/home/",
-            "/root/",
-            "/tmp/",
-        } - {"/"}
-        for dll in DLLS:
-            with self.subTest(dll):
-                for file in (dll, dll.replace(".dll", ".pdb")):
-                    content = self.product(file).read_bytes().lower()
-                    for place in places:
-                        for text in (place, place.replace("/", "\\")):
-                            for encoded in (text.lower().encode(), text.lower().encode("utf-16-le")):
-                                self.assertNotIn(encoded, content, f"{text} in {file}")
+
+@pytest.mark.parametrize("dll", DLLS)
+def test_has_no_section_that_can_be_written_and_run(stage, dll):
+    told = read(stage, dll, "--sections")
+    sections = re.findall(r"Name: (\S+) .*?Characteristics \[.*?\n(.*?)\]", told, re.DOTALL)
+    assert ".text" in [name for name, _ in sections]
+    for name, marks in sections:
+        assert not ("MEM_WRITE" in marks and "MEM_EXECUTE" in marks), name
+
+
+@pytest.mark.parametrize("dll", DLLS)
+def test_looks_for_its_imports_in_few_places(stage, dll):
+    flags = int(re.search(r"DependentLoadFlags: (0x[0-9A-F]+)", read(stage, dll, "--coff-load-config"))[1], 16)
+    own = {library for library, _ in imports(stage, dll)} & set(DLLS)
+    assert flags == (APPLICATION_DIR | SYSTEM32 if own else SYSTEM32)
+
+
+def test_of_a_companion_imports_what_the_list_says(stage):
+    listed = {
+        tuple(line.split())
+        for line in (HERE / "companion_imports.txt").read_text().splitlines()
+        if not line.startswith("#")
+    }
+    imported = {(dll, *function) for dll in DLLS[1:] for function in imports(stage, dll)}
+    assert imported == listed
+
+
+@pytest.mark.parametrize("dll", DLLS)
+def test_tells_nothing_about_the_machine_that_built_it(stage, dll):
+    places = {
+        str(REPO),
+        str(pathlib.Path.home()),
+        str(stage.product("Wendax.dll").parent),
+        "/usr/",
+        "/home/",
+        "/root/",
+        "/tmp/",
+    } - {"/"}
+    for file in (dll, dll.replace(".dll", ".pdb")):
+        content = stage.product(file).read_bytes().lower()
+        for place in places:
+            for text in (place, place.replace("/", "\\")):
+                for encoded in (text.lower().encode(), text.lower().encode("utf-16-le")):
+                    assert encoded not in content, f"{text} in {file}"

@@ -3,7 +3,7 @@
 import re
 import shutil
 
-from testing.runner import Case
+import pytest
 
 HOST = "system_info_host.exe"
 VERSION_KEY = r"HKEY_CURRENT_USER\Software\Wine"
@@ -44,7 +44,7 @@ NO_LUMIVALE = b"Cannot extract version number of Lumivale"
 UNREADABLE_LUMIVALE = LUMIVALE % (b"Unknown", b"Unknown", b"Unknown", b"", b"", b"")
 
 # (function, calls of it that still work): the sections that change, as they are then. The sections of a machine where all
-# works are those of InTrouble.setUp.
+# works are those that the test takes first.
 TROUBLE = {
     ("GetVersionExA", 0): {"windows": b"Unknown [tag 0]"},
     ("QueryPerformanceCounter", 0): "no clock",
@@ -91,52 +91,21 @@ def cpu_facts():
         return {name.strip(): value.strip() for name, _, value in pairs}
 
 
-class InThisMachine(Case):
-    """Tests that change nothing, in the prefix that all share."""
+class InstalledHost:
+    """A host in a folder and a prefix of its own; what it writes, taken apart."""
 
-    def host(self, *args):
-        return self.wine().run(self.product(HOST), *args, check=True).text
-
-    def test_a_fault_behind_the_guard_is_an_answer(self):
-        self.assertEqual(
-            self.host("guard").splitlines(),
-            [
-                "illegal instruction 0",
-                "access violation 0",
-                "privileged instruction 0",
-                "harmless 1",
-                "SSE 1",
-                "time stamps 1",
-            ],
-        )
-
-    def test_the_clock_agrees_with_the_time_stamp_counter(self):
-        lines = [line.split() for line in self.host("clock").splitlines()]
-        measured = sorted(int(value) for name, value in lines if name == "measured")
-        counted = next(int(value) for name, value in lines if name == "counted")
-        self.assertEqual(len(measured), 5)
-        self.assertAlmostEqual(measured[2], counted, delta=counted * 0.02)
-
-    def test_the_text_needs_little_stack(self):
-        # After a stack overflow, about 16 KB are left.
-        name, depth = self.host("stack").split()
-        self.assertEqual(name, "deepest")
-        self.assertLess(int(depth), 10_000)
-
-
-class TheFile(Case):
-    def setUp(self):
-        self.prefix = self.fresh_prefix()
-        self.windows = self.wine(self.desktop(width=1152, height=864), self.prefix)
+    def __init__(self, stage):
+        self.prefix = stage.fresh_prefix()
+        self.windows = stage.wine(stage.desktop(width=1152, height=864), self.prefix)
         self.folder = self.prefix.drive_c / "host"
         self.folder.mkdir()
-        self.exe = shutil.copy(self.product(HOST), self.folder / "host.exe")
+        self.exe = shutil.copy(stage.product(HOST), self.folder / "host.exe")
 
     def write(self, *task):
         """Runs the host; returns whether it wrote the file, the path it gives, and the text with plain newlines."""
         said = self.windows.run(self.exe, *(task or ["file"]), check=True).text
         match = re.fullmatch(r"(written|not written) (.*)\n", said)
-        self.assertTrue(match, said)
+        assert match, said
         path = self.prefix.to_unix(match[2]) if ":" in match[2] else None
         written = match[1] == "written"
         # Text mode puts a CR before every LF, and so a second one into the display's own line ends.
@@ -145,9 +114,9 @@ class TheFile(Case):
 
     def facts(self):
         written, _, text = self.write()
-        self.assertTrue(written)
+        assert written
         match = WHOLE_TEXT.fullmatch(text)
-        self.assertTrue(match, text.decode("cp1252"))
+        assert match, text.decode("cp1252")
         return match
 
     def print_system(self, names):
@@ -162,130 +131,164 @@ class TheFile(Case):
     def sections(self, *trouble):
         """{section: text} of a file that is written while a call faults; the clock as 1, if it was measured."""
         written, _, text = self.write("trouble", *trouble) if trouble else self.write()
-        self.assertTrue(written)
+        assert written
         match = SECTIONS.fullmatch(text)
-        self.assertTrue(match, text.decode("cp1252"))
+        assert match, text.decode("cp1252")
         return {name: CLOCK.sub(rb"\g<1>1", section) for name, section in match.groupdict().items()}
 
-    def test_has_everything_but_what_a_call_was_asked_for_that_faults_or_throws(self):
-        self.print_system(["Alpha tray", "Zebra"])
-        self.windows.set_registry(DEFAULT_PRINTER_KEY, "device", "Alpha tray,winspool,LPT1:")
-        shutil.copy(self.exe, self.folder / "Lumivale.exe")
-        whole = self.sections()
-        self.assertEqual(whole["printers"], b"Printers list: \nAlpha tray\nZebra\n\nDefault printer: \nAlpha tray\n")
-        self.assertEqual(
-            whole["module"],
-            b"\nCompany: Example Hosts\nProduct Name: System information host\nProduct Version: 3.1.0.12\n",
+
+@pytest.fixture
+def host(stage):
+    return InstalledHost(stage)
+
+
+class TestInThisMachine:
+    """What changes nothing, in the prefix that all share."""
+
+    def said(self, stage, *args):
+        return stage.wine().run(stage.product(HOST), *args, check=True).text
+
+    def test_a_fault_behind_the_guard_is_an_answer(self, stage):
+        assert self.said(stage, "guard").splitlines() == [
+            "illegal instruction 0",
+            "access violation 0",
+            "privileged instruction 0",
+            "harmless 1",
+            "SSE 1",
+            "time stamps 1",
+        ]
+
+    def test_the_clock_agrees_with_the_time_stamp_counter(self, stage):
+        lines = [line.split() for line in self.said(stage, "clock").splitlines()]
+        measured = sorted(int(value) for name, value in lines if name == "measured")
+        counted = next(int(value) for name, value in lines if name == "counted")
+        assert len(measured) == 5
+        assert abs(measured[2] - counted) <= counted * 0.02
+
+    def test_the_text_needs_little_stack(self, stage):
+        # After a stack overflow, about 16 KB are left.
+        name, depth = self.said(stage, "stack").split()
+        assert name == "deepest"
+        assert int(depth) < 10_000
+
+
+class TestTheFile:
+    def test_has_everything_but_what_a_call_was_asked_for_that_faults_or_throws(self, host):
+        host.print_system(["Alpha tray", "Zebra"])
+        host.windows.set_registry(DEFAULT_PRINTER_KEY, "device", "Alpha tray,winspool,LPT1:")
+        shutil.copy(host.exe, host.folder / "Lumivale.exe")
+        whole = host.sections()
+        assert whole["printers"] == b"Printers list: \nAlpha tray\nZebra\n\nDefault printer: \nAlpha tray\n"
+        assert (
+            whole["module"]
+            == b"\nCompany: Example Hosts\nProduct Name: System information host\nProduct Version: 3.1.0.12\n"
         )
         for (function, calls), changed in TROUBLE.items():
             if changed == "no clock":
                 changed = {"cpu": whole["cpu"].replace(b"Frequecy: 1\n", b"Frequecy: 0\n")}
             for kind in ("fault", "throw"):
-                with self.subTest(function, calls=calls, kind=kind):
-                    self.assertEqual(self.sections(function, str(calls), kind), {**whole, **changed})
+                assert host.sections(function, str(calls), kind) == {**whole, **changed}, (function, calls, kind)
 
-    def test_tells_of_this_machine_what_is_so(self):
-        facts, cpu = self.facts(), cpu_facts()
-        self.assertEqual(facts["vendor_id"].decode(), cpu["vendor_id"])
-        self.assertEqual(facts["processor"].decode().strip(), cpu["model name"])
-        self.assertEqual(int(facts["stepping"]), int(cpu["stepping"]) & 15)
+    def test_tells_of_this_machine_what_is_so(self, host):
+        facts, cpu = host.facts(), cpu_facts()
+        assert facts["vendor_id"].decode() == cpu["vendor_id"]
+        assert facts["processor"].decode().strip() == cpu["model name"]
+        assert int(facts["stepping"]) == int(cpu["stepping"]) & 15
         flags = cpu["flags"].split()
         for group, flag in {"mmx": "mmx", "sse": "sse", "sse2": "sse2", "threednow": "3dnow"}.items():
-            self.assertEqual(facts[group] == b"yes", flag in flags, flag)
-        self.assertEqual((facts["width"], facts["height"], facts["depth"]), (b"1152", b"864", b"32"))
-        self.assertEqual(
-            (facts["company"], facts["product"], facts["version"]),
-            (b"Example Hosts", b"System information host", b"3.1.0.12"),
+            assert (facts[group] == b"yes") == (flag in flags), flag
+        assert (facts["width"], facts["height"], facts["depth"]) == (b"1152", b"864", b"32")
+        assert (facts["company"], facts["product"], facts["version"]) == (
+            b"Example Hosts",
+            b"System information host",
+            b"3.1.0.12",
         )
-        self.assertEqual(facts["host"], b"Cannot extract version number of Lumivale")
+        assert facts["host"] == b"Cannot extract version number of Lumivale"
 
-    def test_ends_its_lines_in_CR_LF(self):
-        _, path, _ = self.write()
-        content = self.prefix.to_unix(path).read_bytes()
-        self.assertEqual(content.count(b"\n"), content.count(b"\r\n"))
-        self.assertEqual(content.count(b"\r\r\n"), 3, "the display's three line ends")
-        self.assertTrue(content.startswith(b"\r\nWindows Version:\r\n"))
+    def test_ends_its_lines_in_CR_LF(self, host):
+        _, path, _ = host.write()
+        content = host.prefix.to_unix(path).read_bytes()
+        assert content.count(b"\n") == content.count(b"\r\n")
+        assert content.count(b"\r\r\n") == 3, "the display's three line ends"
+        assert content.startswith(b"\r\nWindows Version:\r\n")
 
-    def test_names_the_Windows_version(self):
+    def test_names_the_Windows_version(self, host):
         for name, expected in WINDOWS_VERSIONS.items():
-            with self.subTest(name):
-                self.windows.set_registry(VERSION_KEY, "Version", name)
-                self.assertEqual(self.facts()["windows"], expected)
+            host.windows.set_registry(VERSION_KEY, "Version", name)
+            assert host.facts()["windows"] == expected, name
 
-    def test_is_in_the_temporary_directory_with_one_backslash(self):
-        (self.prefix.drive_c / "temporary files").mkdir()
+    def test_is_in_the_temporary_directory_with_one_backslash(self, host):
+        (host.prefix.drive_c / "temporary files").mkdir()
         for directory in ("C:\\temporary files", "C:\\temporary files\\", "C:\\temporary files\\\\\\"):
-            self.windows.set_registry(ENVIRONMENT_KEY, "TMP", directory)
-            self.assertEqual(self.write()[:2], (True, "C:\\temporary files\\system_info.txt"))
-        self.windows.set_registry(ENVIRONMENT_KEY, "TMP", "C:\\")
-        self.assertEqual(self.write()[:2], (True, "C:\\system_info.txt"))
+            host.windows.set_registry(ENVIRONMENT_KEY, "TMP", directory)
+            assert host.write()[:2] == (True, "C:\\temporary files\\system_info.txt")
+        host.windows.set_registry(ENVIRONMENT_KEY, "TMP", "C:\\")
+        assert host.write()[:2] == (True, "C:\\system_info.txt")
 
-    def test_overwrites_what_was_there(self):
-        file = self.prefix.temp_dir / "system_info.txt"
+    def test_overwrites_what_was_there(self, host):
+        file = host.prefix.temp_dir / "system_info.txt"
         file.write_bytes(b"#" * 100_000)
-        self.assertNotIn(b"#", self.facts()[0])
+        assert b"#" not in host.facts()[0]
 
-    def test_that_cannot_be_written_has_its_path_all_the_same(self):
-        self.windows.set_registry(ENVIRONMENT_KEY, "TMP", "C:\\no such directory")
-        self.assertEqual(self.write(), (False, "C:\\no such directory\\system_info.txt", None))
+    def test_that_cannot_be_written_has_its_path_all_the_same(self, host):
+        host.windows.set_registry(ENVIRONMENT_KEY, "TMP", "C:\\no such directory")
+        assert host.write() == (False, "C:\\no such directory\\system_info.txt", None)
 
-    def test_is_written_with_floating_point_traps_set(self):
-        written, _, text = self.write("file-with-float-traps")
-        self.assertTrue(written)
-        self.assertRegex(text, WHOLE_TEXT)
+    def test_is_written_with_floating_point_traps_set(self, host):
+        written, _, text = host.write("file-with-float-traps")
+        assert written
+        assert re.search(WHOLE_TEXT, text)
 
-    def test_lists_the_printers_on_NT_and_before(self):
-        self.print_system(["Zebra", "Alpha tray"])
-        self.windows.set_registry(DEFAULT_PRINTER_KEY, "device", "Alpha tray,winspool,LPT1:")
+    def test_lists_the_printers_on_NT_and_before(self, host):
+        host.print_system(["Zebra", "Alpha tray"])
+        host.windows.set_registry(DEFAULT_PRINTER_KEY, "device", "Alpha tray,winspool,LPT1:")
         for version in ("winxp", "win98"):
-            self.windows.set_registry(VERSION_KEY, "Version", version)
-            facts = self.facts()
-            self.assertEqual(sorted(facts["printers"].splitlines()), [b"Alpha tray", b"Zebra"], version)
-            self.assertEqual(facts["default_printer"], b"Alpha tray", version)
+            host.windows.set_registry(VERSION_KEY, "Version", version)
+            facts = host.facts()
+            assert sorted(facts["printers"].splitlines()) == [b"Alpha tray", b"Zebra"], version
+            assert facts["default_printer"] == b"Alpha tray", version
 
-    def test_is_cut_at_its_end_with_very_many_printers(self):
-        self.print_system(f"Printer number {number:06}" for number in range(2000))
-        written, _, text = self.write()
-        self.assertTrue(written)
-        self.assertTrue(text.startswith(b"\nWindows Version:\n"))
-        self.assertRegex(text, rb"\nPrinter number \d+\n?\Z|\nP[a-z ]*\d*\Z")
-        self.assertNotIn(b"Default printer", text)
-        self.assertGreaterEqual(len(text), 32767 - 3)
-        self.assertLess(len(text), 32767 + 1024)
+    def test_is_cut_at_its_end_with_very_many_printers(self, host):
+        host.print_system(f"Printer number {number:06}" for number in range(2000))
+        written, _, text = host.write()
+        assert written
+        assert text.startswith(b"\nWindows Version:\n")
+        assert re.search(rb"\nPrinter number \d+\n?\Z|\nP[a-z ]*\d*\Z", text)
+        assert b"Default printer" not in text
+        assert len(text) >= 32767 - 3
+        assert len(text) < 32767 + 1024
 
-    def test_names_a_program_and_its_neighbour_in_a_folder_whose_letters_the_code_page_lacks(self):
-        self.folder = self.prefix.drive_c / "Программа"
-        self.folder.mkdir()
-        self.exe = shutil.copy(self.exe, self.folder / "хост.exe")
-        shutil.copy(self.exe, self.folder / "Lumivale.exe")
-        facts = self.facts()
-        self.assertEqual(
-            (facts["company"], facts["product"], facts["version"]),
-            (b"Example Hosts", b"System information host", b"3.1.0.12"),
+    def test_names_a_program_and_its_neighbour_in_a_folder_whose_letters_the_code_page_lacks(self, host):
+        host.folder = host.prefix.drive_c / "Программа"
+        host.folder.mkdir()
+        host.exe = shutil.copy(host.exe, host.folder / "хост.exe")
+        shutil.copy(host.exe, host.folder / "Lumivale.exe")
+        facts = host.facts()
+        assert (facts["company"], facts["product"], facts["version"]) == (
+            b"Example Hosts",
+            b"System information host",
+            b"3.1.0.12",
         )
-        self.assertEqual(
-            facts["host"], LUMIVALE % (b"Example Hosts", b"System information host", b"3", b"1", b"0", b"12")
-        )
+        assert facts["host"] == LUMIVALE % (b"Example Hosts", b"System information host", b"3", b"1", b"0", b"12")
 
-    def test_finds_the_host_application_where_it_is_registered(self):
+    def test_finds_the_host_application_where_it_is_registered(self, host):
         found = (
             b"Lumivale module info:\nCompany: Example Hosts\nProduct name:System information host\n"
             b"Version number: 3.1.0\nBuild number 12"
         )
         missing = b"Cannot extract version number of Lumivale"
-        installed = self.prefix.drive_c / "Programs" / "Lumivale.exe"
-        self.windows.set_registry(APP_PATHS_KEY, "", "C:\\Programs\\Lumivale.exe")
-        self.assertEqual(self.facts()["host"], missing)
+        installed = host.prefix.drive_c / "Programs" / "Lumivale.exe"
+        host.windows.set_registry(APP_PATHS_KEY, "", "C:\\Programs\\Lumivale.exe")
+        assert host.facts()["host"] == missing
         installed.parent.mkdir()
-        shutil.copy(self.exe, installed)
-        self.assertEqual(self.facts()["host"], found)
+        shutil.copy(host.exe, installed)
+        assert host.facts()["host"] == found
         installed.write_bytes(b"no program at all")
-        self.assertEqual(
-            self.facts()["host"],
+        assert host.facts()["host"] == (
             b"Lumivale module info:\nCompany: Unknown\nProduct name:Unknown\n"
-            b"Version number: Unknown..\nBuild number ",
+            b"Version number: Unknown..\nBuild number "
         )
         installed.unlink()
-        self.assertEqual(self.facts()["host"], missing)
-        shutil.copy(self.exe, self.folder / "Lumivale.exe")
-        self.assertEqual(self.facts()["host"], found)
+        assert host.facts()["host"] == missing
+        shutil.copy(host.exe, host.folder / "Lumivale.exe")
+        assert host.facts()["host"] == found
