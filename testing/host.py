@@ -35,7 +35,7 @@ class Host:
 
     def __init__(
         self,
-        case,
+        stage,
         program,
         helper=None,
         folder="host",
@@ -44,21 +44,20 @@ class Host:
         locale=None,
         mail_program=True,
     ):
-        self.case = case
-        self.prefix = case.fresh_prefix()
-        self.wine = case.wine(desktop, self.prefix, locale)
+        self.prefix = stage.fresh_prefix()
+        self.wine = stage.wine(desktop, self.prefix, locale)
         self.folder = self.prefix.drive_c / folder
         self.folder.mkdir(parents=True)
-        self.exe = pathlib.Path(shutil.copy(case.product(program), self.folder))
+        self.exe = pathlib.Path(shutil.copy(stage.product(program), self.folder))
         for name in files:
-            shutil.copy(case.product(name), self.folder)
+            shutil.copy(stage.product(name), self.folder)
         if helper:
-            helpers = case.product("Wendax.dll").parent.parent / "test-helpers"
+            helpers = stage.product("Wendax.dll").parent.parent / "test-helpers"
             shutil.copy(helpers / helper / "faultkit.dll", self.folder)
         self.mail_log = self.prefix.drive_c / "mail.log"
         self.environment = {"MAIL_PROGRAM_LOG": "C:\\mail.log"}
         if mail_program:
-            self.wine.associate(".eml", case.product("mail_program.exe"))
+            self.wine.associate(".eml", stage.product("mail_program.exe"))
         else:
             self.wine.dissociate(".eml")
 
@@ -89,7 +88,7 @@ class Host:
             lambda: len(self.opened()) >= count, f"call number {count} of the mail program", 120, seen=self.opened
         )
         calls = self.opened()
-        self.case.assertEqual(len(calls), count, calls)
+        assert len(calls) == count, calls
         return [Message(self.prefix.to_unix(path)) for _, path in calls]
 
     def messages_in_temp(self):

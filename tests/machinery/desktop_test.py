@@ -6,17 +6,19 @@ import re
 import subprocess
 import sys
 
+import pytest
+
 from testing.desktop import Desktop
-from testing.processes import WaitTimeout, wait_until
-from testing.runner import Case
-from testing.processes import REPO, run_tool
+from testing.processes import REPO, WaitTimeout, run_tool, wait_until
 from compiled import program
 
 
-class Desktop_with_a_window(Case):
-    def setUp(self):
-        self.screen = self.desktop()
-        self.process = self.wine(self.screen).start(program("window"), "A window")
+class ShownWindow:
+    """A program's window on a desktop."""
+
+    def __init__(self, stage):
+        self.screen = stage.desktop()
+        self.process = stage.wine(self.screen).start(program("window"), "A window")
         self.window = self.screen.wait_window("A window")
 
     def wait_line(self, line):
@@ -25,45 +27,52 @@ class Desktop_with_a_window(Case):
     def printed(self):
         return self.process.stdout.decode().splitlines()
 
-    def test_tells_the_size_of_its_inside(self):
-        self.assertEqual((self.window.width, self.window.height), (300, 200))
 
-    def test_clicks_at_the_very_pixel(self):
+@pytest.fixture
+def shown(stage):
+    return ShownWindow(stage)
+
+
+class TestDesktopWithAWindow:
+    def test_tells_the_size_of_its_inside(self, shown):
+        assert (shown.window.width, shown.window.height) == (300, 200)
+
+    def test_clicks_at_the_very_pixel(self, shown):
         for x, y in ((0, 0), (123, 45), (299, 199)):
-            self.screen.click_window(self.window, x, y)
-            self.wait_line(f"left {x} {y}")
+            shown.screen.click_window(shown.window, x, y)
+            shown.wait_line(f"left {x} {y}")
 
-    def test_clicks_twice_at_the_same_place(self):
+    def test_clicks_twice_at_the_same_place(self, shown):
         for times in (1, 2):
-            self.screen.click_window(self.window, 5, 6)
-            wait_until(lambda: self.printed().count("left 5 6") == times, f"click {times}", seen=self.printed)
+            shown.screen.click_window(shown.window, 5, 6)
+            wait_until(lambda: shown.printed().count("left 5 6") == times, f"click {times}", seen=shown.printed)
 
-    def test_clicks_with_the_right_button(self):
-        self.screen.click_window(self.window, 7, 8, button=3)
-        self.wait_line("right 7 8")
+    def test_clicks_with_the_right_button(self, shown):
+        shown.screen.click_window(shown.window, 7, 8, button=3)
+        shown.wait_line("right 7 8")
 
-    def test_refuses_to_click_outside_the_window(self):
-        with self.assertRaises(ValueError):
-            self.screen.click_window(self.window, 300, 0)
+    def test_refuses_to_click_outside_the_window(self, shown):
+        with pytest.raises(ValueError):
+            shown.screen.click_window(shown.window, 300, 0)
 
-    def test_presses_keys(self):
-        self.screen.activate(self.window)
-        self.screen.key("Return", "a")
-        self.wait_line("key 13")
-        self.wait_line("key 65")
+    def test_presses_keys(self, shown):
+        shown.screen.activate(shown.window)
+        shown.screen.key("Return", "a")
+        shown.wait_line("key 13")
+        shown.wait_line("key 65")
 
-    def test_closes_the_window_by_its_close_box(self):
-        self.screen.close_window(self.window)
-        self.screen.wait_no_window("A window")
-        self.assertEqual(self.process.wait(), 7)
-        self.assertEqual(self.printed(), ["close"])
+    def test_closes_the_window_by_its_close_box(self, shown):
+        shown.screen.close_window(shown.window)
+        shown.screen.wait_no_window("A window")
+        assert shown.process.wait() == 7
+        assert shown.printed() == ["close"]
 
-    def test_takes_a_picture_of_the_whole_desktop(self):
-        picture = self.screen.screenshot(self.artifacts / "desktop.png")
-        x, y = self.window.x + 150, self.window.y + 100
+    def test_takes_a_picture_of_the_whole_desktop(self, shown, stage):
+        picture = shown.screen.screenshot(stage.artifacts / "desktop.png")
+        x, y = shown.window.x + 150, shown.window.y + 100
 
         def colours():
-            self.screen.screenshot(picture)
+            shown.screen.screenshot(picture)
             return run_tool(
                 ["convert", picture, "-format", f"%wx%h %[pixel:p{{{x},{y}}}] %[pixel:p{{1,1}}]", "info:"], os.environ
             )
@@ -75,36 +84,36 @@ class Desktop_with_a_window(Case):
             seen=colours,
         )
 
-    def test_waits_in_vain_for_a_window_that_is_not_there_and_says_so(self):
-        with self.assertRaises(WaitTimeout) as caught:
-            self.screen.wait_window("Another", timeout=0.3)
-        self.assertRegex(str(caught.exception), "0.3 s for a window with the title 'Another'.*title='A window'")
+    def test_waits_in_vain_for_a_window_that_is_not_there_and_says_so(self, shown):
+        with pytest.raises(WaitTimeout) as caught:
+            shown.screen.wait_window("Another", timeout=0.3)
+        assert re.search("0.3 s for a window with the title 'Another'.*title='A window'", str(caught.value))
 
-    def test_finds_a_window_by_a_pattern(self):
-        self.assertEqual(self.screen.find_window(re.compile("^A w")), self.window)
-        self.assertIsNone(self.screen.find_window(re.compile("^w")))
+    def test_finds_a_window_by_a_pattern(self, shown):
+        assert shown.screen.find_window(re.compile("^A w")) == shown.window
+        assert shown.screen.find_window(re.compile("^w")) is None
 
 
-class Desktop_on_its_own(Case):
-    def test_shows_a_title_in_other_letters(self):
-        screen = self.desktop()
-        self.wine(screen, locale="ru_RU.UTF-8").start(program("window"), "Ошибка")
+class TestDesktopOnItsOwn:
+    def test_shows_a_title_in_other_letters(self, stage):
+        screen = stage.desktop()
+        stage.wine(screen, locale="ru_RU.UTF-8").start(program("window"), "Ошибка")
         screen.wait_window("Ошибка")
 
-    def test_is_apart_from_another_one(self):
-        first, second = self.desktop(), self.desktop(width=800, height=600)
-        self.assertNotEqual(first.env, second.env)
-        self.wine(first).start(program("window"), "Here")
+    def test_is_apart_from_another_one(self, stage):
+        first, second = stage.desktop(), stage.desktop(width=800, height=600)
+        assert first.env != second.env
+        stage.wine(first).start(program("window"), "Here")
         first.wait_window("Here")
-        self.assertEqual(second.windows(), [])
+        assert second.windows() == []
 
     def test_ends_its_processes_when_the_test_fails(self):
-        with self.assertRaises(ZeroDivisionError):
+        with pytest.raises(ZeroDivisionError):
             with Desktop():
                 started = children(os.getpid())
-                self.assertEqual(sorted(started.values()), ["Xvfb", "openbox"])
+                assert sorted(started.values()) == ["Xvfb", "openbox"]
                 1 / 0
-        self.assertEqual(still_running(started), {})
+        assert still_running(started) == {}
 
     def test_does_not_outlive_a_killed_test(self):
         script = (
@@ -118,9 +127,9 @@ class Desktop_on_its_own(Case):
             env={**os.environ, "PYTHONPATH": str(REPO)},
         ) as test:
             try:
-                self.assertEqual(test.stdout.readline(), "ready\n")
+                assert test.stdout.readline() == "ready\n"
                 started = children(test.pid)
-                self.assertEqual(sorted(started.values()), ["Xvfb", "openbox"])
+                assert sorted(started.values()) == ["Xvfb", "openbox"]
             finally:
                 test.kill()
         wait_until(lambda: not still_running(started), "the desktop to go", seen=lambda: still_running(started))

@@ -3,44 +3,44 @@
 import contextlib
 import os
 import pathlib
+import re
 import shutil
 import signal
 import subprocess
 import tempfile
 
+import pytest
+
 from testing.prefix import Prefix
-from testing.processes import wait_until
-from testing.runner import Case
-from testing.processes import REPO, spawn, stop
+from testing.processes import REPO, spawn, stop, wait_until
 
 
-class Help(Case):
-    def test_of_each_script_says_how_to_call_it_and_does_nothing(self):
-        for name in ("bench", "build", "demo", "demo-upload", "fuzz", "mutate", "profile", "setup", "test"):
-            with self.subTest(name):
-                told = subprocess.run(
-                    [REPO / "scripts" / name, "--help"],
-                    text=True,
-                    capture_output=True,
-                    timeout=30,
-                    stdin=subprocess.DEVNULL,
-                    check=False,
-                )
-                self.assertEqual((told.returncode, told.stderr), (0, ""))
-                self.assertRegex(told.stdout, rf"usage: .*\b{name}\b|scripts/{name} ")
+@pytest.mark.parametrize(
+    "name", ("bench", "build", "demo", "demo-upload", "fuzz", "mutate", "profile", "setup", "test")
+)
+def test_help_of_a_script_says_how_to_call_it_and_does_nothing(name):
+    told = subprocess.run(
+        [REPO / "scripts" / name, "--help"],
+        text=True,
+        capture_output=True,
+        timeout=30,
+        stdin=subprocess.DEVNULL,
+        check=False,
+    )
+    assert (told.returncode, told.stderr) == (0, "")
+    assert re.search(rf"usage: .*\b{name}\b|scripts/{name} ", told.stdout)
 
 
-class Setup_that_was_killed(Case):
-    """In a checkout of its own, with the Wine that this one has."""
+class Checkout:
+    """Another checkout, with the Wine that this one has, and what runs there."""
 
-    def setUp(self):
-        self.checkout = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(prefix="wendax-setup.")))
-        shutil.copytree(REPO / "scripts", self.checkout / "scripts")
+    def __init__(self, path):
+        self.path = path
+        shutil.copytree(REPO / "scripts", path / "scripts")
         kind, place = (REPO / "build" / "wine.conf").read_text("utf-8").rstrip("\n").split(" ", 1)
         self.environment = dict(os.environ)
         if kind == "root":
             self.environment["WENDAX_TOOLS"] = str(pathlib.Path(place).parent)
-        self.addCleanup(self.end_all)
 
     def end_all(self):
         for pid in self.programs():
@@ -57,7 +57,7 @@ class Setup_that_was_killed(Case):
                     (
                         word
                         for word in (entry / "environ").read_bytes().split(b"\0")
-                        if word.startswith(f"WINEPREFIX={self.checkout}/".encode())
+                        if word.startswith(f"WINEPREFIX={self.path}/".encode())
                     ),
                     None,
                 )
@@ -67,7 +67,7 @@ class Setup_that_was_killed(Case):
 
     def set_up(self):
         return spawn(
-            [self.checkout / "scripts" / "setup"],
+            [self.path / "scripts" / "setup"],
             env=self.environment,
             stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT,
@@ -90,31 +90,40 @@ class Setup_that_was_killed(Case):
         )
         return running if written else {}
 
-    def test_writes_nothing_into_the_next_prefix(self):
-        first = self.set_up()
-        try:
-            left = wait_until(self.half_made, "the prefix to grow", 200, seen=self.programs)
-        finally:
-            for pid in self.shells(first):
-                os.kill(pid, signal.SIGKILL)
-            first.wait()
-            first.stdout.close()
-        left |= self.programs()
-        second = self.set_up()
-        try:
-            grows = wait_until(
-                lambda: {pid: prefix for pid, prefix in self.programs().items() if pid not in left},
-                "the next prefix to grow",
-                200,
-                seen=self.programs,
-            )
-            self.assertEqual(set(grows.values()) & set(left.values()), set())
-            said = second.communicate(timeout=250)[0]
-            self.assertEqual(second.returncode, 0, said)
-        finally:
-            stop(second)
-            second.stdout.close()
-        self.assertEqual(self.programs().keys() & left.keys(), set())
-        build = self.checkout / "build"
-        self.assertEqual([path.name for path in build.glob("wineprefix*")], ["wineprefix"])
-        self.assertTrue((Prefix(build / "wineprefix").drive_c / "windows" / "explorer.exe").is_file())
+
+@pytest.fixture
+def checkout():
+    with tempfile.TemporaryDirectory(prefix="wendax-setup.") as folder:
+        made = Checkout(pathlib.Path(folder))
+        yield made
+        made.end_all()
+
+
+def test_setup_that_was_killed_writes_nothing_into_the_next_prefix(checkout):
+    first = checkout.set_up()
+    try:
+        left = wait_until(checkout.half_made, "the prefix to grow", 200, seen=checkout.programs)
+    finally:
+        for pid in checkout.shells(first):
+            os.kill(pid, signal.SIGKILL)
+        first.wait()
+        first.stdout.close()
+    left |= checkout.programs()
+    second = checkout.set_up()
+    try:
+        grows = wait_until(
+            lambda: {pid: prefix for pid, prefix in checkout.programs().items() if pid not in left},
+            "the next prefix to grow",
+            200,
+            seen=checkout.programs,
+        )
+        assert set(grows.values()) & set(left.values()) == set()
+        said = second.communicate(timeout=250)[0]
+        assert second.returncode == 0, said
+    finally:
+        stop(second)
+        second.stdout.close()
+    assert checkout.programs().keys() & left.keys() == set()
+    build = checkout.path / "build"
+    assert [path.name for path in build.glob("wineprefix*")] == ["wineprefix"]
+    assert (Prefix(build / "wineprefix").drive_c / "windows" / "explorer.exe").is_file()
