@@ -3,81 +3,89 @@
 import datetime
 import os
 import random
+import re
 
-from testing import report_dialog, runner
+import pytest
+
+from testing import report_dialog
 from testing.host import Host
 
 BOUNDARY = "----=_NextPart_000_023D_01C25DB8.8402B210"
 
 
-class Class(runner.Case):
+class ReportHost:
     """Messages made by a host that drives the report class itself."""
 
+    def __init__(self, stage):
+        self.stage = stage
+
     def message(self, *args, files=(), **options):
-        host = Host(self, "report_host.exe", **options)
+        host = Host(self.stage, "report_host.exe", **options)
         paths = []
         for name, content in files:
             path = host.folder / name
             path.write_bytes(content)
             paths.append(host.prefix.to_windows(path))
         done = host.run(*args, *paths)
-        self.assertIn("end", done.text)
+        assert "end" in done.text
         self.host = host
         return host.wait_messages(1)[0]
 
-    def test_attachments_come_back_byte_for_byte(self):
+
+@pytest.fixture
+def report(stage):
+    return ReportHost(stage)
+
+
+class TestReportClass:
+    def test_attachments_come_back_byte_for_byte(self, report):
         data = random.Random(7)
         files = [
             (f"size {size}.bin", data.randbytes(size)) for size in (0, 1, 2, 3, 53, 54, 55, 72, 4096, 10 * 1024 * 1024)
         ]
-        message = self.message("0", "-", "-", "-", files=files)
-        self.assertEqual([name for name, _ in message.attachments], [name for name, _ in files])
+        message = report.message("0", "-", "-", "-", files=files)
+        assert [name for name, _ in message.attachments] == [name for name, _ in files]
         for (name, sent), (_, received) in zip(files, message.attachments):
-            self.assertEqual(received, sent, name)
+            assert received == sent, name
 
-    def test_headers_are_those_of_an_unsent_draft(self):
+    def test_headers_are_those_of_an_unsent_draft(self, report):
         before = datetime.datetime.now()
-        message = self.message("0", "-", "-", "-")
+        message = report.message("0", "-", "-", "-")
         after = datetime.datetime.now()
         text = message.raw.decode("latin-1")
         head, _, rest = text.partition("\r\n\r\n")
         lines = head.split("\r\n")
-        self.assertEqual(lines[0], 'To: "support@wendax.invalid" ')
-        self.assertEqual(lines[1:4], ["Reply-To: ", "From: ", "Subject: Corrowfinder Error Report [Main]"])
+        assert lines[0] == 'To: "support@wendax.invalid" '
+        assert lines[1:4] == ["Reply-To: ", "From: ", "Subject: Corrowfinder Error Report [Main]"]
         dates = {
             f"{moment:Date: %A, %d, %y %S:%M:%H +0000}"
             for moment in (
                 before + datetime.timedelta(seconds=n) for n in range(int((after - before).total_seconds()) + 2)
             )
         }
-        self.assertIn(lines[4], dates)
-        self.assertEqual(
-            lines[5:],
-            [
-                "MIME-Version: 1.0",
-                "Content-Type: multipart/mixed;",
-                f'\tboundary="{BOUNDARY}"',
-                "X-Priority: 3",
-                "X-MSMail-Priority: Normal",
-                "X-Unsent: 1",
-                "X-MimeOLE: Produced By Microsoft MimeOLE V6.00.2600.0000",
-            ],
+        assert lines[4] in dates
+        assert lines[5:] == [
+            "MIME-Version: 1.0",
+            "Content-Type: multipart/mixed;",
+            f'\tboundary="{BOUNDARY}"',
+            "X-Priority: 3",
+            "X-MSMail-Priority: Normal",
+            "X-Unsent: 1",
+            "X-MimeOLE: Produced By Microsoft MimeOLE V6.00.2600.0000",
+        ]
+        assert rest.startswith(
+            f"This is a multi-part message in MIME format.\r\n\r\n--{BOUNDARY}\r\n"
+            'Content-Type: text/plain;\r\n\tcharset="windows-1251"\r\n'
+            "Content-Transfer-Encoding: 7bit\r\n\r\n"
         )
-        self.assertTrue(
-            rest.startswith(
-                f"This is a multi-part message in MIME format.\r\n\r\n--{BOUNDARY}\r\n"
-                'Content-Type: text/plain;\r\n\tcharset="windows-1251"\r\n'
-                "Content-Transfer-Encoding: 7bit\r\n\r\n"
-            )
-        )
-        self.assertTrue(text.endswith(f"\r\n\r\n--{BOUNDARY}\r\n"))
-        self.assertNotIn(f"--{BOUNDARY}--", text)
+        assert text.endswith(f"\r\n\r\n--{BOUNDARY}\r\n")
+        assert f"--{BOUNDARY}--" not in text
 
-    def test_main_body_holds_every_piece(self):
-        body = self.message("0", "-", "-", "-").body
-        self.assertTrue(body.startswith(b"Corrowfinder has performed an illegal operation.\nYou can help"))
-        self.assertIn(b"faster.\n\nPlease note, that Corrowfinder has created a screenshot", body)
-        self.assertIn(b"\n\nThank you,\xEE\nTorvex Support\n\nPS:\nWindows Version:\n", body)
+    def test_main_body_holds_every_piece(self, report):
+        body = report.message("0", "-", "-", "-").body
+        assert body.startswith(b"Corrowfinder has performed an illegal operation.\nYou can help")
+        assert b"faster.\n\nPlease note, that Corrowfinder has created a screenshot" in body
+        assert b"\n\nThank you,\xEE\nTorvex Support\n\nPS:\nWindows Version:\n" in body
         captions = [
             b"\nWindows Version:\n",
             b"\nModule Info:",
@@ -87,81 +95,85 @@ class Class(runner.Case):
             b"\nDefault printer: \n",
         ]
         places = [body.index(caption) for caption in captions]
-        self.assertEqual(places, sorted(places))
-        self.assertTrue(body.rstrip(b"\r\n").endswith(b"Debug info is not accessible."))
+        assert places == sorted(places)
+        assert body.rstrip(b"\r\n").endswith(b"Debug info is not accessible.")
 
-    def test_derived_class_is_called_through_the_slot(self):
-        self.message("0", "-", "-", "-")
-        self.assertIn("context 0", self.host.run("0", "-", "-", "-").text)
+    def test_derived_class_is_called_through_the_slot(self, report):
+        report.message("0", "-", "-", "-")
+        assert "context 0" in report.host.run("0", "-", "-", "-").text
 
-    def test_host_words_take_the_place_of_the_defaults(self):
-        message = self.message("0", "My Program", "fell over", "help@example.com")
-        self.assertEqual(message.subject, "My Program fell over")
-        self.assertIn(b'To: "help@example.com" \r\n', message.raw)
-        self.assertTrue(message.body.startswith(b"My Program has performed"))
+    def test_host_words_take_the_place_of_the_defaults(self, report):
+        message = report.message("0", "My Program", "fell over", "help@example.com")
+        assert message.subject == "My Program fell over"
+        assert b'To: "help@example.com" \r\n' in message.raw
+        assert message.body.startswith(b"My Program has performed")
 
-    def test_empty_words_are_no_defaults(self):
-        message = self.message("0", "", "", "")
-        self.assertIn(b'To: "" \r\n', message.raw)
-        self.assertIn(b"\r\nSubject:  \r\n", message.raw)
+    def test_empty_words_are_no_defaults(self, report):
+        message = report.message("0", "", "", "")
+        assert b'To: "" \r\n' in message.raw
+        assert b"\r\nSubject:  \r\n" in message.raw
 
-    def test_words_of_a_host_are_no_formats(self):
-        message = self.message("0", "%s%n%x", "100%d %", "%n@example.org")
-        self.assertEqual(message.subject, "%s%n%x 100%d %")
-        self.assertEqual(message.recipient, '"%n@example.org" ')
-        self.assertTrue(message.body.startswith(b"%s%n%x has performed an illegal operation.\n"))
-        self.assertEqual(message.body.count(b"%s%n%x"), 2)  # there, and in the note about the screenshot
+    def test_words_of_a_host_are_no_formats(self, report):
+        message = report.message("0", "%s%n%x", "100%d %", "%n@example.org")
+        assert message.subject == "%s%n%x 100%d %"
+        assert message.recipient == '"%n@example.org" '
+        assert message.body.startswith(b"%s%n%x has performed an illegal operation.\n")
+        assert message.body.count(b"%s%n%x") == 2  # there, and in the note about the screenshot
 
-    def test_name_of_a_file_stands_in_its_part_and_nowhere_else(self):
-        for name in (
-            "50%s%n.txt",
-            'a "quoted" name',
-            "it's {x}.log",
-            "name\r\nBcc: other@example.org",
-            "line\nend",
-            "x" * 900,
-        ):
-            with self.subTest(name):
-                message = self.message("0", "-", "-", "-", f"Q:\\folder\\{name}", folder="host" + os.urandom(4).hex())
-                raw, encoded = message.raw, name.encode()
-                part = (
-                    b'Content-Type: file;\r\n\tname="%s"\r\nContent-Transfer-Encoding: base64\r\n'
-                    b'Content-Disposition: attachment;\r\n\tfilename="%s"\r\n\r\n' % (encoded, encoded)
-                )
-                self.assertEqual((raw.count(part), raw.count(encoded)), (1, 2))
-                self.assertEqual(len(raw.partition(b"\r\n\r\n")[0].split(b"\r\n")), 12, "lines of the message's header")
+    @pytest.mark.parametrize(
+        "name",
+        (
+            pytest.param("50%s%n.txt", id="formats"),
+            pytest.param('a "quoted" name', id="quotes"),
+            pytest.param("it's {x}.log", id="braces"),
+            pytest.param("name\r\nBcc: other@example.org", id="header line"),
+            pytest.param("line\nend", id="line end"),
+            pytest.param("x" * 900, id="900 letters"),
+        ),
+    )
+    def test_name_of_a_file_stands_in_its_part_and_nowhere_else(self, report, name):
+        message = report.message("0", "-", "-", "-", f"Q:\\folder\\{name}", folder="host" + os.urandom(4).hex())
+        raw, encoded = message.raw, name.encode()
+        part = (
+            b'Content-Type: file;\r\n\tname="%s"\r\nContent-Transfer-Encoding: base64\r\n'
+            b'Content-Disposition: attachment;\r\n\tfilename="%s"\r\n\r\n' % (encoded, encoded)
+        )
+        assert (raw.count(part), raw.count(encoded)) == (1, 2)
+        assert len(raw.partition(b"\r\n\r\n")[0].split(b"\r\n")) == 12, "lines of the message's header"
 
-    def test_contexts_have_their_subjects(self):
-        for context, subject in (
+    @pytest.mark.parametrize(
+        "context, subject",
+        (
             (1, "Corrowfinder Error Report [Progress]"),
             (6, "Corrowfinder Error report [Watch]"),
             (7, "Corrowfinder Error report [Unknown]"),
             (-1, "Corrowfinder Error report [Unknown]"),
-        ):
-            with self.subTest(context):
-                self.assertEqual(self.message(context, "P", "S", "-").subject, subject)
+        ),
+        ids=("1", "6", "7", "-1"),
+    )
+    def test_contexts_have_their_subjects(self, report, context, subject):
+        assert report.message(context, "P", "S", "-").subject == subject
 
-    def test_name_of_the_product_stands_in_the_note_of_every_context(self):
-        for context in (1, 7):
-            with self.subTest(context):
-                self.assertIn(
-                    b"\n\nPlease note, that My Program has created a screenshot of your desktop.",
-                    self.message(context, "My Program", "-", "-").body,
-                )
+    @pytest.mark.parametrize("context", (1, 7))
+    def test_name_of_the_product_stands_in_the_note_of_every_context(self, report, context):
+        assert (
+            b"\n\nPlease note, that My Program has created a screenshot of your desktop."
+            in report.message(context, "My Program", "-", "-").body
+        )
 
-    def test_second_message_of_a_report_is_a_fresh_one_with_the_same_attachments(self):
-        host = Host(self, "report_host.exe")
+    def test_second_message_of_a_report_is_a_fresh_one_with_the_same_attachments(self, stage):
+        host = Host(stage, "report_host.exe")
         path = host.folder / "notes.txt"
         path.write_bytes(b"what I did")
         host.run("--messages", "2", "0", "-", "-", "-", host.prefix.to_windows(path))
         first, second = host.wait_messages(2)
-        self.assertNotEqual(first.path, second.path)
+        assert first.path != second.path
         for message in (first, second):
-            self.assertEqual(message.attachments, [("notes.txt", b"what I did")])
-            self.assertEqual(message.raw.count(b"Subject: "), 1)
+            assert message.attachments == [("notes.txt", b"what I did")]
+            assert message.raw.count(b"Subject: ") == 1
 
-    def test_programs_that_fail_at_the_same_moment_leave_a_message_each(self):
-        host = Host(self, "report_host.exe")
+    def test_programs_that_fail_at_the_same_moment_leave_a_message_each(self, stage):
+        host = Host(stage, "report_host.exe")
         start_signal = host.folder / "now"
         programs = [f"Program {number}" for number in range(12)]
         options = ["--stopped-clock", "--await", host.prefix.to_windows(start_signal)]
@@ -170,55 +182,56 @@ class Class(runner.Case):
         for process in started:
             process.wait_family()
         messages = host.wait_messages(len(programs))
-        self.assertEqual(
-            sorted(message.subject for message in messages),
-            sorted(f"{program} Error Report [Main]" for program in programs),
+        assert sorted(message.subject for message in messages) == sorted(
+            f"{program} Error Report [Main]" for program in programs
         )
-        self.assertEqual(list(host.temp.glob("ema*.tmp")), [])
+        assert list(host.temp.glob("ema*.tmp")) == []
 
-    def test_message_whose_number_comes_round_again_leaves_the_old_ones(self):
-        host = Host(self, "report_host.exe")
+    def test_message_whose_number_comes_round_again_leaves_the_old_ones(self, stage):
+        host = Host(stage, "report_host.exe")
         old = [host.temp / f"ema{number:x}.eml" for number in range(1, 0x10000, 4)]
         for path in old:
             path.write_text(path.name)
         host.run("--messages", "20", "0", "New", "-", "-")
         messages = host.wait_messages(20)
-        self.assertEqual({message.subject for message in messages}, {"New Error Report [Main]"})
-        self.assertEqual(len({message.path for message in messages} - set(old)), 20)
-        self.assertEqual([path for path in old if path.read_text("latin-1") != path.name], [])
+        assert {message.subject for message in messages} == {"New Error Report [Main]"}
+        assert len({message.path for message in messages} - set(old)) == 20
+        assert [path for path in old if path.read_text("latin-1") != path.name] == []
 
-    def test_message_that_finds_neither_disk_nor_memory_is_opened_with_what_was_written(self):
-        host = Host(self, "report_host.exe")
+    def test_message_that_finds_neither_disk_nor_memory_is_opened_with_what_was_written(self, stage):
+        host = Host(stage, "report_host.exe")
         done = host.run("--full-disk", "0", "-", "-", "-")
-        self.assertIn("end", done.text)
+        assert "end" in done.text
         (message,) = host.messages_in_temp()
-        self.assertEqual(message.read_bytes(), b"")
-        self.assertEqual([(show, host.prefix.to_unix(path)) for show, path in host.opened()], [(5, message)])
+        assert message.read_bytes() == b""
+        assert [(show, host.prefix.to_unix(path)) for show, path in host.opened()] == [(5, message)]
 
-    def test_exception_that_cannot_be_read_has_no_details(self):
-        for address in ("1", "0xFFFFFFF0"):
-            with self.subTest(address):
-                body = self.message("--exception", address, "0", "-", "-", "-").body
-                self.assertTrue(body.rstrip(b"\r\n").endswith(b"\nDebug info is not accessible."))
+    @pytest.mark.parametrize("address", ("1", "0xFFFFFFF0"))
+    def test_exception_that_cannot_be_read_has_no_details(self, report, address):
+        body = report.message("--exception", address, "0", "-", "-", "-").body
+        assert body.rstrip(b"\r\n").endswith(b"\nDebug info is not accessible.")
 
-    def test_thread_keeps_the_highest_priority_and_the_cursor_comes_back(self):
-        done = Host(self, "report_host.exe", desktop=self.desktop()).run("0", "-", "-", "-")
-        self.assertEqual(done.text.splitlines(), ["context 0", "priority 2", "cursor restored", "end"])
+    def test_thread_keeps_the_highest_priority_and_the_cursor_comes_back(self, stage):
+        done = Host(stage, "report_host.exe", desktop=stage.desktop()).run("0", "-", "-", "-")
+        assert done.text.splitlines() == ["context 0", "priority 2", "cursor restored", "end"]
 
-    def test_message_lies_in_the_temporary_folder_under_a_name_of_its_own(self):
-        message = self.message("0", "-", "-", "-")
-        self.assertRegex(message.path.name, r"^ema[0-9A-Fa-f]+\.eml$")
-        self.assertEqual(message.path.parent, self.host.temp)
-        self.assertEqual(list(self.host.temp.glob("ema*.tmp")), [])
-        self.assertEqual([show for show, _ in self.host.opened()], [5])
+    def test_message_lies_in_the_temporary_folder_under_a_name_of_its_own(self, report):
+        message = report.message("0", "-", "-", "-")
+        assert re.search(r"^ema[0-9A-Fa-f]+\.eml$", message.path.name)
+        assert message.path.parent == report.host.temp
+        assert list(report.host.temp.glob("ema*.tmp")) == []
+        assert [show for show, _ in report.host.opened()] == [5]
 
 
-class Road(runner.Case):
+class FaultHost:
     """Messages made by OpenCrushReport after a fault."""
 
+    def __init__(self, stage):
+        self.stage = stage
+
     def report(self, *args, prepare=None, **options):
-        desktop = self.desktop()
-        self.host = Host(self, "fault_host.exe", helper="full", desktop=desktop, **options)
+        desktop = self.stage.desktop()
+        self.host = Host(self.stage, "fault_host.exe", helper="full", desktop=desktop, **options)
         if prepare:
             args = (*args[:-1], *prepare(self.host), args[-1])
         process = self.host.start(*args)
@@ -226,22 +239,6 @@ class Road(runner.Case):
         message = self.host.wait_messages(1)[0]
         process.wait_family()
         return message
-
-    def test_text_that_is_not_the_marker_gives_no_fault_details(self):
-        for args in (
-            ["--null"],
-            ["--text", "SEHWendaxExceptionGenerate"],
-            ["--text", "SEHWendaxExceptionGenerated!"],
-            ["--text", ""],
-        ):
-            with self.subTest(args):
-                body = self.report(*args, "write").body
-                self.assertIn(b"Debug info is not accessible.\n", body)
-                self.assertNotIn(b"Crush Expantion", body)
-
-    def test_marker_without_a_fault_gives_no_fault_details(self):
-        body = self.report("--text", "SEHWendaxExceptionGenerated", "none").body
-        self.assertIn(b"Debug info is not accessible.\n", body)
 
     def attached(self, name, content):
         def prepare(host):
@@ -252,33 +249,57 @@ class Road(runner.Case):
 
         return [(os.path.basename(name), data) for name, data in self.report("write", prepare=prepare).attachments]
 
-    def test_attachment_that_exists_is_sent(self):
-        self.assertEqual(self.attached("notes.txt", b"what I did\r\n"), [("notes.txt", b"what I did\r\n")])
 
-    def test_attachment_that_is_missing_is_left_out(self):
-        self.assertEqual(self.attached("missing.txt", None), [])
+@pytest.fixture
+def fault(stage):
+    return FaultHost(stage)
 
-    def test_attachment_that_is_empty_is_sent_empty(self):
-        self.assertEqual(self.attached("empty.txt", b""), [("empty.txt", b"")])
 
-    def test_attachment_that_is_a_folder_or_a_pattern_is_sent_empty(self):
-        for path in ("C:\\host", "C:\\host\\fault*.exe"):
-            with self.subTest(path):
-                message = self.report("--attach", path, "write")
-                self.assertEqual(message.attachments, [(path.rpartition("\\")[2], b"")])
+class TestReportOfAFault:
+    @pytest.mark.parametrize(
+        "args",
+        (
+            ["--null"],
+            ["--text", "SEHWendaxExceptionGenerate"],
+            ["--text", "SEHWendaxExceptionGenerated!"],
+            ["--text", ""],
+        ),
+        ids=("none", "a letter short", "a letter more", "empty"),
+    )
+    def test_text_that_is_not_the_marker_gives_no_fault_details(self, fault, args):
+        body = fault.report(*args, "write").body
+        assert b"Debug info is not accessible.\n" in body
+        assert b"Crush Expantion" not in body
 
-    def test_attachment_of_a_path_that_is_too_long_is_left_out(self):
-        for length in (1023, 1024, 1025, 5000):
-            with self.subTest(length):
-                self.assertEqual(self.report("--attach", "C:\\host\\".ljust(length, "x"), "write").attachments, [])
+    def test_marker_without_a_fault_gives_no_fault_details(self, fault):
+        body = fault.report("--text", "SEHWendaxExceptionGenerated", "none").body
+        assert b"Debug info is not accessible.\n" in body
 
-    def test_attachment_with_blanks_and_other_letters_is_sent(self):
-        desktop = self.desktop()
-        host = Host(self, "fault_host.exe", desktop=desktop, locale="ru_RU.UTF-8", folder="папка с отчётом")
+    def test_attachment_that_exists_is_sent(self, fault):
+        assert fault.attached("notes.txt", b"what I did\r\n") == [("notes.txt", b"what I did\r\n")]
+
+    def test_attachment_that_is_missing_is_left_out(self, fault):
+        assert fault.attached("missing.txt", None) == []
+
+    def test_attachment_that_is_empty_is_sent_empty(self, fault):
+        assert fault.attached("empty.txt", b"") == [("empty.txt", b"")]
+
+    @pytest.mark.parametrize("path", ("C:\\host", "C:\\host\\fault*.exe"), ids=("folder", "pattern"))
+    def test_attachment_that_is_a_folder_or_a_pattern_is_sent_empty(self, fault, path):
+        message = fault.report("--attach", path, "write")
+        assert message.attachments == [(path.rpartition("\\")[2], b"")]
+
+    @pytest.mark.parametrize("length", (1023, 1024, 1025, 5000))
+    def test_attachment_of_a_path_that_is_too_long_is_left_out(self, fault, length):
+        assert fault.report("--attach", "C:\\host\\".ljust(length, "x"), "write").attachments == []
+
+    def test_attachment_with_blanks_and_other_letters_is_sent(self, stage):
+        desktop = stage.desktop()
+        host = Host(stage, "fault_host.exe", desktop=desktop, locale="ru_RU.UTF-8", folder="папка с отчётом")
         (host.folder / "мой файл.txt").write_bytes(b"data")
         process = host.start("--attach", host.prefix.to_windows(host.folder / "мой файл.txt"), "write")
         report_dialog.press(desktop, "Open Error Report")
         message = host.wait_messages(1)[0]
         process.wait_family()
-        self.assertIn('filename="мой файл.txt"'.encode("cp1251"), message.raw)
-        self.assertIn(b"\r\n\r\nZGF0YQ==\r\n", message.raw)
+        assert 'filename="мой файл.txt"'.encode("cp1251") in message.raw
+        assert b"\r\n\r\nZGF0YQ==\r\n" in message.raw

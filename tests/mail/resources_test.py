@@ -4,8 +4,6 @@ import re
 import struct
 import subprocess
 
-from testing import runner
-
 RT_ICON_GROUP, RT_BITMAP, RT_DIALOG = 14, 2, 5
 BUTTON, STATIC = 0x80, 0x82
 
@@ -78,85 +76,89 @@ def parse(data):
     return dialog, controls
 
 
-class Templates(runner.Case):
-    def resource(self, kind, number):
-        done = self.wine().run(self.product("resource_host.exe"), self.product("Wendax.dll"), kind, number)
-        self.assertEqual(done.returncode, 0)
-        return done.stdout
+def resource(stage, kind, number):
+    done = stage.wine().run(stage.product("resource_host.exe"), stage.product("Wendax.dll"), kind, number)
+    assert done.returncode == 0
+    return done.stdout
 
-    def dialog(self, number, size):
-        dialog, controls = parse(self.resource(RT_DIALOG, number))
-        self.assertEqual(dialog["size"], (0, 0, *size))
-        self.assertEqual(dialog["caption"], "Software Error Report")
-        self.assertEqual((dialog["font size"], dialog["font"]), (8, "MS Sans Serif"))
-        self.assertEqual(dialog["style"], DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_VISIBLE | WS_CAPTION | WS_SYSMENU)
-        named = sorted(control["id"] for control in controls if control["id"] != -1)
-        self.assertEqual(named, [1, 2, 19000] if number == 299 else [1, 2, 19000, 19001])
-        return {control["place"]: control for control in controls}
 
-    def assert_shared_controls(self, controls):
-        self.assertEqual(controls[84, 7, 206, 33]["style"] & 0x1F, SS_WHITEFRAME)
-        self.assertEqual(controls[89, 11, 158, 24]["text"], SORRY)
-        icon = controls[262, 13, 20, 20]
-        self.assertEqual((icon["id"], icon["text"], icon["style"] & 0x1F), (19000, 128, SS_ICON))
-        bitmap = controls[7, 7, 75, 138]
-        self.assertEqual((bitmap["text"], bitmap["style"] & 0x1F), (228, SS_BITMAP))
-        self.assertTrue(bitmap["extended"] & WS_EX_CLIENTEDGE)
+def dialog_of(stage, number, size):
+    dialog, controls = parse(resource(stage, RT_DIALOG, number))
+    assert dialog["size"] == (0, 0, *size)
+    assert dialog["caption"] == "Software Error Report"
+    assert (dialog["font size"], dialog["font"]) == (8, "MS Sans Serif")
+    assert dialog["style"] == DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_VISIBLE | WS_CAPTION | WS_SYSMENU
+    named = sorted(control["id"] for control in controls if control["id"] != -1)
+    assert named == ([1, 2, 19000] if number == 299 else [1, 2, 19000, 19001])
+    return {control["place"]: control for control in controls}
 
-    def assert_button(self, control, number, text, default=False):
-        self.assertEqual((control["class"], control["id"], control["text"]), (BUTTON, number, text))
-        self.assertEqual(control["style"] & 0xF, BS_DEFPUSHBUTTON if default else 0)
 
-    def test_email_dialog_is_as_users_know_it(self):
-        controls = self.dialog(299, (300, 173))
-        self.assertEqual(len(controls), 10)
-        self.assert_shared_controls(controls)
-        self.assert_button(controls[223, 153, 70, 14], 1, "Open Error Report", default=True)
-        self.assert_button(controls[148, 153, 70, 14], 2, "Don't Open && Close")
-        self.assertEqual(
-            controls[86, 47, 203, 21]["text"],
-            "If you were in the middle of something, the information you were working on might be lost.",
-        )
-        self.assertEqual(controls[86, 70, 197, 8]["text"], "Please tell Torvex about this problem.")
-        self.assertEqual(
-            controls[86, 86, 206, 36]["text"],
-            "We have created an error report that your can sent to us. This report will help us to improve "
-            "the program and fix this error. No private data is being sent to Torvex.",
-        )
-        self.assertTrue(controls[7, 148, 285, 1]["style"] & SS_SUNKEN)
+def assert_shared_controls(controls):
+    assert controls[84, 7, 206, 33]["style"] & 0x1F == SS_WHITEFRAME
+    assert controls[89, 11, 158, 24]["text"] == SORRY
+    icon = controls[262, 13, 20, 20]
+    assert (icon["id"], icon["text"], icon["style"] & 0x1F) == (19000, 128, SS_ICON)
+    bitmap = controls[7, 7, 75, 138]
+    assert (bitmap["text"], bitmap["style"] & 0x1F) == (228, SS_BITMAP)
+    assert bitmap["extended"] & WS_EX_CLIENTEDGE
 
-    def test_upload_dialog_is_as_users_know_it(self):
-        controls = self.dialog(300, (300, 177))
-        self.assertEqual(len(controls), 8)
-        self.assert_shared_controls(controls)
-        self.assert_button(controls[223, 156, 70, 14], 1, "Upload Report", default=True)
-        self.assert_button(controls[148, 156, 70, 14], 2, "Close")
-        self.assertTrue(controls[7, 150, 285, 1]["style"] & SS_SUNKEN)
-        text = controls[86, 47, 203, 96]
-        self.assertEqual(text["id"], 19001)
-        self.assertEqual(
-            text["text"],
-            "If you were in the middle of something, the information you were working on might be lost.\n\n"
-            "Please tell Torvex about this problem.\n\nWe have created an error report that your can sent to "
-            "us. This report will help us to improve the program and fix this error\u7C91\u4A39",
-        )
-        self.assertEqual(len(text["text"]), 258)
 
-    def test_dialogs_are_in_american_english(self):
-        told = subprocess.run(
-            ["llvm-readobj-19", "--coff-resources", self.product("Wendax.dll")],
-            check=True,
-            capture_output=True,
-            text=True,
-            timeout=60,
-        ).stdout
-        dialogs = told[told.index("Type: DIALOG") :]
-        found = re.findall(r"Name: \(ID (\d+)\).*?Language: \(ID (\d+)\)", dialogs, re.S)
-        self.assertEqual(
-            [(number, language) for number, language in found if number in ("299", "300")],
-            [("299", str(0x0409)), ("300", str(0x0409))],
-        )
+def assert_button(control, number, text, default=False):
+    assert (control["class"], control["id"], control["text"]) == (BUTTON, number, text)
+    assert control["style"] & 0xF == (BS_DEFPUSHBUTTON if default else 0)
 
-    def test_icon_and_banner_are_there(self):
-        self.assertEqual(struct.unpack_from("<HHH", self.resource(RT_ICON_GROUP, 128))[:2], (0, 1))
-        self.assertEqual(struct.unpack_from("<I", self.resource(RT_BITMAP, 228))[0], 40)
+
+def test_email_dialog_is_as_users_know_it(stage):
+    controls = dialog_of(stage, 299, (300, 173))
+    assert len(controls) == 10
+    assert_shared_controls(controls)
+    assert_button(controls[223, 153, 70, 14], 1, "Open Error Report", default=True)
+    assert_button(controls[148, 153, 70, 14], 2, "Don't Open && Close")
+    assert (
+        controls[86, 47, 203, 21]["text"]
+        == "If you were in the middle of something, the information you were working on might be lost."
+    )
+    assert controls[86, 70, 197, 8]["text"] == "Please tell Torvex about this problem."
+    assert controls[86, 86, 206, 36]["text"] == (
+        "We have created an error report that your can sent to us. This report will help us to improve "
+        "the program and fix this error. No private data is being sent to Torvex."
+    )
+    assert controls[7, 148, 285, 1]["style"] & SS_SUNKEN
+
+
+def test_upload_dialog_is_as_users_know_it(stage):
+    controls = dialog_of(stage, 300, (300, 177))
+    assert len(controls) == 8
+    assert_shared_controls(controls)
+    assert_button(controls[223, 156, 70, 14], 1, "Upload Report", default=True)
+    assert_button(controls[148, 156, 70, 14], 2, "Close")
+    assert controls[7, 150, 285, 1]["style"] & SS_SUNKEN
+    text = controls[86, 47, 203, 96]
+    assert text["id"] == 19001
+    assert text["text"] == (
+        "If you were in the middle of something, the information you were working on might be lost.\n\n"
+        "Please tell Torvex about this problem.\n\nWe have created an error report that your can sent to "
+        "us. This report will help us to improve the program and fix this error\u7C91\u4A39"
+    )
+    assert len(text["text"]) == 258
+
+
+def test_dialogs_are_in_american_english(stage):
+    told = subprocess.run(
+        ["llvm-readobj-19", "--coff-resources", stage.product("Wendax.dll")],
+        check=True,
+        capture_output=True,
+        text=True,
+        timeout=60,
+    ).stdout
+    dialogs = told[told.index("Type: DIALOG") :]
+    found = re.findall(r"Name: \(ID (\d+)\).*?Language: \(ID (\d+)\)", dialogs, re.S)
+    assert [(number, language) for number, language in found if number in ("299", "300")] == [
+        ("299", str(0x0409)),
+        ("300", str(0x0409)),
+    ]
+
+
+def test_icon_and_banner_are_there(stage):
+    assert struct.unpack_from("<HHH", resource(stage, RT_ICON_GROUP, 128))[:2] == (0, 1)
+    assert struct.unpack_from("<I", resource(stage, RT_BITMAP, 228))[0] == 40
