@@ -4,7 +4,9 @@ import re
 import struct
 import subprocess
 
-from testing import report_dialog, runner
+import pytest
+
+from testing import report_dialog
 from testing.host import LIBRARY_FILES, Host
 from testing.processes import REPO
 
@@ -16,85 +18,98 @@ def codes_in(message):
     return re.findall(rb"\b(C00000[0-9A-F]{2})\b", message.body)
 
 
-class Example(runner.Case):
+def assert_describes(message, code):
+    assert code.encode() in codes_in(message)
+
+
+class Scene:
+    """An example and its dialog."""
+
+    def __init__(self, stage):
+        self.stage = stage
+
     def start(self, program, *more_files):
-        self.screen = self.desktop()
-        self.host = Host(self, program, files=(*LIBRARY_FILES, "faultkit.dll", *more_files), desktop=self.screen)
+        self.screen = self.stage.desktop()
+        self.host = Host(self.stage, program, files=(*LIBRARY_FILES, "faultkit.dll", *more_files), desktop=self.screen)
         return self.host.start(cwd=self.host.folder)
 
     def open_report(self, count=1):
         report_dialog.press(self.screen, "Open Error Report")
         return self.host.wait_messages(count)[-1]
 
-    def assert_describes(self, message, code):
-        self.assertIn(code.encode(), codes_in(message))
 
-    def test_smallest_host_reports_its_fault(self):
-        process = self.start("smallest.exe")
-        self.assert_describes(self.open_report(), ACCESS_VIOLATION)
-        self.assertEqual(process.wait_family(), 0)
+@pytest.fixture
+def scene(stage):
+    return Scene(stage)
 
-    def test_threads_report_one_after_the_other_each_its_own_fault(self):
-        process = self.start("threads.exe")
-        messages = [self.open_report(count) for count in (1, 2)]
-        self.assertEqual(process.wait_family(), 0)
-        self.assertEqual(
-            sorted(process.result().text.splitlines()), ["divider: failed", "reader: done", "writer: failed"]
-        )
-        described = [
-            [code for code in (ACCESS_VIOLATION, DIVISION_BY_ZERO) if code.encode() in codes_in(message)]
-            for message in messages
-        ]
-        self.assertEqual(sorted(described), [[ACCESS_VIOLATION], [DIVISION_BY_ZERO]])
 
-    def test_minidump_is_attached_and_names_the_fault(self):
-        process = self.start("minidump.exe")
-        message = self.open_report()
-        self.assertEqual(process.wait_family(), 0)
-        self.assertEqual([name for name, _ in message.attachments], ["minidump.dmp"])
-        dump = message.attachments[0][1]
-        self.assertEqual(dump[:4], b"MDMP")
-        count, directory = struct.unpack_from("<II", dump, 8)
-        streams = {
-            kind: place for kind, _, place in struct.iter_unpack("<III", dump[directory : directory + 12 * count])
-        }
-        self.assertEqual(struct.unpack_from("<I", dump, streams[6] + 8)[0], 0xC0000094)  # the exception stream's code
+def test_smallest_host_reports_its_fault(scene):
+    process = scene.start("smallest.exe")
+    assert_describes(scene.open_report(), ACCESS_VIOLATION)
+    assert process.wait_family() == 0
 
-    def test_host_in_plain_c_reports_its_fault(self):
-        process = self.start("c_host.exe")
-        self.assert_describes(self.open_report(), ACCESS_VIOLATION)
-        process.wait_family()
 
-    def test_host_in_plain_c_built_by_gcc_makes_a_report_without_details(self):
-        program = self.artifacts / "c_host_gcc.exe"
-        library = self.product("Wendax.dll").parent.parent / "lib" / "Wendax.lib"
-        subprocess.run(
-            [
-                "i686-w64-mingw32-gcc-posix",
-                "-Wall",
-                "-Wextra",
-                "-Werror",
-                f"-I{REPO}/include",
-                REPO / "examples/c-host/c_host.c",
-                library,
-                "-o",
-                program,
-            ],
-            check=True,
-            timeout=120,
-        )
-        self.screen = self.desktop()
-        self.host = Host(self, "c_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=self.screen)
-        self.host.exe.write_bytes(program.read_bytes())
-        process = self.host.start()
-        message = self.open_report()
-        process.wait_family()
-        self.assertIn(b"Debug info is not accessible.\n", message.body)
+def test_threads_report_one_after_the_other_each_its_own_fault(scene):
+    process = scene.start("threads.exe")
+    messages = [scene.open_report(count) for count in (1, 2)]
+    assert process.wait_family() == 0
+    assert sorted(process.result().text.splitlines()) == ["divider: failed", "reader: done", "writer: failed"]
+    described = [
+        [code for code in (ACCESS_VIOLATION, DIVISION_BY_ZERO) if code.encode() in codes_in(message)]
+        for message in messages
+    ]
+    assert sorted(described) == [[ACCESS_VIOLATION], [DIVISION_BY_ZERO]]
 
-    def test_upload_example_writes_its_files_and_goes_on_when_nothing_is_sent(self):
-        process = self.start("upload.exe")
-        report_dialog.press(self.screen, "Close")
-        self.assertEqual(process.wait_family(), 0)
-        self.assertEqual(process.result().text, "not uploaded\n")
-        self.assertEqual((self.host.folder / "upload.cfg").read_text(), "quality = high\n")
-        self.assertTrue((self.host.temp / "system_info.txt").exists())
+
+def test_minidump_is_attached_and_names_the_fault(scene):
+    process = scene.start("minidump.exe")
+    message = scene.open_report()
+    assert process.wait_family() == 0
+    assert [name for name, _ in message.attachments] == ["minidump.dmp"]
+    dump = message.attachments[0][1]
+    assert dump[:4] == b"MDMP"
+    count, directory = struct.unpack_from("<II", dump, 8)
+    streams = {kind: place for kind, _, place in struct.iter_unpack("<III", dump[directory : directory + 12 * count])}
+    assert struct.unpack_from("<I", dump, streams[6] + 8)[0] == 0xC0000094  # the exception stream's code
+
+
+def test_host_in_plain_c_reports_its_fault(scene):
+    process = scene.start("c_host.exe")
+    assert_describes(scene.open_report(), ACCESS_VIOLATION)
+    process.wait_family()
+
+
+def test_host_in_plain_c_built_by_gcc_makes_a_report_without_details(scene, stage):
+    program = stage.artifacts / "c_host_gcc.exe"
+    library = stage.product("Wendax.dll").parent.parent / "lib" / "Wendax.lib"
+    subprocess.run(
+        [
+            "i686-w64-mingw32-gcc-posix",
+            "-Wall",
+            "-Wextra",
+            "-Werror",
+            f"-I{REPO}/include",
+            REPO / "examples/c-host/c_host.c",
+            library,
+            "-o",
+            program,
+        ],
+        check=True,
+        timeout=120,
+    )
+    scene.screen = stage.desktop()
+    scene.host = Host(stage, "c_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=scene.screen)
+    scene.host.exe.write_bytes(program.read_bytes())
+    process = scene.host.start()
+    message = scene.open_report()
+    process.wait_family()
+    assert b"Debug info is not accessible.\n" in message.body
+
+
+def test_upload_example_writes_its_files_and_goes_on_when_nothing_is_sent(scene):
+    process = scene.start("upload.exe")
+    report_dialog.press(scene.screen, "Close")
+    assert process.wait_family() == 0
+    assert process.result().text == "not uploaded\n"
+    assert (scene.host.folder / "upload.cfg").read_text() == "quality = high\n"
+    assert (scene.host.temp / "system_info.txt").exists()
