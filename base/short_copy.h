@@ -1,4 +1,4 @@
-// Copying texts, most of which are short. By a call instead, an append to a text with room takes twice as long, and
+// Copying texts, most of which are short. By a call instead, an append to a text with space takes twice as long, and
 // longer than std::string's (docs/measurements.md).
 #pragma once
 

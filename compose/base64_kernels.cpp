@@ -14,7 +14,7 @@ namespace {
 
 // The two characters of each 12-bit number. One look-up for two characters is half the work of one for each, and 8 KB
 // still leave most of a first-level cache to the data. Made when first needed, which takes microseconds: few processors
-// need it, and all would carry it. Threads that meet here write the same.
+// need it, and all would carry it. Threads that race here write the same.
 uint16_t pairs[4096];
 bool pairs_made;
 
@@ -51,7 +51,7 @@ const Kernels kKernelSets[] = {
 const unsigned kKernelSetCount = sizeof(kKernelSets) / sizeof(kKernelSets[0]);
 
 const Kernels& fastest_kernels() {
-    // Kept, because a virtual machine may take tens of microseconds to answer what its processor has. Threads that meet
+    // Kept, because a virtual machine may take tens of microseconds to answer what its processor has. Threads that race
     // here find the same.
     static const Kernels* fastest;
     const Kernels* found = __atomic_load_n(&fastest, __ATOMIC_RELAXED);

@@ -1,4 +1,5 @@
-// The ways into a document.
+// Loading a document from files, resources and memory: each way makes a stream and a request, and FilmBody does the
+// rest.
 #include <windows.h>
 
 #include "glib/film.h"

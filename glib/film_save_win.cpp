@@ -1,4 +1,5 @@
-// The ways out of a document.
+// Saving a document. A file is made in memory and written in one call, as the runtime's files need a heap that the host
+// may have damaged; a safe save writes beside the old file and then takes its place.
 #include <windows.h>
 
 #include "glib/film.h"

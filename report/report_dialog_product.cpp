@@ -15,7 +15,7 @@ struct Aftermath {
     HWND dialog; // goes before the pointer comes back
     HCURSOR cursor;
     int raised; // the pointer's show count
-    // An order to quit: one that waits when the dialog is to come is none for it and is set aside; one that comes later
+    // A quit message (WM_QUIT): one that is queued before the dialog isn't meant for it and is set aside; a later one
     // ends it. Either is posted again.
     bool quit;
     int quit_code;

@@ -1,4 +1,5 @@
-/* Reading: pages, facts and thumbnails. */
+/* Reading: pages, facts and thumbnails. Each entry is one operation (operation.h), and first makes sure that the data
+ * is of its format. */
 #include "companions/fall/entries.h"
 #include "companions/fall/gif.h"
 #include "companions/fall/stored_depth.h"

@@ -1,4 +1,4 @@
-/* Writing. */
+/* Writing: the first page only, with the channels that come nearest to what the record asks for. */
 #include "companions/fall/entries.h"
 
 typedef struct Writing {
