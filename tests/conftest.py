@@ -38,7 +38,7 @@ def desktop(stage):
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item, call):
     outcome = yield
-    if call.when == "call" and outcome.get_result().failed and _STAGE in item.stash:
+    if call.when in ("setup", "call") and outcome.get_result().failed and _STAGE in item.stash:
         item.stash[_STAGE].take_pictures()
 
 
