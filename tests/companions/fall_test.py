@@ -4,7 +4,8 @@ import re
 import shutil
 import subprocess
 
-from testing.runner import Case
+import pytest
+
 from testing.picture import described
 
 READ_AND_WRITTEN = ["JPG", "PNG", "BMP", "TGA", "HDR"]
@@ -32,104 +33,110 @@ def segments(jpeg):
     return found
 
 
-class Fall(Case):
-    def setUp(self):
-        super().setUp()
-        self.folder = self.artifacts
-        self.picture = self.folder / "picture.ppm"
-        subprocess.run(
-            ["convert", "-seed", "7", "-size", "512x512", "plasma:red-blue", "-depth", "8", self.picture], check=True
-        )
+@pytest.fixture
+def picture(stage):
+    path = stage.artifacts / "picture.ppm"
+    subprocess.run(["convert", "-seed", "7", "-size", "512x512", "plasma:red-blue", "-depth", "8", path], check=True)
+    return path
 
-    def convert(self, source, source_format, target_format, quality=75, bits=24):
-        wine = self.wine()
-        target = self.folder / f"out.{target_format.lower()}"
-        result = wine.run(
-            self.product("fall_host.exe"),
-            wine.prefix.to_windows(source),
-            source_format,
-            wine.prefix.to_windows(target),
-            target_format,
-            quality,
-            bits,
-            check=True,
-        )
-        self.assertIn("load: RCOK", result.text)
-        self.assertIn("save: RCOK", result.text)
-        return target
 
-    def test_exports_the_entries_of_its_formats(self):
-        told = subprocess.run(
-            ["llvm-readobj-19", "--coff-exports", self.product("fall.dll")], check=True, capture_output=True, text=True
-        ).stdout
-        expected = ["GetFilterInfo"]
-        for name in READ_AND_WRITTEN + ONLY_READ:
-            expected += [f"Load{name}ImageData", f"Get{name}FileInfo", f"Load{name}ImageThumbnail"]
-        expected += [f"Save{name}ImageData" for name in READ_AND_WRITTEN]
-        self.assertEqual(sorted(re.findall(r"Name: (\S+)", told)), sorted(expected))
+def convert(stage, source, source_format, target_format, quality=75, bits=24):
+    wine = stage.wine()
+    target = stage.artifacts / f"out.{target_format.lower()}"
+    result = wine.run(
+        stage.product("fall_host.exe"),
+        wine.prefix.to_windows(source),
+        source_format,
+        wine.prefix.to_windows(target),
+        target_format,
+        quality,
+        bits,
+        check=True,
+    )
+    assert "load: RCOK" in result.text
+    assert "save: RCOK" in result.text
+    return target
 
-    def test_needs_nothing_but_what_every_windows_has(self):
-        told = subprocess.run(
-            ["llvm-readobj-19", "--coff-imports", self.product("fall.dll")], check=True, capture_output=True, text=True
-        ).stdout
-        self.assertEqual(sorted(re.findall(r"Name: (\S+)", told)), ["kernel32.dll", "msvcrt.dll"])
 
-    def test_a_screenshot_is_a_baseline_jpeg_of_quality_75(self):
-        jpeg = self.convert(self.picture, "PPM", "JPG")
-        self.assertEqual(described(jpeg, "%m %w %h %Q %[colorspace] %[interlace]"), "JPEG 512 512 75 sRGB None")
-        parts = segments(jpeg.read_bytes())
-        self.assertEqual(parts[0xE0][:5], b"JFIF\0")
-        self.assertEqual(parts[0xC0][5], 3)
-        self.assertLess(error_between(self.picture, jpeg), 6)
+def test_exports_the_entries_of_its_formats(stage):
+    told = subprocess.run(
+        ["llvm-readobj-19", "--coff-exports", stage.product("fall.dll")], check=True, capture_output=True, text=True
+    ).stdout
+    expected = ["GetFilterInfo"]
+    for name in READ_AND_WRITTEN + ONLY_READ:
+        expected += [f"Load{name}ImageData", f"Get{name}FileInfo", f"Load{name}ImageThumbnail"]
+    expected += [f"Save{name}ImageData" for name in READ_AND_WRITTEN]
+    assert sorted(re.findall(r"Name: (\S+)", told)) == sorted(expected)
 
-    def test_the_quality_is_the_asked_one(self):
-        for quality in (1, 30, 90, 100):
-            self.assertEqual(described(self.convert(self.picture, "PPM", "JPG", quality), "%Q"), str(quality))
 
-    def test_what_it_writes_without_loss_others_read_unchanged(self):
-        for name in ("PNG", "BMP", "TGA"):
-            self.assertEqual(error_between(self.picture, self.convert(self.picture, "PPM", name)), 0, name)
+def test_needs_nothing_but_what_every_windows_has(stage):
+    told = subprocess.run(
+        ["llvm-readobj-19", "--coff-imports", stage.product("fall.dll")], check=True, capture_output=True, text=True
+    ).stdout
+    assert sorted(re.findall(r"Name: (\S+)", told)) == ["kernel32.dll", "msvcrt.dll"]
 
-    def test_reads_what_others_write(self):
-        for name, options in {
-            "png": [],
-            "bmp": [],
-            "tga": [],
-            "psd": [],
-            "jpg": ["-interlace", "JPEG", "-quality", "98"],
-            "gif": ["-colors", "256", "+dither"],
-        }.items():
-            source = self.folder / f"in.{name}"
-            subprocess.run(["convert", self.picture, *options, source], check=True)
-            shown = self.convert(source, name.upper(), "PNG")
-            # A PSD holds the flattened picture first.
-            limit = 2 if name == "jpg" else 0
-            self.assertLessEqual(error_between(f"{source}[0]", shown), limit, name)
-            shutil.move(shown, self.folder / f"from_{name}.png")
 
-    def test_white_is_what_a_portable_map_names_as_its_maximum(self):
-        for white in (1, 15, 100, 1023, 4095):
-            source = self.folder / f"white_{white}.pgm"
-            samples = [0, 1, white // 2, white]
-            size = 2 if white > 255 else 1
-            source.write_bytes(b"P5 4 1 %d\n" % white + b"".join(s.to_bytes(size, "big") for s in samples))
-            self.assertLessEqual(error_between(source, self.convert(source, "PGM", "PNG")), 1, white)
+def test_a_screenshot_is_a_baseline_jpeg_of_quality_75(stage, picture):
+    jpeg = convert(stage, picture, "PPM", "JPG")
+    assert described(jpeg, "%m %w %h %Q %[colorspace] %[interlace]") == "JPEG 512 512 75 sRGB None"
+    parts = segments(jpeg.read_bytes())
+    assert parts[0xE0][:5] == b"JFIF\0"
+    assert parts[0xC0][5] == 3
+    assert error_between(picture, jpeg) < 6
 
-    def test_a_good_bitmap_of_run_lengths_is_not_called_damaged(self):
-        source = self.folder / "runs.bmp"
-        subprocess.run(
-            ["convert", self.picture, "-colors", "16", "-type", "Palette", "-compress", "RLE", f"BMP3:{source}"],
-            check=True,
-        )
-        self.assertEqual(source.read_bytes()[30], 1, "the picture is packed")
-        wine = self.wine()
-        result = wine.run(
-            self.product("fall_host.exe"),
-            wine.prefix.to_windows(source),
-            "BMP",
-            wine.prefix.to_windows(self.folder / "none.png"),
-            "PNG",
-            75,
-            24,
-        )
-        self.assertIn("load: NSUP", result.text)
+
+def test_the_quality_is_the_asked_one(stage, picture):
+    for quality in (1, 30, 90, 100):
+        assert described(convert(stage, picture, "PPM", "JPG", quality), "%Q") == str(quality)
+
+
+def test_what_it_writes_without_loss_others_read_unchanged(stage, picture):
+    for name in ("PNG", "BMP", "TGA"):
+        assert error_between(picture, convert(stage, picture, "PPM", name)) == 0, name
+
+
+def test_reads_what_others_write(stage, picture):
+    for name, options in {
+        "png": [],
+        "bmp": [],
+        "tga": [],
+        "psd": [],
+        "jpg": ["-interlace", "JPEG", "-quality", "98"],
+        "gif": ["-colors", "256", "+dither"],
+    }.items():
+        source = stage.artifacts / f"in.{name}"
+        subprocess.run(["convert", picture, *options, source], check=True)
+        shown = convert(stage, source, name.upper(), "PNG")
+        # A PSD holds the flattened picture first.
+        limit = 2 if name == "jpg" else 0
+        assert error_between(f"{source}[0]", shown) <= limit, name
+        shutil.move(shown, stage.artifacts / f"from_{name}.png")
+
+
+def test_white_is_what_a_portable_map_names_as_its_maximum(stage):
+    for white in (1, 15, 100, 1023, 4095):
+        source = stage.artifacts / f"white_{white}.pgm"
+        samples = [0, 1, white // 2, white]
+        size = 2 if white > 255 else 1
+        source.write_bytes(b"P5 4 1 %d\n" % white + b"".join(s.to_bytes(size, "big") for s in samples))
+        assert error_between(source, convert(stage, source, "PGM", "PNG")) <= 1, white
+
+
+def test_a_good_bitmap_of_run_lengths_is_not_called_damaged(stage, picture):
+    source = stage.artifacts / "runs.bmp"
+    subprocess.run(
+        ["convert", picture, "-colors", "16", "-type", "Palette", "-compress", "RLE", f"BMP3:{source}"],
+        check=True,
+    )
+    assert source.read_bytes()[30] == 1, "the picture is packed"
+    wine = stage.wine()
+    result = wine.run(
+        stage.product("fall_host.exe"),
+        wine.prefix.to_windows(source),
+        "BMP",
+        wine.prefix.to_windows(stage.artifacts / "none.png"),
+        "PNG",
+        75,
+        24,
+    )
+    assert "load: NSUP" in result.text

@@ -3,8 +3,6 @@
 import math
 import subprocess
 
-from testing.runner import Case
-
 EXPORTS = {
     "??0Scale@glib@@QAE@PBXIIHI0I@Z",
     "?CalcDestBpp@Scale@glib@@QBEIH@Z",
@@ -54,79 +52,92 @@ def scaled(channel, width, height, linear):
     return [[columns[x][y] for x in range(width)] for y in range(height)]
 
 
-class Kobrtl(Case):
-    def facts(self, *args, desktop=None):
-        result = self.wine(desktop).run(self.product("kobrtl_host.exe"), *map(str, args), check=True)
-        return dict(line.split(": ", 1) for line in result.text.splitlines())
+def told_by_host(stage, *args, desktop=None):
+    result = stage.wine(desktop).run(stage.product("kobrtl_host.exe"), *map(str, args), check=True)
+    return dict(line.split(": ", 1) for line in result.text.splitlines())
 
-    def look_at(self, *switches):
-        return subprocess.run(
-            ["llvm-readobj-19", *switches, self.product("KOBRTL.dll")], check=True, capture_output=True, text=True
-        ).stdout
 
-    def test_exports_the_names_that_visual_cpp_makes_of_the_header(self):
-        names = {line.split()[1] for line in self.look_at("--coff-exports").splitlines() if "Name:" in line}
-        self.assertEqual(names, EXPORTS)
+def look_at(stage, *switches):
+    return subprocess.run(
+        ["llvm-readobj-19", *switches, stage.product("KOBRTL.dll")], check=True, capture_output=True, text=True
+    ).stdout
 
-    def test_needs_only_libraries_that_every_windows_has(self):
-        libraries = {line.split()[1].lower() for line in self.look_at("--coff-imports").splitlines() if "Name:" in line}
-        self.assertEqual(libraries, {"kernel32.dll", "msvcrt.dll", "user32.dll"})
 
-    def check_picture(self, type, bpp, width, height, to_width, to_height, *how):
-        facts = self.facts(*how, "scale", type, bpp, width, height, to_width, to_height)
-        self.assertEqual((facts["depth"], facts["done"]), (str(bpp), "1"))
-        result = bytes.fromhex(facts["pixels"])
-        bytes_per_pixel = bpp // 8
-        source = [i * i // 3 % 251 for i in range(width * height * bytes_per_pixel)]
-        for c in range(bytes_per_pixel):
-            channel = [
-                source[y * width * bytes_per_pixel + c : (y + 1) * width * bytes_per_pixel : bytes_per_pixel]
-                for y in range(height)
-            ]
-            for y, row in enumerate(scaled(channel, to_width, to_height, type == LINEAR)):
-                for x, ideal in enumerate(row):
-                    given = result[(y * to_width + x) * bytes_per_pixel + c]
-                    self.assertLess(abs(given - min(max(ideal, 0), 255)), 0.53, f"column {x}, row {y}, channel {c}")
+def test_exports_the_names_that_visual_cpp_makes_of_the_header(stage):
+    names = {line.split()[1] for line in look_at(stage, "--coff-exports").splitlines() if "Name:" in line}
+    assert names == EXPORTS
 
-    def test_a_shrunk_picture_is_what_the_formula_says(self):
-        self.check_picture(AREA, 24, 83, 61, 20, 13)
 
-    def test_a_grown_picture_is_what_the_formula_says(self):
-        self.check_picture(AREA, 24, 19, 14, 50, 45)
+def test_needs_only_libraries_that_every_windows_has(stage):
+    libraries = {line.split()[1].lower() for line in look_at(stage, "--coff-imports").splitlines() if "Name:" in line}
+    assert libraries == {"kernel32.dll", "msvcrt.dll", "user32.dll"}
 
-    def test_a_low_picture_that_gets_narrow_and_high_is_what_the_formula_says(self):
-        self.check_picture(AREA, 24, 300, 3, 4, 120)
-        self.check_picture(LINEAR, 8, 400, 1, 3, 150)
 
-    def test_greys_and_the_linear_type_are_what_the_formula_says(self):
-        self.check_picture(AREA, 8, 83, 61, 20, 13)
-        self.check_picture(LINEAR, 24, 40, 30, 17, 33)
+def check_picture(stage, type, bpp, width, height, to_width, to_height, *how):
+    facts = told_by_host(stage, *how, "scale", type, bpp, width, height, to_width, to_height)
+    assert (facts["depth"], facts["done"]) == (str(bpp), "1")
+    result = bytes.fromhex(facts["pixels"])
+    bytes_per_pixel = bpp // 8
+    source = [i * i // 3 % 251 for i in range(width * height * bytes_per_pixel)]
+    for c in range(bytes_per_pixel):
+        channel = [
+            source[y * width * bytes_per_pixel + c : (y + 1) * width * bytes_per_pixel : bytes_per_pixel]
+            for y in range(height)
+        ]
+        for y, row in enumerate(scaled(channel, to_width, to_height, type == LINEAR)):
+            for x, ideal in enumerate(row):
+                given = result[(y * to_width + x) * bytes_per_pixel + c]
+                assert abs(given - min(max(ideal, 0), 255)) < 0.53, f"column {x}, row {y}, channel {c}"
 
-    def test_is_the_same_in_the_middle_of_the_hosts_floating_point_work(self):
-        self.check_picture(AREA, 24, 83, 61, 20, 13, "troubled")
-        for type in (NEAREST, AREA, LINEAR):
-            # Its opacities are anything, also none.
-            usual, troubled = (self.facts(*how, "scale", type, 32, 300, 300, 11, 17) for how in ((), ("troubled",)))
-            self.assertEqual(troubled, {**usual, "floating point": "kept"})
 
-    def test_box_comes_in_the_middle_of_the_hosts_floating_point_work(self):
-        facts = self.facts("troubled", "box", 0x10, "kobrtl_host", 1, "-", 3000, desktop=self.desktop())
-        self.assertEqual((facts["answer"], facts["floating point"]), ("1", "kept"))
+def test_a_shrunk_picture_is_what_the_formula_says(stage):
+    check_picture(stage, AREA, 24, 83, 61, 20, 13)
 
-    def test_a_type_that_does_not_exist_scales_nothing(self):
-        facts = self.facts("scale", 3, 24, 8, 8, 4, 4)
-        self.assertEqual((facts["depth"], facts["done"]), ("0", "0"))
 
-    def test_a_box_shows_the_formatted_text_and_the_icon_under_the_name_of_the_program(self):
-        facts = self.facts("box", 0x10, "kobrtl_host", 1, "-", 0, desktop=self.desktop())
-        self.assertEqual(
-            facts, {"answer": "1", "icon": "1", "text": "Bad format, '-5' 100%: ", "floating point": "kept"}
+def test_a_grown_picture_is_what_the_formula_says(stage):
+    check_picture(stage, AREA, 24, 19, 14, 50, 45)
+
+
+def test_a_low_picture_that_gets_narrow_and_high_is_what_the_formula_says(stage):
+    check_picture(stage, AREA, 24, 300, 3, 4, 120)
+    check_picture(stage, LINEAR, 8, 400, 1, 3, 150)
+
+
+def test_greys_and_the_linear_type_are_what_the_formula_says(stage):
+    check_picture(stage, AREA, 8, 83, 61, 20, 13)
+    check_picture(stage, LINEAR, 24, 40, 30, 17, 33)
+
+
+def test_is_the_same_in_the_middle_of_the_hosts_floating_point_work(stage):
+    check_picture(stage, AREA, 24, 83, 61, 20, 13, "troubled")
+    for type in (NEAREST, AREA, LINEAR):
+        # Its opacities are anything, also none.
+        usual, troubled = (
+            told_by_host(stage, *how, "scale", type, 32, 300, 300, 11, 17) for how in ((), ("troubled",))
         )
+        assert troubled == {**usual, "floating point": "kept"}
 
-    def test_a_box_has_the_title_of_its_owner_and_gives_the_button_that_was_pressed(self):
-        facts = self.facts("box", 0x4, "Torvex", 7, "Torvex", 0, desktop=self.desktop())
-        self.assertEqual((facts["answer"], facts["icon"]), ("7", "0"))
 
-    def test_a_long_text_is_shown_whole(self):
-        facts = self.facts("box", 0x10, "kobrtl_host", 1, "-", 3000, desktop=self.desktop())
-        self.assertEqual(facts["text"], "Bad format, '-5' 100%: " + 3000 * "*")
+def test_box_comes_in_the_middle_of_the_hosts_floating_point_work(stage):
+    facts = told_by_host(stage, "troubled", "box", 0x10, "kobrtl_host", 1, "-", 3000, desktop=stage.desktop())
+    assert (facts["answer"], facts["floating point"]) == ("1", "kept")
+
+
+def test_a_type_that_does_not_exist_scales_nothing(stage):
+    facts = told_by_host(stage, "scale", 3, 24, 8, 8, 4, 4)
+    assert (facts["depth"], facts["done"]) == ("0", "0")
+
+
+def test_a_box_shows_the_formatted_text_and_the_icon_under_the_name_of_the_program(stage):
+    facts = told_by_host(stage, "box", 0x10, "kobrtl_host", 1, "-", 0, desktop=stage.desktop())
+    assert facts == {"answer": "1", "icon": "1", "text": "Bad format, '-5' 100%: ", "floating point": "kept"}
+
+
+def test_a_box_has_the_title_of_its_owner_and_gives_the_button_that_was_pressed(stage):
+    facts = told_by_host(stage, "box", 0x4, "Torvex", 7, "Torvex", 0, desktop=stage.desktop())
+    assert (facts["answer"], facts["icon"]) == ("7", "0")
+
+
+def test_a_long_text_is_shown_whole(stage):
+    facts = told_by_host(stage, "box", 0x10, "kobrtl_host", 1, "-", 3000, desktop=stage.desktop())
+    assert facts["text"] == "Bad format, '-5' 100%: " + 3000 * "*"

@@ -1,7 +1,5 @@
 """Slots and fields of the composer's classes, in the product's own ABI."""
 
-from testing.runner import Case
-
 EXPECTED = {
     "coder size": "260",
     "coder unbuilt flag": "0",
@@ -50,12 +48,9 @@ EXPECTED = {
 }
 
 
-class TheClasses(Case):
-    maxDiff = None
-
-    def test_have_their_functions_and_fields_where_a_visual_cpp_caller_looks(self):
-        wine = self.wine()
-        path = self.artifacts / "file.bin"
-        path.write_bytes(b"x" * 70000 + b"data" + b"x" * 119)
-        result = wine.run(self.product("compose_abi_host.exe"), wine.prefix.to_windows(path), check=True)
-        self.assertEqual(dict(line.split(": ", 1) for line in result.text.splitlines()), EXPECTED)
+def test_classes_have_their_functions_and_fields_where_a_visual_cpp_caller_looks(stage):
+    wine = stage.wine()
+    path = stage.artifacts / "file.bin"
+    path.write_bytes(b"x" * 70000 + b"data" + b"x" * 119)
+    result = wine.run(stage.product("compose_abi_host.exe"), wine.prefix.to_windows(path), check=True)
+    assert dict(line.split(": ", 1) for line in result.text.splitlines()) == EXPECTED

@@ -4,8 +4,6 @@ import pathlib
 import re
 import subprocess
 
-from testing.runner import Case
-
 STREAM = [
     "_G",
     "OpenWide",
@@ -108,36 +106,32 @@ slot 1 gives the object: 1
 """
 
 
-class TheTables(Case):
-    maxDiff = None
+def test_tables_hold_their_operations_in_the_fixed_order(stage):
+    objects = stage.product("imaging_host.exe").parent.parent / "glib" / "CMakeFiles" / "glib.dir"
+    found = {}
+    for path in objects.glob("*.obj"):  # they hold code for the linker to optimise, in which tables still have names
+        code = subprocess.run(["llvm-dis-19", "-o", "-", path], check=True, capture_output=True, text=True).stdout
+        for name, slots in re.findall(
+            r'^@"\?\?_7(\S+)6B@" = .*? \{ \[\d+ x ptr\] \[(ptr @[^]]*)\]', code, re.MULTILINE
+        ):
+            found[name] = re.findall(r'ptr @"?([^",]+)', slots)
+    for table, operations in TABLES.items():
+        assert table in found
+        # ??_G is the deleting destructor, and a name ends at its class.
+        shown = [name[2:4] if name.startswith("??") else name[1:].split("@")[0] for name in found[table]]
+        assert shown == operations, table
 
-    def test_hold_their_operations_in_the_fixed_order(self):
-        objects = self.product("imaging_host.exe").parent.parent / "glib" / "CMakeFiles" / "glib.dir"
-        found = {}
-        for path in objects.glob(
-            "*.obj"
-        ):  # they hold code for the linker to optimise, in which tables still have names
-            code = subprocess.run(["llvm-dis-19", "-o", "-", path], check=True, capture_output=True, text=True).stdout
-            for name, slots in re.findall(
-                r'^@"\?\?_7(\S+)6B@" = .*? \{ \[\d+ x ptr\] \[(ptr @[^]]*)\]', code, re.MULTILINE
-            ):
-                found[name] = re.findall(r'ptr @"?([^",]+)', slots)
-        for table, operations in TABLES.items():
-            with self.subTest(table=table):
-                self.assertIn(table, found)
-                # ??_G is the deleting destructor, and a name ends at its class.
-                shown = [name[2:4] if name.startswith("??") else name[1:].split("@")[0] for name in found[table]]
-                self.assertEqual(shown, operations)
 
-    def test_of_both_streams_work_for_a_caller_who_knows_the_order_alone(self):
-        wine = self.wine()
-        path = pathlib.Path(self.artifacts) / "stream.bin"
-        result = wine.run(self.product("imaging_host.exe"), "stream-slots", wine.prefix.to_windows(path), check=True)
-        memory, file = result.text.removeprefix("memory\n").split("file\n")
-        self.assertEqual(memory, BY_SLOT.format(old=1))
-        self.assertEqual(file, BY_SLOT.format(old=0))
-        self.assertEqual(path.read_bytes(), b"ABCDEFG")
+def test_tables_of_both_streams_work_for_a_caller_who_knows_the_order_alone(stage):
+    wine = stage.wine()
+    path = pathlib.Path(stage.artifacts) / "stream.bin"
+    result = wine.run(stage.product("imaging_host.exe"), "stream-slots", wine.prefix.to_windows(path), check=True)
+    memory, file = result.text.removeprefix("memory\n").split("file\n")
+    assert memory == BY_SLOT.format(old=1)
+    assert file == BY_SLOT.format(old=0)
+    assert path.read_bytes() == b"ABCDEFG"
 
-    def test_index_errors_are_the_containers_own(self):
-        result = self.wine().run(self.product("imaging_host.exe"), "index-error", check=True)
-        self.assertEqual(result.text, "index: 7\nsize: 0\ndocuments: 0\n")
+
+def test_index_errors_are_the_containers_own(stage):
+    result = stage.wine().run(stage.product("imaging_host.exe"), "index-error", check=True)
+    assert result.text == "index: 7\nsize: 0\ndocuments: 0\n"

@@ -5,7 +5,8 @@ import shutil
 import struct
 import subprocess
 
-from testing.runner import Case
+import pytest
+
 from testing.picture import described
 
 SIDE = 512
@@ -31,133 +32,138 @@ class Recording:
         return red, green, blue
 
 
-class Screenshot(Case):
-    def show_corners(self, desktop):
-        """Fills the display with a picture of four colours."""
-        picture = self.artifacts / "corners.png"
-        half = f"{desktop.width // 2}x{desktop.height // 2}"
-        tile = [["-size", half, "xc:rgb(%d,%d,%d)" % CORNERS[x, y]] for y in (0, 1) for x in (0, 1)]
-        subprocess.run(
-            [
-                "convert",
-                "(",
-                *tile[0],
-                *tile[1],
-                "+append",
-                ")",
-                "(",
-                *tile[2],
-                *tile[3],
-                "+append",
-                ")",
-                "-append",
-                picture,
-            ],
-            check=True,
-        )
-        # It ends with 1 even when it has done its work; what the tests see of the picture tells.
-        subprocess.run(
-            ["display", "-window", "root", picture], check=False, env={**os.environ, **desktop.env}, timeout=60
-        )
+def show_corners(stage, desktop):
+    """Fills the display with a picture of four colours."""
+    picture = stage.artifacts / "corners.png"
+    half = f"{desktop.width // 2}x{desktop.height // 2}"
+    tile = [["-size", half, "xc:rgb(%d,%d,%d)" % CORNERS[x, y]] for y in (0, 1) for x in (0, 1)]
+    subprocess.run(
+        [
+            "convert",
+            "(",
+            *tile[0],
+            *tile[1],
+            "+append",
+            ")",
+            "(",
+            *tile[2],
+            *tile[3],
+            "+append",
+            ")",
+            "-append",
+            picture,
+        ],
+        check=True,
+    )
+    # It ends with 1 even when it has done its work; what the tests see of the picture tells.
+    subprocess.run(["display", "-window", "root", picture], check=False, env={**os.environ, **desktop.env}, timeout=60)
 
-    def take(self, wine, *args, **env):
-        env = {"IMAGING_MODULES": "jpg_recorder", **env}
-        result = wine.run(self.product("imaging_host.exe"), *(args or ("screenshot",)), env=env, check=True)
-        return dict(line.split(": ", 1) for line in result.text.splitlines())
 
-    def recording(self, wine, facts):
-        return Recording(wine.prefix.to_unix(facts["path"]).read_bytes())
+def take(stage, wine, *args, **env):
+    env = {"IMAGING_MODULES": "jpg_recorder", **env}
+    result = wine.run(stage.product("imaging_host.exe"), *(args or ("screenshot",)), env=env, check=True)
+    return dict(line.split(": ", 1) for line in result.text.splitlines())
 
-    def test_shows_the_whole_primary_display_upright_in_512_by_512(self):
-        for width, height in [(640, 480), (1024, 768), (1920, 1080), (3840, 2160)]:
-            with self.subTest(width=width, height=height):
-                desktop = self.desktop(width=width, height=height)
-                self.show_corners(desktop)
-                wine = self.wine(desktop)
-                facts = self.take(wine)
-                self.assertTrue(facts["path"].endswith("\\screen_copy.jpg"))
-                self.assertEqual((facts["documents"], facts["period"]), ("0", "0"))
-                shown = self.recording(wine, facts)
-                self.assertEqual((shown.width, shown.height, shown.depth), (SIDE, SIDE, 24))
-                self.check_corners(shown.pixel)
-                self.take(wine, IMAGING_MODULES="fall\n")
-                picture = self.artifacts / f"{width}x{height}.jpg"
-                shutil.copy(wine.prefix.to_unix(facts["path"]), picture)
-                self.assertEqual(described(picture, "%m %wx%h %Q %[channels] %z"), "JPEG 512x512 75 srgb 8")
-                pixels = subprocess.run(
-                    ["convert", picture, "-depth", "8", "rgb:-"], check=True, capture_output=True
-                ).stdout
-                self.check_corners(lambda x, y: tuple(pixels[(y * SIDE + x) * 3 :][:3]), tolerance=4)
 
-    def check_corners(self, pixel, tolerance=0):
-        for (right, bottom), colour in CORNERS.items():
-            for inset in (2, 100, 240):
-                x = SIDE - 1 - inset if right else inset
-                y = SIDE - 1 - inset if bottom else inset
-                for got, wanted in zip(pixel(x, y), colour):
-                    self.assertAlmostEqual(got, wanted, delta=tolerance, msg=f"at {x}, {y}")
+def recording(wine, facts):
+    return Recording(wine.prefix.to_unix(facts["path"]).read_bytes())
 
-    def test_grabs_the_part_that_is_asked_for(self):
-        desktop = self.desktop(width=640, height=480)
-        self.show_corners(desktop)
-        wine = self.wine(desktop)
-        for x, y in [(100, 100), (600, 100), (100, 400), (600, 400)]:
-            facts = self.take(wine, "grab", x, y)
-            red, green, blue = CORNERS[int(x > 320), int(y > 240)]
-            self.assertEqual(facts, {"width": "10", "height": "8", "red, green, blue": f"{red} {green} {blue}"})
 
-    def test_a_second_one_overwrites_the_first(self):
-        desktop = self.desktop(width=640, height=480)
-        wine = self.wine(desktop)
-        first = self.recording(wine, self.take(wine))
-        self.show_corners(desktop)
-        second = self.recording(wine, self.take(wine))
-        self.assertEqual(len(second.pixels), SIDE * SIDE * 3)
-        self.assertNotEqual(first.pixel(10, 10), second.pixel(10, 10))
+@pytest.mark.parametrize(("width", "height"), [(640, 480), (1024, 768), (1920, 1080), (3840, 2160)])
+def test_screenshot_shows_the_whole_primary_display_upright_in_512_by_512(stage, width, height):
+    desktop = stage.desktop(width=width, height=height)
+    show_corners(stage, desktop)
+    wine = stage.wine(desktop)
+    facts = take(stage, wine)
+    assert facts["path"].endswith("\\screen_copy.jpg")
+    assert (facts["documents"], facts["period"]) == ("0", "0")
+    shown = recording(wine, facts)
+    assert (shown.width, shown.height, shown.depth) == (SIDE, SIDE, 24)
+    check_corners(shown.pixel)
+    take(stage, wine, IMAGING_MODULES="fall\n")
+    picture = stage.artifacts / f"{width}x{height}.jpg"
+    shutil.copy(wine.prefix.to_unix(facts["path"]), picture)
+    assert described(picture, "%m %wx%h %Q %[channels] %z") == "JPEG 512x512 75 srgb 8"
+    pixels = subprocess.run(["convert", picture, "-depth", "8", "rgb:-"], check=True, capture_output=True).stdout
+    check_corners(lambda x, y: tuple(pixels[(y * SIDE + x) * 3 :][:3]), tolerance=4)
 
-    def test_without_a_module_there_is_no_file_and_no_window(self):
-        desktop = self.desktop(width=640, height=480)
-        wine = self.wine(desktop)
-        facts = self.take(wine, IMAGING_MODULES="no such module")
-        self.assertFalse(wine.prefix.to_unix(facts["path"]).exists())
-        self.assertEqual(facts["documents"], "0")
-        self.assertEqual(desktop.windows(), [])
 
-    def test_a_place_that_cant_be_written_is_left_as_it_is(self):
-        desktop = self.desktop(width=640, height=480)
-        wine = self.wine(desktop)
-        place = wine.prefix.to_unix(self.take(wine)["path"])
-        place.unlink()
-        place.mkdir()
-        self.take(wine)
-        self.assertTrue(place.is_dir())
-        facts = self.take(wine, IMAGING_TEMP="C:\\no such folder")
-        self.assertEqual(facts["path"], "C:\\no such folder\\screen_copy.jpg")
-        self.assertEqual(facts["documents"], "0")
+def check_corners(pixel, tolerance=0):
+    for (right, bottom), colour in CORNERS.items():
+        for inset in (2, 100, 240):
+            x = SIDE - 1 - inset if right else inset
+            y = SIDE - 1 - inset if bottom else inset
+            for got, wanted in zip(pixel(x, y), colour):
+                assert abs(got - wanted) <= tolerance, f"at {x}, {y}"
 
-    def test_200_of_them_leave_no_objects_and_handles_behind(self):
-        desktop = self.desktop(width=640, height=480)
-        facts = self.take(self.wine(desktop), "many-screenshots", 200, IMAGING_MODULES="fall\n")
-        self.assertGreater(int(facts["objects before"]), 0)
-        self.assertEqual(facts["objects after"], facts["objects before"])
-        self.assertEqual(facts["handles after"], facts["handles before"])
 
-    def test_takes_little_of_the_stack(self):
-        desktop = self.desktop(width=1024, height=768)
-        facts = self.take(self.wine(desktop), "screenshot-stack", IMAGING_MODULES="fall\n")
-        print("stack bytes of one screenshot:", facts["stack bytes"])
-        self.assertLess(int(facts["stack bytes"]), 24 * 1024)
+def test_screenshot_grabs_the_part_that_is_asked_for(stage):
+    desktop = stage.desktop(width=640, height=480)
+    show_corners(stage, desktop)
+    wine = stage.wine(desktop)
+    for x, y in [(100, 100), (600, 100), (100, 400), (600, 400)]:
+        facts = take(stage, wine, "grab", x, y)
+        red, green, blue = CORNERS[int(x > 320), int(y > 240)]
+        assert facts == {"width": "10", "height": "8", "red, green, blue": f"{red} {green} {blue}"}
 
-    def test_a_module_that_is_none_is_complained_about_once(self):
-        desktop = self.desktop(width=640, height=480)
-        wine = self.wine(desktop)
-        shutil.copy(self.product("KOBRTL.dll"), self.artifacts / "none.dll")
-        host = wine.start(
-            self.product("imaging_host.exe"),
-            "formats",
-            env={"IMAGING_MODULES": "none", "IMAGING_DIRECTORY": wine.prefix.to_windows(self.artifacts)},
-        )
-        box = desktop.wait_window("imaging_host")
-        desktop.activate(box)
-        desktop.key("Return")
-        self.assertEqual(host.wait(), 0)
+
+def test_second_screenshot_overwrites_the_first(stage):
+    desktop = stage.desktop(width=640, height=480)
+    wine = stage.wine(desktop)
+    first = recording(wine, take(stage, wine))
+    show_corners(stage, desktop)
+    second = recording(wine, take(stage, wine))
+    assert len(second.pixels) == SIDE * SIDE * 3
+    assert first.pixel(10, 10) != second.pixel(10, 10)
+
+
+def test_without_a_module_there_is_no_screenshot_file_and_no_window(stage):
+    desktop = stage.desktop(width=640, height=480)
+    wine = stage.wine(desktop)
+    facts = take(stage, wine, IMAGING_MODULES="no such module")
+    assert not wine.prefix.to_unix(facts["path"]).exists()
+    assert facts["documents"] == "0"
+    assert desktop.windows() == []
+
+
+def test_place_that_cant_be_written_is_left_as_it_is(stage):
+    desktop = stage.desktop(width=640, height=480)
+    wine = stage.wine(desktop)
+    place = wine.prefix.to_unix(take(stage, wine)["path"])
+    place.unlink()
+    place.mkdir()
+    take(stage, wine)
+    assert place.is_dir()
+    facts = take(stage, wine, IMAGING_TEMP="C:\\no such folder")
+    assert facts["path"] == "C:\\no such folder\\screen_copy.jpg"
+    assert facts["documents"] == "0"
+
+
+def test_200_screenshots_leave_no_objects_and_handles_behind(stage):
+    desktop = stage.desktop(width=640, height=480)
+    facts = take(stage, stage.wine(desktop), "many-screenshots", 200, IMAGING_MODULES="fall\n")
+    assert int(facts["objects before"]) > 0
+    assert facts["objects after"] == facts["objects before"]
+    assert facts["handles after"] == facts["handles before"]
+
+
+def test_screenshot_takes_little_of_the_stack(stage):
+    desktop = stage.desktop(width=1024, height=768)
+    facts = take(stage, stage.wine(desktop), "screenshot-stack", IMAGING_MODULES="fall\n")
+    print("stack bytes of one screenshot:", facts["stack bytes"])
+    assert int(facts["stack bytes"]) < 24 * 1024
+
+
+def test_module_that_is_none_is_complained_about_once(stage):
+    desktop = stage.desktop(width=640, height=480)
+    wine = stage.wine(desktop)
+    shutil.copy(stage.product("KOBRTL.dll"), stage.artifacts / "none.dll")
+    host = wine.start(
+        stage.product("imaging_host.exe"),
+        "formats",
+        env={"IMAGING_MODULES": "none", "IMAGING_DIRECTORY": wine.prefix.to_windows(stage.artifacts)},
+    )
+    box = desktop.wait_window("imaging_host")
+    desktop.activate(box)
+    desktop.key("Return")
+    assert host.wait() == 0
