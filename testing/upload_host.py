@@ -11,13 +11,13 @@ class UploadHost:
     """A folder with a host and the library's files. With an address, reports go there; without, to the server that is
     built in. wine: where it runs; the shared prefix if None."""
 
-    def __init__(self, case, program="upload_host.exe", address=None, wine=None, folder="host"):
-        self.wine = wine or case.wine()
-        self.folder = case.artifacts / folder
+    def __init__(self, stage, program="upload_host.exe", address=None, wine=None, folder="host"):
+        self.wine = wine or stage.wine()
+        self.folder = stage.artifacts / folder
         self.folder.mkdir()
-        self.exe = pathlib.Path(shutil.copy(case.product(program), self.folder))
+        self.exe = pathlib.Path(shutil.copy(stage.product(program), self.folder))
         for name in LIBRARY_FILES:
-            shutil.copy(case.product(name), self.folder)
+            shutil.copy(stage.product(name), self.folder)
         if address:
             redirect(self.folder / "Wendax.dll", "--upload-server", address)
 

@@ -7,9 +7,10 @@ address of their own.
 import dataclasses
 import threading
 
+import pytest
+
 from testing.driven_host import DrivenHost
 from testing.processes import WaitTimeout
-from testing.runner import Case
 from testing.loopback import loopback_address
 from testing.web_server import WebServer, answering, http_answer
 
@@ -18,6 +19,8 @@ NOT_ENOUGH_MEMORY = 8
 NAME_NOT_RESOLVED = 12007
 CANNOT_CONNECT = 12029
 ALL_ONES = 0xFFFFFFFF
+
+pytestmark = pytest.mark.timeout(240)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -29,27 +32,28 @@ class Answer:
     milliseconds: int
 
 
-class TransportCase(Case):
-    time_limit = 240
+class Transport:
+    """A host that gives the transport its requests, with what it needs around it."""
 
-    def setUp(self):
-        self.host = DrivenHost(self.wine(), self.product("transport_host.exe"))
+    def __init__(self, stage):
+        self.stage = stage
+        self.host = DrivenHost(self.stage.wine(), self.stage.product("transport_host.exe"))
 
     def serve(self, answer, port=80):
-        return self.enterContext(WebServer(loopback_address(port), port, answer))
+        return self.stage.enter_context(WebServer(loopback_address(port), port, answer))
 
     def answer(self, line):
         kind, *values = line.split()
         if kind == "null":
             return Answer(None, int(values[0]), int(values[1]))
-        self.assertEqual(kind, "answer")
+        assert kind == "answer"
         return Answer(bytes.fromhex(values[0]) if len(values) > 1 else b"", 0, int(values[-1]))
 
     def request(self, *words):
         return self.answer(self.host.tell(*words))
 
     def post(self, server, body=b"body", path="/"):
-        file = self.artifacts / "body"
+        file = self.stage.artifacts / "body"
         file.write_bytes(body)
         return self.request("post", server.url + path, self.host_path(file))
 
@@ -57,150 +61,148 @@ class TransportCase(Case):
         return "Z:" + str(file).replace("/", "\\")
 
 
-class APost(TransportCase):
-    def test_carries_its_headers_and_every_byte_of_the_body(self):
-        server = self.serve(answering(b"fine"))
+@pytest.fixture
+def transport(stage):
+    return Transport(stage)
+
+
+class TestPost:
+    def test_carries_its_headers_and_every_byte_of_the_body(self, transport):
+        server = transport.serve(answering(b"fine"))
         body = bytes(range(256)) * 300
-        self.host.tell("headers", "Content-Type: multipart/form-data; boundary=AaB03x")
-        self.assertEqual(self.post(server, body, "/index.php?option=com_mosforms&x=%20").text, b"fine")
+        transport.host.tell("headers", "Content-Type: multipart/form-data; boundary=AaB03x")
+        assert transport.post(server, body, "/index.php?option=com_mosforms&x=%20").text == b"fine"
         (request,) = server.requests
-        self.assertEqual(request.line, "POST /index.php?option=com_mosforms&x=%20 HTTP/1.1")
-        self.assertEqual(request.headers["content-type"], "multipart/form-data; boundary=AaB03x")
-        self.assertEqual(request.headers["user-agent"], "Lumivale")
-        self.assertEqual(request.headers["accept"], "*/*")
-        self.assertEqual(request.headers["host"], server.address)
-        self.assertEqual(request.headers["content-length"], str(len(body)))
-        self.assertNotIn("authorization", request.headers)
-        self.assertEqual(request.body, body)
+        assert request.line == "POST /index.php?option=com_mosforms&x=%20 HTTP/1.1"
+        assert request.headers["content-type"] == "multipart/form-data; boundary=AaB03x"
+        assert request.headers["user-agent"] == "Lumivale"
+        assert request.headers["accept"] == "*/*"
+        assert request.headers["host"] == server.address
+        assert request.headers["content-length"] == str(len(body))
+        assert "authorization" not in request.headers
+        assert request.body == body
 
-    def test_declares_a_form_until_told_otherwise(self):
-        server = self.serve(answering(b"fine"))
-        self.assertEqual(self.request("text", server.url + "/", "a=1&b=2").text, b"fine")
-        self.assertEqual(server.requests[0].headers["content-type"], "application/x-www-form-urlencoded")
+    def test_declares_a_form_until_told_otherwise(self, transport):
+        server = transport.serve(answering(b"fine"))
+        assert transport.request("text", server.url + "/", "a=1&b=2").text == b"fine"
+        assert server.requests[0].headers["content-type"] == "application/x-www-form-urlencoded"
 
-    def test_without_a_length_sends_the_text(self):
-        server = self.serve(answering(b"fine"))
-        self.assertEqual(self.request("text", server.url + "/", "a text of 24 characters.").text, b"fine")
-        self.assertEqual(server.requests[0].body, b"a text of 24 characters.")
+    def test_without_a_length_sends_the_text(self, transport):
+        server = transport.serve(answering(b"fine"))
+        assert transport.request("text", server.url + "/", "a text of 24 characters.").text == b"fine"
+        assert server.requests[0].body == b"a text of 24 characters."
 
-    def test_of_nothing_has_an_empty_body(self):
-        server = self.serve(answering(b"fine"))
-        self.assertEqual(self.post(server, b"").text, b"fine")
-        self.assertEqual(server.requests[0].body, b"")
+    def test_of_nothing_has_an_empty_body(self, transport):
+        server = transport.serve(answering(b"fine"))
+        assert transport.post(server, b"").text == b"fine"
+        assert server.requests[0].body == b""
 
-    def test_of_48_megabytes_arrives_whole(self):
-        server = self.serve(answering(b"fine"))
+    def test_of_48_megabytes_arrives_whole(self, transport):
+        server = transport.serve(answering(b"fine"))
         body = bytes(range(251)) * (48 * 1024 * 1024 // 251)
-        self.assertEqual(self.post(server, body).text, b"fine")
-        self.assertEqual(server.requests[0].body, body)
+        assert transport.post(server, body).text == b"fine"
+        assert server.requests[0].body == body
 
-    def test_to_a_url_without_a_path_asks_for_the_root(self):
-        server = self.serve(answering(b"fine"))
-        self.assertEqual(self.post(server, path="").text, b"fine")
-        self.assertTrue(server.requests[0].line.startswith("POST / "))
+    def test_to_a_url_without_a_path_asks_for_the_root(self, transport):
+        server = transport.serve(answering(b"fine"))
+        assert transport.post(server, path="").text == b"fine"
+        assert server.requests[0].line.startswith("POST / ")
 
-    def test_to_another_port_than_80_speaks_tls_whatever_the_scheme(self):
-        server = self.serve(lambda client: client.read_some(5), port=8080)
-        self.assertIsNone(self.post(server).text)
-        self.assertTrue(server.requests, "nobody connected")
-        self.assertEqual(server.requests[0][:2], b"\x16\x03", "this is no TLS greeting")
+    def test_to_another_port_than_80_speaks_tls_whatever_the_scheme(self, transport):
+        server = transport.serve(lambda client: client.read_some(5), port=8080)
+        assert transport.post(server).text is None
+        assert server.requests, "nobody connected"
+        assert server.requests[0][:2] == b"\x16\x03", "this is no TLS greeting"
 
 
-class AGet(TransportCase):
-    def test_fetches_the_text(self):
-        server = self.serve(answering(b"a page"), port=8080)
-        self.assertEqual(self.request("get", server.url + "/page?x=1").text, b"a page")
+class TestGet:
+    def test_fetches_the_text(self, transport):
+        server = transport.serve(answering(b"a page"), port=8080)
+        assert transport.request("get", server.url + "/page?x=1").text == b"a page"
         (request,) = server.requests
-        self.assertEqual(request.line, "GET /page?x=1 HTTP/1.1")
-        self.assertEqual(request.headers["user-agent"], "Lumivale")
-        self.assertNotIn("content-type", request.headers)
+        assert request.line == "GET /page?x=1 HTTP/1.1"
+        assert request.headers["user-agent"] == "Lumivale"
+        assert "content-type" not in request.headers
 
-    def test_and_a_post_can_follow_each_other(self):
-        server = self.serve(answering(b"fine"))
+    def test_and_a_post_can_follow_each_other(self, transport):
+        server = transport.serve(answering(b"fine"))
         for _ in range(3):
-            self.assertEqual(self.request("get", server.url + "/").text, b"fine")
-            self.assertEqual(self.post(server).text, b"fine")
-        self.assertEqual([request.line.split()[0] for request in server.requests], ["GET", "POST"] * 3)
+            assert transport.request("get", server.url + "/").text == b"fine"
+            assert transport.post(server).text == b"fine"
+        assert [request.line.split()[0] for request in server.requests] == ["GET", "POST"] * 3
 
-    def test_of_what_nobody_serves_is_null(self):
-        answer = self.request("get", f"http://{loopback_address(8080)}:8080/")
-        self.assertEqual((answer.text, answer.error), (None, CANNOT_CONNECT))
+    def test_of_what_nobody_serves_is_null(self, transport):
+        answer = transport.request("get", f"http://{loopback_address(8080)}:8080/")
+        assert (answer.text, answer.error) == (None, CANNOT_CONNECT)
 
 
-class TheCalls(TransportCase):
+class TestCalls:
     """What WinINet is asked for: 04000000 is to cache nothing, 00803000 adds TLS and two lenient checks."""
 
-    def calls_of(self, *request):
-        self.host.tell("calls")
-        self.host.tell("new")
-        self.request(*request)
-        return self.host.tell("calls").rstrip("; ").split("; ")
+    def calls_of(self, transport, *request):
+        transport.host.tell("calls")
+        transport.host.tell("new")
+        transport.request(*request)
+        return transport.host.tell("calls").rstrip("; ").split("; ")
 
-    def test_of_a_post_to_port_80(self):
+    def test_of_a_post_to_port_80(self, transport):
         address = loopback_address()
-        self.assertEqual(
-            self.calls_of("text", f"http://{address}/form?x=1", "body"),
-            [
-                "session Lumivale 1 - - 0",
-                f'connect {address} 80 "" "" 3 4000000 0',
-                "request POST /form?x=1 - - */* 4000000 0",
-            ],
-        )
+        assert self.calls_of(transport, "text", f"http://{address}/form?x=1", "body") == [
+            "session Lumivale 1 - - 0",
+            f'connect {address} 80 "" "" 3 4000000 0',
+            "request POST /form?x=1 - - */* 4000000 0",
+        ]
 
-    def test_of_a_post_to_another_port(self):
-        for scheme, port in (("http", 8080), ("https", 443)):
-            with self.subTest(port):
-                address = loopback_address(port)
-                self.assertEqual(
-                    self.calls_of("text", f"{scheme}://{address}:{port}/", "body"),
-                    [
-                        "session Lumivale 1 - - 0",
-                        f'connect {address} {port} "" "" 3 4000000 0',
-                        "request POST / - - */* 4803000 0",
-                    ],
-                )
+    @pytest.mark.parametrize(("scheme", "port"), [("http", 8080), ("https", 443)])
+    def test_of_a_post_to_another_port(self, transport, scheme, port):
+        address = loopback_address(port)
+        assert self.calls_of(transport, "text", f"{scheme}://{address}:{port}/", "body") == [
+            "session Lumivale 1 - - 0",
+            f'connect {address} {port} "" "" 3 4000000 0',
+            "request POST / - - */* 4803000 0",
+        ]
 
-    def test_of_a_get(self):
+    def test_of_a_get(self, transport):
         url = f"http://{loopback_address()}/page"
-        self.assertEqual(self.calls_of("get", url), ["session Lumivale 1 - - 0", f"url {url} - 0 0 0"])
+        assert self.calls_of(transport, "get", url) == ["session Lumivale 1 - - 0", f"url {url} - 0 0 0"]
 
 
-class TheAnswer(TransportCase):
-    def assert_text(self, sent, expected=None, **options):
-        server = self.serve(answering(sent, **options))
-        self.assertEqual(self.post(server).text, sent if expected is None else expected)
+class TestAnswer:
+    def assert_text(self, transport, sent, expected=None, **options):
+        server = transport.serve(answering(sent, **options))
+        assert transport.post(server).text == (sent if expected is None else expected)
 
-    def test_that_is_empty_is_an_empty_text(self):
-        self.assert_text(b"")
+    def test_that_is_empty_is_an_empty_text(self, transport):
+        self.assert_text(transport, b"")
 
-    def test_is_whole_around_the_size_of_a_chunk(self):
-        for size in (1, 8190, 8191, 8192, 8193, 16381, 16382, 16383, 16384):
-            with self.subTest(size):
-                self.assert_text((b"0123456789abcdef" * (size // 16 + 1))[:size])
+    @pytest.mark.parametrize("size", [1, 8190, 8191, 8192, 8193, 16381, 16382, 16383, 16384])
+    def test_is_whole_around_the_size_of_a_chunk(self, transport, size):
+        self.assert_text(transport, (b"0123456789abcdef" * (size // 16 + 1))[:size])
 
-    def test_of_5_megabytes_is_whole(self):
-        self.assert_text(bytes(32 + number % 90 for number in range(5 * 1024 * 1024)))
+    def test_of_5_megabytes_is_whole(self, transport):
+        self.assert_text(transport, bytes(32 + number % 90 for number in range(5 * 1024 * 1024)))
 
-    def test_is_read_whatever_the_status(self):
-        for status in ("201 Created", "404 Not Found", "500 Internal Server Error", "503 Service Unavailable"):
-            with self.subTest(status):
-                self.assert_text(b"words", status=status)
+    @pytest.mark.parametrize(
+        "status", ["201 Created", "404 Not Found", "500 Internal Server Error", "503 Service Unavailable"]
+    )
+    def test_is_read_whatever_the_status(self, transport, status):
+        self.assert_text(transport, b"words", status=status)
 
-    def test_with_a_zero_byte_loses_the_rest_of_that_chunk_only(self):
+    def test_with_a_zero_byte_loses_the_rest_of_that_chunk_only(self, transport):
         first = b"a" * 100 + b"\0" + b"b" * (8191 - 101)
-        self.assert_text(first + b"c" * 50, b"a" * 100 + b"c" * 50)
+        self.assert_text(transport, first + b"c" * 50, b"a" * 100 + b"c" * 50)
 
-    def test_of_zero_bytes_is_empty(self):
-        self.assert_text(b"\0" * 30000, b"")
+    def test_of_zero_bytes_is_empty(self, transport):
+        self.assert_text(transport, b"\0" * 30000, b"")
 
-    def test_without_a_length_ends_with_the_connection(self):
+    def test_without_a_length_ends_with_the_connection(self, transport):
         def answer(client):
             client.read_request()
             client.send(b"HTTP/1.0 200 OK\r\n\r\n" + b"x" * 20000)
 
-        self.assertEqual(self.post(self.serve(answer)).text, b"x" * 20000)
+        assert transport.post(transport.serve(answer)).text == b"x" * 20000
 
-    def test_in_http_chunks_is_put_together(self):
+    def test_in_http_chunks_is_put_together(self, transport):
         def answer(client):
             client.read_request()
             client.send(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n")
@@ -208,9 +210,9 @@ class TheAnswer(TransportCase):
                 client.send(b"%x\r\n%s\r\n" % (size, b"y" * size))
             client.send(b"0\r\n\r\n")
 
-        self.assertEqual(self.post(self.serve(answer)).text, b"y" * (1 + 5000 + 8191 + 3))
+        assert transport.post(transport.serve(answer)).text == b"y" * (1 + 5000 + 8191 + 3)
 
-    def test_in_single_bytes_is_put_together(self):
+    def test_in_single_bytes_is_put_together(self, transport):
         text = b"Well. Data has uploaded successfully"
 
         def answer(client):
@@ -219,19 +221,19 @@ class TheAnswer(TransportCase):
                 client.send(bytes([byte]))
                 client.server.wait_end(0.01)  # So that each goes out alone.
 
-        server = self.serve(answer)
-        self.assertEqual(self.post(server).text, text)
+        server = transport.serve(answer)
+        assert transport.post(server).text == text
 
-    def test_that_breaks_off_gives_what_had_arrived_or_nothing(self):
+    def test_that_breaks_off_gives_what_had_arrived_or_nothing(self, transport):
         def answer(client):
             client.read_request()
             client.send(http_answer(b"z" * 20000)[:-5000])
 
-        text = self.post(self.serve(answer)).text
-        self.assertIsNotNone(text)
-        self.assertEqual(text, b"z" * len(text))
+        text = transport.post(transport.serve(answer)).text
+        assert text is not None
+        assert text == b"z" * len(text)
 
-    def test_after_a_redirect_is_that_of_the_last_page(self):
+    def test_after_a_redirect_is_that_of_the_last_page(self, transport):
         def answer(client):
             request = client.read_request()
             if request.line.split()[1] == "/new":
@@ -239,61 +241,60 @@ class TheAnswer(TransportCase):
             else:
                 client.send(http_answer(b"the old page", "302 Found", ["Location: /new"]))
 
-        server = self.serve(answer)
-        self.assertEqual(self.post(server, path="/old").text, b"the new page")
-        self.assertEqual([request.line for request in server.requests], ["POST /old HTTP/1.1", "GET /new HTTP/1.1"])
+        server = transport.serve(answer)
+        assert transport.post(server, path="/old").text == b"the new page"
+        assert [request.line for request in server.requests] == ["POST /old HTTP/1.1", "GET /new HTTP/1.1"]
 
 
-class AFailure(TransportCase):
-    def test_of_a_connection_is_null_with_its_error(self):
-        answer = self.request("text", f"http://{loopback_address()}/", "body")
-        self.assertEqual((answer.text, answer.error), (None, CANNOT_CONNECT))
+class TestFailure:
+    def test_of_a_connection_is_null_with_its_error(self, transport):
+        answer = transport.request("text", f"http://{loopback_address()}/", "body")
+        assert (answer.text, answer.error) == (None, CANNOT_CONNECT)
 
-    def test_of_a_name_is_null_with_its_error(self):
-        answer = self.request("text", "http://upload.wendax.invalid/", "body")
-        self.assertEqual((answer.text, answer.error), (None, NAME_NOT_RESOLVED))
+    def test_of_a_name_is_null_with_its_error(self, transport):
+        answer = transport.request("text", "http://upload.wendax.invalid/", "body")
+        assert (answer.text, answer.error) == (None, NAME_NOT_RESOLVED)
 
-    def test_of_the_url_is_null_with_its_error(self):
-        for url in ("no-url", "/index.php", "http:", "://", "http://"):
-            with self.subTest(url):
-                answer = self.request("text", url, "body")
-                self.assertIsNone(answer.text)
-                self.assertNotIn(answer.error, (0, ALL_ONES))
+    @pytest.mark.parametrize("url", ["no-url", "/index.php", "http:", "://", "http://"])
+    def test_of_the_url_is_null_with_its_error(self, transport, url):
+        answer = transport.request("text", url, "body")
+        assert answer.text is None
+        assert answer.error not in (0, ALL_ONES)
 
-    def test_for_want_of_a_url_is_all_ones(self):
-        for kind in ("post", "get"):
-            answer = self.request("nothing", kind)
-            self.assertEqual((answer.text, answer.error), (None, ALL_ONES))
+    @pytest.mark.parametrize("kind", ["post", "get"])
+    def test_for_want_of_a_url_is_all_ones(self, transport, kind):
+        answer = transport.request("nothing", kind)
+        assert (answer.text, answer.error) == (None, ALL_ONES)
 
-    def test_in_the_middle_of_the_body_is_null(self):
+    def test_in_the_middle_of_the_body_is_null(self, transport):
         def answer(client):
             client.read_some(100000)
             # Until the client can send no more: Wine's own send can miss a reset that comes earlier, and hang.
             client.server.wait_end(0.5)
             client.reset()
 
-        server = self.serve(answer)
-        answer = self.post(server, b"x" * (16 << 20))
-        self.assertIsNone(answer.text)
-        self.assertNotEqual(answer.error, 0)
+        server = transport.serve(answer)
+        answer = transport.post(server, b"x" * (16 << 20))
+        assert answer.text is None
+        assert answer.error != 0
 
-    def test_before_any_answer_is_null_or_empty(self):
+    def test_before_any_answer_is_null_or_empty(self, transport):
         # Wine takes it for an empty answer, Windows for a failure; neither confirms an upload.
-        self.assertFalse(self.post(self.serve(lambda client: client.read_request())).text)
+        assert not transport.post(transport.serve(lambda client: client.read_request())).text
 
-    def test_by_an_answer_that_is_not_http_is_null_or_empty(self):
+    def test_by_an_answer_that_is_not_http_is_null_or_empty(self, transport):
         def answer(client):
             client.read_request()
             client.send(b"220 mail server, go away\r\n")
 
-        self.assertFalse(self.post(self.serve(answer)).text)
+        assert not transport.post(transport.serve(answer)).text
 
-    def test_is_forgotten_by_the_next_request(self):
-        self.assertIsNone(self.request("text", f"http://{loopback_address()}/", "body").text)
-        server = self.serve(answering(b"fine"))
-        self.assertEqual(self.post(server).text, b"fine")
+    def test_is_forgotten_by_the_next_request(self, transport):
+        assert transport.request("text", f"http://{loopback_address()}/", "body").text is None
+        server = transport.serve(answering(b"fine"))
+        assert transport.post(server).text == b"fine"
 
-    def test_to_answer_keeps_the_request_waiting_and_does_it_no_harm(self):
+    def test_to_answer_keeps_the_request_waiting_and_does_it_no_harm(self, transport):
         # For a minute; slow_server_test.py waits for its end.
         received = threading.Event()
 
@@ -302,96 +303,100 @@ class AFailure(TransportCase):
             received.set()
             client.server.wait_end()
 
-        server = self.serve(answer)
-        self.host.send("text", server.url + "/", "body")
-        self.assertTrue(received.wait(60))
-        self.assertRaises(WaitTimeout, self.host.receive, timeout=3)
+        server = transport.serve(answer)
+        transport.host.send("text", server.url + "/", "body")
+        assert received.wait(60)
+        with pytest.raises(WaitTimeout):
+            transport.host.receive(timeout=3)
         server.end()
-        self.assertFalse(self.answer(self.host.receive()).text)
-        server = self.serve(answering(b"fine"))
-        self.assertEqual(self.post(server).text, b"fine")
+        assert not transport.answer(transport.host.receive()).text
+        server = transport.serve(answering(b"fine"))
+        assert transport.post(server).text == b"fine"
 
 
-class LittleMemory(TransportCase):
-    def test_for_twice_the_answer_leaves_it_whole(self):
-        for size in (8191, 8192, 100000, 1 << 20):
-            with self.subTest(size):
-                text = bytes(32 + number % 90 for number in range(size))
-                server = self.serve(answering(text))
-                self.host.tell("refuse", len(text) + 8192, 0)
-                self.assertEqual(self.post(server, b"").text, text)
+class TestLittleMemory:
+    @pytest.mark.parametrize("size", [8191, 8192, 100000, 1 << 20])
+    def test_for_twice_the_answer_leaves_it_whole(self, transport, size):
+        text = bytes(32 + number % 90 for number in range(size))
+        server = transport.serve(answering(text))
+        transport.host.tell("refuse", len(text) + 8192, 0)
+        assert transport.post(server, b"").text == text
 
-    def test_for_the_answer_cuts_it(self):
-        server = self.serve(answering(b"x" * 100000))
-        self.host.tell("refuse", 50000, 0)
-        text = self.post(server, b"").text
-        self.assertEqual(text, b"x" * len(text))
-        self.assertGreater(len(text), 50000 - 2 * 8192)
+    def test_for_the_answer_cuts_it(self, transport):
+        server = transport.serve(answering(b"x" * 100000))
+        transport.host.tell("refuse", 50000, 0)
+        text = transport.post(server, b"").text
+        assert text == b"x" * len(text)
+        assert len(text) > 50000 - 2 * 8192
 
-    def test_for_any_block_of_a_request_is_null_with_its_error_and_does_the_next_no_harm(self):
-        server = self.serve(answering(b"f" * 10000))
+    def test_for_any_block_of_a_request_is_null_with_its_error_and_does_the_next_no_harm(self, transport):
+        server = transport.serve(answering(b"f" * 10000))
         url = f"{server.url}/index.php?option=com_mosforms"
         refused = 0
         while True:
-            self.host.tell("refuse", 0, refused + 1)
-            answer = self.request("text", url, "body")
-            self.host.tell("refuse", 0, 0)
+            transport.host.tell("refuse", 0, refused + 1)
+            answer = transport.request("text", url, "body")
+            transport.host.tell("refuse", 0, 0)
             if answer.text:
                 break
-            self.assertEqual((answer.text, answer.error), (None, NOT_ENOUGH_MEMORY))
-            self.assertEqual(self.request("text", url, "body").text, b"f" * 10000)
+            assert (answer.text, answer.error) == (None, NOT_ENOUGH_MEMORY)
+            assert transport.request("text", url, "body").text == b"f" * 10000
             refused += 1
-        self.assertGreaterEqual(refused, 2, "what is cut out of the URL, and the answer")
+        assert refused >= 2, "what is cut out of the URL, and the answer"
 
 
-class ManyRequests(TransportCase):
+class TestManyRequests:
     """Nothing may be left behind by a request, whatever came of it."""
 
-    def assert_nothing_kept(self, *commands, answer, count=120):
+    def assert_nothing_kept(self, transport, *commands, answer, count=120):
         """Gives the commands that many times over; answer is the text that each must get, or None for failures."""
         # What the first ones set up for good (Wine's caches among it) is not counted.
-        self.repeat(commands, answer, 3)
-        before = self.held()
-        self.repeat(commands, answer, count)
-        after = self.held()
-        self.assertEqual(after[:2], before[:2], "blocks and WinINet handles")
-        self.assertGreater(before[2], 0)
-        self.assertLess(after[2] - before[2], 10, "handles of the process")
-        self.host.tell("drop")
-        self.assertEqual(self.held()[:2], (0, 0), "blocks and WinINet handles at the end")
+        self.repeat(transport, commands, answer, 3)
+        before = self.held(transport)
+        self.repeat(transport, commands, answer, count)
+        after = self.held(transport)
+        assert after[:2] == before[:2], "blocks and WinINet handles"
+        assert before[2] > 0
+        assert after[2] - before[2] < 10, "handles of the process"
+        transport.host.tell("drop")
+        assert self.held(transport)[:2] == (0, 0), "blocks and WinINet handles at the end"
 
-    def repeat(self, commands, answer, count):
+    def repeat(self, transport, commands, answer, count):
         for command in commands * count:
-            self.host.send(*command)
+            transport.host.send(*command)
         for command in commands * count:
-            line = self.host.receive()
+            line = transport.host.receive()
             if command[0] != "new":
-                self.assertEqual(self.answer(line).text, answer)
+                assert transport.answer(line).text == answer
 
-    def held(self):
-        kind, *counts = self.host.tell("held").split()
-        self.assertEqual(kind, "held")
+    def held(self, transport):
+        kind, *counts = transport.host.tell("held").split()
+        assert kind == "held"
         return tuple(map(int, counts))
 
-    def test_that_succeed_leave_nothing(self):
-        server = self.serve(answering(b"f" * 10000))
-        self.assert_nothing_kept(("text", server.url + "/", "body"), answer=b"f" * 10000)
+    def test_that_succeed_leave_nothing(self, transport):
+        server = transport.serve(answering(b"f" * 10000))
+        self.assert_nothing_kept(transport, ("text", server.url + "/", "body"), answer=b"f" * 10000)
 
-    def test_with_long_answers_leave_nothing(self):
-        server = self.serve(answering(b"x" * 100000))
-        self.assert_nothing_kept(("text", server.url + "/", "body"), answer=b"x" * 100000)
+    def test_with_long_answers_leave_nothing(self, transport):
+        server = transport.serve(answering(b"x" * 100000))
+        self.assert_nothing_kept(transport, ("text", server.url + "/", "body"), answer=b"x" * 100000)
 
-    def test_of_both_kinds_leave_nothing(self):
-        server = self.serve(answering(b"fine"))
-        self.assert_nothing_kept(("get", server.url + "/"), ("text", server.url + "/", "body"), answer=b"fine")
+    def test_of_both_kinds_leave_nothing(self, transport):
+        server = transport.serve(answering(b"fine"))
+        self.assert_nothing_kept(
+            transport, ("get", server.url + "/"), ("text", server.url + "/", "body"), answer=b"fine"
+        )
 
-    def test_that_fail_to_connect_leave_nothing(self):
+    def test_that_fail_to_connect_leave_nothing(self, transport):
         url = f"http://{loopback_address()}/"
-        self.assert_nothing_kept(("text", url, "body"), ("get", url), answer=None)
+        self.assert_nothing_kept(transport, ("text", url, "body"), ("get", url), answer=None)
 
-    def test_without_a_sensible_url_leave_nothing(self):
-        self.assert_nothing_kept(("text", "no-url", "body"), ("get", "no-url"), ("nothing", "post"), answer=None)
+    def test_without_a_sensible_url_leave_nothing(self, transport):
+        self.assert_nothing_kept(
+            transport, ("text", "no-url", "body"), ("get", "no-url"), ("nothing", "post"), answer=None
+        )
 
-    def test_of_many_transports_leave_nothing(self):
-        server = self.serve(answering(b"fine"))
-        self.assert_nothing_kept(("new",), ("text", server.url + "/", "body"), answer=b"fine")
+    def test_of_many_transports_leave_nothing(self, transport):
+        server = transport.serve(answering(b"fine"))
+        self.assert_nothing_kept(transport, ("new",), ("text", server.url + "/", "body"), answer=b"fine")
