@@ -5,7 +5,6 @@ import time
 import upload_dialog_test
 from testing import report_dialog
 from testing.processes import wait_until
-from testing.runner import Case
 from testing.driven_host import DrivenHost
 from testing.loopback import loopback_address
 from testing.upload_body import CONFIRMATION
@@ -41,11 +40,11 @@ class SlowServer(WebServer):
 class Dialog:
     """The dialog of an upload report to that address, on a desktop of its own."""
 
-    def __init__(self, case, address):
-        self.screen = case.desktop(width=1024, height=768)
-        self.wine = case.wine(self.screen, locale="ru_RU.UTF-8")
-        self.probe = case.product("dialog_probe.exe")
-        self.report = UploadHost(case, address=address, wine=self.wine).drive()
+    def __init__(self, stage, address):
+        self.screen = stage.desktop(width=1024, height=768)
+        self.wine = stage.wine(self.screen, locale="ru_RU.UTF-8")
+        self.probe = stage.product("dialog_probe.exe")
+        self.report = UploadHost(stage, address=address, wine=self.wine).drive()
         self.report.tell("new")
         self.report.send("dialog")
 
@@ -56,61 +55,60 @@ class Dialog:
         return self.wine.run(self.probe).text.split()
 
 
-class AUserWithASlowServer(Case):
-    def test_is_held_for_a_minute_and_what_has_come_by_then_counts(self):
+def took_the_limit(seconds):
+    return LIMIT - 1 < seconds < LIMIT + LATE
+
+
+class TestUserWithASlowServer:
+    def test_is_held_for_a_minute_and_what_has_come_by_then_counts(self, stage):
         """All at once, because each takes a minute."""
-        dripping = self.enterContext(SlowServer(b"Well: " + CONFIRMATION, bytes_more=1000))
-        dialog = Dialog(self, dripping.address)
+        dripping = stage.enter_context(SlowServer(b"Well: " + CONFIRMATION, bytes_more=1000))
+        dialog = Dialog(stage, dripping.address)
         dialog.press("Upload Report")
 
         servers = {
-            "drips": self.enterContext(SlowServer(b"Well: ", bytes_more=1000)),
-            "stops in the middle": self.enterContext(SlowServer(b"x" * 10000, bytes_more=2)),
-            "never answers": self.enterContext(SlowServer(None)),
+            "drips": stage.enter_context(SlowServer(b"Well: ", bytes_more=1000)),
+            "stops in the middle": stage.enter_context(SlowServer(b"x" * 10000, bytes_more=2)),
+            "never answers": stage.enter_context(SlowServer(None)),
         }
-        hosts = {name: DrivenHost(self.wine(), self.product("transport_host.exe")) for name in servers}
+        hosts = {name: DrivenHost(stage.wine(), stage.product("transport_host.exe")) for name in servers}
         for name, host in hosts.items():
             host.send("text", servers[name].url + "/", "body")
 
-        self.assertEqual(dialog.report.receive(timeout=LIMIT + LATE + 60), "1", "thanked, and closed by itself")
-        self.assert_took_the_limit(time.monotonic() - dripping.arrived)
+        assert dialog.report.receive(timeout=LIMIT + LATE + 60) == "1", "thanked, and closed by itself"
+        assert took_the_limit(time.monotonic() - dripping.arrived)
         report_dialog.wait_closed(dialog.screen)
 
         answers = {name: host.receive(timeout=LIMIT + LATE).split() for name, host in hosts.items()}
         for name, (kind, *values) in answers.items():
-            with self.subTest(name):
-                self.assert_took_the_limit(int(values[-1]) / 1000)
-                text = bytes.fromhex(values[0]) if kind == "answer" and len(values) == 2 else b""
-                if name == "drips":
-                    self.assertEqual(text.rstrip(b"."), b"Well: ")
-                    self.assertGreater(len(text), len(b"Well: ") + LIMIT // 2)
-                elif name == "stops in the middle":
-                    self.assertEqual(text, b"x" * 10000 + b"..")
-                else:
-                    self.assertEqual(text, b"")
-
-    def assert_took_the_limit(self, seconds):
-        self.assertGreater(seconds, LIMIT - 1)
-        self.assertLess(seconds, LIMIT + LATE)
+            assert took_the_limit(int(values[-1]) / 1000), (name, values[-1])
+            text = bytes.fromhex(values[0]) if kind == "answer" and len(values) == 2 else b""
+            if name == "drips":
+                assert text.rstrip(b".") == b"Well: ", name
+                assert len(text) > len(b"Well: ") + LIMIT // 2, name
+            elif name == "stops in the middle":
+                assert text == b"x" * 10000 + b"..", name
+            else:
+                assert text == b"", name
 
 
-class AUserWithAServerThatSendsTooMuch(Case):
+class TestUserWithAServerThatSendsTooMuch:
     """More than the bound; then it waits, so that only the bound ends the answer."""
 
-    def serve(self, text):
-        return self.enterContext(SlowServer(text * (MOST // len(text) + 10000)))
+    def serve(self, stage, text):
+        return stage.enter_context(SlowServer(text * (MOST // len(text) + 10000)))
 
-    def test_can_try_again_after_16_megabytes(self):
-        dialog = Dialog(self, self.serve(b"Data ").address)
+    def test_can_try_again_after_16_megabytes(self, stage):
+        dialog = Dialog(stage, self.serve(stage, b"Data ").address)
         dialog.press("Upload Report")
-        failed = upload_dialog_test.WhatTheDialogShows.FAILED.encode("cp1251").hex()
+        failed = upload_dialog_test.FAILED.encode("cp1251").hex()
         wait_until(lambda: dialog.shown() == [failed, "1", "1"], "the failure", LIMIT - 1, seen=dialog.shown)
         dialog.press("Close")
-        self.assertEqual(dialog.report.receive(), "2")
+        assert dialog.report.receive() == "2"
 
-    def test_gets_the_16_megabytes(self):
-        server = self.serve(b"0123456789")
-        host = DrivenHost(self.wine(), self.product("transport_host.exe"))
+    def test_gets_the_16_megabytes(self, stage):
+        server = self.serve(stage, b"0123456789")
+        host = DrivenHost(stage.wine(), stage.product("transport_host.exe"))
         host.send("text", server.url + "/", "body")
         kind, text, _ = host.receive(LIMIT - 1).split()
-        self.assertEqual((kind, bytes.fromhex(text)), ("answer", (b"0123456789" * (MOST // 10 + 1))[:MOST]))
+        assert (kind, bytes.fromhex(text)) == ("answer", (b"0123456789" * (MOST // 10 + 1))[:MOST])
