@@ -1,6 +1,6 @@
 #include "win/fault_guard.h"
 
-const char exception_marker[] = "SEHWendaxExceptionGenerated";
+const char kExceptionMarker[] = "SEHWendaxExceptionGenerated";
 
 namespace win {
 
