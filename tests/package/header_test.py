@@ -2,7 +2,8 @@
 
 import subprocess
 
-from testing import runner
+import pytest
+
 from testing.processes import REPO
 
 MINGW_HEADERS = "/usr/i686-w64-mingw32/include"
@@ -80,66 +81,84 @@ void make_and_delete() {
 WINDOWS = "#include <windows.h>\n"
 BEFORE = '#include "wendax.h"\n' + WINDOWS + "{}"
 ORDERS = {"alone": "{}", "after windows.h": WINDOWS + "{}", "before windows.h": BEFORE}
+STRICTNESS = {
+    "not strict": "#define NO_STRICT\n",
+    "strict": "#define STRICT\n",
+    "both": "#define STRICT\n#define NO_STRICT\n",
+}
 C_STANDARDS = ("c89", "c99", "c11", "c17", "gnu17")
 CXX_STANDARDS = ("c++98", "c++11", "c++14", "c++17", "c++20", "gnu++20")
 
 
-class Header(runner.Case):
-    def compile(self, compiler, language, standard, source):
-        return subprocess.run(
-            [*compiler, *STRICT, f"-x{language}", f"-std={standard}", "-"],
-            input=source,
-            text=True,
-            capture_output=True,
-            timeout=120,
-            check=False,
-        )
+def compiled(compiler, language, standard, source):
+    return subprocess.run(
+        [*compiler, *STRICT, f"-x{language}", f"-std={standard}", "-"],
+        input=source,
+        text=True,
+        capture_output=True,
+        timeout=120,
+        check=False,
+    )
 
-    def check(self, compiler, language, standards, use, orders=None):
-        for standard in standards:
-            for order, frame in (orders or ORDERS).items():
-                with self.subTest(standard=standard, order=order):
-                    done = self.compile(compiler, language, standard, frame.format(use))
-                    self.assertEqual((done.returncode, done.stderr), (0, ""))
 
-    def test_c_in_the_microsoft_mode(self):
-        self.check(CLANG, "c", C_STANDARDS, FUNCTIONS)
+def assert_clean(compiler, language, standard, source):
+    done = compiled(compiler, language, standard, source)
+    assert (done.returncode, done.stderr) == (0, "")
 
-    def test_cxx_in_the_microsoft_mode_has_classes_and_helper(self):
-        self.check([*CLANG, "-fcxx-exceptions"], "c++", CXX_STANDARDS, CLASSES)
 
-    def test_hosts_choose_how_strict_windows_h_is_about_handles(self):
-        orders = {
-            f"{definitions} {order}": definitions + ORDERS[order]
-            for order in ("after windows.h", "before windows.h")
-            for definitions in ("#define NO_STRICT\n", "#define STRICT\n", "#define STRICT\n#define NO_STRICT\n")
-        }
-        self.check([*CLANG, "-fcxx-exceptions"], "c++", ("c++98", "c++17"), CLASSES, orders)
+in_every_order = pytest.mark.parametrize("frame", ORDERS.values(), ids=ORDERS)
 
-    def test_c_with_gcc(self):
-        self.check(GCC, "c", C_STANDARDS, FUNCTIONS)
 
-    def test_cxx_with_gcc_has_the_functions(self):
-        self.check(GCC, "c++", CXX_STANDARDS, FUNCTIONS)
+@in_every_order
+@pytest.mark.parametrize("standard", C_STANDARDS)
+def test_c_in_the_microsoft_mode(standard, frame):
+    assert_clean(CLANG, "c", standard, frame.format(FUNCTIONS))
 
-    def test_cxx_with_gcc_has_no_classes(self):
-        done = self.compile(GCC, "c++", "c++17", CLASSES)
-        self.assertIn("CSeException", done.stderr)
-        self.assertNotEqual(done.returncode, 0)
 
-    def test_cxx_host_of_gcc_is_told_what_works(self):
-        done = subprocess.run(
-            [*GCC, f"-I{REPO}/include", "-xc++", "-S", "-o/dev/null", "-"],
-            text=True,
-            timeout=120,
-            input='#include "wendax.h"\nint main() { WendaxCoverThread(); }\n',
-            capture_output=True,
-            check=False,
-        )
-        self.assertIn("examples/c-host shows what works with GCC", done.stderr)
+@in_every_order
+@pytest.mark.parametrize("standard", CXX_STANDARDS)
+def test_cxx_in_the_microsoft_mode_has_classes_and_helper(standard, frame):
+    assert_clean([*CLANG, "-fcxx-exceptions"], "c++", standard, frame.format(CLASSES))
 
-    def test_other_targets_are_told(self):
-        for compiler in (["gcc"], ["clang-19", "--target=x86_64-pc-windows-msvc"]):
-            with self.subTest(compiler):
-                done = self.compile(compiler, "c", "c99", '#include "wendax.h"\n')
-                self.assertIn("Wendax is for 32-bit Windows programs", done.stderr)
+
+@pytest.mark.parametrize("order", ("after windows.h", "before windows.h"))
+@pytest.mark.parametrize("definitions", STRICTNESS.values(), ids=STRICTNESS)
+@pytest.mark.parametrize("standard", ("c++98", "c++17"))
+def test_hosts_choose_how_strict_windows_h_is_about_handles(standard, definitions, order):
+    assert_clean([*CLANG, "-fcxx-exceptions"], "c++", standard, definitions + ORDERS[order].format(CLASSES))
+
+
+@in_every_order
+@pytest.mark.parametrize("standard", C_STANDARDS)
+def test_c_with_gcc(standard, frame):
+    assert_clean(GCC, "c", standard, frame.format(FUNCTIONS))
+
+
+@in_every_order
+@pytest.mark.parametrize("standard", CXX_STANDARDS)
+def test_cxx_with_gcc_has_the_functions(standard, frame):
+    assert_clean(GCC, "c++", standard, frame.format(FUNCTIONS))
+
+
+def test_cxx_with_gcc_has_no_classes():
+    done = compiled(GCC, "c++", "c++17", CLASSES)
+    assert "CSeException" in done.stderr
+    assert done.returncode != 0
+
+
+def test_cxx_host_of_gcc_is_told_what_works():
+    done = subprocess.run(
+        [*GCC, f"-I{REPO}/include", "-xc++", "-S", "-o/dev/null", "-"],
+        text=True,
+        timeout=120,
+        input='#include "wendax.h"\nint main() { WendaxCoverThread(); }\n',
+        capture_output=True,
+        check=False,
+    )
+    assert "examples/c-host shows what works with GCC" in done.stderr
+
+
+@pytest.mark.parametrize("compiler", (["gcc"], ["clang-19", "--target=x86_64-pc-windows-msvc"]), ids=("gcc", "clang"))
+def test_other_targets_are_told(compiler):
+    done = compiled(compiler, "c", "c99", '#include "wendax.h"\n')
+    assert "Wendax is for 32-bit Windows programs" in done.stderr

@@ -1,65 +1,57 @@
 """Reports made by hosts with the C runtime of the library and with others: their memory, and what happens without any."""
 
-from testing import runner
+import pytest
 
 LIBRARYS = "the library's, given back"
 HOSTS = "the host's, given back"
 LOST = "out of memory"
 
 
-class Memory(runner.Case):
-    program = "memory_host.exe"
+@pytest.fixture(params=("memory_host.exe", "memory_msvcr120_host.exe", "memory_vcruntime140_host.exe"))
+def lines(stage, desktop, request):
+    """lines(way): {what: how it went}, as the host prints it."""
 
-    def lines(self, way):
-        told = self.wine(self.desktop()).run(self.product(self.program), way, check=True).text
+    def run(way):
+        told = stage.wine(desktop).run(stage.product(request.param), way, check=True).text
         return dict(line.split(": ", 1) for line in told.splitlines())
 
-    def test_goes_back_where_it_came_from(self):
-        self.assertEqual(
-            self.lines("made"),
-            {
-                "new": LIBRARYS,
-                "new 2": LIBRARYS,
-                "derived": LIBRARYS,
-                "derived 2": LIBRARYS,
-                "nothrow": LIBRARYS,
-                "nothrow 2": LIBRARYS,
-                "debug": LIBRARYS,
-                "foreign": HOSTS,
-                "foreign 2": HOSTS,
-                "process heap": HOSTS,
-                "no heap": "nobody's, kept",
-                "placement": "in its place",
-            },
-        )
-
-    def test_of_a_report_within_a_report_goes_back(self):
-        self.assertEqual(self.lines("nested"), {"blocks kept": "0"})
-
-    def test_that_is_gone_is_an_exception_that_the_host_can_name(self):
-        self.assertEqual(
-            self.lines("exhausted"),
-            {
-                "new": LOST,
-                "derived": LOST,
-                "nothrow": "returned",
-                "AddAttachment": LOST,
-                "AttachScreenCopy": LOST,
-                "GenerateEmail": LOST,
-                "PostRequest": LOST,
-                "AddAttachment 2": LOST,
-                "CreateScreenCopy": LOST,
-                "CreateSystemInfo": LOST,
-                "Upload": LOST,
-                "OpenCrushReport": "returned",
-                "README": "returned",
-            },
-        )
+    return run
 
 
-class MemoryWithMsvcr120(Memory):
-    program = "memory_msvcr120_host.exe"
+def test_goes_back_where_it_came_from(lines):
+    assert lines("made") == {
+        "new": LIBRARYS,
+        "new 2": LIBRARYS,
+        "derived": LIBRARYS,
+        "derived 2": LIBRARYS,
+        "nothrow": LIBRARYS,
+        "nothrow 2": LIBRARYS,
+        "debug": LIBRARYS,
+        "foreign": HOSTS,
+        "foreign 2": HOSTS,
+        "process heap": HOSTS,
+        "no heap": "nobody's, kept",
+        "placement": "in its place",
+    }
 
 
-class MemoryWithVcruntime140(Memory):
-    program = "memory_vcruntime140_host.exe"
+def test_of_a_report_within_a_report_goes_back(lines):
+    assert lines("nested") == {"blocks kept": "0"}
+
+
+def test_that_is_gone_is_an_exception_that_the_host_can_name(lines):
+    assert lines("exhausted") == {
+        "new": LOST,
+        "derived": LOST,
+        "nothrow": "returned",
+        "AddAttachment": LOST,
+        "AttachScreenCopy": LOST,
+        "GenerateEmail": LOST,
+        "PostRequest": LOST,
+        "AddAttachment 2": LOST,
+        "CreateScreenCopy": LOST,
+        "CreateSystemInfo": LOST,
+        "Upload": LOST,
+        "OpenCrushReport": "returned",
+        "README": "returned",
+    }

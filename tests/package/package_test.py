@@ -11,7 +11,9 @@ import subprocess
 import tempfile
 import zipfile
 
-from testing import documents, report_dialog, runner
+import pytest
+
+from testing import documents, report_dialog
 from testing.host import Host
 from testing.processes import REPO
 
@@ -75,77 +77,77 @@ def configure(source, build, prefix, *options):
     )
 
 
-class PackageCase(runner.Case):
-    def build(self, source, prefix=None):
-        """Builds a consumer's project; returns the folder in which the program lies."""
-        build = self.artifacts / "build"
-        configure(source, build, prefix or unpacked())
-        run("cmake", "--build", build)
-        return build
-
-    def report_of(self, program):
-        """Runs a copied program with what lies beside it; returns its message."""
-        desktop = self.desktop()
-        host = Host(self, "smallest.exe", files=(), desktop=desktop)
-        host.exe.unlink()
-        for file in program.parent.glob("*.*"):
-            if file.suffix in (".exe", ".dll"):
-                shutil.copy(file, host.folder)
-        host.exe = host.folder / program.name
-        process = host.start()
-        report_dialog.press(desktop, "Open Error Report")
-        message = host.wait_messages(1)[0]
-        self.assertEqual(process.wait_family(), 0)
-        return message
+def build_host(stage, source, prefix=None):
+    """Builds a consumer's project; returns the folder in which the program lies."""
+    build = stage.artifacts / "build"
+    configure(source, build, prefix or unpacked())
+    run("cmake", "--build", build)
+    return build
 
 
-class Package(PackageCase):
+def report_of(stage, program):
+    """Runs a copied program with what lies beside it; returns its message."""
+    desktop = stage.desktop()
+    host = Host(stage, "smallest.exe", files=(), desktop=desktop)
+    host.exe.unlink()
+    for file in program.parent.glob("*.*"):
+        if file.suffix in (".exe", ".dll"):
+            shutil.copy(file, host.folder)
+    host.exe = host.folder / program.name
+    process = host.start()
+    report_dialog.press(desktop, "Open Error Report")
+    message = host.wait_messages(1)[0]
+    assert process.wait_family() == 0
+    return message
+
+
+class TestPackage:
     def test_zip_holds_what_the_list_says(self):
         root = unpacked()
         found = sorted(str(path.relative_to(root)) for path in root.rglob("*") if path.is_file())
         folders = ("docs/", "examples/")  # their files come and go; the rest is what others rely on
         listed = [name for name in found if not name.startswith(folders)]
-        self.assertEqual(listed, (HERE / "package_files.txt").read_text().splitlines())
+        assert listed == (HERE / "package_files.txt").read_text().splitlines()
         for name in ("docs/host-guide.md", "docs/images/email-dialog.png", "examples/upload-server/public/index.php"):
-            self.assertIn(name, found)
+            assert name in found
 
     def test_zip_is_named_after_the_version_of_the_dlls(self):
         version = re.search(r"^project\(Wendax VERSION (\S+)", (REPO / "CMakeLists.txt").read_text(), re.M)[1]
-        self.assertEqual(unpacked().name, f"Wendax-{version}-win32")
+        assert unpacked().name == f"Wendax-{version}-win32"
         for name in RUNTIME:
             content = (unpacked() / "bin" / name).read_bytes()
             for key in ("FileVersion", "ProductVersion"):
                 at = content.index(key.encode("utf-16-le") + b"\0\0")
                 text = content[at : at + 120].decode("utf-16-le", "replace")
-                self.assertIn(version.replace(".", ", ") + ", 0", text, name)
+                assert version.replace(".", ", ") + ", 0" in text, name
 
     def test_links_between_the_documents_lead_somewhere(self):
-        self.assertEqual(documents.broken_links(unpacked(), unpacked().rglob("*.md")), [])
+        assert documents.broken_links(unpacked(), unpacked().rglob("*.md")) == []
 
-    def test_first_report_of_the_readme_works_as_it_stands(self):
+    def test_first_report_of_the_readme_works_as_it_stands(self, stage):
         text = (unpacked() / "README.md").read_text("utf-8")
-        project = self.artifacts / "project"
+        project = stage.artifacts / "project"
         project.mkdir()
         blocks = dict(re.findall(r"```(cmake|cpp)\n(.*?)```", text, re.DOTALL)[:2])
         (project / "CMakeLists.txt").write_text(blocks["cmake"])
         (project / "host.cpp").write_text(blocks["cpp"])
-        build = self.build(project)
-        self.assertEqual(sorted(file.name for file in build.glob("*.dll")), RUNTIME)
-        message = self.report_of(build / "host.exe")
-        self.assertIn(b"EXCEPTION_ACCESS_VIOLATION", message.body)
+        build = build_host(stage, project)
+        assert sorted(file.name for file in build.glob("*.dll")) == RUNTIME
+        message = report_of(stage, build / "host.exe")
+        assert b"EXCEPTION_ACCESS_VIOLATION" in message.body
 
-    def test_pdbs_are_copied_on_request(self):
-        project = self.artifacts / "project"
+    def test_pdbs_are_copied_on_request(self, stage):
+        project = stage.artifacts / "project"
         shutil.copytree(unpacked() / "examples" / "smallest", project)
         listing = project / "CMakeLists.txt"
         listing.write_text(listing.read_text().replace("runtime(smallest)", "runtime(smallest PDBS)"))
-        self.assertTrue((self.build(project) / "faultkit.pdb").exists())
+        assert (build_host(stage, project) / "faultkit.pdb").exists()
 
-    def test_hosts_that_it_is_not_for_are_told_why(self):
-        project = self.artifacts / "project"
+    def test_hosts_that_it_is_not_for_are_told_why(self, stage):
+        project = stage.artifacts / "project"
         project.mkdir()
         (project / "CMakeLists.txt").write_text(
-            "cmake_minimum_required(VERSION 3.16)\nproject(host LANGUAGES C)\n" "find_package(Wendax REQUIRED)\n"
+            "cmake_minimum_required(VERSION 3.16)\nproject(host LANGUAGES C)\nfind_package(Wendax REQUIRED)\n"
         )
         for settings, reason in (
             ((), "for programs that run on Windows"),
@@ -159,19 +161,19 @@ class Package(PackageCase):
                 "for 32-bit programs",
             ),
         ):
-            with self.subTest(reason), self.assertRaisesRegex(AssertionError, f"Wendax is {reason}"):
+            with pytest.raises(AssertionError, match=f"Wendax is {reason}"):
                 run(
                     "cmake",
                     "-S",
                     project,
                     "-B",
-                    self.artifacts / reason,
+                    stage.artifacts / reason,
                     f"-DCMAKE_PREFIX_PATH={unpacked()}",
                     *settings,
                 )
 
-    def test_reports_go_where_the_host_says(self):
-        project = self.artifacts / "project"
+    def test_reports_go_where_the_host_says(self, stage):
+        project = stage.artifacts / "project"
         shutil.copytree(unpacked() / "examples" / "smallest", project)
         listing = project / "CMakeLists.txt"
         without = listing.read_text()
@@ -179,33 +181,31 @@ class Package(PackageCase):
             ("a@b.example", b"a@b.example\0"),
             ('"Crash Desk <a@b.example>"', b'Crash Desk" <a@b.example>\r\nX-Report-To: "\0'),
         ):
-            with self.subTest(address):
-                listing.write_text(without.replace("runtime(smallest)", f"runtime(smallest SUPPORT_ADDRESS {address})"))
-                self.assertIn(written, (self.build(project) / "Wendax.dll").read_bytes())
+            listing.write_text(without.replace("runtime(smallest)", f"runtime(smallest SUPPORT_ADDRESS {address})"))
+            assert written in (build_host(stage, project) / "Wendax.dll").read_bytes(), address
 
-    def test_misspelt_request_for_the_runtime_is_refused(self):
-        project = self.artifacts / "project"
+    def test_misspelt_request_for_the_runtime_is_refused(self, stage):
+        project = stage.artifacts / "project"
         shutil.copytree(unpacked() / "examples" / "smallest", project)
         listing = project / "CMakeLists.txt"
         listing.write_text(
             listing.read_text().replace("runtime(smallest)", "runtime(smallest SUPORT_ADDRESS a@b.example)")
         )
-        with self.assertRaisesRegex(AssertionError, r"not understood:\s+SUPORT_ADDRESS"):
-            self.build(project)
+        with pytest.raises(AssertionError, match=r"not understood:\s+SUPORT_ADDRESS"):
+            build_host(stage, project)
 
 
-class Examples(PackageCase):
-    def test_each_example_is_a_project_of_its_own(self):
-        for folder, program in EXAMPLES.items():
-            with self.subTest(folder):
-                build = self.artifacts / folder
-                configure(unpacked() / "examples" / folder, build, unpacked())
-                run("cmake", "--build", build)
-                self.assertTrue((build / f"{program}.exe").exists())
-                self.assertEqual(sorted(file.name for file in build.glob("*.dll")), RUNTIME)
+class TestExamples:
+    @pytest.mark.parametrize("folder, program", EXAMPLES.items(), ids=EXAMPLES)
+    def test_each_example_is_a_project_of_its_own(self, stage, folder, program):
+        build = stage.artifacts / folder
+        configure(unpacked() / "examples" / folder, build, unpacked())
+        run("cmake", "--build", build)
+        assert (build / f"{program}.exe").exists()
+        assert sorted(file.name for file in build.glob("*.dll")) == RUNTIME
 
-    def test_format_module_is_a_project_that_links_with_nothing(self):
-        build = self.build(unpacked() / "examples" / "format-module")
+    def test_format_module_is_a_project_that_links_with_nothing(self, stage):
+        build = build_host(stage, unpacked() / "examples" / "format-module")
         exported = subprocess.run(
             ["llvm-readobj-19", "--coff-exports", build / "xbm.dll"],
             text=True,
@@ -213,28 +213,28 @@ class Examples(PackageCase):
             stdout=subprocess.PIPE,
             timeout=60,
         ).stdout
-        self.assertEqual(
-            re.findall(r"Name: (\w+)", exported),
-            ["GetFilterInfo", "GetXBMFileInfo", "LoadXBMImageData", "SaveXBMImageData"],
-        )
+        assert re.findall(r"Name: (\w+)", exported) == [
+            "GetFilterInfo",
+            "GetXBMFileInfo",
+            "LoadXBMImageData",
+            "SaveXBMImageData",
+        ]
 
 
-class Port(PackageCase):
-    def test_host_finds_the_package_where_the_port_puts_it(self):
-        port = self.artifacts / "port"
+class TestPort:
+    def test_host_finds_the_package_where_the_port_puts_it(self, stage):
+        port = stage.artifacts / "port"
         shutil.copytree(REPO / "packaging" / "vcpkg" / "wendax", port)
         (archive,) = unpacked().parent.glob("made/*.zip")
         shutil.copy(archive, port)
-        installed = self.artifacts / "packages"
+        installed = stage.artifacts / "packages"
         run("cmake", f"-DPORT={port}", f"-DCURRENT_PACKAGES_DIR={installed}", "-P", HERE / "vcpkg_stand_in.cmake")
-        self.assertTrue((installed / "tools/wendax/redirect.py").exists())
-        self.assertIn(
-            "wendax_root}/tools/wendax/redirect.py", (installed / "share/wendax/WendaxConfig.cmake").read_text()
-        )
-        self.assertIn("stb", (installed / "share/wendax/copyright").read_text())
-        build = self.build(unpacked() / "examples" / "minidump", installed)
-        self.assertEqual(sorted(file.name for file in build.glob("*.dll")), RUNTIME)
+        assert (installed / "tools/wendax/redirect.py").exists()
+        assert "wendax_root}/tools/wendax/redirect.py" in (installed / "share/wendax/WendaxConfig.cmake").read_text()
+        assert "stb" in (installed / "share/wendax/copyright").read_text()
+        build = build_host(stage, unpacked() / "examples" / "minidump", installed)
+        assert sorted(file.name for file in build.glob("*.dll")) == RUNTIME
 
     def test_port_is_of_the_librarys_version(self):
         told = json.loads((REPO / "packaging/vcpkg/wendax/vcpkg.json").read_text())
-        self.assertEqual(unpacked().name, f"Wendax-{told['version']}-win32")
+        assert unpacked().name == f"Wendax-{told['version']}-win32"

@@ -2,7 +2,7 @@
 
 import shutil
 
-from testing import report_dialog, runner
+from testing import report_dialog
 from testing.host import LIBRARY_FILES, Host
 
 OURS = (*LIBRARY_FILES, "faultkit.dll")
@@ -23,48 +23,52 @@ OF_THE_SYSTEM = (
 AS_WINDOWS = "winemenubuilder.exe=d;mscoree,mshtml=;gdiplus,dbghelp,shdocvw,version,wininet,winspool.drv=n,b"
 
 
-class Planted(runner.Case):
-    def report(self, plant, folder=None):
-        """Makes a whole report; plant(host) puts DLLs somewhere, folder is the current one. Returns the planted ones that
-        were loaded, and the message."""
-        desktop = self.desktop()
-        host = Host(self, "fault_host.exe", files=OURS, desktop=desktop)
-        plant(host)
-        log = host.prefix.drive_c / "planted.log"
-        process = host.start(
-            "--screen",
-            "1",
-            "write",
-            cwd=host.prefix.drive_c / (folder or "host"),
-            env={"PLANTED_LOG": "C:\\planted.log", "WINEDLLOVERRIDES": AS_WINDOWS},
-        )
-        report_dialog.press(desktop, "Open Error Report")
-        message = host.wait_messages(1)[0]
-        process.wait_family()
-        return (log.read_text().splitlines() if log.exists() else []), message
+def report(stage, plant, folder=None):
+    """Makes a whole report; plant(host) puts DLLs somewhere, folder is the current one. Returns the planted ones that
+    were loaded, and the message."""
+    desktop = stage.desktop()
+    host = Host(stage, "fault_host.exe", files=OURS, desktop=desktop)
+    plant(host)
+    log = host.prefix.drive_c / "planted.log"
+    process = host.start(
+        "--screen",
+        "1",
+        "write",
+        cwd=host.prefix.drive_c / (folder or "host"),
+        env={"PLANTED_LOG": "C:\\planted.log", "WINEDLLOVERRIDES": AS_WINDOWS},
+    )
+    report_dialog.press(desktop, "Open Error Report")
+    message = host.wait_messages(1)[0]
+    process.wait_family()
+    return (log.read_text().splitlines() if log.exists() else []), message
 
-    def put(self, folder, names):
-        folder.mkdir(exist_ok=True)
-        for name in names:
-            shutil.copy(self.product("planted.dll"), folder / name)
 
-    def assert_whole(self, message):
-        self.assertIn(b"EXCEPTION_ACCESS_VIOLATION", message.body)
-        self.assertIn("screen_copy.jpg", dict(message.attachments))
+def put(stage, folder, names):
+    folder.mkdir(exist_ok=True)
+    for name in names:
+        shutil.copy(stage.product("planted.dll"), folder / name)
 
-    def test_in_the_current_folder_are_left_alone(self):
-        loaded, message = self.report(
-            lambda host: self.put(host.prefix.drive_c / "elsewhere", OURS + OF_THE_SYSTEM), "elsewhere"
-        )
-        self.assertEqual(loaded, [])
-        self.assert_whole(message)
 
-    def test_in_the_programs_folder_are_left_alone_where_the_library_names_the_place(self):
-        loaded, message = self.report(lambda host: self.put(host.folder, ("gdiplus.dll", "dbghelp.dll")))
-        self.assertEqual(loaded, [])
-        self.assert_whole(message)
+def assert_whole(message):
+    assert b"EXCEPTION_ACCESS_VIOLATION" in message.body
+    assert "screen_copy.jpg" in dict(message.attachments)
 
-    def test_are_seen_when_they_are_loaded(self):
-        # The one library whose plain name is kept: the program's folder comes first.
-        loaded, _ = self.report(lambda host: self.put(host.folder, ("shdocvw.dll",)))
-        self.assertEqual(loaded, ["C:\\host\\shdocvw.dll"])
+
+def test_in_the_current_folder_are_left_alone(stage):
+    loaded, message = report(
+        stage, lambda host: put(stage, host.prefix.drive_c / "elsewhere", OURS + OF_THE_SYSTEM), "elsewhere"
+    )
+    assert loaded == []
+    assert_whole(message)
+
+
+def test_in_the_programs_folder_are_left_alone_where_the_library_names_the_place(stage):
+    loaded, message = report(stage, lambda host: put(stage, host.folder, ("gdiplus.dll", "dbghelp.dll")))
+    assert loaded == []
+    assert_whole(message)
+
+
+def test_are_seen_when_they_are_loaded(stage):
+    # The one library whose plain name is kept: the program's folder comes first.
+    loaded, _ = report(stage, lambda host: put(stage, host.folder, ("shdocvw.dll",)))
+    assert loaded == ["C:\\host\\shdocvw.dll"]
