@@ -1,13 +1,9 @@
-"""Runs hosts that fault, and takes what faultkit.dll says about it apart."""
+"""Takes apart what faultkit.dll says about faults."""
 
 import dataclasses
 import functools
-import pathlib
 import re
-import shutil
-import tempfile
 
-from testing import runner
 from testing.processes import REPO
 
 FRAME = re.compile(
@@ -65,38 +61,21 @@ def source_line(frame):
     return source(frame["file"])[int(frame["line"]) - 1].strip()
 
 
-class DescribingCase(runner.Case):
-    """Hosts run in folders of their own, so that what lies beside them, PDBs or not, is the test's choice."""
+def take_apart(text, truth):
+    """The Description in what a host printed from one fault's name on."""
+    fault, _, rest = text.partition("\nCrush Expantion:\n")
+    reason, _, rest = rest.partition("\n\nStack Trace:\n")
+    lines = rest.rstrip("\n").split("\n")
+    after = next((at for at, line in enumerate(lines) if line.startswith("--- ")), len(lines))
+    return Description(fault, reason.split("\n"), [line for line in lines[:after] if line], lines[after:], truth)
 
-    FILES = ("describe_host.exe", "faultkit.dll", "fault_guest.dll")
-    PDBS = ("describe_host.pdb", "fault_guest.pdb")
 
-    def folder(self, *names):
-        folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
-        for name in names:
-            shutil.copy(self.product(name), folder)
-        return folder
-
-    def describe(self, *args, pdbs=True, folder=None, env=None, wine=None):
-        """The Descriptions of the faults in args, in order."""
-        folder = folder or self.folder(*self.FILES, *(self.PDBS if pdbs else ()))
-        done = (wine or self.wine()).run(folder / "describe_host.exe", *args, cwd=folder, env=env)
-        self.assertEqual(done.returncode, 0, done)
-        before, *parts = done.text.split("=== ")
-        descriptions = []
-        for part in parts:
-            # The host notes the truth before it faults, so it stands at the end of what came before.
-            descriptions.append(self.take_apart(part, before.partition("--- truth")[2].split()))
-            before = part
-        return descriptions
-
-    def describe_one(self, *args, **options):
-        (description,) = self.describe(*args, **options)
-        return description
-
-    def take_apart(self, text, truth):
-        fault, _, rest = text.partition("\nCrush Expantion:\n")
-        reason, _, rest = rest.partition("\n\nStack Trace:\n")
-        lines = rest.rstrip("\n").split("\n")
-        after = next((at for at, line in enumerate(lines) if line.startswith("--- ")), len(lines))
-        return Description(fault, reason.split("\n"), [line for line in lines[:after] if line], lines[after:], truth)
+def take_all_apart(text):
+    """The Descriptions in all that a host printed, in order."""
+    before, *parts = text.split("=== ")
+    descriptions = []
+    for part in parts:
+        # The host notes the truth before it faults, so it stands at the end of what came before.
+        descriptions.append(take_apart(part, before.partition("--- truth")[2].split()))
+        before = part
+    return descriptions

@@ -1,9 +1,11 @@
 """WriteFaultDump: minidumps, read by other readers than the one that wrote them."""
 
+import re
 import struct
 import subprocess
 
-from describing import DescribingCase
+import pytest
+
 
 THREADS, MODULES, EXCEPTION, SYSTEM = 3, 4, 6, 7  # kinds of stream
 
@@ -46,63 +48,66 @@ class Minidump:
         return found
 
 
-class Dump(DescribingCase):
-    def dump(self, *faults, args=()):
-        """(Description, path of the dump) of the last fault."""
-        folder = self.folder(*self.FILES)
-        descriptions = self.describe(*args, "--dump", "fault.dmp", *faults, folder=folder)
-        self.assertEqual(descriptions[-1].after, ["--- dump 1 error 0"])
-        return descriptions[-1], folder / "fault.dmp"
+def dump_of(describer, *faults, args=()):
+    """(Description, path of the dump) of the last fault."""
+    folder = describer.folder(*describer.FILES)
+    descriptions = describer.describe(*args, "--dump", "fault.dmp", *faults, folder=folder)
+    assert descriptions[-1].after == ["--- dump 1 error 0"]
+    return descriptions[-1], folder / "fault.dmp"
 
-    def test_holds_the_fault_and_the_stack_that_the_text_tells_of(self):
-        for fault, code in {"write": 0xC0000005, "divide": 0xC0000094}.items():
-            with self.subTest(fault):
-                description, path = self.dump(fault)
-                dump = Minidump(path.read_bytes())
-                thread, told, address = dump.exception
-                self.assertEqual(told, code)
-                self.assertEqual(f"{address:08X}", description.frames[0]["address"])
-                eip, esp = dump.context
-                self.assertEqual(eip, address)
-                self.assertIn(f"Thread: {thread:08X}", description.reason)
-                start, stack = dump.threads[thread]
-                self.assertLessEqual(start, esp)
-                # Every return address of the text is found in the stack, in that order.
-                at = esp - start
-                for frame in description.frames[1:]:
-                    if not frame["inlined"]:
-                        at = stack.find(struct.pack("<I", int(frame["address"], 16)), at)
-                        self.assertGreaterEqual(at, 0, frame[0])
 
-    def test_is_opened_by_other_readers(self):
-        _, path = self.dump("write")
-        told = subprocess.run(["obj2yaml-19", path], capture_output=True, text=True, check=True).stdout
-        self.assertRegex(told, r"Exception Code: +0xC0000005")
-        self.assertIn("describe_host.exe", told)
-        self.assertRegex(told, r"Processor Arch: +X86")
+@pytest.mark.parametrize("fault, code", {"write": 0xC0000005, "divide": 0xC0000094}.items(), ids=("write", "divide"))
+def test_holds_the_fault_and_the_stack_that_the_text_tells_of(describer, fault, code):
+    description, path = dump_of(describer, fault)
+    dump = Minidump(path.read_bytes())
+    thread, told, address = dump.exception
+    assert told == code
+    assert f"{address:08X}" == description.frames[0]["address"]
+    eip, esp = dump.context
+    assert eip == address
+    assert f"Thread: {thread:08X}" in description.reason
+    start, stack = dump.threads[thread]
+    assert start <= esp
+    # Every return address of the text is found in the stack, in that order.
+    at = esp - start
+    for frame in description.frames[1:]:
+        if not frame["inlined"]:
+            at = stack.find(struct.pack("<I", int(frame["address"], 16)), at)
+            assert at >= 0, frame[0]
 
-    def test_replaces_what_is_there(self):
-        folder = self.folder(*self.FILES)
-        (folder / "fault.dmp").write_bytes(b"x" * 1_000_000)
-        self.describe("--dump", "fault.dmp", "write", folder=folder)
-        Minidump((folder / "fault.dmp").read_bytes())
-        self.assertLess((folder / "fault.dmp").stat().st_size, 900_000)
 
-    def test_names_the_faulting_thread_when_another_one_writes_it(self):
-        # With its stack nearly used up, the faulting thread has the dump written for it.
-        description, path = self.dump("little-stack", args=["--thread"])
-        thread, code, _ = Minidump(path.read_bytes()).exception
-        self.assertEqual(code, 0xC0000005)
-        self.assertIn(f"Thread: {thread:08X}", description.reason)
+def test_is_opened_by_other_readers(describer):
+    _, path = dump_of(describer, "write")
+    told = subprocess.run(["obj2yaml-19", path], capture_output=True, text=True, check=True).stdout
+    assert re.search(r"Exception Code: +0xC0000005", told)
+    assert "describe_host.exe" in told
+    assert re.search(r"Processor Arch: +X86", told)
 
-    def test_failure_leaves_no_file_and_says_why(self):
-        for path, error in {"": 87, "no such folder\\fault.dmp": 3}.items():
-            with self.subTest(path):
-                folder = self.folder(*self.FILES)
-                description = self.describe_one("--dump", path, "write", folder=folder)
-                self.assertEqual(description.after, [f"--- dump 0 error {error}"])
-                self.assertEqual(sorted(file.name for file in folder.iterdir()), sorted(self.FILES))
 
-    def test_without_pointers_there_is_a_dump_without_a_fault(self):
-        _, path = self.dump("write", args=["--pointers", "null"])
-        self.assertNotIn(EXCEPTION, Minidump(path.read_bytes()).streams)
+def test_replaces_what_is_there(describer):
+    folder = describer.folder(*describer.FILES)
+    (folder / "fault.dmp").write_bytes(b"x" * 1_000_000)
+    describer.describe("--dump", "fault.dmp", "write", folder=folder)
+    Minidump((folder / "fault.dmp").read_bytes())
+    assert (folder / "fault.dmp").stat().st_size < 900_000
+
+
+def test_names_the_faulting_thread_when_another_one_writes_it(describer):
+    # With its stack nearly used up, the faulting thread has the dump written for it.
+    description, path = dump_of(describer, "little-stack", args=["--thread"])
+    thread, code, _ = Minidump(path.read_bytes()).exception
+    assert code == 0xC0000005
+    assert f"Thread: {thread:08X}" in description.reason
+
+
+@pytest.mark.parametrize("path, error", {"": 87, "no such folder\\fault.dmp": 3}.items(), ids=("no name", "no folder"))
+def test_failure_leaves_no_file_and_says_why(describer, path, error):
+    folder = describer.folder(*describer.FILES)
+    description = describer.describe_one("--dump", path, "write", folder=folder)
+    assert description.after == [f"--- dump 0 error {error}"]
+    assert sorted(file.name for file in folder.iterdir()) == sorted(describer.FILES)
+
+
+def test_without_pointers_there_is_a_dump_without_a_fault(describer):
+    _, path = dump_of(describer, "write", args=["--pointers", "null"])
+    assert EXCEPTION not in Minidump(path.read_bytes()).streams

@@ -5,59 +5,59 @@ import shutil
 import subprocess
 import sys
 
-from testing import report_dialog, runner
+from testing import report_dialog
 from testing.host import Host
 from testing.processes import REPO
 
 TOOL = REPO / "tools" / "symbolize" / "symbolize.py"
 
 
-class Report(runner.Case):
-    def report(self, *faults, folder="host"):
-        """The messages that the host's user sends, one for each fault."""
-        desktop = self.desktop()
-        host = Host(self, "fault_host.exe", folder=folder, desktop=desktop)
-        shutil.copy(self.product("faultkit.dll"), host.folder)
-        process = host.start(*faults, limit=280)
-        for count in range(1, len(faults) + 1):
-            report_dialog.press(desktop, "Open Error Report")
-            messages = host.wait_messages(count)
-        process.wait_family()
-        return messages
+def report(stage, *faults, folder="host"):
+    """The messages that the host's user sends, one for each fault."""
+    desktop = stage.desktop()
+    host = Host(stage, "fault_host.exe", folder=folder, desktop=desktop)
+    shutil.copy(stage.product("faultkit.dll"), host.folder)
+    process = host.start(*faults, limit=280)
+    for count in range(1, len(faults) + 1):
+        report_dialog.press(desktop, "Open Error Report")
+        messages = host.wait_messages(count)
+    process.wait_family()
+    return messages
 
-    def test_mail_leads_to_the_faulting_line(self):
-        pdbs = self.artifacts / "pdbs"
-        pdbs.mkdir()
-        for name in ("fault_host.pdb", "Wendax.pdb", "KOBRTL.pdb"):
-            shutil.copy(self.product(name), pdbs)
-        source = (REPO / "tests" / "hosts" / "faults.cpp").read_text("utf-8").splitlines()
-        for message, piece in zip(self.report("write", "divide"), ("= 1;", "sink = 7 / zero;")):
-            done = subprocess.run(
-                [sys.executable, TOOL, message.path, pdbs], capture_output=True, text=True, timeout=200, check=False
-            )
-            self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
-            first = done.stdout.partition("\nStack trace:\n")[2].splitlines()[0]
-            line = re.search(r"faults\.cpp:(\d+)\)", first)[1]
-            self.assertIn(piece, source[int(line) - 1])
-            self.assertRegex(done.stdout, r"\n\S+ fault_host\.exe\+\S+ main \(")
 
-    def test_report_holds_the_whole_description(self):
-        (message,) = self.report("nested")
-        body = message.body.decode("windows-1251")
-        description = body[body.index("Crush Expantion:\n") :]
-        self.assertTrue(
-            description.startswith("Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): "), description
+def test_mail_leads_to_the_faulting_line(stage):
+    pdbs = stage.artifacts / "pdbs"
+    pdbs.mkdir()
+    for name in ("fault_host.pdb", "Wendax.pdb", "KOBRTL.pdb"):
+        shutil.copy(stage.product(name), pdbs)
+    source = (REPO / "tests" / "hosts" / "faults.cpp").read_text("utf-8").splitlines()
+    for message, piece in zip(report(stage, "write", "divide"), ("= 1;", "sink = 7 / zero;")):
+        done = subprocess.run(
+            [sys.executable, TOOL, message.path, pdbs], capture_output=True, text=True, timeout=200, check=False
         )
-        # Reason and stack are parted by one empty line, and the last frame, the thread's start, is there.
-        self.assertRegex(description, r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n")
-        self.assertRegex(description, r"\n[0-9A-F]{8} ntdll\.dll\+[^\n]+\n")
-        # The bound of a body is 33,057 characters; the rest of it must keep its room.
-        self.assertLess(len(description), 26 * 1024 + 200)
+        assert done.returncode == 0, done.stdout + done.stderr
+        first = done.stdout.partition("\nStack trace:\n")[2].splitlines()[0]
+        line = re.search(r"faults\.cpp:(\d+)\)", first)[1]
+        assert piece in source[int(line) - 1]
+        assert re.search(r"\n\S+ fault_host\.exe\+\S+ main \(", done.stdout)
 
-    # A folder named in another alphabet than the system's: the ANSI calls know it as question marks.
-    def test_program_in_a_folder_outside_the_code_page_is_described(self):
-        (message,) = self.report("write", folder="Программа")
-        body = message.body.decode("windows-1251")
-        self.assertNotIn("faultkit.dll was not found", body)
-        self.assertIn("Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): ", body)
-        self.assertRegex(body, r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n")
+
+def test_report_holds_the_whole_description(stage):
+    (message,) = report(stage, "nested")
+    body = message.body.decode("windows-1251")
+    description = body[body.index("Crush Expantion:\n") :]
+    assert description.startswith("Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): "), description
+    # Reason and stack are parted by one empty line, and the last frame, the thread's start, is there.
+    assert re.search(r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n", description)
+    assert re.search(r"\n[0-9A-F]{8} ntdll\.dll\+[^\n]+\n", description)
+    # The bound of a body is 33,057 characters; the rest of it must keep its room.
+    assert len(description) < 26 * 1024 + 200
+
+
+# A folder named in another alphabet than the system's: the ANSI calls know it as question marks.
+def test_program_in_a_folder_outside_the_code_page_is_described(stage):
+    (message,) = report(stage, "write", folder="Программа")
+    body = message.body.decode("windows-1251")
+    assert "faultkit.dll was not found" not in body
+    assert "Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): " in body
+    assert re.search(r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n", body)
