@@ -1,5 +1,5 @@
 # One function per kind of target. A ring is one way to build and test:
-#   product  the DLLs that ship and hosts that load them, clang in the Microsoft ABI
+#   windows  the DLLs that ship and hosts that load them, clang in the Microsoft ABI
 #   mingw    GoogleTest programs over the Windows shells, run under Wine
 #   native   GoogleTest programs over the pure cores, under sanitizers
 include(${CMAKE_CURRENT_LIST_DIR}/ring-${WENDAX_RING}.cmake)
@@ -12,14 +12,14 @@ set(Python3_EXECUTABLE /usr/bin/python3 CACHE FILEPATH "the Python that runs tes
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 # wendax_sources(OUT source...): those that this ring builds. A source says by its name where it builds: foo_win.cpp, which may
-# include windows.h, in product and mingw; foo_product.cpp, which needs structured exceptions or the Microsoft ABI, in the
-# product alone; all others everywhere. Tests likewise: foo_win_test.cpp. A path of another folder is taken as it is.
+# include windows.h, in windows and mingw; foo_product.cpp, which needs structured exceptions or the Microsoft ABI, in
+# windows alone; all others everywhere. Tests likewise: foo_win_test.cpp. A path of another folder is taken as it is.
 function(wendax_sources out)
   set(sources ${ARGN})
   if(WENDAX_RING STREQUAL "native")
     list(FILTER sources EXCLUDE REGEX "_win(_test)?\\.c(pp)?$")
   endif()
-  if(NOT WENDAX_RING STREQUAL "product")
+  if(NOT WENDAX_RING STREQUAL "windows")
     list(FILTER sources EXCLUDE REGEX "_product\\.c(pp)?$")
   endif()
   set(${out} ${sources} PARENT_SCOPE)
@@ -36,7 +36,7 @@ function(wendax_layer name)
   if(sources)
     add_library(${name} STATIC ${sources})
     set(scope PUBLIC)
-    if(WENDAX_RING STREQUAL "product")
+    if(WENDAX_RING STREQUAL "windows")
       wendax_ships(${name})
       target_compile_options(${name} PRIVATE
         $<$<NOT:$<BOOL:${ARG_TYPE_INFO}>>:$<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>>)
@@ -60,7 +60,7 @@ function(wendax_test layer)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;LIBS" ${ARGN})
   wendax_sources(sources ${ARG_SOURCES})
   list(FILTER sources INCLUDE REGEX "_test\\.c(pp)?$")
-  if(NOT sources OR WENDAX_RING STREQUAL "product")
+  if(NOT sources OR WENDAX_RING STREQUAL "windows")
     return()
   endif()
   wendax_sources(sources ${ARG_SOURCES})
@@ -70,20 +70,20 @@ function(wendax_test layer)
   wendax_gtest_program(${layer}_test SOURCES ${sources} LINK ${layer} ${ARG_DEPENDS} ${ARG_LIBS})
 endfunction()
 
-# wendax_wine_test(RING NAME COMMAND ARG...): a test that runs Windows programs: RING.NAME, and with WENDAX_NEWER_WINE
-# newer-wine.NAME, which says the same of that Wine.
-function(wendax_wine_test ring name)
-  add_test(NAME ${ring}.${name} COMMAND ${ARGN})
-  set_tests_properties(${ring}.${name} PROPERTIES LABELS ${ring} ENVIRONMENT "WENDAX_WINE=")
+# wendax_wine_test(NAME COMMAND ARG...): a test of this ring that runs Windows programs: RING.NAME, and with
+# WENDAX_NEWER_WINE newer-wine.NAME, which says the same of that Wine.
+function(wendax_wine_test name)
+  add_test(NAME ${WENDAX_RING}.${name} COMMAND ${ARGN})
+  set_tests_properties(${WENDAX_RING}.${name} PROPERTIES LABELS ${WENDAX_RING} ENVIRONMENT "WENDAX_WINE=")
   if(WENDAX_NEWER_WINE)
     add_test(NAME newer-wine.${name} COMMAND ${ARGN})
     set_tests_properties(newer-wine.${name} PROPERTIES LABELS newer-wine ENVIRONMENT "WENDAX_WINE=newer")
   endif()
 endfunction()
 
-# wendax_test_property(NAME PROPERTY VALUE...): appends to a property of the test NAME, in every ring that has it.
+# wendax_test_property(NAME PROPERTY VALUE...): appends to a property of the test NAME, for both Wines.
 function(wendax_test_property name property)
-  foreach(ring native mingw product newer-wine)
+  foreach(ring ${WENDAX_RING} newer-wine)
     if(TEST ${ring}.${name})
       set_property(TEST ${ring}.${name} APPEND PROPERTY ${property} ${ARGN})
     endif()
@@ -92,7 +92,7 @@ endfunction()
 
 # wendax_fast(source...): files of the current folder that are built for speed in the product.
 function(wendax_fast)
-  if(WENDAX_RING STREQUAL "product" AND CMAKE_BUILD_TYPE STREQUAL "Release")
+  if(WENDAX_RING STREQUAL "windows" AND CMAKE_BUILD_TYPE STREQUAL "Release")
     set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS -O2)
   endif()
 endfunction()

@@ -160,14 +160,14 @@ function(wendax_product_test name script)
   elseif(ARG_PORT_80)
     list(PREPEND command ${Python3_EXECUTABLE} -m testing.loopback)
   endif()
-  wendax_wine_test(product ${name} ${command})
+  wendax_wine_test(${name} ${command})
   wendax_python_test(${name})
 endfunction()
 
 # wendax_product_check(NAME script.py): Python tests that are not about Wine, so that once is enough.
 function(wendax_product_check name script)
-  add_test(NAME product.${name} COMMAND ${Python3_EXECUTABLE} -m pytest ${CMAKE_CURRENT_SOURCE_DIR}/${script})
-  set_tests_properties(product.${name} PROPERTIES LABELS product)
+  add_test(NAME ${WENDAX_RING}.${name} COMMAND ${Python3_EXECUTABLE} -m pytest ${CMAKE_CURRENT_SOURCE_DIR}/${script})
+  set_tests_properties(${WENDAX_RING}.${name} PROPERTIES LABELS ${WENDAX_RING})
   wendax_python_test(${name})
 endfunction()
 
