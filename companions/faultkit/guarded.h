@@ -4,7 +4,7 @@
 #include <windows.h>
 #include <stdint.h>
 
-#include "companions/faultkit/memory.h"
+#include "companions/faultkit/capture/memory.h"
 
 namespace faultkit {
 

@@ -1,0 +1,132 @@
+// Headers may be damaged: every offset in them is checked against the module's size, and every read may fail.
+#include "companions/faultkit/capture/image.h"
+
+#include <string.h>
+
+#include "companions/faultkit/text_builder.h"
+#include "companions/faultkit/capture/version_resource.h"
+
+namespace faultkit {
+namespace {
+
+// Offsets in the headers of a 32-bit image, from the signature "PE\0\0" on.
+constexpr uint32_t kSectionCountAt = 6, kTimeStampAt = 8, kOptionalSizeAt = 20, kOptionalAt = 24;
+constexpr uint32_t kImageSizeAt = kOptionalAt + 56, kDirectoryCountAt = kOptionalAt + 92;
+constexpr uint32_t kDirectoriesAt = kOptionalAt + 96;
+constexpr uint16_t kMagic32 = 0x10B;
+constexpr uint32_t kResourceDirectory = 2, kDebugDirectory = 6;
+constexpr uint32_t kSectionSize = 40, kExecutable = 0x20000000;
+constexpr uint32_t kMostSections = 96; // the loader's own limit
+constexpr uint32_t kDebugEntrySize = 28, kCodeView = 2, kMostDebugEntries = 32;
+constexpr uint32_t kRsds = 0x53445352, kNb10 = 0x3031424E;
+
+struct Directory {
+    uint32_t offset, size;
+};
+
+struct Headers {
+    Memory& memory;
+    uint32_t base, signature; // address of "PE\0\0"
+    uint32_t size;
+
+    bool contains(uint32_t offset, uint32_t length) const { return offset <= size && size - offset >= length; }
+
+    Directory directory(uint32_t index) const {
+        uint32_t count = 0;
+        Directory found = {};
+        if (!memory.read_u32(signature + kDirectoryCountAt, &count) || index >= count ||
+            !memory.read(signature + kDirectoriesAt + index * sizeof found, &found, sizeof found) ||
+            !contains(found.offset, found.size))
+            return {};
+        return found;
+    }
+};
+
+void read_sections(const Headers& headers, Image* image) {
+    uint16_t count = 0, optional_size = 0;
+    if (!headers.memory.read_u16(headers.signature + kSectionCountAt, &count) ||
+        !headers.memory.read_u16(headers.signature + kOptionalSizeAt, &optional_size))
+        return;
+    for (uint32_t i = 0; i < count && i < kMostSections && image->range_count < Image::kMostRanges; ++i) {
+        const uint32_t section = headers.signature + kOptionalAt + optional_size + i * kSectionSize;
+        uint32_t virtual_size = 0, offset = 0, raw_size = 0, flags = 0;
+        if (!headers.memory.read_u32(section + 8, &virtual_size) || !headers.memory.read_u32(section + 12, &offset) ||
+            !headers.memory.read_u32(section + 16, &raw_size) || !headers.memory.read_u32(section + 36, &flags))
+            return;
+        const uint32_t size = virtual_size ? virtual_size : raw_size;
+        if (flags & kExecutable && headers.contains(offset, size))
+            image->code[image->range_count++] = {headers.base + offset, headers.base + offset + size};
+    }
+}
+
+void keep_file_name(Memory& memory, uint32_t address, uint32_t room, PdbIdentity* pdb) {
+    char path[260];
+    memory.read_text(address, path, room < sizeof path ? room : sizeof path);
+    const char* name = path;
+    for (const char* at = path; *at; ++at)
+        if (*at == '\\' || *at == '/')
+            name = at + 1;
+    TextBuilder(pdb->file).name(name, sizeof pdb->file - 1);
+}
+
+// The two records start with their signature; RSDS goes on with GUID, age and path, NB10 with offset, signature, age,
+// path.
+void read_code_view(Memory& memory, uint32_t address, uint32_t length, PdbIdentity* pdb) {
+    uint32_t words[6] = {};
+    if (length < 16 || !memory.read(address, words, length < sizeof words ? 16 : sizeof words))
+        return;
+    TextBuilder key(pdb->key);
+    if (words[0] == kRsds && length > sizeof words) {
+        const uint8_t* rest = reinterpret_cast<const uint8_t*>(words + 3);
+        key.hex(words[1]).hex(words[2] & 0xFFFF, 4).hex(words[2] >> 16, 4);
+        for (int i = 0; i < 8; ++i)
+            key.hex(rest[i], 2);
+        keep_file_name(memory, address + 24, length - 24 + 1, pdb);
+    } else if (words[0] == kNb10 && length > 16) {
+        key.hex(words[2]);
+        keep_file_name(memory, address + 16, length - 16 + 1, pdb);
+    } else {
+        return;
+    }
+    const uint32_t age = words[0] == kRsds ? words[5] : words[3];
+    int digits = 1;
+    while (digits < 8 && age >> (digits * 4))
+        ++digits;
+    key.hex(age, digits);
+}
+
+void read_pdb_identity(const Headers& headers, PdbIdentity* pdb) {
+    const Directory debug = headers.directory(kDebugDirectory);
+    for (uint32_t i = 0; i < kMostDebugEntries && (i + 1) * kDebugEntrySize <= debug.size && !pdb->key[0]; ++i) {
+        uint32_t entry[7] = {};
+        if (!headers.memory.read(headers.base + debug.offset + i * kDebugEntrySize, entry, sizeof entry))
+            return;
+        const uint32_t type = entry[3], length = entry[4], offset = entry[5];
+        if (type == kCodeView && headers.contains(offset, length))
+            read_code_view(headers.memory, headers.base + offset, length, pdb);
+    }
+}
+
+} // namespace
+
+bool read_image(Memory& memory, uint32_t base, Image* image) {
+    *image = Image();
+    image->base = base;
+    uint16_t dos = 0, magic = 0;
+    uint32_t offset = 0, signature = 0;
+    if (!memory.read_u16(base, &dos) || dos != 0x5A4D || !memory.read_u32(base + 0x3C, &offset) || offset > 0x100000 ||
+        !memory.read_u32(base + offset, &signature) || signature != 0x4550 ||
+        !memory.read_u16(base + offset + kOptionalAt, &magic) || magic != kMagic32 ||
+        !memory.read_u32(base + offset + kTimeStampAt, &image->time_stamp) ||
+        !memory.read_u32(base + offset + kImageSizeAt, &image->size) || image->size > 0u - base)
+        return false;
+    const Headers headers = {memory, base, base + offset, image->size};
+    read_sections(headers, image);
+    read_pdb_identity(headers, &image->pdb);
+    const Directory resources = headers.directory(kResourceDirectory);
+    image->has_version = resources.size != 0 && read_file_version(memory, base, image->size, base + resources.offset,
+                                                                  resources.size, image->version);
+    return true;
+}
+
+} // namespace faultkit

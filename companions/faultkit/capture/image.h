@@ -1,0 +1,43 @@
+// What a loaded module's headers say about it, read in memory: size, time stamp, code, version and the identity of its
+// PDB.
+#pragma once
+
+#include <stdint.h>
+
+#include "companions/faultkit/capture/memory.h"
+
+namespace faultkit {
+
+// The identity that links a module to its PDB, written as symbol stores write it: the GUID's 32 digits and the age
+// ("0123456789ABCDEF0123456789ABCDEF1"), or for the older PDB 2.0 eight digits of signature and the age.
+struct PdbIdentity {
+    char key[41];  // empty when the module names no PDB
+    char file[64]; // file name of the PDB without its folder
+};
+
+struct CodeRange {
+    uint32_t begin, end; // addresses; end is one past the last byte
+};
+
+struct Image {
+    static constexpr unsigned kMostRanges = 4;
+
+    uint32_t base, size; // size in bytes as mapped
+    uint32_t time_stamp; // seconds since 1970, or a hash of the contents, as the linker chose
+    uint16_t version[4]; // major, minor, build, revision of the file version
+    bool has_version;
+    unsigned range_count;
+    CodeRange code[kMostRanges]; // executable sections; what goes beyond kMostRanges is left out
+    PdbIdentity pdb;
+
+    // Whether both are the same module at the same place.
+    bool is_same_as(const Image& other) const {
+        return base == other.base && time_stamp == other.time_stamp && range_count == other.range_count;
+    }
+};
+
+// Reads the headers of the 32-bit module mapped at base. Returns false when there is no such module. A damaged version
+// or debug record leaves has_version false or pdb.key empty; nothing outside [base, base + size) is followed.
+bool read_image(Memory& memory, uint32_t base, Image* image);
+
+} // namespace faultkit

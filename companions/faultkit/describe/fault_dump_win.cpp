@@ -1,0 +1,85 @@
+// Writes a minidump by dbghelp.dll, under a guard, and where the stack is short on a thread of its own, with a timeout.
+// A dump that wasn't finished is deleted.
+#include <windows.h>
+#include <dbghelp.h>
+
+#include "companions/faultkit/walk/debug_library.h"
+#include "companions/faultkit/describe/fault_report.h"
+#include "companions/faultkit/guarded.h"
+#include "companions/faultkit/work_stack.h"
+
+namespace faultkit {
+namespace {
+
+// Stacks with what they point to, and the modules that are gone: some hundred kilobytes, small enough for an e-mail.
+constexpr int kDumpType = MiniDumpWithIndirectlyReferencedMemory | MiniDumpWithUnloadedModules;
+
+constexpr unsigned kPatience = 60000; // milliseconds; a dump holds every thread's stack
+
+struct DumpWork {
+    HANDLE file;
+    MINIDUMP_EXCEPTION_INFORMATION exception;
+    DWORD error;
+};
+
+DumpWork dump_work;
+
+DWORD last_error_or(DWORD otherwise) {
+    const DWORD error = GetLastError();
+    return error ? error : otherwise;
+}
+
+void write_open_file(DumpWork* work) {
+    DebugLibrary library;
+    if (!library.open() || !library.write_dump) {
+        library.close();
+        work->error = ERROR_PROC_NOT_FOUND;
+        return;
+    }
+    MINIDUMP_EXCEPTION_INFORMATION* exception = work->exception.ExceptionPointers ? &work->exception : nullptr;
+    const HANDLE process = GetCurrentProcess();
+    const DWORD id = GetCurrentProcessId();
+    BOOL written =
+        library.write_dump(process, id, work->file, static_cast<MINIDUMP_TYPE>(kDumpType), exception, nullptr, nullptr);
+    // Versions before 6.0 refuse types that they don't know.
+    if (!written && SetFilePointer(work->file, 0, nullptr, FILE_BEGIN) == 0 && SetEndOfFile(work->file))
+        written = library.write_dump(process, id, work->file, MiniDumpNormal, exception, nullptr, nullptr);
+    work->error = written ? ERROR_SUCCESS : last_error_or(ERROR_GEN_FAILURE);
+    library.close();
+}
+
+void write_guarded(void* data) {
+    DumpWork* work = static_cast<DumpWork*>(data);
+    StepFault fault;
+    if (!guarded(&fault, [&] { write_open_file(work); }))
+        work->error = ERROR_NOACCESS;
+}
+
+} // namespace
+
+DWORD write_dump(const char* path, EXCEPTION_POINTERS* pointers) {
+    if (!path || !*path)
+        return ERROR_INVALID_PARAMETER;
+    if (was_abandoned())
+        return ERROR_BUSY;
+    // Nobody reads half a dump, and one that is given up goes when its writer ends.
+    const HANDLE file =
+        CreateFileA(path, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return last_error_or(ERROR_GEN_FAILURE);
+    dump_work = {file, {GetCurrentThreadId(), pointers, FALSE}, ERROR_GEN_FAILURE};
+    const Outcome outcome = run_with_room(write_guarded, &dump_work, kPatience);
+    DWORD error = dump_work.error;
+    if (outcome == Outcome::kAbandoned) {
+        DeleteFileA(path); // its writer may still be at it, so the handle stays open
+        return ERROR_TIMEOUT;
+    }
+    if (outcome == Outcome::kNoThread)
+        error = ERROR_NOT_ENOUGH_MEMORY;
+    CloseHandle(file);
+    if (error != ERROR_SUCCESS)
+        DeleteFileA(path);
+    return error;
+}
+
+} // namespace faultkit

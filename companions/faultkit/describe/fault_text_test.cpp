@@ -1,0 +1,226 @@
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "testing/cxx/fake_process.h"
+#include "companions/faultkit/describe/fault_text.h"
+#include "companions/faultkit/capture/thrown_type.h"
+
+namespace {
+
+using faultkit::FakeProcess;
+using faultkit::FaultFacts;
+using faultkit::Module;
+
+class FaultTextTest : public testing::Test {
+protected:
+    FaultTextTest() {
+        m_facts.has_record = true;
+        m_facts.code = 0xC0000005;
+        m_facts.address = 0x401234;
+        m_facts.parameter_count = 2;
+        m_facts.thread = 0x1A4;
+        m_facts.executable = FakeProcess::kModule;
+    }
+
+    void access(std::uint32_t how, std::uint32_t where, const char* memory = nullptr) {
+        m_facts.parameters[0] = how;
+        m_facts.parameters[1] = where;
+        m_facts.memory = memory;
+    }
+    std::string described() {
+        char storage[4096];
+        faultkit::TextBuilder text(storage);
+        faultkit::describe_fault(text, m_facts, m_process.modules);
+        return text.c_str();
+    }
+    std::string first_line() { return described().substr(0, described().find('\n')); }
+    std::string listed(unsigned size = 8192, unsigned reserve = 0) {
+        std::string storage(size, '\0');
+        faultkit::TextBuilder text(storage.data(), size);
+        faultkit::list_modules(text, m_facts, m_process.modules, reserve);
+        return text.c_str();
+    }
+    Module* add_module(std::uint32_t base, const char* name, bool of_system) {
+        Module* module = m_process.modules.next();
+        *module = Module();
+        module->image.base = base;
+        module->image.size = 0x2000;
+        std::strcpy(module->name, name);
+        module->of_system = of_system;
+        m_process.modules.commit();
+        return module;
+    }
+
+    FakeProcess m_process;
+    FaultFacts m_facts = {};
+};
+
+TEST_F(FaultTextTest, Access_names_what_was_done_where) {
+    access(0, 0x20000000, "free memory");
+    EXPECT_EQ(first_line(),
+              "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be read (free memory)");
+    access(1, 0x20000000);
+    EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be written");
+    access(8, 0x20000000);
+    EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be executed");
+}
+
+TEST_F(FaultTextTest, Read_of_the_instructions_own_address_is_an_execution) {
+    m_facts.address = 0x20000000;
+    access(0, 0x20000000);
+    EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be executed");
+}
+
+TEST_F(FaultTextTest, Address_in_the_first_64_KB_is_a_null_pointer) {
+    access(1, 0xFFFF, "free memory");
+    EXPECT_NE(first_line().find("(a null pointer)"), std::string::npos);
+    access(1, 0x10000, "free memory");
+    EXPECT_NE(first_line().find("(free memory)"), std::string::npos);
+}
+
+TEST_F(FaultTextTest, Page_error_adds_the_systems_reason) {
+    m_facts.code = 0xC0000006;
+    m_facts.parameter_count = 3;
+    access(0, 0x20000000);
+    m_facts.parameters[2] = 0xC000009C;
+    EXPECT_EQ(first_line(),
+              "EXCEPTION_IN_PAGE_ERROR (C0000006): memory at 20000000 could not be read, the system's reason "
+              "was C000009C");
+}
+
+TEST_F(FaultTextTest, Access_violation_without_parameters_has_its_name) {
+    m_facts.parameter_count = 0;
+    EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005)");
+}
+
+TEST_F(FaultTextTest, Known_exception_is_put_in_words) {
+    m_facts.code = 0xC0000094;
+    m_facts.parameter_count = 0;
+    EXPECT_EQ(first_line(), "EXCEPTION_INT_DIVIDE_BY_ZERO (C0000094): an integer was divided by zero");
+}
+
+TEST_F(FaultTextTest, Unknown_exception_shows_its_parameters) {
+    m_facts.code = 0xE0001234;
+    m_facts.parameter_count = 3;
+    access(0x11, 0x22);
+    m_facts.parameters[2] = 0x33;
+    EXPECT_EQ(first_line(), "exception (E0001234), parameters 00000011 00000022 00000033");
+}
+
+TEST_F(FaultTextTest, Thrown_object_shows_its_type) {
+    m_facts.code = 0xE06D7363;
+    std::strcpy(m_facts.thrown_type, ".?AVCFileException@@");
+    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, type .?AVCFileException@@");
+}
+
+TEST_F(FaultTextTest, Missing_record_is_said) {
+    m_facts.has_record = false;
+    EXPECT_EQ(first_line(), "exception unknown: its record can't be read");
+}
+
+TEST_F(FaultTextTest, Instruction_code_thread_and_registers_follow) {
+    m_facts.code = 0x80000003;
+    m_facts.code_byte_count = 4;
+    std::memcpy(m_facts.code_bytes, "\xCC\xC3\x90\x0F", 4);
+    m_facts.has_registers = true;
+    m_facts.registers = {1,    2,    3,    4,    5,    6,    7,     8,      0x401234, 0x246, 0x23,
+                         0x2B, 0x2C, 0x6B, 0x63, 0x2D, true, 0x27B, 0xB084, 0x401236, true,  0x1D80};
+    EXPECT_EQ(described(), "EXCEPTION_BREAKPOINT (80000003): a breakpoint was reached\n"
+                           "Instruction: 00401234 host.exe+00001234\n"
+                           "Code: CC C3 90 0F\n"
+                           "Thread: 000001A4\n"
+                           "EAX 00000001  EBX 00000002  ECX 00000003  EDX 00000004\n"
+                           "ESI 00000005  EDI 00000006  EBP 00000007  ESP 00000008\n"
+                           "EIP 00401234  EFL 00000246  CS 0023  DS 002B  ES 002C  FS 006B  GS 0063  SS 002D");
+}
+
+TEST_F(FaultTextTest, Float_exception_adds_the_float_registers) {
+    m_facts.code = 0xC000008E;
+    m_facts.has_registers = true;
+    m_facts.registers.has_float = true;
+    m_facts.registers.x87_control = 0x27B;
+    m_facts.registers.x87_status = 0xB084;
+    m_facts.registers.x87_instruction = 0x401236;
+    m_facts.registers.has_sse = true;
+    m_facts.registers.mxcsr = 0x1D80;
+    const std::string text = described();
+    EXPECT_NE(text.find("\nx87 control 027B, status B084, instruction 00401236 host.exe+00001236\nMXCSR 00001D80"),
+              std::string::npos)
+        << text;
+}
+
+TEST_F(FaultTextTest, Modules_are_listed_executable_first_and_the_systems_last) {
+    add_module(0x200000, "ntdll.dll", true);
+    add_module(0x300000, "plugin.dll", false);
+    m_process.modules.add_unloaded({0x900000, 0x1000, 0x55667788, "gone.dll"});
+    EXPECT_EQ(listed(), "\nModules (base, size, time stamp, version, PDB identity, name):"
+                        "\n00400000 00010000 00000000 - - host.exe"
+                        "\n00300000 00002000 00000000 - - plugin.dll"
+                        "\n00900000 00001000 55667788 - - gone.dll [unloaded]"
+                        "\n00200000 00002000 00000000 - - ntdll.dll");
+}
+
+TEST_F(FaultTextTest, Faulting_module_follows_the_executable) {
+    add_module(0x300000, "plugin.dll", false);
+    add_module(0x500000, "culprit.dll", true);
+    m_facts.address = 0x501000;
+    const std::string text = listed();
+    EXPECT_LT(text.find("host.exe"), text.find("culprit.dll"));
+    EXPECT_LT(text.find("culprit.dll"), text.find("plugin.dll"));
+}
+
+TEST_F(FaultTextTest, Module_line_holds_version_and_pdb) {
+    Module* module = add_module(0x300000, "Plugin.dll", false);
+    module->image.time_stamp = 0x4A5B6C7D;
+    module->image.has_version = true;
+    module->image.version[0] = 1;
+    module->image.version[3] = 65535;
+    std::strcpy(module->image.pdb.key, "44EF52FA4B1712244C4C44205044422E1");
+    std::strcpy(module->image.pdb.file, "plugin.pdb");
+    EXPECT_NE(listed().find("\n00300000 00002000 4A5B6C7D 1.0.0.65535 44EF52FA4B1712244C4C44205044422E1 Plugin.dll"),
+              std::string::npos);
+    EXPECT_EQ(listed().find('|'), std::string::npos);
+    std::strcpy(module->image.pdb.file, "other.pdb");
+    EXPECT_NE(listed().find("Plugin.dll | other.pdb"), std::string::npos);
+}
+
+TEST_F(FaultTextTest, Modules_that_do_not_fit_are_counted_and_the_reserve_stays_free) {
+    for (std::uint32_t i = 0; i < 50; ++i)
+        add_module(0x1000000 + i * 0x10000, "plugin.dll", false);
+    const unsigned size = 1000, reserve = 200;
+    const std::string text = listed(size, reserve);
+    EXPECT_LE(text.size(), size - reserve);
+    EXPECT_NE(text.find("host.exe"), std::string::npos);
+    const std::size_t shown = [&] {
+        std::size_t count = 0;
+        for (std::size_t at = text.find("plugin.dll"); at != std::string::npos; at = text.find("plugin.dll", at + 1))
+            ++count;
+        return count;
+    }();
+    EXPECT_EQ(text.substr(text.rfind('\n')), "\n... " + std::to_string(50 - shown) + " more modules");
+}
+
+TEST(ThrownType, Name_is_found_through_the_throw_description) {
+    faultkit::FakeMemory memory;
+    memory.fill(0x5000, 0x100, 0);
+    memory.put_u32(0x5000 + 12, 0x5020); // list of types
+    memory.put_u32(0x5020 + 4, 0x5030);  // the first
+    memory.put_u32(0x5030 + 4, 0x5040);  // its descriptor
+    memory.put(0x5048, {'.', 'H', 0});
+    const std::uint32_t parameters[] = {0x19930520, 0x1234, 0x5000};
+    char type[128];
+    faultkit::read_thrown_type(memory, parameters, 3, type);
+    EXPECT_STREQ(type, ".H");
+    faultkit::read_thrown_type(memory, parameters, 2, type);
+    EXPECT_STREQ(type, "");
+    const std::uint32_t foreign[] = {0x12345678, 0x1234, 0x5000};
+    faultkit::read_thrown_type(memory, foreign, 3, type);
+    EXPECT_STREQ(type, "");
+    const std::uint32_t nowhere[] = {0x19930520, 0x1234, 0x7000};
+    faultkit::read_thrown_type(memory, nowhere, 3, type);
+    EXPECT_STREQ(type, "");
+}
+
+} // namespace

@@ -1,0 +1,76 @@
+// What the debugging library knows about this process: names and lines of addresses, and steps down the stack where a
+// PDB describes the frames.
+#pragma once
+
+#include "companions/faultkit/walk/debug_library.h"
+#include "companions/faultkit/walk/x86/frame_walker.h"
+#include "companions/faultkit/guarded.h"
+#include "companions/faultkit/capture/module_table.h"
+#include "companions/faultkit/describe/place_text.h"
+#include "companions/faultkit/capture/process_modules.h"
+
+namespace faultkit {
+
+// One at a time in the process, in static storage. Every call into the library is guarded: after a fault in there it is
+// not entered again, fault() tells what happened, and every answer is "nothing known".
+class SymbolSession {
+public:
+    // Opens the library with a handle of our own, so that the host's use of it for the same process is not disturbed.
+    // Both references must outlive the session. Returns false when there is no library, or it fails.
+    bool open(ProcessMemory& memory, const ModuleTable& modules);
+    void close();
+
+    // The fault that the library met; code 0 when there was none.
+    const StepFault& fault() const { return m_fault; }
+
+    // What the loader's record of unloaded modules holds because of sessions: nothing of the host's.
+    const UnloadStretch* unloads() const { return m_unloads; }
+    unsigned unload_count() const { return m_unload_count; }
+
+    // Names of the address, innermost inlined function first; the last one is the function whose code it is. Returns
+    // how many there are, 1 at least: with empty texts when nothing is known.
+    unsigned find_places(uint32_t address, SourcePlace* places, unsigned most);
+
+    // The caller of `frame` by the library's own walk. Only where a PDB of the module is at hand; it is not checked.
+    bool find_caller(const Frame& frame, Frame* caller);
+
+private:
+    enum State { kClosed, kOpen, kFailed };
+    enum ModuleState : uint8_t { kUntried, kNothing, kExports, kDebugInfo };
+
+    ModuleState load_module_of(uint32_t address);
+    void load_module(const Module& module, ModuleState* state);
+    void find_symbol(uint32_t address, bool exports_only, SourcePlace* place);
+    unsigned find_inlined(uint32_t address, SourcePlace* places, unsigned most);
+    void keep_symbol(SourcePlace* place, DWORD64 displacement);
+    void keep_line(SourcePlace* place);
+    void walk_one_step(const Frame& frame, Frame* caller, bool* found);
+    template <class Step>
+    bool attempt(Step step);
+
+    void note_unloads(uint32_t begin);
+
+    DebugLibrary m_library;
+    UnloadStretch m_unloads[4]; // of the sessions so far; more than these are not made between two faults
+    unsigned m_unload_count;
+    ProcessMemory* m_memory;
+    const ModuleTable* m_modules;
+    HANDLE m_session; // what the library knows this session by
+    DWORD m_options_before;
+    State m_state;
+    StepFault m_fault;
+    ModuleState m_module_states[ModuleTable::kMostModules];
+
+    // Working storage, here instead of on a stack that may be nearly used up.
+    union {
+        SYMBOL_INFO info;
+        char storage[sizeof(SYMBOL_INFO) + sizeof(SourcePlace::function)];
+    } m_symbol;
+    IMAGEHLP_LINE64 m_line;
+    IMAGEHLP_MODULE64 m_module_info;
+    STACKFRAME64 m_walk_frame;
+    CONTEXT m_walk_context;
+    char m_path[2048];
+};
+
+} // namespace faultkit

@@ -1,0 +1,107 @@
+// A near call is E8 with a relative target, or FF with a ModRM byte whose middle field is 2. The length of the latter
+// follows from its addressing form, so each possible length is tried on the bytes before the return address. Only the
+// form "call [address]" (FF 15) has a target that is still known afterwards.
+#include "companions/faultkit/walk/x86/call_site.h"
+
+namespace faultkit {
+namespace {
+
+constexpr uint32_t kLongestCall = 7; // FF, ModRM, SIB and four bytes of displacement
+constexpr int kMostStubs = 4;
+
+// The length of an FF /2 instruction from its ModRM and SIB bytes, 0 when it is another instruction.
+uint32_t length_of_indirect_call(uint8_t modrm, uint8_t sib) {
+    if ((modrm >> 3 & 7) != 2)
+        return 0;
+    const int mode = modrm >> 6, base = modrm & 7;
+    if (mode == 3)
+        return 2;
+    const uint32_t length = base == 4 ? 3 : 2;
+    if (mode == 1)
+        return length + 1;
+    if (mode == 2)
+        return length + 4;
+    const bool lone_displacement = base == 5 || (base == 4 && (sib & 7) == 5);
+    return lone_displacement ? length + 4 : length;
+}
+
+uint32_t four_bytes(const uint8_t* bytes) {
+    return bytes[0] | bytes[1] << 8 | bytes[2] << 16 | static_cast<uint32_t>(bytes[3]) << 24;
+}
+
+// Follows the jumps that linkers put between a call and its function.
+uint32_t follow_stubs(Memory& memory, const ModuleTable& modules, uint32_t target) {
+    for (int i = 0; i < kMostStubs && modules.find_code(target); ++i) {
+        uint8_t code[6] = {};
+        uint32_t next = 0;
+        if (memory.read(target, code, 5) && code[0] == 0xE9)
+            target += 5 + four_bytes(code + 1);
+        else if (memory.read(target, code, 6) && code[0] == 0xFF && code[1] == 0x25 &&
+                 memory.read_u32(four_bytes(code + 2), &next))
+            target = next;
+        else
+            break;
+    }
+    return target;
+}
+
+} // namespace
+
+CallSite find_call_before(Memory& memory, const ModuleTable& modules, uint32_t address) {
+    const CodeRange* range = modules.find_code(address);
+    if (!range)
+        return {modules.is_or_was_code(address) ? CallSite::kComputed : CallSite::kNone, 0};
+    const uint32_t before = address - range->begin < kLongestCall ? address - range->begin : kLongestCall;
+    uint8_t bytes[kLongestCall] = {};
+    uint8_t* end = bytes + kLongestCall; // end[-n]: the byte n before the return address
+    if (!memory.read(address - before, end - before, before))
+        return {CallSite::kNone, 0};
+
+    if (before >= 5 && end[-5] == 0xE8) {
+        const uint32_t target = address + four_bytes(end - 4);
+        if (modules.find_code(target))
+            return {CallSite::kKnown, follow_stubs(memory, modules, target), 5};
+    }
+    uint32_t target = 0;
+    if (before >= 6 && end[-6] == 0xFF && end[-5] == 0x15) {
+        // The place may have changed since; then nothing is known, but it was a call all the same.
+        if (memory.read_u32(four_bytes(end - 4), &target) && modules.find_code(target))
+            return {CallSite::kKnown, follow_stubs(memory, modules, target), 6};
+        return {CallSite::kComputed, 0, 6};
+    }
+    for (uint32_t length = 2; length <= before; ++length)
+        if (end[-static_cast<int>(length)] == 0xFF &&
+            length_of_indirect_call(end[1 - static_cast<int>(length)],
+                                    length > 2 ? end[2 - static_cast<int>(length)] : 0) == length)
+            return {CallSite::kComputed, 0, length};
+    return {CallSite::kNone, 0};
+}
+
+// Instructions can't be told backwards for certain; pushes in a row can but for rare operands.
+uint32_t arguments_pushed_before(Memory& memory, uint32_t address) {
+    constexpr uint32_t kReach = 48, kLongest = 6;
+    uint8_t bytes[kReach] = {};
+    uint32_t pushed = 0;
+    if (!memory.read(address - kReach, bytes, kReach))
+        return 0;
+    for (uint32_t at = kReach; at >= kLongest; pushed += 4) {
+        const uint8_t* end = bytes + at;
+        if ((end[-1] & 0xF8) == 0x50) // push reg
+            at -= 1;
+        else if (end[-2] == 0x6A) // push byte
+            at -= 2;
+        else if (end[-3] == 0xFF && (end[-2] & 0xF8) == 0x70) // push [reg + byte]
+            at -= 3;
+        else if (end[-4] == 0xFF && end[-3] == 0x74) // push [reg + reg + byte]
+            at -= 4;
+        else if (end[-5] == 0x68) // push value
+            at -= 5;
+        else if (end[-6] == 0xFF && end[-5] == 0x35) // push [address]
+            at -= 6;
+        else
+            break;
+    }
+    return pushed;
+}
+
+} // namespace faultkit

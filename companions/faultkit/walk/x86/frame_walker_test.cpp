@@ -1,0 +1,323 @@
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "testing/cxx/fake_process.h"
+#include "companions/faultkit/walk/x86/frame_walker.h"
+
+namespace {
+
+using faultkit::FakeProcess;
+using faultkit::Frame;
+using faultkit::FrameOrigin;
+using faultkit::FrameWalker;
+
+constexpr std::uint32_t kInner = FakeProcess::kCode + 0x100, kMiddle = kInner + 0x100, kOuter = kInner + 0x200;
+constexpr std::uint32_t kStack = FakeProcess::kStack + 0x800;
+
+// A process whose stack a test builds: each return address stands behind a call in one of three functions.
+class FrameWalkerTest : public testing::Test {
+protected:
+    Frame interrupted(std::uint32_t pc, std::uint32_t sp, std::uint32_t bp) {
+        return {pc, sp, bp, FrameOrigin::kInterrupted};
+    }
+    FrameWalker walker() { return FrameWalker(m_process.memory, m_process.modules, FakeProcess::kStackEnd); }
+
+    std::vector<std::uint32_t> walk(Frame frame) {
+        FrameWalker walker = this->walker();
+        std::vector<std::uint32_t> path;
+        Frame caller;
+        while (path.size() < 100 && walker.find_caller(frame, &caller)) {
+            EXPECT_GT(caller.sp, frame.sp);
+            path.push_back(caller.pc);
+            frame = caller;
+        }
+        return path;
+    }
+
+    FakeProcess m_process;
+};
+
+using Path = std::vector<std::uint32_t>;
+
+TEST_F(FrameWalkerTest, Chain_of_frame_pointers_is_followed) {
+    for (const std::uint32_t start : {kInner, kMiddle, kOuter})
+        m_process.put_framed_function(start);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call(kOuter + 0x20, kMiddle);
+    m_process.memory.put_u32(kStack + 0x40, kStack + 0x80);
+    m_process.memory.put_u32(kStack + 0x44, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x80, 0);
+    m_process.memory.put_u32(kStack + 0x84, kOuter + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x40)), (Path{kMiddle + 0x20, kOuter + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Functions_without_frame_pointer_are_found_below_the_next_link) {
+    m_process.put_frameless_function(kInner);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call(kOuter + 0x20, kMiddle);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x80)), (Path{kMiddle + 0x20, kOuter + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Stale_return_address_of_another_function_is_passed_over) {
+    m_process.put_frameless_function(kInner);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_frameless_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call(kOuter + 0x30, kMiddle); // of an earlier call
+    m_process.memory.put_u32(kStack + 0x18, kOuter + 0x30);
+    m_process.memory.put_u32(kStack + 0x20, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, 0)).front(), kMiddle + 0x20);
+}
+
+TEST_F(FrameWalkerTest, Stale_return_address_of_a_recursion_inside_the_locals_is_passed_over) {
+    m_process.put_frameless_function(kInner);
+    m_process.put_call(kInner + 0x20, kInner);
+    m_process.memory.put_u32(kStack + 0x08, kInner + 0x20); // in the 20 bytes that the function took
+    m_process.memory.put_u32(kStack + 0x14, kInner + 0x20);
+    Frame caller;
+    ASSERT_TRUE(walker().find_caller(interrupted(kInner + 0x10, kStack, 0), &caller));
+    EXPECT_EQ(caller.sp, kStack + 0x18);
+    EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+}
+
+// ebp as a general register may point anywhere, also into what the function itself took.
+TEST_F(FrameWalkerTest, Link_inside_the_functions_own_frame_is_stale) {
+    m_process.put_frameless_function(kInner);
+    m_process.memory.put(kInner, {0x83, 0xEC, 0x28}); // sub esp, 40
+    m_process.put_framed_function(kMiddle);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x14, kOuter + 0x20); // of an earlier call
+    m_process.memory.put_u32(kStack + 0x28, kMiddle + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x10), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.sp, kStack + 0x2C);
+    EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+}
+
+TEST_F(FrameWalkerTest, Call_through_a_pointer_is_believed_when_its_maker_leads_on) {
+    for (const std::uint32_t start : {kInner, kMiddle, kOuter})
+        m_process.put_frameless_function(start);
+    m_process.put_call_by_register(kMiddle + 0x20);
+    m_process.put_call(kOuter + 0x20, kMiddle);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, 0), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kPlausible);
+}
+
+TEST_F(FrameWalkerTest, Calls_through_pointers_in_a_row_lead_to_the_chain) {
+    m_process.put_frameless_function(kInner);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call_by_register(kMiddle + 0x20);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.put_framed_function(kOuter + 0x80);
+    m_process.put_call(kOuter + 0xA0, kOuter);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x2C, kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x50, 0);
+    m_process.memory.put_u32(kStack + 0x54, kOuter + 0xA0);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x50)),
+              (Path{kMiddle + 0x20, kOuter + 0x20, kOuter + 0xA0}));
+}
+
+// Nothing calls the function directly, and it takes no stack: only the padding in front of it tells where it begins.
+class HiddenFunctionTest : public FrameWalkerTest {
+protected:
+    static constexpr std::uint32_t kHidden = kInner + 0x40; // behind a function that takes 20 bytes
+
+    HiddenFunctionTest() {
+        m_process.put_frameless_function(kInner);
+        m_process.memory.put(kHidden - 3, {0xC3, 0x66, 0x90});
+        m_process.memory.fill(kHidden, 0x40, 0x40);
+        m_process.put_frameless_function(kMiddle);
+        m_process.put_call_by_register(kMiddle + 0x20);
+        m_process.put_call(kOuter + 0x30, kInner);
+        m_process.memory.put_u32(kStack + 0x20, kOuter + 0x30); // of an earlier call
+    }
+};
+
+TEST_F(HiddenFunctionTest, Leaf_behind_padding_has_its_return_address_on_top) {
+    m_process.memory.put_u32(kStack, kMiddle + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kHidden + 8, kStack, 0), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.sp, kStack + 4);
+}
+
+TEST_F(HiddenFunctionTest, Its_arguments_for_a_callee_lie_below_its_return_address) {
+    m_process.memory.put(kHidden + 7, {0x6A, 0x05}); // push 5
+    m_process.put_call(kHidden + 14, kOuter);
+    m_process.memory.put_u32(kStack + 4, kMiddle + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller({kHidden + 14, kStack, 0, FrameOrigin::kChecked}, &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+}
+
+TEST_F(HiddenFunctionTest, Function_in_front_is_believed_where_the_stack_is_just_its_own) {
+    m_process.memory.put_u32(kStack, kMiddle + 0x20); // of an earlier call
+    m_process.memory.put_u32(kStack + 0x14, kOuter + 0x30);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x30, kStack, 0), &caller));
+    EXPECT_EQ(caller.pc, kOuter + 0x30);
+}
+
+TEST_F(HiddenFunctionTest, Walk_rises_whatever_its_first_instructions_say) {
+    m_process.memory.put(kHidden, {0x33, 0xC0, 0x81, 0xEC, 0xF0, 0xFF, 0xFF, 0xFF}); // xor eax, eax; sub esp, -16
+    m_process.memory.put_u32(kStack - 0x10, kMiddle + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kHidden + 0x10, kStack, 0), &caller));
+    EXPECT_GT(caller.sp, kStack);
+    m_process.memory.put(kHidden, {0x33, 0xC0, 0x83, 0xEC, 0x10, 0x40, 0x40, 0x40});
+    EXPECT_FALSE(walker.find_caller(interrupted(kHidden + 0x10, FakeProcess::kStackEnd - 0x10, 0), &caller));
+}
+
+TEST_F(FrameWalkerTest, Function_called_directly_is_found_behind_a_framed_one_that_has_ended) {
+    m_process.put_framed_function(kInner);
+    m_process.memory.put(kInner + 0x2F, {0xC3});
+    m_process.put_frameless_function(kInner + 0x30);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kInner + 0x30);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x44, kOuter + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x40, kStack, kStack + 0x40)).front(), kMiddle + 0x20);
+}
+
+TEST_F(FrameWalkerTest, Link_inside_what_a_framed_function_has_taken_is_stale) {
+    m_process.put_framed_function(kInner); // takes 16 bytes
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.memory.put_u32(kStack + 0x0C, kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x18, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 8)).front(), kMiddle + 0x20);
+}
+
+TEST_F(FrameWalkerTest, Call_into_another_module_has_not_led_here) {
+    faultkit::Module* other = m_process.modules.next();
+    *other = m_process.modules[0];
+    other->image.base = 0x800000;
+    other->image.code[0] = {0x801000, 0x802000};
+    m_process.modules.commit();
+    m_process.put_call(kMiddle + 0x20, 0x801100);
+    m_process.put_call(kMiddle + 0x30, kOuter);
+    m_process.put_call_by_register(kMiddle + 0x40);
+    const Frame frame = interrupted(kInner + 0x10, kStack, 0);
+    EXPECT_FALSE(walker().may_have_called(frame, {kMiddle + 0x20, kStack + 8, 0, FrameOrigin::kSymbols}));
+    EXPECT_TRUE(walker().may_have_called(frame, {kMiddle + 0x30, kStack + 8, 0, FrameOrigin::kSymbols}));
+    EXPECT_TRUE(walker().may_have_called(frame, {kMiddle + 0x40, kStack + 8, 0, FrameOrigin::kSymbols}));
+}
+
+TEST_F(FrameWalkerTest, Fault_before_the_frame_is_set_up_finds_the_return_address_on_top) {
+    m_process.put_framed_function(kInner);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.memory.put_u32(kStack, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner, kStack, kStack + 0x80)), (Path{kMiddle + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Fault_after_the_push_finds_the_return_address_below_it) {
+    m_process.put_framed_function(kInner);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.memory.put_u32(kStack + 4, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 1, kStack, kStack + 0x80)), (Path{kMiddle + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Call_through_a_null_pointer_leads_back_to_its_maker) {
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_call_by_register(kMiddle + 0x20);
+    m_process.memory.put_u32(kStack, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(0, kStack, 0)), (Path{kMiddle + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Circular_chain_ends) {
+    m_process.put_framed_function(kInner);
+    m_process.put_call(kInner + 0x20, kInner);
+    m_process.memory.put_u32(kStack + 0x40, kStack + 0x40);
+    m_process.memory.put_u32(kStack + 0x44, kInner + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, kStack + 0x40)), (Path{kInner + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Overwritten_return_address_is_bridged_by_a_guess) {
+    m_process.put_frameless_function(kInner);
+    m_process.put_framed_function(kMiddle);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kOuter + 0x80);
+    m_process.put_call(kOuter + 0x20, kMiddle);
+    for (std::uint32_t place = kStack; place < kStack + 0x20; place += 4)
+        m_process.memory.put_u32(place, 0x41414141);
+    m_process.memory.put_u32(kStack + 0x30, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x54, kOuter + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x50), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+}
+
+TEST_F(FrameWalkerTest, Frame_of_an_unloaded_module_is_passed_through) {
+    m_process.modules.add_unloaded({0x900000, 0x4000, 1, "gone.dll"});
+    m_process.put_frameless_function(kInner);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x14, 0x901123);
+    m_process.memory.put_u32(kStack + 0x20, kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x50, 0);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, 0)), (Path{0x901123, kOuter + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Unreadable_stack_ends_the_walk) {
+    m_process.put_frameless_function(kInner);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, 0x50000, 0x50040)), Path{});
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, 0xFFFFFFFE, 0xFFFFFFFF)), Path{});
+}
+
+TEST_F(FrameWalkerTest, Sound_frame_is_higher_and_behind_a_call) {
+    m_process.put_call(kMiddle + 0x20, kInner);
+    const Frame frame = interrupted(kInner + 0x10, kStack, 0);
+    const Frame good = {kMiddle + 0x20, kStack + 8, 0, FrameOrigin::kSymbols};
+    EXPECT_TRUE(walker().is_sound(frame, good));
+    Frame bad = good;
+    bad.sp = kStack;
+    EXPECT_FALSE(walker().is_sound(frame, bad));
+    bad = good;
+    bad.sp = FakeProcess::kStackEnd + 4;
+    EXPECT_FALSE(walker().is_sound(frame, bad));
+    bad = good;
+    bad.pc = kMiddle + 0x21;
+    EXPECT_FALSE(walker().is_sound(frame, bad));
+}
+
+TEST_F(FrameWalkerTest, Any_memory_and_any_registers_give_a_walk_that_rises_and_ends) {
+    std::mt19937 random(12345);
+    for (int round = 0; round < 200; ++round) {
+        faultkit::FakeMemory::Bytes code(0x400);
+        for (auto& byte : code)
+            byte = random() % 3 ? static_cast<std::uint8_t>(random())
+                                : faultkit::FakeMemory::Bytes{0xE8, 0xFF, 0x55, 0xC3}[random() % 4];
+        m_process.memory.put(FakeProcess::kCode, code);
+        for (std::uint32_t place = FakeProcess::kStack; place < FakeProcess::kStackEnd; place += 4)
+            m_process.memory.put_u32(place, random() % 2 ? FakeProcess::kCode + random() % 0x400
+                                                         : FakeProcess::kStack + random() % 0x1000);
+        const std::uint32_t pc = random() % 4 ? FakeProcess::kCode + random() % 0x400 : random();
+        const std::uint32_t bp = random() % 4 ? FakeProcess::kStack + random() % 0x1000 : random();
+        EXPECT_LE(walk(interrupted(pc, FakeProcess::kStack + random() % 0x800, bp)).size(), 100u);
+    }
+}
+
+} // namespace

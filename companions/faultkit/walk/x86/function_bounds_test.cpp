@@ -1,0 +1,183 @@
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "testing/cxx/fake_process.h"
+#include "companions/faultkit/walk/x86/function_bounds.h"
+
+namespace {
+
+using faultkit::FakeMemory;
+using faultkit::FakeProcess;
+using faultkit::FunctionBounds;
+
+constexpr std::uint32_t kFunction = FakeProcess::kCode + 0x100;
+
+FunctionBounds find(FakeProcess& process, std::uint32_t address) {
+    return faultkit::find_function(process.memory, process.modules, address);
+}
+
+struct Gap {
+    const char* name;
+    FakeMemory::Bytes bytes; // in front of the function, behind other code
+};
+
+class GapBetweenFunctions : public testing::TestWithParam<Gap> {};
+
+TEST_P(GapBetweenFunctions, Marks_the_start_of_the_next_one) {
+    FakeProcess process;
+    process.memory.fill(kFunction - 0x80, 0x80, 0x40);
+    process.memory.put(kFunction - static_cast<std::uint32_t>(GetParam().bytes.size()), GetParam().bytes);
+    process.put_frameless_function(kFunction);
+    EXPECT_EQ(find(process, kFunction).start, kFunction);
+    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, GapBetweenFunctions,
+                         testing::Values(Gap{"int3", {0xE9, 0x10, 0, 0, 0, 0xCC}},
+                                         Gap{"nops_after_return", {0xC3, 0x90, 0x90}},
+                                         Gap{"nop_after_return_with_count", {0xC2, 0x08, 0x00, 0x90}},
+                                         Gap{"long_nop", {0xC3, 0x0F, 0x1F, 0x44, 0x00, 0x00}},
+                                         Gap{"prefixed_nop", {0xC3, 0x66, 0x2E, 0x0F, 0x1F, 0x84, 0, 0, 0, 0, 0}},
+                                         Gap{"lea", {0xC3, 0x8D, 0xB4, 0x26, 0, 0, 0, 0}},
+                                         Gap{"lea_and_nop", {0xC3, 0x8D, 0x76, 0x00, 0x90}},
+                                         Gap{"move_to_itself", {0xC3, 0x8B, 0xFF}}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST(FunctionBounds, Constant_that_ends_like_a_gap_does_not_split_a_function) {
+    FakeProcess process;
+    process.put_frameless_function(kFunction);
+    process.memory.put(kFunction + 0x0B, {0xB8, 0x40, 0xBD, 0x40, 0xCC}); // mov eax, 0xCC40BD40
+    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
+    process.memory.put(kFunction + 0x0B, {0xB8, 0xCD, 0xCC, 0xCC, 0xCC}); // to divide by ten
+    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
+}
+
+TEST(FunctionBounds, Early_return_does_not_split_a_function) {
+    FakeProcess process;
+    process.put_frameless_function(kFunction);
+    process.memory.put(kFunction + 0x0F, {0xC3}); // what follows is aligned
+    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
+}
+
+TEST(FunctionBounds, Real_instruction_behind_a_return_is_no_filler) {
+    FakeProcess process;
+    process.put_frameless_function(kFunction);
+    process.memory.put(kFunction + 0x0C, {0xC3, 0x8D, 0x46, 0x08}); // lea eax, [esi + 8]
+    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
+}
+
+TEST(FunctionBounds, Frame_is_recognised_even_where_nothing_is_aligned) {
+    FakeProcess process;
+    process.memory.fill(kFunction, 0x80, 0x40);
+    process.memory.put(kFunction + 0x12, {0xC3});
+    process.put_framed_function(kFunction + 0x13);
+    const FunctionBounds function = find(process, kFunction + 0x30);
+    EXPECT_EQ(function.start, kFunction + 0x13);
+    EXPECT_TRUE(function.framed);
+    EXPECT_EQ(function.push, kFunction + 0x13);
+}
+
+TEST(FunctionBounds, Frameless_function_is_not_framed) {
+    FakeProcess process;
+    process.put_frameless_function(kFunction);
+    EXPECT_FALSE(find(process, kFunction + 0x20).framed);
+}
+
+TEST(FunctionBounds, Frame_made_by_a_helper_of_the_runtime_is_recognised) {
+    FakeProcess process;
+    process.memory.fill(kFunction, 64, 0x40);
+    process.memory.put(kFunction, {0x6A, 0x10, 0x68, 0, 0x50, 0x40, 0, 0xE8, 1, 2, 3, 4});
+    const FunctionBounds function = find(process, kFunction + 0x20);
+    EXPECT_TRUE(function.framed);
+    EXPECT_EQ(function.push, 0u);
+}
+
+TEST(FunctionBounds, Start_of_the_section_starts_a_function) {
+    FakeProcess process;
+    process.put_frameless_function(FakeProcess::kCode);
+    EXPECT_EQ(find(process, FakeProcess::kCode + 5).start, FakeProcess::kCode);
+}
+
+TEST(FunctionBounds, Function_over_many_pieces_is_found) {
+    FakeProcess process;
+    process.memory.fill(kFunction, 0x1800, 0x40);
+    EXPECT_EQ(find(process, kFunction + 0x17FF).start, kFunction);
+}
+
+TEST(FunctionBounds, Last_byte_of_the_section_can_be_asked_for) {
+    FakeProcess process;
+    process.put_framed_function(FakeProcess::kCodeEnd - 64);
+    EXPECT_EQ(find(process, FakeProcess::kCodeEnd - 1).start, FakeProcess::kCodeEnd - 64);
+}
+
+TEST(FunctionBounds, Address_outside_the_code_has_none) {
+    FakeProcess process;
+    EXPECT_EQ(find(process, FakeProcess::kCodeEnd).start, 0u);
+    EXPECT_EQ(find(process, 0x900000).start, 0u);
+}
+
+faultkit::Prologue prologue(const FakeMemory::Bytes& code, std::uint32_t reached) {
+    FakeProcess process;
+    process.memory.put(kFunction, code);
+    return faultkit::read_prologue(process.memory, kFunction, kFunction + reached);
+}
+
+std::uint32_t taken(const FakeMemory::Bytes& code, std::uint32_t reached) {
+    return prologue(code, reached).taken;
+}
+
+TEST(Prologue, Counts_saved_registers_and_the_space_for_locals) {
+    // push ebx; push esi; push edi; sub esp, 0x40
+    EXPECT_EQ(taken({0x53, 0x56, 0x57, 0x83, 0xEC, 0x40, 0x40}, 7), 12u + 0x40);
+    // push ebp; sub esp, 0x1234
+    EXPECT_EQ(taken({0x55, 0x81, 0xEC, 0x34, 0x12, 0, 0, 0x40}, 8), 4u + 0x1234);
+}
+
+TEST(Prologue, Counts_only_what_was_executed) {
+    EXPECT_EQ(taken({0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 0), 0u);
+    EXPECT_EQ(taken({0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 1), 4u);
+    EXPECT_EQ(taken({0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 2), 8u);
+}
+
+TEST(Prologue, Looks_past_instructions_mixed_in) {
+    // mov eax, [esp + 8]; xor ecx, ecx; mov edx, 1; push esi
+    EXPECT_EQ(taken({0x8B, 0x44, 0x24, 0x08, 0x31, 0xC9, 0xBA, 1, 0, 0, 0, 0x56, 0x40}, 13), 4u);
+}
+
+TEST(Prologue, Pushed_arguments_are_not_counted) {
+    // push esi; push eax: an argument, gone after the call
+    EXPECT_EQ(taken({0x56, 0x50, 0xE8, 0, 0, 0, 0}, 7), 4u);
+    // push esi; push esi: the second is an argument
+    EXPECT_EQ(taken({0x56, 0x56, 0xE8, 0, 0, 0, 0}, 7), 4u);
+}
+
+TEST(Prologue, Stops_at_a_branch) {
+    // test ecx, ecx; je; push esi: pushed on one way only
+    EXPECT_EQ(taken({0x85, 0xC9, 0x74, 0x12, 0x56, 0x40}, 6), 0u);
+}
+
+TEST(Prologue, Tells_where_the_callers_frame_pointer_is_kept) {
+    // push edi; push ebp; push esi
+    EXPECT_EQ(prologue({0x57, 0x55, 0x56, 0x40}, 3).saved_ebp, 8u);
+    EXPECT_EQ(prologue({0x57, 0x55, 0x56, 0x40}, 1).saved_ebp, 0u);
+    EXPECT_EQ(prologue({0x57, 0x56, 0x40}, 3).saved_ebp, 0u);
+}
+
+TEST(PossibleStarts, Lie_behind_returns_and_behind_padding_up_to_an_aligned_place) {
+    FakeProcess process;
+    process.memory.fill(kFunction, 0x100, 0x40);
+    process.memory.put(kFunction + 0x13, {0xC3});
+    process.memory.put(kFunction + 0x2D, {0xC3, 0x66, 0x90});
+    std::uint32_t places[8];
+    const faultkit::CodeRange& section = *process.modules.find_code(kFunction);
+    const unsigned count =
+        faultkit::list_possible_starts(process.memory, section, kFunction, kFunction + 0x40, places, 8);
+    EXPECT_EQ((std::vector<std::uint32_t>(places, places + count)),
+              (std::vector<std::uint32_t>{kFunction + 0x30, kFunction + 0x2E, kFunction + 0x14}));
+    EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, kFunction, kFunction + 0x40, places, 2), 2u);
+    EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, kFunction + 0x30, kFunction + 0x40, places, 8),
+              0u);
+}
+
+} // namespace

@@ -1,0 +1,59 @@
+#include <gtest/gtest.h>
+
+#include "testing/cxx/fake_process.h"
+#include "companions/faultkit/walk/x86/function_finder.h"
+
+namespace {
+
+using faultkit::FakeProcess;
+using faultkit::FunctionFinder;
+
+constexpr std::uint32_t kFirst = FakeProcess::kCode + 0x100, kSecond = kFirst + 0x37, kCaller = kFirst + 0x800;
+
+// Two functions without a gap between them; the first ends in a return.
+struct PackedFunctions : testing::Test {
+    PackedFunctions() {
+        process.put_frameless_function(kFirst);
+        process.put_frameless_function(kSecond);
+        process.memory.put(kSecond - 1, {0xC3});
+    }
+
+    FakeProcess process;
+};
+
+TEST_F(PackedFunctions, Second_is_found_by_a_call_of_it_from_further_up) {
+    process.put_call(kCaller, kSecond);
+    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kSecond);
+}
+
+TEST_F(PackedFunctions, Second_is_found_by_a_call_of_it_from_further_down) {
+    process.put_call(kFirst - 0x40, kSecond);
+    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kSecond);
+}
+
+TEST_F(PackedFunctions, First_stays_itself) {
+    process.put_call(kCaller, kSecond);
+    FunctionFinder finder(process.memory, process.modules);
+    EXPECT_EQ(finder.find(kSecond + 0x10).start, kSecond);
+    EXPECT_EQ(finder.find(kSecond - 2).start, kFirst);
+}
+
+TEST_F(PackedFunctions, Bytes_like_a_call_to_the_middle_of_a_function_start_none) {
+    process.put_call(kCaller, kSecond + 8); // nothing ends in front of it
+    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kFirst);
+}
+
+TEST_F(PackedFunctions, Answer_is_remembered) {
+    process.put_call(kCaller, kSecond);
+    FunctionFinder finder(process.memory, process.modules);
+    EXPECT_EQ(finder.find(kSecond + 0x10).start, kSecond);
+    process.memory.fill(FakeProcess::kCode, FakeProcess::kCodeEnd - FakeProcess::kCode, 0xCC);
+    EXPECT_EQ(finder.find(kSecond + 0x10).start, kSecond);
+    EXPECT_EQ(finder.find(kSecond + 0x08).start, kSecond);
+}
+
+TEST_F(PackedFunctions, Address_outside_the_code_has_none) {
+    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(0x900000).start, 0u);
+}
+
+} // namespace
