@@ -23,6 +23,15 @@ def stage(request):
         yield it
 
 
+@pytest.fixture(scope="module")
+def module_stage(request):
+    """A stage that the tests of one file share, for what is dear to set up."""
+    place = pathlib.Path(request.path).relative_to(TESTS).with_suffix("")
+    with Stage(ARTIFACTS / place / "shared") as it:
+        request.node.stash[_STAGE] = it
+        yield it
+
+
 @pytest.fixture
 def artifacts(stage):
     """An empty folder for what this test leaves to be looked at."""
@@ -38,8 +47,10 @@ def desktop(stage):
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item, call):
     outcome = yield
-    if call.when in ("setup", "call") and outcome.get_result().failed and _STAGE in item.stash:
-        item.stash[_STAGE].take_pictures()
+    if call.when in ("setup", "call") and outcome.get_result().failed:
+        for node in item.listchain():
+            if _STAGE in node.stash:
+                node.stash[_STAGE].take_pictures()
 
 
 def pytest_collection_modifyitems(items):

@@ -2,7 +2,9 @@
 
 import re
 
-from testing import report_dialog, runner
+import pytest
+
+from testing import report_dialog
 from testing.host import LIBRARY_FILES, Host, redirect
 from testing.loopback import loopback_address
 from testing.processes import wait_until
@@ -15,82 +17,89 @@ LEAST_RESERVE = 40  # KB: more than any report may need
 SMALL_STACKS = (64, 128, 256, 512, 1024)  # KB
 
 
-class Overflow(runner.Case):
-    def host(self, desktop):
-        host = Host(self, "overflow_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=desktop)
-        (host.folder / "notes.txt").write_bytes(NOTES)
-        return host
+def overflow_host(stage, desktop):
+    host = Host(stage, "overflow_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=desktop)
+    (host.folder / "notes.txt").write_bytes(NOTES)
+    return host
 
-    def check_message(self, message):
-        """Fault and trace are there, and so is everything else."""
-        body = message.body.decode("windows-1251")
-        description = body[body.index("Crush Expantion:\n") :]
-        self.assertTrue(description.startswith("Crush Expantion:\nEXCEPTION_STACK_OVERFLOW (C00000FD)"), description)
-        trace = description.partition("\n\nStack Trace:\n")[2].partition("\n\n")[0].splitlines()
-        places = [re.fullmatch(r"[0-9A-F]{8} (\S+)\+[0-9A-F]{8}", line) for line in trace]
-        (gap,) = [line for line in trace if line.startswith("... ")]
-        self.assertGreater(int(re.fullmatch(r"\.\.\. (\d+) more frames", gap)[1]), 100)
-        # The same function, whose call of itself returns to one place, above and below the gap.
-        at = trace.index(gap)
-        (recursion,) = {line for line in trace[1:at]}
-        self.assertRegex(recursion, r"^[0-9A-F]{8} overflow_host\.exe\+")
-        self.assertIn(recursion, trace[at + 1 :])
-        self.assertTrue(places[-1], trace)
-        attached = dict(message.attachments)
-        self.assertEqual(attached["notes.txt"], NOTES)
-        picture = attached["screen_copy.jpg"]
-        self.assertTrue(picture.startswith(b"\xFF\xD8") and picture.endswith(b"\xFF\xD9"))
-        self.assertTrue(message.raw.endswith(b"------=_NextPart_000_023D_01C25DB8.8402B210\r\n"))
 
-    def mail(self, *args, times=1):
-        desktop = self.desktop(width=800, height=600)
-        host = self.host(desktop)
-        process = host.start("mail", *args, "--times", times, cwd=host.folder)
-        for count in range(1, times + 1):
-            report_dialog.press(desktop, "Open Error Report")
-            messages = host.wait_messages(count)
-        process.wait_family()
-        self.assertEqual(process.result().text.splitlines(), [*ONCE * times, "end"])
-        for message in messages:
-            self.check_message(message)
+def check_message(message):
+    """Fault and trace are there, and so is everything else."""
+    body = message.body.decode("windows-1251")
+    description = body[body.index("Crush Expantion:\n") :]
+    assert description.startswith("Crush Expantion:\nEXCEPTION_STACK_OVERFLOW (C00000FD)"), description
+    trace = description.partition("\n\nStack Trace:\n")[2].partition("\n\n")[0].splitlines()
+    places = [re.fullmatch(r"[0-9A-F]{8} (\S+)\+[0-9A-F]{8}", line) for line in trace]
+    (gap,) = [line for line in trace if line.startswith("... ")]
+    assert int(re.fullmatch(r"\.\.\. (\d+) more frames", gap)[1]) > 100
+    # The same function, whose call of itself returns to one place, above and below the gap.
+    at = trace.index(gap)
+    (recursion,) = {line for line in trace[1:at]}
+    assert re.search(r"^[0-9A-F]{8} overflow_host\.exe\+", recursion)
+    assert recursion in trace[at + 1 :]
+    assert places[-1], trace
+    attached = dict(message.attachments)
+    assert attached["notes.txt"] == NOTES
+    picture = attached["screen_copy.jpg"]
+    assert picture.startswith(b"\xFF\xD8") and picture.endswith(b"\xFF\xD9")
+    assert message.raw.endswith(b"------=_NextPart_000_023D_01C25DB8.8402B210\r\n")
 
-    def upload(self, *args, times=1):
-        desktop = self.desktop(width=800, height=600)
-        host = self.host(desktop)
-        address = loopback_address()
-        redirect(host.folder / "Wendax.dll", "--upload-server", address)
-        server = self.enterContext(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
-        process = host.start("upload", *args, "--times", times, cwd=host.folder)
-        for count in range(1, times + 1):
-            report_dialog.press(desktop, "Upload Report")
-            wait_until(lambda: process.stdout.count(b"reported") == count, "the report", seen=process.output)
-        process.wait_family()
-        self.assertEqual(process.result().text.splitlines(), [*["caught", "uploaded", "reported"] * times, "end"])
-        for request in server.requests:
-            self.assertIn(NOTES, request.body)
-            self.assertIn(b"\xFF\xD8\xFF", request.body)
-            self.assertIn(b"Cannot extract version number of Lumivale", request.body)
-        self.assertEqual(len(server.requests), times)
 
-    def test_becomes_a_message_with_trace_screenshot_and_file(self):
-        self.mail()
+def mail(stage, *args, times=1):
+    desktop = stage.desktop(width=800, height=600)
+    host = overflow_host(stage, desktop)
+    process = host.start("mail", *args, "--times", times, cwd=host.folder)
+    for count in range(1, times + 1):
+        report_dialog.press(desktop, "Open Error Report")
+        messages = host.wait_messages(count)
+    process.wait_family()
+    assert process.result().text.splitlines() == [*ONCE * times, "end"]
+    for message in messages:
+        check_message(message)
 
-    def test_becomes_an_upload(self):
-        self.upload()
 
-    def test_of_the_same_thread_again_is_reported_again(self):
-        self.mail(times=2)
-        self.upload(times=2)
+def upload(stage, *args, times=1):
+    desktop = stage.desktop(width=800, height=600)
+    host = overflow_host(stage, desktop)
+    address = loopback_address()
+    redirect(host.folder / "Wendax.dll", "--upload-server", address)
+    server = stage.enter_context(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
+    process = host.start("upload", *args, "--times", times, cwd=host.folder)
+    for count in range(1, times + 1):
+        report_dialog.press(desktop, "Upload Report")
+        wait_until(lambda: process.stdout.count(b"reported") == count, "the report", seen=process.output)
+    process.wait_family()
+    assert process.result().text.splitlines() == [*["caught", "uploaded", "reported"] * times, "end"]
+    for request in server.requests:
+        assert NOTES in request.body
+        assert b"\xFF\xD8\xFF" in request.body
+        assert b"Cannot extract version number of Lumivale" in request.body
+    assert len(server.requests) == times
 
-    def test_of_another_thread_is_reported(self):
-        self.mail("--thread")
 
-    def test_of_small_threads_is_reported(self):
-        for size in SMALL_STACKS:
-            with self.subTest(size):
-                self.mail("--stack", size)
-                self.upload("--stack", size)
+def test_becomes_a_message_with_trace_screenshot_and_file(stage):
+    mail(stage)
 
-    def test_needs_a_reserve_of_40_KB_at_most(self):
-        self.mail("--reserve", LEAST_RESERVE)
-        self.upload("--reserve", LEAST_RESERVE)
+
+def test_becomes_an_upload(stage):
+    upload(stage)
+
+
+@pytest.mark.parametrize("road", (mail, upload))
+def test_of_the_same_thread_again_is_reported_again(stage, road):
+    road(stage, times=2)
+
+
+def test_of_another_thread_is_reported(stage):
+    mail(stage, "--thread")
+
+
+@pytest.mark.parametrize("road", (mail, upload))
+@pytest.mark.parametrize("size", SMALL_STACKS)
+def test_of_a_small_thread_is_reported(stage, size, road):
+    road(stage, "--stack", size)
+
+
+@pytest.mark.parametrize("road", (mail, upload))
+def test_needs_a_reserve_of_40_KB_at_most(stage, road):
+    road(stage, "--reserve", LEAST_RESERVE)

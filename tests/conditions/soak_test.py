@@ -10,7 +10,8 @@ import pathlib
 import re
 import shutil
 
-from testing.runner import Case
+import pytest
+
 from testing.driven_host import DrivenHost
 from testing.host import redirect
 from testing.loopback import loopback_address
@@ -20,6 +21,9 @@ from testing.web_server import WebServer, answering
 REPORTS = int(os.environ.get("WENDAX_SOAK_REPORTS", "40"))
 WARM_UP = 10
 SECONDS_FOR_ONE = 20  # on a busy machine
+LIMIT = 300 + SECONDS_FOR_ONE * REPORTS
+
+pytestmark = pytest.mark.timeout(LIMIT)
 
 
 def too_much(first, last, grown):
@@ -32,60 +36,54 @@ def too_much(first, last, grown):
     return {name: value for name, value in more.items() if value > bounds[name]}
 
 
-class Soak(Case):
-    time_limit = 300 + SECONDS_FOR_ONE * REPORTS
+def soak(stage, road):
+    """Makes the reports and looks what the process holds. Gives what had grown too much between the first ones and the
+    end: {name: by how much}. More than as many dialogs of the system alone had grown it, that is."""
+    address = loopback_address()
+    server = stage.enter_context(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
+    wine = stage.wine(stage.desktop(width=800, height=600))
+    wine.associate(".eml", stage.product("mail_program.exe"))
+    folder = stage.artifacts / "host"
+    folder.mkdir()
+    for name in ("soak_host.exe", "Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"):
+        shutil.copy(stage.product(name), folder)
+    redirect(folder / "Wendax.dll", "--upload-server", address)
+    (folder / "notes.txt").write_bytes(b"notes")
+    (folder / "plain.eml").write_bytes(b"Subject: plain\r\n\r\n")
+    log = wine.prefix.drive_c / "mail.log"
+    host = DrivenHost(wine, folder / "soak_host.exe", limit=LIMIT, cwd=folder, env={"MAIL_PROGRAM_LOG": "C:\\mail.log"})
 
-    def soak(self, road):
-        """Makes the reports and looks what the process holds. Gives what had grown too much between the first ones and the
-        end: {name: by how much}. More than as many dialogs of the system alone had grown it, that is."""
-        address = loopback_address()
-        server = self.enterContext(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
-        wine = self.wine(self.desktop(width=800, height=600))
-        wine.associate(".eml", self.product("mail_program.exe"))
-        folder = self.artifacts / "host"
-        folder.mkdir()
-        for name in ("soak_host.exe", "Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"):
-            shutil.copy(self.product(name), folder)
-        redirect(folder / "Wendax.dll", "--upload-server", address)
-        (folder / "notes.txt").write_bytes(b"notes")
-        (folder / "plain.eml").write_bytes(b"Subject: plain\r\n\r\n")
-        log = wine.prefix.drive_c / "mail.log"
-        host = DrivenHost(
-            wine, folder / "soak_host.exe", limit=self.time_limit, cwd=folder, env={"MAIL_PROGRAM_LOG": "C:\\mail.log"}
-        )
+    def after(*command):
+        told = host.tell(*command, timeout=SECONDS_FOR_ONE * command[-1])
+        numbers = [int(number) for number in told.split()[1:]]
+        process = pathlib.Path("/proc", str(host.process.pid))
+        private = re.search(r"Private_Dirty:\s+(\d+) kB", (process / "smaps_rollup").read_text())
+        usage = dict(zip(("GDI objects", "user object", "kernel handles", "memory (KiB)"), numbers))
+        return {
+            **usage,
+            "private pages (KiB)": int(private[1]),
+            "open files": len(list((process / "fd").iterdir())),
+        }
 
-        def after(*command):
-            told = host.tell(*command, timeout=SECONDS_FOR_ONE * command[-1])
-            numbers = [int(number) for number in told.split()[1:]]
-            process = pathlib.Path("/proc", str(host.process.pid))
-            private = re.search(r"Private_Dirty:\s+(\d+) kB", (process / "smaps_rollup").read_text())
-            usage = dict(zip(("GDI objects", "user object", "kernel handles", "memory (KiB)"), numbers))
-            return {
-                **usage,
-                "private pages (KiB)": int(private[1]),
-                "open files": len(list((process / "fd").iterdir())),
-            }
+    before_plain, after_plain = after("plain", road, WARM_UP), after("plain", road, REPORTS - WARM_UP)
+    grown = {name: after_plain[name] - value for name, value in before_plain.items()}
+    held = [after(road, WARM_UP), after(road, REPORTS - WARM_UP)]
+    if too_much(*held, grown):
+        # A cache of the system's may have had its largest need only now. What reports lose, they lose again.
+        held.append(after(road, REPORTS - WARM_UP))
+    assert host.end() == 0
+    host.process.wait_family()
+    made = [WARM_UP + number * (REPORTS - WARM_UP) for number in range(len(held))]
+    for number, usage in zip(made, held):
+        print(f"{road}, after report {number}: {usage}")
+    print(f"{REPORTS - WARM_UP} dialogs of the system alone: {grown}")
+    opened = log.read_text("latin-1").splitlines() if road == "mail" else ()
+    plain = sum("plain.eml" in line for line in opened)
+    assert (len(opened) - plain if road == "mail" else len(server.requests)) == made[-1]
+    assert plain == (REPORTS if road == "mail" else 0)
+    return too_much(*held[-2:], grown)
 
-        before_plain, after_plain = after("plain", road, WARM_UP), after("plain", road, REPORTS - WARM_UP)
-        grown = {name: after_plain[name] - value for name, value in before_plain.items()}
-        held = [after(road, WARM_UP), after(road, REPORTS - WARM_UP)]
-        if too_much(*held, grown):
-            # A cache of the system's may have had its largest need only now. What reports lose, they lose again.
-            held.append(after(road, REPORTS - WARM_UP))
-        self.assertEqual(host.end(), 0)
-        host.process.wait_family()
-        made = [WARM_UP + number * (REPORTS - WARM_UP) for number in range(len(held))]
-        for number, usage in zip(made, held):
-            print(f"{road}, after report {number}: {usage}")
-        print(f"{REPORTS - WARM_UP} dialogs of the system alone: {grown}")
-        opened = log.read_text("latin-1").splitlines() if road == "mail" else ()
-        plain = sum("plain.eml" in line for line in opened)
-        self.assertEqual(len(opened) - plain if road == "mail" else len(server.requests), made[-1])
-        self.assertEqual(plain, REPORTS if road == "mail" else 0)
-        return too_much(*held[-2:], grown)
 
-    def test_reports_by_mail_leave_nothing(self):
-        self.assertEqual(self.soak("mail"), {})
-
-    def test_reports_by_upload_leave_nothing(self):
-        self.assertEqual(self.soak("upload"), {})
+@pytest.mark.parametrize("road", ("mail", "upload"))
+def test_reports_leave_nothing(stage, road):
+    assert soak(stage, road) == {}

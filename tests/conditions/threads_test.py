@@ -3,36 +3,37 @@
 import re
 import shutil
 
-from testing import report_dialog, runner
+from testing import report_dialog
 from testing.host import Host
 
 THREADS = 16
 ROUNDS = 50
 
 
-class Threads(runner.Case):
-    def described(self, order):
-        """Lets them fault, and gives the number of the thread whose fault the report describes."""
-        desktop = self.desktop(width=800, height=600)
-        host = Host(self, "threads_host.exe", desktop=desktop)
-        helper = self.product("Wendax.dll").parent.parent / "test-helpers" / "faultkit_of_access" / "faultkit.dll"
-        shutil.copy(helper, host.folder)
-        process = host.start(order, ROUNDS)
-        report_dialog.press(desktop, "Open Error Report")
-        (message,) = host.wait_messages(1)
-        process.wait_family()
-        self.assertEqual(process.result().text, f"caught {THREADS * ROUNDS}\n")
-        self.assertEqual(process.returncode, 0)
-        whole = re.search(
-            rb"Crush Expantion:\ncode C0000005 flags 0 parameters 2 kind 1 place (\d+) at eip\n\n", message.body
-        )
-        self.assertTrue(whole, message.body)
-        thread, rest = divmod(int(whole[1]), 16)
-        self.assertEqual(rest, 0)
-        return thread - 1
+def described_thread(stage, order):
+    """Lets them fault, and gives the number of the thread whose fault the report describes."""
+    desktop = stage.desktop(width=800, height=600)
+    host = Host(stage, "threads_host.exe", desktop=desktop)
+    helper = stage.product("Wendax.dll").parent.parent / "test-helpers" / "faultkit_of_access" / "faultkit.dll"
+    shutil.copy(helper, host.folder)
+    process = host.start(order, ROUNDS)
+    report_dialog.press(desktop, "Open Error Report")
+    (message,) = host.wait_messages(1)
+    process.wait_family()
+    assert process.result().text == f"caught {THREADS * ROUNDS}\n"
+    assert process.returncode == 0
+    whole = re.search(
+        rb"Crush Expantion:\ncode C0000005 flags 0 parameters 2 kind 1 place (\d+) at eip\n\n", message.body
+    )
+    assert whole, message.body
+    thread, rest = divmod(int(whole[1]), 16)
+    assert rest == 0
+    return thread - 1
 
-    def test_that_fault_in_turn_leave_the_last_fault(self):
-        self.assertEqual(self.described("in-turn"), THREADS - 1)
 
-    def test_that_fault_at_once_leave_one_of_the_faults_whole(self):
-        self.assertIn(self.described("at-once"), range(THREADS))
+def test_that_fault_in_turn_leave_the_last_fault(stage):
+    assert described_thread(stage, "in-turn") == THREADS - 1
+
+
+def test_that_fault_at_once_leave_one_of_the_faults_whole(stage):
+    assert described_thread(stage, "at-once") in range(THREADS)
