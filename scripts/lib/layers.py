@@ -1,8 +1,4 @@
-#!/usr/bin/env python3
-"""Draws the picture in docs/architecture.md from the includes of the product's sources.
-
-usage: draw-architecture           writes the picture into the document
-       draw-architecture --check   ends with 1 if the document has another one
+"""The picture in docs/architecture.md, from the includes of the product's sources.
 
 An arrow says that files of one folder include those of another. One that a chain of others implies is left out. A circle
 is refused. Broken lines, which no include shows, are what is found at run time.
@@ -12,9 +8,7 @@ import pathlib
 import re
 import sys
 
-REPO = pathlib.Path(__file__).resolve().parent.parent
-DOCUMENT = REPO / "docs" / "architecture.md"
-PICTURE = re.compile(r"(?<=```mermaid\n).*?(?=```\n)", re.DOTALL)
+REPO = pathlib.Path(__file__).resolve().parents[2]
 
 # The folders as they are drawn, by the DLL that they make; a name stands for them in the picture.
 DLLS = {
@@ -69,20 +63,21 @@ def read_edges():
 def below(edges, folder, path=()):
     """All folders that can be reached from one."""
     if folder in path:
-        sys.exit("draw-architecture: the includes go in a circle: " + " -> ".join((*path, folder)))
+        sys.exit("the includes go in a circle: " + " -> ".join((*path, folder)))
     reached = set()
     for target in edges[folder]:
         reached |= {target} | below(edges, target, (*path, folder))
     return reached
 
 
-def draw(edges):
+def drawn():
+    edges = read_edges()
     reach = {folder: below(edges, folder) for folder in FOLDERS}
     direct = {
         folder: {target for target in targets if not any(target in reach[other] for other in targets)}
         for folder, targets in edges.items()
     }
-    lines = ["graph TD"]
+    lines = ["```mermaid", "graph TD"]
     for dll, folders in DLLS.items():
         lines.append(f'    subgraph {dll.partition(".")[0].lower()}_dll["{dll}"]')
         lines += [f'        {node(folder)}["{folder}: {meaning}"]' for folder, meaning in folders.items()]
@@ -91,29 +86,8 @@ def draw(edges):
         f"    {node(folder)} --> {node(target)}" for folder in FOLDERS for target in FOLDERS if target in direct[folder]
     ]
     lines += [f"    {node(folder)} -. at run time .-> {node(target)}" for folder, target in AT_RUN_TIME]
-    return "\n".join(lines) + "\n"
+    return "\n".join((*lines, "```\n"))
 
 
 def node(folder):
     return folder.rpartition("/")[2]
-
-
-def main():
-    text = DOCUMENT.read_text("utf-8")
-    new, count = PICTURE.subn(lambda _: draw(read_edges()), text)
-    if count != 1:
-        sys.exit(f"draw-architecture: {DOCUMENT} has {count} places for the picture")
-    if sys.argv[1:] == ["--check"]:
-        if new != text:
-            sys.exit(
-                "draw-architecture: the picture in docs/architecture.md is not that of the sources: run "
-                "scripts/draw-architecture and look at it"
-            )
-    elif sys.argv[1:]:
-        sys.exit(__doc__)
-    else:
-        DOCUMENT.write_text(new, "utf-8")
-
-
-if __name__ == "__main__":
-    main()
