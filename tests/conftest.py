@@ -53,13 +53,6 @@ def pytest_runtest_makereport(item, call):
                 node.stash[_STAGE].take_pictures()
 
 
-def pytest_collection_modifyitems(items):
-    for item in items:
-        limit = getattr(item.cls, "time_limit", None)
-        if limit:  # of each test of the class, in seconds
-            item.add_marker(pytest.mark.timeout(limit))
-
-
 def pytest_sessionstart():
     def end(number, _):
         raise KeyboardInterrupt(f"told to end by {signal.Signals(number).name}")

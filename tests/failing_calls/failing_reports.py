@@ -28,12 +28,12 @@ class Round:
 
 
 class FailingHost:
-    def __init__(self, case, variant, place_library=lambda path: None):
-        self.case, self.variant = case, variant
+    def __init__(self, stage, variant, place_library=lambda path: None):
+        self.variant = variant
         # A small screen: its picture is taken each time.
-        self.host = Host(case, "failing_host.exe", desktop=case.desktop(width=320, height=240))
+        self.host = Host(stage, "failing_host.exe", desktop=stage.desktop(width=320, height=240))
         place_library(self.host.folder / "Wendax.dll")
-        shutil.copy(case.product("faultkit.dll"), self.host.folder)
+        shutil.copy(stage.product("faultkit.dll"), self.host.folder)
         shutil.copy(HERE / "calls.txt", self.host.folder)
         application = shutil.copy(self.host.exe, self.host.folder / "Lumivale.exe")
         self.host.wine.set_registry(
@@ -89,6 +89,6 @@ class FailingHost:
             elif words[0] == "held":
                 held[f"{call}: {line}"] += 1
             elif line != "end":
-                self.case.fail(f"{line}, after {rounds[-1:]}")
-        self.case.assertEqual((lines[-1:], result.returncode), (["end"], 0), result)
+                raise AssertionError(f"{line}, after {rounds[-1:]}")
+        assert (lines[-1:], result.returncode) == (["end"], 0), result
         return counts, rounds, held

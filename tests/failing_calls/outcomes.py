@@ -1,10 +1,71 @@
-"""What a user gets from a report in which one call failed, in words."""
+"""What a user gets from a report in which one call failed; words() says it in the document."""
 
+import dataclasses
+import enum
 import re
 
 from testing.mail import Message
 
-WHOLE = "whole report"
+
+class Part(enum.Flag):
+    """Of a report, in the order in which words() names them."""
+
+    WINDOWS = enum.auto()
+    PROGRAM = enum.auto()
+    PROCESSOR = enum.auto()
+    DISPLAY = enum.auto()
+    BROWSER = enum.auto()
+    PRINTERS = enum.auto()
+    APPLICATION = enum.auto()
+    FAULT = enum.auto()
+    MODULES = enum.auto()
+    STACK = enum.auto()
+    SCREENSHOT = enum.auto()
+    FILE = enum.auto()
+    DATE = enum.auto()
+    SYSTEM = WINDOWS | PROGRAM | PROCESSOR | DISPLAY | BROWSER | PRINTERS | APPLICATION
+
+
+class End(enum.Enum):
+    """How far the report comes. road is "message" or "upload", report what there is of it."""
+
+    ARRIVES = "{report}"
+    CUT_OFF = "a {road} that is cut off"
+    UNWRITTEN = "the mail program is told to open a message that could not be written"
+    TOLD_AS_FAILED = "{report}, which the dialog says has failed"
+    FAILS_AS_TOLD = "no {road}, as the dialog says"
+    NONE = "no {road}"
+    NONE_UNTOLD = "no {road}; the dialog goes by itself"
+    NO_DIALOG = "no dialog, no {road}"
+
+
+class Also(enum.Flag):
+    """What happens beside. OUT_OF_MEMORY: an exception to the host. NEXT_TOO: the next report has the same outcome."""
+
+    OUT_OF_MEMORY = enum.auto()
+    BOX = enum.auto()
+    NEXT_TOO = enum.auto()
+
+
+@dataclasses.dataclass(frozen=True)
+class Outcome:
+    lost: Part = Part(0)
+    end: End = End.ARRIVES
+    also: Also = Also(0)
+
+    def words(self, road):
+        lost = [name for part, name in _NAMES.items() if part in self.lost]
+        if Part.SYSTEM in self.lost:
+            lost = ["the system information"] + [
+                name for part, name in _NAMES.items() if part in self.lost & ~Part.SYSTEM
+            ]
+        report = f"{road} without {', '.join(lost)}" if lost else "whole report"
+        return self.end.value.format(road=road, report=report) + "".join(
+            f" (and {words})" for one, words in _ALSO.items() if one in self.also
+        )
+
+
+WHOLE = Outcome()
 
 _SYSTEM_TEXT = re.compile(
     rb"\nWindows Version:\n(?P<windows>.*?)\n?\nModule Info:(?P<program>.*?)\nCPU Info:(?P<processor>.*?)\n"
@@ -18,19 +79,24 @@ _FAULT_TEXT = re.compile(
 )
 _STACK = re.compile(rb"\nStack Trace:\n(?P<stack>.*?)\n*\Z", re.DOTALL)
 _NAMES = {
-    "windows": "the Windows version",
-    "program": "the program's version",
-    "processor": "the processor",
-    "display": "the display",
-    "browser": "the browser's version",
-    "printers": "the printers",
-    "application": "the host application's version",
-    "fault": "the fault's description",
-    "modules": "the list of modules",
-    "stack": "the whole stack",
-    "screenshot": "the screenshot",
-    "file": "the host's file",
-    "date": "the date",
+    Part.WINDOWS: "the Windows version",
+    Part.PROGRAM: "the program's version",
+    Part.PROCESSOR: "the processor",
+    Part.DISPLAY: "the display",
+    Part.BROWSER: "the browser's version",
+    Part.PRINTERS: "the printers",
+    Part.APPLICATION: "the host application's version",
+    Part.FAULT: "the fault's description",
+    Part.MODULES: "the list of modules",
+    Part.STACK: "the whole stack",
+    Part.SCREENSHOT: "the screenshot",
+    Part.FILE: "the host's file",
+    Part.DATE: "the date",
+}
+_ALSO = {
+    Also.OUT_OF_MEMORY: "the host catches gen::genlib_out_of_memory",
+    Also.BOX: "a message box",
+    Also.NEXT_TOO: "so is the next report",
 }
 
 
@@ -42,59 +108,55 @@ def _normal(text):
 
 # From failing_host.rc and failing_host.cpp: texts from outside that look like formats.
 _FOREIGN_TEXTS = (
-    ("program", b"Company: 100% Failing %s%n Company\n"),
-    ("application", b"100% Failing %s%n Company\n"),
-    ("printers", b"\nLaser%s\n"),
+    (Part.PROGRAM, b"Company: 100% Failing %s%n Company\n"),
+    (Part.APPLICATION, b"100% Failing %s%n Company\n"),
+    (Part.PRINTERS, b"\nLaser%s\n"),
 )
 
 
-def _check_whole(facts, expected_to_lack=()):
-    missing = [name for key, name in _NAMES.items() if not facts.get(key) and key not in expected_to_lack]
-    if missing:
-        raise AssertionError(f"no whole report: it is without {missing}")
-    for key, text in _FOREIGN_TEXTS:
-        if text not in facts[key]:
-            raise AssertionError(f"{text} is not in {facts[key]}")
+def _check_whole(facts, parts):
+    assert [part for part in _NAMES if facts.get(part)] == [part for part in _NAMES if part in parts]
+    for part, text in _FOREIGN_TEXTS:
+        assert text in facts[part]
 
 
-def _system_facts(text):
-    found = _SYSTEM_TEXT.search(text)
-    return found.groupdict() if found else {}
+def _parts(found):
+    """{Part: text} of what a pattern found."""
+    return {Part[name.upper()]: text for name, text in found.groupdict().items()} if found else {}
 
 
 def _fault_facts(text):
-    found, stack = _FAULT_TEXT.search(text), _STACK.search(text)
-    facts = found.groupdict() if found else {}
+    facts, stack = _parts(_FAULT_TEXT.search(text)), _STACK.search(text)
     # Those of the host and the library; which others of the system are there differs.
-    facts["modules"] = sorted(
+    facts[Part.MODULES] = sorted(
         line
-        for line in (facts.get("modules") or b"").splitlines()
+        for line in (facts.get(Part.MODULES) or b"").splitlines()
         if line.endswith((b"failing_host.exe", b"Wendax.dll", b"KOBRTL.dll", b"ntdll.dll"))
     )
     # The host's own frames differ; the outermost one is there when none is missing.
     lines = stack["stack"].splitlines() if stack else []
-    facts["stack"] = (lines[0], lines[-1]) if len(lines) > 2 else None
+    facts[Part.STACK] = (lines[0], lines[-1]) if len(lines) > 2 else None
     return facts
 
 
 def _mail_facts(message):
     text = _normal(message.body)
-    facts = _system_facts(text) | _fault_facts(text)
+    facts = _parts(_SYSTEM_TEXT.search(text)) | _fault_facts(text)
     files = dict(message.attachments)
-    facts["screenshot"] = files.get("screen_copy.jpg", b"")[:3] == b"\xff\xd8\xff"
-    facts["file"] = files.get("attached.bin")
-    facts["date"] = re.fullmatch(r"\w+day, \d\d, \d\d \d\d:\d\d:\d\d \+0000", message.parsed["Date"] or "") is not None
+    facts[Part.SCREENSHOT] = files.get("screen_copy.jpg", b"")[:3] == b"\xff\xd8\xff"
+    facts[Part.FILE] = files.get("attached.bin")
+    facts[Part.DATE] = (
+        re.fullmatch(r"\w+day, \d\d, \d\d \d\d:\d\d:\d\d \+0000", message.parsed["Date"] or "") is not None
+    )
     return facts
 
 
-def _without(facts, whole, kind):
-    names = dict(_NAMES)
-    if not any(facts.get(key) for key in _SYSTEM_TEXT.groupindex):
-        names = {"windows": "the system information"} | {
-            key: name for key, name in names.items() if key not in _SYSTEM_TEXT.groupindex
-        }
-    missing = [name for key, name in names.items() if facts.get(key) != whole.get(key)]
-    return f"{kind} without {', '.join(missing)}" if missing else WHOLE
+def _lost(facts, whole):
+    lost = Part(0)
+    for part in _NAMES:
+        if facts.get(part) != whole.get(part):
+            lost |= part
+    return lost
 
 
 class MailOutcomes:
@@ -102,22 +164,22 @@ class MailOutcomes:
 
     def __init__(self, whole):
         self.whole = _mail_facts(Message(whole))
-        _check_whole(self.whole)
+        _check_whole(self.whole, ~Part(0))
 
     def of(self, dialogs, path):
         if not dialogs:
-            return "no dialog, no message"
+            return Outcome(end=End.NO_DIALOG)
         if not path:
-            return "no message"
+            return Outcome(end=End.NONE)
         if not path.exists() or not path.stat().st_size:
-            return "the mail program is told to open a message that could not be written"
+            return Outcome(end=End.UNWRITTEN)
         message = Message(path)
         if not message.raw.endswith(b".8402B210\r\n"):
-            return "a message that is cut off"
-        return _without(_mail_facts(message), self.whole, "message")
+            return Outcome(end=End.CUT_OFF)
+        return Outcome(_lost(_mail_facts(message), self.whole))
 
 
-def _parts(body):
+def _files(body):
     """{name: content} of the parts with files."""
     pattern = (
         rb'content-disposition: form-data; name="(\w+)"; filename="[^"]*"\nContent-type: image/pjpeg\n'
@@ -127,10 +189,11 @@ def _parts(body):
 
 
 def _upload_facts(body):
-    parts = _parts(body)
-    facts = _system_facts(_normal(parts.get(b"System_info", b"").replace(b"\r\n", b"\n")) + b"\n")
-    facts["screenshot"] = parts.get(b"Screen_copy", b"")[:3] == b"\xff\xd8\xff"
-    facts["file"] = parts.get(b"Conversion_log") or None
+    files = _files(body)
+    text = _normal(files.get(b"System_info", b"").replace(b"\r\n", b"\n")) + b"\n"
+    facts = _parts(_SYSTEM_TEXT.search(text))
+    facts[Part.SCREENSHOT] = files.get(b"Screen_copy", b"")[:3] == b"\xff\xd8\xff"
+    facts[Part.FILE] = files.get(b"Conversion_log") or None
     return facts
 
 
@@ -139,12 +202,11 @@ class UploadOutcomes:
 
     def __init__(self, whole):
         self.whole = _upload_facts(whole)
-        _check_whole(self.whole, ("fault", "modules", "stack", "date"))
+        _check_whole(self.whole, Part.SYSTEM | Part.SCREENSHOT | Part.FILE)
 
     def of(self, dialogs, answer, body):
         if not dialogs:
-            return "no dialog, no upload"
+            return Outcome(end=End.NO_DIALOG)
         if body is None:
-            return "no upload, as the dialog says" if answer == 2 else "no upload; the dialog goes by itself"
-        outcome = _without(_upload_facts(body), self.whole, "upload")
-        return outcome if answer == 1 else f"{outcome}, which the dialog says has failed"
+            return Outcome(end=End.FAILS_AS_TOLD if answer == 2 else End.NONE_UNTOLD)
+        return Outcome(_lost(_upload_facts(body), self.whole), End.ARRIVES if answer == 1 else End.TOLD_AS_FAILED)
