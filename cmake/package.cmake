@@ -9,7 +9,7 @@ endforeach()
 # Hosts link with these two alone.
 install(FILES ${CMAKE_BINARY_DIR}/lib/Wendax.lib ${CMAKE_BINARY_DIR}/lib/faultkit.lib DESTINATION lib)
 
-install(FILES include/wendax.h companions/faultkit/faultkit.h DESTINATION include)
+install(FILES include/wendax.h include/wendax_error.h companions/faultkit/faultkit.h DESTINATION include)
 # For those who write format modules.
 install(FILES glib/module_contract.h glib/result_code.h glib/save_record.h DESTINATION include/glib)
 

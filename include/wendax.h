@@ -28,7 +28,16 @@
 /** What a translated fault throws, as a char*: the text that makes OpenCrushReport() describe the last fault. */
 #define WENDAX_MARKER "SEHWendaxExceptionGenerated"
 
+#ifdef WENDAX_LIBRARY /* Wendax.dll itself, which knows its private parts by their true types */
+#include <afxtempl.h>
+#include "base/std_string.h"
+typedef CArray<CStdString, CStdString&> CStdStringArray;
+#define WENDAX_IMPORT
+#define WENDAX_PRIVATE(type, name, numbers) type name
+#else
 #define WENDAX_IMPORT __declspec(dllimport)
+#define WENDAX_PRIVATE(type, name, numbers) void* name[2 + (numbers * sizeof(int) + sizeof(void*) - 1) / sizeof(void*)]
+#endif
 
 #if defined(__cplusplus) && (__cplusplus >= 201103L || (defined(_MSC_VER) && !defined(__clang__) && _MSC_VER >= 1900))
 #define WENDAX_NOEXCEPT noexcept
@@ -86,9 +95,7 @@ WENDAX_IMPORT int __cdecl SetCreateScreenCopy(int flag);
 
 #if defined(__cplusplus) && defined(_MSC_VER)
 
-#include <stddef.h>
 #include <eh.h>
-#include <new>
 
 typedef int(__stdcall* WendaxProcedure)();
 #ifndef _WINDOWS_ /* the parts of windows.h that WendaxCoverThread needs, as it declares them itself */
@@ -134,44 +141,40 @@ inline WendaxTranslator WendaxCoverThread(WendaxTranslator translator = APISeTra
     return _set_se_translator(translator);
 }
 
-namespace gen {
+#elif defined(__cplusplus) && defined(__GNUC__)
 
-/** What a member of the two classes throws; each says whether it does. Never thrown itself, only the two below. Catch
- * it by reference: such an exception owns no memory. OpenCrushReport() and the other functions let none out. */
-class genlib_error {
-protected:
-    genlib_error() {}
-};
+/* Says why a host of GCC can't call it. */
+WendaxTranslator WendaxCoverThread(WendaxTranslator translator = APISeTranslator) __attribute__((
+    error("GCC's exceptions aren't those that Wendax throws; examples/c-host shows what works with GCC")));
 
-/** Memory is gone. The report is as it was before the call, or lacks what the call should have added. */
-class genlib_out_of_memory : public genlib_error {
-public:
-    genlib_out_of_memory() {}
-};
+#endif
 
-/** A place within a list or text that doesn't exist. */
-class genlib_out_of_range : public genlib_error {
-public:
-    /** @cond */
-    genlib_out_of_range(unsigned int wanted, unsigned int present) : index(wanted), size(present) {}
-    /** @endcond */
+#if defined(__cplusplus) && (defined(_MSC_VER) || defined(WENDAX_LIBRARY))
 
-    unsigned int index; /**< the place that was wanted */
-    unsigned int size;  /**< how many there are */
-};
+#include <stddef.h>
+#include <new>
 
-} // namespace gen
+#include "wendax_error.h"
 
 struct HBITMAP__;
+struct HINSTANCE__;
 struct tagRECT;
 
 /** The fault that a report describes; the library's own. Nobody outside can get one: a host that drives the classes
  * itself gives null, and its reports have no fault details. OpenCrushReport() gives its own. */
 class CSeException;
 
-/* For the forms of new that debugging libraries put in place of the plain one: they note file and line in memory of the
- * runtime's, which this is none of. */
-#define WENDAX_DEBUG_NEW                                                                                               \
+/* The library's memory for both reports. new throws gen::genlib_out_of_memory, its nothrow form answers null. What a
+ * host without these operators made goes back to the heap that knows it. The templates are for the forms of new that
+ * debugging libraries put in place of the plain one: they note file and line in memory of the runtime's, which this is
+ * none of. */
+#define WENDAX_MEMORY                                                                                                  \
+    static void* __cdecl operator new(size_t size);                                                                    \
+    static void* __cdecl operator new(size_t size, const std::nothrow_t&) WENDAX_NOEXCEPT;                             \
+    static void* __cdecl operator new(size_t size, void* place) WENDAX_NOEXCEPT;                                       \
+    static void __cdecl operator delete(void* block) WENDAX_NOEXCEPT;                                                  \
+    static void __cdecl operator delete(void* block, const std::nothrow_t&) WENDAX_NOEXCEPT;                           \
+    static void __cdecl operator delete(void* block, void* place) WENDAX_NOEXCEPT;                                     \
     template <class Line>                                                                                              \
     static void* operator new(size_t size, const char*, Line) {                                                        \
         return operator new(size);                                                                                     \
@@ -193,8 +196,8 @@ class CSeException;
  *
  * What OpenCrushReport() makes. One exists at a time, on one thread. No member reports an error but that memory is
  * gone. Made on the stack or with `new`, whichever the host's C runtime, in derived classes too: the memory is the
- * library's. A class that also derives from another one with operators new and delete of its own says by
- * using-declarations which it takes. */
+ * library's, and gen::genlib_out_of_memory says that there is none (null from the nothrow form). A class that also
+ * derives from another one with operators new and delete of its own says by using-declarations which it takes. */
 class WENDAX_IMPORT CCrashReport {
 public:
     /** @param exception  not owned; null for a report without fault details */
@@ -234,26 +237,19 @@ public:
      * @return a 24-bit top-down section that the caller deletes; null for an empty rectangle */
     static HBITMAP__* __cdecl CopyScreenToBitmap(tagRECT* rect);
 
-    /** The memory is the library's, whichever the host's C runtime; so in the nothrow form, which answers null.
-     * @throws gen::genlib_out_of_memory */
-    static void* __cdecl operator new(size_t size);
-    /** What a host without these operators made goes back to the heap that knows it. */
-    static void __cdecl operator delete(void* block) WENDAX_NOEXCEPT;
     /** @cond */
-    static void* __cdecl operator new(size_t size, const std::nothrow_t&) WENDAX_NOEXCEPT;
-    static void* __cdecl operator new(size_t size, void* place) WENDAX_NOEXCEPT;
-    static void __cdecl operator delete(void* block, const std::nothrow_t&) WENDAX_NOEXCEPT;
-    static void __cdecl operator delete(void* block, void* place) WENDAX_NOEXCEPT;
-    WENDAX_DEBUG_NEW
+    WENDAX_MEMORY
     /** @endcond */
 
 private:
     CCrashReport(const CCrashReport&);
     CCrashReport& operator=(const CCrashReport&);
 
-    /* The library's; here for the size. */
-    void* m_saved_resources;
-    unsigned int m_attachments[5];
+    class CCrushDialog;
+
+    /* The library's; for hosts two pointers and so many ints, which is their size. */
+    HINSTANCE__* m_saved_resources; /* the module that was current when OpenDlg() began */
+    WENDAX_PRIVATE(CStdStringArray, m_attachments, 3);
     CSeException* m_exception;
 };
 
@@ -300,43 +296,31 @@ public:
     /** The newest instance, the one that the dialog's button uploads; null when it is gone. */
     static CCrashReport2* m_pThis;
 
-    /** The memory is the library's, whichever the host's C runtime; so in the nothrow form, which answers null.
-     * @throws gen::genlib_out_of_memory */
-    static void* __cdecl operator new(size_t size);
-    /** What a host without these operators made goes back to the heap that knows it. */
-    static void __cdecl operator delete(void* block) WENDAX_NOEXCEPT;
     /** @cond */
-    static void* __cdecl operator new(size_t size, const std::nothrow_t&) WENDAX_NOEXCEPT;
-    static void* __cdecl operator new(size_t size, void* place) WENDAX_NOEXCEPT;
-    static void __cdecl operator delete(void* block, const std::nothrow_t&) WENDAX_NOEXCEPT;
-    static void __cdecl operator delete(void* block, void* place) WENDAX_NOEXCEPT;
-    WENDAX_DEBUG_NEW
+    WENDAX_MEMORY
     /** @endcond */
 
 private:
     CCrashReport2(const CCrashReport2&);
     CCrashReport2& operator=(const CCrashReport2&);
 
-    /* The library's; here for the size. */
-    unsigned int m_config_path[6];
-    unsigned int m_script_path[6];
-    unsigned int m_file_path[6];
-    unsigned int m_log_path[6];
-    unsigned int m_screen_path[6];
-    unsigned int m_system_path[6];
-    void* m_saved_resources;
-    unsigned int m_attachments[5];
+    class CCrushDialog;
+
+    /* The library's; for hosts two pointers and so many ints, which is their size. */
+    WENDAX_PRIVATE(CStdString, m_config_path, 4);
+    WENDAX_PRIVATE(CStdString, m_script_path, 4);
+    WENDAX_PRIVATE(CStdString, m_file_path, 4);
+    WENDAX_PRIVATE(CStdString, m_log_path, 4);
+    WENDAX_PRIVATE(CStdString, m_screen_path, 4);
+    WENDAX_PRIVATE(CStdString, m_system_path, 4);
+    HINSTANCE__* m_saved_resources; /* the module that was current when OpenDlg() began */
+    WENDAX_PRIVATE(CStdStringArray, m_attachments, 3);
     CSeException* m_exception;
 };
 
-#undef WENDAX_DEBUG_NEW
-
-#elif defined(__cplusplus) && defined(__GNUC__)
-
-/* Says why a host of GCC can't call it. */
-WendaxTranslator WendaxCoverThread(WendaxTranslator translator = APISeTranslator) __attribute__((
-    error("GCC's exceptions aren't those that Wendax throws; examples/c-host shows what works with GCC")));
-
 #endif /* C++ in the Microsoft ABI */
+
+#undef WENDAX_MEMORY
+#undef WENDAX_PRIVATE
 
 #endif /* WENDAX_H */

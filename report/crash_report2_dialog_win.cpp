@@ -1,6 +1,6 @@
 // The dialog of the upload report. Uploads on its own thread, with its buttons disabled meanwhile; it ends with a
 // successful upload, and stays for another try after a failed one.
-#include "report/crash_report2.h"
+#include "include/wendax.h"
 
 #include "report/report_scope.h"
 #include "report/running_dialog.h"

@@ -1,6 +1,6 @@
 // Each file of the report is made under a fault guard, with floating-point settings of the library's own. Upload() has
 // no guard: the dialog puts one around it.
-#include "report/crash_report2.h"
+#include "include/wendax.h"
 
 #include "base/floating_point_scope.h"
 #include "capture/screenshot.h"
@@ -31,9 +31,13 @@ void make_file(CCrashReport2& report, void (*make)(void* report)) {
 
 } // namespace
 
+// What hosts reckon with, whose compilers see pointers and ints in place of the library's types.
+static_assert(sizeof(CStdString) == (sizeof(void*) == 4 ? 24 : 32));
+static_assert(sizeof(CCrashReport2) == (sizeof(void*) == 4 ? 176 : 248));
+
 CCrashReport2* CCrashReport2::m_pThis;
 
-CCrashReport2::CCrashReport2(CSeException* exception) : m_exception(exception) {
+CCrashReport2::CCrashReport2(CSeException* exception) : m_saved_resources(nullptr), m_exception(exception) {
     m_pThis = this;
 }
 

@@ -1,5 +1,5 @@
 // The dialog of the e-mail report. Only tells which button was pressed; the message is made later, by GenerateEmail.
-#include "report/crash_report.h"
+#include "include/wendax.h"
 
 #include "report/report_scope.h"
 #include "report/running_dialog.h"

@@ -1,6 +1,6 @@
 // Gathers texts and attachments and gives them to CEmailTool. A part for which there is no memory is left out or cut
 // short; the message goes all the same.
-#include "report/crash_report.h"
+#include "include/wendax.h"
 
 #include <new>
 
@@ -52,7 +52,11 @@ void attach(CEmailTool& mail, const char* path) {
 
 } // namespace
 
-CCrashReport::CCrashReport(CSeException* exception) : m_exception(exception) {}
+// What hosts reckon with, whose compilers see pointers and ints in place of the library's types.
+static_assert(sizeof(CStdStringArray) == (sizeof(void*) == 4 ? 20 : 32));
+static_assert(sizeof(CCrashReport) == (sizeof(void*) == 4 ? 32 : 56));
+
+CCrashReport::CCrashReport(CSeException* exception) : m_saved_resources(nullptr), m_exception(exception) {}
 
 CCrashReport::~CCrashReport() = default;
 

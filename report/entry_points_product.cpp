@@ -1,13 +1,13 @@
 // The five functions that a host calls by name.
-#include "report/entry_points.h"
+#include "include/wendax.h"
 
 #include <string.h>
 #include <afxwin.h>
 
 #include "base/floating_point_scope.h"
-#include "report/crash_report.h"
 #include "report/heap_owner.h"
-#include "report/translator.h"
+#include "report/se_exception.h"
+#include "win/fault_guard.h"
 
 namespace {
 

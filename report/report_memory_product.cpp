@@ -6,8 +6,8 @@
 #include <stdlib.h>
 #include <windows.h>
 
-#include "report/crash_report.h"
-#include "report/crash_report2.h"
+#include "base/genlib_error.h"
+#include "include/wendax.h"
 
 namespace report {
 
@@ -65,40 +65,25 @@ void release(void* block) noexcept {
 
 } // namespace report
 
-void* CCrashReport::operator new(size_t size) {
-    if (void* const block = report::allocate(size))
-        return block;
-    gen::throw_out_of_memory();
-}
-void* CCrashReport::operator new(size_t size, const std::nothrow_t&) noexcept {
-    return report::allocate(size);
-}
-void* CCrashReport::operator new(size_t, void* place) noexcept {
-    return place;
-}
-void CCrashReport::operator delete(void* block) noexcept {
-    report::release(block);
-}
-void CCrashReport::operator delete(void* block, const std::nothrow_t&) noexcept {
-    report::release(block);
-}
-void CCrashReport::operator delete(void*, void*) noexcept {}
+#define REPORT_MEMORY(Report)                                                                                          \
+    void* Report::operator new(size_t size) {                                                                          \
+        if (void* const block = report::allocate(size))                                                                \
+            return block;                                                                                              \
+        gen::throw_out_of_memory();                                                                                    \
+    }                                                                                                                  \
+    void* Report::operator new(size_t size, const std::nothrow_t&) noexcept {                                          \
+        return report::allocate(size);                                                                                 \
+    }                                                                                                                  \
+    void* Report::operator new(size_t, void* place) noexcept {                                                         \
+        return place;                                                                                                  \
+    }                                                                                                                  \
+    void Report::operator delete(void* block) noexcept {                                                               \
+        report::release(block);                                                                                        \
+    }                                                                                                                  \
+    void Report::operator delete(void* block, const std::nothrow_t&) noexcept {                                        \
+        report::release(block);                                                                                        \
+    }                                                                                                                  \
+    void Report::operator delete(void*, void*) noexcept {}
 
-void* CCrashReport2::operator new(size_t size) {
-    if (void* const block = report::allocate(size))
-        return block;
-    gen::throw_out_of_memory();
-}
-void* CCrashReport2::operator new(size_t size, const std::nothrow_t&) noexcept {
-    return report::allocate(size);
-}
-void* CCrashReport2::operator new(size_t, void* place) noexcept {
-    return place;
-}
-void CCrashReport2::operator delete(void* block) noexcept {
-    report::release(block);
-}
-void CCrashReport2::operator delete(void* block, const std::nothrow_t&) noexcept {
-    report::release(block);
-}
-void CCrashReport2::operator delete(void*, void*) noexcept {}
+REPORT_MEMORY(CCrashReport)
+REPORT_MEMORY(CCrashReport2)

@@ -21,6 +21,10 @@ private:
     EXCEPTION_POINTERS* m_pointers;
 };
 
+// The object of the most recent fault on any thread; null before the first, or when there was no memory for it.
+// Unguarded: one fault is reported at a time. The objects are never freed.
+extern CSeException* last_translated_exception;
+
 #ifdef _MSC_VER
 static_assert(sizeof(CSeException) == 16, "hosts know this layout");
 #endif

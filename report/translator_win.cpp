@@ -1,8 +1,9 @@
-#include "report/translator.h"
-
+// The translator that turns structured exceptions into C++ exceptions.
 #include <new>
 
+#include "include/wendax.h"
 #include "report/se_exception.h"
+#include "win/fault_guard.h"
 
 CSeException* last_translated_exception;
 

@@ -52,6 +52,8 @@ void drive(CSeException* exception) {
     if (CCrashReport2::m_pThis != &upload || upload.OpenDlg() != 1)
         upload.Upload();
 }
+char mail_size[sizeof(CCrashReport) == 32 ? 1 : -1];
+char upload_size[sizeof(CCrashReport2) == 176 ? 1 : -1];
 class OwnReport : public CCrashReport {
 public:
     OwnReport() : CCrashReport(0) {}
