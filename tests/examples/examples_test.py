@@ -95,7 +95,6 @@ def test_host_in_plain_c_built_by_gcc_makes_a_report_without_details(scene, stag
             program,
         ],
         check=True,
-        timeout=120,
     )
     scene.screen = stage.desktop()
     scene.host = Host(stage, "c_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=scene.screen)

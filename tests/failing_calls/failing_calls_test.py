@@ -25,6 +25,7 @@ LIMIT = 7000 if EVERY else 600  # seconds
 DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")
 FIRST, SPREAD = 4, 5  # of the calls of a function, those that fail
 MUCH_USED = {"HeapAlloc": 40}  # what hangs on one of its calls differs more than with others
+SOMETIMES = {("user32.dll", "SendMessageA")}  # not called where the dialog's message queue never runs empty
 
 
 def listed_calls():
@@ -100,7 +101,7 @@ def compare(came, wrong, road):
 
     differences = [("unexpected", row) for row in set(came) - expected]
     if EVERY:
-        differences += [("expected in vain", row) for row in expected - set(came)]
+        differences += [("expected in vain", row) for row in expected - set(came) if row[0] not in SOMETIMES]
     wrong += sorted(f"{what}: {' '.join(call)}, {outcome.words(road)}" for what, (call, outcome) in differences)
     assert not wrong, "\n".join(wrong)
 

@@ -18,6 +18,5 @@ def program(name):
     subprocess.run(
         ["i686-w64-mingw32-gcc-posix", "-Wall", "-Wextra", "-Werror", "-g", "-O1", "-o", made, source, "-lgdi32"],
         check=True,
-        timeout=300,
     )
     return made

@@ -87,7 +87,6 @@ class Scene:
             check=True,
             capture_output=True,
             text=True,
-            timeout=60,
         ).stdout
         return float(told)
 

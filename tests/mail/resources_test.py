@@ -149,7 +149,6 @@ def test_dialogs_are_in_american_english(stage):
         check=True,
         capture_output=True,
         text=True,
-        timeout=60,
     ).stdout
     dialogs = told[told.index("Type: DIALOG") :]
     found = re.findall(r"Name: \(ID (\d+)\).*?Language: \(ID (\d+)\)", dialogs, re.S)

@@ -31,7 +31,6 @@ class CodecBuild:
             text=True,
             stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT,
-            timeout=250,
             check=False,
         )
 

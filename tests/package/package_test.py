@@ -37,7 +37,6 @@ def run(*command, **options):
         text=True,
         stdout=subprocess.PIPE,
         stderr=subprocess.STDOUT,
-        timeout=200,
         check=False,
         **options,
     )
@@ -211,7 +210,6 @@ class TestExamples:
             text=True,
             check=True,
             stdout=subprocess.PIPE,
-            timeout=60,
         ).stdout
         assert re.findall(r"Name: (\w+)", exported) == [
             "GetFilterInfo",

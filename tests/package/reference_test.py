@@ -17,7 +17,6 @@ def test_reference_is_made_without_a_warning_and_is_complete(stage):
         text=True,
         stdout=subprocess.PIPE,
         stderr=subprocess.STDOUT,
-        timeout=200,
         check=False,
     )
     assert (done.returncode, done.stdout) == (0, "")

@@ -165,9 +165,7 @@ class Upload:
             window = report_dialog.wait(self.screen)
             x, y = window.x + window.width * 86 // 300, window.y + window.height * 46 // 177
             place = f"{window.width * 203 // 300}x{window.height * 96 // 177}+{x}+{y}"
-            seen = subprocess.run(
-                ["convert", picture, "-crop", place, "rgb:-"], check=True, capture_output=True, timeout=60
-            ).stdout
+            seen = subprocess.run(["convert", picture, "-crop", place, "rgb:-"], check=True, capture_output=True).stdout
             if seen in self.seen or len(set(zip(*[iter(seen)] * 3))) == 1:  # blank
                 return False
             self.seen.append(seen)
