@@ -1,5 +1,5 @@
 /** @file wendax.h
- * Wendax: crash reports for 32-bit Windows desktop programs.
+ * Wendax: crash reports for Windows desktop programs, of 32 and of 64 bits.
  *
  * The five functions work from C and C++ and with any compiler for Windows. The two classes and WendaxCoverThread() are
  * for C++ hosts that follow the Microsoft ABI (Visual C++, clang in its Microsoft mode); with GCC there are the
@@ -21,8 +21,8 @@
 #ifndef WENDAX_H
 #define WENDAX_H
 
-#if !defined(_WIN32) || defined(_WIN64)
-#error "Wendax is for 32-bit Windows programs"
+#ifndef _WIN32
+#error "Wendax is for Windows programs"
 #endif
 
 /** What a translated fault throws, as a char*: the text that makes OpenCrushReport() describe the last fault. */
@@ -95,9 +95,10 @@ WENDAX_IMPORT int __cdecl SetCreateScreenCopy(int flag);
 
 #if defined(__cplusplus) && defined(_MSC_VER)
 
+#include <stddef.h>
 #include <eh.h>
 
-typedef int(__stdcall* WendaxProcedure)();
+typedef ptrdiff_t(__stdcall* WendaxProcedure)();
 #ifndef _WINDOWS_ /* the parts of windows.h that WendaxCoverThread needs, as it declares them itself */
 #if defined(NO_STRICT) && !defined(STRICT)
 typedef void* WendaxModule;
@@ -127,7 +128,7 @@ extern "C" __declspec(dllimport) WendaxProcedure __stdcall GetProcAddress(Wendax
 inline WendaxTranslator WendaxCoverThread(WendaxTranslator translator = APISeTranslator) {
     typedef int(__stdcall * Guarantee)(unsigned long* bytes);
     const WendaxProcedure found = GetProcAddress(GetModuleHandleA("kernel32.dll"), "SetThreadStackGuarantee");
-    const Guarantee guarantee = reinterpret_cast<Guarantee>(reinterpret_cast<unsigned int>(found));
+    const Guarantee guarantee = reinterpret_cast<Guarantee>(reinterpret_cast<size_t>(found));
     unsigned long reserved = 0; /* asks for what is reserved already */
     if (guarantee && guarantee(&reserved)) {
         unsigned long wanted = WENDAX_REPORT_STACK;

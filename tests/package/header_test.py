@@ -1,25 +1,31 @@
-"""The public header compiles without a warning wherever it says so, and tells other targets what it is for."""
+"""The public header compiles without a warning wherever it says so, and tells other targets what it is for; hosts and
+library see the same classes in it."""
 
+import re
 import subprocess
 
 import pytest
 
 from testing.processes import REPO
 
-MINGW_HEADERS = "/usr/i686-w64-mingw32/include"
-CLANG = [
-    "clang-19",
-    "--target=i686-pc-windows-msvc",
-    "-nostdlibinc",
-    f"-isystem{REPO}/crt/include",
-    f"-isystem{MINGW_HEADERS}",
-    "-fgnuc-version=12.2",
-    "-D_X86_=1",
-    "-D__declspec=__declspec",
-    "-fexceptions",
-    "-fasync-exceptions",
-]
-GCC = ["i686-w64-mingw32-gcc-posix"]
+
+def clang(processor, macro):
+    return [
+        "clang-19",
+        f"--target={processor}-pc-windows-msvc",
+        "-nostdlibinc",
+        f"-isystem{REPO}/crt/include",
+        f"-isystem/usr/{processor}-w64-mingw32/include",
+        "-fgnuc-version=12.2",
+        f"-D{macro}=1",
+        "-D__declspec=__declspec",
+        "-fexceptions",
+        "-fasync-exceptions",
+    ]
+
+
+CLANGS = {"32 bits": clang("i686", "_X86_"), "64 bits": clang("x86_64", "_AMD64_")}
+GCCS = {"32 bits": ["i686-w64-mingw32-gcc-posix"], "64 bits": ["x86_64-w64-mingw32-gcc-posix"]}
 STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Wundef", "-Wshadow", "-Werror", "-fsyntax-only", f"-I{REPO}/include"]
 
 FUNCTIONS = """
@@ -37,6 +43,11 @@ void use(void) {
 CLASSES = (
     FUNCTIONS
     + """
+#if defined(_WIN64)
+char sizes[sizeof(CCrashReport) == 56 && sizeof(CCrashReport2) == 248 ? 1 : -1];
+#else
+char sizes[sizeof(CCrashReport) == 32 && sizeof(CCrashReport2) == 176 ? 1 : -1];
+#endif
 void drive(CSeException* exception) {
     WendaxCoverThread();
     CCrashReport mail(exception);
@@ -52,8 +63,6 @@ void drive(CSeException* exception) {
     if (CCrashReport2::m_pThis != &upload || upload.OpenDlg() != 1)
         upload.Upload();
 }
-char mail_size[sizeof(CCrashReport) == 32 ? 1 : -1];
-char upload_size[sizeof(CCrashReport2) == 176 ? 1 : -1];
 class OwnReport : public CCrashReport {
 public:
     OwnReport() : CCrashReport(0) {}
@@ -107,49 +116,58 @@ def assert_clean(compiler, language, standard, source):
     assert (done.returncode, done.stderr) == (0, "")
 
 
+of_both_widths = pytest.mark.parametrize("compiler", CLANGS.values(), ids=CLANGS)
+gcc_of_both_widths = pytest.mark.parametrize("compiler", GCCS.values(), ids=GCCS)
 in_every_order = pytest.mark.parametrize("frame", ORDERS.values(), ids=ORDERS)
 
 
+@of_both_widths
 @in_every_order
 @pytest.mark.parametrize("standard", C_STANDARDS)
-def test_c_in_the_microsoft_mode(standard, frame):
-    assert_clean(CLANG, "c", standard, frame.format(FUNCTIONS))
+def test_c_in_the_microsoft_mode(compiler, standard, frame):
+    assert_clean(compiler, "c", standard, frame.format(FUNCTIONS))
 
 
+@of_both_widths
 @in_every_order
 @pytest.mark.parametrize("standard", CXX_STANDARDS)
-def test_cxx_in_the_microsoft_mode_has_classes_and_helper(standard, frame):
-    assert_clean([*CLANG, "-fcxx-exceptions"], "c++", standard, frame.format(CLASSES))
+def test_cxx_in_the_microsoft_mode_has_classes_and_helper(compiler, standard, frame):
+    assert_clean([*compiler, "-fcxx-exceptions"], "c++", standard, frame.format(CLASSES))
 
 
+@of_both_widths
 @pytest.mark.parametrize("order", ("after windows.h", "before windows.h"))
 @pytest.mark.parametrize("definitions", STRICTNESS.values(), ids=STRICTNESS)
 @pytest.mark.parametrize("standard", ("c++98", "c++17"))
-def test_hosts_choose_how_strict_windows_h_is_about_handles(standard, definitions, order):
-    assert_clean([*CLANG, "-fcxx-exceptions"], "c++", standard, definitions + ORDERS[order].format(CLASSES))
+def test_hosts_choose_how_strict_windows_h_is_about_handles(compiler, standard, definitions, order):
+    assert_clean([*compiler, "-fcxx-exceptions"], "c++", standard, definitions + ORDERS[order].format(CLASSES))
 
 
+@gcc_of_both_widths
 @in_every_order
 @pytest.mark.parametrize("standard", C_STANDARDS)
-def test_c_with_gcc(standard, frame):
-    assert_clean(GCC, "c", standard, frame.format(FUNCTIONS))
+def test_c_with_gcc(compiler, standard, frame):
+    assert_clean(compiler, "c", standard, frame.format(FUNCTIONS))
 
 
+@gcc_of_both_widths
 @in_every_order
 @pytest.mark.parametrize("standard", CXX_STANDARDS)
-def test_cxx_with_gcc_has_the_functions(standard, frame):
-    assert_clean(GCC, "c++", standard, frame.format(FUNCTIONS))
+def test_cxx_with_gcc_has_the_functions(compiler, standard, frame):
+    assert_clean(compiler, "c++", standard, frame.format(FUNCTIONS))
 
 
-def test_cxx_with_gcc_has_no_classes():
-    done = compiled(GCC, "c++", "c++17", CLASSES)
+@gcc_of_both_widths
+def test_cxx_with_gcc_has_no_classes(compiler):
+    done = compiled(compiler, "c++", "c++17", CLASSES)
     assert "CSeException" in done.stderr
     assert done.returncode != 0
 
 
-def test_cxx_host_of_gcc_is_told_what_works():
+@gcc_of_both_widths
+def test_cxx_host_of_gcc_is_told_what_works(compiler):
     done = subprocess.run(
-        [*GCC, f"-I{REPO}/include", "-xc++", "-S", "-o/dev/null", "-"],
+        [*compiler, f"-I{REPO}/include", "-xc++", "-S", "-o/dev/null", "-"],
         text=True,
         input='#include "wendax.h"\nint main() { WendaxCoverThread(); }\n',
         capture_output=True,
@@ -158,7 +176,46 @@ def test_cxx_host_of_gcc_is_told_what_works():
     assert "examples/c-host shows what works with GCC" in done.stderr
 
 
-@pytest.mark.parametrize("compiler", (["gcc"], ["clang-19", "--target=x86_64-pc-windows-msvc"]), ids=("gcc", "clang"))
-def test_other_targets_are_told(compiler):
-    done = compiled(compiler, "c", "c99", '#include "wendax.h"\n')
-    assert "Wendax is for 32-bit Windows programs" in done.stderr
+def test_other_targets_are_told():
+    done = compiled(["gcc"], "c", "c99", '#include "wendax.h"\n')
+    assert "Wendax is for Windows programs" in done.stderr
+
+
+# In bytes: where each member is, with 32 bits and with 64.
+LAYOUT = {
+    "CCrashReport": {"m_saved_resources": (4, 8), "m_attachments": (8, 16), "m_exception": (28, 48), "all": (32, 56)},
+    "CCrashReport2": {
+        "m_config_path": (4, 8),
+        "m_script_path": (28, 40),
+        "m_file_path": (52, 72),
+        "m_log_path": (76, 104),
+        "m_screen_path": (100, 136),
+        "m_system_path": (124, 168),
+        "m_saved_resources": (148, 200),
+        "m_attachments": (152, 208),
+        "m_exception": (172, 240),
+        "all": (176, 248),
+    },
+}
+
+
+@of_both_widths
+@pytest.mark.parametrize("view", ([], ["-DWENDAX_LIBRARY"]), ids=("host", "library"))
+def test_members_are_where_hosts_and_library_expect_them(compiler, view):
+    done = subprocess.run(
+        [*compiler, *view, f"-I{REPO}", f"-I{REPO}/mfc", "-fcxx-exceptions", "-DWINVER=0x0600", "-xc++", "-std=c++20"]
+        + ["-fsyntax-only", "-Xclang", "-fdump-record-layouts", "-"],
+        input='#include "include/wendax.h"\nchar sizes[sizeof(CCrashReport) + sizeof(CCrashReport2)];\n',
+        text=True,
+        capture_output=True,
+        timeout=120,
+        check=True,
+    )
+    which = list(CLANGS.values()).index(compiler)
+    for name, members in LAYOUT.items():
+        dump = re.search(rf" 0 \| class {name}\n.*?sizeof=\d+", done.stdout, re.DOTALL)[0]
+        found = {
+            member: int(offset) for offset, member in re.findall(r"^ +(\d+) \|   \S.* (m_\w+)$", dump, re.MULTILINE)
+        }
+        found["all"] = int(dump.rpartition("=")[2])
+        assert found == {member: offsets[which] for member, offsets in members.items()}
