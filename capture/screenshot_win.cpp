@@ -8,7 +8,7 @@
 #include "glib/gdi_handle.h"
 #include "glib/gdiplus_init.h"
 #include "glib/save_record.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 #include "win/temporary_folder.h"
 
 namespace {

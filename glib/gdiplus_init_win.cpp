@@ -3,7 +3,7 @@
 #include "glib/gdiplus_init.h"
 
 #include "glib/gdiplus_api.h"
-#include "glib/structured_guard.h"
+#include "win/guard.h"
 #include "win/handle.h"
 
 static_assert(sizeof(void*) != 4 || sizeof(glib::GdiPlusInit) == 12, "the type table, the flag and the token");
@@ -11,23 +11,6 @@ static_assert(sizeof(void*) != 4 || sizeof(glib::GdiPlusInit) == 12, "the type t
 namespace glib {
 
 namespace {
-
-struct Startup {
-    uintptr_t token;
-    Gdiplus::Status status;
-};
-
-void start(void* context) {
-    Startup& startup = *static_cast<Startup*>(context);
-    Gdiplus::GdiplusStartupInput input;
-    ULONG_PTR token = 0;
-    startup.status = gdiplus_api().Startup(&token, &input, nullptr);
-    startup.token = token;
-}
-
-void stop(void* token) {
-    gdiplus_api().Shutdown(*static_cast<uintptr_t*>(token));
-}
 
 class CriticalSection {
 public:
@@ -71,10 +54,15 @@ GdiPlusInit::~GdiPlusInit() {
 void GdiPlusInit::Start() {
     if (m_started || !bind_gdiplus())
         return;
-    Startup startup = {0, Gdiplus::GenericError};
-    if (!call_guarded(start, &startup) || startup.status != Gdiplus::Ok)
+    Gdiplus::Status status = Gdiplus::GenericError;
+    ULONG_PTR token = 0;
+    win::run_guarded(win::kSwallowAll, [&] {
+        Gdiplus::GdiplusStartupInput input;
+        status = gdiplus_api().Startup(&token, &input, nullptr);
+    });
+    if (status != Gdiplus::Ok)
         return;
-    m_token = startup.token;
+    m_token = token;
     m_started = 1;
 }
 
@@ -82,7 +70,8 @@ void GdiPlusInit::Stop() {
     if (!m_started)
         return;
     m_started = 0;
-    call_guarded(stop, &m_token); // should it fault, there is nothing left to do about it
+    // Should it fault, there is nothing left to do about it.
+    win::run_guarded(win::kSwallowAll, [&] { gdiplus_api().Shutdown(m_token); });
 }
 
 void gdiplus_switch(bool on) {

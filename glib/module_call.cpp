@@ -1,16 +1,10 @@
 #include "glib/module_call.h"
 
-#include "glib/structured_guard.h"
+#include "win/guard.h"
 
 namespace glib {
 
 namespace {
-
-// Runs any callable under the guard.
-template <typename Call>
-bool guarded(Call call) {
-    return call_guarded([](void* context) { (*static_cast<Call*>(context))(); }, &call);
-}
 
 constexpr ResultCode kCodes[] = {RCOK, OKAF, IERR, UNSF, NSUP, BADA, BADI, BADT, DISF, CFLT, OMEM, USRA, MISS, TMNS};
 
@@ -26,7 +20,7 @@ ResultCode known(ResultCode code) {
 unsigned call_get_info(GetFilterInfoEntry entry, EFormat* formats, unsigned room) {
     FilterInfoRequest request = {&module_services(), sizeof(request), 0, 0, nullptr};
     unsigned count = 0;
-    const bool done = guarded([&] {
+    const bool done = win::run_guarded(win::kSwallowAll, [&] {
         entry(0, &request);
         if (request.interface_version != GLIB_INTERFACE_VERSION || !request.formats || request.format_count > room)
             return;
@@ -38,23 +32,24 @@ unsigned call_get_info(GetFilterInfoEntry entry, EFormat* formats, unsigned room
 
 ResultCode call_load(LoadEntry entry, ImageDataExchange& image, VStream& stream, int32_t page) {
     ResultCode code = CFLT;
-    return guarded([&] { code = entry(&image, &stream, page); }) ? known(code) : CFLT;
+    return win::run_guarded(win::kSwallowAll, [&] { code = entry(&image, &stream, page); }) ? known(code) : CFLT;
 }
 
 ResultCode call_info(InfoEntry entry, VStream& stream, ImageFileInfo& info) {
     ResultCode code = CFLT;
-    return guarded([&] { code = entry(&stream, &info); }) ? known(code) : CFLT;
+    return win::run_guarded(win::kSwallowAll, [&] { code = entry(&stream, &info); }) ? known(code) : CFLT;
 }
 
 ResultCode call_thumbnail(ThumbnailEntry entry, ImageDataExchange& image, VStream& stream, uint32_t width,
                           uint32_t height) {
     ResultCode code = CFLT;
-    return guarded([&] { code = entry(&image, &stream, width, height); }) ? known(code) : CFLT;
+    return win::run_guarded(win::kSwallowAll, [&] { code = entry(&image, &stream, width, height); }) ? known(code)
+                                                                                                     : CFLT;
 }
 
 ResultCode call_save(SaveEntry entry, ImageDataExchange& image, VStream& stream, const BaseFormatDesc& options) {
     ResultCode code = CFLT;
-    return guarded([&] { code = entry(&image, &stream, &options); }) ? known(code) : CFLT;
+    return win::run_guarded(win::kSwallowAll, [&] { code = entry(&image, &stream, &options); }) ? known(code) : CFLT;
 }
 
 } // namespace glib

@@ -6,7 +6,7 @@
 #include <string.h>
 #include <windows.h>
 
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "report/running_dialog.h"
 #include "report/upload_texts.h"
 #include "resources/ids.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 class CCrashReport2::CCrushDialog : public report::RunningDialog<CCrashReport2::CCrushDialog> {
 public:

@@ -8,7 +8,7 @@
 #include "net/upload_form.h"
 #include "report/destinations.h"
 #include "sysinfo/system_info_file.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 namespace {
 
@@ -25,8 +25,9 @@ const char* path_or_none(const char* path) {
 }
 
 // A fault in what makes a file costs the file, not the report.
-void make_file(CCrashReport2& report, void (*make)(void* report)) {
-    gen::call_with_own_floating_point([&] { win::run_guarded(make, &report); });
+template <class Callable>
+void make_file(Callable make) {
+    gen::call_with_own_floating_point([&] { win::run_guarded(make); });
 }
 
 } // namespace
@@ -72,14 +73,13 @@ bool CCrashReport2::Upload() {
 }
 
 void CCrashReport2::CreateScreenCopy() {
-    make_file(*this, [](void* report) {
-        CStdString& path = static_cast<CCrashReport2*>(report)->m_screen_path;
-        path = screenshot_path();
+    make_file([&] {
+        m_screen_path = screenshot_path();
         set_up_screenshot_format();
-        write_screenshot(path);
+        write_screenshot(m_screen_path);
     });
 }
 
 void CCrashReport2::CreateSystemInfo() {
-    make_file(*this, [](void* report) { write_system_info_file(static_cast<CCrashReport2*>(report)->m_system_path); });
+    make_file([&] { write_system_info_file(m_system_path); });
 }

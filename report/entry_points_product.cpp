@@ -7,7 +7,7 @@
 #include "base/floating_point_scope.h"
 #include "report/heap_owner.h"
 #include "report/se_exception.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include "report/se_exception.h"
 
 #include "report/fault_helper.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "include/wendax.h"
 #include "report/se_exception.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 CSeException* last_translated_exception;
 

@@ -5,7 +5,7 @@
 #include <shlwapi.h>
 
 #include "sysinfo/version_texts.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 #include "win/handle.h"
 #include "win/library.h"
 

@@ -3,7 +3,7 @@
 
 #include <afxwin.h>
 
-#include "win/fault_guard.h"
+#include "win/guard.h"
 #include "win/handle.h"
 
 namespace sysinfo {

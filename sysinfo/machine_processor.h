@@ -6,6 +6,11 @@
 
 namespace sysinfo {
 
+// Whether instructions run that the processor has but the operating system may not let through: one of each kind is
+// tried under a guard. In a build without guards such an instruction ends the program.
+bool sse_runs();
+bool time_stamp_counter_runs();
+
 class MachineCpuid : public CpuidSource {
 public:
     bool available() override;

@@ -3,11 +3,18 @@
 
 #include <windows.h>
 
-#include "sysinfo/instruction_guard.h"
 #include "sysinfo/processor_info.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 namespace sysinfo {
+
+bool sse_runs() {
+    return win::run_guarded(win::kSwallowAll, [] { asm volatile("xorps %%xmm0, %%xmm0" ::: "xmm0"); });
+}
+
+bool time_stamp_counter_runs() {
+    return win::run_guarded(win::kSwallowAll, [] { asm volatile("rdtsc" ::: "eax", "edx"); });
+}
 
 // A processor has CPUID if the identification flag can be changed.
 bool MachineCpuid::available() {

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "sysinfo/instruction_guard.h"
 #include "sysinfo/machine_processor.h"
 #include "sysinfo/processor_info.h"
 #include "sysinfo/std_info.h"

@@ -2,7 +2,7 @@
 #include "sysinfo/monitor_info.h"
 
 #include "sysinfo/display_text.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 namespace sysinfo {
 

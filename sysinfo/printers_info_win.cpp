@@ -4,7 +4,7 @@
 
 #include "base/array.h"
 #include "sysinfo/printers_text.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 namespace sysinfo {
 

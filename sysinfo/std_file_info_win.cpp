@@ -6,7 +6,7 @@
 #include <string.h>
 
 #include "win/ansi_path.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 CStdFileInfo::~CStdFileInfo() {
     Reset();

@@ -7,7 +7,7 @@
 #include "sysinfo/host_application.h"
 #include "sysinfo/system_info_text.h"
 #include "win/ansi_path.h"
-#include "win/fault_guard.h"
+#include "win/guard.h"
 
 // Every compiler used knows these offsets, though the language doesn't promise them.
 #pragma GCC diagnostic push

@@ -4,7 +4,7 @@
 
 #include <string.h>
 
-#include "win/fault_guard.h"
+#include "win/guard.h"
 #include "win/handle.h"
 
 namespace sysinfo {

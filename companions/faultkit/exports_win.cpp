@@ -4,7 +4,7 @@
 #include <windows.h>
 
 #include "companions/faultkit/describe/fault_report.h"
-#include "companions/faultkit/guarded.h"
+#include "win/guard.h"
 #include "companions/faultkit/lock.h"
 
 namespace {
@@ -21,8 +21,7 @@ const char* __cdecl GetFaultReason(EXCEPTION_POINTERS* pointers) {
     if (!turn)
         return kBusy;
     const char* text = nullptr;
-    faultkit::StepFault fault;
-    return faultkit::guarded(&fault, [&] { text = faultkit::make_reason(pointers); }) ? text : kFaulted;
+    return win::run_guarded(win::kSwallowAll, [&] { text = faultkit::make_reason(pointers); }) ? text : kFaulted;
 }
 
 const char* __cdecl GetFirstStackTraceString(unsigned int options, EXCEPTION_POINTERS* pointers) {
@@ -30,8 +29,7 @@ const char* __cdecl GetFirstStackTraceString(unsigned int options, EXCEPTION_POI
     if (!turn)
         return kBusy;
     const char* line = nullptr;
-    faultkit::StepFault fault;
-    const bool done = faultkit::guarded(&fault, [&] {
+    const bool done = win::run_guarded(win::kSwallowAll, [&] {
         if (faultkit::begin_trace(pointers))
             line = faultkit::next_trace_line(options, pointers);
     });
@@ -43,15 +41,14 @@ const char* __cdecl GetNextStackTraceString(unsigned int options, EXCEPTION_POIN
     if (!turn)
         return nullptr;
     const char* line = nullptr;
-    faultkit::StepFault fault;
-    return faultkit::guarded(&fault, [&] { line = faultkit::next_trace_line(options, pointers); }) ? line : nullptr;
+    return win::run_guarded(win::kSwallowAll, [&] { line = faultkit::next_trace_line(options, pointers); }) ? line
+                                                                                                            : nullptr;
 }
 
 int __cdecl WriteFaultDump(const char* path, EXCEPTION_POINTERS* pointers) {
     const faultkit::Turn turn;
     DWORD error = ERROR_BUSY;
-    faultkit::StepFault fault;
-    if (turn && !faultkit::guarded(&fault, [&] { error = faultkit::write_dump(path, pointers); }))
+    if (turn && !win::run_guarded(win::kSwallowAll, [&] { error = faultkit::write_dump(path, pointers); }))
         error = ERROR_NOACCESS;
     SetLastError(error);
     return error == ERROR_SUCCESS;

@@ -3,7 +3,7 @@
 import re
 
 HELPERS = re.compile(
-    r"_(test|model|reference|stand_in|posix|gcc)\.|guard_plain\.|/test_"
+    r"_(test|model|reference|stand_in|posix)\.|/test_"
     r"|/(failing_allocator|guarded_copy|samples|fake_\w+|recorded_\w+|reference_\w+)\."
     r"|^(tests|testing|fuzz|bench|examples)/|/test_data/"
 )

@@ -4,11 +4,11 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "sysinfo/instruction_guard.h"
 #include "sysinfo/machine_processor.h"
 #include "sysinfo/processor_info.h"
 #include "sysinfo/system_info_file.h"
 #include "tests/hosts/import_slot.h"
+#include "win/guard.h"
 
 namespace {
 
@@ -110,10 +110,10 @@ void privileged_instruction() {
 void harmless() {}
 
 int guard() {
-    printf("illegal instruction %d\n", sysinfo::runs_without_fault(illegal_instruction));
-    printf("access violation %d\n", sysinfo::runs_without_fault(access_violation));
-    printf("privileged instruction %d\n", sysinfo::runs_without_fault(privileged_instruction));
-    printf("harmless %d\n", sysinfo::runs_without_fault(harmless));
+    printf("illegal instruction %d\n", win::run_guarded(win::kSwallowAll, illegal_instruction));
+    printf("access violation %d\n", win::run_guarded(win::kSwallowAll, access_violation));
+    printf("privileged instruction %d\n", win::run_guarded(win::kSwallowAll, privileged_instruction));
+    printf("harmless %d\n", win::run_guarded(win::kSwallowAll, harmless));
     printf("SSE %d\n", sysinfo::sse_runs());
     printf("time stamps %d\n", sysinfo::time_stamp_counter_runs());
     return 0;

@@ -4,9 +4,10 @@
 #include <windows.h>
 
 #include "companions/faultkit/walk/x86/frame_walker.h"
-#include "companions/faultkit/guarded.h"
+#include "companions/faultkit/capture/process_memory.h"
 #include "companions/faultkit/capture/module_table.h"
 #include "companions/faultkit/walk/symbol_session.h"
+#include "win/guard.h"
 
 namespace faultkit {
 
@@ -21,7 +22,7 @@ struct FaultContext {
     // way is kept in *fault (code 0 for none), and what there is by then is used. before: an earlier capture, whose
     // names of modules are taken over, or null.
     void capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
-                 const FaultContext* before, StepFault* fault);
+                 const FaultContext* before, win::Fault* fault);
 
     // Whether both are of the same fault, among the same modules.
     bool is_same_as(const FaultContext& other) const;

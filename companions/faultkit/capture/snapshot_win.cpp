@@ -11,7 +11,7 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;
 namespace faultkit {
 
 void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
-                           const FaultContext* before, StepFault* fault) {
+                           const FaultContext* before, win::Fault* fault) {
     memory.forget();
     modules.clear();
     *fault = {};
@@ -29,7 +29,7 @@ void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* poin
         record = EXCEPTION_RECORD();
     if (!has_record && has_context)
         record.ExceptionAddress = reinterpret_cast<void*>(context.Eip);
-    guarded(fault, [&] {
+    win::run_guarded(win::swallow_and_note(fault), [&] {
         list_process_modules(memory, before ? &before->modules : nullptr, &modules);
         list_unloaded_modules(memory, session.unloads(), session.unload_count(), &modules);
         // This library is usually loaded after the fault, perhaps at the place of the very module that is missing.

@@ -5,7 +5,7 @@
 
 #include "companions/faultkit/walk/debug_library.h"
 #include "companions/faultkit/describe/fault_report.h"
-#include "companions/faultkit/guarded.h"
+#include "win/guard.h"
 #include "companions/faultkit/work_stack.h"
 
 namespace faultkit {
@@ -50,8 +50,7 @@ void write_open_file(DumpWork* work) {
 
 void write_guarded(void* data) {
     DumpWork* work = static_cast<DumpWork*>(data);
-    StepFault fault;
-    if (!guarded(&fault, [&] { write_open_file(work); }))
+    if (!win::run_guarded(win::kSwallowAll, [&] { write_open_file(work); }))
         work->error = ERROR_NOACCESS;
 }
 

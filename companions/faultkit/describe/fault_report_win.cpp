@@ -33,7 +33,7 @@ struct SymbolWork {
     StackTrace trace;
     bool with_trace;
     SourcePlace places[kMostInlined]; // of the faulting instruction
-    StepFault walking;                // met on the way down the stack
+    win::Fault walking;               // met on the way down the stack
     const char* note;                 // why symbols are missing; null when all is well
 };
 
@@ -43,7 +43,7 @@ FaultContext fault_again; // captured for a trace that is ahead
 FaultFacts facts;
 SymbolWork symbol_work;
 StackTrace plain_trace; // where the symbol work came to nothing
-StepFault listing;      // met while listing the modules
+win::Fault listing;     // met while listing the modules
 
 // The trace to hand out, null for none. Walking takes the same symbols as the reason, so both are made at once: then
 // the trace is ahead, and is handed out if it is asked for next and the modules are still the same.
@@ -62,12 +62,12 @@ void work_with_symbols(void* data) {
     session.find_places(reinterpret_cast<uint32_t>(fault.record.ExceptionAddress), work->places, kMostInlined);
     work->walking = {};
     if (work->with_trace)
-        guarded(&work->walking, [&] { work->trace.walk(memory, fault, &session); });
+        win::run_guarded(win::swallow_and_note(&work->walking), [&] { work->trace.walk(memory, fault, &session); });
     session.close();
     work->note = session.fault().code ? kLibraryFaulted : opened ? nullptr : kNoLibrary;
 }
 
-void write_note(TextBuilder& text, const char* note, const StepFault& met) {
+void write_note(TextBuilder& text, const char* note, const win::Fault& met) {
     text.text("\n(").text(note);
     write_fault(text, fault.modules, met);
     text.character(')');
@@ -137,7 +137,7 @@ void gather_facts() {
 struct SymbolOutcome {
     const SourcePlace* place;
     const char* note;
-    StepFault met;
+    win::Fault met;
 };
 
 // Does the symbol work on the fault that was captured, and with it the trace, which is then the one to hand out.
@@ -145,7 +145,7 @@ SymbolOutcome look_up_symbols(const EXCEPTION_POINTERS* pointers, bool with_trac
     static const SourcePlace kUnknown = {};
     SymbolOutcome outcome = {&kUnknown, kNoRoom, {}};
     StackTrace* trace = &plain_trace;
-    StepFault walking = {};
+    win::Fault walking = {};
     if (!was_abandoned()) {
         symbol_work.with_trace = with_trace;
         if (run_with_room(work_with_symbols, &symbol_work, kPatience) == Outcome::kDone) {
@@ -157,7 +157,7 @@ SymbolOutcome look_up_symbols(const EXCEPTION_POINTERS* pointers, bool with_trac
     if (!with_trace)
         return outcome;
     if (trace == &plain_trace)
-        guarded(&walking, [] { plain_trace.walk(memory, fault, nullptr); });
+        win::run_guarded(win::swallow_and_note(&walking), [] { plain_trace.walk(memory, fault, nullptr); });
     if (outcome.note)
         trace->add_note(outcome.note, outcome.met);
     if (listing.code)
@@ -186,8 +186,8 @@ const char* make_reason(const EXCEPTION_POINTERS* pointers) {
     TextBuilder text(reason_text);
     if (!capture(pointers, nullptr, &fault))
         return text.text("no description: the exception pointers can't be read").c_str();
-    StepFault gathering = {};
-    guarded(&gathering, gather_facts);
+    win::Fault gathering = {};
+    win::run_guarded(win::swallow_and_note(&gathering), gather_facts);
     // A trace that somebody is reading is left alone.
     const bool with_trace = !ready_trace || is_ahead;
     const SymbolOutcome outcome = look_up_symbols(pointers, with_trace);

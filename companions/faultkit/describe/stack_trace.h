@@ -5,12 +5,13 @@
 #include "companions/faultkit/describe/place_text.h"
 #include "companions/faultkit/walk/symbol_session.h"
 #include "companions/faultkit/text_builder.h"
+#include "win/guard.h"
 
 namespace faultkit {
 
 // Appends ": C0000005 at 00401234 host.exe+00001234" for a fault of our own; nothing for code 0. The module is named if
 // it was there when the modules were listed.
-void write_fault(TextBuilder& text, const ModuleTable& modules, const StepFault& fault);
+void write_fault(TextBuilder& text, const ModuleTable& modules, const win::Fault& fault);
 
 // In static storage. A deep stack keeps its top, where the fault is, and its bottom, where it all began.
 class StackTrace {
@@ -23,7 +24,7 @@ public:
     void walk(ProcessMemory& memory, const FaultContext& fault, SymbolSession* session);
 
     // A last line that says what went wrong on the way: constant text, and the fault that was met (code 0 for none).
-    void add_note(const char* text, const StepFault& fault);
+    void add_note(const char* text, const win::Fault& fault);
 
     // Appends the next line and moves on; false at the end.
     bool write_next_line(const ModuleTable& modules, unsigned options, TextBuilder& text);
@@ -36,7 +37,7 @@ private:
     };
     struct Note {
         const char* text;
-        StepFault fault;
+        win::Fault fault;
     };
     static constexpr unsigned kMostInlined = 8, kMostNotes = 3;
 

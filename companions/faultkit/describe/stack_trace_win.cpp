@@ -25,7 +25,7 @@ bool find_caller(FrameWalker& walker, SymbolSession* session, const Frame& frame
 
 } // namespace
 
-void write_fault(TextBuilder& text, const ModuleTable& modules, const StepFault& fault) {
+void write_fault(TextBuilder& text, const ModuleTable& modules, const win::Fault& fault) {
     if (!fault.code)
         return;
     text.text(": ").hex(fault.code).text(" at ");
@@ -82,7 +82,7 @@ void StackTrace::walk_on(FrameWalker& walker, Frame frame, SymbolSession* sessio
         add_lines(m_bottom[i % kBottom], session, kTop + kMostInlined + kBottom - m_count);
 }
 
-void StackTrace::add_note(const char* text, const StepFault& fault) {
+void StackTrace::add_note(const char* text, const win::Fault& fault) {
     if (m_note_count < kMostNotes)
         m_notes[m_note_count++] = {text, fault};
 }

@@ -4,10 +4,11 @@
 
 #include "companions/faultkit/walk/debug_library.h"
 #include "companions/faultkit/walk/x86/frame_walker.h"
-#include "companions/faultkit/guarded.h"
+#include "companions/faultkit/capture/process_memory.h"
 #include "companions/faultkit/capture/module_table.h"
 #include "companions/faultkit/describe/place_text.h"
 #include "companions/faultkit/capture/process_modules.h"
+#include "win/guard.h"
 
 namespace faultkit {
 
@@ -21,7 +22,7 @@ public:
     void close();
 
     // The fault that the library met; code 0 when there was none.
-    const StepFault& fault() const { return m_fault; }
+    const win::Fault& fault() const { return m_fault; }
 
     // What the loader's record of unloaded modules holds because of sessions: nothing of the host's.
     const UnloadStretch* unloads() const { return m_unloads; }
@@ -58,7 +59,7 @@ private:
     HANDLE m_session; // what the library knows this session by
     DWORD m_options_before;
     State m_state;
-    StepFault m_fault;
+    win::Fault m_fault;
     ModuleState m_module_states[ModuleTable::kMostModules];
 
     // Working storage, here instead of on a stack that may be nearly used up.

@@ -48,7 +48,7 @@ template <class Step>
 bool SymbolSession::attempt(Step step) {
     if (m_state != kOpen)
         return false;
-    if (guarded(&m_fault, step))
+    if (win::run_guarded(win::swallow_and_note(&m_fault), step))
         return true;
     m_state = kFailed; // its data may be half changed, its lock held: neither used nor freed any more
     return false;

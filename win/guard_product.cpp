@@ -1,12 +1,10 @@
-// A __try block whose filter knows the library's own exceptions by the type names that the compiler leaves in every
-// throw. Those and a stack overflow pass on; everything else ends here.
-#include "win/fault_guard.h"
+// A __try block, and a filter that knows the library's own exceptions by the type names that the compiler leaves in
+// every throw.
+#include "win/guard.h"
 
-#include <stdint.h>
+#include <malloc.h>
 #include <string.h>
 #include <windows.h>
-
-const char kExceptionMarker[] = "SEHWendaxExceptionGenerated";
 
 namespace win {
 
@@ -53,25 +51,39 @@ bool is_our_own(const EXCEPTION_RECORD& record) {
     return false;
 }
 
-int filter(const EXCEPTION_POINTERS* pointers) {
+int filter(const GuardPolicy& policy, const EXCEPTION_POINTERS* pointers) {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-    const bool passes = record.ExceptionCode == EXCEPTION_STACK_OVERFLOW ||
-                        (record.ExceptionCode == kCxxException && is_our_own(record));
-    return passes ? EXCEPTION_CONTINUE_SEARCH : EXCEPTION_EXECUTE_HANDLER;
+    if (policy.passes && policy.passes(record))
+        return EXCEPTION_CONTINUE_SEARCH;
+    if (policy.noted)
+        *policy.noted = {record.ExceptionCode, reinterpret_cast<uintptr_t>(record.ExceptionAddress)};
+    return EXCEPTION_EXECUTE_HANDLER;
 }
 
 } // namespace
 
+bool is_own_or_overflow(const EXCEPTION_RECORD& record) {
+    return record.ExceptionCode == EXCEPTION_STACK_OVERFLOW ||
+           (record.ExceptionCode == kCxxException && is_our_own(record));
+}
+
 // No object with a destructor may live in a function with __try. The pointer is volatile, so that the compiler can't
 // find the call to throw nothing and drop the guard.
-bool run_guarded(void (*function)(void* context), void* context) {
+bool run_guarded(GuardPolicy policy, void (*function)(void* context), void* context) {
     void (*volatile const guarded)(void*) = function;
     __try {
         guarded(context);
-    } __except (filter(GetExceptionInformation())) {
+    } __except (filter(policy, GetExceptionInformation())) {
+        // Without its guard page the stack would end the process the next time it overflows.
+        if (GetExceptionCode() == EXCEPTION_STACK_OVERFLOW)
+            _resetstkoflw();
         return false;
     }
     return true;
+}
+
+bool run_guarded(void (*function)(void* context), void* context) {
+    return run_guarded(kSwallowForeign, function, context);
 }
 
 } // namespace win

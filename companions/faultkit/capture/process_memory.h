@@ -1,4 +1,4 @@
-// Running a step that may fault, and reading memory that may not be there.
+// Reading memory that may not be there.
 #pragma once
 
 #include <windows.h>
@@ -7,21 +7,6 @@
 #include "companions/faultkit/capture/memory.h"
 
 namespace faultkit {
-
-// A fault that a step of ours met.
-struct StepFault {
-    uint32_t code, address;
-};
-
-// Runs step(data). Returns false, with *fault filled in, when it raised an exception, which ends there. The step's
-// destructors don't run then, so a step holds nothing that needs one.
-bool run_guarded(void (*step)(void*), void* data, StepFault* fault);
-
-// The same for a lambda that captures by reference.
-template <class Step>
-bool guarded(StepFault* fault, Step step) {
-    return run_guarded([](void* data) { (*static_cast<Step*>(data))(); }, &step, fault);
-}
 
 // The memory of this process. A page that can't be read, or that the system guards (touching it would change the
 // stack's growth), counts as unreadable. One thread at a time.
