@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base/failing_allocator.h"
+#include "testing/cxx/failing_allocator.h"
 #include "base/std_string.h"
 
 namespace {

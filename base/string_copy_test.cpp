@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "base/failing_allocator.h"
-#include "base/test_text.h"
+#include "testing/cxx/failing_allocator.h"
+#include "testing/cxx/test_text.h"
 
 namespace {
 

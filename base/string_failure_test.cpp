@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base/failing_allocator.h"
+#include "testing/cxx/failing_allocator.h"
 #include "base/split_path.h"
 #include "base/std_string.h"
 

@@ -11,7 +11,7 @@
 #include "glib/film.h"
 #include "glib/filter_manager.h"
 #include "glib/gdiplus_init.h"
-#include "glib/recorded_boxes.h"
+#include "testing/cxx/recorded_boxes.h"
 
 namespace {
 

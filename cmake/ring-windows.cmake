@@ -95,8 +95,9 @@ endfunction()
 # Compiles NAME.rc of the current folder into a .res file and links it into TARGET. FILES are what the script includes.
 function(wendax_resources target script)
   cmake_parse_arguments(ARG "" "" "FILES" ${ARGN})
+  cmake_path(ABSOLUTE_PATH script)
   get_filename_component(stem ${script} NAME_WE)
-  get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR}/${script} DIRECTORY)
+  get_filename_component(folder ${script} DIRECTORY)
   set(compiled ${CMAKE_CURRENT_BINARY_DIR}/${stem}.res)
   set(preprocessed ${CMAKE_CURRENT_BINARY_DIR}/${stem}.i)
   add_custom_command(
@@ -107,7 +108,7 @@ function(wendax_resources target script)
       -DWENDAX_VERSION_PATCH=${PROJECT_VERSION_PATCH}
       "-DWENDAX_VERSION_TEXT=\"${PROJECT_VERSION_MAJOR}, ${PROJECT_VERSION_MINOR}, ${PROJECT_VERSION_PATCH}, 0\""
       -I${PROJECT_SOURCE_DIR}
-      ${CMAKE_CURRENT_SOURCE_DIR}/${script} -o ${preprocessed}
+      ${script} -o ${preprocessed}
     # By their bare names: it would take a path such as /checkout/... for an option /C.
     COMMAND llvm-rc-19 /no-preprocess /C 65001 /I ${folder} /FO ${stem}.res ${stem}.i
     WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
@@ -121,12 +122,13 @@ endfunction()
 #            [LIBS system libraries...])
 function(wendax_dll name)
   cmake_parse_arguments(ARG "" "DEF;RESOURCES" "SOURCES;RESOURCE_FILES;DEPENDS;LIBS" ${ARGN})
+  cmake_path(ABSOLUTE_PATH ARG_DEF)
   add_library(${name} SHARED ${ARG_SOURCES})
   wendax_ships(${name})
   set_target_properties(${name} PROPERTIES PREFIX "" SUFFIX ".dll" IMPORT_PREFIX "" IMPORT_SUFFIX ".lib"
     ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib LINKER_LANGUAGE CXX
-    LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_DEF})
-  file(RELATIVE_PATH def ${CMAKE_BINARY_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_DEF})
+    LINK_DEPENDS ${ARG_DEF})
+  file(RELATIVE_PATH def ${CMAKE_BINARY_DIR} ${ARG_DEF})
   target_link_options(${name} PRIVATE /def:${def})
   wendax_link(${name} DEPENDS ${ARG_DEPENDS} LIBS ${ARG_LIBS})
   if(ARG_RESOURCES)

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include "base/guarded_copy.h"
+#include "testing/cxx/guarded_copy.h"
 #include "compose/base64_kernels.h"
-#include "compose/base64_reference.h"
+#include "testing/cxx/base64_reference.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "compose/temp_folder.h"
+#include "testing/cxx/scratch_folder.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ protected:
 
     void SetUp() override { mail.ComposeAt(sunday, "Subj", "Body", "who@example.com", nullptr); }
 
-    TempFolder folder;
+    ScratchFolder folder;
     CEmailTool mail;
 };
 
@@ -201,7 +201,7 @@ private:
     std::string m_old;
 };
 
-bool wait_for_file(const TempFolder& folder, const char* name) {
+bool wait_for_file(const ScratchFolder& folder, const char* name) {
     for (int i = 0; i < 600; ++i) {
         if (!folder.files(name).empty())
             return true;
@@ -211,7 +211,7 @@ bool wait_for_file(const TempFolder& folder, const char* name) {
 }
 
 TEST_F(EmailTool, OpenInMailer_writes_a_new_file_and_opens_it) {
-    TempFolder temp;
+    ScratchFolder temp;
     const TemporaryDirectory tmp(temp.path(""));
     const MailProgram program("cmd.exe /c mkdir \"%1.opened\"");
     mail.OpenInMailer();
@@ -223,7 +223,7 @@ TEST_F(EmailTool, OpenInMailer_writes_a_new_file_and_opens_it) {
 }
 
 TEST_F(EmailTool, OpenInMailer_without_a_mail_program_leaves_the_file) {
-    TempFolder temp;
+    ScratchFolder temp;
     const TemporaryDirectory tmp(temp.path(""));
     mail.OpenInMailer();
     ASSERT_EQ(temp.files("ema*.eml").size(), 1u);
@@ -231,7 +231,7 @@ TEST_F(EmailTool, OpenInMailer_without_a_mail_program_leaves_the_file) {
 }
 
 TEST_F(EmailTool, OpenInMailer_without_a_usable_temporary_directory_does_nothing) {
-    TempFolder temp;
+    ScratchFolder temp;
     const CurrentDirectory current(temp.path(""));
     const MailProgram program("cmd.exe /c mkdir \"" + temp.path("opened") + "\"");
     {

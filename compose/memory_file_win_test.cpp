@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "base/genlib_error.h"
-#include "compose/temp_folder.h"
+#include "testing/cxx/scratch_folder.h"
 #include "testing/cxx/usage.h"
 
 namespace {
@@ -65,7 +65,7 @@ private:
 
 class MemoryFile : public testing::Test {
 protected:
-    TempFolder folder;
+    ScratchFolder folder;
     CMemoryFile file;
 };
 

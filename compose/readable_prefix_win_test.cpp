@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base/guarded_copy.h"
+#include "testing/cxx/guarded_copy.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "compose/base64_kernels.h"
-#include "compose/base64_reference.h"
+#include "testing/cxx/base64_reference.h"
 
 namespace {
 

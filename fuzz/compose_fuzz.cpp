@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "compose/base64_reference.h"
+#include "testing/cxx/base64_reference.h"
 #include "compose/message_template.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -2,7 +2,7 @@
 // the limits, and nothing may be left behind; a small picture is written as PNG and must come back the same.
 #include <cstdlib>
 
-#include "companions/fall/fake_host.h"
+#include "testing/cxx/fake_host.h"
 
 namespace {
 

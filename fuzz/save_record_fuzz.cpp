@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "glib/fake_loader.h"
+#include "testing/cxx/fake_loader.h"
 #include "glib/film_body.h"
 #include "glib/mem_stream.h"
 

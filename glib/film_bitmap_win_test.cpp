@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "base/failing_allocator.h"
-#include "glib/film_fixture.h"
+#include "testing/cxx/failing_allocator.h"
+#include "testing/cxx/film_fixture.h"
 #include "glib/slide.h"
 
 namespace glib {

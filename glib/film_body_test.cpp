@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "glib/drawing_period.h"
-#include "glib/fake_loader.h"
+#include "testing/cxx/drawing_period.h"
+#include "testing/cxx/fake_loader.h"
 #include "glib/mem_stream.h"
 
 namespace glib {

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "base/failing_allocator.h"
-#include "glib/drawing_period.h"
-#include "glib/fake_loader.h"
+#include "testing/cxx/failing_allocator.h"
+#include "testing/cxx/drawing_period.h"
+#include "testing/cxx/fake_loader.h"
 #include "glib/film_body.h"
 #include "glib/mem_stream.h"
 

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "glib/film_fixture.h"
-#include "glib/recorded_boxes.h"
+#include "testing/cxx/film_fixture.h"
+#include "testing/cxx/recorded_boxes.h"
 
 namespace glib {
 namespace {

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "base/failing_allocator.h"
+#include "testing/cxx/failing_allocator.h"
 #include "base/genlib_error.h"
-#include "glib/film_fixture.h"
+#include "testing/cxx/film_fixture.h"
 #include "glib/gdiplus_init.h"
 
 namespace glib {

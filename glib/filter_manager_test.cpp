@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "glib/fake_loader.h"
+#include "testing/cxx/fake_loader.h"
 #include "glib/mem_stream.h"
-#include "glib/recorded_boxes.h"
+#include "testing/cxx/recorded_boxes.h"
 
 namespace glib {
 namespace {

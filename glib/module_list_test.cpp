@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base/failing_allocator.h"
+#include "testing/cxx/failing_allocator.h"
 
 namespace glib {
 namespace {

@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "base/failing_allocator.h"
+#include "testing/cxx/failing_allocator.h"
 #include "glib/canvas.h"
-#include "glib/drawing_period.h"
+#include "testing/cxx/drawing_period.h"
 #include "glib/owner.h"
 
 namespace glib {

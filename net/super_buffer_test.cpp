@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-#include "base/failing_allocator.h"
+#include "testing/cxx/failing_allocator.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "sysinfo/browser_version.h"
-#include "sysinfo/test_files.h"
+#include "testing/cxx/test_files.h"
 
 namespace {
 

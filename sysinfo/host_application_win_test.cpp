@@ -5,7 +5,7 @@
 
 #include "sysinfo/host_application.h"
 #include "sysinfo/std_info.h"
-#include "sysinfo/test_files.h"
+#include "testing/cxx/test_files.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "sysinfo/recorded_processor.h"
+#include "testing/cxx/recorded_processor.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include "sysinfo/browser_version.h"
 #include "sysinfo/host_application.h"
-#include "sysinfo/recorded_processor.h"
+#include "testing/cxx/recorded_processor.h"
 #include "sysinfo/system_info_text.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "bench/resample/picture.h"
-#include "companions/fall/fake_host.h"
+#include "testing/cxx/fake_host.h"
 #include "companions/kobrtl/kobrtl.h"
 #include "compose/message_template.h"
 #include "net/upload_form.h"

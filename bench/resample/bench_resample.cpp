@@ -7,8 +7,8 @@
 #include "bench/measure.h"
 #include "bench/resample/contestants.h"
 #include "bench/resample/picture.h"
-#include "bench/sse_afterwards.h"
-#include "companions/kobrtl/reference_scale.h"
+#include "bench/resample/sse_afterwards.h"
+#include "testing/cxx/reference_scale.h"
 
 namespace {
 

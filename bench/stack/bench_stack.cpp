@@ -8,6 +8,7 @@
 #include <string.h>
 
 #include "include/wendax.h"
+#include "testing/cxx/report_window.h"
 
 namespace {
 
@@ -34,14 +35,8 @@ unsigned deepest() {
 int button;
 
 DWORD WINAPI answer(void*) {
-    for (;;) {
-        HWND const dialog = FindWindowA(nullptr, "Software Error Report");
-        if (dialog && IsWindowVisible(dialog)) {
-            PostMessageA(dialog, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED), 0);
-            return 0;
-        }
-        Sleep(5);
-    }
+    PostMessageA(wait_for_report_window(), WM_COMMAND, MAKEWPARAM(button, BN_CLICKED), 0);
+    return 0;
 }
 
 HANDLE answer_with(int number) {

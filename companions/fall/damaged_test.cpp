@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "companions/fall/fake_host.h"
+#include "testing/cxx/fake_host.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "companions/fall/fake_host.h"
+#include "testing/cxx/fake_host.h"
 
 extern "C" void GLIB_CALL GetFilterInfo(std::uint32_t request_kind, glib::FilterInfoRequest* request);
 

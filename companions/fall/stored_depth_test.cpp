@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "companions/fall/fake_host.h"
+#include "testing/cxx/fake_host.h"
 
 namespace {
 

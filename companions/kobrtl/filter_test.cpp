@@ -4,7 +4,7 @@
 
 #include <numeric>
 
-#include "companions/kobrtl/reference_scale.h"
+#include "testing/cxx/reference_scale.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "companions/kobrtl/test_picture.h"
+#include "testing/cxx/test_picture.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "base/failing_allocator.h"
-#include "companions/kobrtl/test_picture.h"
+#include "testing/cxx/failing_allocator.h"
+#include "testing/cxx/test_picture.h"
 
 namespace {
 

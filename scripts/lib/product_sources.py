@@ -2,11 +2,7 @@
 
 import re
 
-HELPERS = re.compile(
-    r"_(test|model|reference|stand_in|posix)\.|/test_"
-    r"|/(failing_allocator|guarded_copy|samples|fake_\w+|recorded_\w+|reference_\w+)\."
-    r"|^(tests|testing|fuzz|bench|examples)/|/test_data/"
-)
+HELPERS = re.compile(r"_(test|posix)\.|^(tests|testing|fuzz|bench|examples)/|/test_data/")
 
 
 def is_product(name):

@@ -13,6 +13,20 @@ inline char* next_command() {
     return line;
 }
 
+// Obeys each line until the input ends and returns 0, or 2 after saying which one `obey` answered with false. What was
+// printed goes out after each.
+inline int obey_commands(bool (*obey)(char* line)) {
+    while (char* const line = next_command()) {
+        const bool obeyed = obey(line);
+        fflush(stdout);
+        if (!obeyed) {
+            fprintf(stderr, "can't do this: %s\n", line);
+            return 2;
+        }
+    }
+    return 0;
+}
+
 // Cuts the text at the separator and returns what followed it, empty if there is none.
 inline char* rest_of(char* text, char separator = ' ') {
     char* const found = strchr(text, separator);

@@ -5,7 +5,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "tests/hosts/import_slot.h"
+#include "testing/cxx/import_slot.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "tests/hosts/import_slot.h"
+#include "testing/cxx/import_slot.h"
 #include "testing/cxx/floating_point.h"
 
 namespace {

@@ -56,16 +56,11 @@ bool obey(char* line) {
     } else {
         return false;
     }
-    fflush(stdout);
     return true;
 }
 
 } // namespace
 
 int main() {
-    while (char* const line = next_command()) {
-        if (!obey(line))
-            return 2;
-    }
-    return 0;
+    return obey_commands(obey);
 }

@@ -13,8 +13,8 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "tests/hosts/small_stack.h"
-#include "tests/hosts/stack_guard.h"
+#include "testing/cxx/small_stack.h"
+#include "testing/cxx/stack_guard.h"
 
 namespace {
 

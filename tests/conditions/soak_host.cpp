@@ -15,7 +15,7 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "tests/hosts/faults.h"
+#include "testing/cxx/faults.h"
 #include "testing/cxx/command_line.h"
 #include "testing/cxx/usage.h"
 
@@ -95,6 +95,27 @@ unsigned fresh_user_object() {
     return number;
 }
 
+bool obey(char* line) {
+    char* what = line;
+    char* rest = rest_of(line);
+    const bool plain = strcmp(what, "plain") == 0;
+    if (plain) {
+        what = rest;
+        rest = rest_of(rest);
+    }
+    const bool by_mail = strcmp(what, "mail") == 0;
+    for (int count = atoi(rest); count > 0; --count) {
+        if (plain) {
+            show_plain_dialog(by_mail ? 299 : 300);
+            if (by_mail)
+                ShellExecuteA(nullptr, "open", "plain.eml", nullptr, nullptr, SW_SHOW);
+        } else
+            fail_and_report(by_mail);
+    }
+    printf("usage %u %u %u %u\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory().own);
+    return true;
+}
+
 } // namespace
 
 int main() {
@@ -104,25 +125,5 @@ int main() {
     GetFullPathNameA("notes.txt", sizeof notes, notes, nullptr);
     SetAttachment(notes);
     CloseHandle(CreateThread(nullptr, 0, press_first_button, nullptr, 0, nullptr));
-    while (char* const line = next_command()) {
-        char* what = line;
-        char* rest = rest_of(line);
-        const bool plain = strcmp(what, "plain") == 0;
-        if (plain) {
-            what = rest;
-            rest = rest_of(rest);
-        }
-        const bool by_mail = strcmp(what, "mail") == 0;
-        for (int count = atoi(rest); count > 0; --count) {
-            if (plain) {
-                show_plain_dialog(by_mail ? 299 : 300);
-                if (by_mail)
-                    ShellExecuteA(nullptr, "open", "plain.eml", nullptr, nullptr, SW_SHOW);
-            } else
-                fail_and_report(by_mail);
-        }
-        printf("usage %u %u %u %u\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory().own);
-        fflush(stdout);
-    }
-    return 0;
+    return obey_commands(obey);
 }

@@ -13,7 +13,7 @@
 
 #include "include/wendax.h"
 #include "tests/conditions/conditions.h"
-#include "tests/hosts/faults.h"
+#include "testing/cxx/faults.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 //               touched), no-record, no-context, wild-context, stale (good ones, but asks for the next line with
 //               others), reused (good ones for the reason; then they lead to a fault in thread_main)
 //   --ask-again asks for the reason once more behind the first line of the stack
-// FAULT is one of tests/hosts/faults.cpp or of stack_faults.cpp, or descent-SEED for one of random_descent.cpp.
+// FAULT is one of testing/cxx/faults.cpp or of stack_faults.cpp, or descent-SEED for one of random_descent.cpp.
 #include <windows.h>
 #include <eh.h>
 #include <stdio.h>
@@ -18,9 +18,9 @@
 #include <wchar.h>
 
 #include "companions/faultkit/faultkit.h"
-#include "tests/faultkit/random_descent.h"
+#include "testing/cxx/random_descent.h"
 #include "tests/faultkit/stack_faults.h"
-#include "tests/hosts/faults.h"
+#include "testing/cxx/faults.h"
 #include "win/library.h"
 
 namespace {

@@ -30,7 +30,7 @@ def test_mail_leads_to_the_faulting_line(stage):
     pdbs.mkdir()
     for name in ("fault_host.pdb", "Wendax.pdb", "KOBRTL.pdb"):
         shutil.copy(stage.product(name), pdbs)
-    source = (REPO / "tests" / "hosts" / "faults.cpp").read_text("utf-8").splitlines()
+    source = (REPO / "testing" / "cxx" / "faults.cpp").read_text("utf-8").splitlines()
     for message, piece in zip(report(stage, "write", "divide"), ("= 1;", "sink = 7 / zero;")):
         done = subprocess.run([sys.executable, TOOL, message.path, pdbs], capture_output=True, text=True, check=False)
         assert done.returncode == 0, done.stdout + done.stderr

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 #include <stdlib.h>
-#include <string.h>
 
+#include "testing/cxx/faults.h"
 #include "tests/faultkit/guest.h"
 #include "win/library.h"
 
@@ -188,12 +188,7 @@ void software_exception() {
     RaiseException(0xE0001234, 0, 2, parameters);
 }
 
-struct StackFault {
-    const char* name;
-    void (*commit)();
-};
-
-const StackFault kFaults[] = {
+const Fault kFaults[] = {
     {"mixed", mixed_calls},
     {"deep", deep},
     {"shallow", shallow},
@@ -212,12 +207,9 @@ const StackFault kFaults[] = {
 } // namespace
 
 bool commit_stack_fault(const char* name) {
-    for (const StackFault& fault : kFaults) {
-        if (strcmp(fault.name, name) != 0)
-            continue;
-        void (*volatile commit)() = fault.commit;
-        commit();
-        return true;
-    }
-    return false;
+    void (*volatile commit)() = find_fault(kFaults, name);
+    if (!commit)
+        return false;
+    commit();
+    return true;
 }

@@ -13,7 +13,7 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "tests/hosts/faults.h"
+#include "testing/cxx/faults.h"
 
 namespace {
 

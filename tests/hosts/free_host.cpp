@@ -4,7 +4,8 @@
 #include <stdio.h>
 
 #include "include/wendax.h"
-#include "tests/hosts/import_slot.h"
+#include "testing/cxx/import_slot.h"
+#include "testing/cxx/report_window.h"
 
 namespace {
 
@@ -23,11 +24,9 @@ BOOL WINAPI free_with_fault(HANDLE heap, DWORD flags, void* block) {
 }
 
 DWORD WINAPI decline(void*) {
-    HWND dialog;
-    while (!(dialog = FindWindowA(nullptr, "Software Error Report")) || !IsWindowVisible(dialog))
-        Sleep(10);
+    HWND const dialog = wait_for_report_window();
     armed = true;
-    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(2, BN_CLICKED), 0);
+    press_button_of(dialog, 2);
     return 0;
 }
 

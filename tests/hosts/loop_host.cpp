@@ -16,7 +16,8 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "tests/hosts/import_slot.h"
+#include "testing/cxx/import_slot.h"
+#include "testing/cxx/report_window.h"
 
 namespace {
 
@@ -35,17 +36,6 @@ HCURSOR WINAPI record_cursor(HCURSOR cursor) {
     if (cursors_set++ == 0)
         arrow_first = cursor == cursor_of(IDC_ARROW);
     return set_cursor(cursor);
-}
-
-// The dialog on the screen that is not the one named.
-HWND wait_for_dialog(HWND but = nullptr) {
-    for (;;) {
-        HWND dialog = nullptr;
-        while ((dialog = FindWindowExA(nullptr, dialog, nullptr, "Software Error Report")))
-            if (dialog != but && IsWindowVisible(dialog))
-                return dialog;
-        Sleep(10);
-    }
 }
 
 enum Order { quit = WM_APP, report, destroy };
@@ -70,38 +60,33 @@ void make_other_window() {
 }
 
 DWORD WINAPI tell_to_quit(void*) {
-    wait_for_dialog();
+    wait_for_report_window();
     SendMessageA(other_window, Order::quit, 0, 0);
-    return 0;
-}
-
-DWORD WINAPI press_inner(void* outer) {
-    SendMessageA(wait_for_dialog(static_cast<HWND>(outer)), WM_COMMAND, MAKEWPARAM(2, BN_CLICKED), 0);
     return 0;
 }
 
 // Button 1, or 2 where another is wanted.
 DWORD WINAPI send_command(void* other) {
-    HWND const dialog = wait_for_dialog();
+    HWND const dialog = wait_for_report_window();
     // A dialog at rest, to whose queue no message comes by itself any more; the outcome must not depend on it.
     for (int i = 0; i < 40; ++i) {
         SendMessageA(dialog, WM_NULL, 0, 0);
         Sleep(25);
     }
-    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(other ? 2 : 1, BN_CLICKED), 0);
+    press_button_of(dialog, other ? 2 : 1);
     return 0;
 }
 
 DWORD WINAPI nest(void*) {
-    HWND const dialog = wait_for_dialog();
-    CloseHandle(CreateThread(nullptr, 0, press_inner, dialog, 0, nullptr));
+    HWND const dialog = wait_for_report_window();
+    CloseHandle(CreateThread(nullptr, 0, decline_second_report, dialog, 0, nullptr));
     SendMessageA(other_window, Order::report, 0, 0);
-    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(1, BN_CLICKED), 0);
+    press_button_of(dialog, 1);
     return 0;
 }
 
 DWORD WINAPI destroy_window(void*) {
-    SendMessageA(other_window, Order::destroy, reinterpret_cast<WPARAM>(wait_for_dialog()), 0);
+    SendMessageA(other_window, Order::destroy, reinterpret_cast<WPARAM>(wait_for_report_window()), 0);
     return 0;
 }
 

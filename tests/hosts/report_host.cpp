@@ -13,7 +13,8 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "tests/hosts/import_slot.h"
+#include "testing/cxx/import_slot.h"
+#include "testing/cxx/library_memory.h"
 
 namespace {
 
@@ -48,24 +49,16 @@ bool stop_clock() {
     return name_temporary_file;
 }
 
-decltype(HeapAlloc)* allocate;
-bool memory_is_left = true;
-
-void* WINAPI allocate_until_refused(HANDLE heap, DWORD flags, SIZE_T size) {
-    return memory_is_left ? allocate(heap, flags, size) : nullptr;
-}
-
 BOOL WINAPI refuse_writing(HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
-    memory_is_left = false;
+    LibraryMemory::exhausted = true;
     *written = 0;
     SetLastError(ERROR_DISK_FULL);
     return FALSE;
 }
 
 bool fill_disk() {
-    HMODULE const library = GetModuleHandleA("Wendax.dll");
-    allocate = replace_import(library, "kernel32.dll", "HeapAlloc", allocate_until_refused);
-    return allocate && replace_import(library, "kernel32.dll", "WriteFile", refuse_writing);
+    return LibraryMemory::watch() &&
+           replace_import(GetModuleHandleA("Wendax.dll"), "kernel32.dll", "WriteFile", refuse_writing);
 }
 
 } // namespace

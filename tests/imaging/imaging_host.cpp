@@ -15,7 +15,7 @@
 #include "glib/gdiplus_init.h"
 #include "glib/slide.h"
 #include "testing/cxx/usage.h"
-#include "tests/hosts/stack_guard.h"
+#include "testing/cxx/stack_guard.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include "wendax.h"
 
-#include "tests/hosts/import_slot.h"
+#include "testing/cxx/import_slot.h"
 
 extern "C" __declspec(dllimport) int __stdcall SetThreadStackGuarantee(unsigned long* bytes);
 extern "C" __declspec(dllimport) void __stdcall RaiseException(unsigned long code, unsigned long flags,

@@ -10,36 +10,10 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "tests/hosts/import_slot.h"
+#include "testing/cxx/library_memory.h"
+#include "testing/cxx/report_window.h"
 
 namespace {
-
-// The library's memory.
-decltype(HeapAlloc)* real_alloc;
-decltype(HeapFree)* real_free;
-HANDLE library_heap;
-int blocks;
-bool exhausted;
-
-void* WINAPI counted_alloc(HANDLE heap, DWORD flags, SIZE_T size) {
-    void* const block = exhausted ? nullptr : real_alloc(heap, flags, size);
-    library_heap = heap; // it allocates from no other one
-    blocks += block != nullptr;
-    return block;
-}
-
-BOOL WINAPI counted_free(HANDLE heap, DWORD flags, void* block) {
-    const BOOL freed = real_free(heap, flags, block);
-    blocks -= freed && heap == library_heap;
-    return freed;
-}
-
-bool watch_memory() {
-    HMODULE const library = GetModuleHandleA("Wendax.dll");
-    real_alloc = replace_import(library, "kernel32.dll", "HeapAlloc", counted_alloc);
-    real_free = replace_import(library, "kernel32.dll", "HeapFree", counted_free);
-    return real_alloc && real_free;
-}
 
 HANDLE runtime_heap() {
     auto* const handle = reinterpret_cast<intptr_t(__cdecl*)()>(
@@ -62,12 +36,12 @@ public:
 // heap: where the report may lie if not in the library's.
 template <class Report, class Make>
 void make_and_delete(const char* how, Make make, HANDLE heap = runtime_heap()) {
-    const int before = blocks;
+    const int before = LibraryMemory::blocks;
     Report* const report = make();
     const bool of_host = HeapValidate(heap, 0, report);
-    const bool of_library = !of_host && blocks > before;
+    const bool of_library = !of_host && LibraryMemory::blocks > before;
     delete report;
-    const bool back = blocks == before && !HeapValidate(heap, 0, report) && (of_library || of_host);
+    const bool back = LibraryMemory::blocks == before && !HeapValidate(heap, 0, report) && (of_library || of_host);
     printf("%s: %s, %s\n", how,
            of_library ? "the library's"
            : of_host  ? "the host's"
@@ -113,26 +87,11 @@ void make_each_way() {
 
 HWND failing_window;
 
-HWND wait_for_dialog(HWND but = nullptr) {
-    for (;;) {
-        HWND dialog = nullptr;
-        while ((dialog = FindWindowExA(nullptr, dialog, nullptr, "Software Error Report")))
-            if (dialog != but && IsWindowVisible(dialog))
-                return dialog;
-        Sleep(10);
-    }
-}
-
-DWORD WINAPI decline_inner(void* outer) {
-    SendMessageA(wait_for_dialog(static_cast<HWND>(outer)), WM_COMMAND, MAKEWPARAM(2, BN_CLICKED), 0);
-    return 0;
-}
-
 DWORD WINAPI fail_in_dialog(void*) {
-    HWND const dialog = wait_for_dialog();
-    CloseHandle(CreateThread(nullptr, 0, decline_inner, dialog, 0, nullptr));
+    HWND const dialog = wait_for_report_window();
+    CloseHandle(CreateThread(nullptr, 0, decline_second_report, dialog, 0, nullptr));
     SendMessageA(failing_window, WM_APP, 0, 0);
-    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(2, BN_CLICKED), 0);
+    press_button_of(dialog, 2);
     return 0;
 }
 
@@ -151,13 +110,13 @@ void nest() {
     failing_window = CreateWindowA("Failing", "", 0, 0, 0, 10, 10, nullptr, nullptr, window_class.hInstance, nullptr);
     int before = 0;
     for (int round = 0; round < 2; ++round) {
-        before = blocks;
+        before = LibraryMemory::blocks;
         HANDLE const other = CreateThread(nullptr, 0, fail_in_dialog, nullptr, 0, nullptr);
         OpenCrushReport(nullptr);
         WaitForSingleObject(other, INFINITE);
         CloseHandle(other);
     }
-    printf("blocks kept: %d\n", blocks - before);
+    printf("blocks kept: %d\n", LibraryMemory::blocks - before);
 }
 
 // No memory
@@ -188,7 +147,7 @@ __attribute__((noinline)) void upload() {
 void run_out_of_memory() {
     CCrashReport mail(nullptr);
     CCrashReport2 form(nullptr);
-    exhausted = true;
+    LibraryMemory::exhausted = true;
     attempt("new", [] { delete new CCrashReport(nullptr); });
     attempt("derived", [] { delete new OwnReport2; });
     attempt("nothrow", [] {
@@ -207,14 +166,14 @@ void run_out_of_memory() {
     attempt("Upload", [&] { form.Upload(); });
     attempt("OpenCrushReport", [] { OpenCrushReport(WENDAX_MARKER); });
     attempt("README", upload);
-    exhausted = false;
+    LibraryMemory::exhausted = false;
 }
 
 } // namespace
 
 int main(int, char** argv) {
     setvbuf(stdout, nullptr, _IONBF, 0);
-    if (!watch_memory())
+    if (!LibraryMemory::watch())
         return 2;
     WendaxCoverThread();
     if (strcmp(argv[1], "made") == 0)

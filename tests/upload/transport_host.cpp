@@ -84,7 +84,6 @@ bool obey(char* line) {
     } else {
         return false;
     }
-    fflush(stdout);
     return true;
 }
 
@@ -92,12 +91,7 @@ bool obey(char* line) {
 
 int main() {
     transport = new CHttpTransport;
-    while (char* const line = next_command()) {
-        if (!obey(line)) {
-            fprintf(stderr, "unknown command: %s\n", line);
-            return 2;
-        }
-    }
+    const int code = obey_commands(obey);
     delete transport;
-    return 0;
+    return code;
 }

@@ -145,14 +145,8 @@ bool obey(char* line) {
 } // namespace
 
 int main() {
-    while (char* const line = next_command()) {
-        if (!obey(line)) {
-            fprintf(stderr, "can't do this now: %s\n", line);
-            return 2;
-        }
-        fflush(stdout);
-    }
+    const int code = obey_commands(obey);
     while (count > 0)
         delete reports[--count];
-    return 0;
+    return code;
 }

@@ -9,7 +9,7 @@
 
 #include "companions/faultkit/faultkit.h"
 #include "tests/faultkit/compilers/three_calls.h"
-#include "tests/faultkit/random_descent.h"
+#include "testing/cxx/random_descent.h"
 
 namespace {
 

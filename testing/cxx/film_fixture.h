@@ -12,7 +12,7 @@
 
 #include "glib/film.h"
 #include "glib/filter_manager.h"
-#include "glib/recorded_boxes.h"
+#include "testing/cxx/recorded_boxes.h"
 #include "glib/slide.h"
 
 namespace glib {

@@ -1,4 +1,4 @@
-#include "base/failing_allocator.h"
+#include "testing/cxx/failing_allocator.h"
 
 #include <atomic>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "glib/recorded_boxes.h"
+#include "testing/cxx/recorded_boxes.h"
 
 #include <cstdarg>
 #include <cstdio>

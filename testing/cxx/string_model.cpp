@@ -1,4 +1,4 @@
-#include "base/string_model.h"
+#include "testing/cxx/string_model.h"
 
 #include <algorithm>
 #include <cstdio>

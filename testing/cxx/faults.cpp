@@ -1,12 +1,11 @@
-#include "tests/hosts/faults.h"
+#include "testing/cxx/faults.h"
 
 #include <windows.h>
 #include <float.h>
 #include <limits.h>
 #include <stdio.h>
-#include <string.h>
 
-#include "tests/hosts/stack_guard.h"
+#include "testing/cxx/stack_guard.h"
 
 namespace {
 
@@ -92,11 +91,6 @@ void nested() {
     middle();
 }
 
-struct Fault {
-    const char* name;
-    void (*commit)();
-};
-
 const Fault kFaults[] = {
     {"read", read_null},
     {"write", write_null},
@@ -114,12 +108,9 @@ const Fault kFaults[] = {
 } // namespace
 
 bool commit_fault(const char* name) {
-    for (const Fault& fault : kFaults) {
-        if (strcmp(fault.name, name) != 0)
-            continue;
-        void (*volatile commit)() = fault.commit;
-        commit();
-        return true;
-    }
-    return false;
+    void (*volatile commit)() = find_fault(kFaults, name);
+    if (!commit)
+        return false;
+    commit();
+    return true;
 }

@@ -9,18 +9,18 @@
 
 #include <windows.h>
 
-class TempFolder {
+class ScratchFolder {
 public:
-    TempFolder() {
+    ScratchFolder() {
         char temp[MAX_PATH], name[MAX_PATH];
         if (!GetTempPathA(sizeof(temp), temp) || !GetTempFileNameA(temp, "wxt", 0, name) || !DeleteFileA(name) ||
             !CreateDirectoryA(name, nullptr))
             throw std::runtime_error("no temporary folder");
         m_path = name;
     }
-    ~TempFolder() { remove(m_path); }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
+    ~ScratchFolder() { remove(m_path); }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
 
     std::string path(const std::string& name) const { return m_path + "\\" + name; }
 

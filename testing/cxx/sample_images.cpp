@@ -1,6 +1,6 @@
 // The smallest files of the formats that show the order of rows and colours. JPEG was written by ImageMagick (8 x 8
 // pixels of one colour); the others are written out by hand from the formats' descriptions. And a picture for a page.
-#include "companions/fall/fake_host.h"
+#include "testing/cxx/fake_host.h"
 
 namespace fall_test {
 

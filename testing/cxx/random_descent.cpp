@@ -1,7 +1,7 @@
 // The functions differ in what a stack walker has to cope with: size of the frame, saved registers, arguments on the
 // stack and in registers, who clears them, whether a frame pointer is kept, and how the next one is called. Each notes
 // its return address; earlier descents that end well litter the stack with stale ones.
-#include "tests/faultkit/random_descent.h"
+#include "testing/cxx/random_descent.h"
 
 #include <windows.h>
 #include <malloc.h>

@@ -1,4 +1,4 @@
-#include "bench/sse_afterwards.h"
+#include "bench/resample/sse_afterwards.h"
 
 #include <emmintrin.h>
 #include <windows.h>

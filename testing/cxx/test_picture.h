@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "companions/kobrtl/reference_scale.h"
+#include "testing/cxx/reference_scale.h"
 
 namespace kobrtl_test {
 
