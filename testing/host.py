@@ -52,8 +52,7 @@ class Host:
         for name in files:
             shutil.copy(stage.product(name), self.folder)
         if helper:
-            helpers = stage.product("Wendax.dll").parent.parent / "test-helpers"
-            shutil.copy(helpers / helper / "faultkit.dll", self.folder)
+            shutil.copy(stage.helper(helper), self.folder)
         self.mail_log = self.prefix.drive_c / "mail.log"
         self.environment = {"MAIL_PROGRAM_LOG": "C:\\mail.log"}
         if mail_program:

@@ -12,12 +12,22 @@ import shutil
 import signal
 import subprocess
 
+from testing.image import X86
 from testing.processes import REPO, WaitTimeout, marked_processes, wait_until
+from testing.product import MACHINE
 
 COPIES = REPO / "build" / "test-prefixes"
 
 # Which of the machine's Wines all of this is about: "" for the first one, or "newer".
 WINE = os.environ.get("WENDAX_WINE", "")
+
+
+def variant_of(machine):
+    """What names of prefixes and outputs end with, so that those of each machine and Wine lie apart."""
+    return ("" if machine is X86 else f"-{machine.name}") + (f"-{WINE}" if WINE else "")
+
+
+VARIANT = variant_of(MACHINE)
 _count = itertools.count(1)
 
 
@@ -109,13 +119,14 @@ class Prefix:
         return running
 
 
-def project_prefix():
-    """The prefix that scripts/setup made, for the Wine that WENDAX_WINE names. Tests run in copies of it."""
-    return Prefix(REPO / "build" / ("wineprefix-" + WINE if WINE else "wineprefix"))
+def project_prefix(machine=MACHINE):
+    """The prefix that scripts/setup made for programs of that machine, of the Wine that WENDAX_WINE names. Tests run in
+    copies of it."""
+    return Prefix(REPO / "build" / f"wineprefix{variant_of(machine)}")
 
 
 @contextlib.contextmanager
-def fresh_prefix():
+def fresh_prefix(machine=MACHINE):
     """Context manager: a copy of the project's prefix, which goes at the end, with everything that runs in it. Its folder
     of temporary files is empty: what a demo has left in the original does not come along.
 
@@ -125,7 +136,7 @@ def fresh_prefix():
     _remove_left_behind()
     copy = COPIES / f"{os.getpid()}.{next(_count)}"
     try:
-        _copy(project_prefix(), copy)
+        _copy(project_prefix(machine), copy)
         prefix = Prefix(copy, private=True)
         try:
             yield prefix

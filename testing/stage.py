@@ -1,35 +1,30 @@
 """What one test starts and where it leaves its outputs: all of it goes with the stage."""
 
 import contextlib
-import os
 import pathlib
 import shutil
 import sys
 
 from testing.desktop import Desktop
-from testing.prefix import WINE, fresh_prefix, shared_prefix
+from testing.prefix import VARIANT, fresh_prefix, shared_prefix
 from testing.processes import REPO
+from testing.product import MACHINE, helper, image, product
 from testing.wine import Wine
 
-# What tests leave to be looked at, of each Wine apart.
-ARTIFACTS = REPO / "build" / ("test-artifacts-" + WINE if WINE else "test-artifacts")
-
-
-def product(name):
-    """The path of a built program or DLL, which must be there. WENDAX_BIN names the folder (default build/windows/bin)."""
-    path = pathlib.Path(os.environ.get("WENDAX_BIN") or REPO / "build" / "windows" / "bin").absolute() / name
-    if not path.is_file():
-        raise FileNotFoundError(f"{path} is missing: build the preset 'windows' first")
-    return path
+# What tests leave to be looked at, of each machine and Wine apart.
+ARTIFACTS = REPO / "build" / f"test-artifacts{VARIANT}"
 
 
 class Stage(contextlib.ExitStack):
     """Context manager. Desktops, prefixes and programs that it gives last until its end.
 
-    artifacts: an empty folder for what is left to be looked at.
+    artifacts: an empty folder for what is left to be looked at. product, image, helper, machine: of the build tree, see there.
     """
 
     product = staticmethod(product)
+    image = staticmethod(image)
+    helper = staticmethod(helper)
+    machine = MACHINE
 
     def __init__(self, artifacts):
         super().__init__()

@@ -7,12 +7,13 @@ Run directly, it would keep a reader of its output waiting for what Wine starts 
 
 import sys
 
+from testing.image import machine_of
 from testing.prefix import fresh_prefix
 from testing.wine import Wine
 
 
 def main():
-    with fresh_prefix() as prefix:
+    with fresh_prefix(machine_of(sys.argv[1])) as prefix:
         result = Wine(prefix=prefix).run(*sys.argv[1:], limit=540)
     sys.stdout.buffer.write(result.stdout)
     sys.stderr.buffer.write(result.stderr)

@@ -60,7 +60,7 @@ class Theatre:
     the library that reports to it."""
 
     def __init__(self, stage):
-        self.product = stage.product
+        self.product, self.helper = stage.product, stage.helper
         self.wine = stage.wine(stage.desktop(width=800, height=600))
         self.mail_program = stage.product("mail_program.exe")
         self.wine.associate(".eml", self.mail_program)
@@ -74,7 +74,7 @@ class Theatre:
 
     def variant(self, name, file):
         """The file of that variant of a companion."""
-        place = self.product("Wendax.dll").parent.parent / "test-helpers" / name / file
+        place = self.helper(name, file)
         return place if place.exists() else self.product(name + ".dll")
 
 

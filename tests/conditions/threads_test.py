@@ -14,8 +14,7 @@ def described_thread(stage, order):
     """Lets them fault, and gives the number of the thread whose fault the report describes."""
     desktop = stage.desktop(width=800, height=600)
     host = Host(stage, "threads_host.exe", desktop=desktop)
-    helper = stage.product("Wendax.dll").parent.parent / "test-helpers" / "faultkit_of_access" / "faultkit.dll"
-    shutil.copy(helper, host.folder)
+    shutil.copy(stage.helper("faultkit_of_access"), host.folder)
     process = host.start(order, ROUNDS)
     report_dialog.press(desktop, "Open Error Report")
     (message,) = host.wait_messages(1)

@@ -1,7 +1,6 @@
 """The reason that is given for each kind of fault."""
 
 import re
-import subprocess
 
 import pytest
 
@@ -131,13 +130,7 @@ class TestModules:
     """The list of modules, compared with what another reader finds in their files."""
 
     def headers(self, stage, name):
-        path = stage.product(name)
-        text = subprocess.run(
-            ["llvm-readobj-19", "--file-headers", "--coff-debug-directory", path],
-            capture_output=True,
-            text=True,
-            check=True,
-        ).stdout
+        text = stage.image(name).read("--file-headers", "--coff-debug-directory")
         stamp = re.search(r"TimeDateStamp: .*\(0x([0-9A-F]+)\)", text)[1]
         size = re.search(r"SizeOfImage: (\d+)", text)[1]
         guid = re.search(r"PDBGUID: \{([0-9A-F-]+)\}", text)[1].replace("-", "")

@@ -40,7 +40,7 @@ def bad_wine(stage):
     prefix = stage.fresh_prefix()
     target = prefix.drive_c / "windows" / "system32" / "dbghelp.dll"
     target.unlink()
-    shutil.copy(stage.product("Wendax.dll").parent.parent / "test-helpers" / "bad_dbghelp" / "dbghelp.dll", target)
+    shutil.copy(stage.helper("bad_dbghelp", "dbghelp.dll"), target)
     return stage.wine(prefix=prefix)
 
 

@@ -10,6 +10,7 @@ import sys
 
 import pytest
 
+from testing.image import Image
 from testing.processes import REPO
 from describing import FRAME, short
 
@@ -223,9 +224,7 @@ class TestIdentity:
     def test_stand_in_carries_the_identity_it_was_given(self, artifacts):
         path = artifacts / "stand-in.exe"
         path.write_bytes(images.stand_in("/some/where.pdb", "00112233445566778899AABBCCDDEEFF1A"))
-        told = subprocess.run(
-            ["llvm-readobj-19", "--coff-debug-directory", path], capture_output=True, text=True, check=True
-        ).stdout
+        told = Image(path).read("--coff-debug-directory")
         assert "PDBGUID: {00112233-4455-6677-8899-AABBCCDDEEFF}" in told
         assert "PDBAge: 26" in told
         assert "PDBFileName: /some/where.pdb" in told

@@ -118,7 +118,7 @@ def description_with(stage, helper, stray=None):
     host = Host(stage, "fault_host.exe", helper=helper, desktop=desktop)
     if stray:
         shutil.copy(
-            stage.product("Wendax.dll").parent.parent / "test-helpers" / "full" / "faultkit.dll",
+            stage.helper("full"),
             host.prefix.to_unix(stray),
         )
     process = host.start("divide")

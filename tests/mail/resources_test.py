@@ -2,7 +2,6 @@
 
 import re
 import struct
-import subprocess
 
 RT_ICON_GROUP, RT_BITMAP, RT_DIALOG = 14, 2, 5
 BUTTON, STATIC = 0x80, 0x82
@@ -144,12 +143,7 @@ def test_upload_dialog_is_as_users_know_it(stage):
 
 
 def test_dialogs_are_in_american_english(stage):
-    told = subprocess.run(
-        ["llvm-readobj-19", "--coff-resources", stage.product("Wendax.dll")],
-        check=True,
-        capture_output=True,
-        text=True,
-    ).stdout
+    told = stage.image("Wendax.dll").read("--coff-resources")
     dialogs = told[told.index("Type: DIALOG") :]
     found = re.findall(r"Name: \(ID (\d+)\).*?Language: \(ID (\d+)\)", dialogs, re.S)
     assert [(number, language) for number, language in found if number in ("299", "300")] == [

@@ -1,13 +1,14 @@
 """Another release of the codec would make another fall.dll: the build stops at it, and says what to do."""
 
-import os
 import pathlib
 import re
 import shutil
 import subprocess
 import tempfile
 
-REPO = pathlib.Path(__file__).resolve().parents[2]
+from testing.processes import REPO
+from testing.product import BIN
+
 HEADERS = ("stb_image.h", "stb_image_write.h")
 
 
@@ -16,8 +17,7 @@ class CodecBuild:
 
     def __init__(self, place):
         self.stb, self.build = place / "stb", place / "build"
-        built = pathlib.Path(os.environ.get("WENDAX_BIN") or REPO / "build" / "windows" / "bin").parent
-        cache = (built / "CMakeCache.txt").read_text("utf-8")
+        cache = (BIN.parent / "CMakeCache.txt").read_text("utf-8")
         packaged = pathlib.Path(re.search(r"^STB_INCLUDE:PATH=(.*)$", cache, re.M)[1])
         self.stb.mkdir()
         for header in HEADERS:

@@ -3,7 +3,6 @@
 import atexit
 import functools
 import json
-import os
 import pathlib
 import re
 import shutil
@@ -15,10 +14,12 @@ import pytest
 
 from testing import documents, report_dialog
 from testing.host import Host
+from testing.image import Image
 from testing.processes import REPO
+from testing.product import BIN
 
 HERE = pathlib.Path(__file__).parent
-BUILD = pathlib.Path(os.environ.get("WENDAX_BIN") or REPO / "build" / "windows" / "bin").absolute().parent
+BUILD = BIN.parent
 RUNTIME = ["KOBRTL.dll", "Wendax.dll", "fall.dll", "faultkit.dll"]
 EXAMPLES = {
     "smallest": "smallest",
@@ -205,18 +206,12 @@ class TestExamples:
 
     def test_format_module_is_a_project_that_links_with_nothing(self, stage):
         build = build_host(stage, unpacked() / "examples" / "format-module")
-        exported = subprocess.run(
-            ["llvm-readobj-19", "--coff-exports", build / "xbm.dll"],
-            text=True,
-            check=True,
-            stdout=subprocess.PIPE,
-        ).stdout
-        assert re.findall(r"Name: (\w+)", exported) == [
+        assert Image(build / "xbm.dll").exports() == {
             "GetFilterInfo",
             "GetXBMFileInfo",
             "LoadXBMImageData",
             "SaveXBMImageData",
-        ]
+        }
 
 
 class TestPort:

@@ -2,7 +2,6 @@
 
 import pathlib
 import re
-import subprocess
 
 import pytest
 
@@ -13,27 +12,9 @@ DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")
 APPLICATION_DIR, SYSTEM32 = 0x200, 0x800  # LOAD_LIBRARY_SEARCH_...
 
 
-def read(stage, dll, *options):
-    """What llvm-readobj says of it."""
-    told = subprocess.run(
-        ["llvm-readobj-19", *options, stage.product(dll)], check=True, capture_output=True, text=True
-    ).stdout
-    return told
-
-
-def imports(stage, dll):
-    """{(library, function)}"""
-    told = read(stage, dll, "--coff-imports")
-    found = set()
-    for block in re.findall(r"Import \{(.*?)\n\}", told, re.DOTALL):
-        library = re.search(r"Name: (\S+)", block)[1]
-        found |= {(library, name) for name in re.findall(r"Symbol: (\S+) ", block)}
-    return found
-
-
 @pytest.mark.parametrize("dll", DLLS)
 def test_moves_to_any_address_and_keeps_data_from_running(stage, dll):
-    headers = read(stage, dll, "--file-headers")
+    headers = stage.image(dll).read("--file-headers")
     assert "IMAGE_DLL_CHARACTERISTICS_DYNAMIC_BASE" in headers
     assert "IMAGE_DLL_CHARACTERISTICS_NX_COMPAT" in headers
     assert "IMAGE_FILE_RELOCS_STRIPPED" not in headers
@@ -42,9 +23,9 @@ def test_moves_to_any_address_and_keeps_data_from_running(stage, dll):
 
 @pytest.mark.parametrize("dll", DLLS)
 def test_lists_its_exception_handlers(stage, dll):
-    told = read(stage, dll, "--file-headers", "--coff-load-config")
+    told = stage.image(dll).read("--file-headers", "--coff-load-config")
     handlers = int(re.search(r"SEHandlerCount: (\d+)", told)[1])
-    frames = {name for _, name in imports(stage, dll)} & {"__CxxFrameHandler3", "_except_handler3"}
+    frames = {name for _, name in stage.image(dll).imports()} & {"__CxxFrameHandler3", "_except_handler3"}
     # Without a handler of its own the image says so, and then nothing in it is ever taken for one.
     assert ("IMAGE_DLL_CHARACTERISTICS_NO_SEH" in told) == (not frames)
     assert (handlers > 0) == bool(frames)
@@ -52,7 +33,7 @@ def test_lists_its_exception_handlers(stage, dll):
 
 @pytest.mark.parametrize("dll", DLLS)
 def test_has_no_section_that_can_be_written_and_run(stage, dll):
-    told = read(stage, dll, "--sections")
+    told = stage.image(dll).read("--sections")
     sections = re.findall(r"Name: (\S+) .*?Characteristics \[.*?\n(.*?)\]", told, re.DOTALL)
     assert ".text" in [name for name, _ in sections]
     for name, marks in sections:
@@ -61,8 +42,8 @@ def test_has_no_section_that_can_be_written_and_run(stage, dll):
 
 @pytest.mark.parametrize("dll", DLLS)
 def test_looks_for_its_imports_in_few_places(stage, dll):
-    flags = int(re.search(r"DependentLoadFlags: (0x[0-9A-F]+)", read(stage, dll, "--coff-load-config"))[1], 16)
-    own = {library for library, _ in imports(stage, dll)} & set(DLLS)
+    flags = int(re.search(r"DependentLoadFlags: (0x[0-9A-F]+)", stage.image(dll).read("--coff-load-config"))[1], 16)
+    own = stage.image(dll).libraries() & set(DLLS)
     assert flags == (APPLICATION_DIR | SYSTEM32 if own else SYSTEM32)
 
 
@@ -72,7 +53,7 @@ def test_of_a_companion_imports_what_the_list_says(stage):
         for line in (HERE / "companion_imports.txt").read_text().splitlines()
         if not line.startswith("#")
     }
-    imported = {(dll, *function) for dll in DLLS[1:] for function in imports(stage, dll)}
+    imported = {(dll, *function) for dll in DLLS[1:] for function in stage.image(dll).imports()}
     assert imported == listed
 
 
