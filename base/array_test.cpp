@@ -46,7 +46,7 @@ void* value<void*>(unsigned i) {
 }
 TYPED_TEST_SUITE(Array, ElementTypes);
 
-TYPED_TEST(Array, Is_empty_with_room_for_64_elements_when_made) {
+TYPED_TEST(Array, Is_empty_with_storage_for_64_elements_when_made) {
     const gen::array<TypeParam> elements;
     EXPECT_EQ(0u, elements.size());
     EXPECT_EQ(0u, elements.count());

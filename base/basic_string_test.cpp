@@ -15,7 +15,7 @@ class String : public testing::Test {};
 using CharacterTypes = testing::Types<char, unsigned short>;
 TYPED_TEST_SUITE(String, CharacterTypes);
 
-TYPED_TEST(String, Is_empty_with_room_for_64_elements_and_a_NUL_when_made) {
+TYPED_TEST(String, Is_empty_with_storage_for_64_elements_and_a_NUL_when_made) {
     const gen::basic_string<TypeParam> text;
     EXPECT_EQ(0u, text.length());
     EXPECT_EQ(0u, text.count());
@@ -90,7 +90,7 @@ TYPED_TEST(String, Assigning_a_part_of_itself_is_safe) {
     EXPECT_EQ("567", narrow(text));
     text = text.c_str();
     EXPECT_EQ("567", narrow(text));
-    // A part that reaches over the NUL, with a NUL more to be stored than there is room for.
+    // A part that reaches over the NUL, with a NUL more to be stored than there is storage for.
     gen::basic_string<TypeParam> full(lit<TypeParam>(std::string(100, 'z').c_str()));
     full.assign(full.c_str(), 101);
     EXPECT_EQ(std::string(100, 'z') + std::string(1, '\0'), narrow(full));

@@ -30,7 +30,7 @@ TEST(BoundedFormat, A_shorter_text_is_written_with_its_NUL) {
     EXPECT_EQ(std::string("ab-7\0~", 6), outcome.buffer);
 }
 
-TEST(BoundedFormat, A_text_that_just_leaves_room_for_the_NUL) {
+TEST(BoundedFormat, A_text_that_just_leaves_space_for_the_NUL) {
     const Outcome outcome = bounded(5, "%s-%d", "ab", 7);
     EXPECT_EQ(4, outcome.result);
     EXPECT_EQ(std::string("ab-7\0", 5), outcome.buffer);

@@ -8,8 +8,8 @@
 
 namespace {
 
-// The room of the last try: the length of the format text plus 1024, then 1024 more each time the result doesn't fit,
-// until 32767 is reached.
+// The capacity of the last try: the length of the format text plus 1024, then 1024 more each time the result doesn't
+// fit, until 32767 is reached.
 unsigned last_limit(unsigned format_length, unsigned result_length) {
     unsigned limit = format_length + 1024;
     while (result_length > limit && limit < 32767)
@@ -41,7 +41,7 @@ TEST(StdString, Formatting_an_empty_or_null_format_gives_the_empty_text) {
     EXPECT_STREQ("", text.c_str());
 }
 
-TEST(StdString, The_first_room_is_the_format_length_plus_1024) {
+TEST(StdString, The_first_capacity_is_the_format_length_plus_1024) {
     CStdString text;
     text.format("%s", "x");
     EXPECT_EQ(2u + 1024 + 1, text.capacity());
@@ -57,7 +57,7 @@ TEST(StdString, Formatting_never_gives_up_capacity) {
     EXPECT_EQ(5000u, text.capacity());
 }
 
-TEST(StdString, A_result_that_just_fills_the_room_needs_no_second_try) {
+TEST(StdString, A_result_that_just_fills_the_capacity_needs_no_second_try) {
     for (unsigned length : {1025u, 1026u, 1027u, 2050u, 2051u}) {
         const std::string argument(length, 'a');
         CStdString text;
@@ -77,7 +77,7 @@ TEST(StdString, Each_try_starts_with_the_first_argument_again) {
     EXPECT_EQ(first + "42end", text.c_str());
 }
 
-TEST(StdString, A_result_of_40000_characters_is_cut_at_the_last_room) {
+TEST(StdString, A_result_of_40000_characters_is_cut_at_the_last_capacity) {
     std::string argument;
     for (int i = 0; argument.size() < 40000; ++i)
         argument += static_cast<char>('a' + i % 23);

@@ -105,7 +105,7 @@ TEST(StringFailure, A_new_text_of_any_size_takes_its_storage_at_once) {
     }
 }
 
-TEST(StringFailure, Operations_that_need_no_room_work_without_memory) {
+TEST(StringFailure, Operations_that_need_no_storage_work_without_memory) {
     CStdString text("abc abc");
     FailingAllocator allocator(1);
     text.replace_all("abc", "xyz");

@@ -17,7 +17,7 @@ int by_size(const void* a, const void* b) {
     return x < y ? -1 : x > y;
 }
 
-double turn(const Contestant& contestant, unsigned repeats) {
+double mean_time(const Contestant& contestant, unsigned repeats) {
     const double start = now();
     for (unsigned i = 0; i < repeats; ++i)
         contestant.run();
@@ -49,14 +49,14 @@ void print_line(const char* row, double work, const char* contestant, double med
     fflush(stdout);
 }
 
-void take_turns(const char* row, double work, const Contestant* contestants, unsigned count, unsigned rounds,
-                unsigned repeats) {
+void compare(const char* row, double work, const Contestant* contestants, unsigned count, unsigned rounds,
+             unsigned repeats) {
     static double times[8][kMostRounds];
     for (unsigned i = 0; i < count; ++i)
-        turn(contestants[i], repeats);
+        mean_time(contestants[i], repeats);
     for (unsigned round = 0; round < rounds; ++round)
         for (unsigned i = 0; i < count; ++i)
-            times[i][round] = turn(contestants[i], repeats);
+            times[i][round] = mean_time(contestants[i], repeats);
     for (unsigned i = 0; i < count; ++i) {
         const double middle = median(times[i], rounds);
         print_line(row, work, contestants[i].name, middle, times[i][0]);

@@ -18,9 +18,9 @@ struct Contestant {
     void (*run)();
 };
 
-// Lets the contestants take turns, so that what disturbs the machine disturbs all, and prints a line for each. A turn
-// is `repeats` runs, of which the mean counts; each has one turn before, which doesn't count. At most 8 contestants.
-void take_turns(const char* row, double work, const Contestant* contestants, unsigned count, unsigned rounds,
-                unsigned repeats);
+// Runs the contestants round robin, so that what disturbs the machine disturbs all, and prints a line for each. In a
+// round each has `repeats` runs, of which the mean counts; the first round doesn't count. At most 8 contestants.
+void compare(const char* row, double work, const Contestant* contestants, unsigned count, unsigned rounds,
+             unsigned repeats);
 
 } // namespace bench

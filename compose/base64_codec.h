@@ -30,7 +30,7 @@ struct DecodeTable {
 extern const DecodeTable kDecodeTable; // that of the alphabet
 
 // The size of the buffer that decode() needs for so many characters, in bytes.
-constexpr unsigned decoded_room(unsigned length) {
+constexpr unsigned decoded_capacity(unsigned length) {
     return static_cast<unsigned>(length * 3ull / 4) + 1;
 }
 
@@ -45,8 +45,8 @@ struct Decoded {
     DecodeEnd end;
 };
 
-// Writes into decoded_room(length) bytes, whose contents behind the result are undefined. The bytes may begin where the
-// text does; otherwise the blocks must not overlap. Any table may be given; that of the alphabet is the fast one.
+// Writes into decoded_capacity(length) bytes, whose contents behind the result are undefined. The bytes may begin where
+// the text does; otherwise the blocks must not overlap. Any table may be given; that of the alphabet is the fast one.
 Decoded decode(const unsigned char table[256], const unsigned char* text, unsigned length, unsigned char* bytes);
 
 } // namespace base64

@@ -45,11 +45,11 @@ std::string encoded(const std::string& text, LineBreak line_break = LineBreak::o
 
 Outcome decoded(const std::string& text, const unsigned char table[256] = base64::kDecodeTable.values) {
     const GuardedCopy<unsigned char> input(Bytes(text.begin(), text.end()));
-    const unsigned room = base64::decoded_room(text.size());
-    Bytes bytes(room + 1, '#');
+    const unsigned capacity = base64::decoded_capacity(text.size());
+    Bytes bytes(capacity + 1, '#');
     const base64::Decoded result = base64::decode(table, input.data(), text.size(), bytes.data());
-    EXPECT_LE(result.size, room);
-    EXPECT_EQ(bytes[room], '#');
+    EXPECT_LE(result.size, capacity);
+    EXPECT_EQ(bytes[capacity], '#');
     return {std::string(bytes.begin(), bytes.begin() + result.size), result.end};
 }
 

@@ -10,12 +10,12 @@
 namespace {
 
 // What is reserved for the text of so many bytes: a third more, and something for breaks that are no longer made.
-int text_room(int length, int extra_per_line, int extra) {
+int text_capacity(int length, int extra_per_line, int extra) {
     const long long groups = length * 4ll / 3;
-    const long long room = groups + extra + extra_per_line * ((groups + 1) / base64::kLineLength);
-    if (room > INT_MAX)
+    const long long capacity = groups + extra + extra_per_line * ((groups + 1) / base64::kLineLength);
+    if (capacity > INT_MAX)
         gen::throw_out_of_memory();
-    return static_cast<int>(room);
+    return static_cast<int>(capacity);
 }
 
 } // namespace
@@ -43,7 +43,7 @@ int CBase64Coding::decode(const void* text, int length, CByteArray& bytes) {
         return 0;
     }
     // Never more than the text is long, so that an array decoded into itself keeps its storage.
-    bytes.SetSize(static_cast<int>(base64::decoded_room(length)));
+    bytes.SetSize(static_cast<int>(base64::decoded_capacity(length)));
     const base64::Decoded result =
         base64::decode(m_table, static_cast<const unsigned char*>(text), length, bytes.GetData());
     bytes.SetSize(static_cast<int>(result.size));
@@ -54,7 +54,7 @@ int CBase64Coding::Encode(const unsigned char* data, int length, CString& text) 
     if (length < 0)
         length = 0;
     CString encoded; // of its own: the data may lie in the old text
-    char* const buffer = encoded.GetBuffer(text_room(length, 2, 3));
+    char* const buffer = encoded.GetBuffer(text_capacity(length, 2, 3));
     base64::encode(data, length, base64::LineBreak::once, buffer);
     encoded.ReleaseBuffer(static_cast<int>(base64::encoded_length(length, base64::LineBreak::once)));
     text = encoded;
@@ -74,7 +74,7 @@ int CBase64Coding::Encode(const CByteArray& data, CByteArray& text) {
             memcpy(copy.GetData(), data.GetData(), length);
         return Encode(copy, text);
     }
-    text.SetSize(text_room(length, 0, length % 3 + 2));
+    text.SetSize(text_capacity(length, 0, length % 3 + 2));
     base64::encode(data.GetData(), length, base64::LineBreak::none, reinterpret_cast<char*>(text.GetData()));
     text.SetSize(static_cast<int>(base64::encoded_length(length, base64::LineBreak::none)));
     return 1;

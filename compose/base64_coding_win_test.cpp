@@ -98,7 +98,7 @@ TEST(Base64Coding, Encodes_a_negative_length_as_no_bytes) {
 TEST(Base64Coding, Encodes_bytes_that_lie_in_the_text_or_array_that_receives_them) {
     CBase64Coding coding;
     CString text("abcabc");
-    text.GetBuffer(100); // room enough to write over the bytes
+    text.GetBuffer(100); // space enough to write over the bytes
     text.ReleaseBuffer();
     coding.Encode(reinterpret_cast<const unsigned char*>(static_cast<LPCSTR>(text)), 6, text);
     EXPECT_EQ(contents(text), "YWJjYWJj=");

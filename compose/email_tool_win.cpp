@@ -102,9 +102,9 @@ CString CEmailTool::EncodeFile(const char* path) const {
 void CEmailTool::OpenInMailer() const {
     char folder[1024] = {};
     const DWORD length = win::temporary_folder(folder, sizeof(folder));
-    const DWORD name_room = 14; // GetTempFileNameA needs as much of a path's length for the name
+    constexpr DWORD kNameSpace = 14; // GetTempFileNameA needs as much of a path's length for the name
     char path[MAX_PATH] = {};
-    if (length == 0 || length > MAX_PATH - name_room || !name_message(folder, path))
+    if (length == 0 || length > MAX_PATH - kNameSpace || !name_message(folder, path))
         return;
     WriteToFile(path);
     ShellExecuteA(nullptr, "open", path, nullptr, nullptr, SW_SHOW);

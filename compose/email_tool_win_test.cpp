@@ -238,11 +238,11 @@ TEST_F(EmailTool, OpenInMailer_without_a_usable_temporary_directory_does_nothing
         const TemporaryDirectory missing(temp.path("missing"));
         mail.OpenInMailer();
     }
-    // A folder that is there, but leaves no room for the name of a file within the 260 characters of a path.
+    // A folder that is there, but leaves no space for the name of a file within the 260 characters of a path.
     const std::string deep = temp.path(std::string(250 - temp.path("").size(), 'd'));
     ASSERT_TRUE(CreateDirectoryW((L"\\\\?\\" + std::wstring(deep.begin(), deep.end())).c_str(), nullptr));
     {
-        const TemporaryDirectory no_room(deep);
+        const TemporaryDirectory no_space(deep);
         mail.OpenInMailer();
     }
     EXPECT_EQ(temp.files("*.eml").size(), 0u);

@@ -11,7 +11,7 @@ namespace {
 
 void compare_decoded(const base64_reference::Bytes& input, const unsigned char table[256],
                      const base64_reference::Outcome& expected) {
-    base64_reference::Bytes bytes(base64::decoded_room(input.size()));
+    base64_reference::Bytes bytes(base64::decoded_capacity(input.size()));
     const base64::Decoded result = base64::decode(table, input.data(), input.size(), bytes.data());
     if (result.end != expected.end || std::string(bytes.begin(), bytes.begin() + result.size) != expected.bytes)
         std::abort();

@@ -1,4 +1,4 @@
-// Formatting against one big formatted buffer: the result is its beginning, cut where the room of the last try ends.
+// Formatting against one big formatted buffer: the result is its beginning, cut at the capacity of the last try.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -10,11 +10,11 @@
 namespace {
 
 // 1024 characters more than the format text, then 1024 more with each try, until 32767 are reached.
-std::size_t last_room(std::size_t format_length, std::size_t result_length) {
-    std::size_t room = format_length + 1024;
-    while (result_length > room && room < 32767)
-        room += 1024;
-    return room;
+std::size_t last_capacity(std::size_t format_length, std::size_t result_length) {
+    std::size_t capacity = format_length + 1024;
+    while (result_length > capacity && capacity < 32767)
+        capacity += 1024;
+    return capacity;
 }
 
 } // namespace
@@ -34,18 +34,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         format.insert(at, 1, '%');
     format += "%*d|%-*.*s|%c|%s";
 
-    const auto print = [&](char* buffer, std::size_t room) {
-        return std::snprintf(buffer, room, format.c_str(), width, data[4], precision, precision, argument.c_str(),
+    const auto print = [&](char* buffer, std::size_t capacity) {
+        return std::snprintf(buffer, capacity, format.c_str(), width, data[4], precision, precision, argument.c_str(),
                              data[4], argument.c_str());
     };
     std::string whole(static_cast<std::size_t>(print(nullptr, 0)), '\0');
     print(whole.data(), whole.size() + 1);
-    const std::size_t room = last_room(format.size(), whole.size());
-    const std::string expected = whole.size() > room ? std::string(whole.substr(0, room).c_str()) : whole;
+    const std::size_t capacity = last_capacity(format.size(), whole.size());
+    const std::string expected = whole.size() > capacity ? std::string(whole.substr(0, capacity).c_str()) : whole;
 
     CStdString text("before");
     text.format(format.c_str(), width, data[4], precision, precision, argument.c_str(), data[4], argument.c_str());
-    if (std::string(text.c_str(), text.length()) != expected || text.capacity() != std::max<std::size_t>(64, room + 1))
+    if (std::string(text.c_str(), text.length()) != expected ||
+        text.capacity() != std::max<std::size_t>(64, capacity + 1))
         std::abort();
     return 0;
 }

@@ -83,9 +83,9 @@ Colour with_brightness(Colour c, int wanted) {
              wanted + (c.red - wanted) * wanted / span};
     }
     if (high > 255) {
-        const int span = larger(1, high - wanted), room = 255 - wanted;
-        c = {wanted + (c.blue - wanted) * room / span, wanted + (c.green - wanted) * room / span,
-             wanted + (c.red - wanted) * room / span};
+        const int span = larger(1, high - wanted), headroom = 255 - wanted;
+        c = {wanted + (c.blue - wanted) * headroom / span, wanted + (c.green - wanted) * headroom / span,
+             wanted + (c.red - wanted) * headroom / span};
     }
     return {smaller(255, larger(0, c.blue)), smaller(255, larger(0, c.green)), smaller(255, larger(0, c.red))};
 }

@@ -181,8 +181,8 @@ void VMemStream::clear_gap(uint64_t end) {
 
 // Copies what fits below the limit and advances the position.
 uint64_t VMemStream::copy_in(const uint8_t* bytes, uint64_t count, uint64_t limit) {
-    const uint64_t room = m_position < limit ? limit - m_position : 0;
-    const uint64_t fits = count < room ? count : room;
+    const uint64_t space = m_position < limit ? limit - m_position : 0;
+    const uint64_t fits = count < space ? count : space;
     if (fits)
         memcpy(m_buffer + m_position, bytes, static_cast<size_t>(fits));
     m_position += fits;

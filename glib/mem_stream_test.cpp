@@ -66,7 +66,7 @@ TEST(MemStream, A_fixed_stream_never_changes_its_size) {
     EXPECT_EQ(stream.Detach(), nullptr);
 }
 
-TEST(MemStream, A_position_beyond_the_end_is_no_room) {
+TEST(MemStream, A_position_beyond_the_end_is_no_space) {
     char buffer[4] = {1, 2, 3, 4};
     VMemStream stream(buffer, 4);
     ASSERT_EQ(stream.SetPosition(10), 1u);
@@ -217,7 +217,7 @@ TEST(MemStream, A_formatted_text_is_cut_at_1024_bytes) {
     }
 }
 
-TEST(MemStream, Lines_end_after_their_line_feed_or_at_the_room) {
+TEST(MemStream, Lines_end_after_their_line_feed_or_at_the_capacity) {
     VMemStream stream;
     stream.WriteString("one\ntwo three\nend");
     stream.SetPosition(0);

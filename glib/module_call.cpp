@@ -17,12 +17,12 @@ ResultCode known(ResultCode code) {
 
 } // namespace
 
-unsigned call_get_info(GetFilterInfoEntry entry, EFormat* formats, unsigned room) {
+unsigned call_get_info(GetFilterInfoEntry entry, EFormat* formats, unsigned capacity) {
     FilterInfoRequest request = {&module_services(), sizeof(request), 0, 0, nullptr};
     unsigned count = 0;
     const bool done = win::run_guarded(win::kSwallowAll, [&] {
         entry(0, &request);
-        if (request.interface_version != GLIB_INTERFACE_VERSION || !request.formats || request.format_count > room)
+        if (request.interface_version != GLIB_INTERFACE_VERSION || !request.formats || request.format_count > capacity)
             return;
         for (; count < request.format_count; ++count)
             formats[count] = static_cast<EFormat>(request.formats[count]);

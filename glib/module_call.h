@@ -8,8 +8,8 @@
 namespace glib {
 
 // Asks a module for its formats, writes their codes and gives their number. 0 when it faulted, has another interface
-// version, or names none or more than `room`.
-unsigned call_get_info(GetFilterInfoEntry entry, EFormat* formats, unsigned room);
+// version, or names none or more than `capacity`.
+unsigned call_get_info(GetFilterInfoEntry entry, EFormat* formats, unsigned capacity);
 
 // What the entry answers; CFLT when it faulted or answered with no code that there is. A module that threw or faulted
 // may have left memory of its own behind.

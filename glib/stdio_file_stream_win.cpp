@@ -19,10 +19,10 @@ unsigned VStdioFileStream::adopt(FILE* file) {
     m_failed = false;
     if (!file)
         return 0;
-    constexpr size_t kRoom = 4096;
-    m_buffer = static_cast<char*>(malloc(kRoom));
+    constexpr size_t kBufferSize = 4096;
+    m_buffer = static_cast<char*>(malloc(kBufferSize));
     if (m_buffer)
-        setvbuf(file, m_buffer, _IOFBF, kRoom);
+        setvbuf(file, m_buffer, _IOFBF, kBufferSize);
     return 1;
 }
 

@@ -194,7 +194,7 @@ TEST_F(StdioFileStream, A_flush_after_a_read_leaves_the_position) {
     EXPECT_EQ(stream.ReadByte(), '5');
 }
 
-TEST_F(StdioFileStream, Lines_end_after_their_line_feed_or_at_the_room) {
+TEST_F(StdioFileStream, Lines_end_after_their_line_feed_or_at_the_capacity) {
     fill("one\ntwo three\nend");
     VStdioFileStream stream;
     ASSERT_EQ(stream.Open(path.c_str(), "rb"), 1u);
@@ -258,7 +258,7 @@ TEST_F(StdioFileStream, Too_many_elements_are_refused_rather_than_miscounted) {
 }
 
 TEST_F(StdioFileStream, Works_beyond_4_GB) {
-    // Sparse, so that only the pages written take room on the disk.
+    // Sparse, so that only the pages written take space on the disk.
     HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(file, INVALID_HANDLE_VALUE);
     DWORD returned;

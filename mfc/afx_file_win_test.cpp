@@ -69,7 +69,7 @@ TEST_F(File, Shared_file_is_read_while_another_writes_it) {
     EXPECT_EQ(std::string(text, length), "so far");
 }
 
-// A pipe that doesn't wait takes what it has room for, and says that all went well.
+// A pipe that doesn't wait takes what it has space for, and says that all went well.
 TEST_F(File, Write_of_a_part_only_is_a_full_disk) {
     HANDLE reading;
     CFile file;

@@ -14,11 +14,11 @@ namespace {
 constexpr ULONGLONG kTicksASecond = 10000000;
 constexpr ULONGLONG kSecondsTo1970 = 11644473600;
 
-constexpr int kRoom = 128; // of a text with its terminator
+constexpr int kCapacity = 128; // of a text with its terminator
 
 // The same as strftime on local time, for the fields that messages have, in English and by the offset from Greenwich
 // that holds now. Empty where that doesn't do.
-void format_plainly(__time64_t time, const char* format, char (&text)[kRoom]) {
+void format_plainly(__time64_t time, const char* format, char (&text)[kCapacity]) {
     static const char* const kDays[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
     ULARGE_INTEGER ticks;
     ticks.QuadPart = (static_cast<ULONGLONG>(time) + kSecondsTo1970) * kTicksASecond;
@@ -32,7 +32,7 @@ void format_plainly(__time64_t time, const char* format, char (&text)[kRoom]) {
     constexpr char kLetters[] = "dyHMS";
     constexpr int kLongestField = 9;
     char* to = text;
-    for (; *format && to < text + kRoom - 1 - kLongestField; ++format) {
+    for (; *format && to < text + kCapacity - 1 - kLongestField; ++format) {
         if (*format != '%') {
             *to++ = *format;
             continue;
@@ -46,9 +46,9 @@ void format_plainly(__time64_t time, const char* format, char (&text)[kRoom]) {
     *(*format ? text : to) = '\0';
 }
 
-void format_by_runtime(__time64_t time, const char* format, char (&text)[kRoom]) {
+void format_by_runtime(__time64_t time, const char* format, char (&text)[kCapacity]) {
     const struct tm* const parts = _localtime64(&time);
-    if (!parts || strftime(text, kRoom, format, parts) == 0)
+    if (!parts || strftime(text, kCapacity, format, parts) == 0)
         *text = '\0';
 }
 
@@ -74,7 +74,7 @@ CTime CTime::GetCurrentTime() {
 }
 
 CString CTime::Format(LPCSTR pFormat) const {
-    char text[kRoom];
+    char text[kCapacity];
     // The runtime takes memory from its own heap, which the host may have damaged.
     if (!win::run_guarded([&] { format_by_runtime(m_time, pFormat, text); }))
         format_plainly(m_time, pFormat, text);

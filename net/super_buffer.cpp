@@ -62,17 +62,17 @@ void CSuperBuffer::AppendFile(const char* path) {
 }
 
 void CSuperBuffer::Append(const Piece* pieces, unsigned count) {
-    unsigned room = m_length;
+    unsigned capacity = m_length;
     for (unsigned i = 0; i < count; ++i) {
-        if (pieces[i].GetSize() > INT_MAX - room) {
+        if (pieces[i].GetSize() > INT_MAX - capacity) {
             gen::throw_out_of_memory();
         }
-        room += pieces[i].GetSize();
+        capacity += pieces[i].GetSize();
     }
-    if (room == m_length) {
+    if (capacity == m_length) {
         return;
     }
-    char* const block = static_cast<char*>(malloc(room));
+    char* const block = static_cast<char*>(malloc(capacity));
     if (!block) {
         gen::throw_out_of_memory();
     }

@@ -18,7 +18,7 @@ public:
     // Bytes; negative where there is no telling (a pipe).
     int64_t Length() const;
     // How many bytes were read, at most so many; 0 at the end and on failure.
-    unsigned Read(char* to, unsigned room) const;
+    unsigned Read(char* to, unsigned capacity) const;
 
 private:
     static constexpr intptr_t kNone = -1;

@@ -20,7 +20,7 @@ int64_t UploadFile::Length() const {
     return fstat(static_cast<int>(m_handle), &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : -1;
 }
 
-unsigned UploadFile::Read(char* to, unsigned room) const {
-    const ssize_t got = read(static_cast<int>(m_handle), to, room);
+unsigned UploadFile::Read(char* to, unsigned capacity) const {
+    const ssize_t got = read(static_cast<int>(m_handle), to, capacity);
     return got > 0 ? static_cast<unsigned>(got) : 0;
 }

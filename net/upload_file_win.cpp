@@ -31,7 +31,7 @@ int64_t UploadFile::Length() const {
     return static_cast<int64_t>(length.QuadPart);
 }
 
-unsigned UploadFile::Read(char* to, unsigned room) const {
+unsigned UploadFile::Read(char* to, unsigned capacity) const {
     DWORD got = 0;
-    return ReadFile(system_handle(m_handle), to, room, &got, nullptr) ? got : 0;
+    return ReadFile(system_handle(m_handle), to, capacity, &got, nullptr) ? got : 0;
 }

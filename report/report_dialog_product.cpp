@@ -55,9 +55,9 @@ void forget_pointer_before(const MSG& press, HWND dialog) {
 }
 
 // Without address space for a dialog the system's own code would fault while it makes one.
-bool room_for_dialog() {
-    constexpr SIZE_T kRoom = 256 << 10;
-    void* const place = VirtualAlloc(nullptr, kRoom, MEM_RESERVE, PAGE_NOACCESS);
+bool has_space_for_dialog() {
+    constexpr SIZE_T kSize = 256 << 10;
+    void* const place = VirtualAlloc(nullptr, kSize, MEM_RESERVE, PAGE_NOACCESS);
     if (place)
         VirtualFree(place, 0, MEM_RELEASE);
     return place != nullptr;
@@ -89,7 +89,7 @@ void ReportDialog::end(HWND dialog, int result) {
 }
 
 int ReportDialog::run(DLGPROC procedure) {
-    if (!m_template || !room_for_dialog())
+    if (!m_template || !has_space_for_dialog())
         return 0;
     Aftermath after = {};
     after.take_waiting_order();

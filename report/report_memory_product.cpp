@@ -30,9 +30,9 @@ bool begins_page(const void* block) {
 // Which heap a runtime has, differs: the process's, or one of its own.
 void give_back(void* block) {
     HANDLE heaps[256];
-    constexpr DWORD kRoom = sizeof heaps / sizeof *heaps;
-    const DWORD found = GetProcessHeaps(kRoom, heaps); // if there are more it answers their number and gives none
-    for (DWORD i = 0; found <= kRoom && i < found; ++i) {
+    constexpr DWORD kCapacity = sizeof heaps / sizeof *heaps;
+    const DWORD found = GetProcessHeaps(kCapacity, heaps); // if there are more it answers their number and gives none
+    for (DWORD i = 0; found <= kCapacity && i < found; ++i) {
         if (HeapValidate(heaps[i], 0, block)) {
             HeapFree(heaps[i], 0, block);
             return;

@@ -80,8 +80,8 @@ void CStdFileInfo::ReadString(const char* key) {
     UINT length = 0;
     if (Query(query.c_str(), &value, &length) && length != 0) {
         // The length counts characters of the resource, which may be more bytes here, so the terminator decides.
-        const size_t room = m_block_size - static_cast<size_t>(static_cast<BYTE*>(value) - m_block);
-        strncpy(m_work_area, static_cast<const char*>(value), room < kLimit ? room : kLimit);
+        const size_t rest = m_block_size - static_cast<size_t>(static_cast<BYTE*>(value) - m_block);
+        strncpy(m_work_area, static_cast<const char*>(value), rest < kLimit ? rest : kLimit);
     }
 }
 

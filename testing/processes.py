@@ -40,11 +40,11 @@ def spawn(argv, **options):
     return subprocess.Popen(watched, start_new_session=True, **options)
 
 
-def stop(process, patience=10.0):
+def stop(process, timeout=10.0):
     """Ends a process of spawn() and its process group: asks first, then kills. Fine if it has ended already."""
     signal_group(process, signal.SIGTERM)
     try:
-        process.wait(patience)
+        process.wait(timeout)
     except subprocess.TimeoutExpired:
         signal_group(process, signal.SIGKILL)
         process.wait()

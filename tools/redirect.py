@@ -20,7 +20,7 @@ import tempfile
 
 # The record of report/destinations.h.
 MARK = b"WENDAX REPORTS>\0"
-ROOM = 128
+CAPACITY = 128
 
 _MAILBOX = r"[!#-'*+\-./0-9=?A-Z^_`a-z|~]+@[A-Za-z0-9.-]+"
 _NAME = r"[ !#-;=?-\[\]-z|~]*?"  # printable, but for what quotes and brackets, and the placeholders of the message
@@ -62,9 +62,9 @@ def host_name(name):
 
 
 def _fitting(written, text):
-    if len(written) >= ROOM:
+    if len(written) >= CAPACITY:
         raise Refused(
-            f"{text!r} is longer than there is room for: {len(written)} characters are written, of {ROOM - 1}"
+            f"{text!r} is longer than there is room for: {len(written)} characters are written, of {CAPACITY - 1}"
         )
     return written
 
@@ -72,7 +72,7 @@ def _fitting(written, text):
 def read(content):
     """(offset of the record, recipient, upload server) of a DLL's bytes."""
     at = content.find(MARK) + len(MARK)
-    fields = content[at : at + ROOM], content[at + ROOM : at + 2 * ROOM]
+    fields = content[at : at + CAPACITY], content[at + CAPACITY : at + 2 * CAPACITY]
     if content.count(MARK) != 1 or not all(b"\0" in field for field in fields):
         raise Refused("this is no Wendax.dll whose reports can be redirected")
     try:
@@ -89,7 +89,7 @@ def redirect(dll, support_address=None, upload_server=None):
         old_recipient if support_address is None else recipient(support_address),
         old_server if upload_server is None else host_name(upload_server),
     )
-    record = b"".join(field.encode("ascii").ljust(ROOM, b"\0") for field in fields)
+    record = b"".join(field.encode("ascii").ljust(CAPACITY, b"\0") for field in fields)
     _replace(dll, content[:at] + record + content[at + len(record) :])
 
 

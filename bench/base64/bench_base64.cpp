@@ -18,7 +18,7 @@ constexpr unsigned kMostBytes = 64u << 20;
 
 unsigned char* data; // whole groups of three bytes
 char* text;          // what they encode to
-char* room;          // for results
+char* output;
 unsigned size;
 unsigned text_length;
 bool moving;     // whether each run takes the next piece of the data, so that it comes from memory
@@ -32,43 +32,43 @@ unsigned piece() {
 
 void ours_encode() {
     const unsigned at = piece();
-    base64::encode(data + at, size, base64::LineBreak::once, room + at);
+    base64::encode(data + at, size, base64::LineBreak::once, output + at);
 }
 void plain_encode() {
     const unsigned at = piece();
-    base64::plain::encode(data + at, size / 3, room + at);
+    base64::plain::encode(data + at, size / 3, output + at);
 }
 void copy() {
     const unsigned at = piece();
-    memcpy(room + at, data + at, size);
+    memcpy(output + at, data + at, size);
 }
 void ours_decode() {
     base64::decode(base64::kDecodeTable.values, reinterpret_cast<unsigned char*>(text), text_length,
-                   reinterpret_cast<unsigned char*>(room));
+                   reinterpret_cast<unsigned char*>(output));
 }
 void plain_decode() {
-    base64::plain::decode(reinterpret_cast<unsigned char*>(text), size / 3, reinterpret_cast<unsigned char*>(room));
+    base64::plain::decode(reinterpret_cast<unsigned char*>(text), size / 3, reinterpret_cast<unsigned char*>(output));
 }
 void copy_text() {
-    memcpy(room, text, text_length);
+    memcpy(output, text, text_length);
 }
 
 #ifdef WENDAX_BENCH_PEERS
 void openssl_encode() {
-    EVP_EncodeBlock(reinterpret_cast<unsigned char*>(room), data, static_cast<int>(size));
+    EVP_EncodeBlock(reinterpret_cast<unsigned char*>(output), data, static_cast<int>(size));
 }
 void openssl_decode() {
-    EVP_DecodeBlock(reinterpret_cast<unsigned char*>(room), reinterpret_cast<unsigned char*>(text),
+    EVP_DecodeBlock(reinterpret_cast<unsigned char*>(output), reinterpret_cast<unsigned char*>(text),
                     static_cast<int>(text_length));
 }
 void glib_encode() {
     int state = 0, save = 0;
-    g_base64_encode_step(data, size, FALSE, room, &state, &save);
+    g_base64_encode_step(data, size, FALSE, output, &state, &save);
 }
 void glib_decode() {
     int state = 0;
     unsigned save = 0;
-    g_base64_decode_step(text, text_length, reinterpret_cast<unsigned char*>(room), &state, &save);
+    g_base64_decode_step(text, text_length, reinterpret_cast<unsigned char*>(output), &state, &save);
 }
 constexpr bench::Contestant encoders[] = {{"ours", ours_encode},
                                           {"ours, plain", plain_encode},
@@ -95,29 +95,29 @@ int main(int argc, char** argv) {
     const unsigned most_text = kMostBytes / 3 * 4 + 16;
     data = static_cast<unsigned char*>(malloc(kMostBytes));
     text = static_cast<char*>(malloc(most_text));
-    room = static_cast<char*>(malloc(most_text));
-    if (!data || !text || !room)
+    output = static_cast<char*>(malloc(most_text));
+    if (!data || !text || !output)
         return 1;
     for (unsigned i = 0; i < kMostBytes; ++i)
         data[i] = static_cast<unsigned char>(i * 2654435761u >> 13);
-    memset(room, 0, most_text);
+    memset(output, 0, most_text);
     constexpr unsigned kSizes[] = {48 << 10, 480 << 10, 4800 << 10, kMostBytes};
     for (const unsigned bytes : kSizes) {
         size = bytes / 3 * 3;
         text_length = size / 3 * 4;
         base64::fastest_kernels().encode(data, size / 3, text);
         const unsigned repeats = bytes < 1 << 20 ? (8 << 20) / bytes : 1;
-        bench::take_turns(ROW("encode"), bytes, kEncoders, sizeof kEncoders / sizeof *kEncoders, rounds, repeats);
-        bench::take_turns(ROW("decode"), bytes, kDecoders, sizeof kDecoders / sizeof *kDecoders, rounds, repeats);
+        bench::compare(ROW("encode"), bytes, kEncoders, sizeof kEncoders / sizeof *kEncoders, rounds, repeats);
+        bench::compare(ROW("decode"), bytes, kDecoders, sizeof kDecoders / sizeof *kDecoders, rounds, repeats);
     }
 #ifdef _WIN32
     size = 48 << 10;
     moving = true;
-    bench::take_turns("base64 encode, from memory", size, kEncoders, sizeof kEncoders / sizeof *kEncoders, rounds,
-                      (8 << 20) / size);
+    bench::compare("base64 encode, from memory", size, kEncoders, sizeof kEncoders / sizeof *kEncoders, rounds,
+                   (8 << 20) / size);
 #endif
     free(data);
     free(text);
-    free(room);
+    free(output);
     return 0;
 }

@@ -1,6 +1,6 @@
-// bench_resample [ROUNDS]: shrinks screens to 512 x 512, in 24 and 32 bits, each contestant in its turn. Lines of rows
+// bench_resample [ROUNDS]: shrinks screens to 512 x 512, in 24 and 32 bits, the contestants round robin. Lines of rows
 // that end in "error" tell how close each comes to the ideal: the root mean square and the greatest error, in levels.
-// In the end the two vector loops take turns at pictures of many widths.
+// In the end the two vector loops are compared over pictures of many widths.
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -18,7 +18,7 @@ constexpr unsigned kMostContestants = 8;
 bench::Task task;
 bool done = true;
 
-// The contestants of take_turns() take no argument.
+// The contestants of compare() take no argument.
 template <unsigned I>
 void run_contestant() {
     done = bench::kScalers[I].run(task) && done;
@@ -55,7 +55,7 @@ void measure(const char* row, unsigned rounds, const double* ideal) {
             bench::print_line(other_row, work, contestants[i].name, closeness.rms, closeness.greatest);
         }
     }
-    bench::take_turns(row, work, contestants, bench::kScalerCount, rounds, 1);
+    bench::compare(row, work, contestants, bench::kScalerCount, rounds, 1);
     snprintf(other_row, sizeof other_row, "%s, SSE code afterwards", row);
     bench::measure_sse_afterwards(other_row, work, kRuns[0], rounds);
 }
@@ -73,7 +73,7 @@ void compare_loops(unsigned width, unsigned rounds) {
                                            {bench::kScalers[1].name, run_contestant<1>}};
         char row[64];
         snprintf(row, sizeof row, "resample from a width of %u", width);
-        bench::take_turns(row, static_cast<double>(width) * height, loops, 2, rounds, 1);
+        bench::compare(row, static_cast<double>(width) * height, loops, 2, rounds, 1);
     }
     free(result);
     free(source);

@@ -47,8 +47,8 @@ void append() {
     keep = static_cast<unsigned>(text.length());
 }
 
-// The same with the room for it reserved first.
-void append_with_room() {
+// The same with the capacity for it reserved first.
+void append_with_capacity() {
     Text text;
 #ifdef WENDAX_BENCH_STD
     text.reserve(lines * 48);
@@ -102,7 +102,7 @@ void make_template() {
 
 void measure(const char* row, void (*run)(), unsigned rounds) {
     const bench::Contestant one = {NAME, run};
-    bench::take_turns(row, lines, &one, 1, rounds, 4000 / lines);
+    bench::compare(row, lines, &one, 1, rounds, 4000 / lines);
 }
 
 } // namespace
@@ -113,7 +113,7 @@ int main(int argc, char** argv) {
     for (lines = 20; lines <= 2000; lines *= 10) {
         make_template();
         measure("text: append", append, rounds);
-        measure("text: append, room reserved", append_with_room, rounds);
+        measure("text: append, capacity reserved", append_with_capacity, rounds);
         measure("text: sums", sums, rounds);
         measure("text: pieces of paths", pieces, rounds);
         measure("text: replace all", replace, rounds);

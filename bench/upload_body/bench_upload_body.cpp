@@ -61,7 +61,7 @@ int main(int argc, char** argv) {
         size = kibibytes * 1024;
         done = done && write_files();
         if (done)
-            bench::take_turns("upload body", 6.0 * static_cast<double>(size), kContestants, 2, rounds, 1);
+            bench::compare("upload body", 6.0 * static_cast<double>(size), kContestants, 2, rounds, 1);
     }
     for (const char* name : kFiles)
         remove(name);

@@ -39,7 +39,7 @@ TEST(MessageText, Percent_signs_in_an_argument_are_text) {
     EXPECT_EQ(message("'%s'", "%s%n%5d.dll"), "'%s%n%5d.dll'");
 }
 
-// At the first of these lengths there is room to spare, at the second for all but a NUL, at the third too little.
+// At the first of these lengths there is space to spare, at the second for all but a NUL, at the third too little.
 TEST(MessageText, Text_around_the_end_of_the_first_buffer_is_whole) {
     for (size_t length : {511u, 512u, 513u, 1024u, 1025u, 65535u, 65536u}) {
         const std::string text = text_of(length);

@@ -9,13 +9,13 @@
 
 namespace {
 
-constexpr DWORD kTitleRoom = MAX_PATH;
+constexpr DWORD kTitleCapacity = MAX_PATH;
 
 // The name of the running program without folder and extension; empty if it is unknown.
-void program_name(char (&title)[kTitleRoom]) {
-    char path[kTitleRoom] = {};
-    const DWORD length = GetModuleFileNameA(nullptr, path, kTitleRoom);
-    path[length < kTitleRoom ? length : kTitleRoom - 1] = '\0';
+void program_name(char (&title)[kTitleCapacity]) {
+    char path[kTitleCapacity] = {};
+    const DWORD length = GetModuleFileNameA(nullptr, path, kTitleCapacity);
+    path[length < kTitleCapacity ? length : kTitleCapacity - 1] = '\0';
     const char* separator = strrchr(path, '\\');
     strcpy(title, separator ? separator + 1 : path);
     if (char* dot = strrchr(title, '.'))
@@ -31,8 +31,8 @@ int __cdecl MsgBox(HWND__* owner, unsigned flags, const char* format, ...) {
     char* text = kobrtl::format_message(format, arguments);
     va_end(arguments);
 
-    char title[kTitleRoom] = {};
-    if (!owner || !GetWindowTextA(owner, title, kTitleRoom))
+    char title[kTitleCapacity] = {};
+    if (!owner || !GetWindowTextA(owner, title, kTitleCapacity))
         program_name(title);
     // Without an owner the box must still keep the user from going on in the program's windows.
     const unsigned modality = owner ? 0 : MB_TASKMODAL | MB_SETFOREGROUND;

@@ -3,7 +3,7 @@
 // follows it at once over a window of these columns that stays in the cache. Between the passes samples are floats: a
 // rounding there would cost more closeness to the ideal than all else together.
 //
-// The passes are exchanged by turning the picture, its rows for its columns, pixel by pixel on its way in and out.
+// The passes are exchanged by transposing the picture, its rows for its columns, pixel by pixel on its way in and out.
 //
 // A picture of 32 bits begins as one that is opaque, since nearly all are. The first pixels that aren't start it over
 // with colours weighted by their opacity.
@@ -24,9 +24,9 @@ constexpr unsigned kStepPixels = 4 * kTilePixels;
 // second cache: nearly half of them are, and a wide band would otherwise fetch them from memory again.
 constexpr size_t kStripBytes = 384 * 1024;
 
-// What it takes to turn a pixel of the source, and one of the destination, in the time of one step of better_turn().
-// With this much, no picture is turned whose height grows less than sixteenfold.
-constexpr unsigned kTurnIn = 32, kTurnOut = 2;
+// What it takes to transpose a pixel of the source, and one of the destination, in the time of one step of
+// better_orientation(). With this much, no picture is transposed whose height grows less than sixteenfold.
+constexpr unsigned kTransposeIn = 32, kTransposeOut = 2;
 
 enum class Outcome { done, no_memory, not_opaque };
 
@@ -38,10 +38,11 @@ struct Strip {
 
 class Resampler {
 public:
-    Resampler(const Picture& source, const Canvas& canvas, const RowKernels& kernels, RowForm form, Turn turn)
-        : m_source(source), m_target(canvas), m_canvas(canvas), m_kernels(kernels), m_form(form), m_turn(turn),
-          m_rows(source, form, turn), m_channels(m_rows.channels()) {
-        if (turn == Turn::turned) {
+    Resampler(const Picture& source, const Canvas& canvas, const RowKernels& kernels, RowForm form,
+              Orientation orientation)
+        : m_source(source), m_target(canvas), m_canvas(canvas), m_kernels(kernels), m_form(form),
+          m_orientation(orientation), m_rows(source, form, orientation), m_channels(m_rows.channels()) {
+        if (orientation == Orientation::transposed) {
             exchange(m_source.width, m_source.height);
             exchange(m_canvas.width, m_canvas.height);
         }
@@ -64,9 +65,9 @@ private:
     unsigned first_row(unsigned y) const;
     bool scale_band(unsigned y, const Strip& strip);
     uint8_t* row_of(unsigned y, unsigned lane) const;
-    void write_turned(unsigned y, const Strip& strip) const;
+    void write_transposed(unsigned y, const Strip& strip) const;
     bool is_opaque(unsigned pixel, unsigned count) const;
-    void make_room(unsigned oldest, unsigned pixel);
+    void free_columns(unsigned oldest, unsigned pixel);
     void sum_rows(unsigned pixel, unsigned count);
     void sum_tile(unsigned pixel, unsigned count);
 
@@ -75,13 +76,13 @@ private:
         return m_window.data() + static_cast<size_t>(pixel - m_origin) * m_channels * m_kernels.lanes;
     }
 
-    // As they are scaled: turned, if they are.
+    // As they are scaled: transposed, if they are.
     Picture m_source;
     const Canvas& m_target; // as the caller has it
     Canvas m_canvas;
     const RowKernels& m_kernels;
     const RowForm m_form;
-    const Turn m_turn;
+    const Orientation m_orientation;
     const RowSource m_rows;
     const unsigned m_channels;
 
@@ -89,7 +90,7 @@ private:
     PairWeights m_down_pairs;
     bool m_direct = false; // whether source rows are used as they lie
     Block<uint8_t> m_tile; // else one tile of each of the band's rows
-    Block<uint8_t> m_band; // of the turned canvas
+    Block<uint8_t> m_band; // of the transposed canvas
     Block<float> m_window; // the samples of m_window_pixels pixels
     unsigned m_window_pixels = 0;
     unsigned m_origin = 0; // the source pixel that the window begins with
@@ -120,7 +121,7 @@ bool Resampler::prepare(const FilterPair& filters) {
     m_window_pixels = 2 * m_across.most_taps() + 2 * kStepPixels;
     m_strip_pixels = static_cast<unsigned>(8 * kStripBytes / (static_cast<size_t>(most_rows) * m_source.bpp));
     m_direct = m_rows.is_direct() && !m_down_pairs.reads_behind();
-    return (m_turn == Turn::upright ||
+    return (m_orientation == Orientation::upright ||
             m_band.allocate(static_cast<size_t>(m_kernels.lanes) * m_canvas.width * m_channels)) &&
            m_tile.allocate(static_cast<size_t>(most_rows + 1) * kTilePixels * m_channels * m_rows.sample_size()) &&
            m_window.allocate(static_cast<size_t>(m_window_pixels) * m_channels * m_kernels.lanes);
@@ -136,8 +137,8 @@ Outcome Resampler::run(const FilterPair& filters) {
             begin_band(y);
             if (!scale_band(y, strip))
                 return Outcome::not_opaque;
-            if (m_turn == Turn::turned)
-                write_turned(y, strip);
+            if (m_orientation == Orientation::transposed)
+                write_transposed(y, strip);
         }
         x = strip.end;
     }
@@ -198,10 +199,11 @@ bool Resampler::scale_band(unsigned y, const Strip& strip) {
     for (unsigned pixel = strip.first_pixel; pixel < strip.limit;) {
         const unsigned left = strip.limit - pixel;
         const unsigned count = left < kStepPixels ? left : kStepPixels;
-        make_room(m_across.taps(next).first, pixel);
+        free_columns(m_across.taps(next).first, pixel);
         sum_rows(pixel, count);
         // Only now, when the pixels have come from memory.
-        if (m_form == RowForm::bytes && m_turn == Turn::upright && m_source.bpp == 32 && !is_opaque(pixel, count))
+        if (m_form == RowForm::bytes && m_orientation == Orientation::upright && m_source.bpp == 32 &&
+            !is_opaque(pixel, count))
             return false;
         pixel += count;
 
@@ -221,13 +223,13 @@ bool Resampler::scale_band(unsigned y, const Strip& strip) {
 
 // Where a row of the band is written.
 uint8_t* Resampler::row_of(unsigned y, unsigned lane) const {
-    if (m_turn == Turn::turned)
+    if (m_orientation == Orientation::transposed)
         return m_band.data() + static_cast<size_t>(lane) * m_canvas.width * m_channels;
     return m_canvas.row(row_of_lane(y, lane));
 }
 
-// Brings the strip of a band of the turned canvas to its place.
-void Resampler::write_turned(unsigned y, const Strip& strip) const {
+// Brings the strip of a band of the transposed canvas to its place.
+void Resampler::write_transposed(unsigned y, const Strip& strip) const {
     for (unsigned x = strip.begin; x < strip.end; ++x)
         for (unsigned lane = 0; lane < m_kernels.lanes && y + lane < m_canvas.height; ++lane)
             memcpy(m_target.row(x) + static_cast<size_t>(y + lane) * m_channels,
@@ -242,7 +244,7 @@ bool Resampler::is_opaque(unsigned pixel, unsigned count) const {
 }
 
 // Makes the window take a step's columns from `pixel` on, and keeps those from `oldest` on.
-void Resampler::make_room(unsigned oldest, unsigned pixel) {
+void Resampler::free_columns(unsigned oldest, unsigned pixel) {
     if (pixel - m_origin + kStepPixels <= m_window_pixels)
         return;
     const unsigned kept = oldest < pixel ? pixel - oldest : 0;
@@ -282,12 +284,13 @@ void Resampler::sum_tile(unsigned pixel, unsigned count) {
 
 // Whichever way is less work. The vertical pass sums up rows of the source's width, and the horizontal pass begins with
 // as many as the destination has: where a wide, low picture gets narrow and high, both work on what neither has.
-Turn better_turn(const Picture& source, const Canvas& canvas) {
+Orientation better_orientation(const Picture& source, const Canvas& canvas) {
     const uint64_t wide = source.width, high = source.height, to_wide = canvas.width, to_high = canvas.height;
     const uint64_t widest = wide > to_wide ? wide : to_wide, highest = high > to_high ? high : to_high;
     const uint64_t upright = wide * highest + to_high * widest;
-    const uint64_t turned = high * widest + to_wide * highest + kTurnIn * wide * high + kTurnOut * to_wide * to_high;
-    return turned < upright ? Turn::turned : Turn::upright;
+    const uint64_t transposed =
+        high * widest + to_wide * highest + kTransposeIn * wide * high + kTransposeOut * to_wide * to_high;
+    return transposed < upright ? Orientation::transposed : Orientation::upright;
 }
 
 bool is_all_opaque(const Picture& source, const RowKernels& kernels) {
@@ -300,12 +303,13 @@ bool is_all_opaque(const Picture& source, const RowKernels& kernels) {
 } // namespace
 
 bool resample(const Picture& source, const Canvas& canvas, const FilterPair& filters, const RowKernels& kernels) {
-    const Turn turn = better_turn(source, canvas);
+    const Orientation orientation = better_orientation(source, canvas);
     Outcome outcome = Outcome::not_opaque;
-    if (channels_of(source) != 4 || (source.bpp == 32 && (turn == Turn::upright || is_all_opaque(source, kernels))))
-        outcome = Resampler(source, canvas, kernels, RowForm::bytes, turn).run(filters);
+    if (channels_of(source) != 4 ||
+        (source.bpp == 32 && (orientation == Orientation::upright || is_all_opaque(source, kernels))))
+        outcome = Resampler(source, canvas, kernels, RowForm::bytes, orientation).run(filters);
     if (outcome == Outcome::not_opaque)
-        outcome = Resampler(source, canvas, kernels, RowForm::weighted, turn).run(filters);
+        outcome = Resampler(source, canvas, kernels, RowForm::weighted, orientation).run(filters);
     kernels.leave();
     return outcome == Outcome::done;
 }

@@ -46,15 +46,15 @@ unsigned channels_of(const Picture& picture) {
     return is_grey_ramp(picture) ? 1 : 3;
 }
 
-RowSource::RowSource(const Picture& picture, RowForm form, Turn turn)
-    : m_picture(picture), m_form(form), m_turn(turn), m_channels(channels_of(picture)),
+RowSource::RowSource(const Picture& picture, RowForm form, Orientation orientation)
+    : m_picture(picture), m_form(form), m_orientation(orientation), m_channels(channels_of(picture)),
       m_indexed(picture.bpp < 8 || (picture.bpp == 8 && m_channels != 1)) {
     if (m_indexed)
         fill_table();
 }
 
 void RowSource::convert(unsigned y, unsigned x, unsigned count, void* out) const {
-    if (m_turn == Turn::upright) {
+    if (m_orientation == Orientation::upright) {
         convert_upright(y, x, count, out);
         return;
     }

@@ -15,18 +15,18 @@ enum class RowForm {
 unsigned channels_of(const Picture& picture);
 
 // Whether the rows handed out are the picture's rows or, its columns and rows exchanged, its columns.
-enum class Turn { upright, turned };
+enum class Orientation { upright, transposed };
 
 class RowSource {
 public:
-    RowSource(const Picture& picture, RowForm form, Turn turn);
+    RowSource(const Picture& picture, RowForm form, Orientation orientation);
 
     unsigned channels() const { return m_channels; }
     size_t sample_size() const { return m_form == RowForm::weighted ? sizeof(float) : 1; }
 
     // Whether rows can be used as they lie in the picture.
-    bool is_direct() const { return !m_indexed && m_form == RowForm::bytes && m_turn == Turn::upright; }
-    // The picture's own, however it is turned.
+    bool is_direct() const { return !m_indexed && m_form == RowForm::bytes && m_orientation == Orientation::upright; }
+    // The picture's own, in whichever orientation.
     const uint8_t* row(unsigned y) const { return m_picture.row(y); }
     ptrdiff_t stride() const { return m_picture.stride; }
 
@@ -40,7 +40,7 @@ private:
 
     Picture m_picture;
     RowForm m_form;
-    Turn m_turn;
+    Orientation m_orientation;
     unsigned m_channels;
     bool m_indexed;
     uint8_t m_table[256][4] = {};

@@ -11,7 +11,7 @@ CRITICAL_SECTION one_report;
 
 // The library keeps one fault at a time, so a second thread that fails must wait from here on, before the library hears
 // of its fault, until the first has made its report.
-void __cdecl translate_in_turn(unsigned int code, EXCEPTION_POINTERS* pointers) {
+void __cdecl translate_alone(unsigned int code, EXCEPTION_POINTERS* pointers) {
     EnterCriticalSection(&one_report);
     APISeTranslator(code, pointers);
 }
@@ -41,7 +41,7 @@ struct Worker {
 
 DWORD WINAPI thread_main(void* parameter) {
     const Worker* const worker = static_cast<Worker*>(parameter);
-    WendaxCoverThread(translate_in_turn);
+    WendaxCoverThread(translate_alone);
     try {
         worker->work();
         printf("%s: done\n", worker->name);

@@ -118,7 +118,7 @@ ROWS = [
         Row(f"{row}, 200 lines", row, 200, "std::string", "faster", target)
         for row, target in (
             ("text: append", None),
-            ("text: append, room reserved", 1),
+            ("text: append, capacity reserved", 1),
             ("text: sums", 1),
             ("text: pieces of paths", None),
             ("text: replace all", 1),
@@ -148,7 +148,7 @@ GROWTH = [
         (f"{row}, 20 lines", row, "ours", (20, 200, 2000))
         for row in (
             "text: append",
-            "text: append, room reserved",
+            "text: append, capacity reserved",
             "text: sums",
             "text: pieces of paths",
             "text: replace all",

@@ -48,7 +48,7 @@ def test_report_holds_the_whole_description(stage):
     # Reason and stack are parted by one empty line, and the last frame, the thread's start, is there.
     assert re.search(r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n", description)
     assert re.search(r"\n[0-9A-F]{8} ntdll\.dll\+[^\n]+\n", description)
-    # The bound of a body is 33,057 characters; the rest of it must keep its room.
+    # The bound of a body is 33,057 characters; the rest of it must keep its space.
     assert len(description) < 26 * 1024 + 200
 
 

@@ -11,17 +11,17 @@ constexpr SIZE_T kWordSize = sizeof kWord - 1;
 // Each piece is its own text but for the last one, whose end is a NUL of its own.
 const char* map_reason() {
     HANDLE const section = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kPieceSize, nullptr);
-    char* const room =
+    char* const place =
         static_cast<char*>(VirtualAlloc(nullptr, (kPieceCount + 1) * kPieceSize, MEM_RESERVE, PAGE_NOACCESS));
-    VirtualFree(room, 0, MEM_RELEASE);
+    VirtualFree(place, 0, MEM_RELEASE);
     for (SIZE_T i = 0; i < kPieceCount; ++i) {
-        if (!MapViewOfFileEx(section, FILE_MAP_WRITE, 0, 0, kPieceSize, room + i * kPieceSize))
+        if (!MapViewOfFileEx(section, FILE_MAP_WRITE, 0, 0, kPieceSize, place + i * kPieceSize))
             return "the pieces can't be mapped";
     }
     for (SIZE_T i = 0; i < kPieceSize; ++i)
-        room[i] = kWord[i % kWordSize];
-    VirtualAlloc(room + kPieceCount * kPieceSize, kPieceSize, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
-    return room;
+        place[i] = kWord[i % kWordSize];
+    VirtualAlloc(place + kPieceCount * kPieceSize, kPieceSize, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+    return place;
 }
 
 } // namespace

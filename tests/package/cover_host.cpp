@@ -1,7 +1,7 @@
 // Covers its thread in the way that is named, faults, and says what came of it; built once for each C runtime.
 //
 // usage: cover_host init | cover | twice | chain | abort | small BYTES
-//   small    faults nowhere: what is asked for on a thread whose stack has room for no more than that
+//   small    faults nowhere: what is asked for on a thread whose stack has space for no more than that
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>

@@ -29,8 +29,8 @@ def test_translator_of_the_host_comes_first(lines):
 
 
 def test_thread_that_is_too_small_keeps_as_much_stack_back_as_it_can(lines):
-    def asked_for(room):
-        return [int(line.removeprefix("asked for ")) for line in lines("small", room, check=True)]
+    def asked_for(space):
+        return [int(line.removeprefix("asked for ")) for line in lines("small", space, check=True)]
 
     assert asked_for(131072) == [131072]
     assert asked_for(100000) == [131072, 65536]

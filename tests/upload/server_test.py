@@ -300,7 +300,7 @@ class TestBounds:
         body = upload_body({"Screen_copy": (b"C:\\s", b"x" * 4000)})
         assert [uploads.post(body)[0] for _ in range(3)] == [200, 200, 507]
 
-    def test_leave_room_for_nothing_half_written(self, uploads):
+    def test_leave_space_for_nothing_half_written(self, uploads):
         uploads.serve({"UPLOAD_MAX_REPORTS": "1"})
         left = uploads.server.store / ".new-20200101-000000-0000000000000000"
         left.mkdir(parents=True)

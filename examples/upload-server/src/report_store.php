@@ -37,7 +37,7 @@ final class ReportStore
         $lock = fopen("$this->folder/.lock", 'c');
         flock($lock, LOCK_EX);
         $this->remove_left_behind();
-        $this->check_room(array_sum(array_map(static fn (array $part): int => strlen($part[1]), $report)));
+        $this->check_space(array_sum(array_map(static fn (array $part): int => strlen($part[1]), $report)));
         $id = gmdate('Ymd-His-') . bin2hex(random_bytes(8));
         $new = "$this->folder/.new-$id";
         mkdir($new, 0700);
@@ -82,7 +82,7 @@ final class ReportStore
         return array_values(preg_grep(self::ID, scandir($this->folder)));
     }
 
-    private function check_room(int $size): void
+    private function check_space(int $size): void
     {
         [$count, $used] = $this->used();
         if ($count >= $this->settings['max_reports'] || $used + $size > $this->settings['max_total']) {
