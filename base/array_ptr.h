@@ -86,6 +86,6 @@ private:
     unsigned m_owns; // 0 or 1
 };
 
-static_assert(sizeof(void*) != 4 || sizeof(array_ptr<char>) == 28, "base_array and a 32-bit flag");
+static_assert(sizeof(array_ptr<char>) == sizeof(base_array) + sizeof(void*), "base_array and a 32-bit flag, padded");
 
 } // namespace gen

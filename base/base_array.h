@@ -57,6 +57,6 @@ protected:
     void* m_data = nullptr; // null while the capacity is 0
 };
 
-static_assert(sizeof(void*) != 4 || sizeof(base_array) == 24, "the type table, four numbers and the storage");
+static_assert(sizeof(base_array) == (sizeof(void*) == 8 ? 32 : 24), "the type table, four numbers and the storage");
 
 } // namespace gen

@@ -15,8 +15,8 @@ endforeach()
 # -fgnuc-version and the two defines make the mingw-w64 headers take their GCC paths; -fasync-exceptions is a Visual C++
 # host's /EHa; -fcheck-new because the global allocator answers null when memory is gone.
 set(flags
-  -nostdlibinc -isystem${PROJECT_SOURCE_DIR}/crt/include -isystem/usr/i686-w64-mingw32/include
-  -fgnuc-version=12.2 -D_X86_=1 -D__declspec=__declspec -D__USE_MINGW_ANSI_STDIO=0 -DWINVER=0x0600 -D_WIN32_WINNT=0x0600
+  -nostdlibinc -isystem${PROJECT_SOURCE_DIR}/crt/include -isystem${WENDAX_MINGW}/include
+  -fgnuc-version=12.2 ${WENDAX_ARCH_DEFINITION} -D__declspec=__declspec -D__USE_MINGW_ANSI_STDIO=0 -DWINVER=0x0600 -D_WIN32_WINNT=0x0600
   -ffunction-sections -fdata-sections -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${to_source}=.
   -ffile-prefix-map=/usr=system -ffile-compilation-dir=. -fno-ident
   -g -gcodeview -gno-codeview-command-line -Wno-unknown-pragmas)
@@ -33,10 +33,10 @@ set(CMAKE_CXX_FLAGS_DEBUG "-O0")
 # The compiler driver would bring a C runtime of its own, so the linker is called directly. Debuggers are told to look for
 # the sources below C:\wendax.
 set(link_flags
-  "/nologo /machine:x86 /nodefaultlib /safeseh /debug /pdbaltpath:%_PDB% /pdbsourcepath:C:/wendax /Brepro /opt:ref /opt:icf /incremental:no /merge:.CRT=.rdata")
+  "/nologo ${WENDAX_LINK_ARCH} /nodefaultlib /debug /pdbaltpath:%_PDB% /pdbsourcepath:C:/wendax /Brepro /opt:ref /opt:icf /incremental:no /merge:.CRT=.rdata")
 foreach(language C CXX)
   set(CMAKE_${language}_CREATE_SHARED_LIBRARY
-    "lld-link-19 ${link_flags} /dll /entry:_DllMainCRTStartup@12 <LINK_FLAGS> <OBJECTS> /out:<TARGET> /implib:<TARGET_IMPLIB> <LINK_LIBRARIES>")
+    "lld-link-19 ${link_flags} /dll /entry:${WENDAX_DLL_ENTRY} <LINK_FLAGS> <OBJECTS> /out:<TARGET> /implib:<TARGET_IMPLIB> <LINK_LIBRARIES>")
   set(CMAKE_${language}_LINK_EXECUTABLE
     "lld-link-19 ${link_flags} <LINK_FLAGS> <OBJECTS> /out:<TARGET> <LINK_LIBRARIES>")
 endforeach()
@@ -54,7 +54,7 @@ foreach(kind EXE SHARED)
 endforeach()
 
 add_library(wendax_flags INTERFACE)
-target_compile_options(wendax_flags INTERFACE -Wall -Wextra -Werror)
+target_compile_options(wendax_flags INTERFACE -Wall -Wextra -Werror ${WENDAX_ARCH_WARNINGS})
 target_include_directories(wendax_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/mfc)
 
 # The archives of mingw-w64 hold long-form import objects that carry no safe-exception mark, so each system library
@@ -64,8 +64,8 @@ file(MAKE_DIRECTORY ${WENDAX_IMPORTS})
 function(wendax_system_library name dll)
   if(NOT EXISTS ${WENDAX_IMPORTS}/${name}.lib)
     execute_process(
-      COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/crt/make_import_library.py
-        /usr/i686-w64-mingw32/lib/lib${name}.a ${dll} ${WENDAX_IMPORTS}/${name}.lib
+      COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/crt/make_import_library.py ${WENDAX_DLLTOOL_MACHINE}
+        ${WENDAX_MINGW}/lib/lib${name}.a ${dll} ${WENDAX_IMPORTS}/${name}.lib
       COMMAND_ERROR_IS_FATAL ANY)
   endif()
 endfunction()
@@ -102,8 +102,8 @@ function(wendax_resources target script)
   set(preprocessed ${CMAKE_CURRENT_BINARY_DIR}/${stem}.i)
   add_custom_command(
     OUTPUT ${compiled}
-    COMMAND clang-19 --target=i686-pc-windows-msvc -E -xc -DRC_INVOKED -nostdlibinc
-      -isystem /usr/i686-w64-mingw32/include -fgnuc-version=12.2 -D_X86_=1
+    COMMAND clang-19 --target=${WENDAX_TARGET} -E -xc -DRC_INVOKED -nostdlibinc
+      -isystem ${WENDAX_MINGW}/include -fgnuc-version=12.2 ${WENDAX_ARCH_DEFINITION}
       -DWENDAX_VERSION_MAJOR=${PROJECT_VERSION_MAJOR} -DWENDAX_VERSION_MINOR=${PROJECT_VERSION_MINOR}
       -DWENDAX_VERSION_PATCH=${PROJECT_VERSION_PATCH}
       "-DWENDAX_VERSION_TEXT=\"${PROJECT_VERSION_MAJOR}, ${PROJECT_VERSION_MINOR}, ${PROJECT_VERSION_PATCH}, 0\""
@@ -168,8 +168,8 @@ endfunction()
 
 # wendax_product_check(NAME script.py): Python tests that are not about Wine, so that once is enough.
 function(wendax_product_check name script)
-  add_test(NAME ${WENDAX_RING}.${name} COMMAND ${Python3_EXECUTABLE} -m pytest ${CMAKE_CURRENT_SOURCE_DIR}/${script})
-  set_tests_properties(${WENDAX_RING}.${name} PROPERTIES LABELS ${WENDAX_RING})
+  add_test(NAME ${WENDAX_LABEL}.${name} COMMAND ${Python3_EXECUTABLE} -m pytest ${CMAKE_CURRENT_SOURCE_DIR}/${script})
+  set_tests_properties(${WENDAX_LABEL}.${name} PROPERTIES LABELS ${WENDAX_LABEL})
   wendax_python_test(${name})
 endfunction()
 

@@ -2,6 +2,8 @@
 #   windows  the DLLs that ship and hosts that load them, clang in the Microsoft ABI
 #   mingw    GoogleTest programs over the Windows shells, run under Wine
 #   native   GoogleTest programs over the pure cores, under sanitizers
+# What ctest and scripts/test call it: as its preset.
+set(WENDAX_LABEL ${WENDAX_RING}${WENDAX_RING_SUFFIX})
 include(${CMAKE_CURRENT_LIST_DIR}/ring-${WENDAX_RING}.cmake)
 
 option(WENDAX_NEWER_WINE "Run the tests under the newer Wine as well, as newer-wine.NAME" OFF)
@@ -13,15 +15,21 @@ find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 # wendax_sources(OUT source...): those that this ring builds. A source says by its name where it builds: foo_win.cpp, which may
 # include windows.h, in windows and mingw; foo_product.cpp, which needs structured exceptions or the Microsoft ABI, in
-# windows alone; all others everywhere. Tests likewise: foo_win_test.cpp. A path of another folder is taken as it is.
+# windows alone; all others everywhere. Of these foo_win_x86.cpp and foo_product_x86.cpp are for 32-bit Windows alone, and
+# with _x64 for 64-bit Windows. Tests likewise: foo_win_test.cpp. A path of another folder is taken as it is.
 function(wendax_sources out)
   set(sources ${ARGN})
   if(WENDAX_RING STREQUAL "native")
-    list(FILTER sources EXCLUDE REGEX "_win(_test)?\\.c(pp)?$")
+    list(FILTER sources EXCLUDE REGEX "_win(_x86|_x64)?(_test)?\\.c(pp)?$")
   endif()
   if(NOT WENDAX_RING STREQUAL "windows")
-    list(FILTER sources EXCLUDE REGEX "_product\\.c(pp)?$")
+    list(FILTER sources EXCLUDE REGEX "_product(_x86|_x64)?\\.c(pp)?$")
   endif()
+  foreach(arch x86 x64)
+    if(NOT WENDAX_ARCH STREQUAL arch)
+      list(FILTER sources EXCLUDE REGEX "_(win|product)_${arch}(_test)?\\.c(pp)?$")
+    endif()
+  endforeach()
   set(${out} ${sources} PARENT_SCOPE)
 endfunction()
 
@@ -41,7 +49,7 @@ function(wendax_layer name)
       target_compile_options(${name} PRIVATE
         $<$<NOT:$<BOOL:${ARG_TYPE_INFO}>>:$<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>>)
       foreach(source IN LISTS sources)
-        if(source MATCHES "\\.cpp$" AND NOT source MATCHES "_product\\.cpp$")
+        if(source MATCHES "\\.cpp$" AND NOT source MATCHES "_product(_x86|_x64)?\\.cpp$")
           set_property(SOURCE ${source} APPEND PROPERTY COMPILE_OPTIONS -fno-async-exceptions)
         endif()
       endforeach()
@@ -73,8 +81,8 @@ endfunction()
 # wendax_wine_test(NAME COMMAND ARG...): a test of this ring that runs Windows programs: RING.NAME, and with
 # WENDAX_NEWER_WINE newer-wine.NAME, which says the same of that Wine.
 function(wendax_wine_test name)
-  add_test(NAME ${WENDAX_RING}.${name} COMMAND ${ARGN})
-  set_tests_properties(${WENDAX_RING}.${name} PROPERTIES LABELS ${WENDAX_RING} ENVIRONMENT "WENDAX_WINE=")
+  add_test(NAME ${WENDAX_LABEL}.${name} COMMAND ${ARGN})
+  set_tests_properties(${WENDAX_LABEL}.${name} PROPERTIES LABELS ${WENDAX_LABEL} ENVIRONMENT "WENDAX_WINE=")
   if(WENDAX_NEWER_WINE)
     add_test(NAME newer-wine.${name} COMMAND ${ARGN})
     set_tests_properties(newer-wine.${name} PROPERTIES LABELS newer-wine ENVIRONMENT "WENDAX_WINE=newer")
@@ -83,7 +91,7 @@ endfunction()
 
 # wendax_test_property(NAME PROPERTY VALUE...): appends to a property of the test NAME, for both Wines.
 function(wendax_test_property name property)
-  foreach(ring ${WENDAX_RING} newer-wine)
+  foreach(ring ${WENDAX_LABEL} newer-wine)
     if(TEST ${ring}.${name})
       set_property(TEST ${ring}.${name} APPEND PROPERTY ${property} ${ARGN})
     endif()

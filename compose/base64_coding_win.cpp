@@ -18,6 +18,13 @@ int text_capacity(int length, int extra_per_line, int extra) {
     return static_cast<int>(capacity);
 }
 
+// Lengths are ints, as those of texts are.
+int length_of(const CByteArray& bytes) {
+    if (bytes.GetSize() > INT_MAX)
+        gen::throw_out_of_memory();
+    return static_cast<int>(bytes.GetSize());
+}
+
 } // namespace
 
 CBase64Coding::~CBase64Coding() = default;
@@ -32,7 +39,7 @@ int CBase64Coding::Decode(const CString& text, CByteArray& bytes) {
 }
 
 int CBase64Coding::Decode(const CByteArray& text, CByteArray& bytes) {
-    return decode(text.GetData(), text.GetSize(), bytes);
+    return decode(text.GetData(), length_of(text), bytes);
 }
 
 int CBase64Coding::decode(const void* text, int length, CByteArray& bytes) {
@@ -62,11 +69,11 @@ int CBase64Coding::Encode(const unsigned char* data, int length, CString& text) 
 }
 
 int CBase64Coding::Encode(const CByteArray& data, CString& text) {
-    return Encode(data.GetData(), data.GetSize(), text);
+    return Encode(data.GetData(), length_of(data), text);
 }
 
 int CBase64Coding::Encode(const CByteArray& data, CByteArray& text) {
-    const int length = data.GetSize();
+    const int length = length_of(data);
     if (&data == &text) {
         CByteArray copy;
         copy.SetSize(length);

@@ -41,5 +41,5 @@ private:
 };
 
 #ifdef _MSC_VER
-static_assert(sizeof(CEmailTool) == 28, "the type table and the message");
+static_assert(sizeof(CEmailTool) == (sizeof(void*) == 8 ? 40 : 28), "the type table and the message");
 #endif

@@ -2,6 +2,7 @@
 // then goes as a new .eml file into the temporary folder, and the system opens it.
 #include "compose/email_tool.h"
 
+#include <limits.h>
 #include <string.h>
 #include <shellapi.h>
 
@@ -16,9 +17,12 @@ namespace {
 
 // A file to attach. Its bytes are in memory as long as the object lives.
 class AttachedFile {
+    // No message can hold the text of more; 32 bits have no room for such a view anyway.
+    static constexpr unsigned kLongest = sizeof(void*) == 8 ? INT_MAX / 4u * 3 : UINT_MAX;
+
 public:
     explicit AttachedFile(const char* path) : m_name(CStdSplitPath(path).GetFileName()) {
-        if (m_file.Open(path, 0, 0, 0, nullptr))
+        if (m_file.Open(path, 0, 0, 0, nullptr) && m_file.GetDataLength() <= kLongest)
             m_size = compose::readable_prefix(m_file.GetData(), m_file.GetDataLength());
     }
 

@@ -67,5 +67,8 @@ private:
 };
 
 #ifdef _MSC_VER
-static_assert(sizeof(CMemoryFile) == 64, "the file's size is 8-aligned at 48, the mapped length at 56");
+static_assert(sizeof(void*) == 8 || sizeof(CMemoryFile) == 64,
+              "the file's size is 8-aligned at 48, the mapped length at 56");
+static_assert(sizeof(void*) != 8 || sizeof(CMemoryFile) == 88,
+              "the file's size is 8-aligned at 72, the mapped length at 80");
 #endif

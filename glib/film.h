@@ -114,6 +114,6 @@ private:
     FilmBody* m_body;
 };
 
-static_assert(sizeof(void*) != 4 || sizeof(Film) == 8, "the type table and the body");
+static_assert(sizeof(Film) == 2 * sizeof(void*), "the type table and the body");
 
 } // namespace glib

@@ -6,7 +6,7 @@
 #include "win/guard.h"
 #include "win/handle.h"
 
-static_assert(sizeof(void*) != 4 || sizeof(glib::GdiPlusInit) == 12, "the type table, the flag and the token");
+static_assert(sizeof(glib::GdiPlusInit) == 3 * sizeof(void*), "the type table, the flag and the token");
 
 namespace glib {
 

@@ -32,12 +32,17 @@ VMemStream::VMemStream(const void* buffer, uint32_t size) : VMemStream(const_cas
 struct VMemStream::Layout {
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Winvalid-offsetof"
-    static_assert(offsetof(VMemStream, m_buffer) == 32 && offsetof(VMemStream, m_size) == 40 &&
-                  offsetof(VMemStream, m_position) == 48 && offsetof(VMemStream, m_step) == 56 &&
-                  offsetof(VMemStream, m_capacity) == 64);
-    static_assert(offsetof(VMemStream, m_fixed) == 72 && offsetof(VMemStream, m_end_of_data) == 73 &&
-                  offsetof(VMemStream, m_error) == 74 && offsetof(VMemStream, m_callbacks) == 76);
-    static_assert(sizeof(Callbacks) == 12 && offsetof(Callbacks, release) == 4 && offsetof(Callbacks, reallocate) == 8);
+    static constexpr unsigned kPointer = sizeof(void*);
+    static constexpr unsigned kBuffer = kPointer == 8 ? 48 : 32;
+    static_assert(offsetof(VMemStream, m_buffer) == kBuffer && offsetof(VMemStream, m_size) == kBuffer + 8 &&
+                  offsetof(VMemStream, m_position) == kBuffer + 16 && offsetof(VMemStream, m_step) == kBuffer + 24 &&
+                  offsetof(VMemStream, m_capacity) == kBuffer + 32);
+    static_assert(offsetof(VMemStream, m_fixed) == kBuffer + 40 &&
+                  offsetof(VMemStream, m_end_of_data) == kBuffer + 41 &&
+                  offsetof(VMemStream, m_error) == kBuffer + 42 &&
+                  offsetof(VMemStream, m_callbacks) == kBuffer + 40 + kPointer);
+    static_assert(sizeof(Callbacks) == 3 * kPointer && offsetof(Callbacks, release) == kPointer &&
+                  offsetof(Callbacks, reallocate) == 2 * kPointer);
 #pragma clang diagnostic pop
 };
 #endif

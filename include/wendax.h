@@ -33,10 +33,10 @@
 #include "base/std_string.h"
 typedef CArray<CStdString, CStdString&> CStdStringArray;
 #define WENDAX_IMPORT
-#define WENDAX_PRIVATE(type, name, numbers) type name
+#define WENDAX_PRIVATE(type, name, bytes) type name
 #else
 #define WENDAX_IMPORT __declspec(dllimport)
-#define WENDAX_PRIVATE(type, name, numbers) void* name[2 + (numbers * sizeof(int) + sizeof(void*) - 1) / sizeof(void*)]
+#define WENDAX_PRIVATE(type, name, bytes) void* name[2 + (bytes) / sizeof(void*)]
 #endif
 
 #if defined(__cplusplus) && (__cplusplus >= 201103L || (defined(_MSC_VER) && !defined(__clang__) && _MSC_VER >= 1900))
@@ -248,9 +248,9 @@ private:
 
     class CCrushDialog;
 
-    /* The library's; for hosts two pointers and so many ints, which is their size. */
+    /* The library's; for hosts two pointers and so many bytes of numbers, which is their size. */
     HINSTANCE__* m_saved_resources; /* the module that was current when OpenDlg() began */
-    WENDAX_PRIVATE(CStdStringArray, m_attachments, 3);
+    WENDAX_PRIVATE(CStdStringArray, m_attachments, 3 * sizeof(void*));
     CSeException* m_exception;
 };
 
@@ -307,15 +307,15 @@ private:
 
     class CCrushDialog;
 
-    /* The library's; for hosts two pointers and so many ints, which is their size. */
-    WENDAX_PRIVATE(CStdString, m_config_path, 4);
-    WENDAX_PRIVATE(CStdString, m_script_path, 4);
-    WENDAX_PRIVATE(CStdString, m_file_path, 4);
-    WENDAX_PRIVATE(CStdString, m_log_path, 4);
-    WENDAX_PRIVATE(CStdString, m_screen_path, 4);
-    WENDAX_PRIVATE(CStdString, m_system_path, 4);
+    /* The library's; for hosts two pointers and so many bytes of numbers, which is their size. */
+    WENDAX_PRIVATE(CStdString, m_config_path, 4 * sizeof(int));
+    WENDAX_PRIVATE(CStdString, m_script_path, 4 * sizeof(int));
+    WENDAX_PRIVATE(CStdString, m_file_path, 4 * sizeof(int));
+    WENDAX_PRIVATE(CStdString, m_log_path, 4 * sizeof(int));
+    WENDAX_PRIVATE(CStdString, m_screen_path, 4 * sizeof(int));
+    WENDAX_PRIVATE(CStdString, m_system_path, 4 * sizeof(int));
     HINSTANCE__* m_saved_resources; /* the module that was current when OpenDlg() began */
-    WENDAX_PRIVATE(CStdStringArray, m_attachments, 3);
+    WENDAX_PRIVATE(CStdStringArray, m_attachments, 3 * sizeof(void*));
     CSeException* m_exception;
 };
 

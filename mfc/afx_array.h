@@ -1,8 +1,9 @@
 // CArray and CByteArray: the framework's growable arrays.
 #pragma once
 
-#include <limits.h>
 #include <new>
+
+#include <stdint.h>
 
 #include "base/genlib_error.h"
 #include "mfc/afx_object.h"
@@ -16,14 +17,14 @@ public:
     CArray() = default;
     ~CArray() override { delete[] m_p_data; }
 
-    int GetSize() const { return m_n_size; }
+    INT_PTR GetSize() const { return m_n_size; }
     const TYPE* GetData() const { return m_p_data; }
     TYPE* GetData() { return m_p_data; }
-    const TYPE& operator[](int index) const { return m_p_data[index]; }
-    TYPE& operator[](int index) { return m_p_data[index]; }
+    const TYPE& operator[](INT_PTR index) const { return m_p_data[index]; }
+    TYPE& operator[](INT_PTR index) { return m_p_data[index]; }
 
     // New elements are as their default constructor leaves them (0 for numbers). A growth step of -1 keeps the one set.
-    void SetSize(int size, int growBy = -1) {
+    void SetSize(INT_PTR size, INT_PTR growBy = -1) {
         if (growBy != -1)
             m_n_grow_by = growBy;
         if (size == 0) {
@@ -34,39 +35,39 @@ public:
         }
         if (size > m_n_max_size)
             reallocate(m_p_data ? grown_capacity(size) : size);
-        for (int i = m_n_size; i < size; ++i)
+        for (INT_PTR i = m_n_size; i < size; ++i)
             m_p_data[i] = TYPE();
         m_n_size = size;
     }
 
     // Appends a copy; returns its index. The element may be one of this array.
-    int Add(ARG_TYPE element) {
+    INT_PTR Add(ARG_TYPE element) {
         TYPE copy(element); // first, while the element is where it was and a failure changes nothing
-        const int index = m_n_size;
+        const INT_PTR index = m_n_size;
         SetSize(index + 1);
         m_p_data[index] = static_cast<TYPE&&>(copy);
         return index;
     }
 
 private:
-    int grown_capacity(int size) const {
-        int step = m_n_grow_by;
+    INT_PTR grown_capacity(INT_PTR size) const {
+        INT_PTR step = m_n_grow_by;
         if (step == 0) {
             step = m_n_size / 8;
             step = step < 4 ? 4 : step > 1024 ? 1024 : step;
         }
-        const int grown = m_n_max_size > INT_MAX - step ? INT_MAX : m_n_max_size + step;
+        const INT_PTR grown = m_n_max_size > INTPTR_MAX - step ? INTPTR_MAX : m_n_max_size + step;
         return grown < size ? size : grown;
     }
 
-    void reallocate(int capacity) {
-        if (static_cast<unsigned>(capacity) > (INT_MAX - 64u) / sizeof(TYPE))
+    void reallocate(INT_PTR capacity) {
+        if (static_cast<size_t>(capacity) > (INTPTR_MAX - size_t{64}) / sizeof(TYPE))
             throw gen::genlib_out_of_memory();
         TYPE* const data = new (std::nothrow) TYPE[capacity];
         if (!data)
             throw gen::genlib_out_of_memory();
         try {
-            for (int i = 0; i < m_n_size; ++i)
+            for (INT_PTR i = 0; i < m_n_size; ++i)
                 data[i] = static_cast<TYPE&&>(m_p_data[i]);
         } catch (...) {
             delete[] data;
@@ -78,9 +79,9 @@ private:
     }
 
     TYPE* m_p_data = nullptr;
-    int m_n_size = 0;
-    int m_n_max_size = 0;
-    int m_n_grow_by = 0;
+    INT_PTR m_n_size = 0;
+    INT_PTR m_n_max_size = 0;
+    INT_PTR m_n_grow_by = 0;
 };
 
 class CByteArray : public CArray<BYTE, BYTE> {};

@@ -68,4 +68,5 @@ private:
     DWORD m_last_error = 0;
 };
 
-static_assert(sizeof(void*) != 4 || sizeof(CHttpTransport) == 48, "a string, three handles, two texts and the error");
+static_assert(sizeof(CHttpTransport) == (sizeof(void*) == 8 ? 80 : 48),
+              "a string, three handles, two texts and the error");

@@ -34,7 +34,7 @@ void make_file(Callable make) {
 
 // What hosts reckon with, whose compilers see pointers and ints in place of the library's types.
 static_assert(sizeof(CStdString) == (sizeof(void*) == 4 ? 24 : 32));
-static_assert(sizeof(CCrashReport2) == (sizeof(void*) == 4 ? 176 : 248));
+static_assert(sizeof(CCrashReport2) == (sizeof(void*) == 4 ? 176 : 256));
 
 CCrashReport2* CCrashReport2::m_pThis;
 

@@ -53,8 +53,8 @@ void attach(CEmailTool& mail, const char* path) {
 } // namespace
 
 // What hosts reckon with, whose compilers see pointers and ints in place of the library's types.
-static_assert(sizeof(CStdStringArray) == (sizeof(void*) == 4 ? 20 : 32));
-static_assert(sizeof(CCrashReport) == (sizeof(void*) == 4 ? 32 : 56));
+static_assert(sizeof(CStdStringArray) == 5 * sizeof(void*));
+static_assert(sizeof(CCrashReport) == (sizeof(void*) == 4 ? 32 : 64));
 
 CCrashReport::CCrashReport(CSeException* exception) : m_saved_resources(nullptr), m_exception(exception) {}
 
@@ -78,7 +78,7 @@ void CCrashReport::GenerateEmail(int context, const char* product, const char* s
                      nullptr);
     }
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_HIGHEST); // Kept: never lowered again.
-    for (int i = 0; i < m_attachments.GetSize(); ++i)
+    for (INT_PTR i = 0; i < m_attachments.GetSize(); ++i)
         attach(mail, m_attachments[i].c_str());
     mail.OpenInMailer();
 }

@@ -1,11 +1,11 @@
-// Loads the helper by its full path, never by a search, and calls it so that neither its calling convention nor its
-// number of arguments can upset the stack.
+// Loads the helper by its full path, never by a search.
 #include "report/fault_helper.h"
 
 #include <stdint.h>
 #include <string.h>
 
 #include "base/std_string.h"
+#include "report/helper_call.h"
 #include "win/library.h"
 
 namespace {
@@ -36,23 +36,6 @@ HMODULE load_by_wide_path() {
     return win::load_quietly(path);
 }
 
-// The entries are __cdecl, and a helper built with __stdcall removes its arguments itself: the stack pointer is kept in
-// a register over the call, so that either does, and an argument more than the entry takes does no harm. No object with
-// a destructor lives in this function: should the helper fault, the fault passes through it.
-__attribute__((noinline)) const char* call(FARPROC entry, uintptr_t first, uintptr_t second) {
-    uintptr_t entry_then_result = reinterpret_cast<uintptr_t>(entry);
-    __asm__ volatile("movl %%esp, %%esi\n\t"
-                     "pushl %[second]\n\t"
-                     "pushl %[first]\n\t"
-                     "call *%[entry]\n\t"
-                     "movl %%esi, %%esp"
-                     : [entry] "+a"(entry_then_result), [first] "+c"(first), [second] "+d"(second)
-                     :
-                     : "esi", "memory", "cc", "st", "st(1)", "st(2)", "st(3)", "st(4)", "st(5)", "st(6)", "st(7)",
-                       "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7");
-    return reinterpret_cast<const char*>(entry_then_result);
-}
-
 uintptr_t argument(const EXCEPTION_POINTERS* pointers) {
     return reinterpret_cast<uintptr_t>(pointers);
 }
@@ -70,13 +53,13 @@ FaultHelper::FaultHelper() : m_library(win::load_quietly(helper_path().c_str()))
 }
 
 const char* FaultHelper::reason(EXCEPTION_POINTERS* pointers) const {
-    return call(m_reason, argument(pointers), 0);
+    return report::call_helper(m_reason, argument(pointers), 0);
 }
 
 const char* FaultHelper::first_stack_line(EXCEPTION_POINTERS* pointers) const {
-    return call(m_first_line, kStackOptions, argument(pointers));
+    return report::call_helper(m_first_line, kStackOptions, argument(pointers));
 }
 
 const char* FaultHelper::next_stack_line(EXCEPTION_POINTERS* pointers) const {
-    return call(m_next_line, kStackOptions, argument(pointers));
+    return report::call_helper(m_next_line, kStackOptions, argument(pointers));
 }

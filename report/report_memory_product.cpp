@@ -18,7 +18,7 @@ struct Mark {
     const Mark* library; // the one below
     Mark* allocated;
 };
-static_assert(sizeof(Mark) == 8, "the block behind it is aligned as the heap's blocks are");
+static_assert(sizeof(Mark) == 2 * sizeof(void*), "the block behind it is aligned as the heap's blocks are");
 
 const Mark kOwn = {};
 

@@ -26,5 +26,5 @@ private:
 extern CSeException* last_translated_exception;
 
 #ifdef _MSC_VER
-static_assert(sizeof(CSeException) == 16, "hosts know this layout");
+static_assert(sizeof(CSeException) == (sizeof(void*) == 8 ? 32 : 16), "hosts know this layout");
 #endif

@@ -2,6 +2,7 @@
 #include "sysinfo/machine_processor.h"
 
 #include <windows.h>
+#include <x86intrin.h>
 
 #include "sysinfo/processor_info.h"
 #include "win/guard.h"
@@ -19,21 +20,10 @@ bool time_stamp_counter_runs() {
 // A processor has CPUID if the identification flag can be changed.
 bool MachineCpuid::available() {
     constexpr uint32_t kIdentification = 0x200000;
-    uint32_t before;
-    uint32_t after;
-    asm volatile("pushfl\n\t"
-                 "popl %0\n\t"
-                 "movl %0, %1\n\t"
-                 "xorl %2, %1\n\t"
-                 "pushl %1\n\t"
-                 "popfl\n\t"
-                 "pushfl\n\t"
-                 "popl %1\n\t"
-                 "pushl %0\n\t"
-                 "popfl"
-                 : "=&r"(before), "=&r"(after)
-                 : "i"(kIdentification)
-                 : "cc", "memory");
+    const auto before = __readeflags();
+    __writeeflags(before ^ kIdentification);
+    const auto after = __readeflags();
+    __writeeflags(before);
     return ((before ^ after) & kIdentification) != 0;
 }
 

@@ -54,7 +54,7 @@ CStdString GetPrintersInfo(const PrinterSystem& system) {
     // Apart, because a driver's fault costs the one and not the other.
     win::run_guarded([&] { list_printers(system, names); });
     win::run_guarded([&] { preferred = default_printer(system); });
-    return describe_printers(names.GetData(), names.GetSize(), preferred.c_str());
+    return describe_printers(names.GetData(), static_cast<unsigned>(names.GetSize()), preferred.c_str());
 }
 
 } // namespace sysinfo

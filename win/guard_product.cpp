@@ -12,6 +12,15 @@ namespace {
 
 constexpr DWORD kCxxException = 0xE06D7363;
 
+constexpr bool kWide = sizeof(void*) == 8;
+
+// Where something is: its address in 32-bit programs, in 64-bit ones how far from the start of the throwing image.
+template <class T>
+struct Place {
+    uint32_t value;
+    const T* in(uintptr_t image) const { return reinterpret_cast<const T*>(image + value); }
+};
+
 // What the compiler says of a throw expression, as every runtime of this ABI reads it.
 struct TypeDescriptor {
     const void* table;
@@ -21,30 +30,32 @@ struct TypeDescriptor {
 
 struct CatchableType {
     uint32_t properties;
-    const TypeDescriptor* type;
+    Place<TypeDescriptor> type;
 };
 
 struct CatchableTypes {
     int count;
-    const CatchableType* types[1];
+    Place<CatchableType> types[1];
 };
 
 struct ThrowInfo {
     uint32_t attributes;
-    void* destructor;
-    void* compatibility;
-    const CatchableTypes* catchable; // the type itself and its bases
+    uint32_t destructor;
+    uint32_t compatibility;
+    Place<CatchableTypes> catchable; // the type itself and its bases
 };
 
 bool is_our_own(const EXCEPTION_RECORD& record) {
-    if (record.NumberParameters < 3)
+    if (record.NumberParameters < (kWide ? 4 : 3))
         return false;
+    const uintptr_t image = kWide ? record.ExceptionInformation[3] : 0;
     auto* const object = reinterpret_cast<const char* const*>(record.ExceptionInformation[1]);
     auto* const info = reinterpret_cast<const ThrowInfo*>(record.ExceptionInformation[2]);
     if (!info)
         return false;
-    for (int i = 0; i < info->catchable->count; ++i) {
-        const char* const name = info->catchable->types[i]->type->name;
+    const CatchableTypes* const types = info->catchable.in(image);
+    for (int i = 0; i < types->count; ++i) {
+        const char* const name = types->types[i].in(image)->type.in(image)->name;
         if (strcmp(name, ".?AVgenlib_error@gen@@") == 0 || (strcmp(name, ".PAD") == 0 && *object == kExceptionMarker))
             return true;
     }
@@ -68,12 +79,14 @@ bool is_own_or_overflow(const EXCEPTION_RECORD& record) {
 }
 
 // No object with a destructor may live in a function with __try. The pointer is volatile, so that the compiler can't
-// find the call to throw nothing and drop the guard.
+// find the call to throw nothing and drop the guard. The filter can't name an argument that comes by reference, as the
+// policy does with 64 bits.
 bool run_guarded(GuardPolicy policy, void (*function)(void* context), void* context) {
+    const GuardPolicy* const rules = &policy;
     void (*volatile const guarded)(void*) = function;
     __try {
         guarded(context);
-    } __except (filter(policy, GetExceptionInformation())) {
+    } __except (filter(*rules, GetExceptionInformation())) {
         // Without its guard page the stack would end the process the next time it overflows.
         if (GetExceptionCode() == EXCEPTION_STACK_OVERFLOW)
             _resetstkoflw();

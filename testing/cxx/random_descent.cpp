@@ -5,6 +5,7 @@
 
 #include <windows.h>
 #include <malloc.h>
+#include <stdint.h>
 #include <stdio.h>
 
 namespace {
@@ -164,7 +165,7 @@ Dispatch table[kShapes];
 void print_truth(const Descent* descent) {
     printf("--- truth");
     for (int i = descent->depth; i-- > 0;)
-        printf(" %08X", reinterpret_cast<unsigned>(descent->truth[i]));
+        printf(" %0*llX", static_cast<int>(2 * sizeof(void*)), 0ull + reinterpret_cast<uintptr_t>(descent->truth[i]));
     printf("\n");
 }
 

@@ -33,7 +33,7 @@ void print(const char* name, int value) {
 }
 
 void print(const char* name, const CByteArray& bytes) {
-    printf("%s: %.*s\n", name, bytes.GetSize(), reinterpret_cast<const char*>(bytes.GetData()));
+    printf("%s: %.*s\n", name, static_cast<int>(bytes.GetSize()), reinterpret_cast<const char*>(bytes.GetData()));
 }
 
 void fill(CByteArray& bytes, const char* text) {

@@ -12,8 +12,8 @@ void print_peaks(const char* when) {
     PROCESS_MEMORY_COUNTERS memory = {};
     memory.cb = sizeof(memory);
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
-    printf("%s working set: %lu\n", when, memory.PeakWorkingSetSize);
-    printf("%s private: %lu\n", when, memory.PeakPagefileUsage);
+    printf("%s working set: %llu\n", when, static_cast<unsigned long long>(memory.PeakWorkingSetSize));
+    printf("%s private: %llu\n", when, static_cast<unsigned long long>(memory.PeakPagefileUsage));
 }
 
 class Clock {

@@ -2,13 +2,23 @@
 #include <windows.h>
 #include <stdio.h>
 
+static uintptr_t instruction(const CONTEXT& context) {
+#ifdef _WIN64
+    return context.Rip;
+#else
+    return context.Eip;
+#endif
+}
+
 extern "C" const char* __cdecl GetFaultReason(EXCEPTION_POINTERS* pointers) {
     static char text[128];
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-    sprintf(
-        text, "code %08lX flags %lX parameters %lu kind %lu place %lu at %s", record.ExceptionCode,
-        record.ExceptionFlags, record.NumberParameters, record.ExceptionInformation[0], record.ExceptionInformation[1],
-        reinterpret_cast<uintptr_t>(record.ExceptionAddress) == pointers->ContextRecord->Eip ? "eip" : "another place");
+    sprintf(text, "code %08lX flags %lX parameters %lu kind %llu place %llu at %s", record.ExceptionCode,
+            record.ExceptionFlags, record.NumberParameters, 0ull + record.ExceptionInformation[0],
+            0ull + record.ExceptionInformation[1],
+            reinterpret_cast<uintptr_t>(record.ExceptionAddress) == instruction(*pointers->ContextRecord)
+                ? "eip"
+                : "another place");
     return text;
 }
 

@@ -87,7 +87,9 @@ void check_newest_upload_report() {
 } // namespace
 
 int main() {
-    check(sizeof(CCrashReport) == 32 && sizeof(CCrashReport2) == 176, "the public header knows the layouts");
+    constexpr bool kWide = sizeof(void*) == 8;
+    check(sizeof(CCrashReport) == (kWide ? 64 : 32) && sizeof(CCrashReport2) == (kWide ? 256 : 176),
+          "the public header knows the layouts");
     check_translator();
     HANDLE const thread = CreateThread(nullptr, 0, other_thread, nullptr, 0, nullptr);
     WaitForSingleObject(thread, INFINITE);

@@ -11,10 +11,6 @@
 
 #include "testing/cxx/import_slot.h"
 
-extern "C" __declspec(dllimport) int __stdcall SetThreadStackGuarantee(unsigned long* bytes);
-extern "C" __declspec(dllimport) void __stdcall RaiseException(unsigned long code, unsigned long flags,
-                                                               unsigned long count, const unsigned long* arguments);
-
 namespace {
 
 int* volatile nowhere = nullptr;

@@ -44,7 +44,7 @@ CLASSES = (
     FUNCTIONS
     + """
 #if defined(_WIN64)
-char sizes[sizeof(CCrashReport) == 56 && sizeof(CCrashReport2) == 248 ? 1 : -1];
+char sizes[sizeof(CCrashReport) == 64 && sizeof(CCrashReport2) == 256 ? 1 : -1];
 #else
 char sizes[sizeof(CCrashReport) == 32 && sizeof(CCrashReport2) == 176 ? 1 : -1];
 #endif
@@ -183,7 +183,7 @@ def test_other_targets_are_told():
 
 # In bytes: where each member is, with 32 bits and with 64.
 LAYOUT = {
-    "CCrashReport": {"m_saved_resources": (4, 8), "m_attachments": (8, 16), "m_exception": (28, 48), "all": (32, 56)},
+    "CCrashReport": {"m_saved_resources": (4, 8), "m_attachments": (8, 16), "m_exception": (28, 56), "all": (32, 64)},
     "CCrashReport2": {
         "m_config_path": (4, 8),
         "m_script_path": (28, 40),
@@ -193,8 +193,8 @@ LAYOUT = {
         "m_system_path": (124, 168),
         "m_saved_resources": (148, 200),
         "m_attachments": (152, 208),
-        "m_exception": (172, 240),
-        "all": (176, 248),
+        "m_exception": (172, 248),
+        "all": (176, 256),
     },
 }
 

@@ -22,7 +22,7 @@ def test_reference_is_made_without_a_warning_and_is_complete(stage):
     assert (done.returncode, done.stdout) == (0, "")
     index = (stage.artifacts / "xml" / "index.xml").read_text("utf-8")
     described = set(re.findall(r'<member [^>]*kind="(?:function|variable)"><name>(\w+)</name>', index))
-    definitions = (REPO / "report/Wendax.def").read_text() + (REPO / "companions/faultkit/faultkit.def").read_text()
+    definitions = (REPO / "report/x86/Wendax.def").read_text() + (REPO / "companions/faultkit/faultkit.def").read_text()
     names = set(re.findall(r"^\??([A-Za-z]\w+)(?:@|$)", definitions.partition("EXPORTS")[2], re.M)) - {"EXPORTS"}
     assert len(names) > 15
     assert (names | {"WendaxCoverThread"}) - described == set()

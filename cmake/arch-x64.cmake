@@ -1,0 +1,12 @@
+# 64-bit Windows, as compilers, linker and crt/ are told of it.
+set(WENDAX_RING_SUFFIX "-x64")
+set(WENDAX_TARGET x86_64-pc-windows-msvc)
+set(WENDAX_MINGW /usr/x86_64-w64-mingw32)
+set(WENDAX_ARCH_DEFINITION -D_AMD64_=1)
+set(WENDAX_ARCH_WARNINGS -Wshorten-64-to-32)
+set(WENDAX_DLLTOOL_MACHINE i386:x86-64)
+set(WENDAX_LINK_ARCH "/machine:x64")
+set(WENDAX_DLL_ENTRY _DllMainCRTStartup)
+# Where images would like to lie, before the digits that each DLL gives: above 4 GB, so that an address cut to 32 bits is
+# one that nothing lies at.
+set(WENDAX_BASE 0x2)
