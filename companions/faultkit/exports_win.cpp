@@ -1,9 +1,9 @@
 // The exported functions: each holds the lock (lock.h) while it runs, and none lets anything out.
-#include "companions/faultkit/faultkit.h"
-
 #include <windows.h>
 
-#include "companions/faultkit/describe/fault_report.h"
+#include "companions/faultkit/describe/description.h"
+#include "companions/faultkit/describe/dump.h"
+#include "companions/faultkit/faultkit.h"
 #include "win/guard.h"
 #include "companions/faultkit/lock.h"
 
@@ -12,44 +12,37 @@ namespace {
 const char kBusy[] = "(no description: another thread, or a fault while describing one, is in faultkit.dll)";
 const char kFaulted[] = "(no description: making it met a fault, which was swallowed)";
 
+faultkit::Description description;
+
+// What step() returns, or what stands for it when the lock is not to be had, or when the step met a fault.
+template <class Result, class Step>
+Result run_locked(Result busy, Result faulted, Step step) {
+    const faultkit::Lock lock;
+    if (!lock)
+        return busy;
+    Result result = faulted;
+    return win::run_guarded(win::kSwallowAll, [&] { result = step(); }) ? result : faulted;
+}
+
 } // namespace
 
 extern "C" {
 
 const char* __cdecl GetFaultReason(EXCEPTION_POINTERS* pointers) {
-    const faultkit::Turn turn;
-    if (!turn)
-        return kBusy;
-    const char* text = nullptr;
-    return win::run_guarded(win::kSwallowAll, [&] { text = faultkit::make_reason(pointers); }) ? text : kFaulted;
+    return run_locked<const char*>(kBusy, kFaulted, [&] { return description.reason(pointers); });
 }
 
 const char* __cdecl GetFirstStackTraceString(unsigned int options, EXCEPTION_POINTERS* pointers) {
-    const faultkit::Turn turn;
-    if (!turn)
-        return kBusy;
-    const char* line = nullptr;
-    const bool done = win::run_guarded(win::kSwallowAll, [&] {
-        if (faultkit::begin_trace(pointers))
-            line = faultkit::next_trace_line(options, pointers);
-    });
-    return done ? line : kFaulted;
+    return run_locked<const char*>(kBusy, kFaulted, [&] { return description.first_line(options, pointers); });
 }
 
 const char* __cdecl GetNextStackTraceString(unsigned int options, EXCEPTION_POINTERS* pointers) {
-    const faultkit::Turn turn;
-    if (!turn)
-        return nullptr;
-    const char* line = nullptr;
-    return win::run_guarded(win::kSwallowAll, [&] { line = faultkit::next_trace_line(options, pointers); }) ? line
-                                                                                                            : nullptr;
+    return run_locked<const char*>(nullptr, nullptr, [&] { return description.next_line(options, pointers); });
 }
 
 int __cdecl WriteFaultDump(const char* path, EXCEPTION_POINTERS* pointers) {
-    const faultkit::Turn turn;
-    DWORD error = ERROR_BUSY;
-    if (turn && !win::run_guarded(win::kSwallowAll, [&] { error = faultkit::write_dump(path, pointers); }))
-        error = ERROR_NOACCESS;
+    const DWORD error =
+        run_locked<DWORD>(ERROR_BUSY, ERROR_NOACCESS, [&] { return faultkit::write_dump(path, pointers); });
     SetLastError(error);
     return error == ERROR_SUCCESS;
 }

@@ -5,12 +5,12 @@ namespace faultkit {
 
 // Holds the lock until its end. Waits for another thread with a timeout of some seconds; a thread that comes again
 // while it already holds the lock (a fault inside a fault's description) is refused at once.
-class Turn {
+class Lock {
 public:
-    Turn();
-    ~Turn();
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
+    Lock();
+    ~Lock();
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
 
     explicit operator bool() const { return m_held; }
 

@@ -6,7 +6,7 @@
 namespace faultkit {
 namespace {
 
-constexpr DWORD kPatience = 5000; // milliseconds
+constexpr DWORD kTimeout = 5000; // milliseconds
 
 // The thread that holds the lock, 0 for none. Not a critical section: its owner may have died with it, and it would let
 // the same thread in twice.
@@ -14,20 +14,20 @@ volatile LONG owner;
 
 } // namespace
 
-Turn::Turn() : m_held(false) {
+Lock::Lock() : m_held(false) {
     const LONG self = static_cast<LONG>(GetCurrentThreadId());
     const DWORD begin = GetTickCount();
     while (!m_held) {
         const LONG before = InterlockedCompareExchange(&owner, self, 0);
         m_held = before == 0;
-        if (before == self || (!m_held && GetTickCount() - begin >= kPatience))
+        if (before == self || (!m_held && GetTickCount() - begin >= kTimeout))
             return;
         if (!m_held)
             Sleep(1);
     }
 }
 
-Turn::~Turn() {
+Lock::~Lock() {
     if (m_held)
         InterlockedExchange(&owner, 0);
 }

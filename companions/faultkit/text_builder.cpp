@@ -52,6 +52,12 @@ TextBuilder& TextBuilder::hex(uint32_t value, int digits) {
     return *this;
 }
 
+TextBuilder& TextBuilder::address(Address value) {
+    if (sizeof value > 4)
+        hex(static_cast<uint32_t>(static_cast<uint64_t>(value) >> 32));
+    return hex(static_cast<uint32_t>(value));
+}
+
 TextBuilder& TextBuilder::short_hex(uint32_t value) {
     int digits = 1;
     while (digits < 8 && value >> (digits * 4))

@@ -2,7 +2,7 @@
 // allocates, locks or calls the C runtime's formatting.
 #pragma once
 
-#include <stdint.h>
+#include "companions/faultkit/address.h"
 
 namespace faultkit {
 
@@ -26,6 +26,8 @@ public:
     TextBuilder& character(char c);
     // Upper-case hexadecimal, exactly `digits` of them (1 to 8), the lowest ones.
     TextBuilder& hex(uint32_t value, int digits = 8);
+    // All digits that an address has in this process.
+    TextBuilder& address(Address value);
     // "0x" and as many digits as the value needs.
     TextBuilder& short_hex(uint32_t value);
     TextBuilder& decimal(uint32_t value);
@@ -33,7 +35,7 @@ public:
     const char* c_str() const { return m_storage; }
     unsigned length() const { return m_length; }
     // Characters that still fit.
-    unsigned room() const { return m_size - 1 - m_length; }
+    unsigned space() const { return m_size - 1 - m_length; }
     // Whether something did not fit; what came after it may be there all the same.
     bool overflowed() const { return m_overflowed; }
     // Drops everything after the first `length` characters and forgets an overflow: to take back a line that did not

@@ -17,7 +17,7 @@ TEST(TextBuilder, Starts_empty_and_terminated) {
     char storage[4] = {'x', 'x', 'x', 'x'};
     const TextBuilder text(storage);
     EXPECT_STREQ(text.c_str(), "");
-    EXPECT_EQ(text.room(), 3u);
+    EXPECT_EQ(text.space(), 3u);
 }
 
 TEST(TextBuilder, Joins_texts_and_characters_and_takes_null_for_nothing) {
@@ -71,7 +71,7 @@ TEST(TextBuilder, What_does_not_fit_is_dropped_and_remembered) {
     text.text("ef").decimal(7);
     EXPECT_TRUE(text.overflowed());
     EXPECT_STREQ(text.c_str(), "abcd");
-    EXPECT_EQ(text.room(), 0u);
+    EXPECT_EQ(text.space(), 0u);
 }
 
 TEST(TextBuilder, Cutting_takes_a_line_back) {

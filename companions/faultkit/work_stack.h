@@ -10,9 +10,9 @@ enum class Outcome {
 };
 
 // Runs work(data) on the calling thread if its stack has space for the debugging library, otherwise on a thread of its
-// own, for which it waits `patience` milliseconds at most (a timeout). `data` must be static. After an abandoned thread
-// the library stays in memory for good.
-Outcome run_with_room(void (*work)(void*), void* data, unsigned patience);
+// own, for which it waits `timeout` milliseconds at most. `data` must be static. After an abandoned thread the library
+// stays in memory for good.
+Outcome run_on_large_stack(void (*work)(void*), void* data, unsigned timeout);
 
 // Whether a thread was abandoned before: what it uses can't be used any more.
 bool was_abandoned();

@@ -3,14 +3,13 @@
 #include "companions/faultkit/work_stack.h"
 
 #include <windows.h>
-#include <stdint.h>
 
 namespace faultkit {
 namespace {
 
-constexpr uint32_t kNeeded = 128 * 1024; // bytes; reading a large PDB under Wine and Windows takes a good half of it
-constexpr uint32_t kThreadStack = 1024 * 1024;
-constexpr uint32_t kGuardPages = 3 * 4096;
+constexpr int kNeeded = 128 * 1024; // bytes; reading a large PDB under Wine and Windows takes a good half of it
+constexpr int kThreadStack = 1024 * 1024;
+constexpr int kGuardPages = 3 * 4096;
 
 struct Work {
     void (*work)(void*);
@@ -25,18 +24,18 @@ DWORD WINAPI run_work(void*) {
     return 0;
 }
 
-bool stack_has_room() {
+bool is_large() {
     MEMORY_BASIC_INFORMATION region;
-    const uint32_t here = reinterpret_cast<uint32_t>(&region);
+    const char* const here = reinterpret_cast<const char*>(&region);
     if (!VirtualQuery(&region, &region, sizeof region))
         return false;
-    return here - reinterpret_cast<uint32_t>(region.AllocationBase) >= kNeeded + kGuardPages;
+    return here - static_cast<const char*>(region.AllocationBase) >= kNeeded + kGuardPages;
 }
 
 } // namespace
 
-Outcome run_with_room(void (*work)(void*), void* data, unsigned patience) {
-    if (stack_has_room()) {
+Outcome run_on_large_stack(void (*work)(void*), void* data, unsigned timeout) {
+    if (is_large()) {
         work(data);
         return Outcome::kDone;
     }
@@ -47,7 +46,7 @@ Outcome run_with_room(void (*work)(void*), void* data, unsigned patience) {
         CreateThread(nullptr, kThreadStack, run_work, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     if (!thread)
         return Outcome::kNoThread;
-    abandoned = WaitForSingleObject(thread, patience) != WAIT_OBJECT_0;
+    abandoned = WaitForSingleObject(thread, timeout) != WAIT_OBJECT_0;
     CloseHandle(thread);
     if (!abandoned)
         return Outcome::kDone;

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "companions/faultkit/capture/memory.h"
+#include "companions/faultkit/memory.h"
 #include "companions/faultkit/capture/module_table.h"
 
 namespace faultkit {

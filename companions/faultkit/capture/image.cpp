@@ -9,11 +9,12 @@
 namespace faultkit {
 namespace {
 
-// Offsets in the headers of a 32-bit image, from the signature "PE\0\0" on.
+// Offsets in the headers of an image, from the signature "PE\0\0" on. A 64-bit one has wider fields in the middle.
+constexpr bool kWide = sizeof(Address) == 8;
 constexpr uint32_t kSectionCountAt = 6, kTimeStampAt = 8, kOptionalSizeAt = 20, kOptionalAt = 24;
-constexpr uint32_t kImageSizeAt = kOptionalAt + 56, kDirectoryCountAt = kOptionalAt + 92;
-constexpr uint32_t kDirectoriesAt = kOptionalAt + 96;
-constexpr uint16_t kMagic32 = 0x10B;
+constexpr uint32_t kImageSizeAt = kOptionalAt + 56, kDirectoryCountAt = kOptionalAt + (kWide ? 108 : 92);
+constexpr uint32_t kDirectoriesAt = kDirectoryCountAt + 4;
+constexpr uint16_t kMagic = kWide ? 0x20B : 0x10B;
 constexpr uint32_t kResourceDirectory = 2, kDebugDirectory = 6;
 constexpr uint32_t kSectionSize = 40, kExecutable = 0x20000000;
 constexpr uint32_t kMostSections = 96; // the loader's own limit
@@ -26,7 +27,7 @@ struct Directory {
 
 struct Headers {
     Memory& memory;
-    uint32_t base, signature; // address of "PE\0\0"
+    Address base, signature; // address of "PE\0\0"
     uint32_t size;
 
     bool contains(uint32_t offset, uint32_t length) const { return offset <= size && size - offset >= length; }
@@ -48,7 +49,7 @@ void read_sections(const Headers& headers, Image* image) {
         !headers.memory.read_u16(headers.signature + kOptionalSizeAt, &optional_size))
         return;
     for (uint32_t i = 0; i < count && i < kMostSections && image->range_count < Image::kMostRanges; ++i) {
-        const uint32_t section = headers.signature + kOptionalAt + optional_size + i * kSectionSize;
+        const Address section = headers.signature + kOptionalAt + optional_size + i * kSectionSize;
         uint32_t virtual_size = 0, offset = 0, raw_size = 0, flags = 0;
         if (!headers.memory.read_u32(section + 8, &virtual_size) || !headers.memory.read_u32(section + 12, &offset) ||
             !headers.memory.read_u32(section + 16, &raw_size) || !headers.memory.read_u32(section + 36, &flags))
@@ -59,9 +60,9 @@ void read_sections(const Headers& headers, Image* image) {
     }
 }
 
-void keep_file_name(Memory& memory, uint32_t address, uint32_t room, PdbIdentity* pdb) {
+void keep_file_name(Memory& memory, Address address, uint32_t size, PdbIdentity* pdb) {
     char path[260];
-    memory.read_text(address, path, room < sizeof path ? room : sizeof path);
+    memory.read_text(address, path, size < sizeof path ? size : sizeof path);
     const char* name = path;
     for (const char* at = path; *at; ++at)
         if (*at == '\\' || *at == '/')
@@ -71,7 +72,7 @@ void keep_file_name(Memory& memory, uint32_t address, uint32_t room, PdbIdentity
 
 // The two records start with their signature; RSDS goes on with GUID, age and path, NB10 with offset, signature, age,
 // path.
-void read_code_view(Memory& memory, uint32_t address, uint32_t length, PdbIdentity* pdb) {
+void read_code_view(Memory& memory, Address address, uint32_t length, PdbIdentity* pdb) {
     uint32_t words[6] = {};
     if (length < 16 || !memory.read(address, words, length < sizeof words ? 16 : sizeof words))
         return;
@@ -109,16 +110,16 @@ void read_pdb_identity(const Headers& headers, PdbIdentity* pdb) {
 
 } // namespace
 
-bool read_image(Memory& memory, uint32_t base, Image* image) {
+bool read_image(Memory& memory, Address base, Image* image) {
     *image = Image();
     image->base = base;
     uint16_t dos = 0, magic = 0;
     uint32_t offset = 0, signature = 0;
     if (!memory.read_u16(base, &dos) || dos != 0x5A4D || !memory.read_u32(base + 0x3C, &offset) || offset > 0x100000 ||
         !memory.read_u32(base + offset, &signature) || signature != 0x4550 ||
-        !memory.read_u16(base + offset + kOptionalAt, &magic) || magic != kMagic32 ||
+        !memory.read_u16(base + offset + kOptionalAt, &magic) || magic != kMagic ||
         !memory.read_u32(base + offset + kTimeStampAt, &image->time_stamp) ||
-        !memory.read_u32(base + offset + kImageSizeAt, &image->size) || image->size > 0u - base)
+        !memory.read_u32(base + offset + kImageSizeAt, &image->size) || image->size > Address() - base)
         return false;
     const Headers headers = {memory, base, base + offset, image->size};
     read_sections(headers, image);

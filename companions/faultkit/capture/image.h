@@ -4,7 +4,7 @@
 
 #include <stdint.h>
 
-#include "companions/faultkit/capture/memory.h"
+#include "companions/faultkit/memory.h"
 
 namespace faultkit {
 
@@ -16,28 +16,25 @@ struct PdbIdentity {
 };
 
 struct CodeRange {
-    uint32_t begin, end; // addresses; end is one past the last byte
+    Address begin, end; // end is one past the last byte
 };
 
 struct Image {
     static constexpr unsigned kMostRanges = 4;
 
-    uint32_t base, size; // size in bytes as mapped
+    Address base;
+    uint32_t size;       // in bytes as mapped
     uint32_t time_stamp; // seconds since 1970, or a hash of the contents, as the linker chose
     uint16_t version[4]; // major, minor, build, revision of the file version
     bool has_version;
     unsigned range_count;
     CodeRange code[kMostRanges]; // executable sections; what goes beyond kMostRanges is left out
     PdbIdentity pdb;
-
-    // Whether both are the same module at the same place.
-    bool is_same_as(const Image& other) const {
-        return base == other.base && time_stamp == other.time_stamp && range_count == other.range_count;
-    }
 };
 
-// Reads the headers of the 32-bit module mapped at base. Returns false when there is no such module. A damaged version
-// or debug record leaves has_version false or pdb.key empty; nothing outside [base, base + size) is followed.
-bool read_image(Memory& memory, uint32_t base, Image* image);
+// Reads the headers of the module mapped at base, if it is of the process's own kind (32 or 64 bits). Returns false
+// when there is no such module. A damaged version or debug record leaves has_version false or pdb.key empty; nothing
+// outside [base, base + size) is followed.
+bool read_image(Memory& memory, Address base, Image* image);
 
 } // namespace faultkit

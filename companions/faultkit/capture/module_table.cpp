@@ -1,8 +1,6 @@
 // Unloaded modules are in the order in which they went. Of several that were at one address the last one counts.
 #include "companions/faultkit/capture/module_table.h"
 
-#include <string.h>
-
 namespace faultkit {
 
 Module* ModuleTable::next() {
@@ -30,7 +28,7 @@ void ModuleTable::add_unloaded(const UnloadedModule& module) {
     m_unloaded[m_unloaded_count++] = module;
 }
 
-void ModuleTable::drop_newcomer(uint32_t base) {
+void ModuleTable::drop_newcomer(Address base) {
     for (unsigned i = 0; i < m_count; ++i) {
         const Image& image = m_modules[i].image;
         if (image.base != base)
@@ -43,35 +41,21 @@ void ModuleTable::drop_newcomer(uint32_t base) {
     }
 }
 
-bool ModuleTable::is_same_as(const ModuleTable& other) const {
-    if (m_count != other.m_count || m_unloaded_count != other.m_unloaded_count)
-        return false;
-    for (unsigned i = 0; i < m_count; ++i) {
-        const Module &ours = m_modules[i], &theirs = other.m_modules[i];
-        if (!ours.image.is_same_as(theirs.image) || strcmp(ours.name, theirs.name) != 0)
-            return false;
-    }
-    for (unsigned i = 0; i < m_unloaded_count; ++i)
-        if (m_unloaded[i].base != other.m_unloaded[i].base || strcmp(m_unloaded[i].name, other.m_unloaded[i].name) != 0)
-            return false;
-    return true;
-}
-
-const Module* ModuleTable::find(uint32_t address) const {
+const Module* ModuleTable::find(Address address) const {
     for (unsigned i = 0; i < m_count; ++i)
         if (address - m_modules[i].image.base < m_modules[i].image.size)
             return &m_modules[i];
     return nullptr;
 }
 
-const UnloadedModule* ModuleTable::find_unloaded(uint32_t address) const {
+const UnloadedModule* ModuleTable::find_unloaded(Address address) const {
     for (unsigned i = m_unloaded_count; i-- > 0;)
         if (address - m_unloaded[i].base < m_unloaded[i].size)
             return &m_unloaded[i];
     return nullptr;
 }
 
-bool ModuleTable::is_or_was_code(uint32_t address) const {
+bool ModuleTable::is_or_was_code(Address address) const {
     if (find(address))
         return find_code(address) != nullptr;
     // The first page of a module holds its headers.
@@ -79,7 +63,7 @@ bool ModuleTable::is_or_was_code(uint32_t address) const {
     return gone && address - gone->base >= 0x1000;
 }
 
-const CodeRange* ModuleTable::find_code(uint32_t address) const {
+const CodeRange* ModuleTable::find_code(Address address) const {
     const Module* module = find(address);
     for (unsigned i = 0; module && i < module->image.range_count; ++i)
         if (address - module->image.code[i].begin < module->image.code[i].end - module->image.code[i].begin)

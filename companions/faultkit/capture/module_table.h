@@ -10,13 +10,13 @@ namespace faultkit {
 struct Module {
     Image image;
     char name[64];  // file name without folder
-    bool is_named;  // by the system; else the name is the next best
     bool of_system; // lies in a folder of the operating system
 };
 
 // A module that is gone: what the loader remembers about it.
 struct UnloadedModule {
-    uint32_t base, size, time_stamp;
+    Address base;
+    uint32_t size, time_stamp;
     char name[36];
 };
 
@@ -36,10 +36,7 @@ public:
     void add_unloaded(const UnloadedModule& module);
 
     // Drops the module at base if it lies where one was unloaded before: it is younger than the fault then.
-    void drop_newcomer(uint32_t base);
-
-    // Whether the other table names the same modules, loaded and unloaded, in the same order.
-    bool is_same_as(const ModuleTable& other) const;
+    void drop_newcomer(Address base);
 
     unsigned count() const { return m_count; }
     const Module& operator[](unsigned index) const { return m_modules[index]; }
@@ -48,13 +45,13 @@ public:
     const UnloadedModule& unloaded(unsigned index) const { return m_unloaded[index]; }
 
     // The module that holds the address, or null.
-    const Module* find(uint32_t address) const;
+    const Module* find(Address address) const;
     // The newest unloaded module that held the address, or null. Only for addresses that no loaded module holds.
-    const UnloadedModule* find_unloaded(uint32_t address) const;
+    const UnloadedModule* find_unloaded(Address address) const;
     // Whether the address is code now, or was before its module was unloaded.
-    bool is_or_was_code(uint32_t address) const;
+    bool is_or_was_code(Address address) const;
     // The executable section that holds the address, or null.
-    const CodeRange* find_code(uint32_t address) const;
+    const CodeRange* find_code(Address address) const;
 
 private:
     void remove_unloaded(unsigned index);

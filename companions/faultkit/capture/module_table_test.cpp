@@ -1,16 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-#include <memory>
-
 #include "testing/cxx/fake_process.h"
 
 namespace {
 
 using faultkit::FakeProcess;
-using faultkit::Module;
 using faultkit::ModuleTable;
-using faultkit::UnloadedModule;
 
 TEST(ModuleTable, Finds_the_module_of_each_of_its_addresses_and_no_other) {
     FakeProcess process;
@@ -39,37 +34,6 @@ TEST(ModuleTable, Modules_beyond_its_size_are_counted) {
     EXPECT_EQ(modules.next(), nullptr);
     EXPECT_EQ(modules.count(), ModuleTable::kMostModules);
     EXPECT_EQ(modules.left_out(), 2u);
-}
-
-TEST(ModuleTable, Is_the_same_only_with_the_same_modules) {
-    FakeProcess process, other;
-    EXPECT_TRUE(process.modules.is_same_as(other.modules));
-    const auto differs = [&](auto change) {
-        other = FakeProcess();
-        change(const_cast<Module&>(other.modules[0]));
-        return !process.modules.is_same_as(other.modules);
-    };
-    EXPECT_TRUE(differs([](Module& module) { ++module.image.base; }));
-    EXPECT_TRUE(differs([](Module& module) { ++module.image.time_stamp; }));
-    EXPECT_TRUE(differs([](Module& module) { --module.image.range_count; }));
-    EXPECT_TRUE(differs([](Module& module) { module.name[0] = '?'; }));
-    EXPECT_TRUE(differs([&](Module&) { other.modules.clear(); }));
-}
-
-TEST(ModuleTable, Is_the_same_only_with_the_same_unloaded_modules) {
-    const auto table_with = [](std::initializer_list<UnloadedModule> gone) {
-        auto modules = std::make_unique<ModuleTable>();
-        modules->clear();
-        for (const UnloadedModule& module : gone)
-            modules->add_unloaded(module);
-        return modules;
-    };
-    const UnloadedModule guest = {0x1000, 0x1000, 1, "guest.dll"};
-    const auto table = table_with({guest});
-    EXPECT_TRUE(table->is_same_as(*table_with({guest})));
-    EXPECT_FALSE(table->is_same_as(*table_with({})));
-    EXPECT_FALSE(table->is_same_as(*table_with({{0x2000, 0x1000, 1, "guest.dll"}})));
-    EXPECT_FALSE(table->is_same_as(*table_with({{0x1000, 0x1000, 1, "other.dll"}})));
 }
 
 TEST(ModuleTable, Newest_unloaded_module_of_an_address_wins) {

@@ -1,10 +1,6 @@
-// Reading memory that may not be there.
 #pragma once
 
-#include <windows.h>
-#include <stdint.h>
-
-#include "companions/faultkit/capture/memory.h"
+#include "companions/faultkit/memory.h"
 
 namespace faultkit {
 
@@ -12,14 +8,14 @@ namespace faultkit {
 // stack's growth), counts as unreadable. One thread at a time.
 class ProcessMemory : public Memory {
 public:
-    bool read(uint32_t address, void* to, uint32_t size) override;
+    bool read(Address address, void* to, uint32_t size) override;
     // What is known about pages is forgotten: before each new fault.
     void forget() { m_begin = m_end = 0; }
 
 private:
-    bool is_readable(uint32_t address, uint32_t size);
+    bool is_readable(Address address, uint32_t size);
 
-    uint32_t m_begin = 0, m_end = 0; // the region found readable last
+    Address m_begin = 0, m_end = 0; // the region found readable last
 };
 
 } // namespace faultkit

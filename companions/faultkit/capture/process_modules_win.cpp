@@ -1,9 +1,7 @@
-// Walks the address space by VirtualQuery. Names come from ntdll's record of mapped files, unloaded modules from the
-// loader's ring buffer of events.
+// Walks the address space by VirtualQuery. Names come from ntdll's record of mapped files.
 #include "companions/faultkit/capture/process_modules.h"
 
 #include <windows.h>
-#include <string.h>
 
 #include "companions/faultkit/text_builder.h"
 #include "win/library.h"
@@ -13,30 +11,11 @@ namespace {
 
 // ntdll's view of a mapped file, which the documented calls only copy into heap memory first.
 struct CountedText {
-    uint16_t bytes, room;
+    uint16_t bytes, capacity;
     const wchar_t* text;
 };
 constexpr int kMappedFileName = 2;
 using QueryVirtualMemory = LONG NTAPI(HANDLE process, void* address, int what, void* to, SIZE_T size, SIZE_T* needed);
-
-// One entry of the loader's record of unloaded modules. Newer systems append fields, so the size is asked for.
-struct UnloadEvent {
-    uint32_t base, size, sequence, time_stamp, checksum;
-    wchar_t name[32];
-};
-constexpr uint32_t kOldEventCount = 16;
-using GetUnloadTrace = const UnloadEvent* NTAPI();
-using GetUnloadTraceEx = void NTAPI(const uint32_t** size, const uint32_t** count, const UnloadEvent*** events);
-
-// A text that can't be had is "?", and the answer false.
-bool to_ansi(const wchar_t* text, unsigned length, char* to, unsigned size) {
-    const int count = WideCharToMultiByte(CP_ACP, 0, text, static_cast<int>(length), to, static_cast<int>(size - 1),
-                                          nullptr, nullptr);
-    to[count > 0 ? count : 0] = '\0';
-    if (count <= 0)
-        TextBuilder(to, size).character('?');
-    return count > 0;
-}
 
 bool equal_fold(const wchar_t* text, const char* lower, unsigned length) {
     for (unsigned i = 0; i < length; ++i)
@@ -60,120 +39,72 @@ bool is_in_system_folder(const wchar_t* path, unsigned length) {
 // Storage is static, as the stack may be nearly used up; the lock that the caller holds guards it.
 alignas(8) char name_storage[1024];
 
-// For Wine each question is a request to its server.
-bool name_as_before(const ModuleTable& known, Module* module) {
-    const Module* const before = known.find(module->image.base);
-    if (!before || !before->is_named || !before->image.is_same_as(module->image))
-        return false;
-    memcpy(module->name, before->name, sizeof module->name);
-    module->is_named = true;
-    module->of_system = before->of_system;
-    return true;
+// What fails for once, as it does where memory is short, would be missing in all that is said of the fault.
+template <class Step>
+bool try_twice(Step step) {
+    return step() || step();
 }
 
-void name_module(QueryVirtualMemory* query, Module* module) {
+bool ask_name(QueryVirtualMemory* query, Module* module) {
     SIZE_T needed = 0;
     const CountedText* path = reinterpret_cast<const CountedText*>(name_storage);
-    module->is_named = module->of_system = false;
     if (!query || query(GetCurrentProcess(), reinterpret_cast<void*>(module->image.base), kMappedFileName, name_storage,
-                        sizeof name_storage, &needed) != 0) {
-        // The next best: the PDB has the module's name, with another extension.
-        TextBuilder(module->name).text(module->image.pdb.file[0] ? module->image.pdb.file : "?");
-        return;
-    }
+                        sizeof name_storage, &needed) != 0)
+        return false;
     const unsigned length = path->bytes / sizeof(wchar_t);
     unsigned name = length;
     while (name && path->text[name - 1] != L'\\')
         --name;
-    module->is_named = to_ansi(path->text + name, length - name, module->name, sizeof module->name);
     module->of_system = is_in_system_folder(path->text, length);
+    return to_ansi(path->text + name, length - name, module->name, sizeof module->name);
 }
 
-// The loader's record: a ring, whose newest entry has the highest sequence number.
-struct UnloadRecord {
-    Memory& memory;
-    const UnloadEvent* events;
-    uint32_t size, count;
-
-    bool read(uint32_t index, UnloadEvent* event) const {
-        return index < count && memory.read(reinterpret_cast<uint32_t>(events) + index * size, event, sizeof *event) &&
-               event->base;
-    }
-};
-
-UnloadRecord open_unload_record(Memory& memory) {
-    const HMODULE ntdll = GetModuleHandleA("ntdll.dll");
-    if (auto* get = win::function_of<GetUnloadTraceEx>(ntdll, "RtlGetUnloadEventTraceEx")) {
-        const uint32_t *size = nullptr, *count = nullptr;
-        const UnloadEvent** events = nullptr;
-        get(&size, &count, &events);
-        if (size && count && events && *size >= sizeof(UnloadEvent))
-            return {memory, *events, *size, *count};
-    } else if (auto* get_old = win::function_of<GetUnloadTrace>(ntdll, "RtlGetUnloadEventTrace")) {
-        return {memory, get_old(), sizeof(UnloadEvent), kOldEventCount};
-    }
-    return {memory, nullptr, 0, 0};
-}
-
-bool is_ignored(uint32_t sequence, const UnloadStretch* ignored, unsigned count) {
-    for (unsigned i = 0; i < count; ++i)
-        if (sequence >= ignored[i].begin && sequence < ignored[i].end)
-            return true;
-    return false;
+void name_module(QueryVirtualMemory* query, Module* module) {
+    module->of_system = false;
+    module->name[0] = '\0';
+    // The next best: the PDB has the module's name, with another extension.
+    if (!try_twice([&] { return ask_name(query, module); }) && !module->name[0])
+        TextBuilder(module->name).text(module->image.pdb.file[0] ? module->image.pdb.file : "?");
 }
 
 } // namespace
 
-void list_process_modules(Memory& memory, const ModuleTable* known, ModuleTable* modules) {
-    QueryVirtualMemory* const query =
-        win::function_of<QueryVirtualMemory>(GetModuleHandleA("ntdll.dll"), "NtQueryVirtualMemory");
+bool to_ansi(const wchar_t* text, unsigned length, char* to, unsigned size) {
+    const int count = WideCharToMultiByte(CP_ACP, 0, text, static_cast<int>(length), to, static_cast<int>(size - 1),
+                                          nullptr, nullptr);
+    to[count > 0 ? count : 0] = '\0';
+    if (count <= 0)
+        TextBuilder(to, size).character('?');
+    return count > 0;
+}
+
+void list_process_modules(Memory& memory, ModuleTable* modules) {
+    QueryVirtualMemory* query = nullptr;
+    try_twice([&] {
+        query = win::function_of<QueryVirtualMemory>(GetModuleHandleA("ntdll.dll"), "NtQueryVirtualMemory");
+        return query != nullptr;
+    });
     MEMORY_BASIC_INFORMATION region;
     void* last = nullptr;
-    for (uint32_t at = 0; VirtualQuery(reinterpret_cast<void*>(at), &region, sizeof region);) {
+    Address at = 0;
+    while (try_twice([&] { return VirtualQuery(reinterpret_cast<void*>(at), &region, sizeof region) != 0; })) {
         if (region.Type == MEM_IMAGE && region.AllocationBase != last) {
             last = region.AllocationBase;
             Module* module = modules->next();
-            if (module && read_image(memory, reinterpret_cast<uint32_t>(last), &module->image)) {
-                if (!known || !name_as_before(*known, module))
-                    name_module(query, module);
+            if (module &&
+                try_twice([&] { return read_image(memory, reinterpret_cast<Address>(last), &module->image); })) {
+                name_module(query, module);
                 modules->commit();
             }
         }
-        const uint32_t next = reinterpret_cast<uint32_t>(region.BaseAddress) + static_cast<uint32_t>(region.RegionSize);
+        const Address next = reinterpret_cast<Address>(region.BaseAddress) + region.RegionSize;
         if (next <= at)
             break;
         at = next;
     }
 }
 
-uint32_t next_unload_sequence(Memory& memory) {
-    const UnloadRecord record = open_unload_record(memory);
-    UnloadEvent event;
-    uint32_t next = 0;
-    for (uint32_t i = 0; record.read(i, &event); ++i)
-        next = event.sequence >= next ? event.sequence + 1 : next;
-    return next;
-}
-
-void list_unloaded_modules(Memory& memory, const UnloadStretch* ignored, unsigned ignored_count, ModuleTable* modules) {
-    constexpr uint32_t kMostEvents = 64;
-    const UnloadRecord record = open_unload_record(memory);
-    const uint32_t next = next_unload_sequence(memory);
-    UnloadEvent event;
-    for (uint32_t back = next < kMostEvents ? next : kMostEvents; back > 0; --back)
-        for (uint32_t i = 0; record.read(i, &event); ++i) {
-            if (event.sequence != next - back || is_ignored(event.sequence, ignored, ignored_count))
-                continue;
-            UnloadedModule gone = {event.base, event.size, event.time_stamp, {}};
-            unsigned length = 0;
-            while (length < 32 && event.name[length])
-                ++length;
-            to_ansi(event.name, length, gone.name, sizeof gone.name);
-            modules->add_unloaded(gone);
-        }
-}
-
-const char* describe_memory_at(uint32_t address) {
+const char* describe_memory_at(Address address) {
     MEMORY_BASIC_INFORMATION region;
     if (!VirtualQuery(reinterpret_cast<void*>(address), &region, sizeof region))
         return "outside the process's address space";

@@ -1,36 +1,55 @@
-// The caller's exception pointers, copied with care, and the modules around them.
+// A fault as it was found: what the exception pointers led to, and the modules of the process around it.
 #pragma once
 
 #include <windows.h>
 
-#include "companions/faultkit/walk/x86/frame_walker.h"
-#include "companions/faultkit/capture/process_memory.h"
+#include "companions/faultkit/capture/fault_facts.h"
 #include "companions/faultkit/capture/module_table.h"
-#include "companions/faultkit/walk/symbol_session.h"
+#include "companions/faultkit/capture/process_memory.h"
+#include "companions/faultkit/capture/unloaded_modules.h"
 #include "win/guard.h"
 
 namespace faultkit {
 
-// In static storage, as it is large. Guarded by the lock that the caller holds (lock.h).
-struct FaultContext {
-    ModuleTable modules;
+// Copies of what is behind exception pointers.
+struct ExceptionCopy {
     EXCEPTION_RECORD record;
     CONTEXT context;
     bool has_record, has_context; // has_context: with the control registers
 
-    // Copies what can be read behind the pointers, which may be null or wrong, and lists the modules. A fault on the
-    // way is kept in *fault (code 0 for none), and what there is by then is used. before: an earlier capture, whose
-    // names of modules are taken over, or null.
-    void capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
-                 const FaultContext* before, win::Fault* fault);
-
-    // Whether both are of the same fault, among the same modules.
-    bool is_same_as(const FaultContext& other) const;
-
-    // The frame of the faulting instruction.
-    Frame interrupted() const;
-    // One past the stack that holds the address.
-    uint32_t stack_end_for(uint32_t address) const;
+    // The pointers may be null or wrong. Returns false when neither record nor context can be read.
+    bool read(Memory& memory, const EXCEPTION_POINTERS* pointers);
 };
+
+// In static storage, as it is large.
+class Snapshot {
+public:
+    // Takes the fault of the calling thread. Returns false, and stays as it is, when the pointers lead nowhere. A
+    // fault that is met on the way is kept, and what there is by then is used.
+    bool take(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const OwnUnloads& own);
+
+    // Whether it was taken on this thread for these pointers, and they still lead to the same record and context.
+    bool is_of(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers);
+
+    const CONTEXT* context() const { return m_copy.has_context ? &m_copy.context : nullptr; }
+    const FaultFacts& facts() const { return m_facts; }
+    const ModuleTable& modules() const { return m_modules; }
+    // Faults met while modules were listed, and while the facts were gathered; code 0 for none.
+    const win::Fault& listing_fault() const { return m_listing_fault; }
+    const win::Fault& gathering_fault() const { return m_gathering_fault; }
+
+private:
+    void list_modules(Memory& memory, const OwnUnloads& own);
+    void gather_facts(Memory& memory);
+
+    const EXCEPTION_POINTERS* m_pointers;
+    ExceptionCopy m_copy, m_later; // m_later: read last
+    FaultFacts m_facts;
+    ModuleTable m_modules;
+    win::Fault m_listing_fault, m_gathering_fault;
+};
+
+// One past the stack that holds the address.
+Address stack_end_for(Address address);
 
 } // namespace faultkit

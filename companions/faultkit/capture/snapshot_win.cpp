@@ -1,63 +1,97 @@
-// The caller's pointers may be wrong, so they are followed through ProcessMemory and never directly.
+// The caller's pointers may be wrong, so they are followed through Memory and never directly.
 #include "companions/faultkit/capture/snapshot.h"
 
-#include <stddef.h>
 #include <string.h>
 
 #include "companions/faultkit/capture/process_modules.h"
+#include "companions/faultkit/capture/registers_of_context.h"
+#include "companions/faultkit/capture/thrown_type.h"
 
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace faultkit {
 
-void FaultContext::capture(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const SymbolSession& session,
-                           const FaultContext* before, win::Fault* fault) {
-    memory.forget();
-    modules.clear();
-    *fault = {};
+bool ExceptionCopy::read(Memory& memory, const EXCEPTION_POINTERS* pointers) {
     EXCEPTION_POINTERS copied = {};
-    memory.read(reinterpret_cast<uint32_t>(pointers), &copied, sizeof copied);
+    memory.read(reinterpret_cast<Address>(pointers), &copied, sizeof copied);
     has_record = copied.ExceptionRecord &&
-                 memory.read(reinterpret_cast<uint32_t>(copied.ExceptionRecord), &record, sizeof record);
+                 memory.read(reinterpret_cast<Address>(copied.ExceptionRecord), &record, sizeof record);
     // The extended registers at the end are missing where only the older part was saved.
     context = CONTEXT();
-    const uint32_t at = reinterpret_cast<uint32_t>(copied.ContextRecord);
-    has_context = at && (memory.read(at, &context, sizeof context) ||
-                         memory.read(at, &context, offsetof(CONTEXT, ExtendedRegisters)));
-    has_context = has_context && (context.ContextFlags & CONTEXT_CONTROL) == CONTEXT_CONTROL;
+    const Address at = reinterpret_cast<Address>(copied.ContextRecord);
+    has_context = at && (memory.read(at, &context, sizeof context) || memory.read(at, &context, kShortestContext)) &&
+                  (context.ContextFlags & CONTEXT_CONTROL) == CONTEXT_CONTROL;
     if (!has_record)
         record = EXCEPTION_RECORD();
     if (!has_record && has_context)
-        record.ExceptionAddress = reinterpret_cast<void*>(context.Eip);
-    win::run_guarded(win::swallow_and_note(fault), [&] {
-        list_process_modules(memory, before ? &before->modules : nullptr, &modules);
-        list_unloaded_modules(memory, session.unloads(), session.unload_count(), &modules);
-        // This library is usually loaded after the fault, perhaps at the place of the very module that is missing.
-        modules.drop_newcomer(reinterpret_cast<uint32_t>(&__ImageBase));
-    });
+        record.ExceptionAddress = reinterpret_cast<void*>(instruction_of(context));
+    return has_record || has_context;
 }
 
-bool FaultContext::is_same_as(const FaultContext& other) const {
-    return memcmp(&record, &other.record, sizeof record) == 0 &&
-           memcmp(&context, &other.context, sizeof context) == 0 && modules.is_same_as(other.modules);
+bool Snapshot::take(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const OwnUnloads& own) {
+    memory.forget();
+    if (!m_later.read(memory, pointers))
+        return false;
+    m_copy = m_later;
+    m_pointers = pointers;
+    m_modules.clear();
+    m_facts = FaultFacts();
+    m_listing_fault = m_gathering_fault = {};
+    win::run_guarded(win::swallow_and_note(&m_listing_fault), [&] { list_modules(memory, own); });
+    win::run_guarded(win::swallow_and_note(&m_gathering_fault), [&] { gather_facts(memory); });
+    return true;
 }
 
-Frame FaultContext::interrupted() const {
-    if (has_context)
-        return {context.Eip, context.Esp, context.Ebp, FrameOrigin::kInterrupted};
-    return {reinterpret_cast<uint32_t>(record.ExceptionAddress), 0, 0, FrameOrigin::kInterrupted};
+bool Snapshot::is_of(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers) {
+    memory.forget();
+    return m_pointers == pointers && m_facts.thread == GetCurrentThreadId() && m_later.read(memory, pointers) &&
+           memcmp(&m_copy.record, &m_later.record, sizeof m_copy.record) == 0 &&
+           memcmp(&m_copy.context, &m_later.context, sizeof m_copy.context) == 0;
 }
 
-uint32_t FaultContext::stack_end_for(uint32_t address) const {
+void Snapshot::list_modules(Memory& memory, const OwnUnloads& own) {
+    list_process_modules(memory, &m_modules);
+    list_unloaded_modules(memory, own, &m_modules);
+    // This library is usually loaded after the fault, perhaps at the place of the very module that is missing.
+    m_modules.drop_newcomer(reinterpret_cast<Address>(&__ImageBase));
+}
+
+void Snapshot::gather_facts(Memory& memory) {
+    const EXCEPTION_RECORD& record = m_copy.record;
+    FaultFacts& facts = m_facts;
+    facts.has_record = m_copy.has_record;
+    facts.code = record.ExceptionCode;
+    facts.address = reinterpret_cast<Address>(record.ExceptionAddress);
+    facts.thread = GetCurrentThreadId();
+    facts.executable = reinterpret_cast<Address>(GetModuleHandleA(nullptr));
+    facts.parameter_count = record.NumberParameters < 4 ? record.NumberParameters : 4;
+    for (uint32_t i = 0; i < facts.parameter_count; ++i)
+        facts.parameters[i] = record.ExceptionInformation[i];
+    facts.has_registers = m_copy.has_context;
+    if (m_copy.has_context) {
+        copy_registers(m_copy.context, &facts.registers);
+        copy_float_state(m_copy.context, &facts.floating);
+    }
+    if (facts.parameter_count >= 2)
+        facts.memory = describe_memory_at(facts.parameters[1]);
+    if (facts.code == kCxxException)
+        read_thrown_type(memory, facts.parameters, facts.parameter_count, facts.thrown_type);
+    // The last bytes of a page may be all there is.
+    for (uint32_t size = sizeof facts.code_bytes; size && !facts.code_byte_count; size /= 2)
+        if (memory.read(facts.address, facts.code_bytes, size))
+            facts.code_byte_count = size;
+}
+
+Address stack_end_for(Address address) {
     const NT_TIB* thread = reinterpret_cast<const NT_TIB*>(NtCurrentTeb());
-    const uint32_t base = reinterpret_cast<uint32_t>(thread->StackBase);
-    if (address >= reinterpret_cast<uint32_t>(thread->StackLimit) && address < base)
+    const Address base = reinterpret_cast<Address>(thread->StackBase);
+    if (address >= reinterpret_cast<Address>(thread->StackLimit) && address < base)
         return base;
     // A fiber's stack, or another thread's: the end of the region.
     MEMORY_BASIC_INFORMATION region;
     if (!VirtualQuery(reinterpret_cast<void*>(address), &region, sizeof region) || region.State != MEM_COMMIT)
         return address;
-    return reinterpret_cast<uint32_t>(region.BaseAddress) + static_cast<uint32_t>(region.RegionSize);
+    return reinterpret_cast<Address>(region.BaseAddress) + region.RegionSize;
 }
 
 } // namespace faultkit

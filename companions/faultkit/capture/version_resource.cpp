@@ -13,7 +13,8 @@ constexpr uint32_t kFixedInfoOffset = 40;
 
 struct Tree {
     Memory& memory;
-    uint32_t address, size;
+    Address address;
+    uint32_t size;
 
     // A directory is 16 bytes with the counts of named and numbered entries at its end, then entries of 8 bytes.
     // Returns the offset that the entry `id` (or the first one, for 0) leads to.
@@ -38,7 +39,7 @@ struct Tree {
 
 } // namespace
 
-bool read_file_version(Memory& memory, uint32_t base, uint32_t size, uint32_t resources, uint32_t resources_size,
+bool read_file_version(Memory& memory, Address base, uint32_t size, Address resources, uint32_t resources_size,
                        uint16_t version[4]) {
     const Tree tree = {memory, resources, resources_size};
     uint32_t by_name = 0, by_language = 0, data = 0;

@@ -5,11 +5,6 @@
 
 namespace faultkit {
 
-// Codes that the texts treat specially.
-constexpr uint32_t kAccessViolation = 0xC0000005;
-constexpr uint32_t kInPageError = 0xC0000006;
-constexpr uint32_t kCxxException = 0xE06D7363;
-
 struct ExceptionName {
     uint32_t code;
     const char* name;  // the constant of the system's headers, or what its maker calls it

@@ -18,13 +18,13 @@ const char* access_words(const FaultFacts& facts) {
 }
 
 void describe_access(TextBuilder& text, const FaultFacts& facts) {
-    text.text("memory at ").hex(facts.parameters[1]).text(" could not be ").text(access_words(facts));
+    text.text("memory at ").address(facts.parameters[1]).text(" could not be ").text(access_words(facts));
     if (facts.parameters[1] < kNullReach)
         text.text(" (a null pointer)");
     else if (facts.memory)
         text.text(" (").text(facts.memory).character(')');
     if (facts.code == kInPageError && facts.parameter_count >= 3)
-        text.text(", the system's reason was ").hex(facts.parameters[2]);
+        text.text(", the system's reason was ").hex(static_cast<uint32_t>(facts.parameters[2]));
 }
 
 void describe_exception(TextBuilder& text, const FaultFacts& facts) {
@@ -46,27 +46,20 @@ void describe_exception(TextBuilder& text, const FaultFacts& facts) {
     else if (!entry && facts.parameter_count)
         text.text(", parameters");
     for (uint32_t i = 0; !entry && i < facts.parameter_count && i < 4; ++i)
-        text.character(' ').hex(facts.parameters[i]);
-}
-
-void write_registers(TextBuilder& text, const Registers& r) {
-    text.text("\nEAX ").hex(r.eax).text("  EBX ").hex(r.ebx).text("  ECX ").hex(r.ecx).text("  EDX ").hex(r.edx);
-    text.text("\nESI ").hex(r.esi).text("  EDI ").hex(r.edi).text("  EBP ").hex(r.ebp).text("  ESP ").hex(r.esp);
-    text.text("\nEIP ").hex(r.eip).text("  EFL ").hex(r.flags).text("  CS ").hex(r.cs, 4).text("  DS ").hex(r.ds, 4);
-    text.text("  ES ").hex(r.es, 4).text("  FS ").hex(r.fs, 4).text("  GS ").hex(r.gs, 4).text("  SS ").hex(r.ss, 4);
+        text.character(' ').address(facts.parameters[i]);
 }
 
 void write_float_state(TextBuilder& text, const FaultFacts& facts, const ModuleTable& modules) {
-    const Registers& r = facts.registers;
-    if (r.has_float) {
-        text.text("\nx87 control ").hex(r.x87_control, 4).text(", status ").hex(r.x87_status, 4);
-        if (r.x87_instruction) {
+    const FloatState& state = facts.floating;
+    if (state.has_x87) {
+        text.text("\nx87 control ").hex(state.x87_control, 4).text(", status ").hex(state.x87_status, 4);
+        if (state.x87_instruction) {
             text.text(", instruction ");
-            write_place(text, modules, r.x87_instruction, SourcePlace(), {true, false, false, true});
+            write_place(text, modules, state.x87_instruction, SourcePlace(), {true, false, false, true});
         }
     }
-    if (r.has_sse)
-        text.text("\nMXCSR ").hex(r.mxcsr);
+    if (state.has_sse)
+        text.text("\nMXCSR ").hex(state.mxcsr);
 }
 
 bool same_stem(const char* a, const char* b) {
@@ -81,7 +74,7 @@ bool same_stem(const char* a, const char* b) {
 
 void write_module(TextBuilder& text, const Module& module) {
     const Image& image = module.image;
-    text.character('\n').hex(image.base).character(' ').hex(image.size).character(' ').hex(image.time_stamp);
+    text.character('\n').address(image.base).character(' ').hex(image.size).character(' ').hex(image.time_stamp);
     text.character(' ');
     if (image.has_version)
         text.decimal(image.version[0]).character('.').decimal(image.version[1]).character('.');
@@ -96,7 +89,7 @@ void write_module(TextBuilder& text, const Module& module) {
 }
 
 void write_unloaded(TextBuilder& text, const UnloadedModule& module) {
-    text.character('\n').hex(module.base).character(' ').hex(module.size).character(' ').hex(module.time_stamp);
+    text.character('\n').address(module.base).character(' ').hex(module.size).character(' ').hex(module.time_stamp);
     text.text(" - - ").name(module.name, sizeof module.name).text(" [unloaded]");
 }
 
@@ -113,10 +106,10 @@ Group group_of(const Module& module, const FaultFacts& facts) {
 
 } // namespace
 
-void describe_fault(TextBuilder& text, const FaultFacts& facts, const ModuleTable& modules) {
+void describe_fault(TextBuilder& text, const FaultFacts& facts, const SourcePlace& place, const ModuleTable& modules) {
     describe_exception(text, facts);
     text.text("\nInstruction: ");
-    write_place(text, modules, facts.address, facts.place, {true, true, true, true});
+    write_place(text, modules, facts.address, place, {true, true, true, true});
     if (facts.code_byte_count) {
         text.text("\nCode:");
         for (uint32_t i = 0; i < facts.code_byte_count; ++i)
@@ -136,7 +129,7 @@ void list_modules(TextBuilder& text, const FaultFacts& facts, const ModuleTable&
     text.text("\nModules (base, size, time stamp, version, PDB identity, name):");
     // A line that goes into the reserve is taken back and counted.
     const auto keep_or_count = [&](unsigned mark) {
-        if (!text.overflowed() && text.room() >= reserve + kLastLine)
+        if (!text.overflowed() && text.space() >= reserve + kLastLine)
             return;
         text.cut_to(mark);
         ++left_out;

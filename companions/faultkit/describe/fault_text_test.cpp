@@ -5,7 +5,6 @@
 
 #include "testing/cxx/fake_process.h"
 #include "companions/faultkit/describe/fault_text.h"
-#include "companions/faultkit/capture/thrown_type.h"
 
 namespace {
 
@@ -32,7 +31,7 @@ protected:
     std::string described() {
         char storage[4096];
         faultkit::TextBuilder text(storage);
-        faultkit::describe_fault(text, m_facts, m_process.modules);
+        faultkit::describe_fault(text, m_facts, {}, m_process.modules);
         return text.c_str();
     }
     std::string first_line() { return described().substr(0, described().find('\n')); }
@@ -125,8 +124,8 @@ TEST_F(FaultTextTest, Instruction_code_thread_and_registers_follow) {
     m_facts.code_byte_count = 4;
     std::memcpy(m_facts.code_bytes, "\xCC\xC3\x90\x0F", 4);
     m_facts.has_registers = true;
-    m_facts.registers = {1,    2,    3,    4,    5,    6,    7,     8,      0x401234, 0x246, 0x23,
-                         0x2B, 0x2C, 0x6B, 0x63, 0x2D, true, 0x27B, 0xB084, 0x401236, true,  0x1D80};
+    m_facts.registers = {1, 2, 3, 4, 5, 6, 7, 8, 0x401234, 0x246, 0x23, 0x2B, 0x2C, 0x6B, 0x63, 0x2D};
+    m_facts.floating = {true, 0x27B, 0xB084, 0x401236, true, 0x1D80};
     EXPECT_EQ(described(), "EXCEPTION_BREAKPOINT (80000003): a breakpoint was reached\n"
                            "Instruction: 00401234 host.exe+00001234\n"
                            "Code: CC C3 90 0F\n"
@@ -139,12 +138,12 @@ TEST_F(FaultTextTest, Instruction_code_thread_and_registers_follow) {
 TEST_F(FaultTextTest, Float_exception_adds_the_float_registers) {
     m_facts.code = 0xC000008E;
     m_facts.has_registers = true;
-    m_facts.registers.has_float = true;
-    m_facts.registers.x87_control = 0x27B;
-    m_facts.registers.x87_status = 0xB084;
-    m_facts.registers.x87_instruction = 0x401236;
-    m_facts.registers.has_sse = true;
-    m_facts.registers.mxcsr = 0x1D80;
+    m_facts.floating.has_x87 = true;
+    m_facts.floating.x87_control = 0x27B;
+    m_facts.floating.x87_status = 0xB084;
+    m_facts.floating.x87_instruction = 0x401236;
+    m_facts.floating.has_sse = true;
+    m_facts.floating.mxcsr = 0x1D80;
     const std::string text = described();
     EXPECT_NE(text.find("\nx87 control 027B, status B084, instruction 00401236 host.exe+00001236\nMXCSR 00001D80"),
               std::string::npos)
@@ -200,27 +199,6 @@ TEST_F(FaultTextTest, Modules_that_do_not_fit_are_counted_and_the_reserve_stays_
         return count;
     }();
     EXPECT_EQ(text.substr(text.rfind('\n')), "\n... " + std::to_string(50 - shown) + " more modules");
-}
-
-TEST(ThrownType, Name_is_found_through_the_throw_description) {
-    faultkit::FakeMemory memory;
-    memory.fill(0x5000, 0x100, 0);
-    memory.put_u32(0x5000 + 12, 0x5020); // list of types
-    memory.put_u32(0x5020 + 4, 0x5030);  // the first
-    memory.put_u32(0x5030 + 4, 0x5040);  // its descriptor
-    memory.put(0x5048, {'.', 'H', 0});
-    const std::uint32_t parameters[] = {0x19930520, 0x1234, 0x5000};
-    char type[128];
-    faultkit::read_thrown_type(memory, parameters, 3, type);
-    EXPECT_STREQ(type, ".H");
-    faultkit::read_thrown_type(memory, parameters, 2, type);
-    EXPECT_STREQ(type, "");
-    const std::uint32_t foreign[] = {0x12345678, 0x1234, 0x5000};
-    faultkit::read_thrown_type(memory, foreign, 3, type);
-    EXPECT_STREQ(type, "");
-    const std::uint32_t nowhere[] = {0x19930520, 0x1234, 0x7000};
-    faultkit::read_thrown_type(memory, nowhere, 3, type);
-    EXPECT_STREQ(type, "");
 }
 
 } // namespace

@@ -9,11 +9,16 @@ namespace {
 // Long enough for almost every name, short enough that no single one takes over the report.
 constexpr unsigned kMostFunction = 120, kMostFile = 80;
 
-void write_module(TextBuilder& text, const ModuleTable& modules, uint32_t address) {
+void write_module(TextBuilder& text, const ModuleTable& modules, Address address) {
     if (const Module* module = modules.find(address))
-        text.name(module->name, sizeof module->name).character('+').hex(address - module->image.base);
+        text.name(module->name, sizeof module->name)
+            .character('+')
+            .hex(static_cast<uint32_t>(address - module->image.base));
     else if (const UnloadedModule* gone = modules.find_unloaded(address))
-        text.name(gone->name, sizeof gone->name).character('+').hex(address - gone->base).text(" [unloaded]");
+        text.name(gone->name, sizeof gone->name)
+            .character('+')
+            .hex(static_cast<uint32_t>(address - gone->base))
+            .text(" [unloaded]");
     else
         text.text("no module");
 }
@@ -26,10 +31,10 @@ PlaceOptions place_options(uint32_t bits) {
     return options.module || options.address ? options : PlaceOptions{false, options.function, options.line, true};
 }
 
-void write_place(TextBuilder& text, const ModuleTable& modules, uint32_t address, const SourcePlace& place,
+void write_place(TextBuilder& text, const ModuleTable& modules, Address address, const SourcePlace& place,
                  PlaceOptions options) {
     if (options.address)
-        text.hex(address);
+        text.address(address);
     if (options.address && options.module)
         text.character(' ');
     if (options.module)

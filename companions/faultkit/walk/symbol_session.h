@@ -18,43 +18,43 @@ class SymbolSession {
 public:
     // Opens the library with a handle of our own, so that the host's use of it for the same process is not disturbed.
     // Both references must outlive the session. Returns false when there is no library, or it fails.
-    bool open(ProcessMemory& memory, const ModuleTable& modules);
+    bool open(Memory& memory, const ModuleTable& modules);
     void close();
 
     // The fault that the library met; code 0 when there was none.
     const win::Fault& fault() const { return m_fault; }
 
-    // What the loader's record of unloaded modules holds because of sessions: nothing of the host's.
-    const UnloadStretch* unloads() const { return m_unloads; }
-    unsigned unload_count() const { return m_unload_count; }
-
     // Names of the address, innermost inlined function first; the last one is the function whose code it is. Returns
     // how many there are, 1 at least: with empty texts when nothing is known.
-    unsigned find_places(uint32_t address, SourcePlace* places, unsigned most);
+    unsigned find_places(Address address, SourcePlace* places, unsigned most);
 
-    // The caller of `frame` by the library's own walk. Only where a PDB of the module is at hand; it is not checked.
+    // The caller of `frame` by the library's own walk, in 32-bit processes. Only where a PDB of the module is at hand;
+    // it is not checked.
     bool find_caller(const Frame& frame, Frame* caller);
 
 private:
     enum State { kClosed, kOpen, kFailed };
     enum ModuleState : uint8_t { kUntried, kNothing, kExports, kDebugInfo };
 
-    ModuleState load_module_of(uint32_t address);
+    ModuleState load_module_of(Address address);
     void load_module(const Module& module, ModuleState* state);
-    void find_symbol(uint32_t address, bool exports_only, SourcePlace* place);
-    unsigned find_inlined(uint32_t address, SourcePlace* places, unsigned most);
+    void find_symbol(Address address, bool exports_only, SourcePlace* place);
+    unsigned find_inlined(Address address, SourcePlace* places, unsigned most);
     void keep_symbol(SourcePlace* place, DWORD64 displacement);
     void keep_line(SourcePlace* place);
     void walk_one_step(const Frame& frame, Frame* caller, bool* found);
     template <class Step>
-    bool attempt(Step step);
-
-    void note_unloads(uint32_t begin);
+    bool attempt(Step step) {
+        if (m_state != kOpen)
+            return false;
+        if (win::run_guarded(win::swallow_and_note(&m_fault), step))
+            return true;
+        m_state = kFailed; // its data may be half changed, its lock held: neither used nor freed any more
+        return false;
+    }
 
     DebugLibrary m_library;
-    UnloadStretch m_unloads[4]; // of the sessions so far; more than these are not made between two faults
-    unsigned m_unload_count;
-    ProcessMemory* m_memory;
+    Memory* m_memory;
     const ModuleTable* m_modules;
     HANDLE m_session; // what the library knows this session by
     DWORD m_options_before;

@@ -13,16 +13,6 @@ namespace {
 // A function that a module without debugging information exports names what lies close behind it, and no more.
 constexpr uint32_t kExportReach = 0x400;
 
-ProcessMemory* walked_memory; // the library's callback takes no argument of ours
-
-BOOL CALLBACK read_for_walk(HANDLE, DWORD64 address, void* to, DWORD size, DWORD* done) {
-    *done = 0;
-    if (!walked_memory->read(static_cast<uint32_t>(address), to, size))
-        return FALSE;
-    *done = size;
-    return TRUE;
-}
-
 // The folder of the executable, where PDBs are delivered, and the paths that the developer set.
 void build_search_path(char* path, unsigned size) {
     DWORD length = win::module_path(nullptr, path, size);
@@ -44,18 +34,8 @@ void build_search_path(char* path, unsigned size) {
 
 } // namespace
 
-template <class Step>
-bool SymbolSession::attempt(Step step) {
-    if (m_state != kOpen)
-        return false;
-    if (win::run_guarded(win::swallow_and_note(&m_fault), step))
-        return true;
-    m_state = kFailed; // its data may be half changed, its lock held: neither used nor freed any more
-    return false;
-}
-
-bool SymbolSession::open(ProcessMemory& memory, const ModuleTable& modules) {
-    m_memory = walked_memory = &memory;
+bool SymbolSession::open(Memory& memory, const ModuleTable& modules) {
+    m_memory = &memory;
     m_modules = &modules;
     m_fault = {};
     m_session = nullptr;
@@ -86,23 +66,12 @@ bool SymbolSession::open(ProcessMemory& memory, const ModuleTable& modules) {
     return m_state == kOpen;
 }
 
-// Consecutive stretches become one.
-void SymbolSession::note_unloads(uint32_t begin) {
-    const uint32_t end = next_unload_sequence(*m_memory);
-    if (m_unload_count && m_unloads[m_unload_count - 1].end == begin)
-        m_unloads[m_unload_count - 1].end = end;
-    else if (m_unload_count < 4)
-        m_unloads[m_unload_count++] = {begin, end};
-}
-
 void SymbolSession::close() {
     attempt([&] {
-        const uint32_t begin = next_unload_sequence(*m_memory);
         m_library.cleanup(m_session);
         m_library.set_options(m_options_before);
         CloseHandle(m_session);
         m_library.close();
-        note_unloads(begin);
     });
     if (m_state == kOpen)
         m_state = kClosed;
@@ -134,7 +103,7 @@ void SymbolSession::load_module(const Module& module, ModuleState* state) {
     }
 }
 
-SymbolSession::ModuleState SymbolSession::load_module_of(uint32_t address) {
+SymbolSession::ModuleState SymbolSession::load_module_of(Address address) {
     const Module* module = m_modules->find(address);
     if (!module)
         return kNothing;
@@ -156,7 +125,7 @@ void SymbolSession::keep_line(SourcePlace* place) {
     place->line = m_line.LineNumber;
 }
 
-void SymbolSession::find_symbol(uint32_t address, bool exports_only, SourcePlace* place) {
+void SymbolSession::find_symbol(Address address, bool exports_only, SourcePlace* place) {
     DWORD64 displacement = 0;
     DWORD column = 0;
     if (m_library.symbol_at(m_session, address, &displacement, &m_symbol.info) &&
@@ -166,7 +135,7 @@ void SymbolSession::find_symbol(uint32_t address, bool exports_only, SourcePlace
         keep_line(place);
 }
 
-unsigned SymbolSession::find_inlined(uint32_t address, SourcePlace* places, unsigned most) {
+unsigned SymbolSession::find_inlined(Address address, SourcePlace* places, unsigned most) {
     DWORD context = 0, index = 0, column = 0;
     unsigned count = m_library.inline_count ? m_library.inline_count(m_session, address) : 0;
     if (!count ||
@@ -184,7 +153,7 @@ unsigned SymbolSession::find_inlined(uint32_t address, SourcePlace* places, unsi
     return count;
 }
 
-unsigned SymbolSession::find_places(uint32_t address, SourcePlace* places, unsigned most) {
+unsigned SymbolSession::find_places(Address address, SourcePlace* places, unsigned most) {
     for (unsigned i = 0; i < most; ++i)
         places[i] = SourcePlace();
     const ModuleState known = load_module_of(address);
@@ -201,32 +170,6 @@ unsigned SymbolSession::find_places(uint32_t address, SourcePlace* places, unsig
         find_symbol(address, known == kExports, &places[inlined]);
     });
     return inlined + 1;
-}
-
-void SymbolSession::walk_one_step(const Frame& frame, Frame* caller, bool* found) {
-    m_walk_context = CONTEXT();
-    m_walk_context.ContextFlags = CONTEXT_CONTROL | CONTEXT_INTEGER;
-    m_walk_context.Eip = frame.pc;
-    m_walk_context.Esp = frame.sp;
-    m_walk_context.Ebp = frame.bp;
-    m_walk_frame = STACKFRAME64();
-    m_walk_frame.AddrPC = {frame.pc, 0, AddrModeFlat};
-    m_walk_frame.AddrStack = {frame.sp, 0, AddrModeFlat};
-    m_walk_frame.AddrFrame = {frame.bp, 0, AddrModeFlat};
-    // The first answer is the frame itself, the second its caller.
-    for (int i = 0; i < 2; ++i)
-        if (!m_library.walk(IMAGE_FILE_MACHINE_I386, m_session, GetCurrentThread(), &m_walk_frame, &m_walk_context,
-                            read_for_walk, m_library.function_table, m_library.module_base, nullptr))
-            return;
-    *caller = {static_cast<uint32_t>(m_walk_frame.AddrPC.Offset), m_walk_context.Esp, m_walk_context.Ebp,
-               FrameOrigin::kSymbols};
-    *found = true;
-}
-
-bool SymbolSession::find_caller(const Frame& frame, Frame* caller) {
-    bool found = false;
-    return load_module_of(frame.instruction()) == kDebugInfo &&
-           attempt([&] { walk_one_step(frame, caller, &found); }) && found;
 }
 
 } // namespace faultkit

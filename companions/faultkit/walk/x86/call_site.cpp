@@ -3,31 +3,13 @@
 // form "call [address]" (FF 15) has a target that is still known afterwards.
 #include "companions/faultkit/walk/x86/call_site.h"
 
+#include "companions/faultkit/walk/x86/instructions.h"
+
 namespace faultkit {
 namespace {
 
 constexpr uint32_t kLongestCall = 7; // FF, ModRM, SIB and four bytes of displacement
 constexpr int kMostStubs = 4;
-
-// The length of an FF /2 instruction from its ModRM and SIB bytes, 0 when it is another instruction.
-uint32_t length_of_indirect_call(uint8_t modrm, uint8_t sib) {
-    if ((modrm >> 3 & 7) != 2)
-        return 0;
-    const int mode = modrm >> 6, base = modrm & 7;
-    if (mode == 3)
-        return 2;
-    const uint32_t length = base == 4 ? 3 : 2;
-    if (mode == 1)
-        return length + 1;
-    if (mode == 2)
-        return length + 4;
-    const bool lone_displacement = base == 5 || (base == 4 && (sib & 7) == 5);
-    return lone_displacement ? length + 4 : length;
-}
-
-uint32_t four_bytes(const uint8_t* bytes) {
-    return bytes[0] | bytes[1] << 8 | bytes[2] << 16 | static_cast<uint32_t>(bytes[3]) << 24;
-}
 
 // Follows the jumps that linkers put between a call and its function.
 uint32_t follow_stubs(Memory& memory, const ModuleTable& modules, uint32_t target) {
@@ -52,8 +34,8 @@ CallSite find_call_before(Memory& memory, const ModuleTable& modules, uint32_t a
     if (!range)
         return {modules.is_or_was_code(address) ? CallSite::kComputed : CallSite::kNone, 0};
     const uint32_t before = address - range->begin < kLongestCall ? address - range->begin : kLongestCall;
-    uint8_t bytes[kLongestCall] = {};
-    uint8_t* end = bytes + kLongestCall; // end[-n]: the byte n before the return address
+    uint8_t bytes[kLongestCall + 1] = {};
+    uint8_t* const end = bytes + kLongestCall; // end[-n]: the byte n before the return address
     if (!memory.read(address - before, end - before, before))
         return {CallSite::kNone, 0};
 
@@ -69,11 +51,11 @@ CallSite find_call_before(Memory& memory, const ModuleTable& modules, uint32_t a
             return {CallSite::kKnown, follow_stubs(memory, modules, target), 6};
         return {CallSite::kComputed, 0, 6};
     }
-    for (uint32_t length = 2; length <= before; ++length)
-        if (end[-static_cast<int>(length)] == 0xFF &&
-            length_of_indirect_call(end[1 - static_cast<int>(length)],
-                                    length > 2 ? end[2 - static_cast<int>(length)] : 0) == length)
+    for (uint32_t length = 2; length <= before; ++length) {
+        const uint8_t* const code = end - length;
+        if (code[0] == 0xFF && (code[1] >> 3 & 7) == 2 && length_with_modrm(code) == length)
             return {CallSite::kComputed, 0, length};
+    }
     return {CallSite::kNone, 0};
 }
 

@@ -3,7 +3,7 @@
 
 #include <stdint.h>
 
-#include "companions/faultkit/capture/memory.h"
+#include "companions/faultkit/memory.h"
 #include "companions/faultkit/capture/module_table.h"
 
 namespace faultkit {

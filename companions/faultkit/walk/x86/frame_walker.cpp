@@ -10,11 +10,8 @@
 //     looking back for such a gap. Its first instructions say whether it keeps a frame, and how much stack it takes at
 //     least: no return address can lie in there.
 //
-// A step takes the first of these that applies: the instruction is at a function's edge, where the frame is not yet or
-// no longer there; the stack is just what a function would have made of it that may begin behind the one that was
-// found; the function is framed and the chain is sound; a slot of the stack holds a return address whose call entered
-// this function; one whose call is through a pointer, from which further such steps lead to the chain or to a call that
-// is certain; the function that owns the next link of the chain; the chain; a guess.
+// At a function's edge the frame is not yet or no longer there, and the return address is on top. Anywhere else there
+// are several ways to a caller, of which find_caller() takes the first that leads to one.
 #include "companions/faultkit/walk/x86/frame_walker.h"
 
 namespace faultkit {
@@ -75,13 +72,6 @@ bool FrameWalker::next_slot(uint32_t from, uint32_t end, Slot* slot) {
     return false;
 }
 
-bool FrameWalker::find_entering(const Level& level, uint32_t from, uint32_t end, Slot* slot) {
-    for (; next_slot(from, end, slot); from = slot->place + 4)
-        if (entered(*slot, level))
-            return true;
-    return false;
-}
-
 // What a search up the stack has before it: the next slots, the chain's one (if any) the last of them.
 struct FrameWalker::Search {
     static constexpr unsigned kMostSlots = 24;
@@ -121,55 +111,22 @@ bool FrameWalker::slot_leads_on(Search& search, unsigned index) {
     return search.verdicts[index] == Search::kLeadsOn;
 }
 
-void FrameWalker::begin_search(const Level& level, uint32_t end, const Slot* anchor, Search* search) {
+void FrameWalker::begin_search(const Step& step, Search* search) {
     search->count = 0;
-    search->anchored = anchor != nullptr;
-    const unsigned most = Search::kMostSlots - (anchor ? 1 : 0);
-    uint32_t from = level.floor;
-    while (search->count < most && next_slot(from, anchor ? anchor->place : end, &search->slots[search->count]))
+    search->anchored = step.anchored;
+    const unsigned most = Search::kMostSlots - (step.anchored ? 1 : 0);
+    const uint32_t end = step.anchored ? step.anchor.place : step.end;
+    uint32_t from = step.level.floor;
+    while (search->count < most && next_slot(from, end, &search->slots[search->count]))
         from = search->slots[search->count++].place + 4;
-    if (anchor)
-        search->slots[search->count++] = *anchor;
+    if (step.anchored)
+        search->slots[search->count++] = step.anchor;
     for (unsigned i = 0; i < search->count; ++i)
         search->levels[i] = level_at(search->slots[i].value - 1, search->slots[i].place + 4);
 }
 
-// The lowest slot that fits: what is stale lies further up, in the frames of callers.
-bool FrameWalker::find_return(Search& search, const Level& level, Slot* slot, FrameOrigin* origin) {
-    for (int pass = 0; pass < 2; ++pass) {
-        search.tolerant = pass == 1;
-        for (unsigned i = 0; i < search.count; ++i)
-            search.verdicts[i] = Search::kOpen;
-        for (unsigned i = 0; i < search.count; ++i) {
-            *slot = search.slots[i];
-            const bool certain = entered(*slot, level);
-            *origin = certain ? FrameOrigin::kChecked : FrameOrigin::kPlausible;
-            if (certain || (slot->call.kind == CallSite::kComputed && slot_leads_on(search, i)))
-                return true;
-        }
-    }
-    return false;
-}
-
-// The link in the chain belongs to some framed function. If not to this one, then to one further up, which called on:
-// its return address lies below the link, though what is in between is lost. The one closest to the link is taken.
-bool FrameWalker::find_owner(const Level& level, const Slot& anchor, Slot* slot) {
-    constexpr int kMostTries = 32;
-    int tries = 0;
-    const uint32_t reach = anchor.place - level.floor < kLargestFrame ? anchor.place - level.floor : kLargestFrame;
-    for (uint32_t below = 8; below <= reach && tries < kMostTries; below += 4) {
-        if (!slot_at(anchor.place - below, slot))
-            continue;
-        ++tries;
-        const Level owner = level_at(slot->value - 1, slot->place + 4);
-        if (owner.function.framed && entered(anchor, owner))
-            return true;
-    }
-    return false;
-}
-
 // At a function's first instructions, or at its return, the frame is not there and the return address is on top.
-bool FrameWalker::interrupted_at_edge(const Frame& frame, Slot* slot) {
+bool FrameWalker::at_edge(const Frame& frame, Slot* slot) {
     if (!m_modules.find_code(frame.pc))
         return slot_at(frame.sp, slot); // a call through a bad pointer
     const FunctionBounds function = m_functions.find(frame.pc);
@@ -192,39 +149,6 @@ bool FrameWalker::fits(const Level& level, uint32_t arguments, const Slot* ancho
            (arguments && slot_at(level.floor + arguments, &slot) && entered(slot, level));
 }
 
-// A function that is called through pointers alone may look like a part of the one before it, whose frame would hide
-// its return address. So each place where it may begin is tried: from there on, the first instructions must have taken
-// just as much stack as lies below a return address. *level becomes that function's.
-bool FrameWalker::find_hidden(const Frame& frame, const Slot* anchor, Level* level, Slot* slot) {
-    constexpr unsigned kMostStarts = 8;
-    const CodeRange* section = m_modules.find_code(level->address);
-    if (!section || !level->function.start)
-        return false;
-    uint32_t starts[kMostStarts];
-    const unsigned count =
-        list_possible_starts(m_memory, *section, level->function.start, level->address, starts, kMostStarts);
-    const bool interrupted = frame.origin == FrameOrigin::kInterrupted;
-    const uint32_t call = interrupted ? 0 : find_call_before(m_memory, m_modules, frame.pc).length;
-    const uint32_t arguments = call ? arguments_pushed_before(m_memory, frame.pc - call) : 0;
-    const bool fitting = count && fits(*level, arguments, anchor);
-    if (fitting && !(level->function.framed && interrupted))
-        return false;
-    for (unsigned i = 0; i < count; ++i) {
-        const Prologue prologue = read_prologue(m_memory, starts[i], level->address);
-        if ((fitting && starts[i] % kAlignment) || prologue.taken >= kLargestFrame)
-            continue;
-        Level hidden = {level->address, frame.sp + prologue.taken, {starts[i], false, 0}, prologue};
-        const uint32_t places[] = {arguments, arguments + prologue.scratch, 0, prologue.scratch};
-        for (const uint32_t place : places)
-            if (hidden.floor + place < m_stack_end && slot_at(hidden.floor + place, slot) &&
-                (slot->call.kind == CallSite::kComputed || entered(*slot, hidden))) {
-                *level = hidden;
-                return true;
-            }
-    }
-    return false;
-}
-
 // The caller's ebp: in the chain, or where the function keeps it, or untouched.
 uint32_t FrameWalker::bp_of_caller(const Frame& frame, const Level& level, const Slot& slot) {
     uint32_t saved = 0;
@@ -240,57 +164,157 @@ uint32_t FrameWalker::bp_of_caller(const Frame& frame, const Level& level, const
     return frame.bp;
 }
 
+// A function that is called through pointers alone may look like a part of the one before it, whose frame would hide
+// its return address. So each place where it may begin is tried: from there on, the first instructions must have taken
+// just as much stack as lies below a return address. The step's level becomes that function's.
+bool FrameWalker::by_hidden_function(Step& step) {
+    constexpr unsigned kMostStarts = 8;
+    Level& level = step.level;
+    const Frame& frame = step.frame;
+    const CodeRange* section = m_modules.find_code(level.address);
+    if (!section || !level.function.start)
+        return false;
+    uint32_t starts[kMostStarts];
+    const unsigned count =
+        list_possible_starts(m_memory, *section, level.function.start, level.address, starts, kMostStarts);
+    const bool interrupted = frame.origin == FrameOrigin::kInterrupted;
+    const uint32_t call = interrupted ? 0 : find_call_before(m_memory, m_modules, frame.pc).length;
+    const uint32_t arguments = call ? arguments_pushed_before(m_memory, frame.pc - call) : 0;
+    const bool fitting = count && fits(level, arguments, step.chain());
+    if (fitting && !(level.function.framed && interrupted))
+        return false;
+    step.origin = FrameOrigin::kPlausible;
+    for (unsigned i = 0; i < count; ++i) {
+        const Prologue prologue = read_prologue(m_memory, starts[i], level.address);
+        if ((fitting && starts[i] % kAlignment) || prologue.taken >= kLargestFrame)
+            continue;
+        const Level hidden = {level.address, frame.sp + prologue.taken, {starts[i], false, 0}, prologue};
+        const uint32_t places[] = {arguments, arguments + prologue.scratch, 0, prologue.scratch};
+        for (const uint32_t place : places)
+            if (hidden.floor + place < m_stack_end && slot_at(hidden.floor + place, &step.found) &&
+                (step.found.call.kind == CallSite::kComputed || entered(step.found, hidden))) {
+                level = hidden;
+                return true;
+            }
+    }
+    return false;
+}
+
+// The function is framed, and the chain is sound.
+bool FrameWalker::by_checked_chain(Step& step) {
+    step.found = step.anchor;
+    step.origin = FrameOrigin::kChained;
+    return step.anchored && step.level.function.framed &&
+           (step.anchor.call.kind == CallSite::kComputed || entered(step.anchor, step.level));
+}
+
+// The lowest slot, when certain, makes a search needless: so it is in nearly all frames.
+bool FrameWalker::by_lowest_slot(Step& step) {
+    step.origin = FrameOrigin::kChecked;
+    return next_slot(step.level.floor, step.end, &step.found) && entered(step.found, step.level);
+}
+
+// A slot whose call entered this function, or one whose call is through a pointer, from which further such steps lead
+// to the chain or to a call that is certain. The lowest that fits: what is stale lies further up, in the frames of
+// callers.
+bool FrameWalker::by_search(Step& step) {
+    Search search;
+    begin_search(step, &search);
+    for (int pass = 0; pass < 2; ++pass) {
+        search.tolerant = pass == 1;
+        for (unsigned i = 0; i < search.count; ++i)
+            search.verdicts[i] = Search::kOpen;
+        for (unsigned i = 0; i < search.count; ++i) {
+            const Slot& slot = search.slots[i];
+            const bool certain = entered(slot, step.level);
+            if (certain || (slot.call.kind == CallSite::kComputed && slot_leads_on(search, i))) {
+                step.found = slot;
+                step.origin = certain ? FrameOrigin::kChecked : FrameOrigin::kPlausible;
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// A slot whose call entered this function, further up than a search goes.
+bool FrameWalker::by_entering_slot(Step& step) {
+    step.origin = FrameOrigin::kChecked;
+    for (uint32_t from = step.level.floor; next_slot(from, step.end, &step.found); from = step.found.place + 4)
+        if (entered(step.found, step.level))
+            return true;
+    return false;
+}
+
+// The link in the chain belongs to some framed function. If not to this one, then to one further up, which called on:
+// its return address lies below the link, though what is in between is lost. The one closest to the link is taken.
+bool FrameWalker::by_owner_of_link(Step& step) {
+    constexpr int kMostTries = 32;
+    if (!step.anchored || step.level.function.framed)
+        return false;
+    step.origin = FrameOrigin::kGuessed;
+    int tries = 0;
+    const uint32_t below_link = step.anchor.place - step.level.floor;
+    const uint32_t reach = below_link < kLargestFrame ? below_link : kLargestFrame;
+    for (uint32_t below = 8; below <= reach && tries < kMostTries; below += 4) {
+        if (!slot_at(step.anchor.place - below, &step.found))
+            continue;
+        ++tries;
+        const Level owner = level_at(step.found.value - 1, step.found.place + 4);
+        if (owner.function.framed && entered(step.anchor, owner))
+            return true;
+    }
+    return false;
+}
+
+bool FrameWalker::by_chain(Step& step) {
+    step.found = step.anchor;
+    step.origin = FrameOrigin::kChained;
+    return step.anchored;
+}
+
+// The lowest slot of all. Near the end of the stack there is nothing left to guess.
+bool FrameWalker::by_guess(Step& step) {
+    const uint32_t rest = m_stack_end - step.from;
+    step.origin = FrameOrigin::kGuessed;
+    return rest > kThreadStart &&
+           next_slot(step.from, step.from + (rest < kGuessReach ? rest : kGuessReach), &step.found);
+}
+
+bool FrameWalker::begin(Step* step) {
+    const Frame& frame = step->frame;
+    step->from = (frame.sp + 3) & ~3u;
+    if (step->from < frame.sp || step->from >= m_stack_end)
+        return false;
+    step->level = level_at(frame.instruction(), step->from);
+    // A link inside what the function itself has taken is stale.
+    step->anchored = anchor_of(step->from, frame.bp, &step->anchor) && step->anchor.place >= step->level.floor;
+    const uint32_t rest = m_stack_end - step->from;
+    step->end = step->anchored ? step->anchor.place + 4 : step->from + (rest < kLargestFrame ? rest : kLargestFrame);
+    return true;
+}
+
 bool FrameWalker::find_caller(const Frame& frame, Frame* caller) {
-    Slot slot, anchor;
-    if (frame.origin == FrameOrigin::kInterrupted && interrupted_at_edge(frame, &slot)) {
+    static constexpr Way kWays[] = {
+        &FrameWalker::by_hidden_function, &FrameWalker::by_checked_chain, &FrameWalker::by_lowest_slot,
+        &FrameWalker::by_search,          &FrameWalker::by_entering_slot, &FrameWalker::by_owner_of_link,
+        &FrameWalker::by_chain,           &FrameWalker::by_guess,
+    };
+    Slot slot;
+    if (frame.origin == FrameOrigin::kInterrupted && at_edge(frame, &slot)) {
         *caller = {slot.value, slot.place + 4, frame.bp, FrameOrigin::kChecked};
         return true;
     }
-    const uint32_t from = (frame.sp + 3) & ~3u;
-    if (from < frame.sp || from >= m_stack_end)
+    Step step(frame);
+    if (!begin(&step))
         return false;
-    Level level = level_at(frame.instruction(), from);
-    // A link inside what the function itself has taken is stale.
-    const bool anchored = anchor_of(from, frame.bp, &anchor) && anchor.place >= level.floor;
-    FrameOrigin origin = FrameOrigin::kPlausible;
-    bool found = find_hidden(frame, anchored ? &anchor : nullptr, &level, &slot);
-    if (!found && anchored && level.function.framed &&
-        (anchor.call.kind == CallSite::kComputed || entered(anchor, level))) {
-        slot = anchor;
-        origin = FrameOrigin::kChained;
-        found = true;
-    }
-    const uint32_t rest = m_stack_end - from;
-    const uint32_t end = anchored ? anchor.place + 4 : from + (rest < kLargestFrame ? rest : kLargestFrame);
-    // The lowest slot, when certain, ends the search before it begins: so it is in nearly all frames.
-    if (!found && next_slot(level.floor, end, &slot) && entered(slot, level)) {
-        origin = FrameOrigin::kChecked;
-        found = true;
-    }
-    if (!found) {
-        Search search;
-        begin_search(level, end, anchored ? &anchor : nullptr, &search);
-        found = find_return(search, level, &slot, &origin);
-    }
-    if (!found && find_entering(level, level.floor, end, &slot)) {
-        origin = FrameOrigin::kChecked;
-        found = true;
-    }
-    if (!found && anchored) {
-        found = true;
-        origin = FrameOrigin::kGuessed;
-        if (level.function.framed || !find_owner(level, anchor, &slot)) {
-            slot = anchor;
-            origin = FrameOrigin::kChained;
+    for (const Way way : kWays)
+        if ((this->*way)(step)) {
+            *caller = {step.found.value, step.found.place + 4, bp_of_caller(frame, step.level, step.found),
+                       step.origin};
+            return true;
         }
-    }
-    if (!found && rest > kThreadStart) {
-        found = next_slot(from, from + (rest < kGuessReach ? rest : kGuessReach), &slot);
-        origin = FrameOrigin::kGuessed;
-    }
-    if (found)
-        *caller = {slot.value, slot.place + 4, bp_of_caller(frame, level, slot), origin};
-    return found;
+    return false;
 }
 
 bool FrameWalker::may_have_called(const Frame& frame, const Frame& caller) {

@@ -3,22 +3,13 @@
 
 #include <stdint.h>
 
+#include "companions/faultkit/walk/frame_origin.h"
 #include "companions/faultkit/walk/x86/call_site.h"
 #include "companions/faultkit/walk/x86/function_finder.h"
-#include "companions/faultkit/capture/memory.h"
+#include "companions/faultkit/memory.h"
 #include "companions/faultkit/capture/module_table.h"
 
 namespace faultkit {
-
-// How a frame was found, from certain to doubtful.
-enum class FrameOrigin : uint8_t {
-    kInterrupted, // the fault's own registers
-    kSymbols,     // the debugging library, from a PDB
-    kChecked,     // the call before the return address entered the function below
-    kPlausible,   // a call through a pointer, made by a function that leads on
-    kChained,     // the chain of frame pointers
-    kGuessed,     // the first thing on the stack that looks like a return address
-};
 
 struct Frame {
     uint32_t pc; // address of the interrupted instruction, or a return address
@@ -60,21 +51,43 @@ private:
         Prologue prologue;
     };
     struct Search;
+    // What the ways of finding a caller start from, and what they find.
+    struct Step {
+        const Frame& frame;
+        uint32_t from, end; // the stack that is searched; up to the chain's link, if there is one
+        Level level;
+        bool anchored; // the chain leads on, to the anchor
+        Slot anchor;
 
+        Slot found; // the caller's return address
+        FrameOrigin origin;
+
+        explicit Step(const Frame& of) : frame(of) {}
+        const Slot* chain() const { return anchored ? &anchor : nullptr; }
+    };
+    using Way = bool (FrameWalker::*)(Step& step);
+
+    // The ways, in the order in which they are tried.
+    bool by_hidden_function(Step& step);
+    bool by_checked_chain(Step& step);
+    bool by_lowest_slot(Step& step);
+    bool by_search(Step& step);
+    bool by_entering_slot(Step& step);
+    bool by_owner_of_link(Step& step);
+    bool by_chain(Step& step);
+    bool by_guess(Step& step);
+
+    bool begin(Step* step);
     Level level_at(uint32_t address, uint32_t sp);
     bool entered(const Slot& slot, const Level& level);
     bool slot_at(uint32_t place, Slot* slot);
     bool anchor_of(uint32_t sp, uint32_t bp, Slot* anchor);
     bool next_slot(uint32_t from, uint32_t end, Slot* slot);
-    bool find_entering(const Level& level, uint32_t from, uint32_t end, Slot* slot);
-    void begin_search(const Level& level, uint32_t end, const Slot* anchor, Search* search);
+    void begin_search(const Step& step, Search* search);
     bool leads_on(Search& search, const Level& level, unsigned first);
     bool slot_leads_on(Search& search, unsigned index);
-    bool find_return(Search& search, const Level& level, Slot* slot, FrameOrigin* origin);
-    bool find_owner(const Level& level, const Slot& anchor, Slot* slot);
-    bool interrupted_at_edge(const Frame& frame, Slot* slot);
+    bool at_edge(const Frame& frame, Slot* slot);
     bool fits(const Level& level, uint32_t arguments, const Slot* anchor);
-    bool find_hidden(const Frame& frame, const Slot* anchor, Level* level, Slot* slot);
     uint32_t bp_of_caller(const Frame& frame, const Level& level, const Slot& slot);
 
     Memory& m_memory;

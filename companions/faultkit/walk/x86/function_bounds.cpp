@@ -6,15 +6,13 @@
 
 #include <string.h>
 
+#include "companions/faultkit/walk/x86/instructions.h"
+
 namespace faultkit {
 namespace {
 
 constexpr uint32_t kBehind = 24; // bytes that are looked at in front of an address
 constexpr uint32_t kPrologueSize = 3;
-
-uint32_t four_bytes(const uint8_t* bytes) {
-    return bytes[0] | bytes[1] << 8 | bytes[2] << 16 | static_cast<uint32_t>(bytes[3]) << 24;
-}
 
 // Code in front of an address, copied: bytes[-1] is the byte before it.
 struct CodeBefore {
@@ -41,37 +39,6 @@ struct CodeBefore {
                (bytes[-2] == 0x0F && bytes[-1] == 0x0B);
     }
 };
-
-// Length of the filler instruction at the start of [code, code + size), 0 when it is none: nop in its short and long
-// forms, and "mov edi, edi" and "lea reg, [reg + 0]" in the forms that assemblers pad with.
-uint32_t length_of_filler(const uint8_t* code, uint32_t size) {
-    uint32_t prefixes = 0;
-    while (prefixes < size && (code[prefixes] == 0x66 || code[prefixes] == 0x2E))
-        ++prefixes;
-    code += prefixes;
-    size -= prefixes;
-    if (size >= 1 && code[0] == 0x90)
-        return prefixes + 1;
-    if (size < 2)
-        return 0;
-    if (code[0] == 0x8B && code[1] == 0xFF)
-        return prefixes + 2;
-    const bool long_nop = code[0] == 0x0F && code[1] == 0x1F;
-    if (!long_nop && code[0] != 0x8D)
-        return 0;
-    const uint32_t opcode = long_nop ? 2 : 1;
-    if (size <= opcode)
-        return 0;
-    const uint32_t mode = code[opcode] >> 6, base = code[opcode] & 7;
-    const uint32_t displacement = mode == 1 ? 1 : mode == 2 ? 4 : 0;
-    const uint32_t length = opcode + 1 + (base == 4 && mode != 3) + displacement;
-    if (size < length || (!long_nop && !displacement))
-        return 0;
-    for (uint32_t i = length - displacement; i < length; ++i)
-        if (code[i])
-            return 0;
-    return prefixes + length;
-}
 
 bool is_filler(const uint8_t* code, uint32_t size) {
     while (size) {
@@ -113,35 +80,6 @@ bool is_push_and_move(const uint8_t* code) {
 bool is_helper_prologue(const uint8_t* code) {
     return (code[0] == 0x6A && code[2] == 0x68 && code[7] == 0xE8) ||
            (code[0] == 0x68 && code[5] == 0x68 && code[10] == 0xE8) || (code[0] == 0xB8 && code[5] == 0xE8);
-}
-
-// Length of an instruction with a ModRM byte at `code`, without its immediate operand.
-uint32_t length_with_modrm(const uint8_t* code) {
-    const uint32_t mode = code[1] >> 6, base = code[1] & 7;
-    if (mode == 3)
-        return 2;
-    const uint32_t length = base == 4 ? 3 : 2;
-    if (mode == 1)
-        return length + 1;
-    const bool lone_displacement = mode == 0 && (base == 5 || (base == 4 && (code[2] & 7) == 5));
-    return mode == 2 || lone_displacement ? length + 4 : length;
-}
-
-// Length of an instruction that compilers mix into a prologue and that leaves the stack alone; 0 for any other.
-uint32_t length_of_neutral(const uint8_t* code) {
-    switch (code[0]) {
-    case 0x31: // xor, mov, lea, test
-    case 0x33:
-    case 0x85:
-    case 0x89:
-    case 0x8B:
-    case 0x8D:
-        return length_with_modrm(code);
-    case 0xA1: // mov eax, [address]
-        return 5;
-    default:
-        return code[0] >= 0xB8 && code[0] <= 0xBF ? 5 : 0; // mov reg, value
-    }
 }
 
 } // namespace

@@ -2,15 +2,13 @@
 // calls. The last 64 answers are cached.
 #include "companions/faultkit/walk/x86/function_finder.h"
 
+#include "companions/faultkit/walk/x86/instructions.h"
+
 namespace faultkit {
 namespace {
 
 constexpr uint32_t kReach = 0x100000; // calls of a function are looked for this far from it, on both sides
 constexpr uint32_t kPiece = 1024;
-
-uint32_t four_bytes(const uint8_t* bytes) {
-    return bytes[0] | bytes[1] << 8 | bytes[2] << 16 | static_cast<uint32_t>(bytes[3]) << 24;
-}
 
 } // namespace
 

@@ -4,7 +4,7 @@
 #include <stdint.h>
 
 #include "companions/faultkit/walk/x86/function_bounds.h"
-#include "companions/faultkit/capture/memory.h"
+#include "companions/faultkit/memory.h"
 #include "companions/faultkit/capture/module_table.h"
 
 namespace faultkit {

@@ -2,22 +2,23 @@
 // that they can be tested against memory made up by a test.
 #pragma once
 
-#include <stdint.h>
+#include "companions/faultkit/address.h"
 
 namespace faultkit {
 
 class Memory {
 public:
     // Copies `size` bytes from `address`. Returns false, with undefined bytes in `to`, when any of them can't be read.
-    virtual bool read(uint32_t address, void* to, uint32_t size) = 0;
+    virtual bool read(Address address, void* to, uint32_t size) = 0;
 
-    bool read_u8(uint32_t address, uint8_t* value) { return read(address, value, sizeof *value); }
-    bool read_u16(uint32_t address, uint16_t* value) { return read(address, value, sizeof *value); }
-    bool read_u32(uint32_t address, uint32_t* value) { return read(address, value, sizeof *value); }
+    bool read_u8(Address address, uint8_t* value) { return read(address, value, sizeof *value); }
+    bool read_u16(Address address, uint16_t* value) { return read(address, value, sizeof *value); }
+    bool read_u32(Address address, uint32_t* value) { return read(address, value, sizeof *value); }
+    bool read_address(Address address, Address* value) { return read(address, value, sizeof *value); }
 
     // Copies a text up to its NUL, at most size - 1 characters; `to` is always terminated. Returns whether any was
     // read.
-    bool read_text(uint32_t address, char* to, uint32_t size) {
+    bool read_text(Address address, char* to, uint32_t size) {
         uint32_t length = 0;
         while (length + 1 < size && read(address + length, to + length, 1) && to[length])
             ++length;

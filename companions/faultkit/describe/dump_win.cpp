@@ -1,10 +1,10 @@
 // Writes a minidump by dbghelp.dll, under a guard, and where the stack is short on a thread of its own, with a timeout.
 // A dump that wasn't finished is deleted.
-#include <windows.h>
+#include "companions/faultkit/describe/dump.h"
+
 #include <dbghelp.h>
 
 #include "companions/faultkit/walk/debug_library.h"
-#include "companions/faultkit/describe/fault_report.h"
 #include "win/guard.h"
 #include "companions/faultkit/work_stack.h"
 
@@ -14,7 +14,7 @@ namespace {
 // Stacks with what they point to, and the modules that are gone: some hundred kilobytes, small enough for an e-mail.
 constexpr int kDumpType = MiniDumpWithIndirectlyReferencedMemory | MiniDumpWithUnloadedModules;
 
-constexpr unsigned kPatience = 60000; // milliseconds; a dump holds every thread's stack
+constexpr unsigned kTimeout = 60000; // milliseconds; a dump holds every thread's stack
 
 struct DumpWork {
     HANDLE file;
@@ -67,7 +67,7 @@ DWORD write_dump(const char* path, EXCEPTION_POINTERS* pointers) {
     if (file == INVALID_HANDLE_VALUE)
         return last_error_or(ERROR_GEN_FAILURE);
     dump_work = {file, {GetCurrentThreadId(), pointers, FALSE}, ERROR_GEN_FAILURE};
-    const Outcome outcome = run_with_room(write_guarded, &dump_work, kPatience);
+    const Outcome outcome = run_on_large_stack(write_guarded, &dump_work, kTimeout);
     DWORD error = dump_work.error;
     if (outcome == Outcome::kAbandoned) {
         DeleteFileA(path); // its writer may still be at it, so the handle stays open

@@ -1,0 +1,59 @@
+// The two texts about a fault, from one snapshot of it.
+#pragma once
+
+#include "companions/faultkit/capture/snapshot.h"
+#include "companions/faultkit/describe/trace_text.h"
+#include "companions/faultkit/walk/stack_walk.h"
+#include "companions/faultkit/walk/symbol_session.h"
+
+namespace faultkit {
+
+// All storage is its own: after a fault neither heap nor stack can be relied on. One, in static storage, where all
+// zeros is a good beginning; its caller holds the lock (lock.h).
+class Description {
+public:
+    // The text of GetFaultReason. Takes a snapshot and walks the stack too, as both need the same symbols; a trace that
+    // is being read is left alone.
+    const char* reason(const EXCEPTION_POINTERS* pointers);
+
+    // The first line of the trace, from the snapshot that the reason was made of if it is of this fault; null when the
+    // pointers lead nowhere.
+    const char* first_line(unsigned options, const EXCEPTION_POINTERS* pointers);
+
+    // The next line, null at the trace's end or when this thread did not begin it with these pointers.
+    const char* next_line(unsigned options, const EXCEPTION_POINTERS* pointers);
+
+private:
+    // What the symbol work reads and writes. When its thread is abandoned, it keeps all of this for good.
+    struct SymbolWork {
+        const Snapshot* snapshot;
+        OwnUnloads own_unloads;
+        SymbolSession session;
+        StackWalk walk;
+        bool with_walk;
+        SourcePlace places[4]; // of the faulting instruction, innermost inlined function first
+        win::Fault walking;    // met on the way down the stack
+        const char* trouble;   // why symbols are missing; null when all is well
+    };
+    // Whether there is a trace: none, one that was walked with the reason, or one that is being read.
+    enum TraceState { kNone, kAhead, kRead };
+
+    static void work_with_symbols(void* work);
+    const SourcePlace& look_up(bool with_walk);
+    void begin_trace(bool with_symbols);
+
+    Snapshot m_snapshot;
+    SymbolWork m_work;
+    Note m_symbol_note;     // why symbols are missing; no text when all is well
+    StackWalk m_plain_walk; // where the symbol work came to nothing
+
+    TraceText m_trace;
+    TraceState m_trace_state;
+    DWORD m_trace_thread;
+    const EXCEPTION_POINTERS* m_trace_pointers;
+
+    char m_reason[12 * 1024];
+    char m_line[640];
+};
+
+} // namespace faultkit
