@@ -41,6 +41,27 @@ void fill(CByteArray& bytes, const char* text) {
     memcpy(bytes.GetData(), text, strlen(text));
 }
 
+constexpr bool kWide = sizeof(void*) == 8;
+
+// Offsets of fields: with 32 bits as they are fixed, with 64 where natural alignment puts them.
+constexpr unsigned place(unsigned narrow, unsigned wide) {
+    return kWide ? wide : narrow;
+}
+
+constexpr unsigned kCoderTable = place(4, 8);
+constexpr unsigned kAttributes = 8;
+constexpr unsigned kDescriptor = place(12, 16);
+constexpr unsigned kMapping = place(16, 24);
+constexpr unsigned kView = place(20, 32);
+constexpr unsigned kData = place(24, 40);
+constexpr unsigned kName = place(28, 48);
+constexpr unsigned kGranularity = place(32, 56);
+constexpr unsigned kDataLength = place(36, 60);
+constexpr unsigned kViewLength = place(40, 64);
+constexpr unsigned kFileSize = place(48, 72);
+constexpr unsigned kMappedLength = place(56, 80);
+constexpr unsigned kMessage = place(4 + 20, 8 + 24); // a string's characters
+
 using Destroy = void* __thiscall(void*, unsigned flags); // flag 1 frees the memory too
 
 void show_coder() {
@@ -48,12 +69,12 @@ void show_coder() {
     void* const coder = operator new(sizeof(CBase64Coding));
     memset(coder, 0x55, sizeof(CBase64Coding));
     new (coder) CBase64Coding;
-    print("coder unbuilt flag", field<unsigned char>(coder, 4));
-    print("coder unbuilt rest", field<unsigned char>(coder, 5));
+    print("coder unbuilt flag", field<unsigned char>(coder, kCoderTable));
+    print("coder unbuilt rest", field<unsigned char>(coder, kCoderTable + 1));
     slot_of<void __thiscall(void*)>(coder, 1)(coder);
-    print("coder built flag", field<unsigned char>(coder, 4));
-    print("coder value of z", field<unsigned char>(coder, 4 + 'z'));
-    print("coder value of byte 255", field<unsigned char>(coder, 4 + 255));
+    print("coder built flag", field<unsigned char>(coder, kCoderTable));
+    print("coder value of z", field<unsigned char>(coder, kCoderTable + 'z'));
+    print("coder value of byte 255", field<unsigned char>(coder, kCoderTable + 255));
 
     CByteArray text, bytes;
     print("slot 3 result",
@@ -84,8 +105,8 @@ void show_coder() {
 
 void show_security(void* file) {
     slot_of<void __thiscall(void*)>(file, 1)(file);
-    const auto* const attributes = field<SECURITY_ATTRIBUTES*>(file, 8);
-    const auto descriptor = field<void*>(file, 12);
+    const auto* const attributes = field<SECURITY_ATTRIBUTES*>(file, kAttributes);
+    const auto descriptor = field<void*>(file, kDescriptor);
     print("security attributes length", attributes ? attributes->nLength : 0);
     print("security attributes name the descriptor", attributes && attributes->lpSecurityDescriptor == descriptor);
     print("security attributes are inherited", attributes && attributes->bInheritHandle);
@@ -100,36 +121,37 @@ void show_file(const char* path) {
     void* const file = operator new(sizeof(CMemoryFile));
     memset(file, 0x55, sizeof(CMemoryFile));
     new (file) CMemoryFile;
-    print("file no security", !field<void*>(file, 8) && !field<void*>(file, 12));
-    print("file no mapping", field<int>(file, 16));
-    print("file no view", !field<void*>(file, 20) && !field<void*>(file, 24));
-    print("file granularity", field<unsigned>(file, 32));
+    print("file no security", !field<void*>(file, kAttributes) && !field<void*>(file, kDescriptor));
+    print("file no mapping", static_cast<int>(field<intptr_t>(file, kMapping)));
+    print("file no view", !field<void*>(file, kView) && !field<void*>(file, kData));
+    print("file granularity", field<unsigned>(file, kGranularity));
     show_security(file);
 
     using Open = int __thiscall(void*, const char*, unsigned, unsigned long long, unsigned, void*);
     print("slot 7 opens", slot_of<Open>(file, 7)(file, path, CFile::modeReadWrite, 70000, 0, nullptr));
     DWORD flags = 0;
-    GetHandleInformation(field<HANDLE>(file, 16), &flags);
+    GetHandleInformation(field<HANDLE>(file, kMapping), &flags);
     print("open mapping is inherited", (flags & HANDLE_FLAG_INHERIT) != 0);
-    print("open data minus view", field<int>(file, 24) - field<int>(file, 20));
-    print("open data", field<char*>(file, 24) ? *field<char*>(file, 24) : -1);
-    print("open name", strcmp(field<char*>(file, 28), path) == 0);
-    print("open data length", field<unsigned>(file, 36));
-    print("open view length", field<unsigned>(file, 40));
-    print("open file size", static_cast<int>(field<unsigned long long>(file, 48)));
-    print("open mapped length", field<unsigned>(file, 56));
+    print("open data minus view", static_cast<int>(field<char*>(file, kData) - field<char*>(file, kView)));
+    print("open data", field<char*>(file, kData) ? *field<char*>(file, kData) : -1);
+    print("open name", strcmp(field<char*>(file, kName), path) == 0);
+    print("open data length", field<unsigned>(file, kDataLength));
+    print("open view length", field<unsigned>(file, kViewLength));
+    print("open file size", static_cast<int>(field<unsigned long long>(file, kFileSize)));
+    print("open mapped length", field<unsigned>(file, kMappedLength));
     print("slot 5 flushes", slot_of<bool __thiscall(void*)>(file, 5)(file));
     CString name;
     slot_of<void __thiscall(void*, CString&)>(file, 6)(file, name);
     print("slot 6 name", name == path);
 
     slot_of<void __thiscall(void*)>(file, 4)(file);
-    print("closed mapping", field<int>(file, 16));
+    print("closed mapping", static_cast<int>(field<intptr_t>(file, kMapping)));
     print("closed pointers and lengths are 0",
-          !field<void*>(file, 20) && !field<void*>(file, 24) && !*field<char*>(file, 28) && !field<int>(file, 36) &&
-              !field<int>(file, 40) && !field<long long>(file, 48) && !field<int>(file, 56));
+          !field<void*>(file, kView) && !field<void*>(file, kData) && !*field<char*>(file, kName) &&
+              !field<int>(file, kDataLength) && !field<int>(file, kViewLength) && !field<long long>(file, kFileSize) &&
+              !field<int>(file, kMappedLength));
     slot_of<void __thiscall(void*)>(file, 2)(file);
-    print("freed security", !field<void*>(file, 8) && !field<void*>(file, 12));
+    print("freed security", !field<void*>(file, kAttributes) && !field<void*>(file, kDescriptor));
     print("file destructor", slot_of<Destroy>(file, 3)(file, 0) == file);
     operator delete(file);
 }
@@ -138,7 +160,7 @@ void show_composer() {
     print("composer size", sizeof(CEmailTool));
     CEmailTool* const composer = new CEmailTool;
     composer->ComposeAt(CTime(2006, 1, 15, 9, 5, 7), "s", "b", "t", nullptr);
-    print("composer message at 4", strncmp(field<char*>(composer, 4 + 20), "To: \"t\" \r\n", 10) == 0);
+    print("composer message", strncmp(field<char*>(composer, kMessage), "To: \"t\" \r\n", 10) == 0);
     slot_of<Destroy>(composer, 1)(composer, 1);
 }
 
