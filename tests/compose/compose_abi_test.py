@@ -61,4 +61,6 @@ def test_classes_have_their_functions_and_fields_where_a_visual_cpp_caller_looks
     path = stage.artifacts / "file.bin"
     path.write_bytes(b"x" * 70000 + b"data" + b"x" * 119)
     result = wine.run(stage.product("compose_abi_host.exe"), wine.prefix.to_windows(path), check=True)
-    assert dict(line.split(": ", 1) for line in result.text.splitlines()) == EXPECTED | stage.machine.choose({}, SIZES_64)
+    assert dict(line.split(": ", 1) for line in result.text.splitlines()) == EXPECTED | stage.machine.choose(
+        {}, SIZES_64
+    )

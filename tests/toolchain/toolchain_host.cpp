@@ -176,9 +176,10 @@ int main(int argc, char** argv) {
     check(big_frame(3) == 4, "a large stack frame");
     check_exceptions();
     check_structured_exceptions();
-    int* const many = new (std::nothrow) int[SIZE_MAX / 8];
+    size_t volatile const impossible = SIZE_MAX / 8;
+    int* volatile const many = new (std::nothrow) int[impossible]; // volatile, so that the allocation takes place
     check(many == nullptr, "impossible memory is null");
-    int* volatile const plain = new int[SIZE_MAX / 8]; // volatile, so that the allocation takes place
+    int* volatile const plain = new int[impossible];
     check(plain == nullptr, "impossible memory is null for plain new too");
     delete[] new int[3];
     printf("checked %d\n", checked);
