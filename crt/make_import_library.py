@@ -13,7 +13,8 @@ import sys
 
 
 def imported_names(archive, machine):
-    """The names without the underscore that C names begin with for i386, such as MessageBoxA@16."""
+    """The names without the underscore that C names begin with for i386, such as MessageBoxA@16. Those of the compiler's own
+    calls, which begin with two underscores, come from the C runtime."""
     prefix = "__imp__" if machine == "i386" else "__imp_"
     listing = subprocess.run(
         ["llvm-nm-19", "--defined-only", archive], check=True, capture_output=True, text=True
@@ -23,6 +24,7 @@ def imported_names(archive, machine):
         symbol = line.split()[-1] if line.split() else ""
         if symbol.startswith(prefix):
             names.add(symbol[len(prefix) :])
+    names = {name for name in names if not name.startswith("__")}
     if not names:
         sys.exit(f"{archive}: holds no import")
     return sorted(names)

@@ -19,6 +19,7 @@ LIMIT_SECONDS = 120.0
 _SERVANTS = {
     "wineserver",
     "wineserver32",
+    "wineserver64",
     "services.exe",
     "winedevice.exe",
     "plugplay.exe",

@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034,SC2154 # variables of the scripts that source it
-# The part of scripts/setup that gets a 32-bit Wine and makes the project's prefix. Sourced by it.
+# The part of scripts/setup that gets a 32-bit Wine and makes the project's prefixes. Sourced by it.
 . "$repo_dir/scripts/lib/wine-env.sh"
 
 # take_lock FILE: waits until no other set-up holds FILE. Descriptor 9 is closed for whatever keeps running later.
@@ -9,20 +9,29 @@ take_lock() {
     flock -w 1800 9 || die "another scripts/setup has held $1 for half an hour: end it, then try again"
 }
 
-# ensure_wine [newer]: after it, scripts/wine works, with that Wine where WENDAX_WINE names it.
+# ensure_wine VARIANT: after it, scripts/wine works with that Wine (see wine_variant).
 ensure_wine() {
-    local WENDAX_WINE=${1:-} root=$tools_dir/wine32 release=
-    wine_places "$repo_dir"
+    local variant=$1 root=$tools_dir/wine32 release='' arch=win32
+    wine_places "$repo_dir" "$variant"
     remove_left_prefixes
     if [ -f "$wine_prefix/system.reg" ] && wine_load_choice; then
         return
     fi
-    if [ -n "$WENDAX_WINE" ]; then
-        root=$root-$WENDAX_WINE release=trixie
-    elif try_users_wine; then
-        wine_load_choice
-        return
-    fi
+    case $variant in
+        x64)
+            arch=win64
+            say "making the Wine prefix $wine_prefix"
+            make_prefix program /usr/lib/wine/wine64 ||
+                die "the Wine prefix could not be made; the log is build/logs/${wine_prefix##*/}.log"
+            wine_load_choice
+            return ;;
+        newer) root=$root-newer release=trixie ;;
+        *)
+            if try_users_wine; then
+                wine_load_choice
+                return
+            fi ;;
+    esac
     ensure_wine_root "$root" "$release"
     say "making the Wine prefix $wine_prefix"
     make_prefix root "$root" || die "the Wine prefix could not be made; the log is build/logs/${wine_prefix##*/}.log"
@@ -126,13 +135,13 @@ mend_wine_root() {
 
 # make_prefix KIND PLACE: makes the project's prefix with that Wine (as in $wine_choice), and records the choice. It grows
 # under a name of this run's own: what a killed run has left running goes on writing under the old one.
-# Returns 1, leaving nothing behind, if that Wine can't run 32-bit programs.
+# Returns 1, leaving nothing behind, if that Wine can't run programs of $arch.
 make_prefix() (
     local log=$repo_dir/build/logs/${wine_prefix##*/}.log new='' xvfb=''
     new=$(mktemp -d "$wine_prefix.new.XXXXXX") && chmod 755 "$new" || exit 1
     "wine_use_$1" "$2"
     wine_defaults
-    export WINEARCH=win32 WINEPREFIX=$new
+    export WINEARCH=$arch WINEPREFIX=$new
     trap drop_prefix EXIT
     trap 'exit 130' INT TERM HUP
     mkdir -p "$repo_dir/build/logs"
@@ -208,7 +217,7 @@ start_xvfb() {
     export DISPLAY=:$number
 }
 
-# first_start: fills the new prefix and shows that a 32-bit program runs in it.
+# first_start: fills the new prefix and shows that a program runs in it.
 first_start() {
     local code=0 link
     timeout --foreground 300 "$wine_program" wineboot --init || return 1
@@ -218,7 +227,7 @@ first_start() {
     timeout --foreground 60 "$wine_program" cmd /c exit 42 || code=$?
     [ "$code" -eq 42 ] || return 1
     timeout --foreground 60 "$wineserver_program" -w || return 1
-    grep -q '^#arch=win32' "$WINEPREFIX/system.reg" || return 1
+    grep -q "^#arch=$arch" "$WINEPREFIX/system.reg" || return 1
     # Wine links the documents folders to the user's own ones: tests must not write there.
     find "$WINEPREFIX/drive_c/users" -type l | while read -r link; do
         rm "$link" && mkdir "$link" || return 1

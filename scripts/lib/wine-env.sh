@@ -1,6 +1,7 @@
 # shellcheck shell=bash disable=SC2034,SC2154 # variables of the scripts that source it
 # Finds the project's Wine and sets the environment to run it. Sourced.
-# WENDAX_WINE=newer chooses the second one, of "scripts/setup --wine newer", which has a prefix of its own.
+# There is one for 32-bit programs and one for 64-bit programs, each with a prefix of its own. WENDAX_WINE=newer chooses
+# another one for 32-bit programs, of "scripts/setup --wine newer".
 # Afterwards wine_program and wineserver_program are set, and WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES exported.
 # A caller's own WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES are kept.
 
@@ -10,17 +11,40 @@ wine_fail() {
     exit 125
 }
 
-# wine_places REPO: sets wine_prefix, the project's prefix for the Wine that WENDAX_WINE names, and wine_choice, the file
-# that says where that Wine is.
-wine_places() {
-    local suffix=
-    case ${WENDAX_WINE:-} in
-        '') ;;
-        newer) suffix=-newer ;;
+# wine_variant MACHINE: prints which of the Wines is meant: x64 for 64-bit programs, nothing or newer for those of x86.
+wine_variant() {
+    case $1:${WENDAX_WINE:-} in
+        x64:) echo x64 ;;
+        x64:newer) wine_fail "the newer Wine runs 32-bit programs only" ;;
+        *: | *:newer) echo "${WENDAX_WINE:-}" ;;
         *) wine_fail "WENDAX_WINE is '$WENDAX_WINE': unset it, or say 'newer'" ;;
     esac
-    wine_prefix=$1/build/wineprefix$suffix
-    wine_choice=$1/build/wine$suffix.conf
+}
+
+# machine_of_program FILE: prints x86 or x64, or nothing when it is no Windows program of this system.
+machine_of_program() {
+    local offset machine
+    [ -f "$1" ] && offset=$(od -An -tu4 -j60 -N4 "$1" 2>/dev/null) && [ -n "$offset" ] || return 0
+    machine=$(od -An -tx2 -j$((offset + 4)) -N2 "$1" 2>/dev/null) || return 0
+    case $machine in
+        ' 014c') echo x86 ;;
+        ' 8664') echo x64 ;;
+    esac
+}
+
+# machine_of_prefix DIR: prints which programs it is for.
+machine_of_prefix() {
+    case $(head -n 5 "$1/system.reg") in
+        *'#arch=win64'*) echo x64 ;;
+        *) echo x86 ;;
+    esac
+}
+
+# wine_places REPO VARIANT: sets wine_prefix, the project's prefix for that Wine (see wine_variant), and wine_choice, the
+# file that says where it is.
+wine_places() {
+    wine_prefix=$1/build/wineprefix${2:+-$2}
+    wine_choice=$1/build/wine${2:+-$2}.conf
 }
 
 # wine_use_root DIR: takes Wine from the unpacked 32-bit Debian packages in DIR.
@@ -35,7 +59,11 @@ wine_use_root() {
 wine_use_program() {
     wine_program=$1
     wineserver_program=wineserver
-    if [ -x "${1%/*}/wineserver" ]; then
+    if [ "${1##*/}" = wine64 ] && [ -x "${1%/*}/wineserver64" ]; then
+        # Debian's wineserver is a script that has it end with the last program; starting it anew takes a second.
+        wineserver_program=${1%/*}/wineserver64
+        export WINESERVER=$wineserver_program
+    elif [ -x "${1%/*}/wineserver" ]; then
         wineserver_program=${1%/*}/wineserver
     fi
 }
@@ -65,10 +93,19 @@ wine_defaults() {
     export WINEDLLOVERRIDES=${WINEDLLOVERRIDES-winemenubuilder.exe=d;mscoree,mshtml=}
 }
 
-# wine_enter REPO: all of the above for a program that is to run now, in the caller's prefix or the project's.
+# wine_enter REPO [PROGRAM]: all of the above for a program that is to run now, in the caller's prefix or the project's. For
+# which machine it is, its file says; of a Windows name, the caller's prefix.
 wine_enter() {
-    local setup=scripts/setup${WENDAX_WINE:+ --wine $WENDAX_WINE}
-    wine_places "$1"
+    local setup=scripts/setup${WENDAX_WINE:+ --wine $WENDAX_WINE} machine variant
+    machine=$(machine_of_program "${2:-}")
+    if [ -f "${WINEPREFIX:-}/system.reg" ]; then
+        if [ -n "$machine" ] && [ "$machine" != "$(machine_of_prefix "$WINEPREFIX")" ]; then
+            wine_fail "WINEPREFIX is not for programs of $machine ($WINEPREFIX): unset it to use the one of $setup"
+        fi
+        machine=$(machine_of_prefix "$WINEPREFIX")
+    fi
+    variant=$(wine_variant "$machine") || exit
+    wine_places "$1" "$variant"
     wine_load_choice || wine_fail "that Wine is not set up here yet: run $setup first"
     wine_defaults
     if [ -n "${WINEPREFIX:-}" ]; then

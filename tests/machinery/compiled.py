@@ -6,6 +6,8 @@ import pathlib
 import subprocess
 import tempfile
 
+from testing.product import MACHINE
+
 _folder = tempfile.TemporaryDirectory()
 atexit.register(_folder.cleanup)
 
@@ -16,7 +18,7 @@ def program(name):
     source = pathlib.Path(__file__).parent / "programs" / f"{name}.c"
     made = pathlib.Path(_folder.name) / f"{name}.exe"
     subprocess.run(
-        ["i686-w64-mingw32-gcc-posix", "-Wall", "-Wextra", "-Werror", "-g", "-O1", "-o", made, source, "-lgdi32"],
+        [MACHINE.choose("i686", "x86_64") + "-w64-mingw32-gcc-posix", "-Wall", "-Wextra", "-Werror", "-g", "-O1", "-o", made, source, "-lgdi32"],
         check=True,
     )
     return made

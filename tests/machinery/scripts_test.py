@@ -125,5 +125,6 @@ def test_setup_that_was_killed_writes_nothing_into_the_next_prefix(checkout):
         second.stdout.close()
     assert checkout.programs().keys() & left.keys() == set()
     build = checkout.path / "build"
-    assert [path.name for path in build.glob("wineprefix*")] == ["wineprefix"]
-    assert (Prefix(build / "wineprefix").drive_c / "windows" / "explorer.exe").is_file()
+    assert sorted(path.name for path in build.glob("wineprefix*")) == ["wineprefix", "wineprefix-x64"]
+    for path in build.glob("wineprefix*"):
+        assert (Prefix(path).drive_c / "windows" / "explorer.exe").is_file()
