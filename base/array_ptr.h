@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/array.h"
+#include "base/owner.h"
 
 namespace gen {
 
@@ -32,6 +33,13 @@ public:
 
     // Checked: throws genlib_out_of_range(i, size()).
     T* operator[](unsigned i) const { return base::operator[](i); }
+
+    // As in array. From an owner the array takes the element over, and gives it back for use.
+    using base::add;
+    T* add(Owner<T>&& element) {
+        base::add(element.get());
+        return element.release();
+    }
 
     // Replaces element i; checked. Setting an element to itself does nothing.
     void set(unsigned i, T* element) {

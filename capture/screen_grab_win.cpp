@@ -2,7 +2,7 @@
 // that is null or black.
 #include "capture/screen_grab.h"
 
-#include "glib/gdi_handle.h"
+#include "win/handle.h"
 
 namespace {
 
@@ -37,9 +37,9 @@ HBITMAP make_section(LONG width, LONG height) {
 HBITMAP copy_screen_to_bitmap(const RECT* rect) {
     if (IsRectEmpty(rect))
         return nullptr;
-    glib::Bitmap section; // goes after the contexts, because what is selected in one can't be deleted
-    glib::DeviceContext display(CreateDCA("DISPLAY", nullptr, nullptr, nullptr));
-    glib::DeviceContext memory(CreateCompatibleDC(display.get()));
+    win::Bitmap section; // goes after the contexts, because what is selected in one can't be deleted
+    win::DeviceContext display(CreateDCA("DISPLAY", nullptr, nullptr, nullptr));
+    win::DeviceContext memory(CreateCompatibleDC(display.get()));
     const LONG x0 = larger(rect->left, 0);
     const LONG y0 = larger(rect->top, 0);
     const LONG width = smaller(GetDeviceCaps(display.get(), HORZRES), rect->right) - x0;

@@ -5,10 +5,10 @@
 #include "capture/screen_grab.h"
 #include "glib/film.h"
 #include "glib/filter_manager.h"
-#include "glib/gdi_handle.h"
 #include "glib/gdiplus_init.h"
 #include "glib/save_record.h"
 #include "win/guard.h"
+#include "win/handle.h"
 #include "win/temporary_folder.h"
 
 namespace {
@@ -39,7 +39,7 @@ namespace {
 
 void grab_and_write(const CStdString& path) {
     const RECT screen = {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
-    glib::Bitmap bitmap(copy_screen_to_bitmap(&screen));
+    win::Bitmap bitmap(copy_screen_to_bitmap(&screen));
     glib::Film film;
     // GDI+ stops before the document goes, whose end then finds it stopped and only lowers the count of documents.
     const GdiplusRun gdiplus;

@@ -42,21 +42,10 @@ public:
     unsigned GetViewLength() const { return m_view_length; }
 
 private:
-    struct MappingTraits {
-        using Value = HANDLE;
-        static Value invalid() noexcept { return INVALID_HANDLE_VALUE; }
-        static void close(Value handle) noexcept { win::nothrow(CloseHandle)(handle); }
-    };
-    struct ViewTraits {
-        using Value = void*;
-        static Value invalid() noexcept { return nullptr; }
-        static void close(Value view) noexcept { win::nothrow(UnmapViewOfFile)(view); }
-    };
-
     SECURITY_ATTRIBUTES* m_attributes = nullptr; // owned
     SECURITY_DESCRIPTOR* m_descriptor = nullptr; // owned
-    win::UniqueHandle<MappingTraits> m_mapping;
-    win::UniqueHandle<ViewTraits> m_view;
+    win::FileHandle m_mapping;
+    win::MappedView m_view;
     unsigned char* m_data = nullptr;
     CString m_file_name;
     unsigned m_granularity; // what the start of a view is a multiple of

@@ -3,11 +3,11 @@
 #include <string.h>
 #include <windows.h>
 
+#include "base/owner.h"
 #include "glib/film.h"
 #include "glib/film_body.h"
-#include "glib/gdi_handle.h"
-#include "glib/owner.h"
 #include "glib/pixel_convert.h"
+#include "win/handle.h"
 
 namespace glib {
 
@@ -27,7 +27,7 @@ struct BitmapRows {
 
 bool read_rows(HBITMAP bitmap, BitmapRows& rows) {
     BITMAPINFO* const info = reinterpret_cast<BITMAPINFO*>(&rows.info);
-    const DeviceContext dc(CreateCompatibleDC(nullptr));
+    const win::DeviceContext dc(CreateCompatibleDC(nullptr));
     rows.info = {};
     rows.info.header.biSize = sizeof(rows.info.header);
     if (!GetDIBits(dc.get(), bitmap, 0, 0, nullptr, info, DIB_RGB_COLORS))
@@ -74,7 +74,7 @@ bool convert_from_16(const BitmapRows& rows, Raster& raster) {
 bool make_raster(BitmapRows& rows, Raster& raster) {
     if (rows.bits == 16)
         return convert_from_16(rows, raster);
-    if (!raster.Adopt(rows.width, rows.height, rows.bits, static_cast<PixelBuffer&&>(rows.pixels)))
+    if (!raster.Adopt(rows.width, rows.height, rows.bits, gen::move(rows.pixels)))
         return false;
     if (rows.bits == 32)
         make_opaque(raster);
@@ -93,7 +93,7 @@ bool fill_page(Slide& page, HBITMAP bitmap) {
     Raster raster;
     if (!read_rows(bitmap, rows) || !make_raster(rows, raster))
         return false;
-    Layer* layer = new (std::nothrow) Layer(static_cast<Raster&&>(raster));
+    Layer* layer = new (std::nothrow) Layer(gen::move(raster));
     if (!layer)
         return false;
     layer->scales = true;

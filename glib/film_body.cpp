@@ -4,19 +4,18 @@
 
 #include <new>
 
+#include "base/owner.h"
 #include "glib/canvas.h"
-#include "glib/owner.h"
 #include "glib/stream.h"
 
 namespace glib {
 
 Slide* FilmBody::AppendPage() {
-    Owner<Slide> page(new (std::nothrow) Slide);
+    gen::Owner<Slide> page(new (std::nothrow) Slide);
     if (!page)
         return nullptr;
     page->SetCurrentPage(m_current_page);
-    m_pages.add(page.get());
-    return page.release();
+    return m_pages.add(gen::move(page));
 }
 
 Slide* FilmBody::TargetPage(unsigned index, bool* is_new) {
@@ -92,8 +91,8 @@ ResultCode FilmBody::load_exchange(FilterManager& manager, VStream& stream, cons
 ResultCode FilmBody::adopt(ImageDataExchange& image, const LoadRequest& request) {
     gen::array_ptr<Slide> fresh;
     for (unsigned i = 0; i < image.pages.size(); ++i) {
-        Owner<Slide> page(new (std::nothrow) Slide);
-        Owner<Layer> layer(page ? new (std::nothrow) Layer(image.TakeRaster(i)) : nullptr);
+        gen::Owner<Slide> page(new (std::nothrow) Slide);
+        gen::Owner<Layer> layer(page ? new (std::nothrow) Layer(image.TakeRaster(i)) : nullptr);
         if (!layer)
             return OMEM;
         page->AddLayer(layer.release());
@@ -108,11 +107,10 @@ ResultCode FilmBody::adopt(ImageDataExchange& image, const LoadRequest& request)
             if (code != RCOK)
                 return code;
         }
-        fresh.add(page.get());
-        page.release();
+        fresh.add(gen::move(page));
     }
     if (!request.append) {
-        m_pages = static_cast<gen::array_ptr<Slide>&&>(fresh);
+        m_pages = gen::move(fresh);
         SetCurrentPage(0);
         return RCOK;
     }
@@ -172,11 +170,10 @@ ResultCode FilmBody::export_page(Slide& page, bool keep_alpha, ImageDataExchange
         const ResultCode code = plain ? (canvas.CreateFrom(*shown) ? RCOK : OMEM) : page.Render(canvas);
         if (code != RCOK)
             return code;
-        Owner<Raster> raster(new (std::nothrow) Raster);
+        gen::Owner<Raster> raster(new (std::nothrow) Raster);
         if (!raster || !(keep_alpha ? canvas.ToRaster(*raster) : canvas.ToRasterOnWhite(*raster)))
             return OMEM;
-        made.add(raster.get());
-        shown = raster.release();
+        shown = made.add(gen::move(raster));
     }
     if (!is_within_contract(shown->width(), shown->height(),
                             picture_length(shown->bits_per_pixel(), shown->width(), shown->height())))
@@ -209,15 +206,14 @@ ResultCode FilmBody::Save(FilterManager& manager, VStream& stream, const BaseFor
 bool FilmBody::CopyFrom(const FilmBody& other) {
     gen::array_ptr<Slide> fresh;
     for (unsigned i = 0; i < other.m_pages.size(); ++i) {
-        Owner<Slide> page(other.m_pages[i]->Clone());
+        gen::Owner<Slide> page(other.m_pages[i]->Clone());
         if (!page)
             return false;
-        fresh.add(page.get());
-        page.release();
+        fresh.add(gen::move(page));
     }
     CStdString copied_title(other.title);
-    m_pages = static_cast<gen::array_ptr<Slide>&&>(fresh);
-    title = static_cast<CStdString&&>(copied_title);
+    m_pages = gen::move(fresh);
+    title = gen::move(copied_title);
     source_format = other.source_format;
     SetCurrentPage(other.m_current_page);
     return true;

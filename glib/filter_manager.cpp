@@ -6,9 +6,9 @@
 #include <string.h>
 
 #include "base/ascii_case.h"
+#include "base/owner.h"
 #include "companions/kobrtl/kobrtl.h"
 #include "glib/module_call.h"
-#include "glib/owner.h"
 #include "glib/stream.h"
 
 namespace glib {
@@ -111,17 +111,16 @@ bool FilterManager::bind_format(void* module, const char* module_name, EFormat f
     const auto save = reinterpret_cast<SaveEntry>(entry(kSaveEntryPattern));
     const auto thumbnail = reinterpret_cast<ThumbnailEntry>(entry(kThumbnailEntryPattern));
 
-    Owner<ExtItem> item(new (std::nothrow)
-                            ExtItem{module, load, info, thumbnail, save, static_cast<uint8_t>(code >> 24),
-                                    row ? static_cast<int32_t>(row - rows) : -1, code});
-    Owner<FilterFormatDesc> description(new (std::nothrow)
-                                            FilterFormatDesc{code, row, save != nullptr, thumbnail != nullptr});
+    gen::Owner<ExtItem> item(new (std::nothrow)
+                                 ExtItem{module, load, info, thumbnail, save, static_cast<uint8_t>(code >> 24),
+                                         row ? static_cast<int32_t>(row - rows) : -1, code});
+    gen::Owner<FilterFormatDesc> description(new (std::nothrow)
+                                                 FilterFormatDesc{code, row, save != nullptr, thumbnail != nullptr});
     if (!item || !description)
         gen::throw_out_of_memory();
     m_formats.grow(m_formats.size() + 1); // so that of the two additions none fails alone
-    m_items.add(item.get());
-    item.release();
-    m_formats.add(description.release());
+    m_items.add(gen::move(item));
+    m_formats.add(gen::move(description));
     return true;
 }
 

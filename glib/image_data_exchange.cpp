@@ -4,7 +4,7 @@
 
 #include <new>
 
-#include "glib/owner.h"
+#include "base/owner.h"
 #include "glib/stream.h"
 
 namespace glib {
@@ -16,25 +16,24 @@ IDEPage* ImageDataExchange::AddPage(uint32_t width, uint32_t height, uint32_t bi
     if (width > GLIB_MAX_PAGE_SIDE || height > GLIB_MAX_PAGE_SIDE || bits_per_pixel > 32 ||
         more > GLIB_MAX_PAGE_BYTES - bytes)
         return nullptr;
-    Owner<Raster> raster(new (std::nothrow) Raster);
+    gen::Owner<Raster> raster(new (std::nothrow) Raster);
     if (!raster || !raster->Create(width, height, bits_per_pixel))
         return nullptr;
-    Owner<IDEPage> page(new (std::nothrow) IDEPage(raster->AsPage()));
+    gen::Owner<IDEPage> page(new (std::nothrow) IDEPage(raster->AsPage()));
     if (!page)
         return nullptr;
     rasters.grow(pages.size() + 1); // so that of the two additions none fails alone
-    pages.add(page.get());
-    rasters.add(raster.release());
+    IDEPage* const added = pages.add(gen::move(page));
+    rasters.add(gen::move(raster));
     bytes += more;
-    return page.release();
+    return added;
 }
 
 void ImageDataExchange::AddView(Raster& raster) {
-    Owner<IDEPage> page(new (std::nothrow) IDEPage(raster.AsPage()));
+    gen::Owner<IDEPage> page(new (std::nothrow) IDEPage(raster.AsPage()));
     if (!page)
         gen::throw_out_of_memory();
-    pages.add(page.get());
-    page.release();
+    pages.add(gen::move(page));
 }
 
 void ImageDataExchange::Clear() {

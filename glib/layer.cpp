@@ -3,8 +3,8 @@
 
 #include <new>
 
+#include "base/owner.h"
 #include "glib/canvas.h"
-#include "glib/owner.h"
 #include "glib/raster_scale.h"
 
 namespace glib {
@@ -37,9 +37,9 @@ void Layer::copy_settings(const Layer& other) {
 }
 
 Layer* Layer::Clone() const {
-    Owner<Layer> copy;
+    gen::Owner<Layer> copy;
     if (m_drawing) {
-        Owner<VectorImage> drawing(m_drawing->Clone());
+        gen::Owner<VectorImage> drawing(m_drawing->Clone());
         if (drawing)
             copy.reset(new (std::nothrow) Layer(drawing.get()));
         if (copy)
@@ -47,7 +47,7 @@ Layer* Layer::Clone() const {
     } else {
         Raster raster;
         if (raster.CopyFrom(m_raster))
-            copy.reset(new (std::nothrow) Layer(static_cast<Raster&&>(raster)));
+            copy.reset(new (std::nothrow) Layer(gen::move(raster)));
     }
     if (copy)
         copy->copy_settings(*this);
@@ -74,9 +74,9 @@ ResultCode Layer::DrawOn(Canvas& page) const {
 
 ResultCode Layer::Resized(uint32_t new_width, uint32_t new_height, int scale_type, Layer** resized) const {
     *resized = nullptr;
-    Owner<Layer> layer;
+    gen::Owner<Layer> layer;
     if (m_drawing) {
-        Owner<VectorImage> drawing(m_drawing->Resized(new_width, new_height));
+        gen::Owner<VectorImage> drawing(m_drawing->Resized(new_width, new_height));
         if (!drawing)
             return IERR;
         layer.reset(new (std::nothrow) Layer(drawing.get()));
@@ -87,7 +87,7 @@ ResultCode Layer::Resized(uint32_t new_width, uint32_t new_height, int scale_typ
         const ResultCode code = scale_raster(m_raster, raster, new_width, new_height, scale_type);
         if (code != RCOK)
             return code;
-        layer.reset(new (std::nothrow) Layer(static_cast<Raster&&>(raster)));
+        layer.reset(new (std::nothrow) Layer(gen::move(raster)));
     }
     if (!layer)
         return OMEM;

@@ -4,9 +4,9 @@
 
 #include <new>
 
+#include "base/owner.h"
 #include "glib/gdiplus_api.h"
 #include "glib/gdiplus_init.h"
-#include "glib/owner.h"
 
 namespace glib {
 
@@ -33,7 +33,7 @@ bool MetafileImage::read_header() {
 }
 
 MetafileImage* MetafileImage::FromHandle(HENHMETAFILE handle) {
-    Owner<MetafileImage> image(gdiplus_period() && handle ? new (std::nothrow) MetafileImage : nullptr);
+    gen::Owner<MetafileImage> image(gdiplus_period() && handle ? new (std::nothrow) MetafileImage : nullptr);
     Gdiplus::GpMetafile* native = nullptr;
     if (!image || gdiplus_api().CreateMetafileFromEmf(handle, TRUE, &native) != Gdiplus::Ok) {
         if (handle)
@@ -45,7 +45,7 @@ MetafileImage* MetafileImage::FromHandle(HENHMETAFILE handle) {
 }
 
 MetafileImage* MetafileImage::Clone() const {
-    Owner<MetafileImage> copy(new (std::nothrow) MetafileImage);
+    gen::Owner<MetafileImage> copy(new (std::nothrow) MetafileImage);
     if (!copy || !copy->m_image.TakeCloneOf(m_image))
         return nullptr;
     copy->m_bounds = m_bounds;
@@ -57,7 +57,7 @@ MetafileImage* MetafileImage::Clone() const {
 }
 
 MetafileImage* MetafileImage::Resized(uint32_t width, uint32_t height) const {
-    Owner<MetafileImage> resized(m_image.native() ? new (std::nothrow) MetafileImage : nullptr);
+    gen::Owner<MetafileImage> resized(m_image.native() ? new (std::nothrow) MetafileImage : nullptr);
     if (!resized || !width || !height || width > GLIB_MAX_PAGE_SIDE || height > GLIB_MAX_PAGE_SIDE)
         return nullptr;
     // No reference device and no frame: the frame is the bounds of what is drawn. Some platforms refuse that.

@@ -4,8 +4,8 @@
 
 #include <new>
 
+#include "base/owner.h"
 #include "glib/canvas.h"
-#include "glib/owner.h"
 
 namespace glib {
 
@@ -46,10 +46,9 @@ void Slide::SetSize(uint32_t width, uint32_t height) {
 }
 
 void Slide::AddLayer(Layer* layer) {
-    Owner<Layer> owner(layer);
+    gen::Owner<Layer> owner(layer);
     layer->name.format("Layer %d", static_cast<int>(m_layers.size()) + 1);
-    m_layers.add(layer);
-    owner.release();
+    m_layers.add(gen::move(owner));
     if (!m_width && !m_height)
         SetSize(layer->width(), layer->height());
 }
@@ -101,7 +100,7 @@ ResultCode Slide::Flatten() {
     Raster raster;
     if (!canvas.ToRaster(raster))
         return OMEM;
-    Owner<Layer> flat(new (std::nothrow) Layer(static_cast<Raster&&>(raster)));
+    gen::Owner<Layer> flat(new (std::nothrow) Layer(gen::move(raster)));
     if (!flat)
         return OMEM;
     flat->name = "Layer 1";
@@ -132,7 +131,7 @@ ResultCode Slide::Stretch(uint32_t width, uint32_t height, int scale_type, bool 
         return BADA;
     if (needs_flattening()) {
         // On a copy, so that a failure later on leaves the layers apart.
-        Owner<Slide> flat(Clone());
+        gen::Owner<Slide> flat(Clone());
         if (!flat)
             return OMEM;
         ResultCode code = flat->Flatten();
@@ -140,7 +139,7 @@ ResultCode Slide::Stretch(uint32_t width, uint32_t height, int scale_type, bool 
             code = flat->Stretch(width, height, scale_type, fit_rect, all_layers);
         if (code != RCOK)
             return code;
-        m_layers = static_cast<gen::array_ptr<Layer>&&>(flat->m_layers);
+        m_layers = gen::move(flat->m_layers);
         rect = flat->rect;
         SetSize(width, height);
         return RCOK;
@@ -171,13 +170,12 @@ ResultCode Slide::Stretch(uint32_t width, uint32_t height, int scale_type, bool 
 }
 
 Slide* Slide::Clone() const {
-    Owner<Slide> copy(new (std::nothrow) Slide);
+    gen::Owner<Slide> copy(new (std::nothrow) Slide);
     for (unsigned i = 0; copy && i < m_layers.size(); ++i) {
-        Owner<Layer> layer(m_layers[i]->Clone());
+        gen::Owner<Layer> layer(m_layers[i]->Clone());
         if (!layer)
             return nullptr;
-        copy->m_layers.add(layer.get());
-        layer.release();
+        copy->m_layers.add(gen::move(layer));
     }
     if (copy) {
         copy->rect = rect;

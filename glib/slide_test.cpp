@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include "base/owner.h"
 #include "testing/cxx/failing_allocator.h"
 #include "glib/canvas.h"
 #include "testing/cxx/drawing_period.h"
-#include "glib/owner.h"
 
 namespace glib {
 namespace {
@@ -323,10 +323,10 @@ TEST(Slide, A_layer_wider_than_the_resampler_takes_shrinks_all_the_same) {
                 memset(raster.row(y) + static_cast<size_t>(x) * bits / 8, x < wide / 2 ? 40 : 200, bits / 8);
         Slide page;
         page.AddLayer(new Layer(static_cast<Raster&&>(raster)));
-        Owner<Slide> copy(page.Clone());
+        gen::Owner<Slide> copy(page.Clone());
         ASSERT_TRUE(copy);
         for (const int type : {0, 1, 2}) {
-            Owner<Slide> scaled(page.Clone());
+            gen::Owner<Slide> scaled(page.Clone());
             ASSERT_EQ(scaled->Stretch(100, 2, type, false, false), RCOK) << bits << " " << type;
             EXPECT_EQ(scaled->LayerAt(0).width(), 100u);
             EXPECT_EQ(pixel_of(scaled->LayerAt(0), 20, 1).blue, 40) << bits << " " << type;

@@ -4,11 +4,11 @@
 
 #include <new>
 
+#include "base/owner.h"
 #include "capture/screen_grab.h"
 #include "capture/screenshot.h"
 #include "compose/email_tool.h"
 #include "report/destinations.h"
-#include "report/heap_owner.h"
 #include "report/mail_text.h"
 #include "report/report_scope.h"
 #include "report/se_exception.h"
@@ -21,9 +21,9 @@ namespace {
 CStdString system_text() {
     // On the heap: the object holds a work area of 64 KiB, and after a stack overflow little stack is left.
     try {
-        const report::HeapOwner<CStdInfo> info = {new (std::nothrow) CStdInfo};
-        if (info.object)
-            return info.object->GetSystemInfoText();
+        const gen::Owner<CStdInfo> info(new (std::nothrow) CStdInfo);
+        if (info)
+            return info->GetSystemInfoText();
     } catch (const gen::genlib_out_of_memory&) {
     }
     return CStdString();

@@ -5,7 +5,7 @@
 #include <afxwin.h>
 
 #include "base/floating_point_scope.h"
-#include "report/heap_owner.h"
+#include "base/owner.h"
 #include "report/se_exception.h"
 #include "win/guard.h"
 
@@ -29,17 +29,17 @@ void attach_screen_copy(CCrashReport& report) {
 
 void make_report(const char* marker) {
     const bool of_fault = marker && strcmp(marker, kExceptionMarker) == 0;
-    const report::HeapOwner<CCrashReport> report = {new (std::nothrow)
-                                                        CCrashReport(of_fault ? last_translated_exception : nullptr)};
-    if (!report.object)
+    const gen::Owner<CCrashReport> report(new (std::nothrow)
+                                              CCrashReport(of_fault ? last_translated_exception : nullptr));
+    if (!report)
         return;
     if (screen_copy_flag)
-        attach_screen_copy(*report.object);
-    if (report.object->OpenDlg() != 1)
+        attach_screen_copy(*report);
+    if (report->OpenDlg() != 1)
         return;
     if (attachment_exists())
-        report.object->AddAttachment(attachment_path);
-    report.object->GenerateEmail(0, nullptr, nullptr, nullptr);
+        report->AddAttachment(attachment_path);
+    report->GenerateEmail(0, nullptr, nullptr, nullptr);
 }
 
 } // namespace

@@ -2,26 +2,13 @@
 // call.
 #include "sysinfo/system_info_file.h"
 
+#include <new>
+
+#include "base/owner.h"
 #include "sysinfo/std_info.h"
 #include "sysinfo/system_info_text.h"
 #include "win/temporary_folder.h"
 #include "win/whole_file.h"
-
-namespace {
-
-struct OwnedInfo {
-    OwnedInfo() : object(new CStdInfo) {
-        if (!object)
-            throw gen::genlib_out_of_memory();
-    }
-    ~OwnedInfo() { delete object; }
-    OwnedInfo(const OwnedInfo&) = delete;
-    OwnedInfo& operator=(const OwnedInfo&) = delete;
-
-    CStdInfo* object;
-};
-
-} // namespace
 
 bool write_system_info_file(CStdString& path) {
     CStdString directory;
@@ -29,8 +16,10 @@ bool write_system_info_file(CStdString& path) {
     directory.release_buffer();
     path = sysinfo::system_info_path(directory.c_str());
 
-    const OwnedInfo info;
-    CStdString text = info.object->GetSystemInfoText();
+    const gen::Owner<CStdInfo> info(new (std::nothrow) CStdInfo);
+    if (!info)
+        gen::throw_out_of_memory();
+    CStdString text = info->GetSystemInfoText();
     text.replace_all("\n", "\r\n"); // the display's line ends bring a CR of their own, and get a second one
     return win::write_whole_file(path.c_str(), text.c_str(), text.length());
 }

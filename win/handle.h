@@ -56,12 +56,21 @@ private:
     Value m_value;
 };
 
+// Files and their mappings.
 struct FileTraits {
     using Value = HANDLE;
     static Value invalid() noexcept { return INVALID_HANDLE_VALUE; }
-    static void close(Value file) noexcept { nothrow(CloseHandle)(file); }
+    static void close(Value handle) noexcept { nothrow(CloseHandle)(handle); }
 };
 using FileHandle = UniqueHandle<FileTraits>;
+
+// What MapViewOfFile gives.
+struct ViewTraits {
+    using Value = void*;
+    static Value invalid() noexcept { return nullptr; }
+    static void close(Value view) noexcept { nothrow(UnmapViewOfFile)(view); }
+};
+using MappedView = UniqueHandle<ViewTraits>;
 
 struct RegistryKeyTraits {
     using Value = HKEY;
@@ -76,5 +85,21 @@ struct LibraryTraits {
     static void close(Value module) noexcept { nothrow(FreeLibrary)(module); }
 };
 using LibraryHandle = UniqueHandle<LibraryTraits>;
+
+// A device context made by CreateDC or CreateCompatibleDC.
+struct DeviceContextTraits {
+    using Value = HDC;
+    static Value invalid() noexcept { return nullptr; }
+    static void close(Value dc) noexcept { nothrow(DeleteDC)(dc); }
+};
+using DeviceContext = UniqueHandle<DeviceContextTraits>;
+
+// A bitmap that is selected into no device context.
+struct BitmapTraits {
+    using Value = HBITMAP;
+    static Value invalid() noexcept { return nullptr; }
+    static void close(Value bitmap) noexcept { nothrow(DeleteObject)(bitmap); }
+};
+using Bitmap = UniqueHandle<BitmapTraits>;
 
 } // namespace win
