@@ -1,0 +1,120 @@
+"""Who may see the pages, and what browsers are told not to do. The upload form is open to everybody; nothing else is."""
+
+import hmac
+import ipaddress
+import secrets
+import threading
+import time
+
+import flask
+import sqlalchemy as sa
+from werkzeug.security import check_password_hash
+
+from inbox import schema
+
+_HEADERS = {
+    "Content-Security-Policy": "default-src 'none'; style-src 'self'; img-src 'self'; form-action 'self'; "
+    "frame-ancestors 'none'; base-uri 'none'",
+    "X-Content-Type-Options": "nosniff",
+    "Referrer-Policy": "same-origin",
+    "Cache-Control": "no-store",
+    "Cross-Origin-Opener-Policy": "same-origin",
+    "Cross-Origin-Resource-Policy": "same-origin",
+}
+_OPEN = {"upload", "login", "static"}  # endpoints
+_SESSION_SECONDS = 30 * 86400
+
+
+def protect(app, engine, config):
+    """Puts the rules of access before every request of the app."""
+    app.secret_key = _kept_secret(engine)
+    app.config.update(SESSION_COOKIE_HTTPONLY=True, SESSION_COOKIE_SAMESITE="Strict", SESSION_COOKIE_NAME="inbox")
+    app.config.update(PERMANENT_SESSION_LIFETIME=_SESSION_SECONDS)
+    slow = threading.Lock()
+
+    @app.before_request
+    def check():
+        endpoint = flask.request.endpoint
+        if endpoint == "upload":
+            return None
+        # Without a password a page of elsewhere could reach this one under a name of its own that leads here.
+        if not config.password and not _is_known_host(flask.request.host, config):
+            flask.abort(403, "This inbox is asked for by a name that is not its own (setting hosts).")
+        if config.password and endpoint not in _OPEN and flask.session.get("user") != _proof(app, config):
+            if flask.request.method == "GET" and endpoint not in (None, "attachment", "picture"):
+                return flask.redirect(flask.url_for("login", next=flask.request.full_path.rstrip("?")))
+            flask.abort(403, "Log in first.")
+        if flask.request.method not in ("GET", "HEAD", "OPTIONS") and not _has_token():
+            flask.abort(400, "The form is out of date: go back, load the page again, and repeat.")
+        return None
+
+    @app.after_request
+    def tell(answer):
+        for name, value in _HEADERS.items():
+            answer.headers.setdefault(name, value)
+        return answer
+
+    @app.route("/login", methods=["GET", "POST"])
+    def login():
+        wrong = False
+        if flask.request.method == "POST" and config.password:
+            with slow:  # one guess at a time
+                wrong = not check_password_hash(config.password, flask.request.form.get("password", "")[:1000])
+                if wrong:
+                    app.logger.warning("a wrong password, from %s", flask.request.remote_addr)
+                    time.sleep(1)
+            if not wrong:
+                flask.session.clear()
+                flask.session.permanent = True
+                flask.session["user"] = _proof(app, config)
+                return flask.redirect(_own_path(flask.request.args.get("next", "")))
+        return flask.render_template("login.html", wrong=wrong, needed=bool(config.password)), 403 if wrong else 200
+
+    @app.post("/logout")
+    def logout():
+        flask.session.clear()
+        return flask.redirect(flask.url_for("login"))
+
+    app.jinja_env.globals["token"] = token
+
+
+def token():
+    """What each form of this session carries, so that no other page can send one."""
+    if "token" not in flask.session:
+        flask.session["token"] = secrets.token_urlsafe(24)
+    return flask.session["token"]
+
+
+def _has_token():
+    sent, mine = flask.request.form.get("token", ""), flask.session.get("token", "")
+    return bool(mine) and hmac.compare_digest(sent.encode(), mine.encode())
+
+
+def _proof(app, config):
+    """Ends all sessions when the password changes."""
+    return hmac.new(app.secret_key.encode(), config.password.encode(), "sha256").hexdigest()
+
+
+def _own_path(path):
+    """A path of this site, whatever the address bar was made to say."""
+    return path if path.startswith("/") and path[1:2] not in ("/", "\\") and path.isprintable() else "/"
+
+
+def _is_known_host(host, config):
+    name = host.rpartition(":")[0] if host.rpartition(":")[2].isdigit() else host
+    name = name.strip("[]").lower()
+    if name == "localhost" or name in config.hosts.lower().split():
+        return True
+    try:
+        return ipaddress.ip_address(name).is_loopback
+    except ValueError:
+        return False
+
+
+def _kept_secret(engine):
+    """The key that signs sessions, the same for all workers."""
+    select = sa.select(schema.setting.c.value).where(schema.setting.c.name == "secret")
+    with engine.execution_options(writes=True).begin() as connection:
+        insert = "INSERT INTO setting(name, value) VALUES ('secret', :value) ON CONFLICT (name) DO NOTHING"
+        connection.execute(sa.text(insert), {"value": secrets.token_urlsafe(32)})
+        return connection.execute(select).scalar()

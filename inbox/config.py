@@ -1,0 +1,95 @@
+"""Settings: those of the command line, then those of inbox.ini in the store's folder, then these."""
+
+import configparser
+import dataclasses
+import ipaddress
+import pathlib
+import re
+
+MIB = 1 << 20
+
+
+class BadSetting(Exception):
+    """A setting can't be used. The message says which and why."""
+
+
+@dataclasses.dataclass
+class Config:
+    store: pathlib.Path
+    listen: str = "127.0.0.1:8080"
+    database: str = ""  # a URL; empty: SQLite in the store's folder
+    rules: str = ""  # a file; empty: groups.txt of the store's folder, or the one that comes along
+    password: str = ""  # its hash
+    keep: str = ""  # such as 180d; empty: for ever
+    hosts: str = ""  # names by which browsers may ask for pages without a password, beside those of loopback
+    threads: int = 6
+    max_report: int = 64 * MIB
+    min_free: int = 1024 * MIB  # bytes of disk that are left alone
+
+    @property
+    def url(self):
+        return self.database or f"sqlite:///{(self.store / 'inbox.db').absolute()}"
+
+    @property
+    def address(self):
+        host, _, port = self.listen.rpartition(":")
+        if not host or not port.isdigit() or int(port) > 65535:
+            raise BadSetting(f"listen must be ADDRESS:PORT, not {self.listen!r}")
+        return host.strip("[]"), int(port)
+
+    @property
+    def on_loopback(self):
+        host = self.address[0]
+        try:
+            return host == "localhost" or ipaddress.ip_address(host).is_loopback
+        except ValueError:
+            return False
+
+    @property
+    def keep_seconds(self):
+        if not self.keep:
+            return None
+        if not (match := re.fullmatch(r"(\d{1,6})d", self.keep)) or match[1] == "0":
+            raise BadSetting(f"keep must be a number of days such as 180d, not {self.keep!r}")
+        return int(match[1]) * 86400
+
+    @property
+    def rules_file(self):
+        from inbox.signature import DEFAULT_RULES
+
+        own = self.store / "groups.txt"
+        return pathlib.Path(self.rules) if self.rules else own if own.is_file() else DEFAULT_RULES
+
+
+def load(store, **given):
+    """The Config of that folder; given values other than None go first."""
+    config = Config(pathlib.Path(store))
+    file = configparser.ConfigParser(interpolation=None)
+    file.read(config.store / "inbox.ini", "utf-8")
+    values = dict(file["inbox"]) if file.has_section("inbox") else {}
+    known = {field.name: field.type for field in dataclasses.fields(Config) if field.name != "store"}
+    for name, value in values.items() | {(name, value) for name, value in given.items() if value is not None}:
+        if name not in known:
+            raise BadSetting(f"inbox.ini: there is no setting {name!r}")
+        if given.get(name) is not None and value is not given[name]:
+            continue
+        try:
+            setattr(config, name, known[name](value))
+        except ValueError as error:
+            raise BadSetting(f"{name} must be a number, not {value!r}") from error
+    return config
+
+
+def save_password(store, hashed):
+    """Puts a password's hash into inbox.ini, which nobody else may read."""
+    path = pathlib.Path(store) / "inbox.ini"
+    file = configparser.ConfigParser(interpolation=None)
+    file.read(path, "utf-8")
+    if not file.has_section("inbox"):
+        file.add_section("inbox")
+    file["inbox"]["password"] = hashed
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.touch(0o600)
+    path.chmod(0o600)
+    with open(path, "w", encoding="utf-8") as written:
+        file.write(written)

@@ -1,0 +1,61 @@
+"""What is known about one fault: plain data, kept in the store as JSON."""
+
+import dataclasses
+
+
+@dataclasses.dataclass
+class Module:
+    name: str
+    base: int
+    size: int
+    stamp: int
+    version: str = ""
+    key: str = ""  # identity of its PDB
+    pdb: str = ""
+    gone: bool = False  # unloaded before the report was made
+
+
+@dataclasses.dataclass
+class Frame:
+    """A place in the stack, or with an empty module a line that stands for none."""
+
+    text: str
+    module: str = ""
+    offset: int = 0
+    address: str = ""
+    function: str = ""
+    file: str = ""
+    line: int = 0
+    key: str = ""  # identity of the module's PDB
+    stamp: int = 0
+    exact: bool = False  # the faulting instruction; otherwise the address behind a call
+    inlined: bool = False
+    guessed: bool = False
+
+
+@dataclasses.dataclass
+class Facts:
+    """source says where it was found: "text" or "minidump"."""
+
+    kind: str  # name of the exception, or its code
+    words: str = ""  # the whole line about it
+    code: str = ""
+    address: str = ""
+    thread: str = ""
+    registers: dict = dataclasses.field(default_factory=dict)
+    modules: list = dataclasses.field(default_factory=list)
+    frames: list = dataclasses.field(default_factory=list)
+    more: list = dataclasses.field(default_factory=list)  # lines that nobody here knows, in their order
+    values: dict = dataclasses.field(default_factory=dict)  # of the host
+    source: str = "text"
+
+    def to_data(self):
+        lists = {"modules": [vars(each) for each in self.modules], "frames": [vars(each) for each in self.frames]}
+        return {**vars(self), **lists}
+
+    @staticmethod
+    def from_data(data):
+        facts = Facts(**data)
+        facts.modules = [Module(**each) for each in facts.modules]
+        facts.frames = [Frame(**each) for each in facts.frames]
+        return facts

@@ -1,0 +1,169 @@
+"""Reads messages: as the library writes them, and as mail programs send, forward and store them."""
+
+import email
+import email.header
+import email.policy
+import email.utils
+import html
+import mailbox
+import pathlib
+import re
+import time
+
+from inbox.parcel import Attachment, Parcel, Unreadable
+
+_MOST_HEADER = 2000  # characters of one that are looked at
+_MOST_TEXT = 4 << 20  # bytes of one part's words
+_MOST_PARTS = 1000
+_MARKS = ("Stack Trace:", "Crush Expantion:", "Windows Version:", " has performed an illegal operation.")
+
+
+def messages(path, most):
+    """(name, bytes) for each message below a path: an .eml, an mbox, a Maildir, or a folder of any of them. One of more
+    than so many bytes comes with none."""
+    path = pathlib.Path(path)
+    if path.is_dir():
+        is_maildir = (path / "cur").is_dir() and (path / "new").is_dir()
+        for entry in sorted(path.iterdir()):
+            if not (is_maildir and entry.name == "tmp" or entry.is_file() and entry.name.startswith(".")):
+                yield from messages(entry, most)
+    elif path.is_file():
+        with open(path, "rb") as file:
+            is_mbox = file.read(5) == b"From "
+        yield from _of_mbox(path, most) if is_mbox else [
+            (str(path), path.read_bytes() if path.stat().st_size <= most else b"")
+        ]
+
+
+def _of_mbox(path, most):
+    box = mailbox.mbox(path, create=False)
+    try:
+        for number, key in enumerate(box.iterkeys(), 1):
+            with box.get_file(key) as file:
+                raw = file.read(most + 1)
+            yield f"{path}, message {number}", re.sub(rb"^>(>*From )", rb"\1", raw, flags=re.M) if len(
+                raw
+            ) <= most else b""
+    finally:
+        box.close()
+
+
+def parse(raw):
+    """The Parcel in a message. Raises Unreadable."""
+    try:
+        message = email.message_from_bytes(raw, policy=email.policy.compat32)
+        return _parcel(message)
+    except Unreadable:
+        raise
+    except Exception as error:  # the package raises all sorts of things over hostile input
+        raise Unreadable(f"the message can't be taken apart: {type(error).__name__}") from error
+
+
+def _parcel(message):
+    parts, carrier = [], {}
+    _collect(message, message, parts, carrier)
+    texts, attachments = [], []
+    for part in parts:
+        name = _header(part.get_filename() or "")
+        if name or part.get_content_disposition() == "attachment" or part.get_content_maintype() != "text":
+            content = _payload(part)
+            if name or content:
+                attachments.append(Attachment(name, content))
+        else:
+            texts.append((part, _text(part)))
+    # The report's own text, or the first one. What else was said stays with it as a file.
+    chosen = next((each for each in texts if any(mark in each[1] for mark in _MARKS)), texts[0] if texts else None)
+    if chosen is None and not attachments:
+        raise Unreadable("the message is empty")
+    kind = chosen[0].get_content_type() if chosen else ""
+    for part, words in texts:
+        other = part is not chosen[0] and (kind == "text/html" or part.get_content_type() != "text/html")
+        if other and words.strip() and words.strip() not in chosen[1]:
+            attachments.append(Attachment("words.txt", words.encode("utf-8", "replace")))
+    inner = carrier.get(id(chosen[0]), message) if chosen else message
+    sent = next((at for at in map(_date, (inner, message)) if at), None)
+    sender = next((who for who in map(_sender, (inner, message)) if who), "")
+    subject = _header(inner.get("Subject") or message.get("Subject") or "")
+    return Parcel("message", chosen[1] if chosen else "", tuple(attachments), sender, subject, sent)
+
+
+def _collect(part, carrier, parts, carriers, depth=0):
+    """The leaves of a message, and for each the innermost message that carries it."""
+    if depth > 30 or len(parts) >= _MOST_PARTS:
+        raise Unreadable("the message is nested too deep, or has too many parts")
+    payload = part.get_payload()
+    if isinstance(payload, list):
+        inner = part.get_content_type() == "message/rfc822"
+        for each in payload:
+            _collect(each, each if inner else carrier, parts, carriers, depth + 1)
+    elif payload or part.get("Content-Disposition"):
+        parts.append(part)
+        carriers[id(part)] = carrier
+
+
+def _payload(part):
+    content = part.get_payload(decode=True)
+    return content if isinstance(content, bytes) else b""
+
+
+def _text(part):
+    """The words of a part, freed of what mail programs do to them: soft line ends, quoting, wrapped lines."""
+    content = _payload(part)[:_MOST_TEXT]
+    charset = str(part.get_content_charset() or "windows-1251")
+    try:
+        text = content.decode(charset, "replace")
+    except (LookupError, ValueError):
+        text = content.decode("windows-1251", "replace")
+    text = text.replace("\r\n", "\n")
+    if part.get_content_type() == "text/html":
+        text = text if "<pre" in text.lower() else text.replace("\n", " ")
+        text = html.unescape(re.sub(r"<[^<>]*>", "", re.sub(r"(?i)<(?:br|/p|/div|/tr)\b[^<>]{0,200}> ?", "\n", text)))
+    text = text.replace("\xa0", " ")
+    if part.get_param("format") == "flowed":
+        text = re.sub(r"(?<=[^ \n]) \n(?! |>|-- )", " ", text)
+    lines = text.split("\n")
+    if not any(line.startswith("Stack Trace:") for line in lines):
+        quoted = [re.sub(r"^(?:>[ ]?){1,20}", "", line) for line in lines]
+        lines = quoted if any(line.startswith("Stack Trace:") for line in quoted) else lines
+    return "\n".join(_unwrapped(lines))
+
+
+def _unwrapped(lines):
+    """Joins what was wrapped within the lists of modules and frames, whose lines begin with a number."""
+    start = re.compile(r"[0-9A-F]{8,16} |\.\.\. |Stack Trace:|\(|[^\s+]+\+[0-9A-F]{8,16}")
+    inside, kept = "", []
+    for line in lines:
+        if line.startswith(("Modules (", "Stack Trace:")):
+            inside = line[0]
+        elif not line.strip():
+            inside = ""
+        elif inside and kept and (not start.match(line) or (line[0] == "(" and "+" in kept[-1])):
+            if len(kept[-1]) < _MOST_HEADER and re.match(r"[0-9A-F]{8,16} |Modules \(", kept[-1]):
+                kept[-1] += " " + line.strip()
+                continue
+        kept.append(line)
+    return kept
+
+
+def _header(value):
+    """An encoded header in plain text, on one line."""
+    value = str(value)[:_MOST_HEADER]
+    try:
+        value = str(email.header.make_header(email.header.decode_header(value)))
+    except (ValueError, LookupError, email.errors.MessageError):
+        pass
+    return " ".join(value.encode("utf-8", "replace").decode("utf-8", "replace").split())
+
+
+def _sender(message):
+    address = email.utils.parseaddr(_header(message.get("From") or ""))[1]
+    return address.lower()[:200]
+
+
+def _date(message):
+    """When a mail program says it was sent. The library's own date, of an unsent draft, is none that anybody can read."""
+    try:
+        at = int(email.utils.parsedate_to_datetime(str(message.get("Date"))[:200]).timestamp())
+    except (TypeError, ValueError, IndexError, OverflowError, AttributeError):
+        return None
+    return at if 800_000_000 < at < time.time() + 2 * 86400 else None

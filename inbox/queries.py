@@ -1,0 +1,250 @@
+"""What the pages ask of the store. Lists are cut into pages; each takes the same time however many reports there are."""
+
+import dataclasses
+import datetime
+import re
+import time
+
+import sqlalchemy as sa
+
+from inbox import words
+from inbox.schema import attachment, crash, history, report, symbol, tally, wants
+
+PAGE = 50
+_MOST_ROWS = 100_000  # of an exported list
+STATES = ("open", "fixed", "ignored", "all")
+SORTS = {"count": "Most reports", "last": "Last seen", "first": "First seen"}
+
+
+@dataclasses.dataclass(frozen=True)
+class Filters:
+    """What a list is narrowed to, all as the page's address has it."""
+
+    q: str = ""
+    module: str = ""
+    function: str = ""
+    product: str = ""
+    version: str = ""
+    sender: str = ""
+    since: str = ""  # days as 2026-01-31
+    until: str = ""
+    state: str = "open"
+    sort: str = "count"
+    page: int = 1
+    crash: int = 0
+
+    @staticmethod
+    def of(arguments):
+        """From a request's arguments; what makes no sense is left out."""
+        values = {
+            f.name: " ".join(arguments.get(f.name, "").replace("\0", "").split())[:200]
+            for f in dataclasses.fields(Filters)
+        }
+        for name in ("page", "crash"):
+            values[name] = int(values[name]) if re.fullmatch(r"\d{1,9}", values[name]) else 0
+        values["page"] = min(max(values["page"], 1), 100_000)
+        for name, known in (("state", STATES), ("sort", SORTS)):
+            values[name] = values[name] if values[name] in known else next(iter(known))
+        for name in ("since", "until"):
+            values[name] = values[name] if _day(values[name]) is not None else ""
+        return Filters(**values)
+
+    def asked(self):
+        """Those that narrow, as an address has them."""
+        plain = Filters()
+        return {
+            f.name: v
+            for f in dataclasses.fields(self)
+            if (v := getattr(self, f.name)) != getattr(plain, f.name) and f.name != "page"
+        }
+
+    @property
+    def narrows_reports(self):
+        return any((self.q, self.product, self.version, self.sender, self.since, self.until))
+
+
+def _day(text):
+    try:
+        return int(datetime.datetime.fromisoformat(text + "T00:00:00+00:00").timestamp())
+    except ValueError:
+        return None
+
+
+def _like(column, text):
+    return column.ilike("%" + re.sub(r"([%_\\])", r"\\\1", text) + "%", escape="\\")
+
+
+def _of_reports(dialect, filters):
+    found = [words.condition(dialect, filters.q)] if filters.q else []
+    for name in ("product", "version", "sender"):
+        if getattr(filters, name):
+            found.append(report.c[name] == getattr(filters, name))
+    if filters.since:
+        found.append(report.c.happened >= _day(filters.since))
+    if filters.until:
+        found.append(report.c.happened < _day(filters.until) + 86400)
+    return [each for each in found if each is not None]
+
+
+def _of_crashes(filters):
+    found = [] if filters.state == "all" else [crash.c.state == filters.state]
+    if filters.module:
+        found.append(_like(crash.c.signature, filters.module))
+    if filters.function:
+        found.append(_like(crash.c.signature, filters.function))
+    return [crash.c.count > 0, *found]
+
+
+def crashes(connection, filters, whole=False):
+    """([row], how many there are). A row is a dict with machines, versions and days beside the crash's columns."""
+    columns = list(crash.c)
+    if filters.narrows_reports:
+        mine = sa.select(
+            report.c.crash_id,
+            sa.func.count().label("count"),
+            sa.func.min(report.c.happened).label("first_seen"),
+            sa.func.max(report.c.happened).label("last_seen"),
+        )
+        mine = mine.where(*_of_reports(connection.dialect.name, filters)).group_by(report.c.crash_id).subquery()
+        columns = [each for each in columns if each.name not in ("count", "first_seen", "last_seen")]
+        columns += [mine.c.count, mine.c.first_seen, mine.c.last_seen]
+        source = crash.join(mine, mine.c.crash_id == crash.c.id)
+        order = {"count": mine.c.count, "last": mine.c.last_seen, "first": mine.c.first_seen}[filters.sort]
+    else:
+        source, order = (
+            crash,
+            {"count": crash.c.count, "last": crash.c.last_seen, "first": crash.c.first_seen}[filters.sort],
+        )
+    asked = sa.select(*columns).select_from(source).where(*_of_crashes(filters)).order_by(order.desc(), crash.c.id)
+    rows = _page(connection, asked, filters, whole)
+    total = connection.execute(sa.select(sa.func.count()).select_from(source).where(*_of_crashes(filters))).scalar()
+    for start in range(0, len(rows), 500):
+        _add_tallies(connection, rows[start : start + 500])
+    return rows, total
+
+
+def _page(connection, asked, filters, whole):
+    cut = asked.limit(_MOST_ROWS) if whole else asked.limit(PAGE).offset((filters.page - 1) * PAGE)
+    return [dict(row) for row in connection.execute(cut).mappings()]
+
+
+def _add_tallies(connection, rows):
+    by_id = {row["id"]: row for row in rows}
+    for row in rows:
+        row.update(machines=0, versions=[], days={})
+    mine = (tally.c.crash_id.in_(list(by_id)), tally.c.count > 0)
+    machines = (
+        sa.select(tally.c.crash_id, sa.func.count()).where(*mine, tally.c.what == "machine").group_by(tally.c.crash_id)
+    )
+    for crash_id, count in connection.execute(machines):
+        by_id[crash_id]["machines"] = count
+    for crash_id, value in connection.execute(
+        sa.select(tally.c.crash_id, tally.c.value).where(*mine, tally.c.what == "version")
+    ):
+        by_id[crash_id]["versions"].append(value)
+    first = str(int(time.time()) // 86400 - 29)
+    days = sa.select(tally.c.crash_id, tally.c.value, tally.c.count).where(
+        *mine, tally.c.what == "day", tally.c.value >= first
+    )
+    for crash_id, value, count in connection.execute(days):
+        by_id[crash_id]["days"][int(value)] = count
+    for row in rows:
+        row["versions"].sort(key=version_order)
+
+
+def version_order(text):
+    """Sorts 1.10 behind 1.9."""
+    return [
+        (0, int(part), "") if part.isdecimal() and len(part) < 19 else (1, 0, part) for part in re.split(r"[. ]", text)
+    ]
+
+
+def reports(connection, filters, unreadable=False, whole=False):
+    """([row], how many there are), newest first."""
+    found = _of_reports(connection.dialect.name, filters)
+    found.append(report.c.unreadable != "" if unreadable else report.c.crash_id.is_not(None))
+    if filters.crash:
+        found.append(report.c.crash_id == filters.crash)
+    columns = [each for each in report.c if each.name not in ("details", "digest")]
+    asked = sa.select(*columns, crash.c.title).select_from(report.outerjoin(crash, crash.c.id == report.c.crash_id))
+    rows = _page(connection, asked.where(*found).order_by(report.c.happened.desc(), report.c.id.desc()), filters, whole)
+    return rows, connection.execute(sa.select(sa.func.count()).select_from(report).where(*found)).scalar()
+
+
+def one_crash(connection, crash_id):
+    """The crash with its tallies, or None; follows where its reports have gone."""
+    for _ in range(20):
+        row = connection.execute(sa.select(crash).where(crash.c.id == crash_id)).mappings().first()
+        if not row or not row["merged_into"]:
+            break
+        crash_id = row["merged_into"]
+    if not row or not row["count"]:
+        return None
+    row = dict(row)
+    _add_tallies(connection, [row])
+    asked = (
+        sa.select(history).where(history.c.crash_id == row["id"]).order_by(history.c.time.desc(), history.c.id.desc())
+    )
+    row["history"] = connection.execute(asked.limit(100)).mappings().all()
+    return row
+
+
+def by_version(connection, crash_id=None):
+    """Reports, machines, first and last seen for each version, in their order; of all crashes with their products."""
+    columns = [report.c.version] if crash_id else [report.c.product, report.c.version]
+    sums = {
+        "count": sa.func.count(),
+        "machines": sa.func.count(sa.distinct(report.c.machine)),
+        "first_seen": sa.func.min(report.c.happened),
+        "last_seen": sa.func.max(report.c.happened),
+        "crashes": sa.func.count(sa.distinct(report.c.crash_id)),
+    }
+    asked = sa.select(*columns, *(each.label(name) for name, each in sums.items()))
+    condition = report.c.crash_id == crash_id if crash_id else report.c.crash_id.is_not(None)
+    rows = [dict(row) for row in connection.execute(asked.where(condition).group_by(*columns)).mappings()]
+    return sorted(rows, key=lambda row: (row.get("product", ""), version_order(row["version"])))
+
+
+def by_day(connection, crash_id, days=60):
+    """{day: (reports, machines)} of the last days."""
+    day = (report.c.happened - report.c.happened % 86400) / 86400
+    since = (int(time.time()) // 86400 - days + 1) * 86400
+    asked = sa.select(day, sa.func.count(), sa.func.count(sa.distinct(report.c.machine)))
+    asked = asked.where(report.c.crash_id == crash_id, report.c.happened >= since).group_by(day)
+    return {int(at): (count, machines) for at, count, machines in connection.execute(asked)}
+
+
+def one_report(connection, report_id):
+    """(row, its attachments without their bytes), or None."""
+    row = connection.execute(sa.select(report).where(report.c.id == report_id)).mappings().first()
+    if not row:
+        return None
+    columns = [each for each in attachment.c if each.name != "content"]
+    files = connection.execute(sa.select(*columns).where(attachment.c.report_id == report_id).order_by(attachment.c.id))
+    return dict(row), [dict(each) for each in files.mappings()]
+
+
+def newest_report(connection, crash_id):
+    asked = sa.select(report.c.id).where(report.c.crash_id == crash_id).order_by(report.c.happened.desc()).limit(1)
+    return connection.execute(asked).scalar()
+
+
+def one_attachment(connection, attachment_id):
+    return connection.execute(sa.select(attachment).where(attachment.c.id == attachment_id)).mappings().first()
+
+
+def missing_symbols(connection):
+    """Modules whose PDB would tell functions, those first that most reports want."""
+    here = sa.select(symbol.c.key)
+    asked = sa.select(wants.c.module, wants.c.key, sa.func.count().label("count")).where(wants.c.key.not_in(here))
+    asked = asked.group_by(wants.c.module, wants.c.key).order_by(sa.func.count().desc(), wants.c.key).limit(200)
+    return connection.execute(asked).mappings().all()
+
+
+def kept_symbols(connection):
+    asked = (
+        sa.select(symbol.c.name, symbol.c.key, symbol.c.added)
+        .order_by(symbol.c.added.desc(), symbol.c.name)
+        .limit(1000)
+    )
+    return connection.execute(asked).mappings().all()

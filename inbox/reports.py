@@ -1,0 +1,280 @@
+"""Takes reports in, and moves them between crashes when they are understood anew. Functions with a connection run within
+the caller's transaction."""
+
+import json
+import time
+import zlib
+
+import sqlalchemy as sa
+
+from inbox import form, mail, minidump, schema, words
+from inbox.facts import Facts
+from inbox.parcel import Attachment, Parcel, Unreadable, unreadable_digest
+from inbox.signature import signature
+from inbox.understanding import understand
+
+DAY = 86400
+_PICTURES = (b"\xff\xd8\xff", b"\x89PNG", b"GIF8", b"BM")
+
+
+def pack(data):
+    return zlib.compress(json.dumps(data, separators=(",", ":")).encode("utf-8", "replace"), 1)
+
+
+def unpack(content):
+    return json.loads(zlib.decompress(content)) if content else {}
+
+
+def media_of(content):
+    """What a file is, by its first bytes alone."""
+    if minidump.is_minidump(content):
+        return "minidump"
+    if content.startswith(_PICTURES):
+        return "picture"
+    return "text" if content and b"\0" not in content[:4096] else "other"
+
+
+class Reports:
+    """The way in. rules: signature.Rules; symbols: Symbols; writer: Writer."""
+
+    def __init__(self, writer, rules, symbols):
+        self._writer, self.rules, self._symbols = writer, rules, symbols
+
+    def add_upload(self, body, sender="", received=None):
+        """(id of the report, whether it is new, why it is unreadable or ""). What can't be read is kept whole."""
+        return self._add(body, lambda: Parcel("upload", "", form.parse(body), sender), "upload", sender, received)
+
+    def add_message(self, raw, received=None):
+        return self._add(raw, lambda: mail.parse(raw), "message", "", received)
+
+    def _add(self, raw, read, road, sender, received):
+        now = received or int(time.time())
+        try:
+            parcel = read()
+            understood = understand(parcel)
+        except Unreadable as reason:
+            parcel = Parcel(road, "", (Attachment("original", bytes(raw)),), sender)
+            return self._store(parcel, None, unreadable_digest(raw), now, str(reason)) + (str(reason),)
+        return self._store(parcel, understood, parcel.digest(), now, "") + ("",)
+
+    def _store(self, parcel, understood, digest, now, reason):
+        happened = parcel.sent or now
+        row = {
+            "digest": digest, "received": now, "happened": happened, "day": happened // DAY, "road": parcel.road,
+            "sender": parcel.sender[:200], "subject": _clean(parcel.subject[:300]), "size": parcel.size, "unreadable": reason,
+        }  # fmt: skip
+        facts = understood and understood.facts
+        frames, wanted = self._symbols.frames(facts.frames) if facts else ([], {})
+        made = signature(facts, frames, self.rules, understood.product) if understood else None
+        if understood:
+            for name in ("product", "version", "windows", "processor", "machine"):
+                row[name] = _clean(getattr(understood, name))
+            row.update(
+                kind=made.kind, address=facts.address if facts else "", pending=int(self._symbols.can_tell(wanted))
+            )
+            row["details"] = pack(
+                {"facts": facts and facts.to_data(), "system": understood.system, "words": understood.words}
+            )
+        found = words.words_of(
+            *_row_words(row),
+            reason,
+            *_fault_words(facts, frames, made),
+            *(each.name for each in parcel.attachments),
+            parcel.text[:4000],
+        )
+
+        def write(connection):
+            known = connection.execute(sa.select(schema.report.c.id).where(schema.report.c.digest == digest)).scalar()
+            if known:
+                return known, False
+            if made:
+                row["crash_id"] = self._counted(connection, made, row)
+            report_id = connection.execute(schema.report.insert(), row).inserted_primary_key[0]
+            if parcel.attachments:
+                connection.execute(
+                    schema.attachment.insert(), [_file_row(report_id, each) for each in parcel.attachments]
+                )
+            if wanted:
+                rows = [{"key": key, "report_id": report_id, "module": _clean(name)} for key, name in wanted.items()]
+                connection.execute(schema.wants.insert(), rows)
+            words.add(connection, report_id, found)
+            return report_id, True
+
+        try:
+            return self._writer.do(f"{made.digest if made else ''} {digest}", write)
+        except sa.exc.IntegrityError:  # another worker was first with the same report
+            return self._writer.do("", write)
+
+    def _counted(self, connection, made, row):
+        """The id of the crash with that signature, which now has one report more; made if there is none."""
+        text = (
+            "INSERT INTO crash"
+            "(digest, signature, kind, title, module, state, fixed_in, note, regressed, count, first_seen, last_seen)"
+            " VALUES (:digest, :signature, :kind, :title, :module, 'open', '', '', 0, 1, :at, :at)"
+            " ON CONFLICT (digest) DO UPDATE SET count = crash.count + 1, merged_into = NULL,"
+            " first_seen = CASE WHEN crash.count = 0 OR :at < crash.first_seen THEN :at ELSE crash.first_seen END,"
+            " last_seen = CASE WHEN crash.count = 0 OR :at > crash.last_seen THEN :at ELSE crash.last_seen END"
+            " RETURNING id, state, fixed_in"
+        )
+        values = {name: _clean(getattr(made, name)) for name in ("kind", "title", "module")}
+        values.update(digest=made.digest, signature=_clean(made.text)[:4000], at=row["happened"])
+        crash_id, state, fixed_in = connection.execute(sa.text(text), values).one()
+        _tally(connection, crash_id, row, 1)
+        if state == "fixed" and at_least(row["version"], fixed_in):
+            done = schema.crash.update().where(schema.crash.c.id == crash_id).values(state="open", regressed=1)
+            connection.execute(done)
+            note_down(connection, crash_id, f"opened again: a report from {row['version']}, fixed in {fixed_in}")
+        return crash_id
+
+    def regroup(self, report_id):
+        """Looks a report's symbols up, and moves it to the crash of its signature. Returns whether it has moved."""
+        with self._writer._engine.connect() as connection:
+            row = connection.execute(sa.select(schema.report).where(schema.report.c.id == report_id)).mappings().first()
+        if not row or row["unreadable"]:
+            return False
+        data = unpack(row["details"])["facts"]
+        facts = Facts.from_data(data) if data else None
+        frames, _ = self._symbols.frames(facts.frames, ask=True) if facts else ([], {})
+        made = signature(facts, frames, self.rules, row["product"])
+        changed = words.words_of(
+            *_row_words(row), *_fault_words(facts, frames, made), unpack(row["details"])["words"][:4000]
+        )
+
+        def write(connection):
+            now = connection.execute(sa.select(schema.report).where(schema.report.c.id == report_id)).mappings().first()
+            if not now:
+                return False
+            connection.execute(schema.report.update().where(schema.report.c.id == report_id).values(pending=0))
+            old = (
+                connection.execute(sa.select(schema.crash).where(schema.crash.c.id == now["crash_id"])).mappings().one()
+            )
+            words.remove(connection, [report_id])
+            words.add(connection, report_id, changed)
+            if old["digest"] == made.digest:
+                return False
+            new = self._counted(connection, made, now)
+            connection.execute(
+                schema.report.update().where(schema.report.c.id == report_id).values(crash_id=new, kind=made.kind)
+            )
+            _tally(connection, old["id"], now, -1)
+            _inherit(connection, old, new)
+            recount(connection, [old["id"]], merged_into=new)
+            return True
+
+        return self._writer.do(made.digest, write)
+
+
+def _inherit(connection, old, new):
+    """A crash that begins with this report goes on where the report's former one was: its state, note and history."""
+    row = connection.execute(sa.select(schema.crash).where(schema.crash.c.id == new)).mappings().one()
+    left = connection.execute(sa.select(schema.crash.c.count).where(schema.crash.c.id == old["id"])).scalar()
+    begins = (
+        row["count"] == 1
+        and not connection.execute(
+            sa.select(schema.history.c.id).where(schema.history.c.crash_id == new).limit(1)
+        ).first()
+    )
+    if begins:
+        kept = {name: old[name] for name in ("state", "fixed_in", "note", "regressed")}
+        connection.execute(schema.crash.update().where(schema.crash.c.id == new).values(kept))
+    if begins or left == 1:
+        rows = connection.execute(
+            sa.select(schema.history.c.time, schema.history.c.text).where(schema.history.c.crash_id == old["id"])
+        )
+        copied = [{"crash_id": new, "time": at, "text": text} for at, text in rows]
+        if copied and not (left == 1 and _was_copied(connection, new, copied[0])):
+            connection.execute(schema.history.insert(), copied)
+        verb = "begun by" if begins else "joined by all"
+        note_down(connection, new, f"{verb} reports that were grouped as: {old['signature'][:300]}")
+
+
+def _was_copied(connection, new, first):
+    same = (
+        schema.history.c.crash_id == new,
+        schema.history.c.time == first["time"],
+        schema.history.c.text == first["text"],
+    )
+    return connection.execute(sa.select(schema.history.c.id).where(*same)).first() is not None
+
+
+def recount(connection, crash_ids, merged_into=None):
+    """Brings the sums of crashes in line with their reports. One without any is merged, or it goes."""
+    for crash_id in crash_ids:
+        mine = schema.report.c.crash_id == crash_id
+        span = sa.select(sa.func.count(), sa.func.min(schema.report.c.happened), sa.func.max(schema.report.c.happened))
+        count, first, last = connection.execute(span.select_from(schema.report).where(mine)).one()
+        this = schema.crash.c.id == crash_id
+        if count:
+            values = {"count": count, "first_seen": first, "last_seen": last}
+        else:
+            values = {"count": 0, "merged_into": merged_into}
+        connection.execute(schema.crash.update().where(this).values(values))
+
+
+def _tally(connection, crash_id, row, by):
+    text = (
+        "INSERT INTO tally(crash_id, what, value, count) VALUES (:crash, :what, :value, :by)"
+        " ON CONFLICT (crash_id, what, value) DO UPDATE SET count = tally.count + :by"
+    )
+    values = {"day": str(row["day"]), "machine": row["machine"], "version": row["version"]}
+    rows = [
+        {"crash": crash_id, "what": what, "value": value, "by": by}
+        for what, value in values.items()
+        if value or what != "machine"
+    ]
+    connection.execute(sa.text(text), rows)
+
+
+def delete(connection, report_ids):
+    """Deletes reports with all that came with them."""
+    report_ids = list(report_ids)
+    rows = connection.execute(sa.select(schema.report).where(schema.report.c.id.in_(report_ids))).mappings().all()
+    for row in rows:
+        if row["crash_id"]:
+            _tally(connection, row["crash_id"], row, -1)
+    for table, column in ((schema.attachment, "report_id"), (schema.wants, "report_id"), (schema.report, "id")):
+        connection.execute(table.delete().where(table.c[column].in_(report_ids)))
+    if report_ids:
+        words.remove(connection, report_ids)
+    recount(connection, {row["crash_id"] for row in rows if row["crash_id"]})
+    return len(rows)
+
+
+def note_down(connection, crash_id, text):
+    connection.execute(schema.history.insert().values(crash_id=crash_id, time=int(time.time()), text=_clean(text)))
+
+
+def at_least(version, other):
+    """Whether a version is that one or a later one. Only numbers can be compared."""
+    numbers = [
+        [int(part[:18]) for part in text.split(".")]
+        if text.replace(".", "0").isdecimal() and "" not in text.split(".")
+        else None
+        for text in (version, other)
+    ]
+    if None in numbers:
+        return False
+    longest = max(map(len, numbers))
+    mine, theirs = (each + [0] * (longest - len(each)) for each in numbers)
+    return mine >= theirs
+
+
+def _row_words(row):
+    return [row.get(name, "") for name in ("subject", "sender", "product", "version", "windows", "processor")]
+
+
+def _fault_words(facts, frames, made):
+    told = [facts.words, *facts.values.values()] if facts else []
+    return [made.text if made else "", *told, *(f"{each.module} {each.function} {each.file}" for each in frames[:60])]
+
+
+def _file_row(report_id, each):
+    return {
+        "report_id": report_id, "part": each.part, "name": _clean(each.name)[:1000], "media": media_of(each.content),
+        "size": len(each.content), "content": each.content,
+    }  # fmt: skip
+
+
+def _clean(text):
+    """What every database takes: no zero, no half of a pair."""
+    return text.replace("\0", "\ufffd").encode("utf-8", "replace").decode("utf-8")

@@ -1,0 +1,147 @@
+"""PDBs by identity, kept in the database, and what they tell about frames."""
+
+import contextlib
+import dataclasses
+import json
+import pathlib
+import re
+import tempfile
+import threading
+import time
+
+import sqlalchemy as sa
+
+from inbox import schema
+from inbox.symbolize import pdbs, report, resolver
+
+_MOST_CACHED = 200_000
+
+
+class Symbols:
+    """folder: where PDBs are unpacked for llvm-symbolizer; it may be emptied at any time."""
+
+    def __init__(self, engine, folder):
+        self._engine, self._folder = engine, pathlib.Path(folder)
+        self._places, self._keys, self._asked, self._lock = {}, set(), 0.0, threading.Lock()
+
+    def add(self, path, writer):
+        """Files every PDB below a path. Returns ([identities that are new], [what is wrong with others])."""
+        added, wrong = [], []
+        path = pathlib.Path(path)
+        for file in sorted(path.rglob("*")) if path.is_dir() else [path]:
+            if file.suffix.lower() != ".pdb" or not file.is_file():
+                continue
+            try:
+                key, content = pdbs.read_key(file), file.read_bytes()
+            except (OSError, pdbs.BadPdb) as error:
+                wrong.append(f"{file}: {error}")
+                continue
+            if writer.do("", lambda connection: self._file(connection, key, file.name, content)):
+                added.append(key)
+        self._asked = 0.0
+        return added, wrong
+
+    @staticmethod
+    def _file(connection, key, name, content):
+        if connection.execute(sa.select(schema.symbol.c.key).where(schema.symbol.c.key == key)).first():
+            return False
+        row = {"key": key, "name": name, "added": int(time.time()), "content": content}
+        connection.execute(schema.symbol.insert().values(row))
+        waiting = sa.select(schema.wants.c.report_id).where(schema.wants.c.key == key)
+        connection.execute(schema.report.update().where(schema.report.c.id.in_(waiting)).values(pending=1))
+        return True
+
+    def can_tell(self, keys):
+        """Whether there is a PDB for any of these identities."""
+        if time.monotonic() - self._asked > 5:  # another worker may have got one
+            with self._engine.connect() as connection:
+                self._keys = set(connection.execute(sa.select(schema.symbol.c.key)).scalars())
+            self._asked = time.monotonic()
+        return any(key in self._keys for key in keys)
+
+    def frames(self, frames, ask=False):
+        """(the frames with what is known about them, {identity: module} whose PDBs could tell more). With ask, whatever a
+        PDB here knows is looked up; without, only what has been looked up before."""
+        wanted = {frame.key: frame.module for frame in frames if frame.key}
+        if not self.can_tell(wanted):
+            return frames, wanted
+        if ask:
+            for key in wanted:
+                if key in self._keys:
+                    self._learn(key, [frame for frame in frames if frame.key == key])
+        told = []
+        for frame in frames:
+            places = self._places.get(_at(frame)) if frame.key else None
+            if not places:
+                told.append(frame)
+            elif not frame.inlined:  # that one comes again with the function it was inlined into
+                for number, (function, file, line) in enumerate(places):
+                    inlined = number + 1 < len(places)
+                    told.append(dataclasses.replace(frame, function=function, file=file, line=line, inlined=inlined))
+        return told, wanted
+
+    def _learn(self, key, frames):
+        missing = {_at(frame): frame for frame in frames if _at(frame) not in self._places}
+        if not missing:
+            return
+        with self._engine.connect() as connection:
+            rows = connection.execute(sa.select(schema.place).where(schema.place.c.at.in_(list(missing)))).all()
+        known = {at: json.loads(said) for at, said in rows}
+        asked = {at: frame for at, frame in missing.items() if at not in known}
+        if asked:
+            said = self._ask(key, asked)
+            with contextlib.suppress(sa.exc.IntegrityError):  # another worker has asked the same
+                with self._engine.execution_options(writes=True).begin() as connection:
+                    connection.execute(
+                        schema.place.insert(), [{"at": at, "said": json.dumps(each)} for at, each in said.items()]
+                    )
+            known.update(said)
+        with self._lock:
+            if len(self._places) > _MOST_CACHED:
+                self._places.clear()
+            self._places.update(known)
+
+    def _ask(self, key, asked):
+        """What llvm-symbolizer says about frames of one module: {at: [[function, file, line], ...]}."""
+        self._folder.mkdir(parents=True, exist_ok=True)
+        with tempfile.TemporaryDirectory(dir=self._folder) as folder:
+            with self._engine.connect() as connection:
+                content = connection.execute(
+                    sa.select(schema.symbol.c.content).where(schema.symbol.c.key == key)
+                ).scalar()
+            pathlib.Path(folder, "module.pdb").write_bytes(content or b"")
+            module = report.Module("module", 0, 0, 0, "", key, "module.pdb", False)
+            said = {}
+            for exact in (True, False):
+                these = {at: frame for at, frame in asked.items() if frame.exact == exact}
+                trace = [
+                    report.Frame("", f"{number:08X}", "module", frame.offset, exact, False, False, False)
+                    for number, frame in enumerate(these.values())
+                ]
+                fault = _OneModule([], [module], trace)
+                answer = resolver.resolve(fault, pdbs.Folders([folder])) if trace else None
+                places = [[] for _ in these]
+                for line in answer.lines if answer else []:
+                    match = _LINE.fullmatch(line)
+                    if match:
+                        places[int(match[1], 16)].append(
+                            [match["function"], match["file"] or "", int(match["line"] or 0)]
+                        )
+                said.update(zip(these, places))
+        return said
+
+
+class _OneModule(report.Fault):
+    """All frames are of its one module, whatever their addresses: those number them."""
+
+    def module(self, frame):
+        return self.modules[0]
+
+
+_LINE = re.compile(
+    r"([0-9A-F]{8}) module\+[0-9A-F]+ (?P<function>.+?)(?: \((?P<file>[^()]*):(?P<line>\d+)\))?(?: \[inlined\])?"
+)
+
+
+def _at(frame):
+    return f"{frame.key}+{frame.offset:X}{'!' if frame.exact else ''}"

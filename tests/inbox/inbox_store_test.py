@@ -1,0 +1,231 @@
+"""Taking in, grouping, moving and deleting: what the store holds afterwards."""
+
+import pathlib
+import time
+
+import pytest
+import sqlalchemy as sa
+
+import made
+from inbox import queries, reports, schema
+from inbox.queries import Filters
+from inbox.signature import BadRules, Rules
+from testing.upload_body import upload_body
+
+
+def rows(box, **asked):
+    with box.engine.connect() as connection:
+        return queries.crashes(connection, Filters(**asked))[0]
+
+
+def titles(box, **asked):
+    return [(row["title"], row["count"]) for row in rows(box, **asked)]
+
+
+def change(box, crash_id, **values):
+    box.writer.do(
+        "",
+        lambda connection: connection.execute(
+            schema.crash.update().where(schema.crash.c.id == crash_id).values(values)
+        ),
+    )
+
+
+def history(box, crash_id):
+    with box.engine.connect() as connection:
+        return [row["text"] for row in queries.one_crash(connection, crash_id)["history"]]
+
+
+class TestIntake:
+    def test_same_report_twice_is_one(self, box):
+        first = box.reports.add_message(made.message(made.fault_text()))
+        second = box.reports.add_message(made.message(made.fault_text()))
+        assert (first[1], second[1], first[0] == second[0]) == (True, False, True)
+        assert titles(box) == [("draw", 1)]
+
+    def test_upload_with_a_fault_text_is_understood(self, box):
+        report_id, new, wrong = box.reports.add_upload(
+            upload_body(made.upload_files(made.fault_text(version="2.1.0.0"))), "10.0.0.1"
+        )
+        assert (new, wrong) == (True, "")
+        with box.engine.connect() as connection:
+            row, files = queries.one_report(connection, report_id)
+        assert (row["product"], row["version"], row["sender"]) == ("Drawing Board", "2.1.0.0", "10.0.0.1")
+        assert row["windows"] == "Professional Service Pack 1 (Build 7601)"
+        assert [each["part"] for each in files] == ["File_for_conversion", "System_info"]
+
+    def test_upload_without_a_fault_text_is_listed_by_its_program(self, box):
+        box.reports.add_upload(upload_body(made.upload_files()))
+        assert titles(box) == [("No fault told by Drawing Board", 1)]
+
+    def test_minidump_tells_where_no_text_does(self, box):
+        dump = (pathlib.Path(made.__file__).parent / "messages" / "wine.dmp").read_bytes()
+        files = made.upload_files()
+        files["File_for_conversion"] = (b"C:\\Temp\\minidump.dmp", dump)
+        report_id, _, _ = box.reports.add_upload(upload_body(files))
+        with box.engine.connect() as connection:
+            row, _ = queries.one_report(connection, report_id)
+        assert row["kind"] == "EXCEPTION_ACCESS_VIOLATION, written"
+        assert titles(box) == [("describe_host.exe+79B5", 1)]
+
+    @pytest.mark.parametrize("raw", (b"", b"hello", b"Subject: cheap pills\n\nBuy now\n", b"\0" * 100))
+    def test_what_is_no_report_is_kept_whole(self, box, raw):
+        report_id, new, wrong = box.reports.add_message(raw)
+        assert new and wrong
+        with box.engine.connect() as connection:
+            (row,), total = queries.reports(connection, Filters(), unreadable=True)
+            kept = connection.execute(
+                sa.select(schema.attachment.c.content).where(schema.attachment.c.report_id == report_id)
+            ).scalar()
+        assert (row["unreadable"], total, bytes(kept)) == (wrong, 1, raw)
+
+    def test_lines_of_a_later_helper_are_kept(self, box):
+        text = made.fault_text(extra=["build = nightly-412", "Signature: something new", "entirely new"])
+        report_id, _, _ = box.reports.add_message(made.message(text + "\nThread 2:\n00401000 board.exe+00001000\n"))
+        with box.engine.connect() as connection:
+            row, _ = queries.one_report(connection, report_id)
+        facts = reports.unpack(row["details"])["facts"]
+        assert facts["values"] == {"build": "nightly-412", "Signature": "something new"}
+        assert facts["more"][:3] == ["entirely new", "Thread 2:", "00401000 board.exe+00001000"]
+
+
+class TestGrouping:
+    def test_recursion_of_any_depth_is_one_crash(self, box):
+        for depth in (1, 2, 30):
+            box.reports.add_message(made.message(made.fault_text(("leaf", *["walk"] * depth, "run"))))
+        assert titles(box) == [("leaf", 3)]
+
+    def test_other_caller_is_another_crash(self, box):
+        box.reports.add_message(made.message(made.fault_text(("copy", "load"))))
+        box.reports.add_message(made.message(made.fault_text(("copy", "save"))))
+        assert titles(box) == [("copy", 1), ("copy", 1)]
+
+    def test_offsets_of_two_builds_are_two_crashes(self, box):
+        for key in (made.KEY, made.KEY[::-1]):
+            box.reports.add_message(made.message(made.fault_text((0x1000, 0x1010), key=key)))
+        assert len(rows(box)) == 2
+
+    def test_address_where_it_was_loaded_makes_no_difference(self, box):
+        for base in (0x400000, 0x1230000):
+            box.reports.add_message(made.message(made.fault_text((0x1000, 0x1010), base=base)))
+        assert titles(box) == [("board.exe+1000", 2)]
+
+    def test_rule_skips_a_frame_and_another_groups_by_one(self):
+        from inbox import fault_text
+        from inbox.signature import signature
+
+        facts = fault_text.find(made.fault_text(("helper", "draw", "run")))
+        plain = signature(facts, facts.frames, Rules(""))
+        assert plain.text.endswith("board.exe!helper | board.exe!draw | board.exe!run")
+        skipped = signature(facts, facts.frames, Rules("frames 1\nskip *!HELPER"))
+        assert (skipped.title, skipped.text) == ("draw", "EXCEPTION_ACCESS_VIOLATION, read | board.exe!draw")
+        assert signature(facts, facts.frames, Rules("group *!r?n")).text.endswith(" | board.exe!run")
+
+    def test_line_that_is_no_rule_is_named(self):
+        with pytest.raises(BadRules, match="line 2"):
+            Rules("frames 3\nskop x")
+
+    def test_change_of_rules_moves_reports_and_keeps_the_history(self, box):
+        for leaf in ("check_a", "check_b"):
+            box.reports.add_message(made.message(made.fault_text((leaf, "draw", "run"))))
+        old = rows(box)[0]["id"]
+        change(box, old, state="ignored", note="known")
+        box.writer.do("", lambda connection: reports.note_down(connection, old, "ignored"))
+        box.reports.rules = Rules("skip *!check_?")
+        assert box.regroup() == 2
+        ((title, count),) = titles(box, state="all")
+        assert (title, count) == ("draw", 2)
+        with box.engine.connect() as connection:
+            now = queries.one_crash(connection, old)
+        assert (now["state"], now["note"]) == ("ignored", "known")
+        assert "ignored" in history(box, old)
+        assert any("check_a" in text for text in history(box, old))
+
+
+class TestStates:
+    def add(self, box, version):
+        box.reports.add_message(made.message(made.fault_text(version=version)))
+
+    @pytest.mark.parametrize(
+        "version, state", (("1.9.0.0", "fixed"), ("1.10.0.0", "open"), ("2.0.0.0", "open"), ("", "fixed"))
+    )
+    def test_report_of_the_mended_version_opens_it_again(self, box, version, state):
+        self.add(box, "1.0.0.0")
+        change(box, 1, state="fixed", fixed_in="1.10")
+        self.add(box, version or "-")
+        (row,) = rows(box, state="all")
+        assert (row["state"], row["count"], row["regressed"]) == (state, 2, state == "open")
+        assert bool(history(box, 1)) == (state == "open")
+
+    def test_ignored_stays_ignored(self, box):
+        self.add(box, "1.0.0.0")
+        change(box, 1, state="ignored")
+        self.add(box, "9.0.0.0")
+        assert rows(box) == []
+        assert titles(box, state="ignored") == [("draw", 2)]
+
+
+class TestDeletion:
+    def test_deleted_report_leaves_nothing(self, box):
+        box.reports.add_upload(upload_body(made.upload_files(made.fault_text())))
+        assert box.delete(schema.report.c.id == 1) == 1
+        with box.engine.connect() as connection:
+            for table in ("report", "attachment", "wants", "search"):
+                assert connection.execute(sa.text(f"SELECT count(*) FROM {table}")).scalar() == 0, table
+        assert rows(box, state="all") == []
+
+    def test_sums_fit_what_is_left(self, box):
+        for number in range(3):
+            box.reports.add_message(
+                made.message(
+                    made.fault_text(extra=[f"EBX 0000000{number}  ECX 00000000"]), sender=f"u{number}@example.org"
+                )
+            )
+        box.delete(schema.report.c.sender == "u1@example.org")
+        (row,) = rows(box)
+        assert (row["count"], row["machines"], sum(row["days"].values())) == (2, 2, 2)
+
+    def test_by_age(self, box):
+        old = int(time.time()) - 100 * 86400
+        box.reports.add_message(made.message(made.fault_text()), received=old)
+        box.reports.add_message(made.message(made.fault_text(("other",))))
+        box.config.keep = "90d"
+        assert box.delete_old() == 1
+        assert titles(box) == [("other", 1)]
+
+
+class TestSearch:
+    @pytest.fixture(autouse=True)
+    def fill(self, box):
+        for number, leaf in enumerate(("load_palette", "Widget::draw", "save")):
+            text = made.fault_text((leaf, "run"), version=f"{number + 1}.0.0.0")
+            box.reports.add_message(made.message(text, sender=f"u{number}@example.org", processor=f"Chip{number}"))
+
+    @pytest.mark.parametrize(
+        "asked, found",
+        (
+            ({"q": "load_pal"}, ["load_palette"]),
+            ({"q": "widget::draw"}, ["Widget::draw"]),
+            ({"q": "chip2"}, ["save"]),
+            ({"q": "u1@example.org"}, ["Widget::draw"]),
+            ({"q": "board run"}, ["Widget::draw", "load_palette", "save"]),
+            ({"q": "nothing_like_it"}, []),
+            ({"q": "' OR 'zz'='zz' --"}, []),
+            ({"function": "palette"}, ["load_palette"]),
+            ({"function": "%"}, []),
+            ({"module": "BOARD.exe", "version": "3.0.0.0"}, ["save"]),
+            ({"since": "2001-01-01", "until": "2002-01-01"}, []),
+            ({"since": "2001-01-01"}, ["Widget::draw", "load_palette", "save"]),
+        ),
+    )
+    def test_finds(self, box, asked, found):
+        assert sorted(row["title"] for row in rows(box, **asked)) == found
+
+
+def test_jobs_of_one_transaction_fail_alone(box):
+    def fail(_connection):
+        raise LookupError("on purpose")
+
+    with pytest.raises(LookupError):
+        box.writer.do("", fail)
+    assert box.reports.add_message(made.message())[1]
