@@ -6,7 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "tests/hosts/stack_guard.h"
+#include "testing/cxx/stack_guard.h"
 
 namespace {
 
