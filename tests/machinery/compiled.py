@@ -17,8 +17,9 @@ def program(name):
     """The path of the program made from programs/NAME.c."""
     source = pathlib.Path(__file__).parent / "programs" / f"{name}.c"
     made = pathlib.Path(_folder.name) / f"{name}.exe"
+    compiler = MACHINE.choose("i686", "x86_64") + "-w64-mingw32-gcc-posix"
     subprocess.run(
-        [MACHINE.choose("i686", "x86_64") + "-w64-mingw32-gcc-posix", "-Wall", "-Wextra", "-Werror", "-g", "-O1", "-o", made, source, "-lgdi32"],
+        [compiler, "-Wall", "-Wextra", "-Werror", "-g", "-O1", "-o", made, source, "-lgdi32"],
         check=True,
     )
     return made
