@@ -7,6 +7,7 @@ set(WENDAX_ARCH_WARNINGS -Wshorten-64-to-32)
 set(WENDAX_DLLTOOL_MACHINE i386:x86-64)
 set(WENDAX_LINK_ARCH "/machine:x64")
 set(WENDAX_DLL_ENTRY _DllMainCRTStartup)
+set(WENDAX_ZIP_SUFFIX win64)
 # Where images would like to lie, before the digits that each DLL gives: above 4 GB, so that an address cut to 32 bits is
 # one that nothing lies at.
 set(WENDAX_BASE 0x2)

@@ -2,12 +2,18 @@
 # of the library.
 include(CMakePackageConfigHelpers)
 
-set(shipped Wendax KOBRTL fall faultkit)
-foreach(dll IN LISTS shipped)
-  install(FILES ${CMAKE_BINARY_DIR}/bin/${dll}.dll ${CMAKE_BINARY_DIR}/bin/${dll}.pdb DESTINATION bin)
+# What was built for 32 and for 64 bits may go to the same place, after one another.
+foreach(dll Wendax KOBRTL fall faultkit)
+  if(TARGET ${dll})
+    install(FILES ${CMAKE_BINARY_DIR}/bin/${dll}.dll ${CMAKE_BINARY_DIR}/bin/${dll}.pdb DESTINATION bin/${WENDAX_ARCH})
+  endif()
 endforeach()
 # Hosts link with these two alone.
-install(FILES ${CMAKE_BINARY_DIR}/lib/Wendax.lib ${CMAKE_BINARY_DIR}/lib/faultkit.lib DESTINATION lib)
+foreach(dll Wendax faultkit)
+  if(TARGET ${dll})
+    install(FILES ${CMAKE_BINARY_DIR}/lib/${dll}.lib DESTINATION lib/${WENDAX_ARCH})
+  endif()
+endforeach()
 
 install(FILES include/wendax.h include/wendax_error.h companions/faultkit/faultkit.h DESTINATION include)
 # For those who write format modules.
@@ -30,6 +36,6 @@ install(FILES packaging/WendaxConfig.cmake ${CMAKE_BINARY_DIR}/WendaxConfigVersi
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_VENDOR "The Wendax maintainers")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Crash reports for Windows desktop programs")
-set(CPACK_PACKAGE_FILE_NAME Wendax-${PROJECT_VERSION}-win32)
+set(CPACK_PACKAGE_FILE_NAME Wendax-${PROJECT_VERSION}-${WENDAX_ZIP_SUFFIX})
 set(CPACK_VERBATIM_VARIABLES ON)
 include(CPack)

@@ -1,4 +1,4 @@
-# find_package(Wendax): for 32-bit programs on Windows.
+# find_package(Wendax): for programs on Windows, of 32 or 64 bits as the host is.
 #
 #   Wendax::Wendax        the library; a C++ host is compiled with /EHa
 #   Wendax::faultkit      for hosts that call faultkit.dll themselves, to write a minidump
@@ -11,31 +11,40 @@
 set(Wendax_NOT_FOUND_MESSAGE)
 if(NOT WIN32)
   set(Wendax_NOT_FOUND_MESSAGE "Wendax is for programs that run on Windows; elsewhere configure with a toolchain file for it.")
-elseif(DEFINED CMAKE_SIZEOF_VOID_P AND NOT CMAKE_SIZEOF_VOID_P EQUAL 4)
-  set(Wendax_NOT_FOUND_MESSAGE "Wendax is for 32-bit programs; with Visual Studio configure with -A Win32.")
+endif()
+get_filename_component(_wendax_root "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
+set(_wendax_arch x86)
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  set(_wendax_arch x64)
+endif()
+set(_wendax_bin "${_wendax_root}/bin/${_wendax_arch}")
+set(_wendax_lib "${_wendax_root}/lib/${_wendax_arch}")
+if(NOT Wendax_NOT_FOUND_MESSAGE AND NOT EXISTS "${_wendax_lib}/Wendax.lib")
+  set(Wendax_NOT_FOUND_MESSAGE "Wendax is not installed here for ${_wendax_arch}: there is no ${_wendax_lib}/Wendax.lib.")
 endif()
 if(Wendax_NOT_FOUND_MESSAGE)
   set(Wendax_FOUND FALSE)
   return()
 endif()
 
-get_filename_component(_wendax_root "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
 set(Wendax_RUNTIME_FILES)
 set(_wendax_pdbs)
 foreach(_wendax_dll Wendax KOBRTL fall faultkit)
-  list(APPEND Wendax_RUNTIME_FILES "${_wendax_root}/bin/${_wendax_dll}.dll")
-  list(APPEND _wendax_pdbs "${_wendax_root}/bin/${_wendax_dll}.pdb")
+  if(EXISTS "${_wendax_bin}/${_wendax_dll}.dll")
+    list(APPEND Wendax_RUNTIME_FILES "${_wendax_bin}/${_wendax_dll}.dll")
+    list(APPEND _wendax_pdbs "${_wendax_bin}/${_wendax_dll}.pdb")
+  endif()
 endforeach()
 set_property(GLOBAL PROPERTY WENDAX_RUNTIME_FILES "${Wendax_RUNTIME_FILES}")
 set_property(GLOBAL PROPERTY WENDAX_PDBS "${_wendax_pdbs}")
 set_property(GLOBAL PROPERTY WENDAX_REDIRECT "${_wendax_root}/tools/redirect.py")
 
 foreach(_wendax_name Wendax faultkit)
-  if(NOT TARGET Wendax::${_wendax_name})
+  if(NOT TARGET Wendax::${_wendax_name} AND EXISTS "${_wendax_lib}/${_wendax_name}.lib")
     add_library(Wendax::${_wendax_name} SHARED IMPORTED)
     set_target_properties(Wendax::${_wendax_name} PROPERTIES
-      IMPORTED_IMPLIB "${_wendax_root}/lib/${_wendax_name}.lib"
-      IMPORTED_LOCATION "${_wendax_root}/bin/${_wendax_name}.dll"
+      IMPORTED_IMPLIB "${_wendax_lib}/${_wendax_name}.lib"
+      IMPORTED_LOCATION "${_wendax_bin}/${_wendax_name}.dll"
       INTERFACE_INCLUDE_DIRECTORIES "${_wendax_root}/include")
   endif()
 endforeach()
@@ -81,4 +90,7 @@ function(wendax_copy_runtime host)
 endfunction()
 
 unset(_wendax_root)
+unset(_wendax_arch)
+unset(_wendax_bin)
+unset(_wendax_lib)
 unset(_wendax_pdbs)

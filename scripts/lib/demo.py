@@ -9,9 +9,9 @@ from testing.desktop import Desktop
 from testing.mail import Message
 from testing.prefix import project_prefix
 from testing.processes import REPO, wait_until
+from testing.product import product
 from testing.wine import Wine
 
-BIN = REPO / "build" / "windows" / "bin"
 OUT = REPO / "build" / "demo"
 
 
@@ -29,12 +29,12 @@ def main():
         if here:
             wine.env["DISPLAY"] = os.environ["DISPLAY"]
         # Without a mail program the message would only lie in the temporary folder; this one notes that it was called.
-        wine.associate(".eml", BIN / "mail_program.exe")
+        wine.associate(".eml", product("mail_program.exe"))
         stack.callback(wine.dissociate, ".eml")
         print("demo: starting windowed.exe, a program with a button for each kind of fault", flush=True)
         process = stack.enter_context(
             wine.start(
-                BIN / "windowed.exe", limit=3600 if here else 300, env={"MAIL_PROGRAM_LOG": prefix.to_windows(log)}
+                product("windowed.exe"), limit=3600 if here else 300, env={"MAIL_PROGRAM_LOG": prefix.to_windows(log)}
             )
         )
         if here:

@@ -12,9 +12,9 @@ from testing.host import LIBRARY_FILES, redirect
 from testing.loopback import loopback_address, need_port_80
 from testing.prefix import fresh_prefix
 from testing.processes import REPO, wait_until
+from testing.product import product
 from testing.wine import Wine
 
-BIN = REPO / "build" / "windows" / "bin"
 OUT = REPO / "build" / "demo-upload"
 
 
@@ -27,7 +27,7 @@ def main():
     host.mkdir(parents=True)
     address = loopback_address()
     for name in ("upload.exe", *LIBRARY_FILES):
-        shutil.copy(BIN / name, host)
+        shutil.copy(product(name), host)
     # The server's name is a build setting; this copy of the library gets the one that runs here.
     redirect(host / "Wendax.dll", "--upload-server", address)
     with contextlib.ExitStack() as stack:

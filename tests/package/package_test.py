@@ -14,12 +14,14 @@ import pytest
 
 from testing import documents, report_dialog
 from testing.host import Host
-from testing.image import Image
+from testing.image import X86, X64, Image, machine_of
 from testing.processes import REPO
-from testing.product import BIN
+from testing.product import BIN, MACHINE
 
 HERE = pathlib.Path(__file__).parent
 BUILD = BIN.parent
+KIND = MACHINE.choose("win32", "win64")
+OTHER = MACHINE.choose(X64, X86)
 RUNTIME = ["KOBRTL.dll", "Wendax.dll", "fall.dll", "faultkit.dll"]
 EXAMPLES = {
     "smallest": "smallest",
@@ -29,6 +31,9 @@ EXAMPLES = {
     "minidump": "minidump",
     "c-host": "c_host",
 }
+if MACHINE is X64:  # the helper describes 32-bit programs alone
+    RUNTIME.remove("faultkit.dll")
+    del EXAMPLES["minidump"]
 
 
 def run(*command, **options):
@@ -73,6 +78,7 @@ def configure(source, build, prefix, *options):
         f"-DCMAKE_TOOLCHAIN_FILE={REPO}/cmake/toolchain-windows.cmake",
         f"-DCMAKE_PROJECT_INCLUDE={HERE}/consumer_rules.cmake",
         f"-DWENDAX_BUILD={BUILD}",
+        f"-DWENDAX_ARCH={MACHINE.name}",
         *options,
     )
 
@@ -107,15 +113,18 @@ class TestPackage:
         found = sorted(str(path.relative_to(root)) for path in root.rglob("*") if path.is_file())
         folders = ("docs/", "examples/")  # their files come and go; the rest is what others rely on
         listed = [name for name in found if not name.startswith(folders)]
-        assert listed == (HERE / "package_files.txt").read_text().splitlines()
+        expected = sorted((HERE / "package_files.txt").read_text().replace("ARCH", MACHINE.name).splitlines())
+        assert listed == [
+            name for name in expected if "faultkit.dll" in RUNTIME or f"/{MACHINE.name}/faultkit" not in name
+        ]
         for name in ("docs/host-guide.md", "docs/images/email-dialog.png", "examples/upload-server/public/index.php"):
             assert name in found
 
     def test_zip_is_named_after_the_version_of_the_dlls(self):
         version = re.search(r"^project\(Wendax VERSION (\S+)", (REPO / "CMakeLists.txt").read_text(), re.M)[1]
-        assert unpacked().name == f"Wendax-{version}-win32"
+        assert unpacked().name == f"Wendax-{version}-{KIND}"
         for name in RUNTIME:
-            content = (unpacked() / "bin" / name).read_bytes()
+            content = (unpacked() / "bin" / MACHINE.name / name).read_bytes()
             for key in ("FileVersion", "ProductVersion"):
                 at = content.index(key.encode("utf-16-le") + b"\0\0")
                 text = content[at : at + 120].decode("utf-16-le", "replace")
@@ -134,14 +143,14 @@ class TestPackage:
         build = build_host(stage, project)
         assert sorted(file.name for file in build.glob("*.dll")) == RUNTIME
         message = report_of(stage, build / "host.exe")
-        assert b"EXCEPTION_ACCESS_VIOLATION" in message.body
+        assert (b"EXCEPTION_ACCESS_VIOLATION" in message.body) == ("faultkit.dll" in RUNTIME)
 
     def test_pdbs_are_copied_on_request(self, stage):
         project = stage.artifacts / "project"
         shutil.copytree(unpacked() / "examples" / "smallest", project)
         listing = project / "CMakeLists.txt"
         listing.write_text(listing.read_text().replace("runtime(smallest)", "runtime(smallest PDBS)"))
-        assert (build_host(stage, project) / "faultkit.pdb").exists()
+        assert (build_host(stage, project) / "fall.pdb").exists()
 
     def test_hosts_that_it_is_not_for_are_told_why(self, stage):
         project = stage.artifacts / "project"
@@ -155,10 +164,10 @@ class TestPackage:
                 (
                     "-DCMAKE_SYSTEM_NAME=Windows",
                     "-DCMAKE_C_COMPILER=clang-19",
-                    "-DCMAKE_C_COMPILER_TARGET=x86_64-pc-windows-msvc",
+                    "-DCMAKE_C_COMPILER_TARGET=" + OTHER.choose("i686", "x86_64") + "-pc-windows-msvc",
                     "-DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY",
                 ),
-                "for 32-bit programs",
+                f"not installed here for {OTHER.name}",
             ),
         ):
             with pytest.raises(AssertionError, match=f"Wendax is {reason}"):
@@ -221,13 +230,39 @@ class TestPort:
         (archive,) = unpacked().parent.glob("made/*.zip")
         shutil.copy(archive, port)
         installed = stage.artifacts / "packages"
-        run("cmake", f"-DPORT={port}", f"-DCURRENT_PACKAGES_DIR={installed}", "-P", HERE / "vcpkg_stand_in.cmake")
+        settings = (
+            f"-DPORT={port}",
+            f"-DCURRENT_PACKAGES_DIR={installed}",
+            f"-DVCPKG_TARGET_ARCHITECTURE={MACHINE.name}",
+        )
+        run("cmake", *settings, "-P", HERE / "vcpkg_stand_in.cmake")
         assert (installed / "tools/wendax/redirect.py").exists()
         assert "wendax_root}/tools/wendax/redirect.py" in (installed / "share/wendax/WendaxConfig.cmake").read_text()
         assert "stb" in (installed / "share/wendax/copyright").read_text()
-        build = build_host(stage, unpacked() / "examples" / "minidump", installed)
+        build = build_host(
+            stage, unpacked() / "examples" / ("minidump" if "minidump" in EXAMPLES else "smallest"), installed
+        )
         assert sorted(file.name for file in build.glob("*.dll")) == RUNTIME
 
     def test_port_is_of_the_librarys_version(self):
         told = json.loads((REPO / "packaging/vcpkg/wendax/vcpkg.json").read_text())
-        assert unpacked().name == f"Wendax-{told['version']}-win32"
+        assert unpacked().name == f"Wendax-{told['version']}-{KIND}"
+
+
+def test_builds_for_both_machines_may_go_to_one_folder(stage):
+    place = stage.artifacts / "installed"
+    trees = [
+        tree
+        for tree in (REPO / "build" / "windows", REPO / "build" / "windows-x64")
+        if (tree / "bin" / "Wendax.dll").exists()
+    ]
+    assert BUILD in trees
+    for tree in trees:
+        run("cmake", "--install", tree, "--prefix", place)
+    for tree in trees:
+        machine = machine_of(tree / "bin" / "Wendax.dll")
+        for name in ("Wendax.dll", "KOBRTL.dll", "fall.dll"):
+            assert machine_of(place / "bin" / machine.name / name) is machine
+        assert (place / "lib" / machine.name / "Wendax.lib").exists()
+    build = build_host(stage, place / "examples" / "smallest", place)
+    assert machine_of(build / "Wendax.dll") is MACHINE

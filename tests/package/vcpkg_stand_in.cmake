@@ -1,5 +1,5 @@
 # Runs the port's script as vcpkg would, with the two functions that it calls.
-# cmake -DPORT=folder -DCURRENT_PACKAGES_DIR=folder -DVERSION=version -P vcpkg_stand_in.cmake
+# cmake -DPORT=folder -DCURRENT_PACKAGES_DIR=folder -DVCPKG_TARGET_ARCHITECTURE=x86|x64 -DVERSION=version -P vcpkg_stand_in.cmake
 cmake_minimum_required(VERSION 3.25)
 
 function(vcpkg_extract_source_archive result)

@@ -34,12 +34,17 @@ __attribute__((used)) void (*trouble)() __asm__("trouble");
 
 // In the place of a function of any type: either lets the call through as it is, or never returns from it.
 __attribute__((naked)) void gate() {
-    asm("decl calls_left\n\t"
+#ifdef _WIN64
+#define FROM_HERE "(%rip)"
+#else
+#define FROM_HERE
+#endif
+    asm("decl calls_left" FROM_HERE "\n\t"
         "jl 1f\n\t"
-        "jmp *real_function\n"
+        "jmp *real_function" FROM_HERE "\n"
         "1:\n\t"
-        "incl calls_left\n\t"
-        "call *trouble");
+        "incl calls_left" FROM_HERE "\n\t"
+        "jmp *trouble" FROM_HERE);
 }
 
 void fault() {

@@ -125,15 +125,20 @@ void free(void* block) {
     --held.blocks;
 }
 
-// What the linker finds where a call goes through the import table.
-extern const void* const kImportedOpen __asm__("__imp__InternetOpenA@20");
+// What the linker finds where a call goes through the import table; with 32 bits the names count the arguments' bytes.
+#ifdef _WIN64
+#define IMPORTED(name, bytes) "__imp_" name
+#else
+#define IMPORTED(name, bytes) "__imp__" name "@" bytes
+#endif
+extern const void* const kImportedOpen __asm__(IMPORTED("InternetOpenA", "20"));
 const void* const kImportedOpen = reinterpret_cast<const void*>(open_session);
-extern const void* const kImportedConnect __asm__("__imp__InternetConnectA@32");
+extern const void* const kImportedConnect __asm__(IMPORTED("InternetConnectA", "32"));
 const void* const kImportedConnect = reinterpret_cast<const void*>(open_connection);
-extern const void* const kImportedRequest __asm__("__imp__HttpOpenRequestA@32");
+extern const void* const kImportedRequest __asm__(IMPORTED("HttpOpenRequestA", "32"));
 const void* const kImportedRequest = reinterpret_cast<const void*>(open_request);
-extern const void* const kImportedUrl __asm__("__imp__InternetOpenUrlA@24");
+extern const void* const kImportedUrl __asm__(IMPORTED("InternetOpenUrlA", "24"));
 const void* const kImportedUrl = reinterpret_cast<const void*>(open_url);
-extern const void* const kImportedClose __asm__("__imp__InternetCloseHandle@4");
+extern const void* const kImportedClose __asm__(IMPORTED("InternetCloseHandle", "4"));
 const void* const kImportedClose = reinterpret_cast<const void*>(close_handle);
 }
