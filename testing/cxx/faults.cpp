@@ -65,6 +65,11 @@ void overflow_stack() {
 
 void divide_float() {
     _controlfp(_controlfp(0, 0) & ~_EM_ZERODIVIDE, _MCW_EM);
+    // With 64 bits that is about SSE alone.
+    unsigned short control;
+    __asm__ volatile("fnstcw %0" : "=m"(control));
+    control &= ~4;
+    __asm__ volatile("fldcw %0" : : "m"(control));
     __asm__ volatile("fld1\n\tfldz\n\tfdivrp\n\tfwait\n\tfstp %%st(0)" : : : "st");
 }
 

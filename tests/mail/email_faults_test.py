@@ -102,9 +102,9 @@ class TestFaults:
         messages, _ = report_each(stage, faults=["divide"])
         description = messages[0].body[messages[0].body.index(b"Crush Expantion:") :]
         assert re.search(
-            rb"^Crush Expantion:\nreason code C0000094 address [0-9A-F]{8}\n\nStack Trace:\n"
+            rb"^Crush Expantion:\nreason code C0000094 address %b\n\nStack Trace:\n"
             rb"first line 0 options 15 code C0000094\nnext line 1 options 15 code C0000094\n"
-            rb"next line 2 options 15 code C0000094\n\n",
+            rb"next line 2 options 15 code C0000094\n\n" % stage.machine.address.encode(),
             description,
         )
 
@@ -145,7 +145,7 @@ class TestHelpers:
     @pytest.mark.parametrize("helper", ("no_first", "no_next"))
     def test_without_one_of_the_stack_functions_there_is_no_line(self, stage, helper):
         assert re.search(
-            rb"^Crush Expantion:\nreason code C0000094 address [0-9A-F]{8}\n\nStack Trace:$",
+            rb"^Crush Expantion:\nreason code C0000094 address %b\n\nStack Trace:$" % stage.machine.address.encode(),
             description_with(stage, helper).rstrip(b"\r\n"),
         )
 
