@@ -1,4 +1,4 @@
-#include "base/ascii_case.h"
+#include "base/text_search.h"
 
 #include <gtest/gtest.h>
 

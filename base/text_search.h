@@ -1,4 +1,5 @@
-// Searching texts that are given by pointer and length, for both character types of the strings.
+// Searching texts that are given by pointer and length, for both character types of the strings, and comparing them by
+// letters.
 #pragma once
 
 #include <string.h>
@@ -31,5 +32,22 @@ extern template unsigned text_length(const char*);
 extern template unsigned text_length(const unsigned short*);
 extern template int find_text(const char*, unsigned, const char*, unsigned, unsigned);
 extern template int find_text(const unsigned short*, unsigned, const unsigned short*, unsigned, unsigned);
+
+// The letters A to Z without regard to their case: every other byte is itself alone, whatever the locale.
+
+constexpr char ascii_upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+constexpr bool begins_ignoring_case(const char* text, const char* beginning) noexcept {
+    for (; *beginning; ++text, ++beginning)
+        if (ascii_upper(*text) != ascii_upper(*beginning))
+            return false;
+    return true;
+}
+
+constexpr bool equal_ignoring_case(const char* left, const char* right) noexcept {
+    return begins_ignoring_case(left, right) && begins_ignoring_case(right, left);
+}
 
 } // namespace gen

@@ -1,6 +1,6 @@
 // Results of GDI go unchecked: a call on a null handle fails as well, and the failure shows at the end, in a section
 // that is null or black.
-#include "capture/screen_grab.h"
+#include "capture/screenshot.h"
 
 #include "win/handle.h"
 

@@ -1,4 +1,4 @@
-#include "capture/screen_grab.h"
+#include "capture/screenshot.h"
 
 #include <gtest/gtest.h>
 

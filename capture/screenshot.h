@@ -1,7 +1,15 @@
-// The screenshot that goes with a report.
+// Pictures of the primary display, and the one that goes with a report.
 #pragma once
 
+#include <windows.h>
+
 #include "base/std_string.h"
+
+// The part of the display inside `rect` (screen pixels) as a section of 24 bits per pixel, top row first. The caller
+// owns the handle and deletes it with DeleteObject. Null for a null or empty rectangle, for one left or right of the
+// display, and when GDI has no memory for the section; a grab that fails later leaves the section black. Needs little
+// stack and takes nothing from the heap, so it may be called after a fault.
+HBITMAP copy_screen_to_bitmap(const RECT* rect);
 
 // The full path of the screenshot: "screen_copy.jpg" directly in the user's temporary directory.
 CStdString screenshot_path();

@@ -2,7 +2,6 @@
 // whole under one fault guard.
 #include "capture/screenshot.h"
 
-#include "capture/screen_grab.h"
 #include "glib/film.h"
 #include "glib/filter_manager.h"
 #include "glib/gdiplus_init.h"

@@ -40,6 +40,14 @@ private:
     CStdString m_message;
 };
 
+namespace compose {
+
+// The number of bytes from the start up to the first page that can't be read. The file behind a view may become
+// unreadable after it was mapped, with its network or its disk; the read then faults, here instead of in the encoder.
+unsigned readable_prefix(const unsigned char* data, unsigned size);
+
+} // namespace compose
+
 #ifdef _MSC_VER
 static_assert(sizeof(CEmailTool) == (sizeof(void*) == 8 ? 40 : 28), "the type table and the message");
 #endif

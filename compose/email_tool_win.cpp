@@ -10,7 +10,6 @@
 #include "compose/base64_coding.h"
 #include "compose/memory_file.h"
 #include "compose/message_template.h"
-#include "compose/readable_prefix.h"
 #include "win/temporary_folder.h"
 
 namespace {

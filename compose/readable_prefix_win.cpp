@@ -1,5 +1,5 @@
 // Tries the block as a whole; only if that fails, page by page to the first that can't be read.
-#include "compose/readable_prefix.h"
+#include "compose/email_tool.h"
 
 #include <windows.h>
 

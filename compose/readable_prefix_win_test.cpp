@@ -1,4 +1,4 @@
-#include "compose/readable_prefix.h"
+#include "compose/email_tool.h"
 
 #include <vector>
 

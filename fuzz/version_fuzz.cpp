@@ -3,8 +3,8 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "sysinfo/instruction_set_level.h"
-#include "sysinfo/printers_text.h"
+#include "sysinfo/instruction_set_setting.h"
+#include "sysinfo/system_info_text.h"
 #include "sysinfo/version_texts.h"
 #include "sysinfo/win_version_text.h"
 

@@ -1,7 +1,7 @@
 // The image document: pages of layers, loaded, edited and saved through the format modules.
 #pragma once
 
-#include "glib/film_progress.h"
+#include "base/basic_string.h"
 #include "glib/module_contract.h"
 
 struct HBITMAP__;
@@ -11,6 +11,20 @@ namespace glib {
 
 class FilmBody;
 class Slide;
+
+// How far a document has come, as it tells its user.
+struct FilmProgress {
+    static constexpr int32_t kFinished = -2;
+
+    // Of the operation: "load...", "save...", "stretch..."; empty at the end of a document.
+    gen::basic_string<char> text;
+    uint32_t total;   // steps there are
+    int32_t step;     // the present one, from 1; 0 before the first; -2 when all is over
+    uint8_t can_stop; // 1
+};
+
+// 0: stop. The answers before the first step and after the last one change nothing. Must not throw.
+typedef uint8_t (*FilmProgressCallback)(void* context, const FilmProgress* progress);
 
 // A document belongs to one thread at a time; any number may live. While one lives GDI+ runs, unless it was switched
 // off (glib/gdiplus_init.h). Operations that answer with a ResultCode leave the document as it was on failure; out of

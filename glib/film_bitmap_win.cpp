@@ -6,7 +6,7 @@
 #include "base/owner.h"
 #include "glib/film.h"
 #include "glib/film_body.h"
-#include "glib/pixel_convert.h"
+#include "glib/raster.h"
 #include "win/handle.h"
 
 namespace glib {

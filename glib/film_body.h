@@ -3,7 +3,7 @@
 
 #include "base/array_ptr.h"
 #include "base/std_string.h"
-#include "glib/film_progress.h"
+#include "glib/film.h"
 #include "glib/filter_manager.h"
 #include "glib/slide.h"
 

@@ -5,7 +5,7 @@
 #include <new>
 #include <string.h>
 
-#include "base/ascii_case.h"
+#include "base/text_search.h"
 #include "base/owner.h"
 #include "companions/kobrtl/kobrtl.h"
 #include "glib/module_call.h"

@@ -5,7 +5,7 @@
 
 #include "base/owner.h"
 #include "glib/canvas.h"
-#include "glib/raster_scale.h"
+#include "glib/raster.h"
 
 namespace glib {
 

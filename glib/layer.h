@@ -4,9 +4,22 @@
 #include "base/std_string.h"
 #include "glib/blend.h"
 #include "glib/raster.h"
-#include "glib/vector_image.h"
 
 namespace glib {
+
+class Canvas;
+
+// A drawing that can be shown in any size. Operations answer null or false on failure and leave the drawing as it was.
+class VectorImage {
+public:
+    virtual ~VectorImage() {}
+    virtual uint32_t width() const = 0; // pixels
+    virtual uint32_t height() const = 0;
+    virtual VectorImage* Clone() const = 0; // the caller deletes it
+    virtual VectorImage* Resized(uint32_t width, uint32_t height) const = 0;
+    // Draws the whole of it into the rectangle.
+    virtual bool Draw(Canvas& canvas, int32_t left, int32_t top, uint32_t width, uint32_t height) const = 0;
+};
 
 // A layer shows either pixels or, for vector content, a drawing. Its place is that of its top left corner on the page,
 // in page pixels; it may lie outside the page, whole or in part.

@@ -265,3 +265,12 @@ unsigned VMemStream::Flush() {
 unsigned VMemStream::Close() {
     return 1;
 }
+
+namespace glib {
+
+VMemStream& process_stream() {
+    static VMemStream stream(VMemStream::kDefaultStep, VMemStream::kDefaultStep);
+    return stream;
+}
+
+} // namespace glib

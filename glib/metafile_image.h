@@ -4,7 +4,7 @@
 #include <windows.h>
 
 #include "glib/gdiplus_image.h"
-#include "glib/vector_image.h"
+#include "glib/layer.h"
 
 namespace glib {
 

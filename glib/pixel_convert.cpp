@@ -1,4 +1,4 @@
-#include "glib/pixel_convert.h"
+#include "glib/raster.h"
 
 namespace glib {
 

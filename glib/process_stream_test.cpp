@@ -1,4 +1,4 @@
-#include "glib/process_stream.h"
+#include "glib/mem_stream.h"
 
 #include <string>
 

@@ -87,4 +87,23 @@ private:
     gen::array<RGB32> m_palette{gen::unallocated()};
 };
 
+// Makes `target` the source in the new size. `scale_type` goes through to glib::Scale (1 is the best). The depth may
+// rise where colours must be mixed: a palette becomes 24 bits, or 32 if one index is transparent. BADA for a type, size
+// or source that can't be scaled, OMEM without memory; the target is empty then.
+ResultCode scale_raster(const Raster& source, Raster& target, uint32_t width, uint32_t height, int scale_type);
+
+// Conversions of whole rows of pixels
+
+// Which bits of a pixel hold which colour.
+struct ChannelMasks {
+    uint32_t red, green, blue;
+};
+
+// What 16 bits per pixel mean unless a bitmap says otherwise.
+constexpr ChannelMasks kMasks555 = {0x7C00, 0x03E0, 0x001F};
+
+// Pixels of 16 bits become blue, green, red bytes; full intensity in any number of bits becomes 255. A colour without
+// mask bits is 0. `source` may stand at any address; the rows must not overlap.
+void convert_16_to_24(const uint8_t* source, uint8_t* target, uint32_t width, const ChannelMasks& masks);
+
 } // namespace glib

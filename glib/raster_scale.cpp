@@ -1,5 +1,5 @@
 // A picture with a side that is too long for the resampler is first shrunk in parts, then scaled as a whole.
-#include "glib/raster_scale.h"
+#include "glib/raster.h"
 
 #include "companions/kobrtl/kobrtl.h"
 

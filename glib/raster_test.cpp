@@ -4,10 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "glib/raster_scale.h"
-
 #include "glib/canvas.h"
-#include "glib/pixel_convert.h"
 
 namespace glib {
 

@@ -1,8 +1,9 @@
-// CFile: a file handle with the framework's open modes. Files are made of bytes; there is no text mode.
+// CFile and CFileFind: files and their search.
 #pragma once
 
 #include "mfc/afx_exception.h"
 
+// A file handle with the framework's open modes. Files are made of bytes; there is no text mode.
 class CFile : public CObject {
 public:
     enum OpenFlags {
@@ -28,4 +29,18 @@ public:
     void Close() noexcept;
 
     HANDLE m_hFile = INVALID_HANDLE_VALUE; // owned
+};
+
+// Whether a file of a name exists.
+class CFileFind : public CObject {
+public:
+    CFileFind();
+    ~CFileFind() override;
+
+    // Whether anything matches the name; wildcards and folders count. A null or empty name finds nothing.
+    BOOL FindFile(LPCSTR pstrName, DWORD dwUnused = 0);
+    void Close() noexcept;
+
+private:
+    HANDLE m_h_context = INVALID_HANDLE_VALUE; // owned search handle
 };

@@ -1,5 +1,5 @@
 // Asks by starting a search, not by opening: a file that can't be opened is there all the same.
-#include "mfc/afx_file_find.h"
+#include "mfc/afx_file.h"
 
 #include "win/handle.h"
 

@@ -4,7 +4,7 @@
 
 #include "report/report_scope.h"
 #include "report/running_dialog.h"
-#include "report/upload_texts.h"
+#include "report/report_texts.h"
 #include "resources/ids.h"
 #include "win/guard.h"
 

@@ -7,7 +7,7 @@
 #include "net/http_transport.h"
 #include "net/upload_form.h"
 #include "report/destinations.h"
-#include "sysinfo/system_info_file.h"
+#include "sysinfo/std_info.h"
 #include "win/guard.h"
 
 namespace {

@@ -5,11 +5,10 @@
 #include <new>
 
 #include "base/owner.h"
-#include "capture/screen_grab.h"
 #include "capture/screenshot.h"
 #include "compose/email_tool.h"
 #include "report/destinations.h"
-#include "report/mail_text.h"
+#include "report/report_texts.h"
 #include "report/report_scope.h"
 #include "report/se_exception.h"
 #include "sysinfo/std_info.h"

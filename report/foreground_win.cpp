@@ -1,6 +1,6 @@
 // Whether the host's windows hide the dialog is asked of the system, never of a window by a message: after a fault the
 // thread behind it may not answer any more.
-#include "report/foreground.h"
+#include "report/report_dialog.h"
 
 #include "report/dialog_layout.h"
 

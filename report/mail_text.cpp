@@ -1,6 +1,6 @@
 // A subject and a body format for each context. The formats of contexts from 1 on all take the same three texts: the
 // note, the system's and the fault's.
-#include "report/mail_text.h"
+#include "report/report_texts.h"
 
 namespace report {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "report/mail_text.h"
+#include "report/report_texts.h"
 
 namespace {
 

@@ -3,7 +3,6 @@
 #include "report/report_dialog.h"
 
 #include "report/dialog_layout.h"
-#include "report/foreground.h"
 #include "resources/ids.h"
 
 namespace report {

@@ -1,15 +1,13 @@
-// Each block of the library's has a mark in front. A block without it is looked for in the process's heaps, one after
-// another. The operators of both report classes are below.
-#include "report/report_memory.h"
-
+// The memory of report objects, by the operators of both classes. Hosts that were built without these operators make
+// theirs in a heap of their runtime's, but to delete one always ends here, in the virtual destructor. So each block of
+// the library's has a mark in front; a block without it is looked for in the process's heaps, one after another.
+#include <stddef.h>
 #include <stdint.h>
 #include <stdlib.h>
 #include <windows.h>
 
 #include "base/genlib_error.h"
 #include "include/wendax.h"
-
-namespace report {
 
 namespace {
 
@@ -40,8 +38,7 @@ void give_back(void* block) {
     }
 }
 
-} // namespace
-
+// Memory in the library's heap; null when there is none.
 void* allocate(size_t size) noexcept {
     Mark* const allocated = static_cast<Mark*>(malloc(2 * sizeof(Mark) + size));
     if (!allocated)
@@ -51,6 +48,8 @@ void* allocate(size_t size) noexcept {
     return mark + 1;
 }
 
+// Gives a block back to the heap that it came from: the library's, or the first of the process's in which it is a valid
+// block. One that is in none of them stays.
 void release(void* block) noexcept {
     if (!block)
         return;
@@ -63,25 +62,25 @@ void release(void* block) noexcept {
     }
 }
 
-} // namespace report
+} // namespace
 
 #define REPORT_MEMORY(Report)                                                                                          \
     void* Report::operator new(size_t size) {                                                                          \
-        if (void* const block = report::allocate(size))                                                                \
+        if (void* const block = allocate(size))                                                                        \
             return block;                                                                                              \
         gen::throw_out_of_memory();                                                                                    \
     }                                                                                                                  \
     void* Report::operator new(size_t size, const std::nothrow_t&) noexcept {                                          \
-        return report::allocate(size);                                                                                 \
+        return allocate(size);                                                                                         \
     }                                                                                                                  \
     void* Report::operator new(size_t, void* place) noexcept {                                                         \
         return place;                                                                                                  \
     }                                                                                                                  \
     void Report::operator delete(void* block) noexcept {                                                               \
-        report::release(block);                                                                                        \
+        release(block);                                                                                                \
     }                                                                                                                  \
     void Report::operator delete(void* block, const std::nothrow_t&) noexcept {                                        \
-        report::release(block);                                                                                        \
+        release(block);                                                                                                \
     }                                                                                                                  \
     void Report::operator delete(void*, void*) noexcept {}
 

@@ -1,5 +1,5 @@
 // Bytes as escapes, so that neither editor nor compiler converts them; the comments translate.
-#include "report/upload_texts.h"
+#include "report/report_texts.h"
 
 namespace report {
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "report/upload_texts.h"
+#include "report/report_texts.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The browser's own library is loaded and asked, so both happen under a fault guard.
-#include "sysinfo/browser_version.h"
+#include "sysinfo/std_info.h"
 
 #include <windows.h>
 #include <shlwapi.h>

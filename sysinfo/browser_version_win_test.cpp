@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "sysinfo/browser_version.h"
+#include "sysinfo/std_info.h"
 #include "testing/cxx/test_files.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "sysinfo/display_text.h"
+#include "sysinfo/system_info_text.h"
 
 namespace sysinfo {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "sysinfo/display_text.h"
+#include "sysinfo/system_info_text.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Registry and file system are each asked under a fault guard: what faults counts as not found.
-#include "sysinfo/host_application.h"
+#include "sysinfo/std_info.h"
 
 #include <afxwin.h>
 

@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 
-#include "sysinfo/host_application.h"
 #include "sysinfo/std_info.h"
 #include "testing/cxx/test_files.h"
 

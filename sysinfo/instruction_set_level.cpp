@@ -1,7 +1,7 @@
 // "SSE2" is compared before "SSE", as only the beginning of a setting counts.
-#include "sysinfo/instruction_set_level.h"
+#include "sysinfo/instruction_set_setting.h"
 
-#include "base/ascii_case.h"
+#include "base/text_search.h"
 
 namespace sysinfo {
 

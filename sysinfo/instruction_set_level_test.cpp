@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "sysinfo/instruction_set_level.h"
+#include "sysinfo/instruction_set_setting.h"
 
 namespace {
 

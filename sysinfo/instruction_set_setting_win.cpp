@@ -1,8 +1,9 @@
 // The type of the registry value isn't looked at: whatever it holds is read as a text.
 #include "sysinfo/instruction_set_setting.h"
 
+#include <windows.h>
+
 #include "base/std_string.h"
-#include "sysinfo/instruction_set_level.h"
 #include "win/handle.h"
 
 int GetInstructionSetSetting(HKEY root, int* level) {

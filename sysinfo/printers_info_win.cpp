@@ -3,7 +3,7 @@
 #include "sysinfo/printers_info.h"
 
 #include "base/array.h"
-#include "sysinfo/printers_text.h"
+#include "sysinfo/system_info_text.h"
 #include "win/guard.h"
 
 namespace sysinfo {

@@ -1,4 +1,4 @@
-#include "sysinfo/printers_text.h"
+#include "sysinfo/system_info_text.h"
 
 #include <string.h>
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "sysinfo/printers_text.h"
+#include "sysinfo/system_info_text.h"
 
 namespace {
 

@@ -42,3 +42,31 @@ private:
     CProcessorInfo m_processor;
     CStdFileInfo m_file_info;
 };
+
+// The probes without a class of their own, and the file
+
+// The section of the report; "Cannot extract version number of Internet Explorer" if the browser's library isn't there
+// or doesn't say. Loads that library for the time of the call.
+CStdString GetInternetExplorerVersionText();
+
+// Writes the system-information text to "system_info.txt" in the user's temporary directory (lines end in CR LF),
+// overwriting what is there. path receives the full path in any case; the result is whether the file was written in
+// full, which the report doesn't depend on. Takes the time of building a CStdInfo; needs little stack. Throws
+// gen::genlib_out_of_memory, with path set.
+bool write_system_info_file(CStdString& path);
+
+namespace sysinfo {
+
+// The browser's section, of another library of the browser's.
+CStdString browser_version_text(const char* library);
+
+// The path that is registered for Lumivale.exe below the root, HKEY_LOCAL_MACHINE unless in a test; as it stands there,
+// without regard to quotes and variables. If it names no file: Lumivale.exe in the folder of this executable, whether
+// or not it is there. Empty if the executable's path has no backslash, so that no folder is known.
+CStdString find_host_application(HKEY root, const char* executable);
+
+// The section of the report about the application at this path; "Cannot extract version number of Lumivale" if there is
+// no such file. An empty path is none. The reader is used for it and left with that file.
+CStdString host_application_text(CStdFileInfo& reader, const char* path);
+
+} // namespace sysinfo

@@ -3,8 +3,6 @@
 
 #include <stddef.h>
 
-#include "sysinfo/browser_version.h"
-#include "sysinfo/host_application.h"
 #include "sysinfo/system_info_text.h"
 #include "win/ansi_path.h"
 #include "win/guard.h"

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "sysinfo/browser_version.h"
-#include "sysinfo/host_application.h"
 #include "testing/cxx/recorded_processor.h"
 #include "sysinfo/system_info_text.h"
 

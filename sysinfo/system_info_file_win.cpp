@@ -1,6 +1,5 @@
 // The probes are on the heap, as after a fault they might be too large for the stack; the file is written in one system
 // call.
-#include "sysinfo/system_info_file.h"
 
 #include <new>
 

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "sysinfo/std_info.h"
-#include "sysinfo/system_info_file.h"
 
 namespace {
 

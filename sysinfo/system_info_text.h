@@ -1,5 +1,7 @@
-// How the sections of a system-information text are joined. Pure.
+// The texts of sections that are made of what Windows tells, and how all sections are joined. Pure.
 #pragma once
+
+#include <stdint.h>
 
 #include "base/std_string.h"
 
@@ -23,5 +25,26 @@ CStdString join_sections(const Sections& sections);
 // The file that the text is written to: "system_info.txt" in this directory, whose trailing backslashes count for
 // none. An empty directory gives a path below the root of the current drive.
 CStdString system_info_path(const char* temporary_directory);
+
+// The display section (display_text.cpp)
+
+struct DisplayMode {
+    uint32_t bits_per_pixel;
+    uint32_t width;     // pixels
+    uint32_t height;    // pixels
+    uint32_t frequency; // Hz; 0 or 1 is the display's default
+};
+
+// Four lines, with CR LF between them and nothing behind the last.
+CStdString describe_display_mode(const DisplayMode& mode);
+
+// The printers section (printers_text.cpp)
+
+// The list of the names, one a line and in their order, and the default printer, each under its heading.
+CStdString describe_printers(const CStdString* names, int count, const char* default_printer);
+
+// The printer of a default entry, which is its name, its driver and its port with commas between: all before the first
+// comma, or the whole entry if there is none.
+CStdString printer_of_entry(const char* entry);
 
 } // namespace sysinfo

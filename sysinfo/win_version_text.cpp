@@ -2,7 +2,7 @@
 // have no name of their own: edition and build are all that their text has.
 #include "sysinfo/win_version_text.h"
 
-#include "base/ascii_case.h"
+#include "base/text_search.h"
 
 namespace sysinfo {
 

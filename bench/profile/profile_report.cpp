@@ -10,7 +10,7 @@
 #include "companions/kobrtl/kobrtl.h"
 #include "compose/message_template.h"
 #include "net/upload_form.h"
-#include "report/mail_text.h"
+#include "report/report_texts.h"
 #include "sysinfo/system_info_text.h"
 
 namespace {

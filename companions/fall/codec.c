@@ -2,8 +2,6 @@
  * inner functions are called, to try one format at a time: with a newer version of them that has to be checked. */
 #include "companions/fall/codec.h"
 
-#include "companions/fall/unread_kind.h"
-
 #include <limits.h>
 #include <math.h>
 #include <stdlib.h>

@@ -1,4 +1,5 @@
-/* The library that decodes and encodes, behind plain functions: no other file knows it. */
+/* The library that decodes and encodes, behind plain functions: no other file knows it. What it doesn't tell of a file
+ * is found out beside it. */
 #ifndef FALL_CODEC_H
 #define FALL_CODEC_H
 
@@ -34,6 +35,15 @@ Picture measure_picture(ImageFormat format, ByteSource* source);
 
 /* 1 if the samples of a PGM or PPM are of 16 bits. */
 int has_wide_samples(ByteSource* source);
+
+/* How many bits the file spends on a pixel, 1 to 128: often not what the decoder makes of them. For data that
+ * measure_picture() has found good; of a GIF those of its common palette. For a picture with a palette the bits of an
+ * index. */
+uint32_t stored_depth(ImageFormat format, const Picture* measured, ByteSource* source);
+
+/* 1 for a good file that the codec refuses with the same answer as damaged ones: its header is sound, but of a kind
+ * that isn't read, a BMP of run lengths, a PSD without RGB colours, and so on. Only for data of that format. */
+int is_unread_kind(ImageFormat format, ByteSource* source);
 
 /* The first picture, whole. Gives up with BADI if the data is damaged, NSUP if it is good but of a kind that isn't
  * read. */

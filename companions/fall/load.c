@@ -2,7 +2,7 @@
  * is of its format. */
 #include "companions/fall/entries.h"
 #include "companions/fall/gif.h"
-#include "companions/fall/stored_depth.h"
+#include "companions/fall/codec.h"
 
 typedef struct Reading {
     ImageFormat format;

@@ -1,6 +1,6 @@
 /* Reads the few bytes of the headers that count, because the codec doesn't tell. What lies behind the end reads as
  * 0. */
-#include "companions/fall/stored_depth.h"
+#include "companions/fall/codec.h"
 
 static uint8_t byte_at(ByteSource* source, uint32_t offset) {
     rewind_source(source);

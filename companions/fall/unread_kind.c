@@ -1,5 +1,5 @@
 /* Only BMP and PSD have such kinds. Their headers are read here once more, apart from the codec. */
-#include "companions/fall/unread_kind.h"
+#include "companions/fall/codec.h"
 
 /* A bit for each number below 64. */
 #define BIT(number) (1ull << (number))

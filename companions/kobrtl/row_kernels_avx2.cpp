@@ -9,7 +9,6 @@
 
 #include "base/wide_registers.h"
 #include "companions/kobrtl/processor.h"
-#include "companions/kobrtl/target_switch.h"
 
 WENDAX_TARGET_BEGIN("avx2,fma")
 

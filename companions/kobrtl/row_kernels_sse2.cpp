@@ -8,7 +8,6 @@
 #include <string.h>
 
 #include "companions/kobrtl/processor.h"
-#include "companions/kobrtl/target_switch.h"
 
 WENDAX_TARGET_BEGIN("sse2")
 

@@ -6,7 +6,6 @@
 #include <windows.h>
 
 #include "base/genlib_error.h"
-#include "capture/screen_grab.h"
 #include "capture/screenshot.h"
 #include "commands.h"
 #include "glib/film.h"

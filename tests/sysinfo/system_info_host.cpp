@@ -6,7 +6,7 @@
 
 #include "sysinfo/machine_processor.h"
 #include "sysinfo/processor_info.h"
-#include "sysinfo/system_info_file.h"
+#include "sysinfo/std_info.h"
 #include "testing/cxx/import_slot.h"
 #include "win/guard.h"
 

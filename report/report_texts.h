@@ -1,9 +1,11 @@
-// Subject and body of the e-mail report. Pure text building; no Windows.
+// The texts of both reports. Pure text building; no Windows.
 #pragma once
 
 #include "base/std_string.h"
 
 namespace report {
+
+// The e-mail report: subject and body (mail_text.cpp)
 
 // The name that stands for the product when the host gives none.
 extern const char kDefaultProduct[];
@@ -23,5 +25,14 @@ struct MailText {
 // product and subject are used by context 0 alone. note, system and debug go into every body, in this order.
 MailText mail_text(int context, const char* product, const char* subject, const CStdString& note,
                    const CStdString& system, const CStdString& debug);
+
+// What the upload dialog says while it works (upload_texts.cpp)
+
+// Windows-1251 bytes, given to the control as they stand: they must never be converted.
+extern const char kUploadWaitText[];
+extern const char kUploadFailureText[];
+
+// English, unlike the other two; kept.
+extern const char kUploadSuccessText[];
 
 } // namespace report
