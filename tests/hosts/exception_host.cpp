@@ -55,9 +55,10 @@ int main() {
     void* const exception = new CSeException(0xC0000094, &pointers);
     CException base;
     printf("size: %u\n", static_cast<unsigned>(sizeof(CSeException)));
-    printf("auto-delete flag at 4: %d\n", field<BOOL>(exception, 4));
-    printf("code at 8: %08X\n", field<unsigned>(exception, 8));
-    printf("pointers at 12: %d\n", field<void*>(exception, 12) == &pointers);
+    constexpr unsigned kPointer = sizeof(void*); // each field begins a pointer's size after the one before
+    printf("auto-delete flag at %u: %d\n", kPointer, field<BOOL>(exception, kPointer));
+    printf("code at %u: %08X\n", 2 * kPointer, field<unsigned>(exception, 2 * kPointer));
+    printf("pointers at %u: %d\n", 3 * kPointer, field<void*>(exception, 3 * kPointer) == &pointers);
     show_class(exception);
     show_slots(exception, &base);
     using Destroy = void* __thiscall(void*, unsigned flags); // flag 1 frees the memory too

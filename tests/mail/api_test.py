@@ -2,13 +2,14 @@
 
 import re
 
+from testing.product import MACHINE
 from testing import report_dialog
 
 EXCEPTION_OBJECT = {
-    "size": "16",
-    "auto-delete flag at 4": "1",
-    "code at 8": "C0000094",
-    "pointers at 12": "1",
+    "size": MACHINE.choose("16", "32"),
+    MACHINE.choose("auto-delete flag at 4", "auto-delete flag at 8"): "1",
+    MACHINE.choose("code at 8", "code at 16"): "C0000094",
+    MACHINE.choose("pointers at 12", "pointers at 24"): "1",
     "slot 1 class": "CSeException",
     "slot 1 base": "CException",
     "slot 1 root": "CObject",
