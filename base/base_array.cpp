@@ -1,3 +1,4 @@
+// Growth allocates first and lets go of the old storage last, so that what fails changes nothing.
 #include "base/base_array.h"
 
 #include <new>

@@ -1,3 +1,4 @@
+// The one place from which the containers throw.
 #include "base/genlib_error.h"
 
 namespace gen {

@@ -1,3 +1,4 @@
+// Replacing texts in texts: matches, growth and failures of it.
 #include <string>
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Of the parts of a path only the last one is wanted: the name under which a file is attached.
 #include "base/split_path.h"
 
 CStdSplitPath::CStdSplitPath(const char* path) : m_path(path) {}

@@ -1,3 +1,4 @@
+// Copies, moves and sums of strings, and what each leaves of the other.
 #include "base/basic_string.h"
 
 #include <string>

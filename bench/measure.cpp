@@ -1,3 +1,4 @@
+// Times come from the clock with the finest steps; medians and least times are taken from all rounds.
 #include "bench/measure.h"
 
 #include <stdio.h>

@@ -60,6 +60,7 @@ bool Canvas::ToRaster(Raster& raster) const {
     return true;
 }
 
+// For formats without alpha: what a viewer with a white page would show.
 bool Canvas::ToRasterOnWhite(Raster& raster) const {
     if (!raster.Create(m_width, m_height, 24))
         return false;

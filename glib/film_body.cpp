@@ -75,6 +75,8 @@ unsigned FilmBody::Stretch(uint32_t width, uint32_t height, int scale_type, bool
     return done;
 }
 
+// A thumbnail is asked for first where one would do. Not every module or file has one: then the picture itself is
+// loaded from the place where the stream was, and made to fit when it becomes a page.
 ResultCode FilmBody::load_exchange(FilterManager& manager, VStream& stream, const LoadRequest& request, EFormat format,
                                    ImageDataExchange& image) {
     const uint64_t start = stream.Tell();

@@ -1,3 +1,4 @@
+// Documents saved and loaded in files, through modules that are truly loaded.
 #include "glib/film.h"
 
 #include <fstream>

@@ -1,3 +1,4 @@
+// One row for each format. The top byte of a code holds the format's traits, the others are the letters of its name.
 #include "glib/format_table.h"
 
 namespace glib {

@@ -50,6 +50,8 @@ Raster ImageDataExchange::TakeRaster(unsigned i) {
     return static_cast<Raster&&>(raster);
 }
 
+// What modules call. Null in place of an image or a stream gets the answer of a failure: a module may pass on what it
+// never looked at.
 namespace {
 
 IDEPage* GLIB_CALL add_page(ImageDataExchange* image, uint32_t width, uint32_t height, uint32_t bits_per_pixel) {

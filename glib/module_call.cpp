@@ -1,3 +1,4 @@
+// A module that faults, throws or answers with a code that there isn't has failed with CFLT, whatever it did before.
 #include "glib/module_call.h"
 
 #include "win/guard.h"

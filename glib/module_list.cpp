@@ -38,6 +38,7 @@ void ModuleList::Add(const char* list) {
 }
 
 void ModuleList::add_name(const char* name, size_t length) {
+    // First a place for the name, then the name: what fails in between leaves a list of whole names.
     static const char kExtension[] = ".dll";
     char** names = static_cast<char**>(realloc(static_cast<void*>(m_names), (m_count + 1) * sizeof(char*)));
     if (!names)

@@ -1,3 +1,4 @@
+// A value that can't be read in full is 0: streams don't throw.
 #include "glib/ordered_stream.h"
 
 namespace {

@@ -1,3 +1,4 @@
+// Pages of the system's in Windows; elsewhere, where tests run, cleared memory of the C runtime's.
 #include "glib/pixel_buffer.h"
 
 #ifdef _WIN32

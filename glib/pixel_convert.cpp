@@ -1,3 +1,4 @@
+// Pixels of 16 bits as colours of 8 bits each, by whatever masks a bitmap names.
 #include "glib/raster.h"
 
 namespace glib {

@@ -91,6 +91,7 @@ void Raster::Clear() noexcept {
     m_palette.clear();
 }
 
+// Entries beyond the depth's count are no part of it, and those not given stay as they were.
 void Raster::SetPalette(const RGB32* entries, uint32_t count) {
     for (uint32_t i = 0; i < count && i < m_palette.size(); ++i)
         m_palette[i] = entries[i];

@@ -9,6 +9,7 @@
 
 namespace glib {
 
+// The sides are compared by products, in 64 bits: quotients would round before they are compared.
 PageRect fitted(const PageRect& rect, uint32_t width, uint32_t height) noexcept {
     const int64_t w = static_cast<int64_t>(rect.right) - rect.left;
     const int64_t h = static_cast<int64_t>(rect.bottom) - rect.top;

@@ -1,3 +1,4 @@
+// The saved positions, which every stream has; all else is the derived streams'.
 #include "glib/stream.h"
 
 VStream::~VStream() {}

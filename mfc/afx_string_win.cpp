@@ -92,6 +92,7 @@ void CString::append(LPCSTR text, int length) {
     m_pch_data = block->data();
 }
 
+// The copy counts the new block before it takes the old one along, so that a string may be assigned to itself.
 const CString& CString::operator=(const CString& other) {
     CString copy(other);
     LPSTR const mine = m_pch_data;

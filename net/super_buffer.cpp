@@ -61,6 +61,7 @@ void CSuperBuffer::AppendFile(const char* path) {
     Append(&piece, 1);
 }
 
+// Into a new block of the final size: one allocation for all pieces, and the old body stays whole where it fails.
 void CSuperBuffer::Append(const Piece* pieces, unsigned count) {
     unsigned capacity = m_length;
     for (unsigned i = 0; i < count; ++i) {

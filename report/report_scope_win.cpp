@@ -1,3 +1,4 @@
+// The resources are switched before the floating-point settings, and put back before them.
 #include "report/report_scope.h"
 
 namespace {

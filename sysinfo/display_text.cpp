@@ -1,3 +1,4 @@
+// The section about the display mode.
 #include "sysinfo/system_info_text.h"
 
 namespace sysinfo {

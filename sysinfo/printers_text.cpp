@@ -1,3 +1,4 @@
+// The section about the printers, and the name in the system's entry for the default one.
 #include "sysinfo/system_info_text.h"
 
 #include <string.h>

@@ -35,6 +35,7 @@ void CProcessorInfo::Identify(const sysinfo::ProcessorSources& sources) {
     const CpuidRegisters leaf0 = cpuid.read(0, 0);
     const uint32_t highest = leaf0.eax;
     const uint32_t highest_extended = highest_extended_leaf(cpuid);
+    // The twelve letters of the vendor's identification lie in this order.
     const uint32_t identification[] = {leaf0.ebx, leaf0.edx, leaf0.ecx};
     memcpy(m_vendor_id, identification, sizeof(identification));
     m_vendor = sysinfo::vendor_of(m_vendor_id);

@@ -1,3 +1,4 @@
+// Tables of rows, of which the first that matches gives the name. A name that begins with "Unknown" is none.
 #include "sysinfo/processor_names.h"
 
 #include <string.h>

@@ -1,3 +1,4 @@
+// One format text has every caption: what is too long is cut at the end of the whole.
 #include "sysinfo/system_info_text.h"
 
 namespace sysinfo {

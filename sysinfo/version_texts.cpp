@@ -1,3 +1,5 @@
+// The parts of a version stay texts, as they stand in the resource; the running program's section alone makes numbers
+// of them.
 #include "sysinfo/version_texts.h"
 
 #include <string.h>

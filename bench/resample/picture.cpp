@@ -1,3 +1,4 @@
+// The picture has what screens have: a photograph, text and flat areas.
 #include "bench/resample/picture.h"
 
 #include <math.h>

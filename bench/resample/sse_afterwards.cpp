@@ -1,3 +1,4 @@
+// A loop of SSE code is timed right behind the work, and again with nothing before it.
 #include "bench/resample/sse_afterwards.h"
 
 #include <emmintrin.h>

@@ -1,3 +1,4 @@
+// The module's entries as an imaging layer calls them, with a host that stands in.
 #include "companions/fall/entries.h"
 
 #include <gtest/gtest.h>

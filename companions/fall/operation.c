@@ -81,7 +81,7 @@ void* resize_memory(void* memory, size_t bytes) {
         give_up(OMEM);
     }
     link_block(moved, bytes);
-    if (bytes > old_bytes)
+    if (bytes > old_bytes) /* a damaged file must not show what was in memory before */
         memset((char*)(moved + 1) + old_bytes, 0, bytes - old_bytes);
     return moved + 1;
 }

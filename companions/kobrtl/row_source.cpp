@@ -24,6 +24,7 @@ bool is_grey_ramp(const Picture& picture) {
     return true;
 }
 
+// Exact: a float holds every product of two bytes.
 void weigh(const uint8_t* pixels, unsigned count, float* out) {
     for (unsigned x = 0; x < count; ++x, pixels += 4, out += 4) {
         // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): only pixels of four channels are weighed
@@ -58,6 +59,7 @@ void RowSource::convert(unsigned y, unsigned x, unsigned count, void* out) const
         convert_upright(y, x, count, out);
         return;
     }
+    // Pixel by pixel, as each lies in another row of the picture.
     const size_t pixel = m_channels * sample_size();
     for (unsigned i = 0; i < count; ++i)
         convert_upright(x + i, y, 1, static_cast<uint8_t*>(out) + i * pixel);

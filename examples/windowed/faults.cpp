@@ -1,3 +1,4 @@
+// Each fault has a function of its own, whose name then stands in the report's stack trace.
 #include "faults.h"
 
 #include <windows.h>

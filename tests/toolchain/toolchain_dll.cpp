@@ -1,3 +1,4 @@
+// A DLL with a global object and a translator that throws across the DLL's border: what the toolchain must bring along.
 #include <windows.h>
 #include <stdio.h>
 
