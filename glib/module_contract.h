@@ -127,6 +127,9 @@ typedef ResultCode(GLIB_CALL* SaveEntry)(ImageDataExchange* image, VStream* stre
 static_assert(sizeof(void*) != 4 || (sizeof(IDEPage) == 72 && sizeof(ImageFileInfo) == 48 &&
                                      sizeof(ModuleServices) == 44 && sizeof(FilterInfoRequest) == 20),
               "both sides must agree");
+static_assert(sizeof(void*) != 8 || (sizeof(IDEPage) == 80 && sizeof(ImageFileInfo) == 48 &&
+                                     sizeof(ModuleServices) == 80 && sizeof(FilterInfoRequest) == 32),
+              "both sides must agree");
 } // extern "C"
 } // namespace glib
 #endif

@@ -48,6 +48,19 @@ class TestReportClass:
         for (name, sent), (_, received) in zip(files, message.attachments):
             assert received == sent, name
 
+    # With 64 bits there is a view of such a file; it would be read to its end, and its text fits no message.
+    @pytest.mark.parametrize("gigabytes", (3, 5))
+    def test_file_that_no_message_can_hold_is_attached_as_no_bytes(self, stage, gigabytes):
+        host = Host(stage, "report_host.exe")
+        large, small = host.folder / "large.bin", host.folder / "small.txt"
+        with large.open("wb") as file:
+            file.truncate(gigabytes << 30)
+        small.write_bytes(b"behind it")
+        names = [host.prefix.to_windows(path) for path in (large, small)]
+        host.run("0", "-", "-", "-", *names, check=True)
+        (message,) = host.wait_messages(1)
+        assert message.attachments == [("large.bin", b""), ("small.txt", b"behind it")]
+
     def test_headers_are_those_of_an_unsent_draft(self, report):
         before = datetime.datetime.now()
         message = report.message("0", "-", "-", "-")
