@@ -1,4 +1,4 @@
-// Our own loops, GDI's and GDI+'s ways to shrink, and stb_image_resize.
+// Our own loops, GDI+ and stb_image_resize.
 #include "bench/resample/contestants.h"
 
 #include <windows.h>
