@@ -6,6 +6,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "tests/faultkit/machine_faults.h"
+
 namespace {
 
 volatile int zero = 0;
@@ -26,19 +28,6 @@ void maybe_fault(const char* function) {
     sprintf(thrown, "throw %s", function);
     if (is_wanted(thrown))
         throw DebugLibraryError{1};
-}
-
-// The first answer is the frame itself, the next one its caller.
-BOOL follow_frame_pointer(STACKFRAME64* frame, CONTEXT* context, PREAD_PROCESS_MEMORY_ROUTINE64 read) {
-    DWORD link[2], done;
-    if (!frame->Virtual)
-        return frame->Virtual = TRUE;
-    if (!read(nullptr, context->Ebp, link, sizeof link, &done))
-        return FALSE;
-    context->Esp = context->Ebp + sizeof link;
-    context->Ebp = link[0];
-    frame->AddrPC.Offset = context->Eip = link[1];
-    return TRUE;
 }
 
 } // namespace

@@ -19,6 +19,7 @@
 
 #include "companions/faultkit/faultkit.h"
 #include "testing/cxx/random_descent.h"
+#include "tests/faultkit/machine_faults.h"
 #include "tests/faultkit/stack_faults.h"
 #include "testing/cxx/faults.h"
 #include "win/library.h"
@@ -119,7 +120,7 @@ void describe(const char* fault) {
     EXCEPTION_POINTERS* const later = strcmp(pointers_kind, "stale") == 0 ? &other : pointers;
     printf("=== %s\nCrush Expantion:\n%s\n\nStack Trace:\n", fault, kit.reason(pointers));
     if (strcmp(pointers_kind, "reused") == 0)
-        pointers->ContextRecord->Eip = reinterpret_cast<DWORD>(&thread_main);
+        set_instruction(pointers->ContextRecord, reinterpret_cast<const void*>(&thread_main));
     for (const char* line = kit.first(options, pointers); line; line = kit.next(options, later)) {
         printf("%s\n", line);
         if (asks_again)

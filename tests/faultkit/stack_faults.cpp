@@ -5,6 +5,7 @@
 
 #include "testing/cxx/faults.h"
 #include "tests/faultkit/guest.h"
+#include "tests/faultkit/machine_faults.h"
 #include "win/library.h"
 
 extern "C" void* _AddressOfReturnAddress();
@@ -90,27 +91,6 @@ void smashed() {
     sink = 1;
 }
 
-void __attribute__((naked)) fault_with_bad_frame_pointer() {
-    __asm__("push %ebp\n"
-            "mov $0x12345679, %ebp\n"
-            "movl $1, 0\n"
-            "pop %ebp\n"
-            "ret\n");
-}
-
-// The chain of frame pointers is a circle.
-void __attribute__((naked)) fault_with_circular_chain() {
-    __asm__("push %ebp\n"
-            "push $0\n"
-            "push %esp\n"
-            "mov %esp, %ebp\n"
-            "movl %ebp, (%ebp)\n"
-            "movl $1, 0\n"
-            "add $8, %esp\n"
-            "pop %ebp\n"
-            "ret\n");
-}
-
 void bad_frame_pointer() {
     fault_with_bad_frame_pointer();
     sink = 1;
@@ -179,10 +159,6 @@ void little_stack() {
     sink = use_up_stack(kStackLeft);
 }
 
-void overflow_trap() {
-    __asm__ volatile("movb $127, %%al\n\taddb $1, %%al\n\tinto" : : : "eax", "cc");
-}
-
 void software_exception() {
     const ULONG_PTR parameters[] = {0x11, 0x22};
     RaiseException(0xE0001234, 0, 2, parameters);
@@ -200,7 +176,7 @@ const Fault kFaults[] = {
     {"unloaded", in_unloaded_guest},
     {"below-unloaded", below_unloaded_guest},
     {"little-stack", little_stack},
-    {"overflow-trap", overflow_trap},
+    {"overflow-trap", trap_overflow},
     {"software", software_exception},
 };
 

@@ -21,42 +21,28 @@ constexpr uint32_t kMostSections = 96; // the loader's own limit
 constexpr uint32_t kDebugEntrySize = 28, kCodeView = 2, kMostDebugEntries = 32;
 constexpr uint32_t kRsds = 0x53445352, kNb10 = 0x3031424E;
 
-struct Directory {
-    uint32_t offset, size;
-};
+// Address of "PE\0\0", as counted from base; false when there is none.
+bool find_signature(Memory& memory, Address base, uint32_t* offset) {
+    uint16_t dos = 0;
+    uint32_t signature = 0;
+    return memory.read_u16(base, &dos) && dos == 0x5A4D && memory.read_u32(base + 0x3C, offset) &&
+           *offset <= 0x100000 && memory.read_u32(base + *offset, &signature) && signature == 0x4550;
+}
 
-struct Headers {
-    Memory& memory;
-    Address base, signature; // address of "PE\0\0"
-    uint32_t size;
-
-    bool contains(uint32_t offset, uint32_t length) const { return offset <= size && size - offset >= length; }
-
-    Directory directory(uint32_t index) const {
-        uint32_t count = 0;
-        Directory found = {};
-        if (!memory.read_u32(signature + kDirectoryCountAt, &count) || index >= count ||
-            !memory.read(signature + kDirectoriesAt + index * sizeof found, &found, sizeof found) ||
-            !contains(found.offset, found.size))
-            return {};
-        return found;
-    }
-};
-
-void read_sections(const Headers& headers, Image* image) {
+void read_sections(Memory& memory, Address headers, Image* image) {
     uint16_t count = 0, optional_size = 0;
-    if (!headers.memory.read_u16(headers.signature + kSectionCountAt, &count) ||
-        !headers.memory.read_u16(headers.signature + kOptionalSizeAt, &optional_size))
+    if (!memory.read_u16(headers + kSectionCountAt, &count) ||
+        !memory.read_u16(headers + kOptionalSizeAt, &optional_size))
         return;
     for (uint32_t i = 0; i < count && i < kMostSections && image->range_count < Image::kMostRanges; ++i) {
-        const Address section = headers.signature + kOptionalAt + optional_size + i * kSectionSize;
+        const Address section = headers + kOptionalAt + optional_size + i * kSectionSize;
         uint32_t virtual_size = 0, offset = 0, raw_size = 0, flags = 0;
-        if (!headers.memory.read_u32(section + 8, &virtual_size) || !headers.memory.read_u32(section + 12, &offset) ||
-            !headers.memory.read_u32(section + 16, &raw_size) || !headers.memory.read_u32(section + 36, &flags))
+        if (!memory.read_u32(section + 8, &virtual_size) || !memory.read_u32(section + 12, &offset) ||
+            !memory.read_u32(section + 16, &raw_size) || !memory.read_u32(section + 36, &flags))
             return;
         const uint32_t size = virtual_size ? virtual_size : raw_size;
-        if (flags & kExecutable && headers.contains(offset, size))
-            image->code[image->range_count++] = {headers.base + offset, headers.base + offset + size};
+        if (flags & kExecutable && image->contains(offset, size))
+            image->code[image->range_count++] = {image->base + offset, image->base + offset + size};
     }
 }
 
@@ -96,35 +82,45 @@ void read_code_view(Memory& memory, Address address, uint32_t length, PdbIdentit
     key.hex(age, digits);
 }
 
-void read_pdb_identity(const Headers& headers, PdbIdentity* pdb) {
-    const Directory debug = headers.directory(kDebugDirectory);
-    for (uint32_t i = 0; i < kMostDebugEntries && (i + 1) * kDebugEntrySize <= debug.size && !pdb->key[0]; ++i) {
+void read_pdb_identity(Memory& memory, Image* image) {
+    const Directory debug = find_directory(memory, *image, kDebugDirectory);
+    for (uint32_t i = 0; i < kMostDebugEntries && (i + 1) * kDebugEntrySize <= debug.size && !image->pdb.key[0]; ++i) {
         uint32_t entry[7] = {};
-        if (!headers.memory.read(headers.base + debug.offset + i * kDebugEntrySize, entry, sizeof entry))
+        if (!memory.read(image->base + debug.offset + i * kDebugEntrySize, entry, sizeof entry))
             return;
         const uint32_t type = entry[3], length = entry[4], offset = entry[5];
-        if (type == kCodeView && headers.contains(offset, length))
-            read_code_view(headers.memory, headers.base + offset, length, pdb);
+        if (type == kCodeView && image->contains(offset, length))
+            read_code_view(memory, image->base + offset, length, &image->pdb);
     }
 }
 
 } // namespace
 
+Directory find_directory(Memory& memory, const Image& image, uint32_t index) {
+    uint32_t offset = 0, count = 0;
+    Directory found = {};
+    if (!find_signature(memory, image.base, &offset))
+        return {};
+    const Address headers = image.base + offset;
+    if (!memory.read_u32(headers + kDirectoryCountAt, &count) || index >= count ||
+        !memory.read(headers + kDirectoriesAt + index * sizeof found, &found, sizeof found) ||
+        !image.contains(found.offset, found.size))
+        return {};
+    return found;
+}
+
 bool read_image(Memory& memory, Address base, Image* image) {
     *image = Image();
     image->base = base;
-    uint16_t dos = 0, magic = 0;
-    uint32_t offset = 0, signature = 0;
-    if (!memory.read_u16(base, &dos) || dos != 0x5A4D || !memory.read_u32(base + 0x3C, &offset) || offset > 0x100000 ||
-        !memory.read_u32(base + offset, &signature) || signature != 0x4550 ||
-        !memory.read_u16(base + offset + kOptionalAt, &magic) || magic != kMagic ||
-        !memory.read_u32(base + offset + kTimeStampAt, &image->time_stamp) ||
+    uint16_t magic = 0;
+    uint32_t offset = 0;
+    if (!find_signature(memory, base, &offset) || !memory.read_u16(base + offset + kOptionalAt, &magic) ||
+        magic != kMagic || !memory.read_u32(base + offset + kTimeStampAt, &image->time_stamp) ||
         !memory.read_u32(base + offset + kImageSizeAt, &image->size) || image->size > Address() - base)
         return false;
-    const Headers headers = {memory, base, base + offset, image->size};
-    read_sections(headers, image);
-    read_pdb_identity(headers, &image->pdb);
-    const Directory resources = headers.directory(kResourceDirectory);
+    read_sections(memory, base + offset, image);
+    read_pdb_identity(memory, image);
+    const Directory resources = find_directory(memory, *image, kResourceDirectory);
     image->has_version = resources.size != 0 && read_file_version(memory, base, image->size, base + resources.offset,
                                                                   resources.size, image->version);
     return true;

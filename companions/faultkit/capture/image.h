@@ -30,11 +30,22 @@ struct Image {
     unsigned range_count;
     CodeRange code[kMostRanges]; // executable sections; what goes beyond kMostRanges is left out
     PdbIdentity pdb;
+
+    // Whether what lies there, as counted from base, is within the image.
+    bool contains(uint32_t offset, uint32_t length) const { return offset <= size && size - offset >= length; }
+};
+
+// A part of an image, as counted from its base.
+struct Directory {
+    uint32_t offset, size;
 };
 
 // Reads the headers of the module mapped at base, if it is of the process's own kind (32 or 64 bits). Returns false
 // when there is no such module. A damaged version or debug record leaves has_version false or pdb.key empty; nothing
 // outside [base, base + size) is followed.
 bool read_image(Memory& memory, Address base, Image* image);
+
+// The directory of that number in the headers of an image that was read: within the image, or of size 0.
+Directory find_directory(Memory& memory, const Image& image, uint32_t index);
 
 } // namespace faultkit

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "companions/faultkit/walk/debug_library.h"
-#include "companions/faultkit/walk/x86/frame_walker.h"
+#include "companions/faultkit/walk/frame_walker.h"
 #include "companions/faultkit/capture/process_memory.h"
 #include "companions/faultkit/capture/module_table.h"
 #include "companions/faultkit/describe/place_text.h"

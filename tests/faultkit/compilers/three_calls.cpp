@@ -193,6 +193,6 @@ bool commit_three_calls(const char* name) {
 void print_noted_return_addresses() {
     printf("--- truth");
     while (depth > 0)
-        printf(" %08X", static_cast<unsigned>(reinterpret_cast<size_t>(truth[--depth])));
+        printf(" %0*llX", static_cast<int>(2 * sizeof(void*)), 0ull + reinterpret_cast<size_t>(truth[--depth]));
     printf("\n");
 }

@@ -3,12 +3,11 @@
 // form "call [address]" (FF 15) has a target that is still known afterwards.
 #include "companions/faultkit/walk/x86/call_site.h"
 
-#include "companions/faultkit/walk/x86/instructions.h"
+#include "companions/faultkit/walk/instructions.h"
 
 namespace faultkit {
 namespace {
 
-constexpr uint32_t kLongestCall = 7; // FF, ModRM, SIB and four bytes of displacement
 constexpr int kMostStubs = 4;
 
 // Follows the jumps that linkers put between a call and its function.
@@ -51,11 +50,8 @@ CallSite find_call_before(Memory& memory, const ModuleTable& modules, uint32_t a
             return {CallSite::kKnown, follow_stubs(memory, modules, target), 6};
         return {CallSite::kComputed, 0, 6};
     }
-    for (uint32_t length = 2; length <= before; ++length) {
-        const uint8_t* const code = end - length;
-        if (code[0] == 0xFF && (code[1] >> 3 & 7) == 2 && length_with_modrm(code) == length)
-            return {CallSite::kComputed, 0, length};
-    }
+    if (const uint32_t length = length_of_indirect_call_before(end, before))
+        return {CallSite::kComputed, 0, length};
     return {CallSite::kNone, 0};
 }
 

@@ -2,7 +2,7 @@
 // calls. The last 64 answers are cached.
 #include "companions/faultkit/walk/x86/function_finder.h"
 
-#include "companions/faultkit/walk/x86/instructions.h"
+#include "companions/faultkit/walk/instructions.h"
 
 namespace faultkit {
 namespace {

@@ -2,18 +2,9 @@
 // follow.
 #include "companions/faultkit/walk/x86/instructions.h"
 
-namespace faultkit {
+#include "companions/faultkit/walk/instructions.h"
 
-uint32_t length_with_modrm(const uint8_t* code) {
-    const uint32_t mode = code[1] >> 6, base = code[1] & 7;
-    if (mode == 3)
-        return 2;
-    const uint32_t length = base == 4 ? 3 : 2;
-    if (mode == 1)
-        return length + 1;
-    const bool lone_displacement = mode == 0 && (base == 5 || (base == 4 && (code[2] & 7) == 5));
-    return mode == 2 || lone_displacement ? length + 4 : length;
-}
+namespace faultkit {
 
 uint32_t length_of_neutral(const uint8_t* code) {
     switch (code[0]) {

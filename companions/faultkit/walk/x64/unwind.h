@@ -1,0 +1,24 @@
+// One step up the stack by unwind data: what a function's first instructions did is undone.
+#pragma once
+
+#include "companions/faultkit/walk/x64/frame.h"
+#include "companions/faultkit/walk/x64/function_table.h"
+
+namespace faultkit {
+
+// Undoes what the function has done by frame.pc, or by its end if the frame only waits for a call. Returns false when
+// the unwind data are damaged or tell of a stack that can't be read. Nothing is known of what lies at caller->pc.
+bool unwind(Memory& memory, const Image& image, const FunctionEntry& function, const Frame& frame, Frame* caller);
+
+// The same for a frame that was interrupted in the function's last instructions, which unwind data don't describe:
+// carries them out. Returns false when it wasn't.
+bool finish_function(Memory& memory, const Image& image, const FunctionEntry& function, const Frame& frame,
+                     Frame* caller);
+
+// The function's own entry, where it lies in parts: that of the part it is entered by.
+FunctionEntry first_part(Memory& memory, const Image& image, FunctionEntry function);
+
+// *frame returns to what is on top of its stack.
+bool pop_return_address(Memory& memory, Frame* frame);
+
+} // namespace faultkit
