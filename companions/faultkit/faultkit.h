@@ -39,7 +39,7 @@ const char* __cdecl GetFaultReason(struct _EXCEPTION_POINTERS* pointers);
 const char* __cdecl GetFirstStackTraceString(unsigned int options, struct _EXCEPTION_POINTERS* pointers);
 
 /** The next line of the trace that this thread began; null at its end, and when the pointers are not those it was begun
- * with. A trace has a bounded number of lines and altogether at most 14 KB. */
+ * with. A trace has a bounded number of lines and altogether at most 14 KB, 15 with 64 bits. */
 const char* __cdecl GetNextStackTraceString(unsigned int options, struct _EXCEPTION_POINTERS* pointers);
 
 /** Writes a minidump of the process, which a debugger opens, to the file `path` (ANSI), replacing what is there. Null

@@ -17,7 +17,7 @@ public:
     using Bytes = std::vector<std::uint8_t>;
 
     // Over an earlier piece as far as it lies within that; otherwise a piece of its own.
-    void put(std::uint32_t address, const Bytes& bytes) {
+    void put(Address address, const Bytes& bytes) {
         for (Piece& piece : m_pieces)
             if (piece.holds(address, bytes.size())) {
                 std::copy(bytes.begin(), bytes.end(), piece.bytes.begin() + (address - piece.begin));
@@ -25,10 +25,15 @@ public:
             }
         m_pieces.push_back({address, bytes});
     }
-    void fill(std::uint32_t address, std::uint32_t size, std::uint8_t value) { put(address, Bytes(size, value)); }
-    void put_u32(std::uint32_t address, std::uint32_t value) { put(address, little_endian(value)); }
+    void fill(Address address, std::uint32_t size, std::uint8_t value) { put(address, Bytes(size, value)); }
+    void put_u32(Address address, std::uint32_t value) { put(address, little_endian(value)); }
 
-    bool read(std::uint32_t address, void* to, std::uint32_t size) override {
+    void put_u64(Address address, std::uint64_t value) {
+        put_u32(address, static_cast<std::uint32_t>(value));
+        put_u32(address + 4, static_cast<std::uint32_t>(value >> 32));
+    }
+
+    bool read(Address address, void* to, std::uint32_t size) override {
         for (const Piece& piece : m_pieces)
             if (piece.holds(address, size)) {
                 std::memcpy(to, piece.bytes.data() + (address - piece.begin), size);
@@ -44,10 +49,10 @@ public:
 
 private:
     struct Piece {
-        std::uint32_t begin;
+        Address begin;
         Bytes bytes;
 
-        bool holds(std::uint32_t address, std::size_t size) const {
+        bool holds(Address address, std::size_t size) const {
             return address >= begin && size <= bytes.size() && address - begin <= bytes.size() - size;
         }
     };

@@ -1,6 +1,7 @@
 // A host that faults on request and prints what faultkit.dll beside it says, in the form of a report's fault text.
 //
-// usage: describe_host [--thread | --threads N] [--options BITS] [--dump PATH] [--pointers KIND] [--ask-again] FAULT...
+// usage: describe_host [--thread | --threads N] [--options BITS] [--dump PATH] [--pointers KIND] [--ask-again]
+// [--vectored] FAULT...
 //   --thread    the faults happen on a second thread, whose stack has 1 MB
 //   --threads   they happen on N threads at the same time, and nothing is printed but each thread's end
 //   --options   the option bits of the stack trace, 15 if not given
@@ -8,6 +9,7 @@
 //   --pointers  hands over worse exception pointers than it got: null, wild, guarded (on a page that must not be
 //               touched), no-record, no-context, wild-context, stale (good ones, but asks for the next line with
 //               others), reused (good ones for the reason; then they lead to a fault in thread_main)
+//   --vectored  describes the first fault before any frame is asked to handle it, and ends there
 //   --ask-again asks for the reason once more behind the first line of the stack
 // FAULT is one of testing/cxx/faults.cpp or of stack_faults.cpp, or descent-SEED for one of random_descent.cpp.
 #include <windows.h>
@@ -137,6 +139,12 @@ void describe(const char* fault) {
     FreeLibrary(module);
 }
 
+LONG CALLBACK describe_first(EXCEPTION_POINTERS* pointers) {
+    caught_pointers = pointers;
+    describe(faults[0]);
+    ExitProcess(0);
+}
+
 bool commit(const char* name) {
     if (strncmp(name, "descent-", 8) == 0) {
         commit_random_descent(static_cast<unsigned>(atoi(name + 8)));
@@ -205,6 +213,8 @@ int main(int argc, char** argv) {
             thread_count = 1;
         else if (strcmp(option, "ask-again") == 0)
             asks_again = true;
+        else if (strcmp(option, "vectored") == 0)
+            AddVectoredExceptionHandler(1, describe_first);
         else if (++i == argc)
             return 2;
         else if (strcmp(option, "threads") == 0)

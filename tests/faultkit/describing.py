@@ -5,9 +5,10 @@ import functools
 import re
 
 from testing.processes import REPO
+from testing.product import MACHINE
 
 FRAME = re.compile(
-    r"(?P<address>(?:[0-9A-F]{8}){1,2}) (?P<module>[^+]+)\+(?P<offset>[0-9A-F]{8})(?P<gone> \[unloaded\])?"
+    rf"(?P<address>{MACHINE.address}) (?P<module>[^+]+)\+(?P<offset>[0-9A-F]{{8}})(?P<gone> \[unloaded\])?"
     r"(?: (?!\[guessed)(?P<function>[^(]+?)(?P<displacement>\+0x[0-9A-F]+)?(?: \((?P<file>[^()]+):(?P<line>\d+)\))?"
     r"(?P<inlined> \[inlined\])?)?(?P<guessed> \[guessed\])?"
 )
@@ -40,7 +41,7 @@ class Description:
     def modules(self):
         """{name: (base, size, time stamp, version, key)} as text."""
         start = next(at for at, line in enumerate(self.reason) if line.startswith("Modules ("))
-        fields = [line.split(" ", 5) for line in self.reason[start + 1 :] if re.match(r"(?:[0-9A-F]{8}){1,2} ", line)]
+        fields = [line.split(" ", 5) for line in self.reason[start + 1 :] if re.match(f"{MACHINE.address} ", line)]
         return {field[5]: tuple(field[:5]) for field in fields}
 
 

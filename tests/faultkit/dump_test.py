@@ -6,7 +6,9 @@ import subprocess
 
 import pytest
 
+from testing.product import MACHINE
 
+ADDRESS = MACHINE.choose("<I", "<Q")
 THREADS, MODULES, EXCEPTION, SYSTEM = 3, 4, 6, 7  # kinds of stream
 
 
@@ -32,9 +34,10 @@ class Minidump:
 
     @property
     def context(self):
-        """(eip, esp) of the fault."""
+        """(instruction, stack pointer) of the fault."""
         context = self.part(EXCEPTION, 160)
-        return struct.unpack_from("<I", context, 184)[0], struct.unpack_from("<I", context, 196)[0]
+        places = MACHINE.choose((184, 196), (248, 152))
+        return tuple(struct.unpack_from(ADDRESS, context, place)[0] for place in places)
 
     @property
     def threads(self):
@@ -62,17 +65,17 @@ def test_holds_the_fault_and_the_stack_that_the_text_tells_of(describer, fault, 
     dump = Minidump(path.read_bytes())
     thread, told, address = dump.exception
     assert told == code
-    assert f"{address:08X}" == description.frames[0]["address"]
-    eip, esp = dump.context
-    assert eip == address
+    assert f"{address:0{2 * MACHINE.pointer}X}" == description.frames[0]["address"]
+    instruction, stack_pointer = dump.context
+    assert instruction == address
     assert f"Thread: {thread:08X}" in description.reason
     start, stack = dump.threads[thread]
-    assert start <= esp
+    assert start <= stack_pointer
     # Every return address of the text is found in the stack, in that order.
-    at = esp - start
+    at = stack_pointer - start
     for frame in description.frames[1:]:
         if not frame["inlined"]:
-            at = stack.find(struct.pack("<I", int(frame["address"], 16)), at)
+            at = stack.find(struct.pack(ADDRESS, int(frame["address"], 16)), at)
             assert at >= 0, frame[0]
 
 
@@ -81,7 +84,7 @@ def test_is_opened_by_other_readers(describer):
     told = subprocess.run(["obj2yaml-19", path], capture_output=True, text=True, check=True).stdout
     assert re.search(r"Exception Code: +0xC0000005", told)
     assert "describe_host.exe" in told
-    assert re.search(r"Processor Arch: +X86", told)
+    assert re.search(f"Processor Arch: +{MACHINE.choose('X86', 'AMD64')}", told)
 
 
 def test_replaces_what_is_there(describer):

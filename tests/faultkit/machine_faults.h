@@ -8,6 +8,8 @@
 void fault_with_bad_frame_pointer();
 // Faults where the chain of frame pointers is a circle.
 void fault_with_circular_chain();
+// Faults with something on the stack of which the image says nothing.
+void fault_without_unwind_data();
 // Lets the processor trap an overflow of integers.
 void trap_overflow();
 

@@ -8,6 +8,7 @@ import sys
 from testing import report_dialog
 from testing.host import Host
 from testing.processes import REPO
+from testing.product import MACHINE
 
 TOOL = REPO / "tools" / "symbolize" / "symbolize.py"
 
@@ -46,8 +47,8 @@ def test_report_holds_the_whole_description(stage):
     description = body[body.index("Crush Expantion:\n") :]
     assert description.startswith("Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): "), description
     # Reason and stack are parted by one empty line, and the last frame, the thread's start, is there.
-    assert re.search(r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n", description)
-    assert re.search(r"\n[0-9A-F]{8} ntdll\.dll\+[^\n]+\n", description)
+    assert re.search(rf"\n\nStack Trace:\n{MACHINE.address} fault_host\.exe\+[0-9A-F]{{8}}\n", description)
+    assert re.search(rf"\n{MACHINE.address} ntdll\.dll\+[^\n]+\n", description)
     # The bound of a body is 33,057 characters; the rest of it must keep its space.
     assert len(description) < 26 * 1024 + 200
 
@@ -58,4 +59,4 @@ def test_program_in_a_folder_outside_the_code_page_is_described(stage):
     body = message.body.decode("windows-1251")
     assert "faultkit.dll was not found" not in body
     assert "Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): " in body
-    assert re.search(r"\n\nStack Trace:\n[0-9A-F]{8} fault_host\.exe\+[0-9A-F]{8}\n", body)
+    assert re.search(rf"\n\nStack Trace:\n{MACHINE.address} fault_host\.exe\+[0-9A-F]{{8}}\n", body)

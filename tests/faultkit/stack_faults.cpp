@@ -101,6 +101,11 @@ void circular_chain() {
     sink = 1;
 }
 
+void undescribed() {
+    fault_without_unwind_data();
+    sink = 1;
+}
+
 void call_null() {
     reinterpret_cast<void (*)()>(zero)(); // mark: call_null
     sink = 1;
@@ -171,6 +176,7 @@ const Fault kFaults[] = {
     {"smashed", smashed},
     {"bad-frame-pointer", bad_frame_pointer},
     {"circular-chain", circular_chain},
+    {"undescribed", undescribed},
     {"call-null", call_null},
     {"guest", in_guest},
     {"unloaded", in_unloaded_guest},

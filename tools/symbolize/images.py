@@ -1,4 +1,4 @@
-"""Program files (32-bit): what identifies one, and a stand-in for one that is not at hand."""
+"""Program files: what identifies one, and a stand-in for one that is not at hand."""
 
 import struct
 

@@ -10,11 +10,11 @@ REASON = "Crush Expantion:"
 STACK = "Stack Trace:"
 
 _MODULE = re.compile(
-    r"(?P<base>[0-9A-F]{8}) (?P<size>[0-9A-F]{8}) (?P<stamp>[0-9A-F]{8}) (?P<version>[0-9.]+|-) "
+    r"(?P<base>(?:[0-9A-F]{8}){1,2}) (?P<size>[0-9A-F]{8}) (?P<stamp>[0-9A-F]{8}) (?P<version>[0-9.]+|-) "
     r"(?P<key>[0-9A-F]{9,40}|-) (?P<name>.+?)(?: \| (?P<pdb>.+))?(?P<gone> \[unloaded\])?"
 )
 _FRAME = re.compile(
-    r"(?:(?P<address>[0-9A-F]{8}) )?(?P<module>[^+]+(?:\+[^+]+)*?)\+(?P<offset>[0-9A-F]{8})"
+    r"(?:(?P<address>(?:[0-9A-F]{8}){1,2}) )?(?P<module>[^+]+(?:\+[^+]+)*?)\+(?P<offset>[0-9A-F]{8})"
     r"(?P<gone> \[unloaded\])?(?: (?P<rest>.*))?"
 )
 
@@ -40,7 +40,7 @@ class Frame:
     """One line of the trace that stands for a place in a module."""
 
     text: str  # the line as it stands
-    address: str  # eight digits, or empty
+    address: str  # eight digits, sixteen with 64 bits, or empty
     module: str
     offset: int
     exact: bool  # the faulting instruction itself; otherwise the address behind a call

@@ -20,7 +20,8 @@ void write_note(TextBuilder& text, const ModuleTable& modules, const Note& note)
 
 class TraceText {
 public:
-    static constexpr unsigned kMostText = 14 * 1024; // characters of all lines, line ends counted
+    // Characters of all lines, line ends counted: 14 KB, and what longer addresses add to that.
+    static constexpr unsigned kMostText = 14 * 1024 + Trace::kMostLines * (kAddressDigits - 8);
 
     // Begins at the first line. The trace must outlive its text.
     void begin(const Trace& trace);

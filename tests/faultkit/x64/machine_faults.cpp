@@ -1,24 +1,25 @@
 #include "tests/faultkit/machine_faults.h"
 
-void __attribute__((naked)) fault_with_bad_frame_pointer() {
-    __asm__("push %rbp\n"
-            "movabs $0x1234567812345679, %rbp\n"
-            "movl $1, 0\n"
-            "pop %rbp\n"
-            "ret\n");
+// rbp is a register like any other where unwind data tell of it.
+__attribute__((noinline)) void fault_with_bad_frame_pointer() {
+    __asm__ volatile("movabsq $0x1234567812345679, %%rbp\n\tmovl $1, 0" : : : "rbp", "memory");
 }
 
-void __attribute__((naked)) fault_with_circular_chain() {
-    __asm__("push %rbp\n"
-            "push $0\n"
-            "push %rsp\n"
-            "mov %rsp, %rbp\n"
-            "movq %rbp, (%rbp)\n"
-            "movl $1, 0\n"
-            "add $16, %rsp\n"
-            "pop %rbp\n"
-            "ret\n");
+__attribute__((noinline)) void fault_with_circular_chain() {
+    void* link[2] = {link, nullptr};
+    __asm__ volatile("movq %0, %%rbp\n\tmovl $1, 0" : : "r"(link) : "rbp", "memory");
 }
+
+// In assembly to the last byte, since a compiler describes whatever it makes.
+__asm__(".text\n"
+        ".globl \"?fault_without_unwind_data@@YAXXZ\"\n"
+        "\"?fault_without_unwind_data@@YAXXZ\":\n"
+        "pushq %rbp\n"
+        "pushq $0\n"
+        "movl $1, 0\n"
+        "addq $8, %rsp\n"
+        "popq %rbp\n"
+        "retq\n");
 
 void trap_overflow() {
     __asm__ volatile("int $4");

@@ -20,6 +20,11 @@ void __attribute__((naked)) fault_with_circular_chain() {
             "ret\n");
 }
 
+// Which no image says of 32-bit code.
+void fault_without_unwind_data() {
+    fault_with_bad_frame_pointer();
+}
+
 void trap_overflow() {
     __asm__ volatile("movb $127, %%al\n\taddb $1, %%al\n\tinto" : : : "eax", "cc");
 }

@@ -21,7 +21,9 @@ void copy_float_state(const CONTEXT& from, FloatState* to) {
     to->has_x87 = to->has_sse = true;
     to->x87_control = from.FltSave.ControlWord;
     to->x87_status = from.FltSave.StatusWord;
-    to->x87_instruction = from.FltSave.ErrorOffset;
+    // Saved in full, or with the code segment in the place of its upper half.
+    const Address upper = from.FltSave.ErrorSelector | static_cast<Address>(from.FltSave.Reserved2) << 16;
+    to->x87_instruction = from.FltSave.ErrorOffset | (upper == from.SegCs ? 0 : upper << 32);
     to->mxcsr = from.FltSave.MxCsr;
 }
 

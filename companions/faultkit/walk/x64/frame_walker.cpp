@@ -11,6 +11,7 @@ namespace {
 
 constexpr Address kGuessReach = 0x8000; // how far a return address is looked for
 constexpr Address kThreadStart = 0x100; // so near the end of the stack there is nothing left to guess
+constexpr Address kFirstFrame = 0x1000; // so near may be the thread\'s first frame, which returns to 0
 constexpr unsigned kMostGuesses = 64;   // slots that are tried for whether they lead on
 constexpr unsigned kStepsOfGuess = 3;   // that must be found by unwind data from there
 
@@ -29,7 +30,7 @@ bool FrameWalker::by_unwind_data(const Frame& frame, Frame* caller) {
         is_behind_call(m_memory, m_modules, caller->pc))
         return true;
     return unwind(m_memory, module->image, function, frame, caller) && rises(frame, *caller) &&
-           (m_modules.is_or_was_code(caller->pc) || caller->pc == 0);
+           (m_modules.is_or_was_code(caller->pc) || (caller->pc == 0 && m_stack_end - caller->sp <= kFirstFrame));
 }
 
 // A function without unwind data that calls nothing and takes no stack, or a call through a bad pointer.
@@ -52,7 +53,23 @@ bool FrameWalker::leads_on(Frame frame) {
     return true;
 }
 
-// The lowest return address on the stack from which unwind data lead on; without one the lowest.
+// Whether the call in front of `caller` may have led to `frame`: not where it is known to have gone elsewhere.
+bool FrameWalker::may_have_called(const Frame& frame, const Frame& caller) {
+    const Address target = target_of_call_before(m_memory, m_modules, caller.pc);
+    if (!target)
+        return true;
+    const Module* const module = m_modules.find(frame.instruction());
+    if (!module)
+        return !m_modules.find(target);
+    FunctionEntry ours, entered;
+    if (!find_function(m_memory, module->image, frame.instruction(), &ours))
+        return m_modules.find(target) == module;
+    return find_function(m_memory, module->image, target, &entered) &&
+           first_part(m_memory, module->image, ours).begin == entered.begin;
+}
+
+// The lowest return address on the stack whose call may have led here and from which unwind data lead on; without one
+// the lowest.
 bool FrameWalker::by_guess(const Frame& frame, Frame* caller) {
     const Address from = (frame.sp + 7) & ~Address(7);
     if (from < frame.sp || from >= m_stack_end || m_stack_end - from <= kThreadStart)
@@ -70,7 +87,7 @@ bool FrameWalker::by_guess(const Frame& frame, Frame* caller) {
         if (!pop_return_address(m_memory, &guess) || !is_behind_call(m_memory, m_modules, guess.pc))
             continue;
         guess.sp = place + 8;
-        const bool best = leads_on(guess);
+        const bool best = may_have_called(frame, guess) && leads_on(guess);
         if (best || count == 0)
             *caller = guess;
         if (best)

@@ -24,6 +24,7 @@ private:
 
     bool rises(const Frame& frame, const Frame& caller) const;
     bool leads_on(Frame frame);
+    bool may_have_called(const Frame& frame, const Frame& caller);
 
     Memory& m_memory;
     const ModuleTable& m_modules;

@@ -97,7 +97,7 @@ bool undo(Memory& memory, const UnwindData& data, uint32_t done, Frame* frame, b
             continue;
         switch (operation) {
         case kPush:
-            if (!memory.read_address(sp, &registers[info == kRsp ? kRax : info]))
+            if (info != kRsp && !memory.read_address(sp, &registers[info]))
                 return false;
             sp += 8;
             break;

@@ -1,0 +1,24 @@
+#include <gtest/gtest.h>
+
+#include "companions/faultkit/capture/thrown_type.h"
+#include "testing/cxx/fake_process.h"
+
+namespace {
+
+TEST(WideThrownType, Name_is_found_by_offsets_in_the_image_that_threw) {
+    constexpr faultkit::Address kImage = 0x7FF612340000;
+    faultkit::FakeMemory memory;
+    memory.fill(kImage + 0x5000, 0x100, 0);
+    memory.put_u32(kImage + 0x5000 + 12, 0x5020); // list of types
+    memory.put_u32(kImage + 0x5020 + 4, 0x5030);  // the first
+    memory.put_u32(kImage + 0x5030 + 4, 0x5040);  // its descriptor
+    memory.put(kImage + 0x5050, {'.', 'H', 0});
+    const faultkit::Address parameters[] = {0x19930520, 0x1234, kImage + 0x5000, kImage};
+    char type[128];
+    faultkit::read_thrown_type(memory, parameters, 4, type);
+    EXPECT_STREQ(type, ".H");
+    faultkit::read_thrown_type(memory, parameters, 3, type);
+    EXPECT_STREQ(type, "");
+}
+
+} // namespace

@@ -1,0 +1,440 @@
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "companions/faultkit/walk/x64/frame_walker.h"
+#include "companions/faultkit/walk/x64/unwind.h"
+#include "testing/cxx/fake_process.h"
+
+namespace {
+
+using faultkit::Address;
+using faultkit::FakeMemory;
+using faultkit::Frame;
+using faultkit::FrameOrigin;
+using faultkit::FrameWalker;
+using Bytes = FakeMemory::Bytes;
+using Path = std::vector<Address>;
+
+constexpr Address kImage = 0x140000000, kStack = 0x200800, kStackEnd = 0x201000;
+constexpr std::uint32_t kCode = 0x1000, kCodeEnd = 0x4000, kTable = 0x5000, kUnwind = 0x6000;
+constexpr std::uint32_t kInner = 0x1100, kMiddle = 0x1200, kOuter = 0x1300;
+
+// Codes of unwind data: how far into the function the instruction ends, and what it did.
+constexpr std::uint8_t kPush = 0, kAllocateLarge = 1, kAllocateSmall = 2, kSetFramePointer = 3, kSave = 4, kSaveFar = 5,
+                       kEpilogue = 6, kSaveVector = 8, kSaveVectorFar = 9, kMachineFrame = 10;
+
+std::uint8_t code(std::uint8_t operation, std::uint8_t info = 0) {
+    return static_cast<std::uint8_t>(operation | info << 4);
+}
+
+// A process whose image has a table of functions, to which a test adds, and whose stack a test builds.
+class UnwindTest : public testing::Test {
+protected:
+    UnwindTest() {
+        m_modules.clear();
+        faultkit::Module* module = m_modules.next();
+        *module = faultkit::Module();
+        module->image.base = kImage;
+        module->image.size = 0x10000;
+        module->image.range_count = 1;
+        module->image.code[0] = {kImage + kCode, kImage + kCodeEnd};
+        m_modules.commit();
+        m_memory.fill(kImage, 0x400, 0);
+        m_memory.put(kImage, {0x4D, 0x5A});
+        m_memory.put_u32(kImage + 0x3C, 0x80);
+        m_memory.put_u32(kImage + 0x80, 0x4550);
+        m_memory.put_u32(kImage + 0x80 + 24 + 108, 16);
+        m_memory.put_u32(kImage + 0x80 + 24 + 112 + 3 * 8, kTable);
+        m_memory.fill(kImage + kCode, kCodeEnd - kCode, 0x90);
+        m_memory.fill(kImage + kTable, 0x100, 0);
+        m_memory.fill(kImage + kUnwind, 0x1000, 0);
+        m_memory.fill(0x200000, kStackEnd - 0x200000, 0);
+    }
+
+    // Functions are added in the order of their addresses. `chained`: the table's index of the part it goes on from.
+    void add_function(std::uint32_t begin, std::uint32_t end, std::uint8_t prologue_size, const Bytes& codes,
+                      std::uint8_t frame = 0, int chained = -1, std::uint8_t version = 1) {
+        const std::uint32_t unwind = kUnwind + m_count * 0x80;
+        const std::uint8_t flags = chained >= 0 ? 4 << 3 : 0;
+        m_memory.put(kImage + unwind, {static_cast<std::uint8_t>(version | flags), prologue_size,
+                                       static_cast<std::uint8_t>(codes.size() / 2), frame});
+        if (!codes.empty())
+            m_memory.put(kImage + unwind + 4, codes);
+        if (chained >= 0)
+            put_entry(unwind + 4 + (static_cast<std::uint32_t>(codes.size()) + 3) / 4 * 4, chained);
+        m_entries.push_back({begin, end, unwind});
+        put_entry(kTable + 12 * m_count, static_cast<int>(m_count));
+        ++m_count;
+        m_memory.put_u32(kImage + 0x80 + 24 + 112 + 3 * 8 + 4, 12 * m_count);
+    }
+    void put_entry(std::uint32_t offset, int index) {
+        const faultkit::FunctionEntry& entry = m_entries[static_cast<unsigned>(index)];
+        m_memory.put_u32(kImage + offset, entry.begin);
+        m_memory.put_u32(kImage + offset + 4, entry.end);
+        m_memory.put_u32(kImage + offset + 8, entry.unwind);
+    }
+    // "push rbx; sub rsp, 32" as a function of 0x80 bytes.
+    void add_plain_function(std::uint32_t begin) {
+        add_function(begin, begin + 0x80, 5, {5, code(kAllocateSmall, 3), 1, code(kPush, faultkit::kRbx)});
+    }
+    void put_code(std::uint32_t offset, const Bytes& bytes) { m_memory.put(kImage + offset, bytes); }
+    // Writes "call rax" in front of a return address.
+    Address return_address(std::uint32_t offset) {
+        put_code(offset - 2, {0xFF, 0xD0});
+        return kImage + offset;
+    }
+
+    Frame interrupted(std::uint32_t offset, Address sp = kStack) {
+        Frame frame = {kImage + offset, sp, FrameOrigin::kInterrupted, true, {}};
+        frame.registers[faultkit::kRsp] = sp;
+        return frame;
+    }
+    FrameWalker walker() { return FrameWalker(m_memory, m_modules, kStackEnd); }
+    bool find_caller(const Frame& frame, Frame* caller) { return walker().find_caller(frame, caller); }
+
+    FakeMemory m_memory;
+    faultkit::ModuleTable m_modules;
+    std::vector<faultkit::FunctionEntry> m_entries;
+    std::uint32_t m_count = 0;
+};
+
+TEST_F(UnwindTest, Pushed_registers_and_the_return_address_are_found_above_what_was_allocated) {
+    add_plain_function(kInner);
+    m_memory.put_u64(kStack + 32, 0x1234567812345678);
+    m_memory.put_u64(kStack + 40, return_address(kMiddle + 0x20));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    EXPECT_EQ(caller.pc, kImage + kMiddle + 0x20);
+    EXPECT_EQ(caller.sp, kStack + 48);
+    EXPECT_EQ(caller.registers[faultkit::kRbx], 0x1234567812345678u);
+    EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+    EXPECT_FALSE(caller.interrupted);
+}
+
+TEST_F(UnwindTest, In_the_first_instructions_only_what_they_have_done_is_undone) {
+    add_plain_function(kInner);
+    const Address back = return_address(kMiddle + 0x20);
+    m_memory.put_u64(kStack, back);
+    m_memory.put_u64(kStack - 8, 7);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner), &caller));
+    EXPECT_EQ(caller.sp, kStack + 8);
+    ASSERT_TRUE(find_caller(interrupted(kInner + 1, kStack - 8), &caller));
+    EXPECT_EQ(caller.sp, kStack + 8);
+    EXPECT_EQ(caller.registers[faultkit::kRbx], 7u);
+}
+
+TEST_F(UnwindTest, Allocations_of_every_size_are_undone) {
+    const struct {
+        Bytes codes;
+        Address size;
+    } cases[] = {
+        {{7, code(kAllocateSmall, 15)}, 128},
+        {{7, code(kAllocateLarge), 0x40, 0}, 0x200},
+        {{7, code(kAllocateLarge, 1), 0x10, 0x03, 0, 0}, 0x310},
+    };
+    std::uint32_t begin = kInner;
+    for (const auto& one : cases) {
+        add_function(begin, begin + 0x80, 7, one.codes);
+        m_memory.put_u64(kStack + one.size, return_address(kOuter + 0x400));
+        Frame caller;
+        ASSERT_TRUE(find_caller(interrupted(begin + 0x20), &caller));
+        EXPECT_EQ(caller.sp, kStack + one.size + 8);
+        m_memory.put_u64(kStack + one.size, 0);
+        begin += 0x80;
+    }
+}
+
+// As where the size of the stack is known at run time alone.
+TEST_F(UnwindTest, Frame_pointer_leads_back_whatever_the_stack_pointer_is) {
+    // push rbp; sub rsp, 48; lea rbp, [rsp + 32]
+    add_function(kInner, kInner + 0x80, 10,
+                 {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), 1, code(kPush, faultkit::kRbp)},
+                 static_cast<std::uint8_t>(faultkit::kRbp | 2 << 4));
+    const Address back = return_address(kMiddle + 0x20);
+    m_memory.put_u64(kStack + 0x100 + 48, 0x2345);
+    m_memory.put_u64(kStack + 0x100 + 56, back);
+    Frame frame = interrupted(kInner + 0x20);
+    frame.registers[faultkit::kRbp] = kStack + 0x100 + 32;
+    Frame caller;
+    ASSERT_TRUE(find_caller(frame, &caller));
+    EXPECT_EQ(caller.pc, back);
+    EXPECT_EQ(caller.sp, kStack + 0x100 + 64);
+    EXPECT_EQ(caller.registers[faultkit::kRbp], 0x2345u);
+    // Not yet set: the stack pointer counts.
+    frame = interrupted(kInner + 5, kStack + 0x100);
+    ASSERT_TRUE(find_caller(frame, &caller));
+    EXPECT_EQ(caller.sp, kStack + 0x100 + 64);
+}
+
+TEST_F(UnwindTest, Registers_that_were_stored_are_found_where_they_lie) {
+    add_function(kInner, kInner + 0x80, 30,
+                 {30, code(kSaveVectorFar, 7),        0x10, 0, 0, 0, 25, code(kSaveVector, 6),        1, 0,
+                  20, code(kSaveFar, faultkit::kRdi), 0x18, 0, 0, 0, 10, code(kSave, faultkit::kRsi), 2, 0,
+                  4,  code(kAllocateSmall, 7)});
+    m_memory.put_u64(kStack + 0x10, 0x51);
+    m_memory.put_u64(kStack + 0x18, 0xD1);
+    m_memory.put_u64(kStack + 64, return_address(kMiddle + 0x20));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+    EXPECT_EQ(caller.registers[faultkit::kRsi], 0x51u);
+    EXPECT_EQ(caller.registers[faultkit::kRdi], 0xD1u);
+    EXPECT_EQ(caller.sp, kStack + 72);
+}
+
+TEST_F(UnwindTest, Later_part_of_a_function_is_undone_together_with_its_first) {
+    add_plain_function(kInner);
+    add_function(kMiddle, kMiddle + 0x80, 4, {4, code(kSave, faultkit::kRsi), 6, 0}, 0, 0);
+    m_memory.put_u64(kStack + 48, 0x51);
+    m_memory.put_u64(kStack + 40, return_address(kOuter + 0x20));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kMiddle + 0x20), &caller));
+    EXPECT_EQ(caller.pc, kImage + kOuter + 0x20);
+    EXPECT_EQ(caller.registers[faultkit::kRsi], 0x51u);
+}
+
+TEST_F(UnwindTest, Table_entry_may_refer_to_another_one) {
+    add_plain_function(kInner);
+    add_plain_function(kMiddle);
+    m_memory.put_u32(kImage + kTable + 12 + 8, (kTable + 0) | 1);
+    m_memory.put_u64(kStack + 40, return_address(kOuter + 0x20));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kMiddle + 0x20), &caller));
+    EXPECT_EQ(caller.sp, kStack + 48);
+}
+
+TEST_F(UnwindTest, Interrupted_code_below_a_machine_frame_is_exact) {
+    for (const std::uint8_t with_error_code : {0, 1}) {
+        add_function(kInner + 0x80u * with_error_code, kInner + 0x80u * with_error_code + 0x80, 0,
+                     {0, code(kMachineFrame, with_error_code)});
+        const Address at = kStack + 8u * with_error_code;
+        m_memory.put_u64(at, kImage + kMiddle + 0x33); // behind no call
+        m_memory.put_u64(at + 24, kStack + 0x200);
+        Frame caller;
+        ASSERT_TRUE(find_caller(interrupted(kInner + 0x80u * with_error_code + 0x20), &caller));
+        EXPECT_EQ(caller.pc, kImage + kMiddle + 0x33);
+        EXPECT_EQ(caller.sp, kStack + 0x200);
+        EXPECT_EQ(caller.instruction(), caller.pc);
+    }
+}
+
+TEST_F(UnwindTest, Function_without_unwind_data_has_its_return_address_on_top) {
+    add_plain_function(kMiddle);
+    const Address back = return_address(kMiddle + 0x20);
+    m_memory.put_u64(kStack, back);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
+    EXPECT_EQ(caller.pc, back);
+    EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+    // So has a call through a bad pointer.
+    Frame frame = interrupted(0);
+    frame.pc = 0;
+    ASSERT_TRUE(find_caller(frame, &caller));
+    EXPECT_EQ(caller.pc, back);
+}
+
+TEST_F(UnwindTest, Code_that_nobody_describes_is_bridged_by_a_marked_guess_that_leads_on) {
+    add_plain_function(kMiddle);
+    add_plain_function(kOuter);
+    m_memory.put_u64(kStack + 0x10, return_address(kOuter + 0x400)); // leads nowhere
+    m_memory.put_u64(kStack + 0x18, return_address(kMiddle + 0x20));
+    m_memory.put_u64(kStack + 0x20 + 40, return_address(kOuter + 0x20));
+    m_memory.put_u64(kStack + 0x20 + 48 + 40, 0); // the thread's first frame
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
+    EXPECT_EQ(caller.pc, kImage + kMiddle + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+    Frame outer;
+    ASSERT_TRUE(find_caller(caller, &outer));
+    EXPECT_EQ(outer.pc, kImage + kOuter + 0x20);
+    EXPECT_EQ(outer.origin, FrameOrigin::kChecked);
+    EXPECT_FALSE(find_caller(outer, &caller));
+}
+
+TEST_F(UnwindTest, Guess_that_leads_nowhere_is_the_lowest) {
+    m_memory.put_u64(kStack + 0x10, return_address(kOuter + 0x70));
+    m_memory.put_u64(kStack + 0x18, return_address(kMiddle + 0x20));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
+    EXPECT_EQ(caller.pc, kImage + kOuter + 0x70);
+}
+
+TEST_F(UnwindTest, Overwritten_return_address_is_bridged) {
+    add_plain_function(kInner);
+    add_plain_function(kMiddle);
+    m_memory.put_u64(kStack + 40, 0x4141414141414141);
+    m_memory.put_u64(kStack + 80, return_address(kMiddle + 0x20));
+    m_memory.put_u64(kStack + 88 + 40, 0);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    EXPECT_EQ(caller.pc, kImage + kMiddle + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+}
+
+TEST_F(UnwindTest, Stack_that_cannot_be_read_ends_the_walk) {
+    add_plain_function(kInner);
+    Frame caller;
+    EXPECT_FALSE(find_caller(interrupted(kInner + 0x20, 0x50000), &caller));
+    EXPECT_FALSE(find_caller(interrupted(kInner + 0x20, kStackEnd - 8), &caller));
+    EXPECT_FALSE(find_caller(interrupted(kInner + 0x20, ~Address()), &caller));
+    EXPECT_FALSE(find_caller(interrupted(kInner + 0x10, kStackEnd), &caller));
+}
+
+TEST_F(UnwindTest, Damaged_unwind_data_are_not_believed) {
+    const struct {
+        const char* name;
+        std::uint32_t offset;
+        std::uint8_t value;
+    } damages[] = {{"version", 0, 3}, {"operation", 5, 11}, {"operand beyond the end", 7, code(kAllocateLarge, 1)}};
+    for (const auto& damage : damages) {
+        UnwindTest::m_count = 0;
+        m_entries.clear();
+        add_plain_function(kInner);
+        m_memory.put(kImage + kUnwind + damage.offset, {damage.value});
+        m_memory.put_u64(kStack + 40, return_address(kMiddle + 0x20));
+        Frame caller;
+        ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller)) << damage.name;
+        EXPECT_EQ(caller.origin, FrameOrigin::kGuessed) << damage.name;
+    }
+    m_memory.put_u32(kImage + kTable + 8, 0xFFFFFFF0); // outside the image
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+    m_memory.put_u32(kImage + kTable + 8, 0xFFFFFFF1); // another entry, outside
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+}
+
+TEST_F(UnwindTest, Circle_of_parts_ends) {
+    add_function(kInner, kInner + 0x80, 0, {});
+    m_memory.put(kImage + kUnwind, {1 | 4 << 3});
+    put_entry(kUnwind + 4, 0);
+    m_memory.put_u64(kStack + 0x10, return_address(kMiddle + 0x20));
+    Frame caller;
+    EXPECT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    EXPECT_GT(caller.sp, kStack);
+}
+
+// The last instructions of a function, which unwind data don't describe.
+class EpilogueTest : public UnwindTest {
+protected:
+    EpilogueTest() {
+        m_back = return_address(kMiddle + 0x20);
+        // push rbx; push r12; sub rsp, 32
+        add_function(kInner, kInner + 0x80, 7,
+                     {7, code(kAllocateSmall, 3), 3, code(kPush, 12), 1, code(kPush, faultkit::kRbx)});
+    }
+    // The caller of a function that was interrupted in front of `code`, with what is left on the stack.
+    void expect_caller(const Bytes& code, const std::vector<Address>& left) {
+        put_code(kInner + 0x40, code);
+        Address at = kStack;
+        for (const Address word : left) {
+            m_memory.put_u64(at, word);
+            at += 8;
+        }
+        Frame caller;
+        ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+        EXPECT_EQ(caller.pc, m_back);
+        EXPECT_EQ(caller.sp, at);
+        EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+    }
+
+    Address m_back;
+};
+
+TEST_F(EpilogueTest, Is_carried_out_from_wherever_it_was_interrupted) {
+    expect_caller({0x48, 0x83, 0xC4, 0x20, 0x41, 0x5C, 0x5B, 0xC3}, {1, 2, 3, 4, 12, 3, m_back});
+    expect_caller({0x48, 0x81, 0xC4, 0x20, 0, 0, 0, 0x41, 0x5C, 0x5B, 0xC2, 8, 0}, {1, 2, 3, 4, 12, 3, m_back});
+    expect_caller({0x41, 0x5C, 0x5B, 0xC3}, {12, 3, m_back});
+    expect_caller({0x5B, 0xF3, 0xC3}, {3, m_back});
+    expect_caller({0xC3}, {m_back});
+}
+
+TEST_F(EpilogueTest, May_end_in_a_jump_to_another_function) {
+    expect_caller({0x5B, 0xE9, 0xBB, 0, 0, 0}, {3, m_back});       // to kMiddle
+    expect_caller({0x5B, 0xFF, 0x25, 0, 0x10, 0, 0}, {3, m_back}); // through memory
+    expect_caller({0x5B, 0x48, 0xFF, 0xE0}, {3, m_back});          // through rax
+    expect_caller({0x5B, 0xEB, 0x7D}, {3, m_back});                // to a function behind this one
+}
+
+TEST_F(EpilogueTest, Jump_within_the_function_is_none) {
+    put_code(kInner + 0x40, {0xEB, 0x10});
+    m_memory.put_u64(kStack, return_address(kOuter + 0x20)); // of an earlier call
+    m_memory.put_u64(kStack + 48, m_back);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+    EXPECT_EQ(caller.pc, m_back);
+    EXPECT_EQ(caller.sp, kStack + 56);
+}
+
+TEST_F(EpilogueTest, Of_a_function_with_a_frame_pointer_begins_by_it) {
+    add_function(kMiddle, kMiddle + 0x80, 10,
+                 {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), 1, code(kPush, faultkit::kRbp)},
+                 static_cast<std::uint8_t>(faultkit::kRbp));
+    const Address back = return_address(kOuter + 0x20);
+    m_memory.put_u64(kStack + 0x130, 0x77);
+    m_memory.put_u64(kStack + 0x138, back);
+    for (const Bytes& lea : {Bytes{0x48, 0x8D, 0x65, 0x30}, Bytes{0x48, 0x8D, 0xA5, 0x30, 0, 0, 0}}) {
+        Bytes code = lea;
+        code.insert(code.end(), {0x5D, 0xC3});
+        put_code(kMiddle + 0x40, code);
+        Frame frame = interrupted(kMiddle + 0x40);
+        frame.registers[faultkit::kRbp] = kStack + 0x100;
+        Frame caller;
+        ASSERT_TRUE(find_caller(frame, &caller));
+        EXPECT_EQ(caller.pc, back);
+        EXPECT_EQ(caller.sp, kStack + 0x140);
+        EXPECT_EQ(caller.registers[faultkit::kRbp], 0x77u);
+    }
+}
+
+// A return address may lie in front of an epilogue, or at the end of a function whose last call never returns.
+TEST_F(EpilogueTest, Frame_that_waits_for_a_call_is_not_in_it) {
+    put_code(kInner + 0x7E, {0xFF, 0xD0});
+    m_memory.put_u64(kStack + 48, m_back);
+    Frame frame = interrupted(kInner + 0x80);
+    frame.interrupted = false;
+    frame.origin = FrameOrigin::kChecked;
+    put_code(kInner + 0x80, {0xC3});
+    Frame caller;
+    ASSERT_TRUE(find_caller(frame, &caller));
+    EXPECT_EQ(caller.pc, m_back);
+    EXPECT_EQ(caller.sp, kStack + 56);
+}
+
+TEST_F(UnwindTest, Any_image_and_any_stack_give_a_walk_that_rises_and_ends) {
+    std::mt19937 random(12345);
+    for (int round = 0; round < 300; ++round) {
+        Bytes code(kCodeEnd - kCode), unwind(0x1000);
+        for (auto& byte : code)
+            byte = static_cast<std::uint8_t>(random() % 3 ? random() : Bytes{0xE8, 0xFF, 0x48, 0xC3}[random() % 4]);
+        for (auto& byte : unwind)
+            byte = static_cast<std::uint8_t>(random() % 2 ? random() : random() % 16);
+        m_memory.put(kImage + kCode, code);
+        m_memory.put(kImage + kUnwind, unwind);
+        for (std::uint32_t i = 0; i < 20; ++i) {
+            m_memory.put_u32(kImage + kTable + 12 * i, kCode + i * 0x200);
+            m_memory.put_u32(kImage + kTable + 12 * i + 4, kCode + i * 0x200 + 0x1F0);
+            m_memory.put_u32(kImage + kTable + 12 * i + 8, random() % 8 ? kUnwind + random() % 0x1000 : random());
+        }
+        m_memory.put_u32(kImage + 0x80 + 24 + 112 + 3 * 8 + 4, 240);
+        for (Address place = 0x200000; place < kStackEnd; place += 8)
+            m_memory.put_u64(place, random() % 2 ? kImage + kCode + random() % 0x3000 : 0x200000 + random() % 0x1000);
+        Frame frame = interrupted(kCode + random() % 0x3000, 0x200000 + random() % 0x800 * 8 % 0x1000);
+        for (Address& one : frame.registers)
+            one = 0x200000 + random() % 0x1000;
+        frame.registers[faultkit::kRsp] = frame.sp;
+        FrameWalker walker = this->walker();
+        Frame caller;
+        unsigned count = 0;
+        while (walker.find_caller(frame, &caller)) {
+            ASSERT_GT(caller.sp, frame.sp);
+            ASSERT_LE(++count, 600u);
+            frame = caller;
+        }
+    }
+}
+
+} // namespace
