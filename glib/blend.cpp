@@ -12,6 +12,7 @@ constexpr BlendMode kModes[] = {blend_norm, blend_diss, blend_dark, blend_mul,  
                                 blend_diff, blend_hue,  blend_sat,  blend_colr, blend_lum,  blend_hLit, blend_sLit,
                                 blend_add,  blend_sub,  blend_div,  blend_excl, blend_smas, blend_gams};
 
+// Of two fractions of 255, to the nearest.
 int product(int a, int b) {
     return (a * b + 127) / 255;
 }
@@ -62,6 +63,7 @@ struct Colour {
     int blue, green, red;
 };
 
+// 30, 59 and 11 per cent, in 256ths.
 int brightness(const Colour& c) {
     return (29 * c.blue + 150 * c.green + 77 * c.red + 128) >> 8;
 }
@@ -90,6 +92,7 @@ Colour with_brightness(Colour c, int wanted) {
     return {smaller(255, larger(0, c.blue)), smaller(255, larger(0, c.green)), smaller(255, larger(0, c.red))};
 }
 
+// Spreads the channels from 0 to what is wanted; their order and proportions stay.
 Colour with_saturation(const Colour& c, int wanted) {
     const int low = least(c), span = greatest(c) - low;
     if (!span)
@@ -145,6 +148,7 @@ void blend_pixel(BlendMode mode, const RGB32& upper, RGB32& lower) {
     lower.alpha = static_cast<uint8_t>((alpha + 127) / 255);
 }
 
+// The layer's brightness becomes the opacity of what lies below it.
 void mask_pixel(BlendMode mode, const RGB32& upper, RGB32& lower) {
     int kept = brightness({upper.blue, upper.green, upper.red});
     if (mode == blend_gams)

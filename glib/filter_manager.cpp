@@ -102,7 +102,7 @@ bool FilterManager::bind_format(void* module, const char* module_name, EFormat f
         MsgBox(nullptr, kErrorIcon, "Bad format for %s, '%s'", FormatName(format).text, module_name);
         return false;
     }
-    if (find(format))
+    if (find(format)) // an earlier module serves it
         return false;
     const FormatRow* rows;
     format_table(&rows);
@@ -141,6 +141,7 @@ const FilterFormatDesc& FilterManager::Format(unsigned i) {
     return *m_formats[i];
 }
 
+// What is switched off is noted as one number: the key above the letters of the format's name.
 bool FilterManager::SetOption(EFormat format, char key, bool on) {
     const FormatRow* row = find_format(format);
     bool known = false;
@@ -249,6 +250,8 @@ EFormat format_of_extension(const char* name) {
 
 } // namespace
 
+// The format that the extension names is tried first, then the others in their order. Where nobody takes the data, the
+// first answer that knew it (as damaged, say) tells more than that it is of no known type.
 ResultCode FilterManager::Detect(VStream& stream, const char* name, EFormat* format) {
     bind_all();
     *format = EFormat_none;

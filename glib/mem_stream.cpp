@@ -61,6 +61,8 @@ uint8_t* VMemStream::Detach() {
     return given;
 }
 
+// Memory is always open: what belongs to files succeeds and does nothing.
+
 unsigned VMemStream::OpenWide(const wchar_t*, const wchar_t*) {
     return 1;
 }
@@ -69,6 +71,7 @@ unsigned VMemStream::Open(const char*, const char*) {
     return 1;
 }
 
+// A place beyond the end is as good as any; only one before the start is refused.
 unsigned VMemStream::Seek(int64_t offset, int origin) {
     uint64_t base;
     switch (origin) {

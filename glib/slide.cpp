@@ -146,6 +146,7 @@ ResultCode Slide::Stretch(uint32_t width, uint32_t height, int scale_type, bool 
         return RCOK;
     }
 
+    // Null stays in the place of a layer that isn't scaled.
     gen::array_ptr<Layer> resized;
     resized.resize(m_layers.size());
     for (unsigned i = 0; i < m_layers.size(); ++i) {

@@ -96,6 +96,7 @@ constexpr uint8_t kLastLevelAbsent = 0x40; // no second level or, where there is
 constexpr uint8_t kFourMegabytes = 0x49;
 constexpr uint8_t kSeeLeaf4 = 0xFF; // 0xFE refers to leaf 0x18 likewise, which is of address translation only
 
+// In kilobytes: leaf 0x80000005 has the first level's data and instructions apart, the next leaf the second level.
 CacheSizes extended_sizes(CpuidSource& cpuid, uint32_t highest_extended_leaf) {
     CacheSizes sizes;
     if (highest_extended_leaf >= 0x80000005) {
@@ -166,14 +167,14 @@ void CacheDescriptors::add(uint8_t descriptor) {
 }
 
 void CacheDescriptors::add(const CpuidRegisters& registers) {
-    add_register(registers.eax, 1);
+    add_register(registers.eax, 1); // its first byte is a count
     add_register(registers.ebx, 0);
     add_register(registers.ecx, 0);
     add_register(registers.edx, 0);
 }
 
 void CacheDescriptors::add_register(uint32_t value, int first_byte) {
-    if (bit_field(value, 31, 1))
+    if (bit_field(value, 31, 1)) // there are no descriptors in this register
         return;
     for (int i = first_byte; i < 4; ++i)
         add(static_cast<uint8_t>(value >> 8 * i));

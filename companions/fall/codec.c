@@ -220,6 +220,7 @@ GifDecoder* open_gif(ByteSource* source) {
     return decoder;
 }
 
+/* The library paints each picture over the last, and wants the one before that where a picture is taken back again. */
 int next_gif_picture(GifDecoder* decoder, Picture* picture, uint32_t* delay) {
     stbi__gif* gif = &decoder->gif;
     int channels = 0;
@@ -246,6 +247,7 @@ static void write_callback(void* context, void* data, int size) {
     write_sink((ByteSink*)context, data, (uint32_t)size);
 }
 
+/* Bytes become light by the gamma with which the library makes bytes of light when it reads. */
 static int encode_hdr(const Picture* picture, ByteSink* sink) {
     size_t count = (size_t)picture->width * picture->height * picture->channels;
     float* light;

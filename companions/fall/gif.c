@@ -35,7 +35,7 @@ void load_gif(ByteSource* source, ImageDataExchange* image, int32_t page_index) 
         IDEPage* page = add_copy(image, &picture);
         if (page_index >= 0)
             return;
-        if (first) {
+        if (first) { /* the second picture makes an animation of the first */
             first->delay = first_delay;
             page->delay = delay;
         } else {
@@ -60,6 +60,8 @@ static void skip_palette(ByteSource* source, uint8_t flags) {
         skip_source(source, 3u * (2u << (flags & 7)));
 }
 
+/* 0x2C begins a picture: place, palette, size of codes, data. 0x21 begins an extension, of which 0xF9 says whether one
+ * colour of the next picture is transparent. Anything else is the end. */
 void measure_gif(ByteSource* source, ImageFileInfo* info) {
     uint32_t pictures = 0;
     uint8_t flags;

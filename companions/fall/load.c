@@ -72,6 +72,7 @@ ResultCode image_info(ImageFormat format, VStream* stream, ImageFileInfo* info) 
     return run_operation(measure, &reading);
 }
 
+/* No format that is read here has one; data of another format is still told apart from that. */
 static void thumbnail(void* argument) {
     open_image((const Reading*)argument);
     give_up(TMNS);
