@@ -34,7 +34,7 @@ public:
     operator LPCSTR() const { return m_pch_data; }
     int GetLength() const { return header()->nDataLength; } // bytes
     BOOL IsEmpty() const { return GetLength() == 0; }
-    void Empty();
+    void Empty() noexcept;
 
     // The buffer for writing, with space for at least minimum characters and a NUL; valid until ReleaseBuffer, which
     // takes the new length (-1: up to the first NUL).

@@ -116,7 +116,7 @@ const CString& CString::operator+=(LPCSTR text) {
     return *this;
 }
 
-void CString::Empty() {
+void CString::Empty() noexcept {
     release();
 }
 

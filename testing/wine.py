@@ -71,8 +71,9 @@ class Wine:
         if desktop:
             self.env.update(desktop.env)
 
-    def start(self, exe, *args, cwd=None, env=None, limit=LIMIT_SECONDS, stdin=subprocess.DEVNULL):
-        """Starts a program and returns its WineProcess. After limit seconds the watchdog ends it.
+    def start(self, exe, *args, cwd=None, env=None, limit=LIMIT_SECONDS, stdin=subprocess.DEVNULL, memory=None):
+        """Starts a program and returns its WineProcess. After limit seconds the watchdog ends it. memory: how many bytes of
+        address space it may have, Wine's own included; as many as there are if None.
 
         exe: a path of this system, or a Windows name. env: variables to add, or with None to take away.
         """
@@ -82,7 +83,7 @@ class Wine:
                 environment.pop(name, None)
             else:
                 environment[name] = str(value)
-        return WineProcess(self, [str(exe), *map(str, args)], cwd, environment, limit, stdin)
+        return WineProcess(self, [str(exe), *map(str, args)], cwd, environment, limit, stdin, memory)
 
     def run(self, exe, *args, check=False, **options):
         """Runs a program to its end, and to that of the programs that it started, and returns the Result. Options as
@@ -137,7 +138,7 @@ class Wine:
 class WineProcess:
     """A program that was started. Also a context manager, which ends the program if it still runs."""
 
-    def __init__(self, wine, argv, cwd, env, limit, stdin):
+    def __init__(self, wine, argv, cwd, env, limit, stdin, memory):
         self.name = argv[0].replace("\\", "/").rpartition("/")[2]
         self.limit = limit
         self._wine = wine
@@ -147,7 +148,7 @@ class WineProcess:
         self._mark = "=".join(mark).encode()
         self._stdout, self._stderr = _Capture(), _Capture()
         self._process = spawn(
-            [REPO / "scripts" / "wine", *argv],
+            [*(["prlimit", f"--as={memory}"] if memory else ()), REPO / "scripts" / "wine", *argv],
             cwd=cwd,
             env={**env, mark[0]: mark[1]},
             stdin=stdin,

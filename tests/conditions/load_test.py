@@ -11,7 +11,7 @@ STAGE = re.compile(r"(\S+) threads (\d+) handles (\d+) windows (\d+) modules (.*
 
 class LoadHost:
     def __init__(self, stage):
-        self.prefix = stage.fresh_prefix()
+        self.prefix, self.machine = stage.fresh_prefix(), stage.machine
         self.folder = self.prefix.drive_c / "host"
         self.folder.mkdir()
         for name in ("load_host.exe", "Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"):
@@ -62,7 +62,8 @@ def test_loading_calls_nothing_but_what_makes_its_memory_and_its_lock(host):
     places = [range(address, address + size) for name, address, size in stages_of(result)["loaded"][1] if name in OURS]
     calls = re.findall(r"^\w+:Call \w+\.(\S+?)\(.* ret=(\w+)$", result.stderr.decode("latin-1"), re.MULTILINE)
     ours = [name for name, back in calls if any(int(back, 16) in place for place in places)]
-    covering = ours.index("?_set_se_translator@@YAP6AXIPAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z")
+    pointer = host.machine.choose("PA", "PEA")
+    covering = ours.index(f"?_set_se_translator@@YAP6AXI{pointer}U_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z")
     harmless = {
         "RtlInitializeCriticalSection",
         "InitializeCriticalSection",

@@ -23,19 +23,19 @@ def overflow_host(stage, desktop):
     return host
 
 
-def check_message(message):
+def check_message(message, address):
     """Fault and trace are there, and so is everything else."""
     body = message.body.decode("windows-1251")
     description = body[body.index("Crush Expantion:\n") :]
     assert description.startswith("Crush Expantion:\nEXCEPTION_STACK_OVERFLOW (C00000FD)"), description
     trace = description.partition("\n\nStack Trace:\n")[2].partition("\n\n")[0].splitlines()
-    places = [re.fullmatch(r"[0-9A-F]{8} (\S+)\+[0-9A-F]{8}", line) for line in trace]
+    places = [re.fullmatch(address + r" (\S+)\+[0-9A-F]{8}", line) for line in trace]
     (gap,) = [line for line in trace if line.startswith("... ")]
     assert int(re.fullmatch(r"\.\.\. (\d+) more frames", gap)[1]) > 100
     # The same function, whose call of itself returns to one place, above and below the gap.
     at = trace.index(gap)
     (recursion,) = {line for line in trace[1:at]}
-    assert re.search(r"^[0-9A-F]{8} overflow_host\.exe\+", recursion)
+    assert re.search(f"^{address}" + r" overflow_host\.exe\+", recursion)
     assert recursion in trace[at + 1 :]
     assert places[-1], trace
     attached = dict(message.attachments)
@@ -55,7 +55,7 @@ def mail(stage, *args, times=1):
     process.wait_family()
     assert process.result().text.splitlines() == [*ONCE * times, "end"]
     for message in messages:
-        check_message(message)
+        check_message(message, stage.machine.address)
 
 
 def upload(stage, *args, times=1):

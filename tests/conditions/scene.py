@@ -16,6 +16,7 @@ from testing.host import redirect
 from testing.loopback import loopback_address
 from testing.mail import Message
 from testing.processes import POLL_SECONDS
+from testing.product import MACHINE
 from testing.upload_body import PARTS
 from testing.web_server import WebServer, answering
 from troubles import YES
@@ -118,7 +119,13 @@ class Scene(contextlib.ExitStack):
         }
         self.theatre.server.requests.clear()
         with self.theatre.wine.start(
-            self.exe, self.road, *self.trouble.arguments, cwd=self.folder, env=environment, limit=150
+            self.exe,
+            self.road,
+            *self.trouble.arguments,
+            cwd=self.folder,
+            env=environment,
+            limit=150,
+            memory=self.trouble.memory,
         ) as process:
             sees = self._play(process)
             process.wait_family()
@@ -210,8 +217,8 @@ def _message(path):
 def _description(body):
     text = body.partition(b"Cannot extract version number of Lumivale\n")[2].rstrip(b"\r\n")
     if re.fullmatch(
-        rb"Crush Expantion:\nreason code C00000(?:05|FD) address [0-9A-F]{8}\n\nStack Trace:\n"
-        rb"first line 0[^\n]*\nnext line 1[^\n]*\nnext line 2[^\n]*",
+        rb"Crush Expantion:\nreason code C00000(?:05|FD) address %b\n\nStack Trace:\n"
+        rb"first line 0[^\n]*\nnext line 1[^\n]*\nnext line 2[^\n]*" % MACHINE.address.encode(),
         text,
     ):
         return outcome.REASON_AND_STACK

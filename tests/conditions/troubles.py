@@ -22,6 +22,7 @@ from outcome import (
     Sent,
     Upload,
 )
+from testing.product import MACHINE
 from testing.upload_body import CONFIRMATION
 from testing.web_server import answering, http_answer
 
@@ -32,8 +33,9 @@ YES = b"Well: " + CONFIRMATION
 class Trouble:
     """condition: as the document calls it. mail, upload: what comes of it, or None where it is no matter of that road.
     arguments: of trouble_host. arrange(scene): brings it about, with what undoes it as the scene's callbacks. env:
-    variables of the host; None takes one away. helper, module: a folder of build/windows/test-helpers, a library of the
-    product, or None for none. temp: the name of the folder of temporary files. not_under_wine: {road: reason}."""
+    variables of the host; None takes one away. helper, module: a folder of the build tree's test-helpers, a library of
+    the product, or None for none. memory: bytes of address space for the host. temp: the name of the folder of temporary
+    files. not_under_wine: {road: reason}."""
 
     condition: str
     mail: Mail | None = Mail()
@@ -43,6 +45,7 @@ class Trouble:
     env: dict = dataclasses.field(default_factory=dict)
     helper: str | None = "full"
     module: str | None = "fall"
+    memory: int | None = None
     temp: str = "temp"
     not_under_wine: dict = dataclasses.field(default_factory=dict)
 
@@ -167,6 +170,7 @@ def fault(function, *arguments):
 
 
 NO_GDIPLUS = {"WINEDLLOVERRIDES": "winemenubuilder.exe=d;mscoree,mshtml=;gdiplus=d"}  # Wine's way to say it
+FILLED_AT = MACHINE.choose(None, 16 << 30)  # bytes; a 64-bit program would never come to the end
 HELPER_FAULT = "(faultkit.dll met a fault)"
 
 TROUBLES = {
@@ -178,6 +182,7 @@ TROUBLES = {
             # Which of the two depends on whose allocation is the first that fails.
             Upload((), NONE, NONE, sent=(), host=Host.GOES_ON | Host.NO_MEMORY),
             ("memory",),
+            memory=FILLED_AT,
         ),
         Trouble("No block of memory larger than 512 KB is left", **NO_PICTURE, arguments=("blocks", "512")),
         Trouble("The records of the host's heap are overwritten", arguments=("heap",)),
