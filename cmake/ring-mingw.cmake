@@ -2,8 +2,10 @@ set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 # The product's C runtime is msvcrt.dll with its own printf; the tests must see the same one.
 add_compile_definitions(__USE_MINGW_ANSI_STDIO=0 WINVER=0x0600 _WIN32_WINNT=0x0600)
-# -mms-bitfields and 4-byte stack alignment are what a Visual C++ caller gives.
-add_compile_options(-mstackrealign -msse2)
+if(WENDAX_ARCH STREQUAL "x86")
+  # A Visual C++ caller aligns the stack to 4 bytes.
+  add_compile_options(-mstackrealign -msse2)
+endif()
 add_link_options(-static)
 include(${CMAKE_CURRENT_LIST_DIR}/gtest.cmake)
 add_library(wendax_flags INTERFACE)

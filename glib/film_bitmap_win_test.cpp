@@ -1,6 +1,5 @@
 #include "glib/film.h"
 
-#include <memory>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -8,6 +7,7 @@
 
 #include "testing/cxx/failing_allocator.h"
 #include "testing/cxx/film_fixture.h"
+#include "testing/cxx/import_slot.h"
 #include "glib/slide.h"
 
 namespace glib {
@@ -66,23 +66,25 @@ TEST_F(FilmBitmap, What_is_no_bitmap_is_refused) {
     EXPECT_EQ(film.PageLayers(0), 1u) << "a null bitmap changes nothing";
 }
 
-// Takes the process's address space, down to holes of less than a megabyte, as long as it lives.
-class NoAddressSpace {
+// Refuses blocks of a megabyte and more, as when the address space is used up, as long as it lives.
+class NoLargeBlocks {
 public:
-    NoAddressSpace() {
-        while (count_ < most && (blocks_[count_] = VirtualAlloc(nullptr, 1 << 20, MEM_RESERVE, PAGE_NOACCESS)))
-            ++count_;
+    NoLargeBlocks() : m_slot(import_slot(GetModuleHandleA(nullptr), "kernel32.dll", "VirtualAlloc")) {
+        s_alloc = replace_import(GetModuleHandleA(nullptr), "kernel32.dll", "VirtualAlloc", alloc);
     }
-    ~NoAddressSpace() {
-        while (count_)
-            VirtualFree(blocks_[--count_], 0, MEM_RELEASE);
+    ~NoLargeBlocks() {
+        if (s_alloc)
+            *m_slot = reinterpret_cast<void*>(s_alloc);
     }
-    bool taken() const { return count_ < most; }
+    bool work() const { return s_alloc != nullptr; }
 
 private:
-    static constexpr unsigned most = 5000;
-    void* blocks_[most];
-    unsigned count_ = 0;
+    static void* WINAPI alloc(void* place, SIZE_T size, DWORD type, DWORD protection) {
+        return size < 1 << 20 ? s_alloc(place, size, type, protection) : nullptr;
+    }
+
+    inline static decltype(VirtualAlloc)* s_alloc;
+    void** m_slot;
 };
 
 TEST_F(FilmBitmap, Without_memory_for_the_pixels_no_page_is_added) {
@@ -91,8 +93,8 @@ TEST_F(FilmBitmap, Without_memory_for_the_pixels_no_page_is_added) {
     ASSERT_EQ(film.SetSlideBitmap(0, small.handle), 1u);
     unsigned added = 9, replaced = 9;
     {
-        const auto none = std::make_unique<NoAddressSpace>();
-        ASSERT_TRUE(none->taken());
+        const NoLargeBlocks none;
+        ASSERT_TRUE(none.work());
         added = film.SetSlideBitmap(~0u, section.handle);
         replaced = film.SetSlideBitmap(0, section.handle);
     }

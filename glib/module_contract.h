@@ -124,8 +124,9 @@ typedef ResultCode(GLIB_CALL* ThumbnailEntry)(ImageDataExchange* image, VStream*
 typedef ResultCode(GLIB_CALL* SaveEntry)(ImageDataExchange* image, VStream* stream, const BaseFormatDesc* options);
 
 #ifdef __cplusplus
-static_assert(sizeof(void*) != 4 || (sizeof(IDEPage) == 72 && sizeof(ImageFileInfo) == 48 &&
-                                     sizeof(ModuleServices) == 44 && sizeof(FilterInfoRequest) == 20),
+static_assert(sizeof(IDEPage) == (sizeof(void*) == 8 ? 80 : 72) && sizeof(ImageFileInfo) == 48 &&
+                  sizeof(ModuleServices) == (sizeof(void*) == 8 ? 80 : 44) &&
+                  sizeof(FilterInfoRequest) == (sizeof(void*) == 8 ? 32 : 20),
               "both sides must agree");
 static_assert(sizeof(void*) != 8 || (sizeof(IDEPage) == 80 && sizeof(ImageFileInfo) == 48 &&
                                      sizeof(ModuleServices) == 80 && sizeof(FilterInfoRequest) == 32),
