@@ -5,7 +5,7 @@
 
 #include <cpuid.h>
 
-#include "base/wide_registers.h"
+#include "companions/kobrtl/wide_registers.h"
 
 namespace kobrtl {
 
@@ -18,7 +18,7 @@ Processor look() {
     if (!__get_cpuid(1, &a, &b, &c, &d))
         return found;
     found.sse2 = d & kSse2;
-    if (!(c & kFma) || !gen::system_keeps(gen::registers_of_avx, c))
+    if (!(c & kFma) || !system_keeps(registers_of_avx, c))
         return found;
     found.avx2_and_fma = __get_cpuid_count(7, 0, &a, &b, &c, &d) && (b & kAvx2);
     return found;

@@ -7,8 +7,8 @@
 #include <immintrin.h>
 #include <string.h>
 
-#include "base/wide_registers.h"
 #include "companions/kobrtl/processor.h"
+#include "companions/kobrtl/wide_registers.h"
 
 WENDAX_TARGET_BEGIN("avx2,fma")
 
@@ -94,7 +94,7 @@ struct Avx2 {
 } // namespace
 
 const RowKernels* avx2_kernels() {
-    static const RowKernels kKernels = kernels_of<Avx2>("AVX2", gen::leave_wide_registers);
+    static const RowKernels kKernels = kernels_of<Avx2>("AVX2", leave_wide_registers);
     return processor().avx2_and_fma ? &kKernels : nullptr;
 }
 

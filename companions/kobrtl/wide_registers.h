@@ -4,7 +4,7 @@
 
 #include <stdint.h>
 
-namespace gen {
+namespace kobrtl {
 
 // State components as the processor numbers them (Intel SDM vol. 1, 13.1).
 enum WideRegisters : unsigned {
@@ -44,4 +44,4 @@ inline void leave_wide_registers() {
 #endif
 }
 
-} // namespace gen
+} // namespace kobrtl

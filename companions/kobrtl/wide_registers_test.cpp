@@ -1,4 +1,4 @@
-#include "base/wide_registers.h"
+#include "companions/kobrtl/wide_registers.h"
 
 #if defined(__i386__) || defined(__x86_64__)
 
@@ -14,7 +14,7 @@ unsigned features() {
 }
 
 bool has_avx() {
-    return features() & bit_AVX && gen::system_keeps(gen::registers_of_avx, features());
+    return features() & bit_AVX && kobrtl::system_keeps(kobrtl::registers_of_avx, features());
 }
 
 unsigned sse_settings() {
@@ -24,7 +24,7 @@ unsigned sse_settings() {
 }
 
 TEST(WideRegisters, Are_not_kept_by_a_system_that_does_not_say_so) {
-    EXPECT_FALSE(gen::system_keeps(gen::registers_of_avx, features() & ~(1u << 27)));
+    EXPECT_FALSE(kobrtl::system_keeps(kobrtl::registers_of_avx, features() & ~(1u << 27)));
 }
 
 TEST(WideRegisters, Are_left_with_the_settings_of_SSE_as_they_were) {
@@ -33,7 +33,7 @@ TEST(WideRegisters, Are_left_with_the_settings_of_SSE_as_they_were) {
     const unsigned before = sse_settings();
     const unsigned upwards = before | 1u << 14; // the rounding mode
     __asm__ volatile("ldmxcsr %0" : : "m"(upwards));
-    gen::leave_wide_registers();
+    kobrtl::leave_wide_registers();
     const unsigned after = sse_settings();
     __asm__ volatile("ldmxcsr %0" : : "m"(before));
     EXPECT_EQ(after, upwards);
@@ -50,7 +50,7 @@ TEST(WideRegisters, Are_left_with_their_upper_halves_clear_and_their_lower_ones_
                      :
                      :
                      : "xmm7");
-    gen::leave_wide_registers();
+    kobrtl::leave_wide_registers();
     __asm__ volatile("vmovups %%ymm7, %0" : "=m"(halves));
     for (unsigned i = 0; i < 8; ++i)
         EXPECT_EQ(halves[i], i < 4 ? ~0u : 0u) << i;
