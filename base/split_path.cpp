@@ -10,3 +10,11 @@ CStdString CStdSplitPath::GetFileName() const {
         return "";
     return m_path.substr(static_cast<unsigned>(backslash) + 1);
 }
+
+CStdString gen::path_in_folder(const char* folder, const char* name) {
+    CStdString path(folder);
+    path.trim_right("\\");
+    path += "\\";
+    path += name;
+    return path;
+}

@@ -1,4 +1,4 @@
-// The parts of a Windows path.
+// Windows paths, taken apart and put together.
 #pragma once
 
 #include "base/std_string.h"
@@ -15,3 +15,11 @@ public:
 private:
     CStdString m_path;
 };
+
+namespace gen {
+
+// The path of a file of that name in the folder, whose trailing backslashes count for none. An empty folder gives a
+// path below the root of the current drive.
+CStdString path_in_folder(const char* folder, const char* name);
+
+} // namespace gen

@@ -36,4 +36,20 @@ TEST(SplitPath, A_null_path_is_an_empty_one) {
     EXPECT_STREQ("", CStdSplitPath(nullptr).GetFileName().c_str());
 }
 
+TEST(PathInFolder, Has_one_backslash_before_the_file_name) {
+    EXPECT_STREQ(gen::path_in_folder("C:\\temp", "system_info.txt").c_str(), "C:\\temp\\system_info.txt");
+    EXPECT_STREQ(gen::path_in_folder("C:\\temp\\", "system_info.txt").c_str(), "C:\\temp\\system_info.txt");
+    EXPECT_STREQ(gen::path_in_folder("C:\\temp\\\\\\", "system_info.txt").c_str(), "C:\\temp\\system_info.txt");
+    EXPECT_STREQ(gen::path_in_folder("C:\\", "system_info.txt").c_str(), "C:\\system_info.txt");
+}
+
+TEST(PathInFolder, Keeps_forward_slashes_and_inner_backslashes) {
+    EXPECT_STREQ(gen::path_in_folder("C:\\a\\\\b/", "system_info.txt").c_str(), "C:\\a\\\\b/\\system_info.txt");
+}
+
+TEST(PathInFolder, Without_a_folder_is_below_the_root) {
+    EXPECT_STREQ(gen::path_in_folder("", "system_info.txt").c_str(), "\\system_info.txt");
+    EXPECT_STREQ(gen::path_in_folder("\\\\", "system_info.txt").c_str(), "\\system_info.txt");
+}
+
 } // namespace

@@ -15,7 +15,6 @@ namespace {
 constexpr unsigned kSide = 512; // pixels of the screenshot
 constexpr int kAreaCorrect = 1; // scale type of glib::Scale
 constexpr uint8_t kJpegQuality = 75;
-constexpr DWORD kPathCapacity = 1024; // characters that the temporary directory may have
 
 // Stops GDI+ at its end, also when an exception passes.
 struct GdiplusRun {
@@ -26,12 +25,7 @@ struct GdiplusRun {
 } // namespace
 
 CStdString screenshot_path() {
-    CStdString path;
-    win::temporary_folder(path.get_buffer(kPathCapacity), kPathCapacity);
-    path.release_buffer();
-    path.trim_right("\\");
-    path += "\\screen_copy.jpg";
-    return path;
+    return win::temporary_path("screen_copy.jpg");
 }
 
 namespace {

@@ -10,6 +10,7 @@
 #include "compose/base64_coding.h"
 #include "compose/memory_file.h"
 #include "compose/message_template.h"
+#include "win/files.h"
 #include "win/temporary_folder.h"
 
 namespace {
@@ -33,15 +34,6 @@ private:
     unsigned m_size = 0;
 };
 
-// Makes an empty file of that name; false if there is one already. What else may be in the way is left to the writing.
-bool reserve(const char* path) {
-    HANDLE const file = CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return GetLastError() != ERROR_FILE_EXISTS;
-    CloseHandle(file);
-    return true;
-}
-
 // Puts the path of a new message in the folder into the MAX_PATH bytes of path; false if there can be none.
 bool name_message(const char* folder, char* path) {
     const UINT number = GetTempFileNameA(folder, "email", 0, path);
@@ -58,7 +50,7 @@ bool name_message(const char* folder, char* path) {
     for (int others_left = 10;; --others_left) {
         // The name ends in three letters behind a dot; changed in place, because memory may be short by now.
         memcpy(strrchr(path, '.'), ".eml", 4);
-        if (reserve(path) || others_left == 0)
+        if (win::claim_file(path) != win::Claim::kTaken || others_left == 0)
             return true;
         state = state * 1664525 + 1013904223;
         if (!GetTempFileNameA(folder, "email", state % 0xFFFF + 1, path))

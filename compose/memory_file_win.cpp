@@ -5,21 +5,7 @@
 #include <new>
 
 #include "base/genlib_error.h"
-
-namespace {
-
-// The file's size; false if the system can't tell.
-bool get_size(HANDLE file, unsigned long long& size) {
-    DWORD high = 0;
-    SetLastError(NO_ERROR);
-    const DWORD low = GetFileSize(file, &high);
-    if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) // all ones can also be the lower half of a size
-        return false;
-    size = static_cast<unsigned long long>(high) << 32 | low;
-    return true;
-}
-
-} // namespace
+#include "win/files.h"
 
 CMemoryFile::CMemoryFile() {
     SYSTEM_INFO system;
@@ -84,7 +70,11 @@ int CMemoryFile::Open(const char* path, unsigned flags, unsigned long long offse
         return 0;
     const DWORD protection = flags ? PAGE_READWRITE : PAGE_READONLY;
     const DWORD access = flags ? FILE_MAP_WRITE : FILE_MAP_READ;
-    if (!get_size(file.m_hFile, m_file_size) || offset > m_file_size)
+    const int64_t size = win::file_size(file.m_hFile);
+    if (size < 0)
+        return 0;
+    m_file_size = static_cast<unsigned long long>(size);
+    if (offset > m_file_size)
         return 0;
     if (length == 0) {
         const unsigned long long rest = m_file_size - offset;

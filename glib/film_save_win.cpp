@@ -5,8 +5,8 @@
 #include "glib/film.h"
 #include "glib/film_body.h"
 #include "glib/mem_stream.h"
+#include "win/files.h"
 #include "win/handle.h"
-#include "win/whole_file.h"
 
 namespace glib {
 
@@ -46,13 +46,10 @@ CStdString claim_name_beside(const char* path) {
             number.format("%u", i);
             name += number;
         }
-        HANDLE const file =
-            CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-        if (file != INVALID_HANDLE_VALUE) {
-            CloseHandle(file);
+        const win::Claim claim = win::claim_file(name.c_str());
+        if (claim == win::Claim::kMade)
             return name;
-        }
-        if (GetLastError() != ERROR_FILE_EXISTS)
+        if (claim == win::Claim::kFailed)
             break;
     }
     return CStdString();

@@ -71,36 +71,8 @@ unsigned VMemStream::Open(const char*, const char*) {
     return 1;
 }
 
-// A place beyond the end is as good as any; only one before the start is refused.
-unsigned VMemStream::Seek(int64_t offset, int origin) {
-    uint64_t base;
-    switch (origin) {
-    case from_start:
-        base = 0;
-        break;
-    case from_current:
-        base = m_position;
-        break;
-    case from_end:
-        base = m_size;
-        break;
-    default:
-        return 0;
-    }
-    const uint64_t target = base + static_cast<uint64_t>(offset);
-    if (static_cast<int64_t>(target) < 0)
-        return 0;
-    m_position = target;
-    m_end_of_data = 0;
-    return 1;
-}
-
 unsigned VMemStream::IsEndOfData() {
     return m_end_of_data;
-}
-
-unsigned VMemStream::IsEmpty() {
-    return m_size == 0;
 }
 
 unsigned VMemStream::HasError() {
@@ -111,8 +83,13 @@ uint64_t VMemStream::Tell() {
     return m_position;
 }
 
+// A place beyond the end is as good as any; only one before the start is refused.
 unsigned VMemStream::SetPosition(uint64_t position) {
-    return Seek(static_cast<int64_t>(position), from_start);
+    if (static_cast<int64_t>(position) < 0)
+        return 0;
+    m_position = position;
+    m_end_of_data = 0;
+    return 1;
 }
 
 uint64_t VMemStream::Size() {

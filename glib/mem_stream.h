@@ -40,10 +40,7 @@ public:
 
     unsigned OpenWide(const wchar_t* path, const wchar_t* mode) override; // nothing to open: 1
     unsigned Open(const char* path, const char* mode) override;           // nothing to open: 1
-    // Beyond the end is a legal place for a position, before the start is not.
-    unsigned Seek(int64_t offset, int origin) override;
     unsigned IsEndOfData() override;
-    unsigned IsEmpty() override;
     unsigned HasError() override; // 1 after a failed growth, until the stream is remade
     uint64_t Tell() override;
     unsigned SetPosition(uint64_t position) override;

@@ -19,6 +19,28 @@ T in_order(T value, bool big_endian) {
 
 } // namespace
 
+unsigned VOrderedStream::Seek(int64_t offset, int origin) {
+    uint64_t base;
+    switch (origin) {
+    case from_start:
+        base = 0;
+        break;
+    case from_current:
+        base = Tell();
+        break;
+    case from_end:
+        base = Size();
+        break;
+    default:
+        return 0;
+    }
+    return SetPosition(base + static_cast<uint64_t>(offset));
+}
+
+unsigned VOrderedStream::IsEmpty() {
+    return Size() == 0;
+}
+
 template <typename T>
 T VOrderedStream::read_value() {
     T value;

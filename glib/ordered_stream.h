@@ -1,10 +1,14 @@
-// Numbers of several bytes in a stream's byte order, for every stream that can read and write bytes.
+// What follows for every stream from its reading, writing and positions: numbers of several bytes in its byte order,
+// and places counted from elsewhere than its start.
 #pragma once
 
 #include "glib/stream.h"
 
 class VOrderedStream : public VStream {
 public:
+    // Beyond the end is a legal place for a position, before the start is not.
+    unsigned Seek(int64_t offset, int origin) override;
+    unsigned IsEmpty() override;
     uint16_t ReadWord() override;
     uint32_t ReadDword() override;
     uint64_t ReadQword() override;

@@ -16,10 +16,7 @@ public:
     // Closes what was open first. Null arguments and files that can't be opened: 0.
     unsigned OpenWide(const wchar_t* path, const wchar_t* mode) override;
     unsigned Open(const char* path, const char* mode) override;
-    // Beyond the end is a legal place for a position, before the start is not.
-    unsigned Seek(int64_t offset, int origin) override;
     unsigned IsEndOfData() override;
-    unsigned IsEmpty() override;  // 1 without a file, too
     unsigned HasError() override; // until the next open
     uint64_t Tell() override;
     unsigned SetPosition(uint64_t position) override;

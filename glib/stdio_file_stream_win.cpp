@@ -49,39 +49,8 @@ bool VStdioFileStream::begin(Last operation) {
     return true;
 }
 
-unsigned VStdioFileStream::Seek(int64_t offset, int origin) {
-    if (!m_file)
-        return 0;
-    uint64_t base;
-    switch (origin) {
-    case from_start:
-        base = 0;
-        break;
-    case from_current:
-        base = Tell();
-        break;
-    case from_end:
-        base = Size();
-        break;
-    default:
-        return 0;
-    }
-    fpos_t target = static_cast<fpos_t>(base + static_cast<uint64_t>(offset));
-    if (target < 0 || fsetpos(m_file, &target) != 0)
-        return 0;
-    // A successful seek clears the end-of-data flag, which not every runtime does by itself; an error stays.
-    m_failed = HasError() != 0;
-    clearerr(m_file);
-    m_last = Last::neither;
-    return 1;
-}
-
 unsigned VStdioFileStream::IsEndOfData() {
     return m_file && feof(m_file);
-}
-
-unsigned VStdioFileStream::IsEmpty() {
-    return Size() == 0;
 }
 
 unsigned VStdioFileStream::HasError() {
@@ -94,7 +63,14 @@ uint64_t VStdioFileStream::Tell() {
 }
 
 unsigned VStdioFileStream::SetPosition(uint64_t position) {
-    return Seek(static_cast<int64_t>(position), from_start);
+    fpos_t target = static_cast<fpos_t>(position);
+    if (!m_file || target < 0 || fsetpos(m_file, &target) != 0)
+        return 0;
+    // A successful seek clears the end-of-data flag, which not every runtime does by itself; an error stays.
+    m_failed = HasError() != 0;
+    clearerr(m_file);
+    m_last = Last::neither;
+    return 1;
 }
 
 uint64_t VStdioFileStream::Size() {

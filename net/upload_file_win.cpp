@@ -1,6 +1,7 @@
 // The handle is kept as a number, so that the header, which builds natively too, needs no windows.h.
 #include "net/upload_file.h"
 
+#include "win/files.h"
 #include "win/handle.h"
 
 namespace {
@@ -23,12 +24,7 @@ bool UploadFile::Open(const char* path) {
 }
 
 int64_t UploadFile::Length() const {
-    ULARGE_INTEGER length;
-    SetLastError(NO_ERROR);
-    length.LowPart = GetFileSize(system_handle(m_handle), &length.HighPart);
-    if (length.LowPart == INVALID_FILE_SIZE && GetLastError() != NO_ERROR)
-        return -1;
-    return static_cast<int64_t>(length.QuadPart);
+    return win::file_size(system_handle(m_handle));
 }
 
 unsigned UploadFile::Read(char* to, unsigned capacity) const {

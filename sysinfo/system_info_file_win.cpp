@@ -5,16 +5,11 @@
 
 #include "base/owner.h"
 #include "sysinfo/std_info.h"
-#include "sysinfo/system_info_text.h"
+#include "win/files.h"
 #include "win/temporary_folder.h"
-#include "win/whole_file.h"
 
 bool write_system_info_file(CStdString& path) {
-    CStdString directory;
-    win::temporary_folder(directory.get_buffer(1024), 1024);
-    directory.release_buffer();
-    path = sysinfo::system_info_path(directory.c_str());
-
+    path = win::temporary_path("system_info.txt");
     const gen::Owner<CStdInfo> info(new (std::nothrow) CStdInfo);
     if (!info)
         gen::throw_out_of_memory();

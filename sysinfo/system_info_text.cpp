@@ -20,11 +20,4 @@ CStdString join_sections(const Sections& sections) {
     return text;
 }
 
-CStdString system_info_path(const char* temporary_directory) {
-    CStdString path(temporary_directory);
-    path.trim_right("\\");
-    path += "\\system_info.txt";
-    return path;
-}
-
 } // namespace sysinfo

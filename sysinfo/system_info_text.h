@@ -22,10 +22,6 @@ struct Sections {
 // gen::genlib_out_of_memory.
 CStdString join_sections(const Sections& sections);
 
-// The file that the text is written to: "system_info.txt" in this directory, whose trailing backslashes count for
-// none. An empty directory gives a path below the root of the current drive.
-CStdString system_info_path(const char* temporary_directory);
-
 // The display section (display_text.cpp)
 
 struct DisplayMode {

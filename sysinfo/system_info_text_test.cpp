@@ -7,7 +7,6 @@
 namespace {
 
 using sysinfo::join_sections;
-using sysinfo::system_info_path;
 
 TEST(SystemInfoText, Puts_four_captions_around_seven_sections) {
     EXPECT_STREQ(join_sections({"<1>\n", "\n<2>\n", "\n<3>\n", "<4>\r\n<4>", "<5>", "<6>\n", "<7>"}).c_str(),
@@ -61,22 +60,6 @@ TEST(SystemInfoText, Is_cut_at_its_end_beyond_the_bound) {
     while (limit < 32767)
         limit += 1024;
     EXPECT_EQ(text.length(), limit);
-}
-
-TEST(SystemInfoPath, Has_one_backslash_before_the_file_name) {
-    EXPECT_STREQ(system_info_path("C:\\temp").c_str(), "C:\\temp\\system_info.txt");
-    EXPECT_STREQ(system_info_path("C:\\temp\\").c_str(), "C:\\temp\\system_info.txt");
-    EXPECT_STREQ(system_info_path("C:\\temp\\\\\\").c_str(), "C:\\temp\\system_info.txt");
-    EXPECT_STREQ(system_info_path("C:\\").c_str(), "C:\\system_info.txt");
-}
-
-TEST(SystemInfoPath, Keeps_forward_slashes_and_inner_backslashes) {
-    EXPECT_STREQ(system_info_path("C:\\a\\\\b/").c_str(), "C:\\a\\\\b/\\system_info.txt");
-}
-
-TEST(SystemInfoPath, Without_a_directory_is_below_the_root) {
-    EXPECT_STREQ(system_info_path("").c_str(), "\\system_info.txt");
-    EXPECT_STREQ(system_info_path("\\\\").c_str(), "\\system_info.txt");
 }
 
 } // namespace

@@ -9,7 +9,7 @@ namespace win {
 namespace {
 
 // The path in the ANSI code page with its terminator; 0 if it doesn't fit or has letters that the code page lacks.
-int to_ansi(const wchar_t* path, char* buffer, int size) {
+int exact_ansi(const wchar_t* path, char* buffer, int size) {
     BOOL replaced = FALSE;
     const int length = WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, path, -1, buffer, size, nullptr, &replaced);
     return replaced ? 0 : length;
@@ -19,11 +19,11 @@ int to_ansi(const wchar_t* path, char* buffer, int size) {
 
 DWORD short_form(const wchar_t* path, char* buffer, DWORD size) {
     char ansi[3 * MAX_PATH];
-    if (to_ansi(path, ansi, sizeof ansi))
+    if (exact_ansi(path, ansi, sizeof ansi))
         return 0;
     wchar_t short_path[MAX_PATH + 1];
     const DWORD short_length = GetShortPathNameW(path, short_path, MAX_PATH + 1);
-    if (short_length == 0 || short_length > MAX_PATH || !to_ansi(short_path, ansi, sizeof ansi))
+    if (short_length == 0 || short_length > MAX_PATH || !exact_ansi(short_path, ansi, sizeof ansi))
         return 0;
     const DWORD length = static_cast<DWORD>(strlen(ansi));
     if (length >= size)

@@ -18,7 +18,7 @@ HMODULE load_quietly(const char* path, DWORD flags = 0);
 HMODULE load_quietly(const wchar_t* path);
 
 // Loads a DLL of the system by its full path, so that no other file of the name can take its place. Null when there is
-// none; the caller frees it.
+// none; the caller frees it. Takes no memory of its own.
 HMODULE load_system_library(const char* file_name);
 
 } // namespace win

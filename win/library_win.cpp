@@ -2,7 +2,7 @@
 // lost.
 #include "win/library.h"
 
-#include "base/std_string.h"
+#include <string.h>
 
 namespace win {
 
@@ -30,14 +30,14 @@ HMODULE load_quietly(const wchar_t* path) {
 }
 
 HMODULE load_system_library(const char* file_name) {
-    CStdString path;
-    const UINT length = GetSystemDirectoryA(path.get_buffer(MAX_PATH), MAX_PATH + 1);
-    if (length == 0 || length > MAX_PATH)
+    char path[MAX_PATH];
+    const size_t name_size = strlen(file_name) + 1;
+    const UINT length = GetSystemDirectoryA(path, MAX_PATH);
+    if (length == 0 || length + 1 + name_size > MAX_PATH)
         return nullptr;
-    path.release_buffer();
-    path += "\\";
-    path += file_name;
-    return LoadLibraryA(path.c_str());
+    path[length] = '\\';
+    memcpy(path + length + 1, file_name, name_size);
+    return LoadLibraryA(path);
 }
 
 } // namespace win

@@ -1,5 +1,6 @@
 #include "win/temporary_folder.h"
 
+#include "base/split_path.h"
 #include "win/ansi_path.h"
 
 namespace win {
@@ -12,6 +13,14 @@ unsigned long temporary_folder(char* buffer, unsigned long size) {
         return length;
     const DWORD short_length = short_form(name, buffer, size);
     return short_length ? short_length : length;
+}
+
+CStdString temporary_path(const char* name) {
+    constexpr unsigned long kSize = 1024; // characters that the folder's name may have
+    CStdString folder;
+    temporary_folder(folder.get_buffer(kSize), kSize);
+    folder.release_buffer();
+    return gen::path_in_folder(folder.c_str(), name);
 }
 
 } // namespace win

@@ -55,4 +55,9 @@ TEST_F(TemporaryFolder, That_is_missing_is_named_as_the_system_does) {
     EXPECT_EQ(found(L"C:\\\x3042"), "C:\\?\\");
 }
 
+TEST_F(TemporaryFolder, Has_files_by_their_paths) {
+    SetEnvironmentVariableW(L"TMP", L"C:\\no such folder");
+    EXPECT_STREQ(win::temporary_path("name.txt").c_str(), "C:\\no such folder\\name.txt");
+}
+
 } // namespace

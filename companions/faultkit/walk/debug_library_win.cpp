@@ -2,7 +2,6 @@
 // count only together.
 #include "companions/faultkit/walk/debug_library.h"
 
-#include "companions/faultkit/text_builder.h"
 #include "win/library.h"
 
 namespace faultkit {
@@ -16,14 +15,8 @@ void look_up(HMODULE module, const char* name, FunctionType** function) {
 } // namespace
 
 bool DebugLibrary::open() {
-    // The full path, so that no other file of the name can take its place.
-    char path[MAX_PATH + 16];
-    const UINT length = GetSystemDirectoryA(path, MAX_PATH);
     *this = DebugLibrary();
-    if (length == 0 || length >= MAX_PATH)
-        return false;
-    TextBuilder(path + length, 16).text("\\dbghelp.dll");
-    module = LoadLibraryA(path);
+    module = win::load_system_library("dbghelp.dll");
     if (!module)
         return false;
     look_up(module, "SymInitialize", &initialize);
