@@ -61,12 +61,12 @@ def main(arguments=None):
             if options.demo:
                 from inbox import demo
 
-                demo.fill(Inbox(config))
+                demo.fill(Inbox(config, ask=True))
             from inbox import server
 
             server.serve(config, options.watch)
             return 0
-        return _COMMANDS[options.command](Inbox(config), options)
+        return _COMMANDS[options.command](Inbox(config, ask=True), options)
     except (settings.BadSetting, BadRules, OSError, sa.exc.OperationalError, sa.exc.ArgumentError) as error:
         print(f"inbox: {error}", file=sys.stderr)
         return 2

@@ -20,13 +20,13 @@ log = logging.getLogger("inbox")
 class Inbox:
     """Opens the store of a Config, and makes it if there is none."""
 
-    def __init__(self, config):
+    def __init__(self, config, ask=False):
         self.config = config
         config.store.mkdir(parents=True, exist_ok=True, mode=0o700)
         self.engine = schema.open_engine(config.url)
         self.writer = Writer(self.engine)
         self.symbols = Symbols(self.engine, config.store / "symbols")
-        self.reports = reports.Reports(self.writer, Rules.read(config.rules_file), self.symbols)
+        self.reports = reports.Reports(self.writer, Rules.read(config.rules_file), self.symbols, ask)
         self._seen = {}
 
     def add_files(self, paths, say=print):

@@ -70,13 +70,13 @@ def _parcel(message):
             if name or content:
                 attachments.append(Attachment(name, content))
         else:
-            texts.append((part, _text(part)))
+            texts.append((part, *_text(part)))
     # The report's own text, or the first one. What else was said stays with it as a file.
     chosen = next((each for each in texts if any(mark in each[1] for mark in _MARKS)), texts[0] if texts else None)
     if chosen is None and not attachments:
         raise Unreadable("the message is empty")
     kind = chosen[0].get_content_type() if chosen else ""
-    for part, words in texts:
+    for part, words, _ in texts:
         other = part is not chosen[0] and (kind == "text/html" or part.get_content_type() != "text/html")
         if other and words.strip() and words.strip() not in chosen[1]:
             attachments.append(Attachment("words.txt", words.encode("utf-8", "replace")))
@@ -84,6 +84,8 @@ def _parcel(message):
     sent = next((at for at in map(_date, (inner, message)) if at), None)
     sender = next((who for who in map(_sender, (inner, message)) if who), "")
     subject = _header(inner.get("Subject") or message.get("Subject") or "")
+    if chosen and chosen[2]:
+        sender, sent = "", None  # who quotes a report is not who has met the crash
     return Parcel("message", chosen[1] if chosen else "", tuple(attachments), sender, subject, sent)
 
 
@@ -107,7 +109,8 @@ def _payload(part):
 
 
 def _text(part):
-    """The words of a part, freed of what mail programs do to them: soft line ends, quoting, wrapped lines."""
+    """(the words of a part, freed of what mail programs do to them: soft line ends, quoting, wrapped lines; whether there was
+    quoting)."""
     content = _payload(part)[:_MOST_TEXT]
     charset = str(part.get_content_charset() or "windows-1251")
     try:
@@ -122,10 +125,10 @@ def _text(part):
     if part.get_param("format") == "flowed":
         text = re.sub(r"(?<=[^ \n]) \n(?! |>|-- )", " ", text)
     lines = text.split("\n")
-    if not any(line.startswith("Stack Trace:") for line in lines):
-        quoted = [re.sub(r"^(?:>[ ]?){1,20}", "", line) for line in lines]
-        lines = quoted if any(line.startswith("Stack Trace:") for line in quoted) else lines
-    return "\n".join(_unwrapped(lines))
+    quoted = re.search(r"^>[> ]{0,20}(?:Stack Trace:|Windows Version:)", text, re.M) is not None
+    if quoted:
+        lines = [re.sub(r"^(?:> ?){1,20}", "", line) for line in lines]
+    return "\n".join(_unwrapped(lines)), quoted
 
 
 def _unwrapped(lines):

@@ -34,12 +34,19 @@ class Parcel:
         return len(self.text.encode("utf-8", "replace")) + sum(len(each.content) for each in self.attachments)
 
     def digest(self):
-        """The same for a report that comes twice, by whatever road a mail took: of its words and files, not of its headers."""
+        """The same for what says the same, by whatever road a mail took: of its words and files, not of its headers."""
         whole = hashlib.sha256("".join(self._told().replace(">", "").split()).encode("utf-8", "replace"))
         for each in sorted(self.attachments, key=lambda each: (each.part, each.name, each.content)):
             for piece in (each.part.encode(), each.name.encode("utf-8", "replace"), each.content):
                 whole.update(b"%d:" % len(piece) + piece)
         return whole.hexdigest()
+
+    def is_same(self, sender, sent):
+        """Whether this is the report that says the same and came from there and then: what one of them doesn't tell, a draft
+        or a forwarded text, doesn't part them. Two people may well say the same."""
+        return (not sender or not self.sender or sender == self.sender) and (
+            not sent or not self.sent or sent == self.sent
+        )
 
     def _told(self):
         """Without what the user has written above, and a mail program below."""

@@ -70,8 +70,8 @@ def _day(text):
         return None
 
 
-def _like(column, text):
-    return column.ilike("%" + re.sub(r"([%_\\])", r"\\\1", text) + "%", escape="\\")
+def _like(column, text, before):
+    return column.ilike(f"%{before}%" + re.sub(r"([%_\\])", r"\\\1", text) + "%", escape="\\")
 
 
 def _of_reports(dialect, filters):
@@ -89,9 +89,9 @@ def _of_reports(dialect, filters):
 def _of_crashes(filters):
     found = [] if filters.state == "all" else [crash.c.state == filters.state]
     if filters.module:
-        found.append(_like(crash.c.signature, filters.module))
+        found.append(_like(crash.c.signature, filters.module, "| "))
     if filters.function:
-        found.append(_like(crash.c.signature, filters.function))
+        found.append(_like(crash.c.signature, filters.function, "!"))
     return [crash.c.count > 0, *found]
 
 
@@ -165,7 +165,7 @@ def reports(connection, filters, unreadable=False, whole=False):
     found.append(report.c.unreadable != "" if unreadable else report.c.crash_id.is_not(None))
     if filters.crash:
         found.append(report.c.crash_id == filters.crash)
-    columns = [each for each in report.c if each.name not in ("details", "digest")]
+    columns = [each for each in report.c if each.name not in ("details", "digest", "content", "sent")]
     asked = sa.select(*columns, crash.c.title).select_from(report.outerjoin(crash, crash.c.id == report.c.crash_id))
     rows = _page(connection, asked.where(*found).order_by(report.c.happened.desc(), report.c.id.desc()), filters, whole)
     return rows, connection.execute(sa.select(sa.func.count()).select_from(report).where(*found)).scalar()

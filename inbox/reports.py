@@ -1,6 +1,7 @@
 """Takes reports in, and moves them between crashes when they are understood anew. Functions with a connection run within
 the caller's transaction."""
 
+import hashlib
 import json
 import time
 import zlib
@@ -35,10 +36,11 @@ def media_of(content):
 
 
 class Reports:
-    """The way in. rules: signature.Rules; symbols: Symbols; writer: Writer."""
+    """The way in. rules: signature.Rules; symbols: Symbols; writer: Writer. ask: whether symbols are looked up while a report
+    is taken in; otherwise it is marked as pending where that would tell more."""
 
-    def __init__(self, writer, rules, symbols):
-        self._writer, self.rules, self._symbols = writer, rules, symbols
+    def __init__(self, writer, rules, symbols, ask=False):
+        self._writer, self.rules, self._symbols, self._ask = writer, rules, symbols, ask
 
     def add_upload(self, body, sender="", received=None):
         """(id of the report, whether it is new, why it is unreadable or ""). What can't be read is kept whole."""
@@ -59,19 +61,17 @@ class Reports:
 
     def _store(self, parcel, understood, digest, now, reason):
         happened = parcel.sent or now
-        row = {
-            "digest": digest, "received": now, "happened": happened, "day": happened // DAY, "road": parcel.road,
-            "sender": parcel.sender[:200], "subject": _clean(parcel.subject[:300]), "size": parcel.size, "unreadable": reason,
-        }  # fmt: skip
+        identity = hashlib.sha256(f"{digest} {parcel.sender} {parcel.sent}".encode("utf-8", "replace")).hexdigest()
+        row = {"digest": identity, "content": digest, "sent": parcel.sent, "received": now, "happened": happened}
+        row.update(day=happened // DAY, road=parcel.road, sender=_clean(parcel.sender[:200]), size=parcel.size)
+        row.update(subject=_clean(parcel.subject[:300]), unreadable=reason)
         facts = understood and understood.facts
-        frames, wanted = self._symbols.frames(facts.frames) if facts else ([], {})
+        frames, wanted, more = self._symbols.frames(facts.frames, self._ask) if facts else ([], {}, False)
         made = signature(facts, frames, self.rules, understood.product) if understood else None
         if understood:
             for name in ("product", "version", "windows", "processor", "machine"):
                 row[name] = _clean(getattr(understood, name))
-            row.update(
-                kind=made.kind, address=facts.address if facts else "", pending=int(self._symbols.can_tell(wanted))
-            )
+            row.update(kind=made.kind, address=facts.address if facts else "", pending=int(more))
             row["details"] = pack(
                 {"facts": facts and facts.to_data(), "system": understood.system, "words": understood.words}
             )
@@ -84,9 +84,10 @@ class Reports:
         )
 
         def write(connection):
-            known = connection.execute(sa.select(schema.report.c.id).where(schema.report.c.digest == digest)).scalar()
-            if known:
-                return known, False
+            columns = schema.report.c.id, schema.report.c.sender, schema.report.c.sent
+            for known, *who in connection.execute(sa.select(*columns).where(schema.report.c.content == digest)):
+                if parcel.is_same(*who):
+                    return known, False
             if made:
                 row["crash_id"] = self._counted(connection, made, row)
             report_id = connection.execute(schema.report.insert(), row).inserted_primary_key[0]
@@ -134,7 +135,7 @@ class Reports:
             return False
         data = unpack(row["details"])["facts"]
         facts = Facts.from_data(data) if data else None
-        frames, _ = self._symbols.frames(facts.frames, ask=True) if facts else ([], {})
+        frames = self._symbols.frames(facts.frames, ask=True)[0] if facts else []
         made = signature(facts, frames, self.rules, row["product"])
         changed = words.words_of(
             *_row_words(row), *_fault_words(facts, frames, made), unpack(row["details"])["words"][:4000]

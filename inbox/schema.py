@@ -30,6 +30,8 @@ report = sa.Table(
     _metadata,
     _id(),
     _text("digest", unique=True),
+    _text("content", index=True),  # digest of what the report says, whoever sent it whenever
+    sa.Column("sent", sa.BigInteger),
     sa.Column("crash_id", sa.BigInteger),  # null: unreadable
     _number("received"),
     _number("happened"),  # as the message says; else when it was received

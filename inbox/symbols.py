@@ -60,15 +60,13 @@ class Symbols:
         return any(key in self._keys for key in keys)
 
     def frames(self, frames, ask=False):
-        """(the frames with what is known about them, {identity: module} whose PDBs could tell more). With ask, whatever a
-        PDB here knows is looked up; without, only what has been looked up before."""
-        wanted = {frame.key: frame.module for frame in frames if frame.key}
+        """(the frames with what is known about them, {identity: module} of those that a PDB could tell, whether one that is
+        here would tell more). With ask it is asked; without, only what has been asked before is looked up."""
+        wanted, more = {frame.key: frame.module for frame in frames if frame.key}, False
         if not self.can_tell(wanted):
-            return frames, wanted
-        if ask:
-            for key in wanted:
-                if key in self._keys:
-                    self._learn(key, [frame for frame in frames if frame.key == key])
+            return frames, wanted, False
+        for key in wanted.keys() & self._keys:
+            more |= self._learn(key, [frame for frame in frames if frame.key == key], ask)
         told = []
         for frame in frames:
             places = self._places.get(_at(frame)) if frame.key else None
@@ -78,28 +76,29 @@ class Symbols:
                 for number, (function, file, line) in enumerate(places):
                     inlined = number + 1 < len(places)
                     told.append(dataclasses.replace(frame, function=function, file=file, line=line, inlined=inlined))
-        return told, wanted
+        return told, wanted, more
 
-    def _learn(self, key, frames):
+    def _learn(self, key, frames, ask):
+        """Whether there is something left to ask."""
         missing = {_at(frame): frame for frame in frames if _at(frame) not in self._places}
         if not missing:
-            return
+            return False
         with self._engine.connect() as connection:
             rows = connection.execute(sa.select(schema.place).where(schema.place.c.at.in_(list(missing)))).all()
         known = {at: json.loads(said) for at, said in rows}
         asked = {at: frame for at, frame in missing.items() if at not in known}
-        if asked:
+        if asked and ask:
             said = self._ask(key, asked)
             with contextlib.suppress(sa.exc.IntegrityError):  # another worker has asked the same
                 with self._engine.execution_options(writes=True).begin() as connection:
-                    connection.execute(
-                        schema.place.insert(), [{"at": at, "said": json.dumps(each)} for at, each in said.items()]
-                    )
+                    rows = [{"at": at, "said": json.dumps(each)} for at, each in said.items()]
+                    connection.execute(schema.place.insert(), rows)
             known.update(said)
         with self._lock:
             if len(self._places) > _MOST_CACHED:
                 self._places.clear()
             self._places.update(known)
+        return bool(asked) and not ask
 
     def _ask(self, key, asked):
         """What llvm-symbolizer says about frames of one module: {at: [[function, file, line], ...]}."""

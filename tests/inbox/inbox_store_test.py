@@ -43,6 +43,24 @@ class TestIntake:
         assert (first[1], second[1], first[0] == second[0]) == (True, False, True)
         assert titles(box) == [("draw", 1)]
 
+    def test_draft_sent_copy_and_forwarded_text_are_one_but_two_people_are_two(self, box):
+        """Two machines of one make say the same to the byte."""
+        text = made.fault_text()
+        copies = [
+            made.message(text),
+            made.message(text, sender="a@example.org", date="Mon, 02 Nov 2026 10:20:30 +0100"),
+        ]
+        assert [box.reports.add_message(each)[1] for each in copies] == [True, False]
+        for day, sender in ((3, "a"), (3, "b"), (4, "a")):
+            date = f"Mon, 0{day} Nov 2026 10:20:30 +0100"
+            box.reports.add_message(made.message(text, sender=f"{sender}@example.org", date=date))
+        assert titles(box) == [("draw", 1)]
+        other = made.fault_text(("other",))
+        for day, sender in ((3, "a"), (3, "b"), (4, "a"), (3, "a")):
+            date = f"Mon, 0{day} Nov 2026 10:20:30 +0100"
+            box.reports.add_message(made.message(other, sender=f"{sender}@example.org", date=date))
+        assert titles(box)[0] == ("other", 3)
+
     def test_upload_with_a_fault_text_is_understood(self, box):
         report_id, new, wrong = box.reports.add_upload(
             upload_body(made.upload_files(made.fault_text(version="2.1.0.0"))), "10.0.0.1"
