@@ -26,7 +26,7 @@ def _parser():
     parser.add_argument("--database", help="URL of a PostgreSQL database; several workers may share it")
     parser.add_argument("--rules", help="file of the rules of grouping (groups.txt in the store, or inbox/groups.txt)")
     parser.add_argument("--listen", help="ADDRESS:PORT (127.0.0.1:8080)")
-    parser.add_argument("--threads", help="worker threads (6)")
+    parser.add_argument("--threads", help="worker threads (16)")
     parser.add_argument("--keep", help="delete reports of this age, such as 180d")
     parser.add_argument("--watch", action="append", default=[], metavar="FOLDER", help="take in what appears there")
     parser.add_argument("--demo", action="store_true", help="fill the store with reports of real crashes first")

@@ -22,7 +22,7 @@ class Config:
     password: str = ""  # its hash
     keep: str = ""  # such as 180d; empty: for ever
     hosts: str = ""  # names by which browsers may ask for pages without a password, beside those of loopback
-    threads: int = 6
+    threads: int = 16
     max_report: int = 64 * MIB
     min_free: int = 1024 * MIB  # bytes of disk that are left alone
 

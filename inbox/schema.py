@@ -104,7 +104,10 @@ setting = sa.Table("setting", _metadata, sa.Column("name", sa.Text, primary_key=
 def open_engine(url):
     """The engine for a database's URL, with all tables in it. Transactions of writers() take SQLite's one lock at once."""
     if url.startswith("sqlite"):
-        engine = sa.create_engine(url, future=True, connect_args={"timeout": 60, "check_same_thread": False})
+        options = {"timeout": 60, "check_same_thread": False}
+        engine = sa.create_engine(
+            url, future=True, poolclass=sa.pool.QueuePool, pool_size=20, pool_use_lifo=True, connect_args=options
+        )
         sa.event.listen(engine, "connect", _prepare_sqlite)
         sa.event.listen(engine, "begin", _begin_sqlite)
     else:
@@ -121,7 +124,7 @@ def open_engine(url):
 def _prepare_sqlite(connection, _record):
     connection.isolation_level = None  # transactions begin where _begin_sqlite says
     # FULL: what was answered with success survives the loss of power, too.
-    for pragma in ("journal_mode=WAL", "synchronous=FULL", "cache_size=-16000", "journal_size_limit=67108864"):
+    for pragma in ("journal_mode=WAL", "synchronous=FULL", "cache_size=-8000", "journal_size_limit=67108864"):
         connection.execute(f"PRAGMA {pragma}")
 
 

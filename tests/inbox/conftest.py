@@ -71,14 +71,15 @@ def pages(box):
 class Served:
     """An inbox that runs as its command does, on a free port of loopback."""
 
-    def __init__(self, store, *options, env=None):
-        with socket.socket() as probe:
-            probe.bind(("127.0.0.1", 0))
-            self.port = probe.getsockname()[1]
-        self.url = f"http://127.0.0.1:{self.port}"
+    def __init__(self, store, *options, env=None, address="127.0.0.1", port=None):
+        if not port:
+            with socket.socket() as probe:
+                probe.bind((address, 0))
+                port = probe.getsockname()[1]
+        self.address, self.port, self.url = address, port, f"http://{address}:{port}"
         self.log_path = pathlib.Path(store).with_suffix(".log")
-        self._command = command("--store", store, "--listen", f"127.0.0.1:{self.port}", *options)
-        self._env = {**os.environ, "PYTHONPATH": str(REPO), **(env or {})}
+        self._command = command("--store", store, "--listen", f"{address}:{port}", *options)
+        self._env = {**os.environ, "PYTHONPATH": str(REPO), "MALLOC_ARENA_MAX": "2", **(env or {})}
         self.process = None
 
     def __enter__(self):
@@ -89,7 +90,7 @@ class Served:
             if self.process.poll() is not None:
                 raise RuntimeError(f"the inbox has ended: {self.log()}")
             with socket.socket() as probe:
-                return probe.connect_ex(("127.0.0.1", self.port)) == 0
+                return probe.connect_ex((self.address, self.port)) == 0
 
         wait_until(listens, "the inbox to listen", seen=self.log)
         return self
@@ -126,8 +127,8 @@ def served(tmp_path):
     """served(*options): a Served inbox, which ends with the test."""
     running = []
 
-    def serve(*options, store="store", env=None):
-        running.append(Served(tmp_path / store, *options, env=env).__enter__())
+    def serve(*options, store="store", **where):
+        running.append(Served(tmp_path / store, *options, **where).__enter__())
         return running[-1]
 
     yield serve

@@ -275,7 +275,7 @@ class TestSettings:
     def test_file_and_command_line(self, tmp_path):
         (tmp_path / "inbox.ini").write_text("[inbox]\nlisten = 127.0.0.1:9000\nkeep = 90d\n")
         config = settings.load(tmp_path, keep="10d", threads=None)
-        assert (config.listen, config.keep_seconds, config.threads) == ("127.0.0.1:9000", 864000, 6)
+        assert (config.listen, config.keep_seconds, config.threads) == ("127.0.0.1:9000", 864000, 16)
 
     @pytest.mark.parametrize("line", ("lissten = x", "threads = many", "keep = long", "listen = here"))
     def test_wrong_setting_is_named(self, tmp_path, line):
