@@ -19,9 +19,8 @@ _STORE = pathlib.Path(__file__).resolve().parents[1] / "build" / "inbox"
 
 
 def _parser():
-    parser = argparse.ArgumentParser(
-        "scripts/inbox", description="Receives crash reports, groups them by what crashed, and shows them in a browser."
-    )
+    words = "Receives crash reports, groups them by what crashed, and shows them in a browser."
+    parser = argparse.ArgumentParser("scripts/inbox", description=words)
     parser.add_argument("--store", default=_STORE, help="folder of the store (build/inbox)")
     parser.add_argument("--database", help="URL of a PostgreSQL database; several workers may share it")
     parser.add_argument("--rules", help="file of the rules of grouping (groups.txt in the store, or inbox/groups.txt)")

@@ -67,12 +67,11 @@ def load(store, **given):
     file = configparser.ConfigParser(interpolation=None)
     file.read(config.store / "inbox.ini", "utf-8")
     values = dict(file["inbox"]) if file.has_section("inbox") else {}
+    values.update({name: value for name, value in given.items() if value is not None})
     known = {field.name: field.type for field in dataclasses.fields(Config) if field.name != "store"}
-    for name, value in values.items() | {(name, value) for name, value in given.items() if value is not None}:
+    for name, value in values.items():
         if name not in known:
             raise BadSetting(f"inbox.ini: there is no setting {name!r}")
-        if given.get(name) is not None and value is not given[name]:
-            continue
         try:
             setattr(config, name, known[name](value))
         except ValueError as error:

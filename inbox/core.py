@@ -55,12 +55,8 @@ class Inbox:
                     state = path.stat()
                     mark = (state.st_mtime_ns, state.st_size)
                     # What is still being written is left for the next time.
-                    if (
-                        not path.is_file()
-                        or path.parent.name == "tmp"
-                        or self._seen.get(path) == mark
-                        or time.time() - state.st_mtime < 1
-                    ):
+                    young = time.time() - state.st_mtime < 1 or path.parent.name == "tmp"
+                    if young or not path.is_file() or self._seen.get(path) == mark:
                         continue
                     self.add_files([path], say)
                     self._seen[path] = mark
@@ -70,7 +66,7 @@ class Inbox:
     def regroup(self):
         """Understands every report anew by the rules as they are. Returns how many have moved."""
         moved = 0
-        for ids in self._in_pieces(schema.report.c.crash_id.is_not(None)):
+        for ids in self.in_pieces(schema.report.c.crash_id.is_not(None)):
             moved += sum(self.reports.regroup(each) for each in ids)
         self._set("rules", self.reports.rules.identity)
         return moved
@@ -78,23 +74,22 @@ class Inbox:
     def resolve_pending(self):
         """Looks up the symbols of the reports that wait for them. Returns how many there were."""
         done = 0
-        for ids in self._in_pieces(schema.report.c.pending == 1):
+        for ids in self.in_pieces(schema.report.c.pending == 1):
             for each in ids:
                 try:
                     self.reports.regroup(each)
                 except Exception:  # one report must not stop the others
                     log.exception("the symbols of report %d", each)
-                    done_with = schema.report.update().where(schema.report.c.id == each).values(pending=0)
-                    self.writer.do("", lambda connection, change=done_with: connection.execute(change))
+                    self.change(each, pending=0)
                 done += 1
         return done
 
     def delete(self, condition):
         """Deletes the reports for which the condition holds. Returns how many."""
-        return sum(
-            self.writer.do("", lambda connection, these=ids: reports.delete(connection, these))
-            for ids in self._in_pieces(condition)
-        )
+        gone = 0
+        for ids in self.in_pieces(condition):
+            gone += self.writer.do("", lambda connection, these=ids: reports.delete(connection, these))
+        return gone
 
     def delete_old(self):
         seconds = self.config.keep_seconds
@@ -121,15 +116,11 @@ class Inbox:
                 log.exception("the work in the background goes on after this")
             time.sleep(2)
 
-    def _in_pieces(self, condition):
+    def in_pieces(self, condition):
         last = 0
         while True:
-            asked = (
-                sa.select(schema.report.c.id)
-                .where(condition, schema.report.c.id > last)
-                .order_by(schema.report.c.id)
-                .limit(200)
-            )
+            asked = sa.select(schema.report.c.id).where(condition, schema.report.c.id > last)
+            asked = asked.order_by(schema.report.c.id).limit(200)
             with self.engine.connect() as connection:
                 ids = connection.execute(asked).scalars().all()
             if not ids:
@@ -137,12 +128,13 @@ class Inbox:
             yield ids
             last = ids[-1]
 
+    def change(self, report_id, **values):
+        self.writer.do("", lambda connection: schema.change(connection, schema.report, report_id, **values))
+
     def _get(self, name):
         with self.engine.connect() as connection:
-            return (
-                connection.execute(sa.select(schema.setting.c.value).where(schema.setting.c.name == name)).scalar()
-                or ""
-            )
+            asked = sa.select(schema.setting.c.value).where(schema.setting.c.name == name)
+            return connection.execute(asked).scalar() or ""
 
     def _set(self, name, value):
         text = "INSERT INTO setting(name, value) VALUES (:name, :value) ON CONFLICT (name) DO UPDATE SET value = :value"

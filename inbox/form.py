@@ -2,46 +2,24 @@
 
 from inbox.parcel import Attachment, Unreadable
 
-PARTS = (
-    "Conversion_Script",
-    "Conversion_Config",
-    "File_for_conversion",
-    "Conversion_log",
-    "Screen_copy",
-    "System_info",
-)
+PARTS = "Conversion_Script Conversion_Config File_for_conversion Conversion_log Screen_copy System_info".split()
 MOST_PATH = 32768  # bytes
 
-_SETTINGS = (
-    ("ul_max_file_size", "20480"),
-    ("ul_directory", "\nuploadfiles"),
-    ("ul_file_types", "*,*,"),
-    ("ul_file_increment", "0"),
-    ("ul_email_file", "0"),
-)
-_FORM = (
-    ("tableid", ""),
-    ("mosform", "3"),
-    ("rowid", ""),
-    ("Itemid", "113"),
-    ("act", "processform"),
-    ("option", "com_mosforms"),
-    ("form_id", "3"),
-    ("Submit", "Sumbit"),
-    ("mosform", "3"),
-)
+_SETTINGS = {"ul_max_file_size": "20480", "ul_directory": "\nuploadfiles", "ul_file_types": "*,*,"}
+_SETTINGS |= {"ul_file_increment": "0", "ul_email_file": "0"}
+_FORM = "tableid= mosform=3 rowid= Itemid=113 act=processform option=com_mosforms form_id=3 Submit=Sumbit mosform=3"
 _FIELD = '--AaB03x\ncontent-disposition: form-data; name="'
 _PART_END = b"\n\n--AaB03x--\n"
 _AFTER_PATH = b'"\nContent-type: image/pjpeg\nContent-Transfer-Encoding: binary\n\n'
 
 
 def _start(part):
-    settings = "".join(f'{_FIELD}{part}[{name}]"\n\n{value}\n' for name, value in _SETTINGS)
+    settings = "".join(f'{_FIELD}{part}[{name}]"\n\n{value}\n' for name, value in _SETTINGS.items())
     return f'\n{settings}{_FIELD}{part}"; filename="'.encode()
 
 
 _STARTS = tuple(map(_start, PARTS))
-_TRAILER = ("".join(f'{_FIELD}{name}"\n\n{value}\n' for name, value in _FORM) + "--AaB03x\n").encode()
+_TRAILER = ("".join(_FIELD + each.replace("=", '"\n\n') + "\n" for each in _FORM.split()) + "--AaB03x\n").encode()
 
 
 def parse(body):

@@ -33,7 +33,7 @@ def forward(inbox, dsn, again=False, say=print):
     if not again:
         condition = sa.and_(condition, schema.report.c.forwarded.is_(None))
     counts = [0, 0]
-    for ids in inbox._in_pieces(condition):
+    for ids in inbox.in_pieces(condition):
         for report_id in ids:
             try:
                 _post(address, key, envelope(inbox, report_id, dsn))
@@ -43,17 +43,14 @@ def forward(inbox, dsn, again=False, say=print):
                 if not isinstance(error, urllib.error.HTTPError):
                     return tuple(counts)  # nobody is there
                 continue
-            done = schema.report.update().where(schema.report.c.id == report_id).values(forwarded=int(time.time()))
-            inbox.writer.do("", lambda connection, change=done: connection.execute(change))
+            inbox.change(report_id, forwarded=int(time.time()))
             counts[0] += 1
     return tuple(counts)
 
 
 def _post(address, key, body):
-    headers = {
-        "Content-Type": "application/x-sentry-envelope",
-        "X-Sentry-Auth": f"Sentry sentry_version=7, sentry_client=wendax-inbox/1.0, sentry_key={key}",
-    }
+    who = f"Sentry sentry_version=7, sentry_client=wendax-inbox/1.0, sentry_key={key}"
+    headers = {"Content-Type": "application/x-sentry-envelope", "X-Sentry-Auth": who}
     with urllib.request.urlopen(urllib.request.Request(address, body, headers), timeout=_LIMIT_SECONDS) as answer:
         answer.read()
 
@@ -63,11 +60,8 @@ def envelope(inbox, report_id, dsn):
     with inbox.engine.connect() as connection:
         row, files = queries.one_report(connection, report_id)
         crash = queries.one_crash(connection, row["crash_id"])
-        contents = {
-            each["id"]: queries.one_attachment(connection, each["id"])["content"]
-            for each in files
-            if each["size"] <= _MOST_FILE
-        }
+        small = [each for each in files if each["size"] <= _MOST_FILE]
+        contents = [queries.one_attachment(connection, each["id"])["content"] for each in small]
     data = reports.unpack(row["details"])
     facts = Facts.from_data(data["facts"]) if data.get("facts") else None
     frames = inbox.symbols.frames(facts.frames)[0] if facts else []
@@ -75,13 +69,11 @@ def envelope(inbox, report_id, dsn):
     sent = time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime())
     pieces = [json.dumps({"event_id": made["event_id"], "sent_at": sent, "dsn": dsn}).encode()]
     pieces += _item({"type": "event", "content_type": "application/json"}, json.dumps(made).encode())
-    for each in files:
-        if each["id"] in contents:
-            name = (
-                f"{each['part'] or 'file'}-{each['id']}.{ {'minidump': 'dmp', 'text': 'txt'}.get(each['media'], 'bin')}"
-            )
-            kind = "event.minidump" if each["media"] == "minidump" else "event.attachment"
-            pieces += _item({"type": "attachment", "filename": name, "attachment_type": kind}, contents[each["id"]])
+    for each, content in zip(small, contents):
+        end = {"minidump": "dmp", "text": "txt"}.get(each["media"], "bin")
+        kind = "event.minidump" if each["media"] == "minidump" else "event.attachment"
+        name = f"{each['part'] or 'file'}-{each['id']}.{end}"
+        pieces += _item({"type": "attachment", "filename": name, "attachment_type": kind}, content)
     return b"\n".join(pieces) + b"\n"
 
 
@@ -122,14 +114,9 @@ def event(row, crash, facts, frames, data):
 
 
 def _frame(each):
-    frame = {
-        "package": each.module,
-        "function": each.function or None,
-        "filename": each.file or None,
-        "lineno": each.line or None,
-    }
-    frame["instruction_addr"] = f"0x{each.address.lower()}" if each.address else None
-    return {name: value for name, value in frame.items() if value is not None}
+    frame = {"package": each.module, "function": each.function, "filename": each.file, "lineno": each.line}
+    frame["instruction_addr"] = each.address and f"0x{each.address.lower()}"
+    return {name: value for name, value in frame.items() if value}
 
 
 def _image(module):

@@ -30,9 +30,8 @@ def messages(path, most):
     elif path.is_file():
         with open(path, "rb") as file:
             is_mbox = file.read(5) == b"From "
-        yield from _of_mbox(path, most) if is_mbox else [
-            (str(path), path.read_bytes() if path.stat().st_size <= most else b"")
-        ]
+        alone = lambda: [(str(path), path.read_bytes() if path.stat().st_size <= most else b"")]
+        yield from _of_mbox(path, most) if is_mbox else alone()
 
 
 def _of_mbox(path, most):

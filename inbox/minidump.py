@@ -19,17 +19,8 @@ _NAMES = {
     0xE06D7363: "C++ exception",
 }
 _TOUCHED = {0: "read", 1: "written", 8: "executed"}
-_REGISTERS = {
-    "EDI": 156,
-    "ESI": 160,
-    "EBX": 164,
-    "EDX": 168,
-    "ECX": 172,
-    "EAX": 176,
-    "EBP": 180,
-    "EIP": 184,
-    "ESP": 196,
-}
+# Where a 32-bit context has them.
+_REGISTERS = dict(zip("EDI ESI EBX EDX ECX EAX EBP EIP CS EFL ESP".split(), range(156, 200, 4)))
 
 
 def is_minidump(content):
@@ -56,9 +47,8 @@ def _read(data):
     thread, _, code, _flags, _record, address, parameters = struct.unpack_from("<IIIIQQI", data, at)
     values = struct.unpack_from("<2Q", data, at + 40)
     context_size, context = struct.unpack_from("<II", data, at + 160)
-    facts = Facts(
-        _NAMES.get(code, f"exception {code:08X}"), code=f"{code:08X}", thread=f"{thread:08X}", source="minidump"
-    )
+    kind = _NAMES.get(code, f"exception {code:08X}")
+    facts = Facts(kind, code=f"{code:08X}", thread=f"{thread:08X}", source="minidump")
     facts.words = f"{facts.kind} ({code:08X})"
     if code in (0xC0000005, 0xC0000006) and parameters >= 2:
         touched = "executed" if values[0] == 0 and values[1] == address else _TOUCHED.get(values[0], "read")
@@ -69,9 +59,8 @@ def _read(data):
     facts.address = f"{address:016X}" if wide else f"{address:08X}"
     places = [address]
     if not wide and context_size >= 204:
-        facts.registers = {
-            name: f"{struct.unpack_from('<I', data, context + off)[0]:08X}" for name, off in _REGISTERS.items()
-        }
+        at_of = lambda offset: struct.unpack_from("<I", data, context + offset)[0]
+        facts.registers = {name: f"{at_of(offset):08X}" for name, offset in _REGISTERS.items()}
         places += _chain(data, streams, thread, int(facts.registers["EBP"], 16))
     facts.frames = [_frame(facts.modules, place, number == 0) for number, place in enumerate(places)]
     return facts

@@ -17,9 +17,8 @@ def spark(days, count=30, width=120, height=22):
         value = days.get(today - count + 1 + number, 0)
         if value:
             tall = max(1.5, value / most * (height - 2))
-            bars.append(
-                f'<rect x="{number * step:.1f}" y="{height - tall:.1f}" width="{step - 1:.1f}" height="{tall:.1f}"/>'
-            )
+            x, y = number * step, height - tall
+            bars.append(f'<rect x="{x:.1f}" y="{y:.1f}" width="{step - 1:.1f}" height="{tall:.1f}"/>')
     told = f"{sum(days.values())} in {count} days, at most {most if days else 0} on one"
     return Markup(
         f'<svg class="spark" width="{width}" height="{height}" role="img"><title>{told}</title>'

@@ -8,7 +8,7 @@ import time
 import sqlalchemy as sa
 
 from inbox import words
-from inbox.schema import attachment, crash, history, report, symbol, tally, wants
+from inbox.schema import all_of, attachment, crash, history, one_of, report, symbol, tally, wants
 
 PAGE = 50
 _MOST_ROWS = 100_000  # of an exported list
@@ -36,10 +36,8 @@ class Filters:
     @staticmethod
     def of(arguments):
         """From a request's arguments; what makes no sense is left out."""
-        values = {
-            f.name: " ".join(arguments.get(f.name, "").replace("\0", "").split())[:200]
-            for f in dataclasses.fields(Filters)
-        }
+        names = [field.name for field in dataclasses.fields(Filters)]
+        values = {name: " ".join(arguments.get(name, "").replace("\0", "").split())[:200] for name in names}
         for name in ("page", "crash"):
             values[name] = int(values[name]) if re.fullmatch(r"\d{1,9}", values[name]) else 0
         values["page"] = min(max(values["page"], 1), 100_000)
@@ -51,12 +49,8 @@ class Filters:
 
     def asked(self):
         """Those that narrow, as an address has them."""
-        plain = Filters()
-        return {
-            f.name: v
-            for f in dataclasses.fields(self)
-            if (v := getattr(self, f.name)) != getattr(plain, f.name) and f.name != "page"
-        }
+        plain = vars(Filters())
+        return {name: value for name, value in vars(self).items() if value != plain[name] and name != "page"}
 
     @property
     def narrows_reports(self):
@@ -97,24 +91,15 @@ def _of_crashes(filters):
 
 def crashes(connection, filters, whole=False):
     """([row], how many there are). A row is a dict with machines, versions and days beside the crash's columns."""
-    columns = list(crash.c)
+    columns, source, sums = list(crash.c), crash, crash.c
     if filters.narrows_reports:
-        mine = sa.select(
-            report.c.crash_id,
-            sa.func.count().label("count"),
-            sa.func.min(report.c.happened).label("first_seen"),
-            sa.func.max(report.c.happened).label("last_seen"),
-        )
-        mine = mine.where(*_of_reports(connection.dialect.name, filters)).group_by(report.c.crash_id).subquery()
-        columns = [each for each in columns if each.name not in ("count", "first_seen", "last_seen")]
-        columns += [mine.c.count, mine.c.first_seen, mine.c.last_seen]
-        source = crash.join(mine, mine.c.crash_id == crash.c.id)
-        order = {"count": mine.c.count, "last": mine.c.last_seen, "first": mine.c.first_seen}[filters.sort]
-    else:
-        source, order = (
-            crash,
-            {"count": crash.c.count, "last": crash.c.last_seen, "first": crash.c.first_seen}[filters.sort],
-        )
+        at = report.c.happened
+        mine = sa.select(report.c.crash_id, sa.func.count().label("count"), sa.func.min(at).label("first_seen"))
+        mine = mine.add_columns(sa.func.max(at).label("last_seen")).group_by(report.c.crash_id)
+        mine = mine.where(*_of_reports(connection.dialect.name, filters)).subquery()
+        sums, source = mine.c, crash.join(mine, mine.c.crash_id == crash.c.id)
+        columns = [sums[each.name] if each.name in ("count", "first_seen", "last_seen") else each for each in columns]
+    order = {"count": sums.count, "last": sums.last_seen, "first": sums.first_seen}[filters.sort]
     asked = sa.select(*columns).select_from(source).where(*_of_crashes(filters)).order_by(order.desc(), crash.c.id)
     rows = _page(connection, asked, filters, whole)
     total = connection.execute(sa.select(sa.func.count()).select_from(source).where(*_of_crashes(filters))).scalar()
@@ -124,29 +109,22 @@ def crashes(connection, filters, whole=False):
 
 
 def _page(connection, asked, filters, whole):
-    cut = asked.limit(_MOST_ROWS) if whole else asked.limit(PAGE).offset((filters.page - 1) * PAGE)
-    return [dict(row) for row in connection.execute(cut).mappings()]
+    start = 0 if whole else (filters.page - 1) * PAGE
+    return all_of(connection, asked.limit(_MOST_ROWS if whole else PAGE).offset(start))
 
 
 def _add_tallies(connection, rows):
     by_id = {row["id"]: row for row in rows}
     for row in rows:
         row.update(machines=0, versions=[], days={})
-    mine = (tally.c.crash_id.in_(list(by_id)), tally.c.count > 0)
-    machines = (
-        sa.select(tally.c.crash_id, sa.func.count()).where(*mine, tally.c.what == "machine").group_by(tally.c.crash_id)
-    )
+    mine = sa.select(tally.c.crash_id).where(tally.c.crash_id.in_(list(by_id)), tally.c.count > 0)
+    machines = mine.add_columns(sa.func.count()).where(tally.c.what == "machine").group_by(tally.c.crash_id)
     for crash_id, count in connection.execute(machines):
         by_id[crash_id]["machines"] = count
-    for crash_id, value in connection.execute(
-        sa.select(tally.c.crash_id, tally.c.value).where(*mine, tally.c.what == "version")
-    ):
+    for crash_id, value in connection.execute(mine.add_columns(tally.c.value).where(tally.c.what == "version")):
         by_id[crash_id]["versions"].append(value)
-    first = str(int(time.time()) // 86400 - 29)
-    days = sa.select(tally.c.crash_id, tally.c.value, tally.c.count).where(
-        *mine, tally.c.what == "day", tally.c.value >= first
-    )
-    for crash_id, value, count in connection.execute(days):
+    days = mine.add_columns(tally.c.value, tally.c.count).where(tally.c.what == "day")
+    for crash_id, value, count in connection.execute(days.where(tally.c.value >= str(int(time.time()) // 86400 - 29))):
         by_id[crash_id]["days"][int(value)] = count
     for row in rows:
         row["versions"].sort(key=version_order)
@@ -154,9 +132,8 @@ def _add_tallies(connection, rows):
 
 def version_order(text):
     """Sorts 1.10 behind 1.9."""
-    return [
-        (0, int(part), "") if part.isdecimal() and len(part) < 19 else (1, 0, part) for part in re.split(r"[. ]", text)
-    ]
+    whole = lambda part: part.isdecimal() and len(part) < 19
+    return [(0, int(part), "") if whole(part) else (1, 0, part) for part in re.split(r"[. ]", text)]
 
 
 def reports(connection, filters, unreadable=False, whole=False):
@@ -174,18 +151,15 @@ def reports(connection, filters, unreadable=False, whole=False):
 def one_crash(connection, crash_id):
     """The crash with its tallies, or None; follows where its reports have gone."""
     for _ in range(20):
-        row = connection.execute(sa.select(crash).where(crash.c.id == crash_id)).mappings().first()
+        row = one_of(connection, sa.select(crash).where(crash.c.id == crash_id))
         if not row or not row["merged_into"]:
             break
         crash_id = row["merged_into"]
     if not row or not row["count"]:
         return None
-    row = dict(row)
     _add_tallies(connection, [row])
-    asked = (
-        sa.select(history).where(history.c.crash_id == row["id"]).order_by(history.c.time.desc(), history.c.id.desc())
-    )
-    row["history"] = connection.execute(asked.limit(100)).mappings().all()
+    asked = sa.select(history).where(history.c.crash_id == row["id"])
+    row["history"] = all_of(connection, asked.order_by(history.c.time.desc(), history.c.id.desc()).limit(100))
     return row
 
 
@@ -201,7 +175,7 @@ def by_version(connection, crash_id=None):
     }
     asked = sa.select(*columns, *(each.label(name) for name, each in sums.items()))
     condition = report.c.crash_id == crash_id if crash_id else report.c.crash_id.is_not(None)
-    rows = [dict(row) for row in connection.execute(asked.where(condition).group_by(*columns)).mappings()]
+    rows = all_of(connection, asked.where(condition).group_by(*columns))
     return sorted(rows, key=lambda row: (row.get("product", ""), version_order(row["version"])))
 
 
@@ -216,21 +190,14 @@ def by_day(connection, crash_id, days=60):
 
 def one_report(connection, report_id):
     """(row, its attachments without their bytes), or None."""
-    row = connection.execute(sa.select(report).where(report.c.id == report_id)).mappings().first()
-    if not row:
-        return None
+    row = one_of(connection, sa.select(report).where(report.c.id == report_id))
     columns = [each for each in attachment.c if each.name != "content"]
-    files = connection.execute(sa.select(*columns).where(attachment.c.report_id == report_id).order_by(attachment.c.id))
-    return dict(row), [dict(each) for each in files.mappings()]
-
-
-def newest_report(connection, crash_id):
-    asked = sa.select(report.c.id).where(report.c.crash_id == crash_id).order_by(report.c.happened.desc()).limit(1)
-    return connection.execute(asked).scalar()
+    asked = sa.select(*columns).where(attachment.c.report_id == report_id).order_by(attachment.c.id)
+    return (row, all_of(connection, asked)) if row else None
 
 
 def one_attachment(connection, attachment_id):
-    return connection.execute(sa.select(attachment).where(attachment.c.id == attachment_id)).mappings().first()
+    return one_of(connection, sa.select(attachment).where(attachment.c.id == attachment_id))
 
 
 def missing_symbols(connection):
@@ -238,13 +205,9 @@ def missing_symbols(connection):
     here = sa.select(symbol.c.key)
     asked = sa.select(wants.c.module, wants.c.key, sa.func.count().label("count")).where(wants.c.key.not_in(here))
     asked = asked.group_by(wants.c.module, wants.c.key).order_by(sa.func.count().desc(), wants.c.key).limit(200)
-    return connection.execute(asked).mappings().all()
+    return all_of(connection, asked)
 
 
 def kept_symbols(connection):
-    asked = (
-        sa.select(symbol.c.name, symbol.c.key, symbol.c.added)
-        .order_by(symbol.c.added.desc(), symbol.c.name)
-        .limit(1000)
-    )
-    return connection.execute(asked).mappings().all()
+    asked = sa.select(symbol.c.name, symbol.c.key, symbol.c.added)
+    return all_of(connection, asked.order_by(symbol.c.added.desc(), symbol.c.name).limit(1000))

@@ -3,6 +3,7 @@ the caller's transaction."""
 
 import hashlib
 import json
+import re
 import time
 import zlib
 
@@ -72,16 +73,10 @@ class Reports:
             for name in ("product", "version", "windows", "processor", "machine"):
                 row[name] = _clean(getattr(understood, name))
             row.update(kind=made.kind, address=facts.address if facts else "", pending=int(more))
-            row["details"] = pack(
-                {"facts": facts and facts.to_data(), "system": understood.system, "words": understood.words}
-            )
-        found = words.words_of(
-            *_row_words(row),
-            reason,
-            *_fault_words(facts, frames, made),
-            *(each.name for each in parcel.attachments),
-            parcel.text[:4000],
-        )
+            told = {"facts": facts and facts.to_data(), "system": understood.system, "words": understood.words}
+            row["details"] = pack(told)
+        names = [each.name for each in parcel.attachments]
+        found = words.words_of(*_words(row, facts, frames, made), reason, *names, parcel.text[:4000])
 
         def write(connection):
             columns = schema.report.c.id, schema.report.c.sender, schema.report.c.sent
@@ -92,9 +87,8 @@ class Reports:
                 row["crash_id"] = self._counted(connection, made, row)
             report_id = connection.execute(schema.report.insert(), row).inserted_primary_key[0]
             if parcel.attachments:
-                connection.execute(
-                    schema.attachment.insert(), [_file_row(report_id, each) for each in parcel.attachments]
-                )
+                files = [_file_row(report_id, each) for each in parcel.attachments]
+                connection.execute(schema.attachment.insert(), files)
             if wanted:
                 rows = [{"key": key, "report_id": report_id, "module": _clean(name)} for key, name in wanted.items()]
                 connection.execute(schema.wants.insert(), rows)
@@ -122,41 +116,34 @@ class Reports:
         crash_id, state, fixed_in = connection.execute(sa.text(text), values).one()
         _tally(connection, crash_id, row, 1)
         if state == "fixed" and at_least(row["version"], fixed_in):
-            done = schema.crash.update().where(schema.crash.c.id == crash_id).values(state="open", regressed=1)
-            connection.execute(done)
+            schema.change(connection, schema.crash, crash_id, state="open", regressed=1)
             note_down(connection, crash_id, f"opened again: a report from {row['version']}, fixed in {fixed_in}")
         return crash_id
 
     def regroup(self, report_id):
         """Looks a report's symbols up, and moves it to the crash of its signature. Returns whether it has moved."""
-        with self._writer._engine.connect() as connection:
-            row = connection.execute(sa.select(schema.report).where(schema.report.c.id == report_id)).mappings().first()
+        asked = sa.select(schema.report).where(schema.report.c.id == report_id)
+        with self._writer.engine.connect() as connection:
+            row = schema.one_of(connection, asked)
         if not row or row["unreadable"]:
             return False
-        data = unpack(row["details"])["facts"]
-        facts = Facts.from_data(data) if data else None
+        data = unpack(row["details"])
+        facts = Facts.from_data(data["facts"]) if data["facts"] else None
         frames = self._symbols.frames(facts.frames, ask=True)[0] if facts else []
         made = signature(facts, frames, self.rules, row["product"])
-        changed = words.words_of(
-            *_row_words(row), *_fault_words(facts, frames, made), unpack(row["details"])["words"][:4000]
-        )
+        found = words.words_of(*_words(row, facts, frames, made), data["words"][:4000])
 
         def write(connection):
-            now = connection.execute(sa.select(schema.report).where(schema.report.c.id == report_id)).mappings().first()
+            now = schema.one_of(connection, asked)
             if not now:
                 return False
-            connection.execute(schema.report.update().where(schema.report.c.id == report_id).values(pending=0))
-            old = (
-                connection.execute(sa.select(schema.crash).where(schema.crash.c.id == now["crash_id"])).mappings().one()
-            )
+            old = schema.one_of(connection, sa.select(schema.crash).where(schema.crash.c.id == now["crash_id"]))
             words.remove(connection, [report_id])
-            words.add(connection, report_id, changed)
-            if old["digest"] == made.digest:
+            words.add(connection, report_id, found)
+            new = old["id"] if old["digest"] == made.digest else self._counted(connection, made, now)
+            schema.change(connection, schema.report, report_id, pending=0, crash_id=new, kind=made.kind)
+            if new == old["id"]:
                 return False
-            new = self._counted(connection, made, now)
-            connection.execute(
-                schema.report.update().where(schema.report.c.id == report_id).values(crash_id=new, kind=made.kind)
-            )
             _tally(connection, old["id"], now, -1)
             _inherit(connection, old, new)
             recount(connection, [old["id"]], merged_into=new)
@@ -166,50 +153,28 @@ class Reports:
 
 
 def _inherit(connection, old, new):
-    """A crash that begins with this report goes on where the report's former one was: its state, note and history."""
-    row = connection.execute(sa.select(schema.crash).where(schema.crash.c.id == new)).mappings().one()
-    left = connection.execute(sa.select(schema.crash.c.count).where(schema.crash.c.id == old["id"])).scalar()
-    begins = (
-        row["count"] == 1
-        and not connection.execute(
-            sa.select(schema.history.c.id).where(schema.history.c.crash_id == new).limit(1)
-        ).first()
-    )
+    """A crash that begins with a report goes on where the report's former one was. The last one to leave takes the history
+    along."""
+    count = sa.select(schema.crash.c.count).where(schema.crash.c.id == new)
+    begins, last = connection.execute(count).scalar() == 1, old["count"] == 1
     if begins:
         kept = {name: old[name] for name in ("state", "fixed_in", "note", "regressed")}
-        connection.execute(schema.crash.update().where(schema.crash.c.id == new).values(kept))
-    if begins or left == 1:
-        rows = connection.execute(
-            sa.select(schema.history.c.time, schema.history.c.text).where(schema.history.c.crash_id == old["id"])
-        )
-        copied = [{"crash_id": new, "time": at, "text": text} for at, text in rows]
-        if copied and not (left == 1 and _was_copied(connection, new, copied[0])):
-            connection.execute(schema.history.insert(), copied)
-        verb = "begun by" if begins else "joined by all"
+        schema.change(connection, schema.crash, new, **kept)
+    if last:
+        theirs = schema.history.update().where(schema.history.c.crash_id == old["id"])
+        connection.execute(theirs.values(crash_id=new))
+    if begins or last:
+        verb = "joined by all" if last else "begun by"
         note_down(connection, new, f"{verb} reports that were grouped as: {old['signature'][:300]}")
-
-
-def _was_copied(connection, new, first):
-    same = (
-        schema.history.c.crash_id == new,
-        schema.history.c.time == first["time"],
-        schema.history.c.text == first["text"],
-    )
-    return connection.execute(sa.select(schema.history.c.id).where(*same)).first() is not None
 
 
 def recount(connection, crash_ids, merged_into=None):
     """Brings the sums of crashes in line with their reports. One without any is merged, or it goes."""
     for crash_id in crash_ids:
-        mine = schema.report.c.crash_id == crash_id
         span = sa.select(sa.func.count(), sa.func.min(schema.report.c.happened), sa.func.max(schema.report.c.happened))
-        count, first, last = connection.execute(span.select_from(schema.report).where(mine)).one()
-        this = schema.crash.c.id == crash_id
-        if count:
-            values = {"count": count, "first_seen": first, "last_seen": last}
-        else:
-            values = {"count": 0, "merged_into": merged_into}
-        connection.execute(schema.crash.update().where(this).values(values))
+        count, first, last = connection.execute(span.where(schema.report.c.crash_id == crash_id)).one()
+        values = {"count": count, "first_seen": first, "last_seen": last} if count else {"merged_into": merged_into}
+        schema.change(connection, schema.crash, crash_id, **{"count": 0, **values})
 
 
 def _tally(connection, crash_id, row, by):
@@ -217,19 +182,16 @@ def _tally(connection, crash_id, row, by):
         "INSERT INTO tally(crash_id, what, value, count) VALUES (:crash, :what, :value, :by)"
         " ON CONFLICT (crash_id, what, value) DO UPDATE SET count = tally.count + :by"
     )
-    values = {"day": str(row["day"]), "machine": row["machine"], "version": row["version"]}
-    rows = [
-        {"crash": crash_id, "what": what, "value": value, "by": by}
-        for what, value in values.items()
-        if value or what != "machine"
-    ]
+    values = [("day", str(row["day"])), ("version", row["version"])]
+    values += [("machine", row["machine"])] if row["machine"] else []
+    rows = [{"crash": crash_id, "what": what, "value": value, "by": by} for what, value in values]
     connection.execute(sa.text(text), rows)
 
 
 def delete(connection, report_ids):
     """Deletes reports with all that came with them."""
     report_ids = list(report_ids)
-    rows = connection.execute(sa.select(schema.report).where(schema.report.c.id.in_(report_ids))).mappings().all()
+    rows = schema.all_of(connection, sa.select(schema.report).where(schema.report.c.id.in_(report_ids)))
     for row in rows:
         if row["crash_id"]:
             _tally(connection, row["crash_id"], row, -1)
@@ -247,25 +209,17 @@ def note_down(connection, crash_id, text):
 
 def at_least(version, other):
     """Whether a version is that one or a later one. Only numbers can be compared."""
-    numbers = [
-        [int(part[:18]) for part in text.split(".")]
-        if text.replace(".", "0").isdecimal() and "" not in text.split(".")
-        else None
-        for text in (version, other)
-    ]
-    if None in numbers:
+    if not all(re.fullmatch(r"\d{1,18}(\.\d{1,18})*", text) for text in (version, other)):
         return False
-    longest = max(map(len, numbers))
-    mine, theirs = (each + [0] * (longest - len(each)) for each in numbers)
+    mine, theirs = ([int(part) for part in text.split(".")] for text in (version, other))
+    while theirs and not theirs[-1]:
+        theirs.pop()  # 2.0.0 is 2
     return mine >= theirs
 
 
-def _row_words(row):
-    return [row.get(name, "") for name in ("subject", "sender", "product", "version", "windows", "processor")]
-
-
-def _fault_words(facts, frames, made):
-    told = [facts.words, *facts.values.values()] if facts else []
+def _words(row, facts, frames, made):
+    told = [row.get(name, "") for name in ("subject", "sender", "product", "version", "windows", "processor")]
+    told += [facts.words, *facts.values.values()] if facts else []
     return [made.text if made else "", *told, *(f"{each.module} {each.function} {each.file}" for each in frames[:60])]
 
 

@@ -8,56 +8,46 @@ _text = lambda name, **options: sa.Column(name, sa.Text, nullable=False, default
 _number = lambda name, **options: sa.Column(name, sa.BigInteger, nullable=False, default=0, **options)
 _id = lambda: sa.Column("id", sa.BigInteger().with_variant(sa.Integer, "sqlite"), primary_key=True, autoincrement=True)
 
+# state: open, fixed or ignored. regressed: 1 if a report from the version that should have mended it has opened it again.
+# merged_into: the crash to which regrouping has moved all of its reports.
 crash = sa.Table(
     "crash",
     _metadata,
     _id(),
     _text("digest", unique=True),
-    *map(_text, ("signature", "kind", "title", "module")),
-    _text("state"),  # open, fixed, ignored
-    _text("fixed_in"),
-    _text("note"),
-    _number("regressed"),  # 1: opened again by a report from the version that should have mended it
-    _number("count"),
-    _number("first_seen"),
-    _number("last_seen"),
-    sa.Column("merged_into", sa.BigInteger),  # the crash to which regrouping has moved all of its reports
+    *map(_text, ("signature", "kind", "title", "module", "state", "fixed_in", "note")),
+    *map(_number, ("regressed", "count", "first_seen", "last_seen")),
+    sa.Column("merged_into", sa.BigInteger),
     sa.Index("crash_by_count", "state", "count"),
     sa.Index("crash_by_last_seen", "state", "last_seen"),
 )
+_words = "road sender subject product version windows processor machine kind address unreadable".split()
+# content: digest of what the report says, whoever sent it whenever. crash_id: null if it is unreadable, for that reason.
+# happened: as the message says, else when it was received. details: packed JSON, see reports.py. pending: 1 while it waits
+# for its symbols to be looked up. forwarded: when.
 report = sa.Table(
     "report",
     _metadata,
     _id(),
     _text("digest", unique=True),
-    _text("content", index=True),  # digest of what the report says, whoever sent it whenever
-    sa.Column("sent", sa.BigInteger),
-    sa.Column("crash_id", sa.BigInteger),  # null: unreadable
-    _number("received"),
-    _number("happened"),  # as the message says; else when it was received
-    _number("day"),
-    *map(
-        _text, ("road", "sender", "subject", "product", "version", "windows", "processor", "machine", "kind", "address")
-    ),
-    _number("size"),
-    sa.Column("details", sa.LargeBinary),  # packed JSON, see reports.py
-    _text("unreadable"),  # why
-    _number("pending"),  # 1: waits for its symbols to be looked up
-    sa.Column("forwarded", sa.BigInteger),  # when
+    _text("content", index=True),
+    *(sa.Column(name, sa.BigInteger) for name in ("sent", "crash_id", "forwarded")),
+    *map(_number, ("received", "happened", "day", "size", "pending")),
+    *map(_text, _words),
+    sa.Column("details", sa.LargeBinary),
     sa.Index("report_of_crash", "crash_id", "happened", "version", "machine"),
     sa.Index("report_by_time", "happened"),
     sa.Index("report_by_version", "version", "crash_id"),
     sa.Index("report_by_sender", "sender"),
     sa.Index("report_pending", "pending", sqlite_where=sa.text("pending = 1"), postgresql_where=sa.text("pending = 1")),
 )
+# name: the client's word. media: what it is by its bytes, text, picture, minidump or other.
 attachment = sa.Table(
     "attachment",
     _metadata,
     _id(),
     sa.Column("report_id", sa.BigInteger, nullable=False, index=True),
-    _text("part"),
-    _text("name"),  # the client's word
-    _text("media"),  # what it is by its bytes: text, picture, minidump, other
+    *map(_text, ("part", "name", "media")),
     _number("size"),
     sa.Column("content", sa.LargeBinary, nullable=False),
 )
@@ -66,19 +56,11 @@ tally = sa.Table(
     "tally",
     _metadata,
     sa.Column("crash_id", sa.BigInteger, primary_key=True),
-    sa.Column("what", sa.Text, primary_key=True),
-    sa.Column("value", sa.Text, primary_key=True),
+    *(sa.Column(name, sa.Text, primary_key=True) for name in ("what", "value")),
     _number("count"),
-    sa.Index("tally_by_value", "what", "value"),
 )
-history = sa.Table(
-    "history",
-    _metadata,
-    _id(),
-    sa.Column("crash_id", sa.BigInteger, nullable=False, index=True),
-    _number("time"),
-    _text("text"),
-)
+_of_crash = sa.Column("crash_id", sa.BigInteger, nullable=False, index=True)
+history = sa.Table("history", _metadata, _id(), _of_crash, _number("time"), _text("text"))
 # The modules in the stack of a report whose PDB would tell functions.
 wants = sa.Table(
     "wants",
@@ -88,26 +70,31 @@ wants = sa.Table(
     _text("module"),
     sa.Index("wants_of_report", "report_id"),
 )
-symbol = sa.Table(
-    "symbol",
-    _metadata,
-    sa.Column("key", sa.Text, primary_key=True),
-    _text("name"),
-    _number("added"),
-    sa.Column("content", sa.LargeBinary),
-)
+_key, _content = sa.Column("key", sa.Text, primary_key=True), sa.Column("content", sa.LargeBinary)
+symbol = sa.Table("symbol", _metadata, _key, _text("name"), _number("added"), _content)
 # What llvm-symbolizer has said: JSON of [[function, file, line], ...], innermost first.
 place = sa.Table("place", _metadata, sa.Column("at", sa.Text, primary_key=True), _text("said"))
 setting = sa.Table("setting", _metadata, sa.Column("name", sa.Text, primary_key=True), _text("value"))
 
 
+def all_of(connection, asked):
+    return [dict(row) for row in connection.execute(asked).mappings()]
+
+
+def one_of(connection, asked):
+    row = connection.execute(asked).mappings().first()
+    return dict(row) if row else None
+
+
+def change(connection, table, row_id, **values):
+    connection.execute(table.update().where(table.c.id == row_id).values(values))
+
+
 def open_engine(url):
-    """The engine for a database's URL, with all tables in it. Transactions of writers() take SQLite's one lock at once."""
+    """The engine for a database's URL, with all tables in it. Those with the option writes take SQLite's one lock at once."""
     if url.startswith("sqlite"):
-        options = {"timeout": 60, "check_same_thread": False}
-        engine = sa.create_engine(
-            url, future=True, poolclass=sa.pool.QueuePool, pool_size=20, pool_use_lifo=True, connect_args=options
-        )
+        pool = {"poolclass": sa.pool.QueuePool, "pool_size": 20, "pool_use_lifo": True}
+        engine = sa.create_engine(url, future=True, connect_args={"timeout": 60, "check_same_thread": False}, **pool)
         sa.event.listen(engine, "connect", _prepare_sqlite)
         sa.event.listen(engine, "begin", _begin_sqlite)
     else:

@@ -91,6 +91,5 @@ def signature(facts, frames, rules, product=""):
     title = "no known place"
     if first:
         title = plain(first.function) or f"{first.module}+{first.offset:X}"
-    return Signature(
-        " | ".join([facts.kind, *(named or [product.lower()])]), facts.kind, title, first.module if first else ""
-    )
+    text = " | ".join([facts.kind, *(named or [product.lower()])])
+    return Signature(text, facts.kind, title, first.module if first else "")

@@ -123,9 +123,8 @@ class Symbols:
                 for line in answer.lines if answer else []:
                     match = _LINE.fullmatch(line)
                     if match:
-                        places[int(match[1], 16)].append(
-                            [match["function"], match["file"] or "", int(match["line"] or 0)]
-                        )
+                        place = [match["function"], match["file"] or "", int(match["line"] or 0)]
+                        places[int(match[1], 16)].append(place)
                 said.update(zip(these, places))
         return said
 

@@ -47,20 +47,10 @@ def understand(parcel):
         version = f"build {program.key[:8]}"
     if facts:
         version = facts.values.get("version", version)
-    processor = (
-        read(r"^Extended Processor Name: *(.+)$") or read(r"^Processor Name: *(.+)$") or read(r"^Vendor: *(.+)$")
-    )
-    words = parcel.text[:_MOST_WORDS]
-    return Understood(
-        facts,
-        _short(product),
-        _short(version),
-        _short(_windows(system)),
-        _short(processor),
-        _machine(parcel, system),
-        system,
-        words,
-    )
+    processor = _first(r"^(?:Extended Processor Name|Processor Name|Vendor): *(\S.*)$", system)
+    processor = read(r"^Extended Processor Name: *(\S.*)$") or processor
+    short = map(_short, (product, version, _windows(system), processor))
+    return Understood(facts, *short, _machine(parcel, system), system, parcel.text[:_MOST_WORDS])
 
 
 def _facts(parcel):
@@ -81,12 +71,8 @@ def _system(text):
     begin = text.find("Windows Version:\n")
     if begin < 0:
         return ""
-    ends = [
-        at
-        for mark in ("\nDebug info is not", "\nCrush Expantion:", "\nfaultkit.dll was", "\nStack Trace:")
-        for at in [text.find(mark, begin)]
-        if at > 0
-    ]
+    marks = ("\nDebug info is not", "\nCrush Expantion:", "\nfaultkit.dll was", "\nStack Trace:")
+    ends = [at for at in (text.find(mark, begin) for mark in marks) if at > 0]
     return text[begin : min(ends, default=len(text))][:_MOST_SYSTEM].rstrip()
 
 

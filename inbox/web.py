@@ -75,7 +75,7 @@ def _add_upload(app, inbox):
 
 
 def _add_lists(app, inbox):
-    def show(name, ask, **more):
+    def show(name, ask):
         """A list as a page, or whole as CSV or JSON."""
 
         def view(form="html"):
@@ -84,9 +84,8 @@ def _add_lists(app, inbox):
                 rows, total = ask(connection, filters, whole=form != "html")
             if form == "html":
                 pages = -(-total // queries.PAGE)
-                return flask.render_template(
-                    f"{name}.html", rows=rows, total=total, pages=pages, filters=filters, **more
-                )
+                more = {"chart": plots.versions_chart, "pages": pages, "filters": filters}
+                return flask.render_template(f"{name}.html", rows=rows, total=total, **more)
             if form not in exports.WRITERS:
                 flask.abort(404)
             return exports.WRITERS[form](name, rows)
@@ -98,23 +97,16 @@ def _add_lists(app, inbox):
     def versions(connection, filters, whole):
         rows = queries.by_version(connection)
         products = sorted({row["product"] for row in rows})
-        chosen = (
-            filters.product
-            if filters.product in products or not products
-            else max(products, key=lambda p: sum(row["count"] for row in rows if row["product"] == p))
-        )
+        sums = {product: sum(row["count"] for row in rows if row["product"] == product) for product in products}
+        chosen = filters.product if filters.product in sums else max(sums, key=sums.get, default="")
         flask.g.products, flask.g.product = products, chosen
         rows = rows if whole else [row for row in rows if row["product"] == chosen]
         return rows, len(rows)
 
-    for path, name, ask in (
-        ("/", "crashes", queries.crashes),
-        ("/reports", "reports", queries.reports),
-        ("/unreadable", "unreadable", unreadable),
-        ("/versions", "versions", versions),
-    ):
-        view = show(name, ask, chart=plots.versions_chart)
-        app.add_url_rule(path, name, view)
+    asks = {"crashes": queries.crashes, "reports": queries.reports, "unreadable": unreadable, "versions": versions}
+    for name, ask in asks.items():
+        view = show(name, ask)
+        app.add_url_rule("/" if name == "crashes" else f"/{name}", name, view)
         app.add_url_rule(f"/{name}.<form>", f"{name}_file", view)
 
     @app.get("/symbols")
@@ -155,27 +147,15 @@ def _add_pages(app, inbox):
         with inbox.engine.connect() as connection:
             row, files, facts, frames, data = told(connection, min(report_id, 1 << 62))
             of = queries.one_crash(connection, row["crash_id"]) if row["crash_id"] else None
-        return flask.render_template(
-            "report.html",
-            report=row,
-            files=files,
-            facts=facts,
-            frames=frames,
-            data=data,
-            crash=of,
-            is_own=inbox.reports.rules.is_own,
-        )
+        more = {"crash": of, "is_own": inbox.reports.rules.is_own, "facts": facts, "frames": frames, "data": data}
+        return flask.render_template("report.html", report=row, files=files, **more)
 
     @app.get("/report/<int:report_id>.json")
     def report_file(report_id):
         with inbox.engine.connect() as connection:
             row, files, facts, frames, data = told(connection, min(report_id, 1 << 62))
-        row.update(
-            attachments=files,
-            stack=[vars(frame) for frame in frames],
-            system=data.get("system"),
-            words=data.get("words"),
-        )
+        row.update(attachments=files, stack=[vars(each) for each in frames])
+        row.update(system=data.get("system"), words=data.get("words"))
         row["fault"] = facts and facts.to_data()
         return flask.jsonify(row)
 
@@ -188,10 +168,8 @@ def _add_pages(app, inbox):
     def attachment(attachment_id):
         row = bytes_of(attachment_id)
         name = f"report-{row['report_id']}-{attachment_id}.{_MEDIA_ENDS.get(row['media'], 'bin')}"
-        headers = {
-            "Content-Disposition": f'attachment; filename="{name}"',
-            "Content-Security-Policy": "default-src 'none'; sandbox",
-        }
+        headers = {"Content-Disposition": f'attachment; filename="{name}"'}
+        headers["Content-Security-Policy"] = "default-src 'none'; sandbox"
         return flask.Response(row["content"], mimetype="application/octet-stream", headers=headers)
 
     @app.get("/picture/<int:attachment_id>")
@@ -210,11 +188,10 @@ def _add_changes(app, inbox):
             flask.abort(400, "A fixed crash needs the version that it is fixed in.")
 
         def write(connection):
-            this = schema.crash.c.id == crash_id
-            before = connection.execute(sa.select(schema.crash).where(this)).mappings().first() or flask.abort(404)
+            asked = sa.select(schema.crash).where(schema.crash.c.id == crash_id)
+            before = schema.one_of(connection, asked) or flask.abort(404)
             mended = fixed_in if state == "fixed" else ""
-            values = {"state": state, "fixed_in": mended, "note": note, "regressed": 0}
-            connection.execute(schema.crash.update().where(this).values(values))
+            schema.change(connection, schema.crash, crash_id, state=state, fixed_in=mended, note=note, regressed=0)
             if (before["state"], before["fixed_in"]) != (state, mended):
                 reports.note_down(connection, crash_id, f"{state} in {mended}" if mended else state)
             if before["note"] != note:
@@ -234,9 +211,8 @@ def _add_changes(app, inbox):
         if not sender:
             flask.abort(400, "Whose reports?")
         gone = inbox.delete(schema.report.c.sender == sender)
-        return flask.render_template(
-            "message.html", title="Deleted", words=f"{gone} reports of {sender} are deleted with their files."
-        )
+        told = f"{gone} reports of {sender} are deleted with their files."
+        return flask.render_template("message.html", title="Deleted", words=told)
 
 
 def _time(seconds):
@@ -248,10 +224,6 @@ def _day(seconds):
 
 
 def _size(count):
-    return (
-        f"{count} bytes"
-        if count < 10_000
-        else f"{count / 1024:.0f} KB"
-        if count < 10 << 20
-        else f"{count / (1 << 20):.1f} MB"
-    )
+    if count < 10_000:
+        return f"{count} bytes"
+    return f"{count / 1024:.0f} KB" if count < 10 << 20 else f"{count / (1 << 20):.1f} MB"

@@ -12,7 +12,7 @@ _MOST_AT_ONCE = 100
 
 class Writer:
     def __init__(self, engine):
-        self._engine = engine.execution_options(writes=True)
+        self.engine = engine.execution_options(writes=True)
         self._jobs = queue.SimpleQueue()
         threading.Thread(target=self._run, name="writer", daemon=True).start()
 
@@ -42,7 +42,7 @@ class Writer:
         """[(whether done, result or exception)], or None."""
         results = []
         try:
-            with self._engine.begin() as connection:
+            with self.engine.begin() as connection:
                 for _, job, _future in batch:
                     try:
                         with connection.begin_nested():
