@@ -151,8 +151,8 @@ void print_held(const Held& held) {
                        static_cast<const char*>(held.caller), &module);
     GetModuleFileNameA(module, path, MAX_PATH);
     const char* const backslash = strrchr(path, '\\');
-    printf("held %s %s+%lx\n", held.kind, backslash ? backslash + 1 : path,
-           reinterpret_cast<DWORD>(held.caller) - reinterpret_cast<DWORD>(module));
+    const auto offset = reinterpret_cast<uintptr_t>(held.caller) - reinterpret_cast<uintptr_t>(module);
+    printf("held %s %s+%lx\n", held.kind, backslash ? backslash + 1 : path, static_cast<unsigned long>(offset));
 }
 
 void print_round(unsigned number, int left) {

@@ -6,8 +6,11 @@ import pathlib
 import shutil
 
 from testing.host import Host
+from testing.product import MACHINE
 
 HERE = pathlib.Path(__file__).parent
+# Those of both machines, and those of the one that the build tree is for.
+CALLS = "".join((HERE / place / "calls.txt").read_text() for place in (".", MACHINE.name))
 CONTENT = bytes(range(256)) * 4
 
 
@@ -34,7 +37,7 @@ class FailingHost:
         self.host = Host(stage, "failing_host.exe", desktop=stage.desktop(width=320, height=240))
         place_library(self.host.folder / "Wendax.dll")
         shutil.copy(stage.product("faultkit.dll"), self.host.folder)
-        shutil.copy(HERE / "calls.txt", self.host.folder)
+        (self.host.folder / "calls.txt").write_text(CALLS)
         application = shutil.copy(self.host.exe, self.host.folder / "Lumivale.exe")
         self.host.wine.set_registry(
             r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\App Paths\Lumivale.exe",

@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "tests/failing_calls/gate_entry.h"
 #include "tests/failing_calls/held.h"
 
 void (*dialog_made)(HWND dialog);
@@ -11,7 +12,6 @@ void (*dialog_made)(HWND dialog);
 namespace {
 
 constexpr unsigned kMostCalls = 400;
-constexpr unsigned kStubSize = 16;
 
 Call calls[kMostCalls];
 unsigned call_count;
@@ -51,24 +51,25 @@ bool is_own(HMODULE module) {
 }
 
 // The answer is 0 or all ones where the function failed; of a status with its result in an argument it is not 0.
-bool went_well(const Call& call, int answer) {
-    const bool is_status = call.out && call.answer != 0;
-    return is_status ? answer == 0 : answer != 0 && answer != -1;
+bool went_well(const Call& call, intptr_t answer) {
+    if (!call.out)
+        return answer != 0 && answer != -1;
+    return (call.answer != 0) == (static_cast<int>(answer) == 0);
 }
 
-void note_opened(const Call& call, const DWORD* arguments, int answer, const void* caller) {
+void note_opened(const Call& call, const uintptr_t* arguments, intptr_t answer, const void* caller) {
     if (strcmp(call.name, "HeapReAlloc") == 0 && answer)
         closed("block", arguments[2]);
     if (!*call.opens || !went_well(call, answer))
         return;
-    const DWORD value =
-        call.out ? *reinterpret_cast<const DWORD*>(arguments[call.out - 1]) : static_cast<DWORD>(answer);
+    const uintptr_t value =
+        call.out ? *reinterpret_cast<const uintptr_t*>(arguments[call.out - 1]) : static_cast<uintptr_t>(answer);
     if (value)
         opened(call.opens, value, caller);
 }
 
 // What a call brings in gets gates as well.
-int follow(const Call& call, const DWORD* arguments, int answer) {
+intptr_t follow(const Call& call, const uintptr_t* arguments, intptr_t answer) {
     if (!answer)
         return answer;
     if (strncmp(call.name, "LoadLibrary", 11) == 0 && is_own(reinterpret_cast<HMODULE>(answer)))
@@ -83,7 +84,7 @@ int follow(const Call& call, const DWORD* arguments, int answer) {
         if (found->never)
             return answer;
         found->original = reinterpret_cast<const void*>(answer);
-        return reinterpret_cast<int>(found->stub);
+        return reinterpret_cast<intptr_t>(found->stub);
     }
     if (strcmp(call.name, "CreateDialogIndirectParamA") == 0 && dialog_made)
         dialog_made(reinterpret_cast<HWND>(answer));
@@ -94,8 +95,7 @@ int follow(const Call& call, const DWORD* arguments, int answer) {
 
 extern "C" {
 
-// What to call; null when the call fails instead.
-const void* __cdecl gate_before(Call* call, const DWORD* arguments) {
+const void* __cdecl gate_before(Call* call, const uintptr_t* arguments) {
     const DWORD error = GetLastError();
     bool fails = false;
     if (armed) {
@@ -104,7 +104,7 @@ const void* __cdecl gate_before(Call* call, const DWORD* arguments) {
         has_failed |= fails;
     }
     if (*call->closes && (!fails || call->is_made) &&
-        (strcmp(call->name, "VirtualFree") != 0 || arguments[2] == MEM_RELEASE))
+        (strcmp(call->name, "VirtualFree") != 0 || static_cast<DWORD>(arguments[2]) == MEM_RELEASE))
         closed(call->closes, arguments[call->closed - 1]);
     SetLastError(error);
     if (fails && !call->is_made)
@@ -112,12 +112,12 @@ const void* __cdecl gate_before(Call* call, const DWORD* arguments) {
     return call->replacement ? call->replacement : call->original;
 }
 
-int __cdecl gate_failed(const Call* call) {
+intptr_t __cdecl gate_failed(const Call* call) {
     SetLastError(call->error);
     return call->answer;
 }
 
-int __cdecl gate_after(const Call* call, const DWORD* arguments, int answer, const void* caller) {
+intptr_t __cdecl gate_after(const Call* call, const uintptr_t* arguments, intptr_t answer, const void* caller) {
     if (armed && call == target && call->count == target_number)
         return gate_failed(call);
     const DWORD error = GetLastError();
@@ -126,65 +126,9 @@ int __cdecl gate_after(const Call* call, const DWORD* arguments, int answer, con
     SetLastError(error);
     return answer;
 }
-
-// Entered by a stub, which has pushed its call: [ebp + 4] call, [ebp + 8] return address, [ebp + 12] arguments.
-__attribute__((naked)) void gate_entry() {
-    __asm__ volatile("pushl %ebp\n\t"
-                     "movl %esp, %ebp\n\t"
-                     "pushl %ecx\n\t"
-                     "pushl %edx\n\t"
-                     "leal 12(%ebp), %eax\n\t"
-                     "pushl %eax\n\t"
-                     "pushl 4(%ebp)\n\t"
-                     "call _gate_before\n\t"
-                     "addl $8, %esp\n\t"
-                     "testl %eax, %eax\n\t"
-                     "jz 2f\n\t"
-                     "movl 4(%ebp), %edx\n\t"
-                     "movl 4(%edx), %ecx\n\t"
-                     "1: testl %ecx, %ecx\n\t"
-                     "jz 3f\n\t"
-                     "pushl 8(%ebp, %ecx, 4)\n\t"
-                     "decl %ecx\n\t"
-                     "jmp 1b\n\t"
-                     "3: movl -4(%ebp), %ecx\n\t" // a member function's object
-                     "call *%eax\n\t"
-                     "leal -8(%ebp), %esp\n\t"
-                     "pushl %edx\n\t" // the upper half of a 64-bit answer
-                     "pushl 8(%ebp)\n\t"
-                     "pushl %eax\n\t"
-                     "leal 12(%ebp), %eax\n\t"
-                     "pushl %eax\n\t"
-                     "pushl 4(%ebp)\n\t"
-                     "call _gate_after\n\t"
-                     "addl $16, %esp\n\t"
-                     "popl %edx\n\t"
-                     "jmp 4f\n\t"
-                     "2: pushl 4(%ebp)\n\t"
-                     "call _gate_failed\n\t"
-                     "cltd\n\t"
-                     "4: movl 4(%ebp), %ecx\n\t"
-                     "movl 8(%ecx), %ecx\n\t"
-                     "pushl 8(%ebp)\n\t"
-                     "popl 8(%ebp, %ecx)\n\t" // where the function's own return would leave the stack
-                     "leal 8(%ebp, %ecx), %ecx\n\t"
-                     "movl (%ebp), %ebp\n\t"
-                     "movl %ecx, %esp\n\t"
-                     "ret");
-}
 }
 
 namespace {
-
-void write_stub(Call& call, unsigned index) {
-    unsigned char* const code = stubs + index * kStubSize;
-    const auto put = [](unsigned char* to, DWORD value) { memcpy(to, &value, sizeof value); };
-    code[0] = 0x68; // push
-    put(code + 1, reinterpret_cast<DWORD>(&call));
-    code[5] = 0xE9; // jmp
-    put(code + 6, reinterpret_cast<DWORD>(gate_entry) - reinterpret_cast<DWORD>(code + 10));
-    call.stub = code;
-}
 
 bool read_line(char* line, Call& call) {
     char convention[16] = "", mode[16] = "", word[2][16] = {};
@@ -234,7 +178,8 @@ bool read_calls(const char* path) {
             printf("not understood: %s\n", line);
             return false;
         }
-        write_stub(calls[call_count], call_count);
+        calls[call_count].stub = stubs + call_count * kStubSize;
+        write_stub(static_cast<unsigned char*>(calls[call_count].stub), calls[call_count]);
         ++call_count;
     }
     fclose(file);
@@ -256,13 +201,13 @@ void for_each_call(void (*visit)(Call& call)) {
 void gate_module(HMODULE module) {
     const auto base = reinterpret_cast<unsigned char*>(module);
     const auto dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto headers = reinterpret_cast<const IMAGE_NT_HEADERS32*>(base + dos->e_lfanew);
+    const auto headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
     const IMAGE_DATA_DIRECTORY& table = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
     auto library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + table.VirtualAddress);
     for (; table.VirtualAddress && library->Name; ++library) {
         const char* const library_name = reinterpret_cast<const char*>(base + library->Name);
-        auto name = reinterpret_cast<const IMAGE_THUNK_DATA32*>(base + library->OriginalFirstThunk);
-        auto slot = reinterpret_cast<IMAGE_THUNK_DATA32*>(base + library->FirstThunk);
+        auto name = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
+        auto slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + library->FirstThunk);
         for (; name->u1.AddressOfData; ++name, ++slot) {
             const auto import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
             Call* const call = find_call(library_name, import->Name);
@@ -273,7 +218,7 @@ void gate_module(HMODULE module) {
             call->original = reinterpret_cast<const void*>(slot->u1.Function);
             DWORD before;
             VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &before);
-            slot->u1.Function = reinterpret_cast<DWORD>(call->stub);
+            slot->u1.Function = reinterpret_cast<uintptr_t>(call->stub);
             VirtualProtect(slot, sizeof *slot, before, &before);
         }
     }

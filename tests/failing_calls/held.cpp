@@ -13,18 +13,18 @@ struct Node {
 
 Node* buckets[kBuckets];
 
-Node*& bucket_of(DWORD value) {
+Node*& bucket_of(uintptr_t value) {
     return buckets[(value >> 3 ^ value >> 15) % kBuckets];
 }
 
 } // namespace
 
-void opened(const char* kind, DWORD value, const void* caller) {
+void opened(const char* kind, uintptr_t value, const void* caller) {
     Node*& bucket = bucket_of(value);
     bucket = new Node{{kind, value, caller}, bucket};
 }
 
-void closed(const char* kind, DWORD value) {
+void closed(const char* kind, uintptr_t value) {
     for (Node** link = &bucket_of(value); *link; link = &(*link)->next) {
         Node* const node = *link;
         if (node->held.value == value && strcmp(node->held.kind, kind) == 0) {

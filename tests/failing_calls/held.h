@@ -5,12 +5,12 @@
 
 struct Held {
     const char* kind;
-    DWORD value;
+    uintptr_t value;
     const void* caller; // where it was opened
 };
 
-void opened(const char* kind, DWORD value, const void* caller);
-void closed(const char* kind, DWORD value);
+void opened(const char* kind, uintptr_t value, const void* caller);
+void closed(const char* kind, uintptr_t value);
 
 unsigned held_count();
 void for_each_held(void (*visit)(const Held& held));

@@ -103,7 +103,7 @@ _ALSO = {
 def _normal(text):
     """Without what differs from one report to the next: addresses, registers, the clock."""
     text = re.sub(rb"Frequecy: -?\d+", b"Frequecy: #", text)
-    return re.sub(rb"\b[0-9A-F]{8}\b", b"#", text)
+    return re.sub(rb"\b(?:[0-9A-F]{8}){1,2}\b", b"#", text)
 
 
 # From failing_host.rc and failing_host.cpp: texts from outside that look like formats.

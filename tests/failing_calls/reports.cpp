@@ -40,22 +40,36 @@ Return run(Step step) {
     return Return::plain;
 }
 
+constexpr bool kWide = sizeof(void*) == 8;
+
 // CCrashReport2 through its exported names.
 class UploadReport {
 public:
     explicit UploadReport(HMODULE module) : m_module(module) {
-        call<void, void*>("??0CCrashReport2@@QAE@PAVCSeException@@@Z", nullptr);
+        call<void, void*>(kWide ? "??0CCrashReport2@@QEAA@PEAVCSeException@@@Z"
+                                : "??0CCrashReport2@@QAE@PAVCSeException@@@Z",
+                          nullptr);
     }
-    ~UploadReport() { call<void>("??1CCrashReport2@@UAE@XZ"); }
+    ~UploadReport() { call<void>(kWide ? "??1CCrashReport2@@UEAA@XZ" : "??1CCrashReport2@@UAE@XZ"); }
 
     void post(const char* log) {
-        call<void, const char*, const char*, const char*, const char*>("?PostRequest@CCrashReport2@@UAEXPBD000@Z", "",
-                                                                       "", log, "");
+        call<void, const char*, const char*, const char*, const char*>(
+            kWide ? "?PostRequest@CCrashReport2@@UEAAXPEBD000@Z" : "?PostRequest@CCrashReport2@@UAEXPBD000@Z", "", "",
+            log, "");
     }
-    void attach(const char* path) { call<void, const char*>("?AddAttachment@CCrashReport2@@QAEXPBD@Z", path); }
-    void make_screen_copy() { call<void>("?CreateScreenCopy@CCrashReport2@@QAEXXZ"); }
-    void make_system_info() { call<void>("?CreateSystemInfo@CCrashReport2@@QAEXXZ"); }
-    unsigned open_dialog() { return call<unsigned>("?OpenDlg@CCrashReport2@@QAEIXZ"); }
+    void attach(const char* path) {
+        call<void, const char*>(
+            kWide ? "?AddAttachment@CCrashReport2@@QEAAXPEBD@Z" : "?AddAttachment@CCrashReport2@@QAEXPBD@Z", path);
+    }
+    void make_screen_copy() {
+        call<void>(kWide ? "?CreateScreenCopy@CCrashReport2@@QEAAXXZ" : "?CreateScreenCopy@CCrashReport2@@QAEXXZ");
+    }
+    void make_system_info() {
+        call<void>(kWide ? "?CreateSystemInfo@CCrashReport2@@QEAAXXZ" : "?CreateSystemInfo@CCrashReport2@@QAEXXZ");
+    }
+    unsigned open_dialog() {
+        return call<unsigned>(kWide ? "?OpenDlg@CCrashReport2@@QEAAIXZ" : "?OpenDlg@CCrashReport2@@QAEIXZ");
+    }
 
 private:
     template <class Result, class... Arguments>
@@ -66,7 +80,7 @@ private:
     }
 
     HMODULE m_module;
-    DWORD m_object[64] = {};
+    void* m_object[64] = {};
 };
 
 } // namespace
