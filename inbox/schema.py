@@ -58,6 +58,7 @@ tally = sa.Table(
     sa.Column("crash_id", sa.BigInteger, primary_key=True),
     *(sa.Column(name, sa.Text, primary_key=True) for name in ("what", "value")),
     _number("count"),
+    sqlite_with_rowid=False,
 )
 _of_crash = sa.Column("crash_id", sa.BigInteger, nullable=False, index=True)
 history = sa.Table("history", _metadata, _id(), _of_crash, _number("time"), _text("text"))

@@ -5,8 +5,6 @@ import queue
 import threading
 from concurrent.futures import Future
 
-import sqlalchemy as sa
-
 _MOST_AT_ONCE = 100
 
 
@@ -30,27 +28,16 @@ class Writer:
                 batch.append(self._jobs.get())
             batch.sort(key=lambda each: each[0])
             results = self._try(batch)
-            for number, (_, job, future) in enumerate(batch):
-                if results is None:  # the transaction has failed as a whole: each by itself
-                    single = self._try([("", job, future)], alone=True)
-                    done, value = single[0]
-                else:
-                    done, value = results[number]
+            if not all(done for done, _ in results):  # one has failed, and the transaction with it: each by itself
+                results = [self._try([each])[0] for each in batch]
+            for (_, _, future), (done, value) in zip(batch, results):
                 future.set_result(value) if done else future.set_exception(value)
 
-    def _try(self, batch, alone=False):
-        """[(whether done, result or exception)], or None."""
-        results = []
+    def _try(self, batch):
+        """[(whether it is done, its result or the exception)] of jobs that share a transaction."""
         try:
             with self.engine.begin() as connection:
-                for _, job, _future in batch:
-                    try:
-                        with connection.begin_nested():
-                            results.append((True, job(connection)))
-                    except sa.exc.OperationalError:
-                        raise  # a lost connection, a deadlock, a full disk: no savepoint mends that
-                    except Exception as error:  # goes to whoever has asked
-                        results.append((False, error))
+                results = [(True, job(connection)) for _, job, _ in batch]
             return results
-        except Exception as error:
-            return [(False, error)] if alone else None
+        except Exception as error:  # goes to whoever has asked
+            return [(False, error)] * len(batch)

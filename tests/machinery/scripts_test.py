@@ -16,7 +16,7 @@ from testing.processes import REPO, spawn, stop, wait_until
 
 
 @pytest.mark.parametrize(
-    "name", ("bench", "build", "demo", "demo-upload", "fuzz", "mutate", "profile", "setup", "test")
+    "name", ("bench", "build", "demo", "demo-upload", "fuzz", "inbox", "mutate", "profile", "setup", "test")
 )
 def test_help_of_a_script_says_how_to_call_it_and_does_nothing(name):
     told = subprocess.run(
