@@ -8,7 +8,7 @@ set(WENDAX_ARCH_WARNINGS -Wshorten-64-to-32)
 # all functions written so that their tables tell instructions apart, which is 5 KB of Wendax.dll.
 set(WENDAX_FAULT_OPTIONS -fno-lto)
 set(WENDAX_DLLTOOL_MACHINE i386:x86-64)
-set(WENDAX_LINK_ARCH "/machine:x64")
+set(WENDAX_LINK_ARCH "/machine:x64 /merge:.pdata=.rdata") # a section less to fill up to 512 bytes
 set(WENDAX_DLL_ENTRY _DllMainCRTStartup)
 set(WENDAX_ZIP_SUFFIX win64)
 # Where images would like to lie, before the digits that each DLL gives: above 4 GB, so that an address cut to 32 bits is

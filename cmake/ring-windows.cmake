@@ -62,7 +62,7 @@ target_include_directories(wendax_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJEC
 set(WENDAX_IMPORTS ${CMAKE_BINARY_DIR}/imports)
 file(MAKE_DIRECTORY ${WENDAX_IMPORTS})
 function(wendax_system_library name dll)
-  if(NOT EXISTS ${WENDAX_IMPORTS}/${name}.lib)
+  if(${PROJECT_SOURCE_DIR}/crt/make_import_library.py IS_NEWER_THAN ${WENDAX_IMPORTS}/${name}.lib) # or that is missing
     execute_process(
       COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/crt/make_import_library.py ${WENDAX_DLLTOOL_MACHINE}
         ${WENDAX_MINGW}/lib/lib${name}.a ${dll} ${WENDAX_IMPORTS}/${name}.lib

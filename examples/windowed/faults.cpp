@@ -2,7 +2,6 @@
 #include "faults.h"
 
 #include <windows.h>
-#include <float.h>
 #include <string.h>
 
 namespace {
@@ -48,9 +47,10 @@ void overflow_division() {
 }
 
 void divide_floats() {
+    // Lets the x87 fault: push eax; fnstcw [esp]; and byte ptr [esp], not 4; fldcw [esp]; pop eax
     // fld1; fldz; fdivp; fwait; fstp st(0); ret
-    static const unsigned char kCode[] = {0xD9, 0xE8, 0xD9, 0xEE, 0xDE, 0xF9, 0x9B, 0xDD, 0xD8, 0xC3};
-    _controlfp(_controlfp(0, 0) & ~_EM_ZERODIVIDE, _MCW_EM);
+    static const unsigned char kCode[] = {0x50, 0xD9, 0x3C, 0x24, 0x80, 0x24, 0x24, 0xFB, 0xD9, 0x2C, 0x24, 0x58,
+                                          0xD9, 0xE8, 0xD9, 0xEE, 0xDE, 0xF9, 0x9B, 0xDD, 0xD8, 0xC3};
     run(kCode);
 }
 

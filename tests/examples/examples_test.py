@@ -84,7 +84,7 @@ def test_host_in_plain_c_built_by_gcc_makes_a_report_without_details(scene, stag
     library = stage.product("Wendax.dll").parent.parent / "lib" / "Wendax.lib"
     subprocess.run(
         [
-            "i686-w64-mingw32-gcc-posix",
+            stage.machine.choose("i686", "x86_64") + "-w64-mingw32-gcc-posix",
             "-Wall",
             "-Wextra",
             "-Werror",

@@ -9,6 +9,7 @@ import tempfile
 import pytest
 
 from testing.processes import REPO
+from testing.product import BIN
 
 SHIPPED = ("Wendax", "KOBRTL", "fall", "faultkit")
 
@@ -22,8 +23,8 @@ def build_elsewhere(stage, settings):
     source = place / "some other folder"
     shutil.copytree(REPO, source, ignore=shutil.ignore_patterns("build", ".git", "__pycache__"))
     for command in (
-        ["cmake", "--preset", "windows", "-S", source, *settings],
-        ["cmake", "--build", source / "build/windows", "--target", *SHIPPED],
+        ["cmake", "--preset", BIN.parent.name, "-S", source, *settings],
+        ["cmake", "--build", source / "build" / BIN.parent.name, "--target", *SHIPPED],
     ):
         done = subprocess.run(
             [*map(str, command)],
@@ -34,7 +35,7 @@ def build_elsewhere(stage, settings):
             check=False,
         )
         assert done.returncode == 0, done.stdout[-4000:]
-    return source / "build/windows"
+    return source / "build" / BIN.parent.name
 
 
 def test_dlls_pdbs_and_import_libraries_are_the_same_wherever_they_are_built(stage):
