@@ -33,7 +33,15 @@ public:
         put_u32(address + 4, static_cast<std::uint32_t>(value >> 32));
     }
 
+    // From now on one of `count` reads fails, whatever it asks for; 0 for none.
+    void fail_every(unsigned count) {
+        m_fail_every = count;
+        m_reads = 0;
+    }
+
     bool read(Address address, void* to, std::uint32_t size) override {
+        if (m_fail_every && ++m_reads % m_fail_every == 0)
+            return false;
         for (const Piece& piece : m_pieces)
             if (piece.holds(address, size)) {
                 std::memcpy(to, piece.bytes.data() + (address - piece.begin), size);
@@ -58,6 +66,7 @@ private:
     };
 
     std::vector<Piece> m_pieces;
+    unsigned m_fail_every = 0, m_reads = 0;
 };
 
 // A process with one module at 0x400000, whose code (0x401000 to 0x403000) is a gap between functions where no test

@@ -194,4 +194,26 @@ TEST_F(ImageTest, Any_truncated_module_is_survived) {
     }
 }
 
+TEST_F(ImageTest, Read_that_fails_leaves_out_what_it_was_for) {
+    for (unsigned every = 1; every < 60; ++every) {
+        m_memory.fail_every(every);
+        Image image;
+        if (faultkit::read_image(m_memory, kBase, &image)) {
+            EXPECT_EQ(image.size, kSize);
+            EXPECT_LE(image.range_count, 1u);
+        }
+    }
+}
+
+TEST_F(ImageTest, Code_beyond_what_is_kept_is_left_out) {
+    put16(kHeaders + 6, 7);
+    for (std::uint32_t i = 0; i < 7; ++i)
+        put_section(i, 0x400 + i * 0x100, i ? 0x80 : 0, 0x60000020);
+    put32(kHeaders + 24 + 0xE0 + 16, 0x40); // of the first one the size in the file counts
+    Image image;
+    ASSERT_TRUE(faultkit::read_image(m_memory, kBase, &image));
+    EXPECT_EQ(image.range_count, Image::kMostRanges);
+    EXPECT_EQ(image.code[0].end, kBase + 0x440);
+}
+
 } // namespace

@@ -92,4 +92,21 @@ TEST(ModuleTable, Headers_of_an_unloaded_module_were_no_code) {
     EXPECT_TRUE(modules.is_or_was_code(0x11000));
 }
 
+TEST(ModuleTable, Same_module_at_another_place_or_of_another_time_is_another_one) {
+    ModuleTable modules;
+    modules.clear();
+    modules.add_unloaded({0x1000, 0x1000, 1, "one.dll"});
+    modules.add_unloaded({0x1000, 0x1000, 2, "rebuilt.dll"});
+    EXPECT_EQ(modules.unloaded_count(), 2u);
+}
+
+TEST(ModuleTable, Newcomer_beside_an_unloaded_module_stays) {
+    FakeProcess process;
+    process.modules.add_unloaded({FakeProcess::kModule - 0x10000, 0x10000, 1, "below.dll"});
+    process.modules.add_unloaded({FakeProcess::kModule + 0x10000, 0x10000, 1, "above.dll"});
+    process.modules.drop_newcomer(FakeProcess::kModule);
+    process.modules.drop_newcomer(FakeProcess::kModule + 0x10000);
+    EXPECT_EQ(process.modules.count(), 1u);
+}
+
 } // namespace

@@ -24,6 +24,18 @@ TEST(ThrownType, Name_is_found_through_the_throw_description) {
     const std::uint32_t nowhere[] = {0x19930520, 0x1234, 0x7000};
     faultkit::read_thrown_type(memory, nowhere, 3, type);
     EXPECT_STREQ(type, "");
+    const std::uint32_t newer[] = {0x19930523, 0x1234, 0x5000};
+    faultkit::read_thrown_type(memory, newer, 3, type);
+    EXPECT_STREQ(type, "");
+    for (const std::uint32_t place : {0x5024u, 0x5034u}) {
+        memory.put_u32(place, 0x7000);
+        faultkit::read_thrown_type(memory, parameters, 3, type);
+        EXPECT_STREQ(type, "");
+        memory.put_u32(place, place + 0xC);
+    }
+    memory.put_u32(0x5000 + 12, 0x7000);
+    faultkit::read_thrown_type(memory, parameters, 3, type);
+    EXPECT_STREQ(type, "");
 }
 
 } // namespace

@@ -201,4 +201,39 @@ TEST_F(FaultTextTest, Modules_that_do_not_fit_are_counted_and_the_reserve_stays_
     EXPECT_EQ(text.substr(text.rfind('\n')), "\n... " + std::to_string(50 - shown) + " more modules");
 }
 
+TEST_F(FaultTextTest, Exceptions_of_a_few_words_say_no_more_than_is_known) {
+    m_facts.parameter_count = 0;
+    m_facts.code = 0xE0001234;
+    EXPECT_EQ(first_line(), "exception (E0001234)");
+    m_facts.code = 0xE06D7363;
+    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw");
+    m_facts.code = 0xC0000006;
+    m_facts.parameter_count = 2;
+    access(0, 0x20000000);
+    EXPECT_EQ(first_line(), "EXCEPTION_IN_PAGE_ERROR (C0000006): memory at 20000000 could not be read");
+}
+
+TEST_F(FaultTextTest, Float_registers_that_are_not_there_are_left_out) {
+    m_facts.code = 0xC00002B4;
+    m_facts.has_registers = true;
+    EXPECT_EQ(described().find("x87"), std::string::npos);
+    EXPECT_EQ(described().find("MXCSR"), std::string::npos);
+    m_facts.floating.has_x87 = true;
+    m_facts.code = 0xC00002B5;
+    EXPECT_NE(described().find("\nx87 control 0000, status 0000"), std::string::npos);
+    EXPECT_EQ(described().find(", instruction "), std::string::npos);
+}
+
+TEST_F(FaultTextTest, Pdb_of_the_modules_name_in_other_letters_is_not_named) {
+    Module* module = add_module(0x300000, "PLUGIN.dll", false);
+    std::strcpy(module->image.pdb.file, "plugin");
+    EXPECT_EQ(listed().find('|'), std::string::npos);
+    std::strcpy(module->image.pdb.file, "plug.pdb");
+    EXPECT_NE(listed().find(" | plug.pdb"), std::string::npos);
+    std::strcpy(module->image.pdb.file, "plugins.pdb");
+    EXPECT_NE(listed().find(" | plugins.pdb"), std::string::npos);
+    std::strcpy(module->image.pdb.file, "pluton.pdb");
+    EXPECT_NE(listed().find(" | pluton.pdb"), std::string::npos);
+}
+
 } // namespace

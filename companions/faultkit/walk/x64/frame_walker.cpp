@@ -62,10 +62,10 @@ bool FrameWalker::may_have_called(const Frame& frame, const Frame& caller) {
     if (!module)
         return !m_modules.find(target);
     FunctionEntry ours, entered;
-    if (!find_function(m_memory, module->image, frame.instruction(), &ours))
-        return m_modules.find(target) == module;
-    return find_function(m_memory, module->image, target, &entered) &&
-           first_part(m_memory, module->image, ours).begin == entered.begin;
+    const bool described = find_function(m_memory, module->image, frame.instruction(), &ours);
+    if (!find_function(m_memory, module->image, target, &entered))
+        return !described && m_modules.find(target) == module;
+    return described && first_part(m_memory, module->image, ours).begin == entered.begin;
 }
 
 // The lowest return address on the stack whose call may have led here and from which unwind data lead on; without one

@@ -184,6 +184,47 @@ TEST_F(UnwindTest, Registers_that_were_stored_are_found_where_they_lie) {
     EXPECT_EQ(caller.sp, kStack + 72);
 }
 
+TEST_F(UnwindTest, What_newer_compilers_add_for_epilogues_changes_nothing) {
+    add_function(kInner, kInner + 0x80, 4, {6, code(kEpilogue, 1), 0, 0, 0, 7, 0, 0, 0, 0, 4, code(kAllocateSmall, 7)},
+                 0, -1, 2);
+    m_memory.put_u64(kStack + 64, return_address(kMiddle + 0x20));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+    EXPECT_EQ(caller.sp, kStack + 72);
+}
+
+// No compiler does that, but the data can say it.
+TEST_F(UnwindTest, Stack_pointer_is_never_taken_from_the_stack) {
+    add_function(kInner, kInner + 0x80, 9, {9, code(kSave, faultkit::kRsp), 1, 0, 1, code(kPush, faultkit::kRsp)});
+    m_memory.put_u64(kStack, 5);
+    m_memory.put_u64(kStack + 8, return_address(kMiddle + 0x20));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    EXPECT_EQ(caller.sp, kStack + 16);
+}
+
+TEST_F(UnwindTest, Stack_that_is_said_to_sink_or_to_lie_askew_is_not_believed) {
+    add_function(kInner, kInner + 0x80, 5, {5, code(kSetFramePointer)}, faultkit::kRbp);
+    m_memory.put_u64(kStack + 0x10, return_address(kMiddle + 0x20));
+    m_memory.put_u64(kStack - 0x20, kImage + kMiddle + 0x20);
+    for (const Address bp : {kStack - 0x20, kStack + 0x31, kStackEnd - 4, Address(0x50000)}) {
+        Frame frame = interrupted(kInner + 0x20), caller;
+        frame.registers[faultkit::kRbp] = bp;
+        ASSERT_TRUE(find_caller(frame, &caller));
+        EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+    }
+}
+
+TEST_F(UnwindTest, Many_return_addresses_that_lead_nowhere_end_the_search) {
+    const Address stale = return_address(kOuter + 0x70);
+    for (Address place = 0x200008; place < 0x200800; place += 8)
+        m_memory.put_u64(place, stale);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10, 0x200000), &caller));
+    EXPECT_EQ(caller.sp, 0x200010u);
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+}
+
 TEST_F(UnwindTest, Later_part_of_a_function_is_undone_together_with_its_first) {
     add_plain_function(kInner);
     add_function(kMiddle, kMiddle + 0x80, 4, {4, code(kSave, faultkit::kRsi), 6, 0}, 0, 0);
@@ -280,6 +321,50 @@ TEST_F(UnwindTest, Stack_that_cannot_be_read_ends_the_walk) {
     EXPECT_FALSE(find_caller(interrupted(kInner + 0x20, kStackEnd - 8), &caller));
     EXPECT_FALSE(find_caller(interrupted(kInner + 0x20, ~Address()), &caller));
     EXPECT_FALSE(find_caller(interrupted(kInner + 0x10, kStackEnd), &caller));
+}
+
+TEST_F(UnwindTest, Read_that_fails_costs_a_frame_and_no_more) {
+    add_plain_function(kInner);
+    add_function(kMiddle, kMiddle + 0x80, 9,
+                 {9, code(kSave, faultkit::kRsi), 6, 0, 4, code(kSaveFar, 7), 0x30, 0, 0, 0}, 0, 0);
+    add_plain_function(kOuter);
+    put_code(kMiddle + 0x20, {0x48, 0x83, 0xC4, 0x20, 0x5B, 0xC3});
+    m_memory.put_u64(kStack + 40, return_address(kOuter + 0x20));
+    m_memory.put_u64(kStack + 88, return_address(kInner + 0x20));
+    for (unsigned every = 1; every < 60; ++every) {
+        m_memory.fail_every(every);
+        FrameWalker walker = this->walker();
+        Frame frame = interrupted(kMiddle + 0x20), caller;
+        for (; walker.find_caller(frame, &caller); frame = caller)
+            ASSERT_GT(caller.sp, frame.sp);
+    }
+}
+
+TEST_F(UnwindTest, Guess_is_one_whose_call_may_have_led_here) {
+    add_plain_function(kMiddle);
+    add_plain_function(kOuter);
+    const auto direct_call = [&](std::uint32_t at, std::uint32_t target) {
+        put_code(at - 5, {0xE8});
+        m_memory.put_u32(kImage + at - 4, target - at);
+        return kImage + at;
+    };
+    // Of earlier calls: to another function, directly, by a stub of the linker's and through an imported address.
+    put_code(0x3000, {0xE9, 0xFB, 0xE2, 0xFF, 0xFF}); // to kOuter
+    put_code(0x3010, {0xFF, 0x25, 0xEA, 0x0F, 0, 0}); // through 0x4000
+    m_memory.fill(kImage + 0x4000, 8, 0);
+    m_memory.put_u64(kImage + 0x4000, kImage + kOuter);
+    put_code(kMiddle + 0x5A, {0xFF, 0x15, 0xA0, 0x2D, 0, 0}); // through 0x4000
+    const Address stale[] = {direct_call(kMiddle + 0x30, kOuter), direct_call(kMiddle + 0x40, 0x3000),
+                             direct_call(kMiddle + 0x50, 0x3010), kImage + kMiddle + 0x60};
+    const Address right = direct_call(kMiddle + 0x70, kInner);
+    for (const Address one : stale) {
+        m_memory.put_u64(kStack + 0x10, one);
+        m_memory.put_u64(kStack + 0x18, right);
+        m_memory.put_u64(kStack + 0x38, 0);
+        Frame caller;
+        ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
+        EXPECT_EQ(caller.pc, right);
+    }
 }
 
 TEST_F(UnwindTest, Damaged_unwind_data_are_not_believed) {
@@ -390,6 +475,60 @@ TEST_F(EpilogueTest, Of_a_function_with_a_frame_pointer_begins_by_it) {
     }
 }
 
+TEST_F(EpilogueTest, Other_instructions_are_none) {
+    const Bytes codes[] = {
+        {0x48, 0x83, 0xC0, 0x20, 0xC3}, // add rax
+        {0x48, 0x83, 0xEC, 0x20, 0xC3}, // sub rsp
+        {0x48, 0x8D, 0x65, 0x30, 0xC3}, // lea rsp, where no frame pointer is kept
+        {0x48, 0x8D, 0x45, 0x30, 0xC3}, // lea rax
+        {0x48, 0x8B, 0x65, 0x30, 0xC3}, // mov rsp
+        {0x5C, 0xC3},                   // pop rsp
+        {0xFF, 0xE0},                   // jmp rax, as a switch has it
+        {0x48, 0xFF, 0xD0},             // call rax
+        {0xFF, 0xD0},
+        {0xF3, 0x90},
+        {0x5B, 0x90},
+        {0xEB, 0x00},
+        {0xE9, 0x00, 0x00, 0x00, 0x00},
+    };
+    m_memory.put_u64(kStack, 5);
+    m_memory.put_u64(kStack + 8, return_address(kOuter + 0x20)); // of an earlier call
+    m_memory.put_u64(kStack + 48, m_back);
+    for (const Bytes& one : codes) {
+        put_code(kInner + 0x40, {0x90, 0x90, 0x90, 0x90, 0x90, 0x90});
+        put_code(kInner + 0x40, one);
+        Frame caller;
+        ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+        EXPECT_EQ(caller.sp, kStack + 56) << int(one[0]) << ' ' << int(one[1]);
+    }
+}
+
+TEST_F(EpilogueTest, Pops_up_to_the_functions_end_are_none) {
+    put_code(kInner + 0x7E, {0x5B, 0x5B});
+    m_memory.put_u64(kStack + 48, m_back);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x7E), &caller));
+    EXPECT_EQ(caller.sp, kStack + 56);
+}
+
+TEST_F(EpilogueTest, Frame_pointer_must_be_the_one_that_the_function_keeps) {
+    add_function(kMiddle, kMiddle + 0x80, 10,
+                 {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), 1, code(kPush, faultkit::kRbp)},
+                 static_cast<std::uint8_t>(faultkit::kRbp));
+    const Address back = return_address(kOuter + 0x20);
+    m_memory.put_u64(kStack + 0x138, back);
+    for (const Bytes& lea : {Bytes{0x48, 0x8D, 0x66, 0x30, 0xC3}, Bytes{0x48, 0x8D, 0x25, 0, 0, 0, 0, 0xC3},
+                             Bytes{0x49, 0x8D, 0x65, 0x30, 0xC3}, Bytes{0x48, 0x8D, 0xE5, 0xC3}}) {
+        put_code(kMiddle + 0x40, lea);
+        Frame frame = interrupted(kMiddle + 0x40);
+        frame.registers[faultkit::kRbp] = kStack + 0x100;
+        Frame caller;
+        ASSERT_TRUE(find_caller(frame, &caller));
+        EXPECT_EQ(caller.pc, back);
+        EXPECT_EQ(caller.sp, kStack + 0x140);
+    }
+}
+
 // A return address may lie in front of an epilogue, or at the end of a function whose last call never returns.
 TEST_F(EpilogueTest, Frame_that_waits_for_a_call_is_not_in_it) {
     put_code(kInner + 0x7E, {0xFF, 0xD0});
@@ -407,6 +546,7 @@ TEST_F(EpilogueTest, Frame_that_waits_for_a_call_is_not_in_it) {
 TEST_F(UnwindTest, Any_image_and_any_stack_give_a_walk_that_rises_and_ends) {
     std::mt19937 random(12345);
     for (int round = 0; round < 300; ++round) {
+        m_memory.fail_every(0);
         Bytes code(kCodeEnd - kCode), unwind(0x1000);
         for (auto& byte : code)
             byte = static_cast<std::uint8_t>(random() % 3 ? random() : Bytes{0xE8, 0xFF, 0x48, 0xC3}[random() % 4]);
@@ -429,6 +569,7 @@ TEST_F(UnwindTest, Any_image_and_any_stack_give_a_walk_that_rises_and_ends) {
         FrameWalker walker = this->walker();
         Frame caller;
         unsigned count = 0;
+        m_memory.fail_every(round % 2 ? 3 + random() % 20 : 0);
         while (walker.find_caller(frame, &caller)) {
             ASSERT_GT(caller.sp, frame.sp);
             ASSERT_LE(++count, 600u);

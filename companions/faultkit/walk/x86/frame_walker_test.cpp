@@ -303,6 +303,40 @@ TEST_F(FrameWalkerTest, Sound_frame_is_higher_and_behind_a_call) {
     EXPECT_FALSE(walker().is_sound(frame, bad));
 }
 
+TEST_F(FrameWalkerTest, Read_that_fails_costs_frames_and_no_more) {
+    m_process.put_framed_function(kInner);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call(kOuter + 0x20, kMiddle);
+    m_process.put_call_by_register(kOuter + 0x30);
+    m_process.memory.put_u32(kStack + 0x40, kStack + 0x80);
+    m_process.memory.put_u32(kStack + 0x44, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x5C, kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x84, kOuter + 0x30);
+    for (unsigned every = 1; every < 120; ++every) {
+        m_process.memory.fail_every(every);
+        EXPECT_LE(walk(interrupted(kInner + 0x10, kStack, kStack + 0x40)).size(), 10u);
+    }
+}
+
+// A call that jumped on elsewhere looks as if it had led to another function.
+TEST_F(FrameWalkerTest, Chain_is_believed_although_its_call_went_elsewhere) {
+    for (const std::uint32_t start : {kInner, kMiddle, kOuter})
+        m_process.put_framed_function(start);
+    m_process.put_frameless_function(kOuter + 0x80);
+    m_process.put_call_by_register(kMiddle + 0x20);
+    m_process.put_call(kOuter + 0x20, kOuter + 0x80);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x40, 0);
+    m_process.memory.put_u32(kStack + 0x44, kOuter + 0x20);
+    m_process.put_frameless_function(kInner);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x40), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+}
+
 TEST_F(FrameWalkerTest, Any_memory_and_any_registers_give_a_walk_that_rises_and_ends) {
     std::mt19937 random(12345);
     for (int round = 0; round < 200; ++round) {
@@ -316,7 +350,9 @@ TEST_F(FrameWalkerTest, Any_memory_and_any_registers_give_a_walk_that_rises_and_
                                                          : FakeProcess::kStack + random() % 0x1000);
         const std::uint32_t pc = random() % 4 ? FakeProcess::kCode + random() % 0x400 : random();
         const std::uint32_t bp = random() % 4 ? FakeProcess::kStack + random() % 0x1000 : random();
+        m_process.memory.fail_every(round % 2 ? 3 + random() % 40 : 0);
         EXPECT_LE(walk(interrupted(pc, FakeProcess::kStack + random() % 0x800, bp)).size(), 100u);
+        m_process.memory.fail_every(0);
     }
 }
 

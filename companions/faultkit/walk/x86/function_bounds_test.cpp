@@ -180,4 +180,22 @@ TEST(PossibleStarts, Lie_behind_returns_and_behind_padding_up_to_an_aligned_plac
               0u);
 }
 
+TEST(FunctionBounds, Read_that_fails_tells_of_nothing) {
+    FakeProcess process;
+    process.put_framed_function(FakeProcess::kCode + 0x100);
+    const std::uint32_t address = FakeProcess::kCode + 0x110;
+    const faultkit::CodeRange& section = process.modules[0].image.code[0];
+    for (unsigned every = 1; every < 6; ++every) {
+        process.memory.fail_every(every);
+        const std::uint32_t start = faultkit::find_function(process.memory, process.modules, address).start;
+        EXPECT_TRUE(start == 0 || start == FakeProcess::kCode + 0x100);
+    }
+    process.memory.fail_every(1);
+    std::uint32_t places[4];
+    EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, section.begin, address, places, 4), 0u);
+    EXPECT_FALSE(faultkit::may_start_function(process.memory, section, address));
+    EXPECT_FALSE(faultkit::bounds_of_function(process.memory, address).framed);
+    EXPECT_EQ(faultkit::read_prologue(process.memory, address - 0x10, address).taken, 0u);
+}
+
 } // namespace

@@ -56,4 +56,27 @@ TEST_F(PackedFunctions, Address_outside_the_code_has_none) {
     EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(0x900000).start, 0u);
 }
 
+TEST_F(PackedFunctions, Read_that_fails_finds_less_and_nothing_else) {
+    process.put_call(kCaller, kSecond);
+    for (unsigned every = 1; every < 40; ++every) {
+        process.memory.fail_every(every);
+        const std::uint32_t start = FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start;
+        EXPECT_TRUE(start == 0 || start == kFirst || start == kSecond) << start;
+    }
+}
+
+// Far from both ends of a large section, which takes the whole reach to search.
+TEST_F(PackedFunctions, Search_for_calls_ends_when_its_budget_is_used_up) {
+    faultkit::Module& module = const_cast<faultkit::Module&>(process.modules[0]);
+    module.image.size = 0x10000000;
+    module.image.code[0].end = 0x10000000;
+    process.put_call(kCaller, kSecond);
+    FunctionFinder finder(process.memory, process.modules);
+    EXPECT_EQ(finder.find(kSecond + 0x10).start, kSecond);
+    for (std::uint32_t i = 0; i < 200; ++i)
+        EXPECT_EQ(finder.find(0x800000 + i * 0x10000).start, 0u);
+    // Of what lies further on than was asked for before, the gap alone tells.
+    EXPECT_EQ(finder.find(kSecond + 0x12).start, kFirst);
+}
+
 } // namespace
