@@ -96,16 +96,15 @@ class Inbox:
         return self.delete(schema.report.c.received < int(time.time()) - seconds) if seconds else 0
 
     def work(self, folders=()):
-        """Starts what goes on beside the requests: symbols, the age of reports, and folders to watch."""
-        if self._get("rules") not in ("", self.reports.rules.identity):
-            log.info("the rules have changed: regrouping has moved %d reports", self.regroup())
-        self._set("rules", self.reports.rules.identity)
+        """Starts what goes on beside the requests: symbols, changed rules, the age of reports, and folders to watch."""
         threading.Thread(target=self._work, args=(folders,), name="work", daemon=True).start()
 
     def _work(self, folders):
         swept = 0.0
         while True:
             try:
+                if not swept and self._get("rules") != self.reports.rules.identity:
+                    log.info("by these rules %d reports have moved", self.regroup())
                 self.resolve_pending()
                 if time.monotonic() - swept > 3600 or not swept:
                     swept = time.monotonic()

@@ -10,7 +10,6 @@ import zipfile
 
 from inbox import schema
 
-DAYS = 45
 _WINDOWS = "Professional Service Pack 1 (Build 7601)", "Professional  (Build 9200)", "Home Edition  (Build 6002)"
 _PROCESSORS = (
     "AMD Ryzen 5 3600 6-Core Processor",
@@ -36,7 +35,7 @@ def fill(inbox):
                 raw = kept.read(f"version-{version}/fault-{fault}.eml")
                 for _ in range(count):
                     # Each version is used from its release on, less when the next one is out.
-                    age = chance.triangular(*((15, DAYS, 35), (4, 28, 16), (0, 10, 4))[version - 1])
+                    age = chance.triangular(*((15, 45, 35), (4, 28, 16), (0, 10, 4))[version - 1])
                     inbox.reports.add_message(_sent(raw, chance.choice(people), int(now - age * 86400)))
 
 

@@ -36,12 +36,10 @@ def find(text):
     fault = report.parse("\n".join(lines[:end]))
     facts = Facts("unknown fault")
     _read_reason(facts, lines[1:stack] if starts else [])
-    facts.modules = [
-        Module(each.name, each.base, each.size, each.time_stamp, each.version, each.key, each.pdb, each.gone)
-        for each in fault.modules[:_MOST_MODULES]
-    ]
+    told = lambda each: (each.name, each.base, each.size, each.time_stamp, each.version, each.key, each.pdb, each.gone)
+    facts.modules = [Module(*told(each)) for each in fault.modules[:_MOST_MODULES]]
     facts.frames = [_frame(each, fault) for each in fault.trace]
-    facts.more += _trimmed(lines[end:])[:_MOST_MORE]
+    facts.more += "\n".join(lines[end:]).strip().splitlines()[:_MOST_MORE]
     return facts
 
 
@@ -94,11 +92,3 @@ def _frame(each, fault):
         frame.function, frame.file = place["function"].strip(), place["file"] or ""
         frame.line = int(place["line"] or 0)
     return frame
-
-
-def _trimmed(lines):
-    while lines and not lines[-1].strip():
-        lines = lines[:-1]
-    while lines and not lines[0].strip():
-        lines = lines[1:]
-    return lines

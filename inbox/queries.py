@@ -52,10 +52,6 @@ class Filters:
         plain = vars(Filters())
         return {name: value for name, value in vars(self).items() if value != plain[name] and name != "page"}
 
-    @property
-    def narrows_reports(self):
-        return any((self.q, self.product, self.version, self.sender, self.since, self.until))
-
 
 def _day(text):
     try:
@@ -92,11 +88,11 @@ def _of_crashes(filters):
 def crashes(connection, filters, whole=False):
     """([row], how many there are). A row is a dict with machines, versions and days beside the crash's columns."""
     columns, source, sums = list(crash.c), crash, crash.c
-    if filters.narrows_reports:
+    if found := _of_reports(connection.dialect.name, filters):
         at = report.c.happened
         mine = sa.select(report.c.crash_id, sa.func.count().label("count"), sa.func.min(at).label("first_seen"))
         mine = mine.add_columns(sa.func.max(at).label("last_seen")).group_by(report.c.crash_id)
-        mine = mine.where(*_of_reports(connection.dialect.name, filters)).subquery()
+        mine = mine.where(*found).subquery()
         sums, source = mine.c, crash.join(mine, mine.c.crash_id == crash.c.id)
         columns = [sums[each.name] if each.name in ("count", "first_seen", "last_seen") else each for each in columns]
     order = {"count": sums.count, "last": sums.last_seen, "first": sums.first_seen}[filters.sort]
@@ -166,13 +162,9 @@ def one_crash(connection, crash_id):
 def by_version(connection, crash_id=None):
     """Reports, machines, first and last seen for each version, in their order; of all crashes with their products."""
     columns = [report.c.version] if crash_id else [report.c.product, report.c.version]
-    sums = {
-        "count": sa.func.count(),
-        "machines": sa.func.count(sa.distinct(report.c.machine)),
-        "first_seen": sa.func.min(report.c.happened),
-        "last_seen": sa.func.max(report.c.happened),
-        "crashes": sa.func.count(sa.distinct(report.c.crash_id)),
-    }
+    at, distinct = report.c.happened, lambda column: sa.func.count(sa.distinct(column))
+    sums = {"count": sa.func.count(), "first_seen": sa.func.min(at), "last_seen": sa.func.max(at)}
+    sums |= {"machines": distinct(report.c.machine), "crashes": distinct(report.c.crash_id)}
     asked = sa.select(*columns, *(each.label(name) for name, each in sums.items()))
     condition = report.c.crash_id == crash_id if crash_id else report.c.crash_id.is_not(None)
     rows = all_of(connection, asked.where(condition).group_by(*columns))

@@ -39,7 +39,4 @@ def serve(config, folders=()):
         channel_timeout=120, connection_limit=200, ident="inbox", clear_untrusted_proxy_headers=True,
     )  # fmt: skip
     print(f"inbox: http://{host}:{server.effective_port}/ shows what is in {config.url}", flush=True)
-    try:
-        server.run()
-    finally:
-        server.close()
+    server.run()
