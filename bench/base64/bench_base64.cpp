@@ -70,16 +70,16 @@ void glib_decode() {
     unsigned save = 0;
     g_base64_decode_step(text, text_length, reinterpret_cast<unsigned char*>(output), &state, &save);
 }
-constexpr bench::Contestant encoders[] = {{"ours", ours_encode},
-                                          {"ours, plain", plain_encode},
-                                          {"OpenSSL", openssl_encode},
-                                          {"GLib", glib_encode},
-                                          {"copy", copy}};
-constexpr bench::Contestant decoders[] = {{"ours", ours_decode},
-                                          {"ours, plain", plain_decode},
-                                          {"OpenSSL", openssl_decode},
-                                          {"GLib", glib_decode},
-                                          {"copy", copy_text}};
+constexpr bench::Contestant kEncoders[] = {{"ours", ours_encode},
+                                           {"ours, plain", plain_encode},
+                                           {"OpenSSL", openssl_encode},
+                                           {"GLib", glib_encode},
+                                           {"copy", copy}};
+constexpr bench::Contestant kDecoders[] = {{"ours", ours_decode},
+                                           {"ours, plain", plain_decode},
+                                           {"OpenSSL", openssl_decode},
+                                           {"GLib", glib_decode},
+                                           {"copy", copy_text}};
 #define ROW(what) "base64 " what ", 64 bits"
 #else
 constexpr bench::Contestant kEncoders[] = {{"ours", ours_encode}, {"ours, plain", plain_encode}, {"copy", copy}};

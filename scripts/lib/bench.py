@@ -14,11 +14,12 @@ import tempfile
 import bench_plot
 import bench_rows
 from testing.desktop import Desktop
+from testing.image import X64, X86
 from testing.prefix import fresh_prefix
 from testing.processes import REPO
 from testing.wine import Wine
 
-BIN = REPO / "build" / "windows" / "bin"
+BINS = {X86: REPO / "build" / "windows" / "bin", X64: REPO / "build" / "windows-x64" / "bin"}
 NATIVE = REPO / "build" / "native-release" / "bench"
 MIB = 1 << 20
 
@@ -32,10 +33,10 @@ class Figures:
     def add(self, row, work, contestant, value):
         self.values[row, int(work), contestant].append(float(value))
 
-    def add_lines(self, text):
+    def add_lines(self, text, mark=""):
         for line in text.splitlines():
             row, work, contestant, median, _least = line.split("\t")
-            self.add(row, float(work), contestant, median)
+            self.add(mark + row, float(work), contestant, median)
 
     def get(self, row, work, contestant):
         return statistics.median(self.values[row, work, contestant])
@@ -45,33 +46,46 @@ class Figures:
 
 
 class Bench:
-    def __init__(self, rounds, stack):
-        self.rounds, self.stack, self.figures, self.stack_use = rounds, stack, Figures(), {}
-        self.prefix = stack.enter_context(fresh_prefix())
-        self.desktop_prefix = stack.enter_context(fresh_prefix())  # programs without a display would take its windows
+    """The benchmarks of what is built for a machine; their figures go to those of all, under rows that are marked."""
+
+    def __init__(self, rounds, stack, figures, machine):
+        self.rounds, self.stack, self.figures, self.stack_use = rounds, stack, figures, {}
+        self.machine, self.bin = machine, BINS[machine]
+        self.mark = machine.choose("", bench_rows.OF_64_BITS)
+        self.prefix = stack.enter_context(fresh_prefix(machine))
+        # Programs without a display would take its windows.
+        self.desktop_prefix = stack.enter_context(fresh_prefix(machine))
         self.folder = pathlib.Path(stack.enter_context(tempfile.TemporaryDirectory(dir=self.prefix.drive_c)))
 
     def wine(self, program, *args, desktop=None, **options):
         options = {"cwd": self.folder, "limit": 900, "check": True, **options}
-        return Wine(desktop, self.desktop_prefix if desktop else self.prefix).run(BIN / program, *args, **options).text
+        wine = Wine(desktop, self.desktop_prefix if desktop else self.prefix)
+        return wine.run(self.bin / program, *args, **options).text
 
     def native(self, program, *args):
         return subprocess.run(
             [NATIVE / program, *map(str, args)], check=True, text=True, stdout=subprocess.PIPE, timeout=900
         ).stdout
 
+    def add(self, row, *figure):
+        self.figures.add(self.mark + row, *figure)
+
+    def add_lines(self, program):
+        self.figures.add_lines(self.wine(program, self.rounds), self.mark)
+
     def codec(self):
-        self.figures.add_lines(self.wine("bench_base64.exe", self.rounds))
-        self.figures.add_lines(self.native("base64/bench_base64", self.rounds))
+        self.add_lines("bench_base64.exe")
+        if self.machine is X86:
+            self.figures.add_lines(self.native("base64/bench_base64", self.rounds))
 
     def in_one_program(self):
-        self.figures.add_lines(self.wine("bench_resample.exe", self.rounds))
-        self.figures.add_lines(self.wine("bench_upload_body.exe", self.rounds))
+        self.add_lines("bench_resample.exe")
+        self.add_lines("bench_upload_body.exe")
 
     def strings(self):
         for _ in range(3):
-            self.figures.add_lines(self.wine("bench_strings.exe", self.rounds))
-            self.figures.add_lines(self.wine("bench_strings_std.exe", self.rounds))
+            self.add_lines("bench_strings.exe")
+            self.add_lines("bench_strings_std.exe")
 
     def message(self):
         message = self.folder / "message.eml"
@@ -84,8 +98,8 @@ class Bench:
                     ("GMime", lambda *paths: self.native("compose/compose_gmime", *paths)),
                 ):
                     milliseconds, peak = run(file, message).split()
-                    self.figures.add("message", size, who, milliseconds)
-                    self.figures.add("message, peak memory", size, who, float(peak) / message.stat().st_size)
+                    self.add("message", size, who, milliseconds)
+                    self.add("message, peak memory", size, who, float(peak) / message.stat().st_size)
 
     def load(self):
         for _ in range(self.rounds):
@@ -95,15 +109,15 @@ class Bench:
                 ("two empty DLLs", ["bench_empty.dll", "system"]),
             ):
                 milliseconds, private = self.wine("bench_load.exe", *args).split()
-                self.figures.add("load", 1, who, milliseconds)
-                self.figures.add("load, private memory", 1, who, float(private) / 1024)
+                self.add("load", 1, who, milliseconds)
+                self.add("load, private memory", 1, who, float(private) / 1024)
 
     def report(self, width, height, modes, rounds, attachment=0, helper=False):
         """Of a screen that large; the message's figures only with an attachment of so many bytes."""
         host = self.desktop_prefix.drive_c / "host"
         host.mkdir(exist_ok=True)
         for name in ("bench_report.exe", "Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"):
-            shutil.copy(BIN / name, host)
+            shutil.copy(self.bin / name, host)
         if not helper:
             (host / "faultkit.dll").unlink()
         with Desktop(width=width, height=height) as desktop:
@@ -116,10 +130,10 @@ class Bench:
                     args = [self.desktop_prefix.to_windows(file)] if attachment else []
                     told = self.wine(host / "bench_report.exe", mode, *args, desktop=desktop).split()
                     if not attachment:
-                        self.figures.add("dialog", width * height, mode, told[0])
+                        self.add("dialog", width * height, mode, told[0])
                     else:
-                        self.figures.add("answer", attachment, "ours, with faultkit" if helper else "ours", told[1])
-                        self.figures.add("answer", attachment, "unavoidable", 50 + float(told[2]))
+                        self.add("answer", attachment, "ours, with faultkit" if helper else "ours", told[1])
+                        self.add("answer", attachment, "unavoidable", 50 + float(told[2]))
 
     def stack_depth(self):
         """The deepest of some runs: what the system does on the way differs."""
@@ -142,7 +156,7 @@ class Bench:
         self.in_one_program()
 
 
-def machine():
+def this_machine():
     processor = next(
         line.split(":")[1].strip() for line in open("/proc/cpuinfo", encoding="ascii") if line.startswith("model name")
     )
@@ -155,17 +169,25 @@ def main():
     args = [arg for arg in args if arg != "--keep"]
     rounds = int(args[0]) if args else 21
     with contextlib.ExitStack() as stack:
-        bench = Bench(rounds, stack)
-        bench.run()
-    print(f"\n{rounds} rounds on {machine()}\n")
-    print(bench_rows.table(bench.figures))
-    print(bench_rows.growth(bench.figures))
-    print("\n".join(f"{road:42} {deepest:8} bytes" for road, deepest in bench.stack_use.items()))
+        figures = Figures()
+        benches = [Bench(rounds, stack, figures, machine) for machine in BINS]
+        for bench in benches:
+            bench.run()
+    for row, work in bench_rows.RESAMPLED:
+        in_32_bits = figures.get(row, work, "ours, AVX2")
+        figures.add(bench_rows.OF_64_BITS + row, work, bench_rows.BESIDE_32_BITS, in_32_bits)
+    print(f"\n{rounds} rounds on {this_machine()}\n")
+    print(bench_rows.table(figures, bench_rows.ROWS))
+    print(bench_rows.growth(figures))
+    print(bench_rows.table(figures, bench_rows.ROWS_OF_64_BITS))
+    for bench in benches:
+        for road, deepest in bench.stack_use.items():
+            print(f"{bench.mark + road:56} {deepest:8} bytes")
     if keep:
         with open(REPO / "docs" / "benchmarks.csv", "w", encoding="ascii", newline="\n") as file:
             writer = csv.writer(file, lineterminator="\n")
             writer.writerow(("row", "work", "contestant", "median"))
-            for row, work, contestant, value in bench.figures:
+            for row, work, contestant, value in figures:
                 writer.writerow((row, work, contestant, f"{value:.6g}"))
         bench_plot.main()
 
