@@ -99,7 +99,8 @@ def open_engine(url):
         sa.event.listen(engine, "connect", _prepare_sqlite)
         sa.event.listen(engine, "begin", _begin_sqlite)
     else:
-        engine = sa.create_engine(url, future=True, pool_pre_ping=True, pool_size=10, max_overflow=10)
+        pool = {"pool_pre_ping": True, "pool_size": 10, "max_overflow": 10}
+        engine = sa.create_engine(url, future=True, executemany_mode="values_plus_batch", **pool)
     with engine.execution_options(writes=True).begin() as connection:
         if engine.dialect.name == "postgresql":  # other workers may be starting as well
             connection.execute(sa.text("SELECT pg_advisory_xact_lock(8241)"))
