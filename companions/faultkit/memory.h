@@ -1,11 +1,12 @@
-// Memory of the faulting process, read with care. The walker and the image reader see nothing else of the process, so
-// that they can be tested against memory made up by a test.
+// Memory of the faulting process, read with care.
 #pragma once
 
 #include "companions/faultkit/address.h"
 
 namespace faultkit {
 
+// The walker and the image reader see nothing else of the process, so that they can be tested against memory made up by
+// a test.
 class Memory {
 public:
     // Copies `size` bytes from `address`. Returns false, with undefined bytes in `to`, when any of them can't be read.
@@ -28,6 +29,20 @@ public:
 
 protected:
     ~Memory() = default;
+};
+
+// The memory of this process. A page that can't be read, or that the system guards (touching it would change the
+// stack's growth), counts as unreadable. One thread at a time.
+class ProcessMemory : public Memory {
+public:
+    bool read(Address address, void* to, uint32_t size) override;
+    // What is known about pages is forgotten: before each new fault.
+    void forget() { m_begin = m_end = 0; }
+
+private:
+    bool is_readable(Address address, uint32_t size);
+
+    Address m_begin = 0, m_end = 0; // the region found readable last
 };
 
 } // namespace faultkit

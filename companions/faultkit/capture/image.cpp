@@ -4,7 +4,6 @@
 #include <string.h>
 
 #include "companions/faultkit/text_builder.h"
-#include "companions/faultkit/capture/version_resource.h"
 
 namespace faultkit {
 namespace {

@@ -48,4 +48,10 @@ bool read_image(Memory& memory, Address base, Image* image);
 // The directory of that number in the headers of an image that was read: within the image, or of size 0.
 Directory find_directory(Memory& memory, const Image& image, uint32_t index);
 
+// The file version in an image's resources, found without the system's version functions, which allocate.
+// resources, resources_size: address and size of the module's resource directory; base, size: the module. Returns false
+// when there is no readable version record.
+bool read_file_version(Memory& memory, Address base, uint32_t size, Address resources, uint32_t resources_size,
+                       uint16_t version[4]);
+
 } // namespace faultkit

@@ -5,7 +5,7 @@
 
 #include "companions/faultkit/capture/fault_facts.h"
 #include "companions/faultkit/capture/module_table.h"
-#include "companions/faultkit/capture/process_memory.h"
+#include "companions/faultkit/memory.h"
 #include "companions/faultkit/capture/unloaded_modules.h"
 #include "win/guard.h"
 
@@ -51,5 +51,15 @@ private:
 
 // One past the stack that holds the address.
 Address stack_end_for(Address address);
+
+// What is in the system's record of registers. One source of these for each kind of process:
+
+// How much of a CONTEXT there is at least: the older part, without the extended registers at the end of a 32-bit one.
+extern const uint32_t kShortestContext; // bytes
+
+Address instruction_of(const CONTEXT& context);
+void copy_registers(const CONTEXT& context, Registers* registers);
+// Leaves out what the context doesn't hold.
+void copy_float_state(const CONTEXT& context, FloatState* state);
 
 } // namespace faultkit

@@ -1,5 +1,5 @@
 // Goes down the three levels of the resource tree (type, name, language) to the first version record.
-#include "companions/faultkit/capture/version_resource.h"
+#include "companions/faultkit/capture/image.h"
 
 namespace faultkit {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "companions/faultkit/capture/module_table.h"
 #include "companions/faultkit/text_builder.h"
-#include "companions/faultkit/walk/source_place.h"
+#include "companions/faultkit/walk/trace.h"
 
 namespace faultkit {
 

@@ -4,10 +4,9 @@
 
 #include "companions/faultkit/walk/debug_library.h"
 #include "companions/faultkit/walk/frame_walker.h"
-#include "companions/faultkit/capture/process_memory.h"
+#include "companions/faultkit/memory.h"
 #include "companions/faultkit/capture/module_table.h"
-#include "companions/faultkit/describe/place_text.h"
-#include "companions/faultkit/capture/process_modules.h"
+#include "companions/faultkit/walk/trace.h"
 #include "win/guard.h"
 
 namespace faultkit {

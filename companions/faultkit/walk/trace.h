@@ -2,10 +2,27 @@
 #pragma once
 
 #include "companions/faultkit/address.h"
-#include "companions/faultkit/walk/frame_origin.h"
-#include "companions/faultkit/walk/source_place.h"
 
 namespace faultkit {
+
+// How a frame was found, from certain to doubtful.
+enum class FrameOrigin : uint8_t {
+    kInterrupted, // the fault's own registers
+    kSymbols,     // the debugging library, from a PDB
+    kChecked,     // the call before the return address entered the function below
+    kPlausible,   // a call through a pointer, made by a function that leads on
+    kChained,     // the chain of frame pointers
+    kGuessed,     // the first thing on the stack that looks like a return address
+};
+
+// What symbols say about an address. Empty texts where they say nothing.
+struct SourcePlace {
+    char function[200];
+    uint32_t displacement; // bytes from the function's start
+    char file[260];
+    uint32_t line;
+    bool inlined; // the function was inlined into the one of the next place
+};
 
 struct TraceLine {
     Address pc;

@@ -1,4 +1,4 @@
-#include "companions/faultkit/capture/registers_of_context.h"
+#include "companions/faultkit/capture/snapshot.h"
 
 namespace faultkit {
 

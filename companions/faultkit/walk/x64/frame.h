@@ -1,7 +1,7 @@
 #pragma once
 
 #include "companions/faultkit/address.h"
-#include "companions/faultkit/walk/frame_origin.h"
+#include "companions/faultkit/walk/trace.h"
 
 namespace faultkit {
 

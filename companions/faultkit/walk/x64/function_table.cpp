@@ -1,5 +1,5 @@
 // The table is sorted by address: twelve bytes for each part of a function.
-#include "companions/faultkit/walk/x64/function_table.h"
+#include "companions/faultkit/walk/x64/unwind.h"
 
 namespace faultkit {
 

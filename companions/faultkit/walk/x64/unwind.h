@@ -1,10 +1,21 @@
 // One step up the stack by unwind data: what a function's first instructions did is undone.
 #pragma once
 
+#include "companions/faultkit/capture/image.h"
+#include "companions/faultkit/memory.h"
 #include "companions/faultkit/walk/x64/frame.h"
-#include "companions/faultkit/walk/x64/function_table.h"
 
 namespace faultkit {
+
+// A part of a function, as the image's own table (.pdata) has it: offsets in the image.
+struct FunctionEntry {
+    uint32_t begin, end;
+    uint32_t unwind; // of the unwind data
+};
+
+// False when the table has no entry for the address, as for functions that take no stack and call nothing; or when the
+// table can't be read.
+bool find_function(Memory& memory, const Image& image, Address address, FunctionEntry* function);
 
 // Undoes what the function has done by frame.pc, or by its end if the frame only waits for a call. Returns false when
 // the unwind data are damaged or tell of a stack that can't be read. Nothing is known of what lies at caller->pc.

@@ -3,7 +3,7 @@
 
 #include <stdint.h>
 
-#include "companions/faultkit/walk/frame_origin.h"
+#include "companions/faultkit/walk/trace.h"
 #include "companions/faultkit/walk/x86/call_site.h"
 #include "companions/faultkit/walk/x86/function_finder.h"
 #include "companions/faultkit/memory.h"

@@ -1,6 +1,6 @@
 // Memory is read in two steps: the system is asked whether it can be read, and it is copied under a guard all the same,
 // as it may change in between. Guard pages are never touched.
-#include "companions/faultkit/capture/process_memory.h"
+#include "companions/faultkit/memory.h"
 
 #include <windows.h>
 
