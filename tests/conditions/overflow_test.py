@@ -6,14 +6,18 @@ import pytest
 
 from testing import report_dialog
 from testing.host import LIBRARY_FILES, Host, redirect
+from testing.image import X64
 from testing.loopback import loopback_address
 from testing.processes import wait_until
+from testing.product import MACHINE
 from testing.upload_body import CONFIRMATION
 from testing.web_server import WebServer, answering
 
 NOTES = b"what the host noted\r\n" * 500
 ONCE = ["caught", "reported"]
-LEAST_RESERVE = 40  # KB: more than any report may need
+# What follows where the outermost module has symbols, as Wine has of 64 bits.
+FUNCTION = r"(?: \w+\+0x[0-9a-f]+ \(.*\))?"
+LEAST_RESERVE = MACHINE.choose(40, 48)  # KB: more than any report may need
 SMALL_STACKS = (64, 128, 256, 512, 1024)  # KB
 
 
@@ -29,7 +33,7 @@ def check_message(message, address):
     description = body[body.index("Crush Expantion:\n") :]
     assert description.startswith("Crush Expantion:\nEXCEPTION_STACK_OVERFLOW (C00000FD)"), description
     trace = description.partition("\n\nStack Trace:\n")[2].partition("\n\n")[0].splitlines()
-    places = [re.fullmatch(address + r" (\S+)\+[0-9A-F]{8}", line) for line in trace]
+    places = [re.fullmatch(address + r" (\S+)\+[0-9A-F]{8}" + FUNCTION, line) for line in trace]
     (gap,) = [line for line in trace if line.startswith("... ")]
     assert int(re.fullmatch(r"\.\.\. (\d+) more frames", gap)[1]) > 100
     # The same function, whose call of itself returns to one place, above and below the gap.
@@ -37,7 +41,7 @@ def check_message(message, address):
     (recursion,) = {line for line in trace[1:at]}
     assert re.search(f"^{address}" + r" overflow_host\.exe\+", recursion)
     assert recursion in trace[at + 1 :]
-    assert places[-1], trace
+    assert places[-1], trace[-6:]
     attached = dict(message.attachments)
     assert attached["notes.txt"] == NOTES
     picture = attached["screen_copy.jpg"]
@@ -96,10 +100,16 @@ def test_of_another_thread_is_reported(stage):
 
 @pytest.mark.parametrize("road", (mail, upload))
 @pytest.mark.parametrize("size", SMALL_STACKS)
+@pytest.mark.xfail(
+    MACHINE is X64,
+    raises=AssertionError,
+    run=False,
+    reason="open with 64 bits: a debugger starts when the host ends; on 64 KB, of which 32 are kept, no report comes",
+)
 def test_of_a_small_thread_is_reported(stage, size, road):
     road(stage, "--stack", size)
 
 
 @pytest.mark.parametrize("road", (mail, upload))
-def test_needs_a_reserve_of_40_KB_at_most(stage, road):
+def test_needs_no_more_than_the_least_reserve(stage, road):
     road(stage, "--reserve", LEAST_RESERVE)
