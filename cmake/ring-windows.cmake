@@ -72,9 +72,10 @@ endfunction()
 
 # Code that ships is made small: with -Oz, and optimised as a whole when it is linked, which is when the compiler sees
 # which calls can't throw. crt/ is not, because only then the compiler's own calls into it are found. A threshold below 0
-# takes functions into their callers only where that surely makes the whole smaller.
+# takes functions into their callers only where that surely makes the whole smaller. Buffers are watched by a stack cookie,
+# calls through pointers by control-flow guard.
 function(wendax_ships target)
-  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Oz;-flto>)
+  target_compile_options(${target} PRIVATE -fstack-protector-strong "SHELL:-Xclang -cfguard" $<$<CONFIG:Release>:-Oz;-flto>)
   get_target_property(type ${target} TYPE)
   if(type STREQUAL "SHARED_LIBRARY")
     target_link_options(${target} PRIVATE $<$<CONFIG:Release>:/mllvm:-inline-threshold=-20>)
@@ -125,11 +126,12 @@ function(wendax_dll name)
   cmake_path(ABSOLUTE_PATH ARG_DEF)
   add_library(${name} SHARED ${ARG_SOURCES})
   wendax_ships(${name})
+  wendax_unwinding(${ARG_SOURCES})
   set_target_properties(${name} PROPERTIES PREFIX "" SUFFIX ".dll" IMPORT_PREFIX "" IMPORT_SUFFIX ".lib"
     ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib LINKER_LANGUAGE CXX
     LINK_DEPENDS ${ARG_DEF})
   file(RELATIVE_PATH def ${CMAKE_BINARY_DIR} ${ARG_DEF})
-  target_link_options(${name} PRIVATE /def:${def})
+  target_link_options(${name} PRIVATE /def:${def} /guard:cf)
   wendax_link(${name} DEPENDS ${ARG_DEPENDS} LIBS ${ARG_LIBS})
   if(ARG_RESOURCES)
     wendax_resources(${name} ${ARG_RESOURCES} FILES ${ARG_RESOURCE_FILES})

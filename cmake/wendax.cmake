@@ -33,11 +33,22 @@ function(wendax_sources out)
   set(${out} ${sources} PARENT_SCOPE)
 endfunction()
 
+# wendax_unwinding(source...): in the product, sources named _product.cpp keep count of the objects to destroy at every
+# instruction, not just at calls: faults pass through them on their way to a guard or to the host, and each destructor must
+# run. In all others objects are destroyed that were there at the last call.
+function(wendax_unwinding)
+  foreach(source IN LISTS ARGN)
+    if(source MATCHES "_product(_x86|_x64)?\\.cpp$")
+      set_property(SOURCE ${source} APPEND PROPERTY COMPILE_OPTIONS "${WENDAX_FAULT_OPTIONS}")
+    elseif(source MATCHES "\\.cpp$")
+      set_property(SOURCE ${source} APPEND PROPERTY COMPILE_OPTIONS -fno-async-exceptions)
+    endif()
+  endforeach()
+endfunction()
+
 # wendax_layer(NAME [TYPE_INFO] SOURCES source... [DEPENDS layers...])
-# A folder of the library as one static library. In the product, sources named _product.cpp keep count of the objects to
-# destroy at every instruction, not just at calls: faults pass through them on their way to a guard or to the host, and each
-# destructor must run. In all others objects are destroyed that were there at the last call. TYPE_INFO is for a layer whose
-# classes hosts derive from and may apply dynamic_cast to.
+# A folder of the library as one static library. TYPE_INFO is for a layer whose classes hosts derive from and may apply
+# dynamic_cast to.
 function(wendax_layer name)
   cmake_parse_arguments(ARG "TYPE_INFO" "" "SOURCES;DEPENDS" ${ARGN})
   wendax_sources(sources ${ARG_SOURCES})
@@ -48,13 +59,7 @@ function(wendax_layer name)
       wendax_ships(${name})
       target_compile_options(${name} PRIVATE
         $<$<NOT:$<BOOL:${ARG_TYPE_INFO}>>:$<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>>)
-      foreach(source IN LISTS sources)
-        if(source MATCHES "\\.cpp$" AND NOT source MATCHES "_product(_x86|_x64)?\\.cpp$")
-          set_property(SOURCE ${source} APPEND PROPERTY COMPILE_OPTIONS -fno-async-exceptions)
-        elseif(source MATCHES "\\.cpp$")
-          set_property(SOURCE ${source} APPEND PROPERTY COMPILE_OPTIONS "${WENDAX_FAULT_OPTIONS}")
-        endif()
-      endforeach()
+      wendax_unwinding(${sources})
     endif()
   else()
     add_library(${name} INTERFACE)

@@ -2,6 +2,7 @@
 #include <stdlib.h>
 
 #include "crt/initializers.h"
+#include "crt/security_cookie.h"
 
 namespace {
 
@@ -15,6 +16,7 @@ extern "C" int __cdecl main(int argc, char** argv);
 extern "C" int __cdecl __getmainargs(int* argc, char*** argv, char*** environment, int wildcards, StartupInfo* info);
 
 extern "C" void __cdecl mainCRTStartup() {
+    crt::make_security_cookie();
     int argc = 0;
     char** argv = nullptr;
     char** environment = nullptr;

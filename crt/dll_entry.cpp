@@ -3,11 +3,13 @@
 #include <windows.h>
 
 #include "crt/initializers.h"
+#include "crt/security_cookie.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved);
 
 extern "C" BOOL WINAPI _DllMainCRTStartup(HINSTANCE instance, DWORD reason, LPVOID reserved) {
     if (reason == DLL_PROCESS_ATTACH) {
+        crt::make_security_cookie();
         crt::run_initializers();
         if (DllMain(instance, reason, reserved))
             return TRUE;

@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include "crt/initializers.h"
+#include "crt/security_cookie.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ char* arguments_of(char* line) {
 extern "C" int WINAPI WinMain(HINSTANCE instance, HINSTANCE previous, LPSTR arguments, int show);
 
 extern "C" void __cdecl WinMainCRTStartup() {
+    crt::make_security_cookie();
     STARTUPINFOA info = {};
     GetStartupInfoA(&info);
     const int show = info.dwFlags & STARTF_USESHOWWINDOW ? info.wShowWindow : SW_SHOWDEFAULT;

@@ -1,9 +1,18 @@
 /* The load configuration record of the image. Without it the linker marks the image as one that has no exception
- * handlers, and Windows would not run ours. The linker fills in the handler table and its count. */
+ * handlers, and Windows would not run ours. The linker fills in the table of handlers and those of control-flow guard.
+ */
 
 extern void* __safe_se_handler_table[];
 extern unsigned char __safe_se_handler_count;
-unsigned long __security_cookie = 0xBB40E64E;
+extern void* __guard_fids_table[];
+extern unsigned char __guard_fids_count;
+extern void* __guard_iat_table[];
+extern unsigned char __guard_iat_count;
+extern void* __guard_longjmp_table[];
+extern unsigned char __guard_longjmp_count;
+extern unsigned long __security_cookie;
+/* The compiler calls through these very names. */
+extern void (*const __guard_check_icall_fptr)(void); // NOLINT(readability-identifier-naming)
 
 typedef struct LoadConfig {
     unsigned long size, time_stamp;
@@ -17,9 +26,21 @@ typedef struct LoadConfig {
     unsigned long* security_cookie;
     void** handler_table;
     void* handler_count;
+    const void* guard_check;
+    void* guard_dispatch;
+    void** guard_functions;
+    void* guard_function_count;
+    unsigned long guard_flags;
+    unsigned long code_integrity[3];
+    void** guard_imports;
+    void* guard_import_count;
+    void** guard_jumps;
+    void* guard_jump_count;
 } LoadConfig;
 
-_Static_assert(sizeof(LoadConfig) == 0x48, "the record's layout is the loader's");
+_Static_assert(sizeof(LoadConfig) == 0x78, "the record's layout is the loader's");
+
+enum { GUARD_INSTRUMENTED = 0x100, GUARD_FUNCTIONS_LISTED = 0x400, GUARD_JUMPS_LISTED = 0x10000 };
 
 /* The linker looks for this very name. */
 // NOLINTNEXTLINE(readability-identifier-naming)
@@ -28,6 +49,14 @@ const LoadConfig _load_config_used = {
     .security_cookie = &__security_cookie,
     .handler_table = __safe_se_handler_table,
     .handler_count = &__safe_se_handler_count,
+    .guard_check = &__guard_check_icall_fptr,
+    .guard_functions = __guard_fids_table,
+    .guard_function_count = &__guard_fids_count,
+    .guard_flags = GUARD_INSTRUMENTED | GUARD_FUNCTIONS_LISTED | GUARD_JUMPS_LISTED,
+    .guard_imports = __guard_iat_table,
+    .guard_import_count = &__guard_iat_count,
+    .guard_jumps = __guard_longjmp_table,
+    .guard_jump_count = &__guard_longjmp_count,
 };
 
 /* Code that uses floating point refers to this name; its value means nothing to anyone. */

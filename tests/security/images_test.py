@@ -10,6 +10,7 @@ from testing.processes import REPO
 
 HERE = pathlib.Path(__file__).parent
 DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")
+GUARD_INSTRUMENTED, GUARD_FUNCTIONS_LISTED = 0x100, 0x400  # IMAGE_GUARD_CF_...
 APPLICATION_DIR, SYSTEM32 = 0x200, 0x800  # LOAD_LIBRARY_SEARCH_...
 
 
@@ -20,6 +21,17 @@ def test_moves_to_any_address_and_keeps_data_from_running(stage, dll):
     assert "IMAGE_DLL_CHARACTERISTICS_NX_COMPAT" in headers
     assert "IMAGE_FILE_RELOCS_STRIPPED" not in headers
     assert re.search(r"BaseRelocationTableSize: 0x[1-9A-F]", headers)
+    assert ("IMAGE_DLL_CHARACTERISTICS_HIGH_ENTROPY_VA" in headers) == stage.machine.choose(False, True)
+
+
+@pytest.mark.parametrize("dll", DLLS)
+def test_names_the_functions_that_pointers_may_call(stage, dll):
+    told = stage.image(dll).read("--file-headers", "--coff-load-config")
+    assert "IMAGE_DLL_CHARACTERISTICS_GUARD_CF" in told
+    flags = int(re.search(r"GuardFlags \[ \((0x[0-9A-F]+)\)", told)[1], 16)
+    assert flags & (GUARD_INSTRUMENTED | GUARD_FUNCTIONS_LISTED) == GUARD_INSTRUMENTED | GUARD_FUNCTIONS_LISTED
+    assert int(re.search(r"GuardCFFunctionCount: (\d+)", told)[1]) > 0
+    assert re.search(r"GuardCFCheckFunction: 0x[1-9A-F]", told)
 
 
 @pytest.mark.parametrize("dll", DLLS)

@@ -27,6 +27,14 @@ extern "C" int initializer_runs() {
     return runs;
 }
 
+// Writes behind its buffer if there are more than 16 letters.
+extern "C" int overrun(const char* letters, int count) {
+    char buffer[16];
+    for (int i = 0; i < count; ++i)
+        buffer[i] = letters[i];
+    return buffer[0];
+}
+
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
     return TRUE;
 }

@@ -7,6 +7,7 @@
 
 extern "C" void throw_marker(unsigned code, EXCEPTION_POINTERS* pointers);
 extern "C" int initializer_runs();
+extern "C" int overrun(const char* letters, int count);
 
 namespace {
 
@@ -168,6 +169,11 @@ Global first, second;
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2) {
+        const int first = overrun(argv[1], static_cast<int>(strlen(argv[1])));
+        printf("came back with %d\n", first);
+        return 0;
+    }
     check(argc == 3 && strcmp(argv[1], "one") == 0 && strcmp(argv[2], "two words") == 0, "arguments");
     check(initializers == 2 && initializer_order[0] == 1 && initializer_order[1] == 2,
           "static initialisers of the program");

@@ -2,6 +2,8 @@
 
 import re
 
+STATUS_STACK_BUFFER_OVERRUN = 0xC0000409
+
 
 def test_glue_keeps_its_promises(stage):
     done = stage.wine().run(stage.product("toolchain_host.exe"), "one", "two words")
@@ -10,6 +12,14 @@ def test_glue_keeps_its_promises(stage):
     assert "host global destroyed" in done.text
     assert "dll global destroyed" in done.text
     assert done.returncode == 7
+
+
+def test_function_whose_buffer_was_overrun_never_returns(stage):
+    safe = stage.wine().run(stage.product("toolchain_host.exe"), "a" * 16)
+    assert "came back with 97" in safe.text
+    smashed = stage.wine().run(stage.product("toolchain_host.exe"), "a" * 17)
+    assert smashed.returncode == STATUS_STACK_BUFFER_OVERRUN & 0xFF
+    assert "came back" not in smashed.text
 
 
 def test_window_program_gets_its_arguments_without_its_name(stage):
