@@ -115,7 +115,11 @@ extern "C" __declspec(dllimport) WendaxProcedure __stdcall GetProcAddress(Wendax
 #define WENDAX_REPORT_STACK 131072
 #endif
 /** The least that it asks for where a thread's stack is too small for that: what whole reports need. */
+#if defined(_WIN64)
+#define WENDAX_LEAST_REPORT_STACK 49152
+#else
 #define WENDAX_LEAST_REPORT_STACK 32768
+#endif
 
 /** Covers the calling thread, whichever C runtime the host is built with. Called once, first thing on each thread.
  *
