@@ -8,8 +8,8 @@ constexpr unsigned kStubSize = 32;
 // Writes the code that a caller is led to: it enters the gate with its call.
 void write_stub(unsigned char* code, const Call& call);
 
-// What the gate does, for the code of gate_entry.cpp. arguments: in units of an address; of a member function with 64 bits
-// the object comes first.
+// What the gate does, for the code of gate_entry.cpp. arguments: in units of an address; of a member function with 64
+// bits the object comes first.
 extern "C" {
 
 // What to call; null when the call fails instead.

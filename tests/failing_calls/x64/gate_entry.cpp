@@ -6,8 +6,8 @@
 
 static_assert(offsetof(Call, words) == 8, "gate_entry reads it there");
 
-// Entered by a stub, with the call in r11. The caller's four registers go to the places that it keeps for them, so that all
-// arguments lie in a row; up to 20 of them are handed on. Unwinding passes through here.
+// Entered by a stub, with the call in r11. The caller's four registers go to the places that it keeps for them, so that
+// all arguments lie in a row; up to 20 of them are handed on. Unwinding passes through here.
 __asm__(".text\n"
         ".globl gate_entry\n"
         ".def gate_entry; .scl 2; .type 32; .endef\n"
