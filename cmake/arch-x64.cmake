@@ -12,7 +12,6 @@ set(WENDAX_AFTER_LINK /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/../crt/x64/mark
 set(WENDAX_DLLTOOL_MACHINE i386:x86-64)
 set(WENDAX_LINK_ARCH "/machine:x64 /merge:.pdata=.rdata /mllvm:-disable-nounwind-inference") # a section less to fill up to 512 bytes
 set(WENDAX_DLL_ENTRY _DllMainCRTStartup)
-set(WENDAX_ZIP_SUFFIX win64)
 # Where images would like to lie, before the digits that each DLL gives: above 4 GB, so that an address cut to 32 bits is
 # one that nothing lies at.
 set(WENDAX_BASE 0x2)

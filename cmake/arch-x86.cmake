@@ -9,6 +9,5 @@ set(WENDAX_AFTER_LINK)
 set(WENDAX_DLLTOOL_MACHINE i386)
 set(WENDAX_LINK_ARCH "/machine:x86 /safeseh")
 set(WENDAX_DLL_ENTRY _DllMainCRTStartup@12)
-set(WENDAX_ZIP_SUFFIX win32)
 # Where images would like to lie: before the digits that each DLL gives.
 set(WENDAX_BASE 0x)

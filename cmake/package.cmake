@@ -1,5 +1,5 @@
-# What `cmake --install` puts into place and `cpack` into the zip: everything a host's developer needs, and no sources
-# of the library.
+# What `cmake --install` puts into place and scripts/package into the zip: everything a host's developer needs, and no
+# sources of the library.
 include(CMakePackageConfigHelpers)
 
 # What was built for 32 and for 64 bits may go to the same place, after one another.
@@ -36,6 +36,6 @@ install(FILES packaging/WendaxConfig.cmake ${CMAKE_BINARY_DIR}/WendaxConfigVersi
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_VENDOR "The Wendax maintainers")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Crash reports for Windows desktop programs")
-set(CPACK_PACKAGE_FILE_NAME Wendax-${PROJECT_VERSION}-${WENDAX_ZIP_SUFFIX})
+set(CPACK_PACKAGE_FILE_NAME Wendax-${PROJECT_VERSION})
 set(CPACK_VERBATIM_VARIABLES ON)
 include(CPack)

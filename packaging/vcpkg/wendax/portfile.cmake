@@ -1,11 +1,7 @@
-# Takes the zip that `cpack` makes, laid beside this file: the library is built by its own cross toolchain.
-set(kind win32)
-if(VCPKG_TARGET_ARCHITECTURE STREQUAL "x64")
-  set(kind win64)
-endif()
-file(GLOB archive "${CMAKE_CURRENT_LIST_DIR}/Wendax-*-${kind}.zip")
-if(NOT archive)
-  message(FATAL_ERROR "Put Wendax-${VERSION}-${kind}.zip into ${CMAKE_CURRENT_LIST_DIR} first.")
+# Takes the zip that scripts/package makes, laid beside this file: the library is built by its own cross toolchain.
+set(archive "${CMAKE_CURRENT_LIST_DIR}/Wendax-${VERSION}.zip")
+if(NOT EXISTS "${archive}")
+  message(FATAL_ERROR "Put Wendax-${VERSION}.zip into ${CMAKE_CURRENT_LIST_DIR} first.")
 endif()
 vcpkg_extract_source_archive(package ARCHIVE "${archive}")
 
