@@ -64,9 +64,7 @@ class Config:
 def load(store, **given):
     """The Config of that folder; given values other than None go first."""
     config = Config(pathlib.Path(store))
-    file = configparser.ConfigParser(interpolation=None)
-    file.read(config.store / "inbox.ini", "utf-8")
-    values = dict(file["inbox"]) if file.has_section("inbox") else {}
+    values = dict(_read(config.store / "inbox.ini")["inbox"])
     values.update({name: value for name, value in given.items() if value is not None})
     known = {field.name: field.type for field in dataclasses.fields(Config) if field.name != "store"}
     for name, value in values.items():
@@ -79,13 +77,17 @@ def load(store, **given):
     return config
 
 
+def _read(path):
+    file = configparser.ConfigParser(interpolation=None)
+    file["inbox"] = {}
+    file.read(path, "utf-8")
+    return file
+
+
 def save_password(store, hashed):
     """Puts a password's hash into inbox.ini, which nobody else may read."""
     path = pathlib.Path(store) / "inbox.ini"
-    file = configparser.ConfigParser(interpolation=None)
-    file.read(path, "utf-8")
-    if not file.has_section("inbox"):
-        file.add_section("inbox")
+    file = _read(path)
     file["inbox"]["password"] = hashed
     path.parent.mkdir(parents=True, exist_ok=True)
     path.touch(0o600)

@@ -9,8 +9,9 @@ from inbox.symbolize import report
 _MOST_TEXT, _MOST_LINE, _MOST_MORE = 1 << 20, 600, 400  # characters, characters, lines
 _MOST_MODULES, _MOST_FRAMES = 600, 2000
 _EXCEPTION = re.compile(r"(?:(?P<name>[^()\n]{1,80}) )?\((?P<code>[0-9A-F]{8})\)(?:[:,] (?P<words>.*))?")
-_REGISTER = re.compile(r"\b([A-Z][A-Z0-9]{1,5}) ([0-9A-F]{4,16})(?=\s|$)")
-_REGISTER_LINE = re.compile(r"(?:[A-Z][A-Z0-9]{1,5} [0-9A-F]{4,16}(?:\s+|$)){2,16}$|MXCSR [0-9A-F]{8}$")
+# R8 and R9 of 64 bits have a second space behind them, which aligns them with the others.
+_REGISTER = re.compile(r"\b([A-Z][A-Z0-9]{1,5}) {1,2}([0-9A-F]{4,16})(?=\s|$)")
+_REGISTER_LINE = re.compile(r"(?:[A-Z][A-Z0-9]{1,5} {1,2}[0-9A-F]{4,16}(?:\s+|$)){2,16}$|MXCSR [0-9A-F]{8}$")
 _MODULE_LINE = re.compile(r"[0-9A-F]{8,16} [0-9A-F]{8,16} [0-9A-F]{8} ")
 _VALUE = re.compile(r"(?:Value )?([\w .-]{1,60}?)(?: =|:) (.{0,500})")
 _PLACE = re.compile(

@@ -9,9 +9,8 @@ import uuid
 
 import sqlalchemy as sa
 
-from inbox import queries, reports, schema
+from inbox import queries, schema
 from inbox.config import BadSetting
-from inbox.facts import Facts
 
 _MOST_FILE, _LIMIT_SECONDS = 20 << 20, 60
 
@@ -62,10 +61,7 @@ def envelope(inbox, report_id, dsn):
         crash = queries.one_crash(connection, row["crash_id"])
         small = [each for each in files if each["size"] <= _MOST_FILE]
         contents = [queries.one_attachment(connection, each["id"])["content"] for each in small]
-    data = reports.unpack(row["details"])
-    facts = Facts.from_data(data["facts"]) if data.get("facts") else None
-    frames = inbox.symbols.frames(facts.frames)[0] if facts else []
-    made = event(row, crash, facts, frames, data)
+    made = event(row, crash, *inbox.reports.told(row))
     sent = time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime())
     pieces = [json.dumps({"event_id": made["event_id"], "sent_at": sent, "dsn": dsn}).encode()]
     pieces += _item({"type": "event", "content_type": "application/json"}, json.dumps(made).encode())

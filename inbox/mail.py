@@ -131,14 +131,21 @@ def _text(part):
 
 
 def _unwrapped(lines):
-    """Joins what was wrapped within the lists of modules and frames, whose lines begin with a number."""
+    """Joins what was wrapped: long lines of the reason, and those of modules and frames, which begin with a number."""
+    more_of = {r"[^()]{0,80}\([0-9A-F]{8}\)[:,] |Instruction: ": r"(?![A-Z]\w+: )"}
+    more_of[r"[A-Z]\w{1,5} {1,2}[0-9A-F]{8,16} "] = r"[0-9A-F]{4,16}\b|[A-Z]\w{1,5} {1,2}[0-9A-F]{4,16}$"  # registers
     start = re.compile(r"[0-9A-F]{8,16} |\.\.\. |Stack Trace:|\(|[^\s+]+\+[0-9A-F]{8,16}")
     inside, kept = "", []
     for line in lines:
-        if line.startswith(("Modules (", "Stack Trace:")):
+        if line.startswith(("Crush Expantion:", "Modules (", "Stack Trace:")):
             inside = line[0]
         elif not line.strip():
             inside = ""
+        elif inside == "C":
+            full = 60 < len(kept[-1]) + len(line.split()[0]) < _MOST_HEADER
+            if full and any(re.match(one, kept[-1]) and re.match(more, line) for one, more in more_of.items()):
+                kept[-1] += " " + line.strip()
+                continue
         elif inside and kept and (not start.match(line) or (line[0] == "(" and "+" in kept[-1])):
             if len(kept[-1]) < _MOST_HEADER and re.match(r"[0-9A-F]{8,16} |Modules \(", kept[-1]):
                 kept[-1] += " " + line.strip()

@@ -58,8 +58,3 @@ class Parcel:
         while mark == marks[1] and (line := self.text[end : end + 2000].partition("\n")[0]).strip():
             end += len(line) + 1
         return self.text[begin:end]
-
-
-def unreadable_digest(raw):
-    """The same for the same bytes."""
-    return hashlib.sha256(b"unreadable:" + raw).hexdigest()

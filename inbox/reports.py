@@ -11,7 +11,7 @@ import sqlalchemy as sa
 
 from inbox import form, mail, minidump, schema, words
 from inbox.facts import Facts
-from inbox.parcel import Attachment, Parcel, Unreadable, unreadable_digest
+from inbox.parcel import Attachment, Parcel, Unreadable
 from inbox.signature import signature
 from inbox.understanding import understand
 
@@ -57,7 +57,8 @@ class Reports:
             understood = understand(parcel)
         except Unreadable as reason:
             parcel = Parcel(road, "", (Attachment("original", bytes(raw)),), sender)
-            return self._store(parcel, None, unreadable_digest(raw), now, str(reason)) + (str(reason),)
+            digest = hashlib.sha256(b"unreadable:" + raw).hexdigest()
+            return self._store(parcel, None, digest, now, str(reason)) + (str(reason),)
         return self._store(parcel, understood, parcel.digest(), now, "") + ("",)
 
     def _store(self, parcel, understood, digest, now, reason):
@@ -120,6 +121,12 @@ class Reports:
             note_down(connection, crash_id, f"opened again: a report from {row['version']}, fixed in {fixed_in}")
         return crash_id
 
+    def told(self, row, ask=False):
+        """(facts or None, frames as they are known by now, what else is kept) of a report's row."""
+        data = unpack(row["details"])
+        facts = Facts.from_data(data["facts"]) if data.get("facts") else None
+        return facts, self._symbols.frames(facts.frames, ask)[0] if facts else [], data
+
     def regroup(self, report_id):
         """Looks a report's symbols up, and moves it to the crash of its signature. Returns whether it has moved."""
         asked = sa.select(schema.report).where(schema.report.c.id == report_id)
@@ -127,9 +134,7 @@ class Reports:
             row = schema.one_of(connection, asked)
         if not row or row["unreadable"]:
             return False
-        data = unpack(row["details"])
-        facts = Facts.from_data(data["facts"]) if data["facts"] else None
-        frames = self._symbols.frames(facts.frames, ask=True)[0] if facts else []
+        facts, frames, data = self.told(row, ask=True)
         made = signature(facts, frames, self.rules, row["product"])
         found = words.words_of(*_words(row, facts, frames, made), data["words"][:4000])
 

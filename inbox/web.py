@@ -10,7 +10,6 @@ import sqlalchemy as sa
 from werkzeug.exceptions import HTTPException
 
 from inbox import access, exports, pictures, plots, queries, reports, schema
-from inbox.facts import Facts
 from inbox.queries import Filters
 
 CONFIRMATION = "Data has uploaded successfully"  # what the library looks for, and not at the very beginning
@@ -34,16 +33,15 @@ def make_app(inbox):
     @app.errorhandler(HTTPException)
     def refuse(error):
         if flask.request.endpoint == "upload" or flask.request.path == "/index.php":
-            return f"{error.description}\n", error.code, {"Content-Type": "text/plain; charset=utf-8"}
+            return _plain(error.code, error.description)
         return flask.render_template("message.html", title=error.name, words=error.description), error.code
 
     @app.errorhandler(Exception)
     def fail(error):
         app.logger.exception("the request failed")
-        status, words = 500, "The request failed; the log says why."
         if isinstance(error, sa.exc.OperationalError) and "full" in str(error.orig):
-            status, words = 507, "The disk is full."
-        return f"{words}\n", status, {"Content-Type": "text/plain; charset=utf-8"}
+            return _plain(507, "The disk is full.")
+        return _plain(500, "The request failed; the log says why.")
 
     return app
 
@@ -54,7 +52,7 @@ def _add_upload(app, inbox):
 
     def refused(status, words):
         app.logger.warning("refused with %d, %d bytes: %s", status, flask.request.content_length or 0, words)
-        flask.abort(flask.Response(words + "\n", status, content_type="text/plain; charset=utf-8"))
+        flask.abort(_plain(status, words))
 
     @app.post("/index.php")
     def upload():
@@ -70,8 +68,8 @@ def _add_upload(app, inbox):
             report_id, _, wrong = inbox.reports.add_upload(body, flask.request.remote_addr or "")
         if wrong:
             app.logger.warning("kept as unreadable report %d, %d bytes: %s", report_id, announced, wrong)
-            return f"Kept as unreadable: {wrong}.\n", 400, {"Content-Type": "text/plain; charset=utf-8"}
-        return f"Report {report_id}: {CONFIRMATION}.\n", {"Content-Type": "text/plain; charset=utf-8"}
+            return _plain(400, f"Kept as unreadable: {wrong}.")
+        return _plain(200, f"Report {report_id}: {CONFIRMATION}.")
 
 
 def _add_lists(app, inbox):
@@ -122,10 +120,9 @@ def _add_pages(app, inbox):
         found = queries.one_report(connection, report_id)
         if not found:
             flask.abort(404)
-        data = reports.unpack(found[0].pop("details"))
-        facts = Facts.from_data(data["facts"]) if data.get("facts") else None
-        frames = inbox.symbols.frames(facts.frames, ask=False)[0] if facts else []
-        return *found, facts, frames, data
+        known = inbox.reports.told(found[0])
+        del found[0]["details"]
+        return *found, *known
 
     @app.get("/crash/<int:crash_id>")
     def crash(crash_id):
@@ -213,6 +210,10 @@ def _add_changes(app, inbox):
         gone = inbox.delete(schema.report.c.sender == sender)
         told = f"{gone} reports of {sender} are deleted with their files."
         return flask.render_template("message.html", title="Deleted", words=told)
+
+
+def _plain(status, words):
+    return flask.Response(words + "\n", status, content_type="text/plain; charset=utf-8")
 
 
 def _time(seconds):

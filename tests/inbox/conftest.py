@@ -37,6 +37,12 @@ def box(config):
     made.engine.dispose()
 
 
+@pytest.fixture
+def nested():
+    """{bits: what faultkit.dll said about one bug of one program, built for 32 and for 64 bits}."""
+    return {bits: (MESSAGES / f"nested_{bits}.txt").read_text("utf-8") for bits in (32, 64)}
+
+
 class Pages:
     """A browser's requests, without one."""
 

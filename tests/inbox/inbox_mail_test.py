@@ -77,6 +77,15 @@ def test_wrapped_lines_are_joined():
     assert frames_of(sent(wrapped).as_bytes()) == frames_of(sent(long).as_bytes())
 
 
+@pytest.mark.parametrize("bits, count", [(32, 16), (64, 24)])
+def test_registers_and_frames_of_both_widths_survive_wrapping(nested, bits, count):
+    wrapped = "\n".join("\n".join(textwrap.wrap(line, 72)) for line in nested[bits].split("\n"))
+    plain, read = (fault_text.find(mail.parse(sent(text).as_bytes()).text) for text in (nested[bits], wrapped))
+    assert read.registers == plain.registers and len(plain.registers) == count
+    assert [each.text for each in read.frames] == [each.text for each in plain.frames]
+    assert (plain.kind, plain.more) == (read.kind, read.more) == ("EXCEPTION_ACCESS_VIOLATION, written", [])
+
+
 def test_html_alone_is_read():
     message = email.message.EmailMessage()
     message["Subject"] = "x"

@@ -7,7 +7,7 @@ import pytest
 import sqlalchemy as sa
 
 import made
-from inbox import queries, reports, schema
+from inbox import fault_text, queries, reports, schema
 from inbox.queries import Filters
 from inbox.signature import BadRules, Rules
 from testing.upload_body import upload_body
@@ -127,6 +127,26 @@ class TestGrouping:
         for base in (0x400000, 0x1230000):
             box.reports.add_message(made.message(made.fault_text((0x1000, 0x1010), base=base)))
         assert titles(box) == [("board.exe+1000", 2)]
+
+    def test_builds_of_32_and_64_bits_share_a_crash_by_their_functions(self, box, nested):
+        for text in nested.values():
+            assert box.reports.add_message(made.message(text))[1:] == (True, "")
+        assert titles(box) == [("write_null", 2)]
+
+    def test_text_of_64_bits_is_understood_whole(self, nested):
+        facts = fault_text.find(nested[64])
+        assert (facts.kind, facts.code) == ("EXCEPTION_ACCESS_VIOLATION, written", "C0000005")
+        assert (facts.address, facts.thread, facts.more) == ("0000000140002207", "00000024", [])
+        wide = "RAX RBX RCX RDX RSI RDI RBP RSP R8 R9 R10 R11 R12 R13 R14 R15 RIP".split()
+        assert list(facts.registers) == wide + "EFL CS DS ES FS GS SS".split()
+        assert {len(facts.registers[name]) for name in wide} == {16}
+        first = facts.modules[0]
+        assert (first.name, first.base, first.size) == ("describe_host.exe", 0x140000000, 0x11000)
+        assert first.key == "6D4BB07CDEF3638D4C4C44205044422E1"
+        top = facts.frames[0]
+        assert (top.module, top.offset, top.address, top.exact) == (first.name, 0x2207, facts.address, True)
+        assert (top.function, top.line) == ("`anonymous namespace'::write_null", 23)
+        assert all(each.function and each.line for each in facts.frames)
 
     def test_rule_skips_a_frame_and_another_groups_by_one(self):
         from inbox import fault_text
