@@ -6,7 +6,6 @@ import pytest
 
 from testing import report_dialog
 from testing.host import LIBRARY_FILES, Host, redirect
-from testing.image import X64
 from testing.loopback import loopback_address
 from testing.processes import wait_until
 from testing.product import MACHINE
@@ -100,12 +99,6 @@ def test_of_another_thread_is_reported(stage):
 
 @pytest.mark.parametrize("road", (mail, upload))
 @pytest.mark.parametrize("size", SMALL_STACKS)
-@pytest.mark.xfail(
-    MACHINE is X64,
-    raises=AssertionError,
-    run=False,
-    reason="open with 64 bits: the report comes, but a debugger starts when the host ends",
-)
 def test_of_a_small_thread_is_reported(stage, size, road):
     road(stage, "--stack", size)
 
