@@ -27,7 +27,7 @@ FloatingPointScope::FloatingPointScope() noexcept {
     m_x87.status &= ~(kSummary | (kExceptions & ~m_x87.control));
 }
 
-FloatingPointScope::~FloatingPointScope() {
+void FloatingPointScope::restore() const noexcept {
     __asm__ volatile("fnclex\n\t"
                      "frstor %0\n\t"
                      "ldmxcsr %1"
@@ -39,7 +39,7 @@ FloatingPointScope::~FloatingPointScope() {
 #else
 
 FloatingPointScope::FloatingPointScope() noexcept = default;
-FloatingPointScope::~FloatingPointScope() = default;
+void FloatingPointScope::restore() const noexcept {}
 
 #endif
 

@@ -13,7 +13,9 @@ namespace gen {
 class FloatingPointScope {
 public:
     FloatingPointScope() noexcept;
-    ~FloatingPointScope();
+    ~FloatingPointScope() { restore(); }
+    // What the end does. For a handler that throws on: 64-bit unwinding ends with the settings of where it began.
+    void restore() const noexcept;
     FloatingPointScope(const FloatingPointScope&) = delete;
     FloatingPointScope& operator=(const FloatingPointScope&) = delete;
 

@@ -54,6 +54,11 @@ extern "C" void __cdecl OpenCrushReport(const char* marker) {
         make_report(marker);
     } catch (const gen::genlib_error&) {
         // Memory is gone: there is no report, and the host goes on. A fault's marker passes through to the host.
+#ifdef _WIN64
+    } catch (char* fault) {
+        floating_point.restore();
+        throw fault; // not a bare throw, which the host's runtime would take for one of its own
+#endif
     }
 }
 

@@ -7,10 +7,8 @@ import pytest
 
 from testing import report_dialog
 from testing.host import Host, redirect
-from testing.image import X64
 from testing.loopback import loopback_address
 from testing.picture import described
-from testing.product import MACHINE
 from testing.upload_body import CONFIRMATION
 from testing.web_server import WebServer, answering
 
@@ -66,9 +64,6 @@ def test_of_the_host_leave_a_whole_message_and_come_back(host, state, artifacts)
     assert b"\n\nStack Trace:\nfirst line 0 options 15 code " in message.body
 
 
-@pytest.mark.xfail(
-    MACHINE is X64, raises=AssertionError, reason="unwinding of 64 bits ends with the settings of where it began"
-)
 def test_of_the_host_come_back_when_the_report_itself_fails(host, state):
     assert host.lines("failing", state) == [CAUGHT, "kept OpenCrushReport", "end"]
 
