@@ -15,3 +15,8 @@ set(WENDAX_DLL_ENTRY _DllMainCRTStartup)
 # Where images would like to lie, before the digits that each DLL gives: above 4 GB, so that an address cut to 32 bits is
 # one that nothing lies at.
 set(WENDAX_BASE 0x2)
+# For what ships: what a loop computes from constants stays in it, and its addresses are formed as they are written. To
+# hoist and rewrite them keeps more registers in use, whose saving and restoring is 5 KB of the four DLLs.
+set(WENDAX_SMALL_LOOPS /mllvm:-disable-machine-licm /mllvm:-disable-lsr)
+# For sources whose loops are faster otherwise: they are optimised on their own instead of with the rest.
+set(WENDAX_FAST_LOOPS -fno-lto)

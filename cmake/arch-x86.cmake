@@ -11,3 +11,5 @@ set(WENDAX_LINK_ARCH "/machine:x86 /safeseh")
 set(WENDAX_DLL_ENTRY _DllMainCRTStartup@12)
 # Where images would like to lie: before the digits that each DLL gives.
 set(WENDAX_BASE 0x)
+set(WENDAX_SMALL_LOOPS)
+set(WENDAX_FAST_LOOPS)

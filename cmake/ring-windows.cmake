@@ -78,7 +78,8 @@ function(wendax_ships target)
   target_compile_options(${target} PRIVATE -fstack-protector-strong "SHELL:-Xclang -cfguard" $<$<CONFIG:Release>:-Oz;-flto>)
   get_target_property(type ${target} TYPE)
   if(type STREQUAL "SHARED_LIBRARY")
-    target_link_options(${target} PRIVATE $<$<CONFIG:Release>:/mllvm:-inline-threshold=-20>)
+    target_link_options(${target} PRIVATE $<$<CONFIG:Release>:/mllvm:-inline-threshold=-20>
+      $<$<CONFIG:Release>:${WENDAX_SMALL_LOOPS}>)
   endif()
 endfunction()
 
