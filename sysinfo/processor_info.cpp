@@ -147,17 +147,15 @@ int CProcessorInfo::GetCacheSize(uint32_t level) const {
 }
 
 CStdString CProcessorInfo::GetText() const {
-    CStdString head;
-    head.format("\nVendor: %s\nVendor ID: %s\nExtended Processor Name: %s\nProcesor Clock Frequecy: %d\n",
-                GetManufacturer(), m_vendor_id, GetExtendedName(), m_clock);
-    CStdString rest;
-    rest.format("Logical processors per physical: %d\nStepping code: %d\nMMX support: %s\nMMX+ support: %s\n"
+    CStdString text;
+    text.format("\nVendor: %s\nVendor ID: %s\nExtended Processor Name: %s\nProcesor Clock Frequecy: %d\n"
+                "Logical processors per physical: %d\nStepping code: %d\nMMX support: %s\nMMX+ support: %s\n"
                 "SSE support: %s\nSSE2 support: %s\n3DNow suppor: %s\n3DNow+ suppor: %s\nAI64 support: %s\n"
                 "Hyperthreading support: %s\nL1 cache size: %d\nL2 cache size: %d\nL3 cache size: %d\n",
-                m_logical_processors, static_cast<int>(m_stepping), yes_or_no(HasFeature(kMmx)),
-                yes_or_no(HasFeature(kMmxPlus)), yes_or_no(HasFeature(kSse)), yes_or_no(HasFeature(kSse2)),
-                yes_or_no(HasFeature(k3DNow)), yes_or_no(HasFeature(k3DNowPlus)), yes_or_no(HasFeature(kIa64)),
-                yes_or_no(HasFeature(kHyperThreading)), m_caches.l1, m_caches.l2, m_caches.l3);
-    head += rest;
-    return head;
+                GetManufacturer(), m_vendor_id, GetExtendedName(), m_clock, m_logical_processors,
+                static_cast<int>(m_stepping), yes_or_no(HasFeature(kMmx)), yes_or_no(HasFeature(kMmxPlus)),
+                yes_or_no(HasFeature(kSse)), yes_or_no(HasFeature(kSse2)), yes_or_no(HasFeature(k3DNow)),
+                yes_or_no(HasFeature(k3DNowPlus)), yes_or_no(HasFeature(kIa64)), yes_or_no(HasFeature(kHyperThreading)),
+                m_caches.l1, m_caches.l2, m_caches.l3);
+    return text;
 }
