@@ -76,7 +76,8 @@ class Host:
         if not self.mail_log.exists():
             return []
         calls = []
-        for line in self.mail_log.read_text("latin-1").splitlines():
+        text = self.mail_log.read_text("latin-1")
+        for line in text[: text.rfind("\n") + 1].splitlines():  # what is being written isn't a line yet
             show, _, path = line.partition(" ")
             calls.append((int(show), path.strip().strip('"')))
         return calls
