@@ -17,8 +17,8 @@ typedef struct LoadConfig {
     unsigned long long edit_list;
     unsigned long long* security_cookie;
     unsigned long long handler_table, handler_count;
-    const void* guard_check;
-    const void* guard_dispatch;
+    void (*const* guard_check)(void);
+    void (*const* guard_dispatch)(void);
     GuardTables guard;
 } LoadConfig;
 

@@ -20,7 +20,7 @@ typedef struct LoadConfig {
     unsigned long* security_cookie;
     void** handler_table;
     void* handler_count;
-    const void* guard_check;
+    void (*const* guard_check)(void);
     void* guard_dispatch;
     GuardTables guard;
 } LoadConfig;
