@@ -88,7 +88,7 @@ class Inbox:
         """Deletes the reports for which the condition holds. Returns how many."""
         gone = 0
         for ids in self.in_pieces(condition):
-            gone += self.writer.do("", lambda connection, these=ids: reports.delete(connection, these))
+            gone += self.writer.do(lambda connection, these=ids: reports.delete(connection, these))
         return gone
 
     def delete_old(self):
@@ -128,7 +128,7 @@ class Inbox:
             last = ids[-1]
 
     def change(self, report_id, **values):
-        self.writer.do("", lambda connection: schema.change(connection, schema.report, report_id, **values))
+        self.writer.do(lambda connection: schema.change(connection, schema.report, report_id, **values))
 
     def _get(self, name):
         with self.engine.connect() as connection:
@@ -137,4 +137,4 @@ class Inbox:
 
     def _set(self, name, value):
         text = "INSERT INTO setting(name, value) VALUES (:name, :value) ON CONFLICT (name) DO UPDATE SET value = :value"
-        self.writer.do("", lambda connection: connection.execute(sa.text(text), {"name": name, "value": value}))
+        self.writer.do(lambda connection: connection.execute(sa.text(text), {"name": name, "value": value}))

@@ -30,7 +30,7 @@ def fill(inbox):
         inbox.symbols.add(folder, inbox.writer)
         for version, often in _OFTEN.items():
             if version == 3:  # somebody thought that this one was mended
-                inbox.writer.do("", _mend)
+                inbox.writer.do(_mend)
             for fault, count in enumerate(often):
                 raw = kept.read(f"version-{version}/fault-{fault}.eml")
                 for _ in range(count):

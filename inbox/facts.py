@@ -49,13 +49,10 @@ class Facts:
     values: dict = dataclasses.field(default_factory=dict)  # of the host
     source: str = "text"
 
-    def to_data(self):
-        lists = {"modules": [vars(each) for each in self.modules], "frames": [vars(each) for each in self.frames]}
-        return {**vars(self), **lists}
-
     @staticmethod
-    def from_data(data):
+    def of(data):
+        """From what the store has kept."""
         facts = Facts(**data)
-        facts.modules = [Module(**each) for each in facts.modules]
+        facts.modules = [Module(*each.values()) for each in facts.modules]
         facts.frames = [Frame(**each) for each in facts.frames]
         return facts

@@ -1,6 +1,8 @@
 """Takes reports in, and moves them between crashes when they are understood anew. Functions with a connection run within
 the caller's transaction."""
 
+import collections
+import dataclasses
 import hashlib
 import json
 import re
@@ -12,19 +14,19 @@ import sqlalchemy as sa
 from inbox import form, mail, minidump, schema, words
 from inbox.facts import Facts
 from inbox.parcel import Attachment, Parcel, Unreadable
-from inbox.signature import signature
-from inbox.understanding import understand
+from inbox.schema import attachment, crash, report, tally, wants
+from inbox.signature import Signature, signature
+from inbox.understanding import Understood, understand
 
-DAY = 86400
 _PICTURES = (b"\xff\xd8\xff", b"\x89PNG", b"GIF8", b"BM")
 
 
 def pack(data):
-    return zlib.compress(json.dumps(data, separators=(",", ":")).encode("utf-8", "replace"), 1)
+    return zlib.compress(json.dumps(data, separators=(",", ":"), default=vars).encode("utf-8", "replace"), 1)
 
 
 def unpack(content):
-    return json.loads(zlib.decompress(content)) if content else {}
+    return json.loads(zlib.decompress(content))
 
 
 def media_of(content):
@@ -34,6 +36,17 @@ def media_of(content):
     if content.startswith(_PICTURES):
         return "picture"
     return "text" if content and b"\0" not in content[:4096] else "other"
+
+
+@dataclasses.dataclass
+class _New:
+    """A report on its way into the store. signature: None if it is unreadable."""
+
+    parcel: Parcel
+    row: dict
+    signature: Signature | None
+    wanted: dict
+    words: list
 
 
 class Reports:
@@ -51,85 +64,43 @@ class Reports:
         return self._add(raw, lambda: mail.parse(raw), "message", "", received)
 
     def _add(self, raw, read, road, sender, received):
-        now = received or int(time.time())
+        reason = ""
         try:
             parcel = read()
-            understood = understand(parcel)
-        except Unreadable as reason:
+            understood, content = understand(parcel), parcel.digest()
+        except Unreadable as error:
+            reason, understood = str(error), Understood()
             parcel = Parcel(road, "", (Attachment("original", bytes(raw)),), sender)
-            digest = hashlib.sha256(b"unreadable:" + raw).hexdigest()
-            return self._store(parcel, None, digest, now, str(reason)) + (str(reason),)
-        return self._store(parcel, understood, parcel.digest(), now, "") + ("",)
+            content = hashlib.sha256(b"unreadable:" + raw).hexdigest()
+        new = self._new(parcel, understood, content, received or int(time.time()), reason)
+        return *self._writer.together(_keep, new), reason
 
-    def _store(self, parcel, understood, digest, now, reason):
-        happened = parcel.sent or now
-        identity = hashlib.sha256(f"{digest} {parcel.sender} {parcel.sent}".encode("utf-8", "replace")).hexdigest()
-        row = {"digest": identity, "content": digest, "sent": parcel.sent, "received": now, "happened": happened}
-        row.update(day=happened // DAY, road=parcel.road, sender=_clean(parcel.sender[:200]), size=parcel.size)
-        row.update(subject=_clean(parcel.subject[:300]), unreadable=reason)
-        facts = understood and understood.facts
+    def _new(self, parcel, understood, content, now, reason):
+        facts = understood.facts
         frames, wanted, more = self._symbols.frames(facts.frames, self._ask) if facts else ([], {}, False)
-        made = signature(facts, frames, self.rules, understood.product) if understood else None
-        if understood:
-            for name in ("product", "version", "windows", "processor", "machine"):
-                row[name] = _clean(getattr(understood, name))
-            row.update(kind=made.kind, address=facts.address if facts else "", pending=int(more))
-            told = {"facts": facts and facts.to_data(), "system": understood.system, "words": understood.words}
-            row["details"] = pack(told)
+        made = None if reason else signature(facts, frames, self.rules, understood.product)
+        happened = parcel.sent or now
+        digest = hashlib.sha256(f"{content} {parcel.sender} {parcel.sent}".encode("utf-8", "replace")).hexdigest()
+        row = {"digest": digest, "content": content, "sent": parcel.sent, "received": now, "happened": happened}
+        row |= {"day": happened // 86400, "size": parcel.size, "pending": int(more), "crash_id": None}
+        told = {"road": parcel.road, "sender": parcel.sender[:200], "subject": parcel.subject[:300]}
+        told |= {"kind": made.kind if made else "", "address": facts.address if facts else "", "unreadable": reason}
+        told |= {name: getattr(understood, name) for name in ("product", "version", "windows", "processor", "machine")}
+        row |= {name: _clean(text) for name, text in told.items()}
+        row["details"] = pack({"facts": facts, "system": understood.system, "words": understood.words})
         names = [each.name for each in parcel.attachments]
         found = words.words_of(*_words(row, facts, frames, made), reason, *names, parcel.text[:4000])
-
-        def write(connection):
-            columns = schema.report.c.id, schema.report.c.sender, schema.report.c.sent
-            for known, *who in connection.execute(sa.select(*columns).where(schema.report.c.content == digest)):
-                if parcel.is_same(*who):
-                    return known, False
-            if made:
-                row["crash_id"] = self._counted(connection, made, row)
-            report_id = connection.execute(schema.report.insert(), row).inserted_primary_key[0]
-            if parcel.attachments:
-                files = [_file_row(report_id, each) for each in parcel.attachments]
-                connection.execute(schema.attachment.insert(), files)
-            if wanted:
-                rows = [{"key": key, "report_id": report_id, "module": _clean(name)} for key, name in wanted.items()]
-                connection.execute(schema.wants.insert(), rows)
-            words.add(connection, report_id, found)
-            return report_id, True
-
-        try:
-            return self._writer.do(f"{made.digest if made else ''} {digest}", write)
-        except sa.exc.IntegrityError:  # another worker was first with the same report
-            return self._writer.do("", write)
-
-    def _counted(self, connection, made, row):
-        """The id of the crash with that signature, which now has one report more; made if there is none."""
-        text = (
-            "INSERT INTO crash"
-            "(digest, signature, kind, title, module, state, fixed_in, note, regressed, count, first_seen, last_seen)"
-            " VALUES (:digest, :signature, :kind, :title, :module, 'open', '', '', 0, 1, :at, :at)"
-            " ON CONFLICT (digest) DO UPDATE SET count = crash.count + 1, merged_into = NULL,"
-            " first_seen = CASE WHEN crash.count = 0 OR :at < crash.first_seen THEN :at ELSE crash.first_seen END,"
-            " last_seen = CASE WHEN crash.count = 0 OR :at > crash.last_seen THEN :at ELSE crash.last_seen END"
-            " RETURNING id, state, fixed_in"
-        )
-        values = {name: _clean(getattr(made, name)) for name in ("kind", "title", "module")}
-        values.update(digest=made.digest, signature=_clean(made.text)[:4000], at=row["happened"])
-        crash_id, state, fixed_in = connection.execute(sa.text(text), values).one()
-        _tally(connection, crash_id, row, 1)
-        if state == "fixed" and at_least(row["version"], fixed_in):
-            schema.change(connection, schema.crash, crash_id, state="open", regressed=1)
-            note_down(connection, crash_id, f"opened again: a report from {row['version']}, fixed in {fixed_in}")
-        return crash_id
+        return _New(parcel, row, made, wanted, found)
 
     def told(self, row, ask=False):
         """(facts or None, frames as they are known by now, what else is kept) of a report's row."""
-        data = unpack(row["details"])
-        facts = Facts.from_data(data["facts"]) if data.get("facts") else None
+        data = unpack(row["details"]) if row["details"] else {}
+        facts = Facts.of(data["facts"]) if data.get("facts") else None
         return facts, self._symbols.frames(facts.frames, ask)[0] if facts else [], data
 
     def regroup(self, report_id):
         """Looks a report's symbols up, and moves it to the crash of its signature. Returns whether it has moved."""
-        asked = sa.select(schema.report).where(schema.report.c.id == report_id)
+        asked = sa.select(report).where(report.c.id == report_id)
         with self._writer.engine.connect() as connection:
             row = schema.one_of(connection, asked)
         if not row or row["unreadable"]:
@@ -142,29 +113,98 @@ class Reports:
             now = schema.one_of(connection, asked)
             if not now:
                 return False
-            old = schema.one_of(connection, sa.select(schema.crash).where(schema.crash.c.id == now["crash_id"]))
+            old = schema.one_of(connection, sa.select(crash).where(crash.c.id == now["crash_id"]))
             words.remove(connection, [report_id])
-            words.add(connection, report_id, found)
-            new = old["id"] if old["digest"] == made.digest else self._counted(connection, made, now)
-            schema.change(connection, schema.report, report_id, pending=0, crash_id=new, kind=made.kind)
+            words.add(connection, {report_id: found})
+            moved = now.copy()
+            if old["digest"] != made.digest:
+                _count(connection, [(made, moved)])
+            new = moved["crash_id"]
+            schema.change(connection, report, report_id, pending=0, crash_id=new, kind=made.kind)
             if new == old["id"]:
                 return False
-            _tally(connection, old["id"], now, -1)
+            _tally(connection, [now], -1)
             _inherit(connection, old, new)
             recount(connection, [old["id"]], merged_into=new)
             return True
 
-        return self._writer.do(made.digest, write)
+        return self._writer.do(write)
+
+
+def _keep(connection, items):
+    """Stores each _New that is not there yet, and returns [(its id, whether it was new)]: a few statements for all of them."""
+    columns = (report.c[name] for name in ("content", "digest", "sender", "sent"))
+    contents = [each.row["content"] for each in items]
+    known = connection.execute(sa.select(*columns).where(report.c.content.in_(contents))).all()
+    new, answers = [], []
+    for each in items:
+        content, digest = each.row["content"], each.row["digest"]
+        same = (theirs for said, theirs, *who in known if said == content and each.parcel.is_same(*who))
+        if (found := next(same, None)) is None:
+            new.append(each)
+            known.append((content, digest, each.parcel.sender, each.parcel.sent))
+        answers.append((found or digest, found is None))
+    _count(connection, [(each.signature, each.row) for each in new if each.signature])
+    schema.run(connection, report.insert(), [each.row for each in new])
+    asked = sa.select(report.c.digest, report.c.id).where(report.c.digest.in_([digest for digest, _ in answers]))
+    ids = dict(connection.execute(asked).all())
+    added = {ids[each.row["digest"]]: each for each in new}
+    files = [_file_row(at, file) for at, each in added.items() for file in each.parcel.attachments]
+    schema.run(connection, attachment.insert(), files)
+    wanted = [(at, key, _clean(name)) for at, each in added.items() for key, name in each.wanted.items()]
+    schema.run(connection, wants.insert(), [dict(zip(("report_id", "key", "module"), row)) for row in wanted])
+    words.add(connection, {at: each.words for at, each in added.items()})
+    return [(ids[digest], is_new) for digest, is_new in answers]
+
+
+def _count(connection, pairs):
+    """Gives each row of a (signature, row) the crash_id of the crash with that signature, which then has one report more; it
+    is made if there is none."""
+    crashes = {}
+    for made, row in pairs:
+        at, new = row["happened"], {name: _clean(getattr(made, name)) for name in ("digest", "kind", "title", "module")}
+        new |= {"signature": _clean(made.text)[:4000], "state": "open", "count": 0, "first_seen": at, "last_seen": at}
+        sums = crashes.setdefault(made.digest, new)
+        sums["count"] += 1
+        sums["first_seen"], sums["last_seen"] = min(at, sums["first_seen"]), max(at, sums["last_seen"])
+    # All workers lock crashes in this order.
+    rows = [crashes[digest] for digest in sorted(crashes)]
+    earlier = lambda at: sa.case((sa.or_(crash.c.count == 0, at < crash.c.first_seen), at), else_=crash.c.first_seen)
+    later = lambda at: sa.case((sa.or_(crash.c.count == 0, at > crash.c.last_seen), at), else_=crash.c.last_seen)
+    sums = {"count": lambda count: crash.c.count + count, "merged_into": lambda _: None}
+    schema.put(connection, crash, rows, first_seen=earlier, last_seen=later, **sums)
+    columns = (crash.c[name] for name in ("digest", "id", "state", "fixed_in"))
+    found = schema.all_of(connection, sa.select(*columns).where(crash.c.digest.in_(list(crashes))))
+    by_digest = {each["digest"]: each for each in found}
+    for made, row in pairs:
+        of = by_digest[made.digest]
+        row["crash_id"] = of["id"]
+        if of["state"] == "fixed" and at_least(row["version"], of["fixed_in"]):
+            of["state"] = "open"
+            schema.change(connection, crash, of["id"], state="open", regressed=1)
+            note_down(connection, of["id"], f"opened again: a report from {row['version']}, fixed in {of['fixed_in']}")
+    _tally(connection, [row for _, row in pairs], 1)
+
+
+def _tally(connection, rows, by):
+    """Counts reports in the tallies of their crashes, or out of them."""
+    counts = collections.Counter()
+    for row in rows:
+        for what in ("day", "version", "machine"):
+            if row[what] or what != "machine":
+                counts[row["crash_id"], what, str(row[what])] += by
+    rows = [dict(zip(("crash_id", "what", "value", "count"), (*key, counts[key]))) for key in sorted(counts)]
+    schema.put(connection, tally, rows, count=lambda count: tally.c.count + count)
 
 
 def _inherit(connection, old, new):
     """A crash that begins with a report goes on where the report's former one was. The last one to leave takes the history
     along."""
-    count = sa.select(schema.crash.c.count).where(schema.crash.c.id == new)
+    count = sa.select(crash.c.count).where(crash.c.id == new)
     begins, last = connection.execute(count).scalar() == 1, old["count"] == 1
     if begins:
         kept = {name: old[name] for name in ("state", "fixed_in", "note", "regressed")}
-        schema.change(connection, schema.crash, new, **kept)
+        schema.change(connection, crash, new, **kept)
     if last:
         theirs = schema.history.update().where(schema.history.c.crash_id == old["id"])
         connection.execute(theirs.values(crash_id=new))
@@ -176,35 +216,23 @@ def _inherit(connection, old, new):
 def recount(connection, crash_ids, merged_into=None):
     """Brings the sums of crashes in line with their reports. One without any is merged, or it goes."""
     for crash_id in crash_ids:
-        span = sa.select(sa.func.count(), sa.func.min(schema.report.c.happened), sa.func.max(schema.report.c.happened))
-        count, first, last = connection.execute(span.where(schema.report.c.crash_id == crash_id)).one()
+        span = sa.select(sa.func.count(), sa.func.min(report.c.happened), sa.func.max(report.c.happened))
+        count, first, last = connection.execute(span.where(report.c.crash_id == crash_id)).one()
         values = {"count": count, "first_seen": first, "last_seen": last} if count else {"merged_into": merged_into}
-        schema.change(connection, schema.crash, crash_id, **{"count": 0, **values})
-
-
-def _tally(connection, crash_id, row, by):
-    text = (
-        "INSERT INTO tally(crash_id, what, value, count) VALUES (:crash, :what, :value, :by)"
-        " ON CONFLICT (crash_id, what, value) DO UPDATE SET count = tally.count + :by"
-    )
-    values = [("day", str(row["day"])), ("version", row["version"])]
-    values += [("machine", row["machine"])] if row["machine"] else []
-    rows = [{"crash": crash_id, "what": what, "value": value, "by": by} for what, value in values]
-    connection.execute(sa.text(text), rows)
+        schema.change(connection, crash, crash_id, **{"count": 0, **values})
 
 
 def delete(connection, report_ids):
     """Deletes reports with all that came with them."""
     report_ids = list(report_ids)
-    rows = schema.all_of(connection, sa.select(schema.report).where(schema.report.c.id.in_(report_ids)))
-    for row in rows:
-        if row["crash_id"]:
-            _tally(connection, row["crash_id"], row, -1)
-    for table, column in ((schema.attachment, "report_id"), (schema.wants, "report_id"), (schema.report, "id")):
-        connection.execute(table.delete().where(table.c[column].in_(report_ids)))
-    if report_ids:
+    rows = schema.all_of(connection, sa.select(report).where(report.c.id.in_(report_ids)))
+    if rows:
+        for table, column in ((attachment, "report_id"), (wants, "report_id"), (report, "id")):
+            connection.execute(table.delete().where(table.c[column].in_(report_ids)))
         words.remove(connection, report_ids)
-    recount(connection, {row["crash_id"] for row in rows if row["crash_id"]})
+        counted = [row for row in rows if row["crash_id"]]
+        _tally(connection, counted, -1)
+        recount(connection, {row["crash_id"] for row in counted})
     return len(rows)
 
 
@@ -229,10 +257,8 @@ def _words(row, facts, frames, made):
 
 
 def _file_row(report_id, each):
-    return {
-        "report_id": report_id, "part": each.part, "name": _clean(each.name)[:1000], "media": media_of(each.content),
-        "size": len(each.content), "content": each.content,
-    }  # fmt: skip
+    kept = {"part": each.part, "name": _clean(each.name)[:1000], "media": media_of(each.content)}
+    return {"report_id": report_id, "size": len(each.content), "content": each.content, **kept}
 
 
 def _clean(text):

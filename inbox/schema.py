@@ -2,11 +2,14 @@
 since then."""
 
 import sqlalchemy as sa
+from sqlalchemy.dialects import postgresql, sqlite
 
 _metadata = sa.MetaData()
 _text = lambda name, **options: sa.Column(name, sa.Text, nullable=False, default="", **options)
 _number = lambda name, **options: sa.Column(name, sa.BigInteger, nullable=False, default=0, **options)
 _id = lambda: sa.Column("id", sa.BigInteger().with_variant(sa.Integer, "sqlite"), primary_key=True, autoincrement=True)
+_key = lambda name: sa.Column(name, sa.Text, primary_key=True)
+_reference = lambda name: sa.Column(name, sa.BigInteger, nullable=False, index=True)
 
 # state: open, fixed or ignored. regressed: 1 if a report from the version that should have mended it has opened it again.
 # merged_into: the crash to which regrouping has moved all of its reports.
@@ -21,9 +24,8 @@ crash = sa.Table(
     sa.Index("crash_by_count", "state", "count"),
     sa.Index("crash_by_last_seen", "state", "last_seen"),
 )
-_words = "road sender subject product version windows processor machine kind address unreadable".split()
 # content: digest of what the report says, whoever sent it whenever. crash_id: null if it is unreadable, for that reason.
-# happened: as the message says, else when it was received. details: packed JSON, see reports.py. pending: 1 while it waits
+# happened: as the report says, else when it was received. details: packed JSON, see reports.py. pending: 1 while it waits
 # for its symbols to be looked up. forwarded: when.
 report = sa.Table(
     "report",
@@ -33,7 +35,7 @@ report = sa.Table(
     _text("content", index=True),
     *(sa.Column(name, sa.BigInteger) for name in ("sent", "crash_id", "forwarded")),
     *map(_number, ("received", "happened", "day", "size", "pending")),
-    *map(_text, _words),
+    *map(_text, "road sender subject product version windows processor machine kind address unreadable".split()),
     sa.Column("details", sa.LargeBinary),
     sa.Index("report_of_crash", "crash_id", "happened", "version", "machine"),
     sa.Index("report_by_time", "happened"),
@@ -42,40 +44,20 @@ report = sa.Table(
     sa.Index("report_pending", "pending", sqlite_where=sa.text("pending = 1"), postgresql_where=sa.text("pending = 1")),
 )
 # name: the client's word. media: what it is by its bytes, text, picture, minidump or other.
-attachment = sa.Table(
-    "attachment",
-    _metadata,
-    _id(),
-    sa.Column("report_id", sa.BigInteger, nullable=False, index=True),
-    *map(_text, ("part", "name", "media")),
-    _number("size"),
-    sa.Column("content", sa.LargeBinary, nullable=False),
-)
+_content = lambda: sa.Column("content", sa.LargeBinary, nullable=False)
+_of_report, _columns = _reference("report_id"), map(_text, ("part", "name", "media"))
+attachment = sa.Table("attachment", _metadata, _id(), _of_report, *_columns, _number("size"), _content())
 # How many reports of a crash have this day, version or machine.
-tally = sa.Table(
-    "tally",
-    _metadata,
-    sa.Column("crash_id", sa.BigInteger, primary_key=True),
-    *(sa.Column(name, sa.Text, primary_key=True) for name in ("what", "value")),
-    _number("count"),
-    sqlite_with_rowid=False,
-)
-_of_crash = sa.Column("crash_id", sa.BigInteger, nullable=False, index=True)
-history = sa.Table("history", _metadata, _id(), _of_crash, _number("time"), _text("text"))
+_of_crash = sa.Column("crash_id", sa.BigInteger, primary_key=True)
+tally = sa.Table("tally", _metadata, _of_crash, _key("what"), _key("value"), _number("count"), sqlite_with_rowid=False)
+history = sa.Table("history", _metadata, _id(), _reference("crash_id"), _number("time"), _text("text"))
 # The modules in the stack of a report whose PDB would tell functions.
-wants = sa.Table(
-    "wants",
-    _metadata,
-    sa.Column("key", sa.Text, primary_key=True),
-    sa.Column("report_id", sa.BigInteger, primary_key=True),
-    _text("module"),
-    sa.Index("wants_of_report", "report_id"),
-)
-_key, _content = sa.Column("key", sa.Text, primary_key=True), sa.Column("content", sa.LargeBinary)
-symbol = sa.Table("symbol", _metadata, _key, _text("name"), _number("added"), _content)
+_wanted_by = sa.Column("report_id", sa.BigInteger, primary_key=True, index=True)
+wants = sa.Table("wants", _metadata, _key("key"), _wanted_by, _text("module"))
+symbol = sa.Table("symbol", _metadata, _key("key"), _text("name"), _number("added"), _content())
 # What llvm-symbolizer has said: JSON of [[function, file, line], ...], innermost first.
-place = sa.Table("place", _metadata, sa.Column("at", sa.Text, primary_key=True), _text("said"))
-setting = sa.Table("setting", _metadata, sa.Column("name", sa.Text, primary_key=True), _text("value"))
+place = sa.Table("place", _metadata, _key("at"), _text("said"))
+setting = sa.Table("setting", _metadata, _key("name"), _text("value"))
 
 
 def all_of(connection, asked):
@@ -83,12 +65,26 @@ def all_of(connection, asked):
 
 
 def one_of(connection, asked):
-    row = connection.execute(asked).mappings().first()
-    return dict(row) if row else None
+    return next(iter(all_of(connection, asked.limit(1))), None)
 
 
 def change(connection, table, row_id, **values):
     connection.execute(table.update().where(table.c.id == row_id).values(values))
+
+
+def run(connection, statement, rows):
+    """Executes it for each of the rows."""
+    if rows:
+        connection.execute(statement, rows)
+
+
+def put(connection, table, rows, **changes):
+    """Inserts rows; where a row's key is there already, that row is changed instead: each column to what its function makes of
+    the new value."""
+    insert = {"sqlite": sqlite, "postgresql": postgresql}[connection.dialect.name].insert(table)
+    values = {name: made(sa.literal_column(f"excluded.{name}")) for name, made in changes.items()}
+    keys = ["digest"] if "digest" in table.c else table.primary_key.columns
+    run(connection, insert.on_conflict_do_update(index_elements=keys, set_=values), rows)
 
 
 def open_engine(url):

@@ -36,7 +36,7 @@ class Symbols:
             except (OSError, pdbs.BadPdb) as error:
                 wrong.append(f"{file}: {error}")
                 continue
-            if writer.do("", lambda connection: self._file(connection, key, file.name, content)):
+            if writer.do(lambda connection: self._file(connection, key, file.name, content)):
                 added.append(key)
         self._asked = 0.0
         return added, wrong

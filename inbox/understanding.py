@@ -14,14 +14,14 @@ _TEXT_SCAN = 2 << 20  # bytes of an uploaded file that are searched for a fault 
 
 @dataclasses.dataclass(frozen=True)
 class Understood:
-    facts: Facts | None  # None: the report tells of no fault
-    product: str
-    version: str  # empty if unknown
-    windows: str
-    processor: str
-    machine: str  # the same for reports from the same machine, as far as they can tell
-    system: str  # the system information as it came
-    words: str  # the text of the message as it came
+    facts: Facts | None = None  # None: the report tells of no fault
+    product: str = ""
+    version: str = ""
+    windows: str = ""
+    processor: str = ""
+    machine: str = ""  # the same for reports from the same machine, as far as they can tell
+    system: str = ""  # the system information as it came
+    words: str = ""  # the text of the message as it came
 
 
 def understand(parcel):

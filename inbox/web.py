@@ -153,7 +153,7 @@ def _add_pages(app, inbox):
             row, files, facts, frames, data = told(connection, min(report_id, 1 << 62))
         row.update(attachments=files, stack=[vars(each) for each in frames])
         row.update(system=data.get("system"), words=data.get("words"))
-        row["fault"] = facts and facts.to_data()
+        row["fault"] = facts
         return flask.jsonify(row)
 
     def bytes_of(attachment_id):
@@ -194,12 +194,12 @@ def _add_changes(app, inbox):
             if before["note"] != note:
                 reports.note_down(connection, crash_id, f"note: {note[:200] or '(none)'}")
 
-        inbox.writer.do("", write)
+        inbox.writer.do(write)
         return flask.redirect(flask.url_for("crash", crash_id=crash_id))
 
     @app.post("/report/<int:report_id>/delete")
     def delete_report(report_id):
-        gone = inbox.writer.do("", lambda connection: reports.delete(connection, [report_id]))
+        gone = inbox.writer.do(lambda connection: reports.delete(connection, [report_id]))
         return flask.render_template("message.html", title="Deleted", words=f"{gone} report is deleted with its files.")
 
     @app.post("/delete-sender")

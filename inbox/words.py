@@ -1,8 +1,10 @@
-"""Full-text search: which words a report has, and which reports have them. One of the two places that tell databases apart."""
+"""Full-text search: which words a report has, and which reports have them. One of the places that tell databases apart."""
 
 import re
 
 import sqlalchemy as sa
+
+from inbox import schema
 
 _MOST_WORDS = 400
 
@@ -12,12 +14,14 @@ def words_of(*texts):
     return list(dict.fromkeys(word[:60] for text in texts for word in re.findall(r"\w+", text.lower())))[:_MOST_WORDS]
 
 
-def add(connection, report_id, words):
+def add(connection, words):
+    """words: those of each report, by its id."""
     if connection.dialect.name == "sqlite":
-        statement, value = "INSERT INTO search(rowid, words) VALUES (:id, :words)", " ".join(words)
+        insert, words = "(:id, :words)", {each: " ".join(found) for each, found in words.items()}
     else:
-        statement, value = "INSERT INTO search(rowid, words) VALUES (:id, array_to_tsvector(:words))", words
-    connection.execute(sa.text(statement), {"id": report_id, "words": value})
+        insert = "(:id, array_to_tsvector(:words))"
+    rows = [{"id": each, "words": found} for each, found in words.items()]
+    schema.run(connection, sa.text(f"INSERT INTO search(rowid, words) VALUES {insert}"), rows)
 
 
 def remove(connection, report_ids):

@@ -1,9 +1,12 @@
-"""One thread that writes: what several requests bring at the same moment shares a transaction, and with it the wait for the
-disk. Nobody is told of success before that transaction is kept."""
+"""One thread that writes: what several requests bring at the same moment shares a transaction, and with it statements and the
+wait for the disk. Nobody is told of success before that transaction is kept."""
 
+import itertools
 import queue
 import threading
 from concurrent.futures import Future
+
+import sqlalchemy as sa
 
 _MOST_AT_ONCE = 100
 
@@ -14,11 +17,14 @@ class Writer:
         self._jobs = queue.SimpleQueue()
         threading.Thread(target=self._run, name="writer", daemon=True).start()
 
-    def do(self, order, job):
-        """Calls job(connection) in a transaction and returns its result, or raises what it raised. Jobs of one transaction
-        run in the order of the texts, so that two workers never wait for each other."""
+    def do(self, job):
+        """Returns job(connection), called in a transaction, or raises what it raised."""
+        return self.together(lambda connection, _: [job(connection)], None)
+
+    def together(self, job, item):
+        """The same for job(connection, items), which returns the results of all items that are there at the moment."""
         future = Future()
-        self._jobs.put((order, job, future))
+        self._jobs.put((job, item, future))
         return future.result()
 
     def _run(self):
@@ -26,18 +32,23 @@ class Writer:
             batch = [self._jobs.get()]
             while len(batch) < _MOST_AT_ONCE and not self._jobs.empty():
                 batch.append(self._jobs.get())
-            batch.sort(key=lambda each: each[0])
-            results = self._try(batch)
-            if not all(done for done, _ in results):  # one has failed, and the transaction with it: each by itself
-                results = [self._try([each])[0] for each in batch]
-            for (_, _, future), (done, value) in zip(batch, results):
-                future.set_result(value) if done else future.set_exception(value)
+            if self._fails(batch):  # one has failed, and the transaction with it: each by itself
+                for each in batch:
+                    error = self._fails([each])
+                    if isinstance(error, sa.exc.DBAPIError):  # another worker was first, or the connection is gone
+                        error = self._fails([each])
+                    if error:
+                        each[2].set_exception(error)
 
-    def _try(self, batch):
-        """[(whether it is done, its result or the exception)] of jobs that share a transaction."""
+    def _fails(self, batch):
+        """Does the jobs in one transaction and tells their results, or returns what one has raised."""
+        results = []
         try:
             with self.engine.begin() as connection:
-                results = [(True, job(connection)) for _, job, _ in batch]
-            return results
+                for job, same in itertools.groupby(batch, lambda each: each[0]):
+                    results += job(connection, [item for _, item, _ in same])
         except Exception as error:  # goes to whoever has asked
-            return [(False, error)] * len(batch)
+            return error
+        for (_, _, future), result in zip(batch, results):
+            future.set_result(result)
+        return None

@@ -1,7 +1,9 @@
 """Taking in, grouping, moving and deleting: what the store holds afterwards."""
 
 import pathlib
+import threading
 import time
+from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 import sqlalchemy as sa
@@ -10,6 +12,7 @@ import made
 from inbox import fault_text, queries, reports, schema
 from inbox.queries import Filters
 from inbox.signature import BadRules, Rules
+from testing.processes import wait_until
 from testing.upload_body import upload_body
 
 
@@ -24,11 +27,14 @@ def titles(box, **asked):
 
 def change(box, crash_id, **values):
     box.writer.do(
-        "",
         lambda connection: connection.execute(
             schema.crash.update().where(schema.crash.c.id == crash_id).values(values)
         ),
     )
+
+
+def add_messages(box, leaves, version):
+    return [box.reports.add_message(made.message(made.fault_text((leaf, "run"), version=version))) for leaf in leaves]
 
 
 def history(box, crash_id):
@@ -42,6 +48,30 @@ class TestIntake:
         second = box.reports.add_message(made.message(made.fault_text()))
         assert (first[1], second[1], first[0] == second[0]) == (True, False, True)
         assert titles(box) == [("draw", 1)]
+
+    def test_same_reports_at_one_moment_are_one_each(self, box):
+        """They wait for the writer together, and come to it in one transaction."""
+        started, go = threading.Event(), threading.Event()
+
+        def hold(_connection):
+            started.set()
+            go.wait(60)
+
+        add_messages(box, ["draw"], "1.0.0.0")
+        change(box, 1, state="fixed", fixed_in="2.0")
+        with ThreadPoolExecutor(40) as pool:
+            held = pool.submit(box.writer.do, hold)
+            started.wait(60)
+            adding = [
+                pool.submit(add_messages, box, [leaf], "2.0.0.0") for leaf in ("draw", "save", "draw", "load") * 8
+            ]
+            wait_until(lambda: box.writer._jobs.qsize() == 32, "all to wait for the writer")
+            go.set()
+            held.result()
+            answers = [new for each in adding for _, new, _ in each.result()]
+        assert sum(answers) == 3
+        assert sorted(titles(box)) == [("draw", 2), ("load", 1), ("save", 1)]
+        assert history(box, 1) == ["opened again: a report from 2.0.0.0, fixed in 2.0"]
 
     def test_draft_sent_copy_and_forwarded_text_are_one_but_two_people_are_two(self, box):
         """Two machines of one make say the same to the byte."""
@@ -168,7 +198,7 @@ class TestGrouping:
             box.reports.add_message(made.message(made.fault_text((leaf, "draw", "run"))))
         old = rows(box)[0]["id"]
         change(box, old, state="ignored", note="known")
-        box.writer.do("", lambda connection: reports.note_down(connection, old, "ignored"))
+        box.writer.do(lambda connection: reports.note_down(connection, old, "ignored"))
         box.reports.rules = Rules("skip *!check_?")
         assert box.regroup() == 2
         ((title, count),) = titles(box, state="all")
@@ -265,5 +295,5 @@ def test_jobs_of_one_transaction_fail_alone(box):
         raise LookupError("on purpose")
 
     with pytest.raises(LookupError):
-        box.writer.do("", fail)
+        box.writer.do(fail)
     assert box.reports.add_message(made.message())[1]
