@@ -9,6 +9,7 @@ add_compile_options(-nostdlibinc "SHELL:-isystem ${source}/crt/include" "SHELL:-
 set(CMAKE_EXECUTABLE_SUFFIX .exe)
 set(CMAKE_LINK_LIBRARY_FLAG "")
 set(CMAKE_LINK_LIBRARY_SUFFIX .lib)
+set(CMAKE_LIBRARY_PATH_FLAG /libpath:)
 set(CMAKE_SHARED_LIBRARY_SUFFIX .dll)
 set(CMAKE_IMPORT_LIBRARY_SUFFIX .lib)
 set(CMAKE_LINK_DEF_FILE_FLAG /def:)
