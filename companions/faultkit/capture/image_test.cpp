@@ -10,7 +10,11 @@ namespace {
 using faultkit::FakeMemory;
 using faultkit::Image;
 
-constexpr std::uint32_t kBase = 0x10000000, kSize = 0x4000;
+constexpr bool kWide = sizeof(faultkit::Address) == 8;
+constexpr faultkit::Address kBase = kWide ? 0x7FF612340000 : 0x10000000;
+constexpr std::uint32_t kSize = 0x4000;
+// Where the fields lie that are wider in a 64-bit module's headers, or behind such.
+constexpr std::uint32_t kOptionalSize = kWide ? 0xF0 : 0xE0, kDirectoryCount = 24 + (kWide ? 108 : 92);
 constexpr std::uint32_t kHeaders = 0x80, kDebug = 0x2000, kCodeView = 0x2100, kResources = 0x3000, kVersion = 0x3100;
 
 // The image of a module as the loader maps it, every part of it where a test can damage it.
@@ -21,13 +25,13 @@ protected:
         put16(0, 0x5A4D);
         put32(0x3C, kHeaders);
         put32(kHeaders, 0x4550);
-        put16(kHeaders + 4, 0x14C);
-        put16(kHeaders + 6, 2);          // sections
-        put32(kHeaders + 8, 0x4A5B6C7D); // time stamp
-        put16(kHeaders + 20, 0xE0);      // size of the optional header
-        put16(kHeaders + 24, 0x10B);
+        put16(kHeaders + 4, kWide ? 0x8664 : 0x14C);
+        put16(kHeaders + 6, 2);              // sections
+        put32(kHeaders + 8, 0x4A5B6C7D);     // time stamp
+        put16(kHeaders + 20, kOptionalSize); // size of the optional header
+        put16(kHeaders + 24, kWide ? 0x20B : 0x10B);
         put32(kHeaders + 24 + 56, kSize);
-        put32(kHeaders + 24 + 92, 16); // directories
+        put32(kHeaders + kDirectoryCount, 16); // directories
         put_section(0, 0x1000, 0x800, 0x60000020);
         put_section(1, 0x2000, 0x1000, 0xC0000040);
         put_directory(6, kDebug, 28);
@@ -47,14 +51,14 @@ protected:
         m_memory.put(kBase + offset, FakeMemory::Bytes(text.begin(), text.end()));
     }
     void put_section(std::uint32_t index, std::uint32_t offset, std::uint32_t size, std::uint32_t flags) {
-        const std::uint32_t section = kHeaders + 24 + 0xE0 + index * 40;
+        const std::uint32_t section = kHeaders + 24 + kOptionalSize + index * 40;
         put32(section + 8, size);
         put32(section + 12, offset);
         put32(section + 36, flags);
     }
     void put_directory(std::uint32_t index, std::uint32_t offset, std::uint32_t size) {
-        put32(kHeaders + 24 + 96 + index * 8, offset);
-        put32(kHeaders + 24 + 96 + index * 8 + 4, size);
+        put32(kHeaders + kDirectoryCount + 4 + index * 8, offset);
+        put32(kHeaders + kDirectoryCount + 4 + index * 8 + 4, size);
     }
     void put_rsds(const std::string& path) {
         put_text(kCodeView, "RSDS");
@@ -148,7 +152,7 @@ TEST_F(ImageTest, What_is_no_module_is_refused) {
     Image image;
     EXPECT_FALSE(faultkit::read_image(m_memory, kBase + 0x1000, &image));
     EXPECT_FALSE(faultkit::read_image(m_memory, 0x500000, &image));
-    put16(kHeaders + 24, 0x20B); // 64-bit
+    put16(kHeaders + 24, kWide ? 0x10B : 0x20B); // of the other kind of process
     EXPECT_FALSE(faultkit::read_image(m_memory, kBase, &image));
 }
 
@@ -160,6 +164,19 @@ TEST_F(ImageTest, Directories_that_leave_the_module_are_not_followed) {
     EXPECT_STREQ(image.pdb.key, "");
     EXPECT_FALSE(image.has_version);
     EXPECT_EQ(image.range_count, 0u);
+}
+
+TEST_F(ImageTest, Directory_is_found_by_its_number_if_there_are_so_many) {
+    const Image image = this->image();
+    const faultkit::Directory found = faultkit::find_directory(m_memory, image, 6);
+    EXPECT_EQ(found.offset, kDebug);
+    EXPECT_EQ(found.size, 28u);
+    put_directory(16, kDebug, 28); // behind the last one
+    EXPECT_EQ(faultkit::find_directory(m_memory, image, 16).size, 0u);
+    put_directory(6, kSize - 0x10, 28);
+    EXPECT_EQ(faultkit::find_directory(m_memory, image, 6).size, 0u);
+    put32(kHeaders, 0);
+    EXPECT_EQ(faultkit::find_directory(m_memory, image, 2).size, 0u);
 }
 
 TEST_F(ImageTest, Resource_directories_in_a_circle_end) {
@@ -209,7 +226,7 @@ TEST_F(ImageTest, Code_beyond_what_is_kept_is_left_out) {
     put16(kHeaders + 6, 7);
     for (std::uint32_t i = 0; i < 7; ++i)
         put_section(i, 0x400 + i * 0x100, i ? 0x80 : 0, 0x60000020);
-    put32(kHeaders + 24 + 0xE0 + 16, 0x40); // of the first one the size in the file counts
+    put32(kHeaders + 24 + kOptionalSize + 16, 0x40); // of the first one the size in the file counts
     Image image;
     ASSERT_TRUE(faultkit::read_image(m_memory, kBase, &image));
     EXPECT_EQ(image.range_count, Image::kMostRanges);

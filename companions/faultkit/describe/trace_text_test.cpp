@@ -16,6 +16,8 @@ using faultkit::Trace;
 using faultkit::TraceText;
 
 constexpr unsigned kAll = 15;
+// Of a 64-bit process an address has eight digits more.
+const std::string kUpper(faultkit::kAddressDigits - 8, '0');
 
 class TraceTextTest : public testing::Test {
 protected:
@@ -49,7 +51,8 @@ TEST_F(TraceTextTest, Each_frame_is_a_line_and_a_guess_is_marked) {
     add(0x401234, FrameOrigin::kInterrupted, "f");
     add(0x401300, FrameOrigin::kGuessed);
     begin();
-    EXPECT_EQ(lines(), (Lines{"00401234 host.exe+00001234 f+0x0", "00401300 host.exe+00001300 [guessed]"}));
+    EXPECT_EQ(lines(),
+              (Lines{kUpper + "00401234 host.exe+00001234 f+0x0", kUpper + "00401300 host.exe+00001300 [guessed]"}));
 }
 
 TEST_F(TraceTextTest, Gap_of_a_deep_stack_lies_between_top_and_bottom) {
@@ -58,7 +61,7 @@ TEST_F(TraceTextTest, Gap_of_a_deep_stack_lies_between_top_and_bottom) {
     m_trace->top_count = 1;
     m_trace->left_out = 7;
     begin();
-    EXPECT_EQ(lines(8), (Lines{"00401000", "... 7 more frames", "00402000"}));
+    EXPECT_EQ(lines(8), (Lines{kUpper + "00401000", "... 7 more frames", kUpper + "00402000"}));
     m_trace->unfinished = true;
     begin();
     EXPECT_EQ(lines(8)[1], "... more than 7 more frames");
@@ -71,8 +74,9 @@ TEST_F(TraceTextTest, Notes_are_the_last_lines_and_name_the_fault_that_was_met) 
     m_text.add_note({"met a fault", {0xC0000005, 0x401010}});
     m_text.add_note({"met another", {0xC0000005, 0x10}});
     m_text.add_note({"one more than there is place for", {}});
-    EXPECT_EQ(lines(8), (Lines{"00401000", "(no symbols)", "(met a fault: C0000005 at 00401010 host.exe+00001010)",
-                               "(met another: C0000005 at 00000010)"}));
+    EXPECT_EQ(lines(8), (Lines{kUpper + "00401000", "(no symbols)",
+                               "(met a fault: C0000005 at " + kUpper + "00401010 host.exe+00001010)",
+                               "(met another: C0000005 at " + kUpper + "00000010)"}));
 }
 
 TEST_F(TraceTextTest, Text_that_gets_too_long_ends_in_a_line_that_says_so) {

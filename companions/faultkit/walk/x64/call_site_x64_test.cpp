@@ -44,4 +44,59 @@ TEST(WideCallSite, Address_outside_every_module_is_no_return_address_but_one_in_
     EXPECT_TRUE(faultkit::is_behind_call(process.memory, process.modules, 0x901010));
 }
 
+// Where the call in front of kReturn went, with stubs that linkers make: at +0x20 "jmp" to +0x40, and there a jump
+// through the place that holds the address of +0x80.
+class WideCallTarget : public testing::Test {
+protected:
+    static constexpr faultkit::Address kPlace = FakeProcess::kModule + 0x5000;
+
+    WideCallTarget() {
+        m_process.memory.put(FakeProcess::kCode + 0x20, {0xE9, 0x1B, 0, 0, 0});
+        m_process.memory.put(FakeProcess::kCode + 0x40, {0xFF, 0x25});
+        m_process.memory.put_u32(FakeProcess::kCode + 0x42, kPlace - (FakeProcess::kCode + 0x46));
+        m_process.memory.fill(kPlace, 8, 0);
+        m_process.memory.put_u64(kPlace, FakeProcess::kCode + 0x80);
+    }
+    faultkit::Address target() { return faultkit::target_of_call_before(m_process.memory, m_process.modules, kReturn); }
+
+    FakeProcess m_process;
+};
+
+TEST_F(WideCallTarget, Of_a_direct_call_is_found_through_the_linkers_jumps) {
+    m_process.put_call(kReturn, FakeProcess::kCode + 0x200);
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x200);
+    m_process.put_call(kReturn, FakeProcess::kCode + 0x20);
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x80);
+    m_process.put_call(kReturn, FakeProcess::kCode + 0x40);
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x80);
+}
+
+TEST_F(WideCallTarget, Of_a_call_through_an_import_is_what_lies_there) {
+    m_process.memory.put(kReturn - 6, {0xFF, 0x15});
+    m_process.memory.put_u32(kReturn - 4, static_cast<std::uint32_t>(kPlace - kReturn));
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x80);
+    m_process.memory.put_u64(kPlace, FakeProcess::kCode + 0x20); // to a stub
+    m_process.memory.put(FakeProcess::kCode + 0x20, {0xE9, 0x2B, 0, 0, 0});
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x50);
+    m_process.memory.put_u32(kReturn - 4, 0x10000000); // where nothing can be read
+    EXPECT_EQ(target(), 0u);
+}
+
+// "FF" ends many an instruction, and "15" follows as many prefixes: only both together are a call.
+TEST_F(WideCallTarget, Is_told_by_both_bytes) {
+    m_process.put_call(kReturn, FakeProcess::kCode + 0x80);
+    m_process.memory.put(kReturn - 6, {0xFF});
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x80);
+    m_process.memory.put(kReturn - 6, {0x90, 0x15});
+    m_process.memory.put_u32(kReturn - 4, static_cast<std::uint32_t>(kPlace - kReturn));
+    EXPECT_EQ(target(), 0u);
+}
+
+TEST_F(WideCallTarget, Of_a_computed_call_or_one_to_outside_the_code_is_not_known) {
+    m_process.memory.put(kReturn - 6, {0x90, 0x90, 0x90, 0x90, 0xFF, 0xD0});
+    EXPECT_EQ(target(), 0u);
+    m_process.put_call(kReturn, 0x900000);
+    EXPECT_EQ(target(), 0u);
+}
+
 } // namespace

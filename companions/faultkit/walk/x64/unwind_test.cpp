@@ -444,14 +444,25 @@ TEST_F(EpilogueTest, May_end_in_a_jump_to_another_function) {
     expect_caller({0x5B, 0xEB, 0x7D}, {3, m_back});                // to a function behind this one
 }
 
+// To its very last byte, too, and not one further.
 TEST_F(EpilogueTest, Jump_within_the_function_is_none) {
-    put_code(kInner + 0x40, {0xEB, 0x10});
     m_memory.put_u64(kStack, return_address(kOuter + 0x20)); // of an earlier call
     m_memory.put_u64(kStack + 48, m_back);
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
-    EXPECT_EQ(caller.pc, m_back);
-    EXPECT_EQ(caller.sp, kStack + 56);
+    for (const Bytes& jump : {Bytes{0xEB, 0x10}, Bytes{0xEB, 0x3D}, Bytes{0xEB, 0xBE}, Bytes{0xE9, 0x3A, 0, 0, 0},
+                              Bytes{0xE9, 0xBB, 0xFF, 0xFF, 0xFF}}) {
+        put_code(kInner + 0x40, jump);
+        Frame caller;
+        ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+        EXPECT_EQ(caller.pc, m_back);
+        EXPECT_EQ(caller.sp, kStack + 56);
+    }
+    for (const Bytes& jump :
+         {Bytes{0xEB, 0x3E}, Bytes{0xEB, 0xBD}, Bytes{0xE9, 0x3B, 0, 0, 0}, Bytes{0xE9, 0xBA, 0xFF, 0xFF, 0xFF}}) {
+        put_code(kInner + 0x40, jump);
+        Frame caller;
+        ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+        EXPECT_EQ(caller.sp, kStack + 8);
+    }
 }
 
 TEST_F(EpilogueTest, Of_a_function_with_a_frame_pointer_begins_by_it) {
@@ -497,8 +508,10 @@ TEST_F(EpilogueTest, Other_instructions_are_none) {
     for (const Bytes& one : codes) {
         put_code(kInner + 0x40, {0x90, 0x90, 0x90, 0x90, 0x90, 0x90});
         put_code(kInner + 0x40, one);
+        const Frame frame = interrupted(kInner + 0x40);
         Frame caller;
-        ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+        EXPECT_FALSE(faultkit::finish_function(m_memory, m_modules[0].image, m_entries[0], frame, &caller));
+        ASSERT_TRUE(find_caller(frame, &caller));
         EXPECT_EQ(caller.sp, kStack + 56) << int(one[0]) << ' ' << int(one[1]);
     }
 }

@@ -168,6 +168,19 @@ TEST_F(HiddenFunctionTest, Its_arguments_for_a_callee_lie_below_its_return_addre
     EXPECT_EQ(caller.pc, kMiddle + 0x20);
 }
 
+// What is pushed in front of the instruction that faults may be gone from the stack again.
+TEST_F(HiddenFunctionTest, Function_that_faults_has_no_arguments_for_a_callee) {
+    m_process.memory.put(kHidden + 7, {0x6A, 0x05, 0x59}); // push 5; pop ecx
+    m_process.memory.put_u32(kStack, kMiddle + 0x20);
+    m_process.put_call_by_register(kMiddle + 0x30);
+    m_process.memory.put_u32(kStack + 4, kMiddle + 0x30); // of an earlier call
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kHidden + 10, kStack, 0), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.sp, kStack + 4);
+}
+
 TEST_F(HiddenFunctionTest, Function_in_front_is_believed_where_the_stack_is_just_its_own) {
     m_process.memory.put_u32(kStack, kMiddle + 0x20); // of an earlier call
     m_process.memory.put_u32(kStack + 0x14, kOuter + 0x30);

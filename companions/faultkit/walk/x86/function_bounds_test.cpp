@@ -180,6 +180,62 @@ TEST(PossibleStarts, Lie_behind_returns_and_behind_padding_up_to_an_aligned_plac
               0u);
 }
 
+TEST(PossibleStarts, Begin_behind_what_can_be_told_of_the_sections_first_bytes) {
+    FakeProcess process;
+    process.memory.fill(FakeProcess::kCode, 0x100, 0x40);
+    process.memory.put(FakeProcess::kCode + 0x0F, {0xC3}); // there is too little code in front of it to tell
+    process.memory.put(FakeProcess::kCode + 0x1F, {0xC3});
+    std::uint32_t places[8];
+    const faultkit::CodeRange& section = *process.modules.find_code(FakeProcess::kCode);
+    for (const std::uint32_t after : {0u, 0x17u, 0x18u, 0x1Fu})
+        EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, section.begin + after, section.begin + 0x40,
+                                                 places, 8),
+                  1u)
+            << after;
+    EXPECT_EQ(places[0], section.begin + 0x20);
+}
+
+// Whether a function may start at kFunction, in front of which these bytes stand.
+bool may_start(const FakeMemory::Bytes& in_front, std::uint32_t at = kFunction) {
+    FakeProcess process;
+    process.memory.fill(at - 0x40, 0x80, 0x40);
+    process.memory.put(at - static_cast<std::uint32_t>(in_front.size()), in_front);
+    return faultkit::may_start_function(process.memory, *process.modules.find_code(at), at);
+}
+
+TEST(MayStartFunction, Behind_what_ends_one) {
+    EXPECT_TRUE(may_start({0xC3}));
+    EXPECT_TRUE(may_start({0xC2, 0x08, 0x00}));
+    EXPECT_TRUE(may_start({0xEB, 0x10}));
+    EXPECT_TRUE(may_start({0xE9, 0, 0, 0, 0}));
+    EXPECT_TRUE(may_start({0xE8, 0, 0, 0, 0})); // a call that never returns
+    EXPECT_TRUE(may_start({0xFF, 0xE0}));
+    EXPECT_TRUE(may_start({0xFF, 0x25, 0, 0x50, 0x40, 0}));
+    EXPECT_TRUE(may_start({0x0F, 0x0B}));
+    EXPECT_TRUE(may_start({0xC3, 0xCC}));
+    EXPECT_FALSE(may_start({0xC2, 0x08, 0x01}));
+    EXPECT_FALSE(may_start({0xE9, 0, 0, 0, 0x70})); // to outside the section
+    EXPECT_FALSE(may_start({0x40}));
+}
+
+// Whatever the padding follows: a switch's table, or a jump that can't be told.
+TEST(MayStartFunction, Behind_padding_up_to_an_aligned_place) {
+    EXPECT_TRUE(may_start({0x90}));
+    EXPECT_TRUE(may_start({0x66, 0x90}));
+    EXPECT_TRUE(may_start({0x0F, 0x1F, 0x44, 0x00, 0x00}));
+    EXPECT_FALSE(may_start({0x66, 0x90}, kFunction + 8));
+}
+
+TEST(MayStartFunction, At_the_sections_first_byte_and_not_just_behind_it) {
+    FakeProcess process;
+    process.memory.fill(FakeProcess::kCode, 0x100, 0xC3);
+    const faultkit::CodeRange& section = *process.modules.find_code(FakeProcess::kCode);
+    EXPECT_TRUE(faultkit::may_start_function(process.memory, section, section.begin));
+    EXPECT_FALSE(faultkit::may_start_function(process.memory, section, section.begin + 1));
+    EXPECT_FALSE(faultkit::may_start_function(process.memory, section, section.begin + 23));
+    EXPECT_TRUE(faultkit::may_start_function(process.memory, section, section.begin + 24));
+}
+
 TEST(FunctionBounds, Read_that_fails_tells_of_nothing) {
     FakeProcess process;
     process.put_framed_function(FakeProcess::kCode + 0x100);
