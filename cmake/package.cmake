@@ -24,6 +24,11 @@ install(DIRECTORY examples DESTINATION . USE_SOURCE_PERMISSIONS
   REGEX "examples/CMakeLists\\.txt$" EXCLUDE)
 install(DIRECTORY docs DESTINATION .
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg" PATTERN "*.csv")
+find_program(WENDAX_DOXYGEN doxygen DOC "Makes the API reference of what is installed; left out without it")
+if(WENDAX_DOXYGEN)
+  install(CODE "set(WENDAX_DOXYGEN \"${WENDAX_DOXYGEN}\")\nset(WENDAX_SOURCE \"${CMAKE_CURRENT_SOURCE_DIR}\")")
+  install(SCRIPT cmake/install_reference.cmake)
+endif()
 install(PROGRAMS tools/redirect.py DESTINATION tools)
 install(DIRECTORY tools/symbolize DESTINATION tools USE_SOURCE_PERMISSIONS FILES_MATCHING PATTERN "*.py")
 install(FILES LICENSE CHANGELOG.md THIRD-PARTY.md DESTINATION .)

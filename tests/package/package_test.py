@@ -124,8 +124,14 @@ class TestPackage:
             for tree in trees()
         }
         assert listed == sorted(expected)
-        for name in ("docs/host-guide.md", "docs/images/email-dialog.png", "examples/upload-server/public/index.php"):
+        for name in (
+            "docs/host-guide.md",
+            "docs/api/wendax_8h.html",
+            "docs/images/email-dialog.png",
+            "examples/upload-server/public/index.php",
+        ):
             assert name in found
+        assert "docs/Doxyfile" not in found
 
     def test_zip_is_named_after_the_version_of_the_dlls(self):
         assert unpacked().name == f"Wendax-{VERSION}"
