@@ -43,9 +43,4 @@ void FloatingPointScope::restore() const noexcept {}
 
 #endif
 
-__attribute__((noinline)) void call_with_own_floating_point(void (*function)(void* context), void* context) {
-    const FloatingPointScope scope;
-    function(context);
-}
-
 } // namespace gen

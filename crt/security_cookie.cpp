@@ -6,14 +6,11 @@
 
 namespace {
 
-// What the loader of Windows 8 and later looks for, to put a random number in its place.
-constexpr uintptr_t kUnmade = sizeof(uintptr_t) == 8 ? static_cast<uintptr_t>(0x00002B992DDFA232) : 0xBB40E64E;
-
 // The upper 16 bits of 64 stay zero, as the loader leaves them: no string that runs over the cookie can write it.
 constexpr uintptr_t kBits = sizeof(uintptr_t) == 8 ? static_cast<uintptr_t>(0x0000FFFFFFFFFFFF) : UINTPTR_MAX;
 
-// The steps of splitmix64: each bit that goes in changes half of those that come out.
-uint64_t mixed(uint64_t value) {
+// The steps of splitmix64: each bit that goes in changes half of those that come out. Stands in every image, once.
+__attribute__((noinline)) uint64_t mixed(uint64_t value) {
     value = (value ^ value >> 30) * 0xBF58476D1CE4E5B9;
     value = (value ^ value >> 27) * 0x94D049BB133111EB;
     return value ^ value >> 31;
@@ -21,10 +18,10 @@ uint64_t mixed(uint64_t value) {
 
 } // namespace
 
-uintptr_t __security_cookie = kUnmade;
+uintptr_t __security_cookie = crt::kUnmadeCookie;
 
 void crt::make_security_cookie() {
-    if (__security_cookie != kUnmade)
+    if (__security_cookie != kUnmadeCookie)
         return;
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
@@ -32,7 +29,7 @@ void crt::make_security_cookie() {
     value = mixed(value ^ static_cast<uint64_t>(GetCurrentProcessId()) << 32 ^ GetCurrentThreadId());
     value = mixed(value ^ reinterpret_cast<uintptr_t>(&now) ^ reinterpret_cast<uintptr_t>(&__security_cookie) << 8);
     __security_cookie = static_cast<uintptr_t>(value) & kBits;
-    if (__security_cookie == kUnmade)
+    if (__security_cookie == kUnmadeCookie)
         ++__security_cookie;
 }
 

@@ -81,8 +81,11 @@ void CCrashReport2::CCrushDialog::upload(HWND dialog) {
 }
 
 unsigned int CCrashReport2::OpenDlg() {
-    const ReportScope scope;
-    m_saved_resources = scope.saved_resources();
-    CCrushDialog dialog(m_saved_resources);
-    return static_cast<unsigned int>(dialog.run(CCrushDialog::procedure));
+    int answer = 0;
+    m_saved_resources = AfxGetResourceHandle();
+    report::call_as_library([&answer, this] {
+        CCrushDialog dialog(m_saved_resources);
+        answer = dialog.run(CCrushDialog::procedure);
+    });
+    return static_cast<unsigned int>(answer);
 }

@@ -60,16 +60,20 @@ void CCrashReport2::AddAttachment(const char* path) {
 }
 
 bool CCrashReport2::Upload() {
-    const gen::FloatingPointScope floating_point;
-    const char* const paths[upload_form::part_count] = {
-        m_script_path.c_str(), m_config_path.c_str(), m_file_path.c_str(),
-        m_log_path.c_str(),    m_screen_path.c_str(), m_system_path.c_str(),
-    };
-    CHttpTransport transport;
-    CSuperBuffer body;
-    upload_form::append_body(body, paths);
-    transport.SetHeaders(upload_form::kRequestHeaders);
-    return upload_form::confirms(transport.Request(form_url().c_str(), true, body.GetData(), body.GetLength()));
+    bool confirmed = false;
+    gen::call_with_own_floating_point([&] {
+        const char* const paths[upload_form::part_count] = {
+            m_script_path.c_str(), m_config_path.c_str(), m_file_path.c_str(),
+            m_log_path.c_str(),    m_screen_path.c_str(), m_system_path.c_str(),
+        };
+        CHttpTransport transport;
+        CSuperBuffer body;
+        upload_form::append_body(body, paths);
+        transport.SetHeaders(upload_form::kRequestHeaders);
+        confirmed =
+            upload_form::confirms(transport.Request(form_url().c_str(), true, body.GetData(), body.GetLength()));
+    });
+    return confirmed;
 }
 
 void CCrashReport2::CreateScreenCopy() {

@@ -21,8 +21,11 @@ public:
 };
 
 unsigned int CCrashReport::OpenDlg() {
-    const ReportScope scope;
-    m_saved_resources = scope.saved_resources();
-    CCrushDialog dialog(m_saved_resources);
-    return static_cast<unsigned int>(dialog.run(CCrushDialog::procedure));
+    int answer = 0;
+    m_saved_resources = AfxGetResourceHandle();
+    report::call_as_library([&answer, this] {
+        CCrushDialog dialog(m_saved_resources);
+        answer = dialog.run(CCrushDialog::procedure);
+    });
+    return static_cast<unsigned int>(answer);
 }

@@ -4,6 +4,7 @@
 
 #include <new>
 
+#include "base/floating_point_scope.h"
 #include "base/owner.h"
 #include "capture/screenshot.h"
 #include "compose/email_tool.h"
@@ -65,21 +66,22 @@ void CCrashReport::AddAttachment(const char* path) {
 }
 
 void CCrashReport::GenerateEmail(int context, const char* product, const char* subject, const char* recipient) {
-    const ReportScope scope;
-    const CWaitCursor wait;
-    CEmailTool mail;
-    const char* const name = product ? product : report::kDefaultProduct;
-    {
-        const CStdString note = report::screenshot_note(name);
-        const CStdString debug = debug_text(m_exception);
-        const report::MailText text = report::mail_text(context, name, subject, note, system_text(), debug);
-        mail.Compose(text.subject.c_str(), text.body.c_str(), recipient ? recipient : kDestinations.support_address,
-                     nullptr);
-    }
-    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_HIGHEST); // Kept: never lowered again.
-    for (INT_PTR i = 0; i < m_attachments.GetSize(); ++i)
-        attach(mail, m_attachments[i].c_str());
-    mail.OpenInMailer();
+    report::call_as_library([=, this] {
+        const CWaitCursor wait;
+        CEmailTool mail;
+        const char* const name = product ? product : report::kDefaultProduct;
+        {
+            const CStdString note = report::screenshot_note(name);
+            const CStdString debug = debug_text(m_exception);
+            const report::MailText text = report::mail_text(context, name, subject, note, system_text(), debug);
+            mail.Compose(text.subject.c_str(), text.body.c_str(), recipient ? recipient : kDestinations.support_address,
+                         nullptr);
+        }
+        SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_HIGHEST); // Kept: never lowered again.
+        for (INT_PTR i = 0; i < m_attachments.GetSize(); ++i)
+            attach(mail, m_attachments[i].c_str());
+        mail.OpenInMailer();
+    });
 }
 
 void CCrashReport::AttachScreenCopy() {

@@ -49,17 +49,13 @@ extern "C" _se_translator_function __cdecl InitCrushReport() {
 }
 
 extern "C" void __cdecl OpenCrushReport(const char* marker) {
-    const gen::FloatingPointScope floating_point;
-    try {
-        make_report(marker);
-    } catch (const gen::genlib_error&) {
-        // Memory is gone: there is no report, and the host goes on. A fault's marker passes through to the host.
-#ifdef _WIN64
-    } catch (char* fault) {
-        floating_point.restore();
-        throw fault; // not a bare throw, which the host's runtime would take for one of its own
-#endif
-    }
+    gen::call_with_own_floating_point([marker] {
+        try {
+            make_report(marker);
+        } catch (const gen::genlib_error&) {
+            // Memory is gone: there is no report, and the host goes on. A fault's marker passes through to the host.
+        }
+    });
 }
 
 extern "C" char* __cdecl SetAttachment(const char* path) {

@@ -3,23 +3,18 @@
 
 #include <afxwin.h>
 
-#include "base/floating_point_scope.h"
-
 // This library's own module.
 HINSTANCE library_module();
 
-// Switches to the library's resources and to floating-point settings of its own; puts back those that were current.
-class ReportScope {
-public:
-    ReportScope();
-    ~ReportScope();
-    ReportScope(const ReportScope&) = delete;
-    ReportScope& operator=(const ReportScope&) = delete;
+namespace report {
 
-    // The module whose resources were current.
-    HINSTANCE saved_resources() const { return m_saved_resources; }
+// Calls function(context) with the library's resources and floating-point settings of its own, and puts back those that
+// were current, also where a fault or an exception passes.
+void call_as_library(void (*function)(void* context), void* context);
 
-private:
-    HINSTANCE m_saved_resources;
-    gen::FloatingPointScope m_floating_point; // the last one, so that nothing between could leave it behind
-};
+template <class Callable>
+void call_as_library(Callable callable) {
+    call_as_library([](void* context) { (*static_cast<Callable*>(context))(); }, &callable);
+}
+
+} // namespace report

@@ -1,18 +1,22 @@
-// The resources are switched before the floating-point settings, and put back before them.
+// The resources are switched within the scope of the floating-point settings, the last that comes back.
 #include "report/report_scope.h"
+
+#include "base/floating_point_scope.h"
 
 namespace {
 
-HINSTANCE switch_to_own_resources() {
+struct LibraryResources {
     HINSTANCE const saved = AfxGetResourceHandle();
-    AfxSetResourceHandle(library_module());
-    return saved;
-}
+
+    LibraryResources() { AfxSetResourceHandle(library_module()); }
+    ~LibraryResources() { AfxSetResourceHandle(saved); }
+};
 
 } // namespace
 
-ReportScope::ReportScope() : m_saved_resources(switch_to_own_resources()) {}
-
-ReportScope::~ReportScope() {
-    AfxSetResourceHandle(m_saved_resources);
+void report::call_as_library(void (*function)(void* context), void* context) {
+    gen::call_with_own_floating_point([&] {
+        const LibraryResources resources;
+        function(context);
+    });
 }

@@ -25,19 +25,20 @@ void program_name(char (&title)[kTitleCapacity]) {
 } // namespace
 
 int __cdecl MsgBox(HWND__* owner, unsigned flags, const char* format, ...) {
-    const gen::FloatingPointScope floating_point;
+    int answer = 0;
     va_list arguments;
     va_start(arguments, format);
-    char* text = kobrtl::format_message(format, arguments);
+    gen::call_with_own_floating_point([=, &answer] {
+        char* text = kobrtl::format_message(format, arguments);
+        char title[kTitleCapacity] = {};
+        if (!owner || !GetWindowTextA(owner, title, kTitleCapacity))
+            program_name(title);
+        // Without an owner the box must still keep the user from going on in the program's windows.
+        const unsigned modality = owner ? 0 : MB_TASKMODAL | MB_SETFOREGROUND;
+        // When even the text can't be had, the bare format says more than no box at all.
+        answer = MessageBoxA(owner, text ? text : format, title, flags | modality);
+        free(text);
+    });
     va_end(arguments);
-
-    char title[kTitleCapacity] = {};
-    if (!owner || !GetWindowTextA(owner, title, kTitleCapacity))
-        program_name(title);
-    // Without an owner the box must still keep the user from going on in the program's windows.
-    const unsigned modality = owner ? 0 : MB_TASKMODAL | MB_SETFOREGROUND;
-    // When even the text can't be had, the bare format says more than no box at all.
-    const int answer = MessageBoxA(owner, text ? text : format, title, flags | modality);
-    free(text);
     return answer;
 }

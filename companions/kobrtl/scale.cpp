@@ -55,7 +55,6 @@ unsigned Scale::CalcDestBpp(int type) const {
 }
 
 int Scale::ScaleTo(void* rows, unsigned width, unsigned height, int stride, int type) const {
-    const gen::FloatingPointScope floating_point;
     const unsigned bpp = CalcDestBpp(type);
     if (!bpp || !rows || !size_fits(width, height) || !rows_fit(width, height, stride, bpp))
         return 0;
@@ -65,7 +64,10 @@ int Scale::ScaleTo(void* rows, unsigned width, unsigned height, int stride, int 
         kobrtl::pick_nearest(source, canvas);
         return 1;
     }
-    return kobrtl::resample(source, canvas, filters_of(type), kobrtl::best_kernels());
+    bool done = false;
+    gen::call_with_own_floating_point(
+        [&] { done = kobrtl::resample(source, canvas, filters_of(type), kobrtl::best_kernels()); });
+    return done;
 }
 
 } // namespace glib

@@ -3,15 +3,19 @@
 //
 // usage: floating_point_host mail|failing|members|upload STATE [ATTACHMENT]
 //   mail     OpenCrushReport, with a screenshot
-//   failing  an OpenCrushReport that faults itself, where nothing guards it
+//   failing  an OpenCrushReport that faults itself, where nothing guards it; then the members that a host calls, and
+//   the
+//            entries of KOBRTL.dll, each with a fault of its own
 //   members  the members of CCrashReport, one by one
 //   upload   those of CCrashReport2
-// Prints "caught MARKER", what each call answered, "kept NAME" or "CHANGED NAME: ..." after each call, and "end".
+// Prints "caught MARKER", what each call answered, "kept NAME" or "CHANGED NAME: ..." after each call, "came back from
+// NAME" before that where it should have failed, and "end".
 #include <windows.h>
 #include <float.h>
 #include <stdio.h>
 #include <string.h>
 
+#include "companions/kobrtl/kobrtl.h"
 #include "include/wendax.h"
 #include "testing/cxx/import_slot.h"
 #include "testing/cxx/floating_point.h"
@@ -128,16 +132,99 @@ void look_at(const char* name, const FloatingPoint& before, Call call) {
     compare(name, before, after);
 }
 
+// What the libraries call meanwhile, and fault in.
+
 HICON WINAPI load_no_icon(HINSTANCE, LPCSTR) {
     write_null();
     return nullptr;
 }
 
-__attribute__((noinline)) void fail_in_report(const char* marker) {
+HINSTANCE WINAPI open_nothing(HWND, LPCSTR, LPCSTR, LPCSTR, LPCSTR, INT) {
+    write_null();
+    return nullptr;
+}
+
+BOOL WINAPI copy_nothing(HDC, int, int, int, int, HDC, int, int, DWORD) {
+    write_null();
+    return FALSE;
+}
+
+HANDLE WINAPI make_no_file(LPCSTR, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE) {
+    write_null();
+    return INVALID_HANDLE_VALUE;
+}
+
+int WINAPI show_nothing(HWND, LPCSTR, LPCSTR, UINT) {
+    write_null();
+    return 0;
+}
+
+template <class Function>
+bool break_call(const char* caller, const char* library, const char* function, Function* replacement) {
+    return replace_import(GetModuleHandleA(caller), library, function, replacement) != nullptr;
+}
+
+bool break_calls() {
+    return break_call("Wendax.dll", "user32.dll", "LoadIconA", load_no_icon) &&
+           break_call("Wendax.dll", "shell32.dll", "ShellExecuteA", open_nothing) &&
+           break_call("Wendax.dll", "gdi32.dll", "BitBlt", copy_nothing) &&
+           break_call("KOBRTL.dll", "user32.dll", "MessageBoxA", show_nothing);
+}
+
+// As the marker, by the translator.
+template <class Call>
+__attribute__((noinline)) bool fails_translated(Call call) {
     try {
-        OpenCrushReport(marker);
+        call();
     } catch (char*) {
+        return true;
     }
+    return false;
+}
+
+// As it is. A function of its own may hold no other handlers.
+template <class Call>
+__attribute__((noinline)) bool fails_untranslated(Call call) {
+    __try {
+        call();
+    } __except (EXCEPTION_EXECUTE_HANDLER) {
+        return true;
+    }
+    return false;
+}
+
+template <class Call>
+void look_at_failing(const char* name, const FloatingPoint& before, Call call) {
+    bool failed = true;
+    look_at(name, before, [&] { failed &= fails_translated(call); });
+    const _se_translator_function translator = _set_se_translator(nullptr);
+    look_at(name, before, [&] { failed &= fails_untranslated(call); });
+    _set_se_translator(translator);
+    if (!failed)
+        printf("came back from %s\n", name);
+}
+
+void fail_in_each(const char* marker, const FloatingPoint& before) {
+    if (!break_calls()) {
+        puts("not broken");
+        return;
+    }
+    look_at_failing("OpenCrushReport", before, [&] { OpenCrushReport(marker); });
+    CCrashReport mail(nullptr);
+    look_at_failing("OpenDlg", before, [&] { mail.OpenDlg(); });
+    look_at_failing("GenerateEmail", before, [&] { mail.GenerateEmail(0, nullptr, nullptr, nullptr); });
+    RECT part = {0, 0, 8, 8};
+    look_at_failing("CopyScreenToBitmap", before, [&] { CCrashReport::CopyScreenToBitmap(&part); });
+    look_at_failing("MsgBox", before, [] { MsgBox(nullptr, 0, "text"); });
+    char* const nowhere = static_cast<char*>(VirtualAlloc(nullptr, 65536, MEM_RESERVE, PAGE_NOACCESS));
+    char there[16 * 16 * 3];
+    const glib::Scale scale(nowhere, 64, 64, 192, 24, nullptr, 0);
+    look_at_failing("ScaleTo", before, [&] { scale.ScaleTo(there, 16, 16, 48, glib::Scale::Area); });
+    CCrashReport2 upload(nullptr);
+    look_at_failing("upload's OpenDlg", before, [&] { upload.OpenDlg(); });
+    break_call("Wendax.dll", "kernel32.dll", "CreateFileA", make_no_file);
+    upload.PostRequest("no.txt", "no.txt", "no.txt", "no.txt");
+    look_at_failing("Upload", before, [&] { upload.Upload(); });
 }
 
 void report(const char* road, const char* attachment, const char* marker, const FloatingPoint& before) {
@@ -146,8 +233,7 @@ void report(const char* road, const char* attachment, const char* marker, const 
         SetCreateScreenCopy(1);
         look_at("OpenCrushReport", before, [&] { OpenCrushReport(marker); });
     } else if (strcmp(road, "failing") == 0) {
-        replace_import(GetModuleHandleA("Wendax.dll"), "user32.dll", "LoadIconA", load_no_icon);
-        look_at("OpenCrushReport", before, [&] { fail_in_report(marker); });
+        fail_in_each(marker, before);
     } else if (strcmp(road, "members") == 0) {
         CCrashReport mail(nullptr);
         look_at("AttachScreenCopy", before, [&] { mail.AttachScreenCopy(); });

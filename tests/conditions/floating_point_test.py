@@ -13,6 +13,17 @@ from testing.upload_body import CONFIRMATION
 from testing.web_server import WebServer, answering
 
 CAUGHT = "caught SEHWendaxExceptionGenerated"
+# What a host calls, each with a fault of its own: once translated, once as it is.
+FAILING = (
+    "OpenCrushReport",
+    "OpenDlg",
+    "GenerateEmail",
+    "CopyScreenToBitmap",
+    "MsgBox",
+    "ScaleTo",
+    "upload's OpenDlg",
+    "Upload",
+)
 # By what is unusual when the fault comes; the host's source says more.
 STATES = ("invalid", "zero-divide", "everything", "inexact", "pending", "sse", "mmx", "full-stack", "rounding")
 
@@ -64,8 +75,9 @@ def test_of_the_host_leave_a_whole_message_and_come_back(host, state, artifacts)
     assert b"\n\nStack Trace:\nfirst line 0 options 15 code " in message.body
 
 
-def test_of_the_host_come_back_when_the_report_itself_fails(host, state):
-    assert host.lines("failing", state) == [CAUGHT, "kept OpenCrushReport", "end"]
+def test_of_the_host_come_back_when_what_it_called_fails(host, state):
+    kept = [f"kept {name}" for name in FAILING for _ in ("translated", "as it is")]
+    assert host.lines("failing", state) == [CAUGHT, *kept, "end"]
 
 
 def test_of_the_host_come_back_after_each_member_of_the_message_report(host, state, artifacts):

@@ -1,4 +1,6 @@
 // Checks what the toolchain's glue promises; prints a line for each failure and "checked N" at the end.
+#include "crt/security_cookie.h"
+
 #include <windows.h>
 #include <eh.h>
 #include <new>
@@ -152,6 +154,32 @@ void check_structured_exceptions() {
     check(seen == 1, "a structured handler takes a fault");
 }
 
+// As on systems whose loader doesn't do it. Nothing that is on the stack meanwhile has a cookie.
+void check_security_cookie() {
+    const uintptr_t of_loader = __security_cookie;
+    check(of_loader != crt::kUnmadeCookie, "the cookie is another than the linked one");
+    crt::make_security_cookie();
+    check(__security_cookie == of_loader, "a cookie that is made stays");
+    constexpr int kDraws = 1000;
+    constexpr uintptr_t kBits = sizeof(uintptr_t) == 8 ? ~static_cast<uintptr_t>(0) >> 16 : UINTPTR_MAX;
+    static uintptr_t draws[kDraws];
+    uintptr_t ever_set = 0, always_set = UINTPTR_MAX;
+    int alike = 0;
+    for (int i = 0; i < kDraws; ++i) {
+        __security_cookie = crt::kUnmadeCookie;
+        crt::make_security_cookie();
+        draws[i] = __security_cookie;
+        check(draws[i] != crt::kUnmadeCookie, "a cookie is made where the loader makes none");
+        for (int before = 0; before < i; ++before)
+            alike += draws[before] == draws[i];
+        ever_set |= draws[i];
+        always_set &= draws[i];
+    }
+    __security_cookie = of_loader;
+    check(alike == 0, "each making gives another one");
+    check(ever_set == kBits && always_set == 0, "each bit varies but the upper 16 of 64, which are zero");
+}
+
 int initializer_order[2];
 int initializers;
 struct Global {
@@ -182,6 +210,7 @@ int main(int argc, char** argv) {
     check(big_frame(3) == 4, "a large stack frame");
     check_exceptions();
     check_structured_exceptions();
+    check_security_cookie();
     size_t volatile const impossible = SIZE_MAX / 8;
     int* volatile const many = new (std::nothrow) int[impossible]; // volatile, so that the allocation takes place
     check(many == nullptr, "impossible memory is null");
