@@ -93,4 +93,17 @@ TEST(TextBuilder, Storage_of_one_byte_holds_the_empty_text) {
     EXPECT_STREQ(text.c_str(), "");
 }
 
+TEST(TextBuilder, Name_that_may_have_no_letter_is_dots) {
+    Storage s;
+    s.text.name("1234", 3).character(' ').tail_of_name("1234", 2);
+    EXPECT_STREQ(s.text.c_str(), "... ...");
+}
+
+TEST(TextBuilder, Cutting_to_more_than_there_is_changes_nothing) {
+    Storage s;
+    s.text.text("one");
+    s.text.cut_to(4);
+    EXPECT_STREQ(s.text.c_str(), "one");
+}
+
 } // namespace

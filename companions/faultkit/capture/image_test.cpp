@@ -233,4 +233,71 @@ TEST_F(ImageTest, Code_beyond_what_is_kept_is_left_out) {
     EXPECT_EQ(image.code[0].end, kBase + 0x440);
 }
 
+TEST_F(ImageTest, Name_of_the_pdb_is_what_follows_the_last_separator) {
+    put_rsds("/a/x.pdb");
+    EXPECT_STREQ(image().pdb.file, "x.pdb");
+    put32(kDebug + 16, 24 + 600);
+    put_rsds("\\a\\" + std::string(400, 'p'));
+    EXPECT_EQ(image().pdb.file, std::string(60, 'p') + "...");
+}
+
+TEST_F(ImageTest, Record_that_ends_in_front_of_the_name_gives_no_identity) {
+    for (const std::uint32_t size : {24u, 23u, 16u, 15u}) {
+        put32(kDebug + 16, size);
+        EXPECT_STREQ(image().pdb.key, "") << size;
+    }
+    put_text(kCodeView, "NB10");
+    put32(kCodeView + 8, 0x3A2B1C0D);
+    put32(kCodeView + 12, 5);
+    put_text(kCodeView + 16, std::string("old.pdb") + '\0');
+    for (const std::uint32_t size : {16u, 15u}) {
+        put32(kDebug + 16, size);
+        EXPECT_STREQ(image().pdb.key, "") << size;
+    }
+    put32(kDebug + 16, 16 + 2);
+    EXPECT_STREQ(image().pdb.key, "3A2B1C0D5");
+    EXPECT_STREQ(image().pdb.file, "ol");
+}
+
+TEST_F(ImageTest, First_of_several_identities_counts) {
+    put_directory(6, kDebug, 2 * 28);
+    put32(kDebug + 28 + 12, 2);
+    put32(kDebug + 28 + 16, 24);
+    put32(kDebug + 28 + 20, kCodeView + 0x80);
+    put_text(kCodeView + 0x80, "NB10");
+    EXPECT_STREQ(image().pdb.file, "x.pdb");
+    put32(kDebug + 12, 4); // another kind of entry
+    EXPECT_STREQ(image().pdb.key, "000000000");
+}
+
+TEST_F(ImageTest, Identity_is_looked_for_among_32_entries) {
+    constexpr std::uint32_t kMany = 0x1000;
+    put_directory(6, kMany, 40 * 28);
+    const auto put_entry = [&](std::uint32_t index, std::uint32_t type) {
+        put32(kMany + index * 28 + 12, type);
+        put32(kMany + index * 28 + 16, 24 + 9);
+        put32(kMany + index * 28 + 20, kCodeView);
+    };
+    put_entry(32, 2);
+    EXPECT_STREQ(image().pdb.file, "");
+    put_entry(31, 2);
+    EXPECT_STREQ(image().pdb.file, "x.pdb");
+}
+
+TEST_F(ImageTest, Version_that_leaves_its_resources_or_the_module_is_not_read) {
+    for (const std::uint32_t size : {0x0Fu, 0x17u, 0x4Fu}) {
+        put_directory(2, kResources, size);
+        EXPECT_FALSE(image().has_version) << size;
+    }
+    put_directory(2, kResources, 0x50);
+    EXPECT_TRUE(image().has_version);
+    put32(kResources + 0x48, kSize - 55); // one byte too few for what is read
+    EXPECT_FALSE(image().has_version);
+    put32(kResources + 0x48, kVersion);
+    put32(kResources + 0x4C, 55);
+    EXPECT_FALSE(image().has_version);
+    put32(kResources + 0x4C, 56);
+    EXPECT_TRUE(image().has_version);
+}
+
 } // namespace

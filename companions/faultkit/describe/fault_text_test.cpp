@@ -236,4 +236,29 @@ TEST_F(FaultTextTest, Pdb_of_the_modules_name_in_other_letters_is_not_named) {
     EXPECT_NE(listed().find(" | pluton.pdb"), std::string::npos);
 }
 
+TEST_F(FaultTextTest, Four_parameters_are_shown_at_most) {
+    m_facts.code = 0xE0001234;
+    m_facts.parameter_count = 6;
+    for (std::uint32_t i = 0; i < 6; ++i)
+        m_facts.parameters[i] = i + 1;
+    EXPECT_EQ(first_line(), "exception (E0001234), parameters 00000001 00000002 00000003 00000004");
+}
+
+TEST_F(FaultTextTest, Module_without_an_ending_may_have_a_pdb_of_its_name) {
+    Module* module = add_module(0x300000, "plugin", false);
+    std::strcpy(module->image.pdb.file, "plugin.pdb");
+    EXPECT_EQ(listed().find('|'), std::string::npos);
+}
+
+TEST_F(FaultTextTest, List_without_enough_space_shows_whole_lines_alone) {
+    add_module(0x300000, "plugin.dll", false);
+    for (unsigned size = 68; size < 260; ++size) {
+        const std::string text = listed(size);
+        for (const char* name : {"host.exe", "plugin.dll"})
+            EXPECT_TRUE(text.find("00000000 - - ") == std::string::npos || text.find("host.exe") != std::string::npos)
+                << size << name << text;
+        EXPECT_EQ(text.find("plugin.dll") != std::string::npos, text.find("00300000") != std::string::npos) << size;
+    }
+}
+
 } // namespace

@@ -99,4 +99,19 @@ TEST_F(WideCallTarget, Of_a_computed_call_or_one_to_outside_the_code_is_not_know
     EXPECT_EQ(target(), 0u);
 }
 
+TEST_F(WideCallTarget, Is_the_last_stub_where_that_leads_nowhere) {
+    m_process.put_call(kReturn, FakeProcess::kCode + 0x300);
+    const auto stub = [&](const FakeMemory::Bytes& code) { m_process.memory.put(FakeProcess::kCode + 0x300, code); };
+    stub({0xE9, 0xFB, 0xFF, 0xFF, 0xFF}); // to itself
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x300);
+    stub({0xE9, 0xFB, 0, 0x50, 0}); // to outside every module
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x500400);
+    stub({0xFF, 0x25, 0, 0, 0x50, 0}); // through a place that can't be read
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x300);
+    stub({0xFF, 0x24, 0, 0, 0, 0});
+    EXPECT_EQ(target(), FakeProcess::kCode + 0x300);
+    m_process.put_call(kReturn, FakeProcess::kCodeEnd - 2);
+    EXPECT_EQ(target(), FakeProcess::kCodeEnd - 2u);
+}
+
 } // namespace

@@ -11,7 +11,7 @@ namespace {
 
 constexpr Address kGuessReach = 0x8000; // how far a return address is looked for
 constexpr Address kThreadStart = 0x100; // so near the end of the stack there is nothing left to guess
-constexpr Address kFirstFrame = 0x1000; // so near may be the thread\'s first frame, which returns to 0
+constexpr Address kFirstFrame = 0x1000; // so near may be the thread's first frame, which returns to 0
 constexpr unsigned kMostGuesses = 64;   // slots that are tried for whether they lead on
 constexpr unsigned kStepsOfGuess = 3;   // that must be found by unwind data from there
 

@@ -86,6 +86,13 @@ protected:
         return kImage + offset;
     }
 
+    // The same of "call target".
+    Address direct_call(std::uint32_t offset, std::uint32_t target) {
+        put_code(offset - 5, {0xE8});
+        m_memory.put_u32(kImage + offset - 4, target - offset);
+        return kImage + offset;
+    }
+
     Frame interrupted(std::uint32_t offset, Address sp = kStack) {
         Frame frame = {kImage + offset, sp, FrameOrigin::kInterrupted, true, {}};
         frame.registers[faultkit::kRsp] = sp;
@@ -343,11 +350,6 @@ TEST_F(UnwindTest, Read_that_fails_costs_a_frame_and_no_more) {
 TEST_F(UnwindTest, Guess_is_one_whose_call_may_have_led_here) {
     add_plain_function(kMiddle);
     add_plain_function(kOuter);
-    const auto direct_call = [&](std::uint32_t at, std::uint32_t target) {
-        put_code(at - 5, {0xE8});
-        m_memory.put_u32(kImage + at - 4, target - at);
-        return kImage + at;
-    };
     // Of earlier calls: to another function, directly, by a stub of the linker's and through an imported address.
     put_code(0x3000, {0xE9, 0xFB, 0xE2, 0xFF, 0xFF}); // to kOuter
     put_code(0x3010, {0xFF, 0x25, 0xEA, 0x0F, 0, 0}); // through 0x4000
@@ -402,6 +404,116 @@ TEST_F(UnwindTest, Circle_of_parts_ends) {
     EXPECT_GT(caller.sp, kStack);
 }
 
+TEST_F(UnwindTest, Unwind_data_that_leave_the_image_are_not_believed) {
+    add_plain_function(kInner);
+    m_memory.fill(kImage + 0xFFF0, 0x20, 0);
+    m_memory.put_u64(kStack, return_address(kMiddle + 0x20));
+    m_memory.put_u32(kImage + kTable + 8, 0xFFFC);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller)); // of no known version
+    m_memory.put(kImage + 0xFFFC, {1, 0, 0, 0});
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+    faultkit::FunctionEntry function;
+    ASSERT_TRUE(faultkit::find_function(m_memory, m_modules[0].image, kImage + kInner + 0x20, &function));
+    const auto unwinds = [&] {
+        return faultkit::unwind(m_memory, m_modules[0].image, function, interrupted(kInner + 0x20), &caller);
+    };
+    EXPECT_TRUE(unwinds());
+    m_memory.put(kImage + 0xFFFC, {1, 0, 1, 0}); // with a code behind the end
+    EXPECT_FALSE(unwinds());
+    m_memory.put(kImage + 0xFFFC, {1 | 4 << 3, 0, 0, 0}); // with a first part behind the end
+    EXPECT_FALSE(unwinds());
+}
+
+// Its first part has set the frame pointer, however far the later one has come.
+TEST_F(UnwindTest, Later_part_has_its_frame_pointer_from_the_start) {
+    const auto frame_register = static_cast<std::uint8_t>(faultkit::kRbp | 2 << 4);
+    add_function(kInner, kInner + 0x80, 10,
+                 {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), 1, code(kPush, faultkit::kRbp)},
+                 frame_register);
+    add_function(kMiddle, kMiddle + 0x80, 9,
+                 {9, code(kSave, faultkit::kRdi), 3, 0, 4, code(kSave, faultkit::kRsi), 2, 0}, frame_register, 0);
+    m_memory.put_u64(kStack + 0x110, 0x51);
+    m_memory.put_u64(kStack + 0x118, 0xD1);
+    const Address back = return_address(kOuter + 0x20);
+    m_memory.put_u64(kStack + 0x100 + 56, back);
+    Frame frame = interrupted(kMiddle + 6), caller;
+    frame.registers[faultkit::kRbp] = kStack + 0x100 + 32;
+    ASSERT_TRUE(find_caller(frame, &caller));
+    EXPECT_EQ(caller.pc, back);
+    EXPECT_EQ(caller.registers[faultkit::kRsi], 0x51u);
+    EXPECT_EQ(caller.registers[faultkit::kRdi], 0u); // not saved yet
+}
+
+TEST_F(UnwindTest, Stack_beyond_the_threads_is_not_believed) {
+    add_function(kInner, kInner + 0x80, 5, {5, code(kSetFramePointer)}, faultkit::kRbp);
+    const Address back = return_address(kMiddle + 0x20);
+    m_memory.fill(kStackEnd, 0x100, 0);
+    m_memory.put_u64(kStackEnd + 8, back);
+    m_memory.put_u64(kStack + 0x10, back);
+    Frame frame = interrupted(kInner + 0x20), caller;
+    frame.registers[faultkit::kRbp] = kStackEnd + 8;
+    ASSERT_TRUE(find_caller(frame, &caller));
+    EXPECT_EQ(caller.sp, kStack + 0x18);
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+}
+
+TEST_F(UnwindTest, Thread_begins_near_the_end_of_its_stack) {
+    constexpr Address kDeep = 0x1F0000;
+    add_plain_function(kInner);
+    m_memory.fill(kDeep, 0x200, 0);
+    m_memory.put_u64(kDeep + 0x100, return_address(kMiddle + 0x20));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20, kDeep), &caller)); // whose caller would be 0
+    EXPECT_EQ(caller.sp, kDeep + 0x108);
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+}
+
+TEST_F(UnwindTest, Return_address_on_top_of_a_stack_that_lies_askew_is_a_guess) {
+    const Address back = return_address(kMiddle + 0x20);
+    m_memory.put_u64(kStack + 4, back);
+    m_memory.put_u64(kStack + 0x20, back);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10, kStack + 4), &caller));
+    EXPECT_EQ(caller.sp, kStack + 0x28);
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+}
+
+TEST_F(UnwindTest, Guess_whose_own_caller_lies_behind_no_call_leads_nowhere) {
+    add_plain_function(kMiddle);
+    m_memory.put_u64(kStack + 0x10, return_address(kMiddle + 0x20));
+    m_memory.put_u64(kStack + 0x18 + 40, kImage + kOuter + 0x33);
+    m_memory.put_u64(kStack + 0x60, return_address(kMiddle + 0x30));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
+    EXPECT_EQ(caller.pc, kImage + kMiddle + 0x30);
+}
+
+TEST_F(UnwindTest, Guess_for_a_call_through_a_bad_pointer_is_one_that_did_not_enter_the_image) {
+    add_plain_function(kMiddle);
+    add_plain_function(kOuter);
+    m_memory.put_u64(kStack + 0x10, direct_call(kMiddle + 0x30, kOuter));
+    m_memory.put_u64(kStack + 0x18, return_address(kMiddle + 0x50));
+    Frame frame = interrupted(0), caller;
+    frame.pc = 0;
+    ASSERT_TRUE(find_caller(frame, &caller));
+    EXPECT_EQ(caller.pc, kImage + kMiddle + 0x50);
+}
+
+TEST_F(UnwindTest, Guess_for_a_function_with_unwind_data_is_one_that_entered_it) {
+    add_plain_function(kInner);
+    add_plain_function(kMiddle);
+    add_plain_function(kOuter);
+    m_memory.put_u64(kStack + 40, 0x4141414141414141);
+    m_memory.put_u64(kStack + 0x50, direct_call(kMiddle + 0x30, 0x3000)); // nobody describes what was called
+    m_memory.put_u64(kStack + 0x58, direct_call(kMiddle + 0x50, kOuter));
+    m_memory.put_u64(kStack + 0x60, direct_call(kMiddle + 0x70, kInner));
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    EXPECT_EQ(caller.pc, kImage + kMiddle + 0x70);
+}
+
 // The last instructions of a function, which unwind data don't describe.
 class EpilogueTest : public UnwindTest {
 protected:
@@ -434,10 +546,12 @@ TEST_F(EpilogueTest, Is_carried_out_from_wherever_it_was_interrupted) {
     expect_caller({0x48, 0x81, 0xC4, 0x20, 0, 0, 0, 0x41, 0x5C, 0x5B, 0xC2, 8, 0}, {1, 2, 3, 4, 12, 3, m_back});
     expect_caller({0x41, 0x5C, 0x5B, 0xC3}, {12, 3, m_back});
     expect_caller({0x5B, 0xF3, 0xC3}, {3, m_back});
+    expect_caller({0x40, 0x5B, 0xC3}, {3, m_back}); // with a prefix that adds nothing
     expect_caller({0xC3}, {m_back});
 }
 
 TEST_F(EpilogueTest, May_end_in_a_jump_to_another_function) {
+    add_plain_function(kMiddle);
     expect_caller({0x5B, 0xE9, 0xBB, 0, 0, 0}, {3, m_back});       // to kMiddle
     expect_caller({0x5B, 0xFF, 0x25, 0, 0x10, 0, 0}, {3, m_back}); // through memory
     expect_caller({0x5B, 0x48, 0xFF, 0xE0}, {3, m_back});          // through rax
@@ -491,6 +605,7 @@ TEST_F(EpilogueTest, Other_instructions_are_none) {
         {0x48, 0x83, 0xC0, 0x20, 0xC3}, // add rax
         {0x48, 0x83, 0xEC, 0x20, 0xC3}, // sub rsp
         {0x48, 0x8D, 0x65, 0x30, 0xC3}, // lea rsp, where no frame pointer is kept
+        {0x48, 0x8D, 0x60, 0x30, 0xC3}, // the same by rax, whose number is 0
         {0x48, 0x8D, 0x45, 0x30, 0xC3}, // lea rax
         {0x48, 0x8B, 0x65, 0x30, 0xC3}, // mov rsp
         {0x5C, 0xC3},                   // pop rsp
@@ -514,6 +629,38 @@ TEST_F(EpilogueTest, Other_instructions_are_none) {
         ASSERT_TRUE(find_caller(frame, &caller));
         EXPECT_EQ(caller.sp, kStack + 56) << int(one[0]) << ' ' << int(one[1]);
     }
+}
+
+TEST_F(EpilogueTest, That_returns_to_where_no_call_was_is_none) {
+    put_code(kInner + 0x40, {0xC3});
+    m_memory.put_u64(kStack, kImage + kOuter + 0x55);
+    m_memory.put_u64(kStack + 48, m_back);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+    EXPECT_EQ(caller.sp, kStack + 56);
+}
+
+TEST_F(EpilogueTest, Jump_to_a_later_part_of_the_function_is_none) {
+    add_function(kMiddle + 0x40, kMiddle + 0x80, 0, {}, 0, 0);
+    put_code(kInner + 0x40, {0xE9, 0x0B, 1, 0, 0});          // to kMiddle + 0x50
+    m_memory.put_u64(kStack, return_address(kOuter + 0x20)); // of an earlier call
+    m_memory.put_u64(kStack + 48, m_back);
+    Frame caller;
+    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+    EXPECT_EQ(caller.sp, kStack + 56);
+}
+
+TEST_F(EpilogueTest, Frame_pointer_that_takes_another_byte_to_name_is_none) {
+    add_function(kMiddle, kMiddle + 0x80, 10,
+                 {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), 2, code(kPush, 12)}, 12);
+    const Address back = return_address(kOuter + 0x20);
+    m_memory.put_u64(kStack + 0x138, back);
+    put_code(kMiddle + 0x40, {0x49, 0x8D, 0x64, 0x24, 0x50, 0xC3}); // lea rsp, [r12 + 80]
+    Frame frame = interrupted(kMiddle + 0x40), caller;
+    frame.registers[12] = kStack + 0x100;
+    ASSERT_TRUE(find_caller(frame, &caller));
+    EXPECT_EQ(caller.pc, back);
+    EXPECT_EQ(caller.sp, kStack + 0x140);
 }
 
 TEST_F(EpilogueTest, Pops_up_to_the_functions_end_are_none) {

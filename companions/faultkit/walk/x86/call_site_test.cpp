@@ -80,6 +80,27 @@ TEST(CallSite, Circle_of_stubs_ends) {
     EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, kReturn).kind, CallSite::kKnown);
 }
 
+TEST(CallSite, Target_is_the_last_stub_where_that_leads_nowhere) {
+    FakeProcess process;
+    process.put_call(kReturn, FakeProcess::kCode + 0x20);
+    const auto target = [&](const FakeMemory::Bytes& stub) {
+        process.memory.put(FakeProcess::kCode + 0x20, stub);
+        return faultkit::find_call_before(process.memory, process.modules, kReturn).target;
+    };
+    EXPECT_EQ(target({0xE9, 0xDB, 0, 0x50, 0}), FakeProcess::kCode + 0x500100); // outside every module
+    EXPECT_EQ(target({0xFF, 0x24, 0, 0, 0, 0}), FakeProcess::kCode + 0x20);
+    EXPECT_EQ(target({0xFF, 0x25, 0, 0, 0x70, 0}), FakeProcess::kCode + 0x20); // through a place that can't be read
+    process.put_call(kReturn, FakeProcess::kCodeEnd - 2);
+    EXPECT_EQ(target({0x40}), FakeProcess::kCodeEnd - 2);
+}
+
+TEST(CallSite, Import_that_holds_no_code_any_more_was_called_all_the_same) {
+    FakeProcess process;
+    process.memory.put(kReturn - 6, {0xFF, 0x15, 0x00, 0x50, 0x40, 0x00});
+    process.memory.put_u32(0x405000, 0x12345678);
+    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, kReturn).kind, CallSite::kComputed);
+}
+
 TEST(CallSite, Bytes_before_the_section_are_not_read) {
     FakeProcess process;
     process.memory.put(FakeProcess::kCode, {0xFF, 0xD0});
@@ -119,6 +140,12 @@ TEST(ArgumentsPushed, Are_counted_back_from_the_call) {
     }
     FakeProcess process;
     EXPECT_EQ(faultkit::arguments_pushed_before(process.memory, 0x50000), 0u);
+}
+
+TEST(ArgumentsPushed, Are_counted_as_far_as_is_looked) {
+    FakeProcess process;
+    process.memory.fill(FakeProcess::kCode, 0x100, 0x50);
+    EXPECT_EQ(faultkit::arguments_pushed_before(process.memory, FakeProcess::kCode + 0x100), 43u * 4);
 }
 
 } // namespace

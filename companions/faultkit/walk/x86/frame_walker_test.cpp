@@ -350,6 +350,146 @@ TEST_F(FrameWalkerTest, Chain_is_believed_although_its_call_went_elsewhere) {
     EXPECT_EQ(caller.pc, kMiddle + 0x20);
 }
 
+// At either edge of a function its frame is not there, whatever stale addresses lie further up.
+TEST_F(FrameWalkerTest, Function_that_faults_at_its_first_or_last_instruction_has_its_return_address_on_top) {
+    m_process.put_frameless_function(kInner);
+    m_process.memory.put(kInner + 0x30, {0xC3});
+    m_process.memory.put(kInner + 0x31, {0xC2, 0x08, 0x00});
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call(kMiddle + 0x30, kInner);
+    m_process.memory.put_u32(kStack, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x30); // of an earlier call
+    for (const std::uint32_t pc : {kInner, kInner + 0x30, kInner + 0x31}) {
+        FrameWalker walker = this->walker();
+        Frame caller;
+        ASSERT_TRUE(walker.find_caller(interrupted(pc, kStack, 0), &caller));
+        EXPECT_EQ(caller.pc, kMiddle + 0x20);
+        EXPECT_EQ(caller.sp, kStack + 4);
+        EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+    }
+}
+
+// What follows the early return might be a function of its own, whose return address would be on top.
+TEST_F(FrameWalkerTest, Framed_function_with_an_early_return_is_believed_where_the_chain_fits) {
+    m_process.put_framed_function(kInner);
+    m_process.memory.put(kInner + 0x1E, {0xC3});
+    m_process.put_framed_function(kMiddle);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.put_call_by_register(kInner + 0x28);
+    m_process.memory.put_u32(kStack, kOuter + 0x20); // of an earlier call
+    m_process.memory.put_u32(kStack + 0x44, kMiddle + 0x20);
+    for (const FrameOrigin origin : {FrameOrigin::kInterrupted, FrameOrigin::kChecked}) {
+        FrameWalker walker = this->walker();
+        Frame caller;
+        ASSERT_TRUE(walker.find_caller({kInner + 0x28, kStack, kStack + 0x40, origin}, &caller));
+        EXPECT_EQ(caller.pc, kMiddle + 0x20);
+        EXPECT_EQ(caller.origin, FrameOrigin::kChained);
+    }
+}
+
+TEST_F(FrameWalkerTest, Frameless_function_with_an_early_return_is_believed_where_the_stack_fits) {
+    m_process.put_frameless_function(kInner); // takes 20 bytes
+    m_process.memory.put(kInner + 0x1E, {0xC3});
+    m_process.memory.put(kInner + 0x27, {0x6A, 0x05}); // push 5
+    m_process.put_call(kInner + 0x2E, kOuter);
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.memory.put_u32(kStack, kOuter + 0x20); // of an earlier call
+    for (const std::uint32_t arguments : {0u, 4u}) {
+        m_process.memory.put_u32(kStack + 0x14, 0);
+        m_process.memory.put_u32(kStack + 0x14 + arguments, kMiddle + 0x20);
+        FrameWalker walker = this->walker();
+        Frame caller;
+        ASSERT_TRUE(walker.find_caller({kInner + 0x2E, kStack, 0, FrameOrigin::kChecked}, &caller));
+        EXPECT_EQ(caller.pc, kMiddle + 0x20);
+        EXPECT_EQ(caller.sp, kStack + 0x18 + arguments);
+    }
+}
+
+TEST_F(FrameWalkerTest, First_instructions_that_take_more_than_any_frame_are_not_believed) {
+    m_process.put_frameless_function(kInner);
+    m_process.memory.put(kInner, {0x81, 0xEC, 0, 0, 2, 0}); // sub esp, 0x20000
+    m_process.put_call(kMiddle + 0x20, kInner);
+    m_process.memory.put_u32(kStack + 8, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, 0)).front(), kMiddle + 0x20);
+}
+
+TEST_F(HiddenFunctionTest, That_would_take_more_than_any_frame_is_none) {
+    m_process.memory.put(kHidden, {0x81, 0xEC, 0, 0, 2, 0}); // sub esp, 0x20000
+    EXPECT_EQ(walk(interrupted(kHidden + 0x10, kStack, 0)).front(), kOuter + 0x30);
+}
+
+TEST_F(HiddenFunctionTest, Is_not_where_a_call_of_another_function_leads_back_to) {
+    m_process.put_call(kMiddle + 0x30, kOuter);
+    m_process.memory.put_u32(kStack, kMiddle + 0x30);
+    EXPECT_EQ(walk(interrupted(kHidden + 8, kStack, 0)).front(), kOuter + 0x30);
+}
+
+TEST_F(FrameWalkerTest, Chain_of_a_framed_function_is_the_last_resort_where_its_call_went_elsewhere) {
+    m_process.put_framed_function(kInner);
+    m_process.put_framed_function(kMiddle);
+    m_process.put_frameless_function(kOuter);
+    m_process.put_call(kMiddle + 0x20, kOuter); // which jumped on
+    m_process.memory.put_u32(kStack + 0x44, kMiddle + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x40), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kChained);
+}
+
+TEST_F(FrameWalkerTest, Call_of_the_function_is_found_behind_more_stale_addresses_than_a_search_holds) {
+    m_process.put_frameless_function(kInner);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_call_by_register(kMiddle + 0x20);
+    m_process.put_call(kOuter + 0x20, kInner);
+    for (std::uint32_t i = 0; i < 30; ++i)
+        m_process.memory.put_u32(kStack + 0x14 + i * 4, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x14 + 30 * 4, kOuter + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, 0), &caller));
+    EXPECT_EQ(caller.pc, kOuter + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+}
+
+TEST_F(FrameWalkerTest, Call_through_a_pointer_is_believed_when_the_chain_ends_in_one_too) {
+    m_process.put_frameless_function(kInner);
+    m_process.put_frameless_function(kMiddle);
+    m_process.put_framed_function(kOuter);
+    m_process.put_call_by_register(kMiddle + 0x20);
+    m_process.put_call_by_register(kOuter + 0x20);
+    m_process.memory.put_u32(kStack + 0x14, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x54, kOuter + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x50), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kPlausible);
+}
+
+TEST_F(FrameWalkerTest, Guess_below_a_link_is_the_framed_function_that_the_links_call_entered) {
+    constexpr std::uint32_t kFrameless = kOuter + 0xC0, kOther = kOuter + 0x80;
+    m_process.put_frameless_function(kInner);
+    m_process.put_framed_function(kMiddle);
+    m_process.put_framed_function(kMiddle + 0x80);
+    m_process.put_framed_function(kOuter);
+    m_process.put_frameless_function(kFrameless);
+    for (const std::uint32_t from : {kMiddle + 0x20, kMiddle + 0xA0, kFrameless + 0x20})
+        m_process.put_call(from, kOther);
+    m_process.put_call(kOuter + 0x20, kMiddle);
+    m_process.memory.put_u32(kStack + 0x30, kMiddle + 0x20);
+    m_process.memory.put_u32(kStack + 0x34, kMiddle + 0xA0);    // framed, but not what was called
+    m_process.memory.put_u32(kStack + 0x38, kFrameless + 0x20); // has no link
+    m_process.memory.put_u32(kStack + 0x54, kOuter + 0x20);
+    FrameWalker walker = this->walker();
+    Frame caller;
+    ASSERT_TRUE(walker.find_caller(interrupted(kInner + 0x10, kStack, kStack + 0x50), &caller));
+    EXPECT_EQ(caller.pc, kMiddle + 0x20);
+    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+}
+
 TEST_F(FrameWalkerTest, Any_memory_and_any_registers_give_a_walk_that_rises_and_ends) {
     std::mt19937 random(12345);
     for (int round = 0; round < 200; ++round) {

@@ -44,7 +44,7 @@ struct CodeBefore {
 bool is_filler(const uint8_t* code, uint32_t size) {
     while (size) {
         const uint32_t length = length_of_filler(code, size);
-        if (!length || length > size)
+        if (!length)
             return false;
         code += length;
         size -= length;

@@ -93,6 +93,39 @@ TEST(FunctionBounds, Frame_made_by_a_helper_of_the_runtime_is_recognised) {
     EXPECT_EQ(function.push, 0u);
 }
 
+TEST(FunctionBounds, Frame_is_told_from_the_first_instructions) {
+    const struct {
+        FakeMemory::Bytes code;
+        bool framed;
+    } cases[] = {
+        {{0x55, 0x8B, 0xEC}, true},
+        {{0x55, 0x89, 0xE5}, true}, // the same, as other compilers write it
+        {{0x55, 0x8B, 0xE5}, false},
+        {{0x55, 0x89, 0xEC}, false},
+        {{0x6A, 0x10, 0x68, 0, 0x50, 0x40, 0, 0xE8}, true},
+        {{0x6A, 0x10, 0x68, 0, 0x50, 0x40, 0, 0xE9}, false},
+        {{0x6A, 0x10, 0x50, 0, 0x50, 0x40, 0, 0xE8}, false},
+        {{0x68, 0, 0x10, 0, 0, 0x68, 0, 0x50, 0x40, 0, 0xE8}, true},
+        {{0x68, 0, 0x10, 0, 0, 0x68, 0, 0x50, 0x40, 0, 0xE9}, false},
+        {{0x68, 0, 0x10, 0, 0, 0x50, 0, 0x50, 0x40, 0, 0xE8}, false},
+        {{0xB8, 0, 0x50, 0x40, 0, 0xE8}, true},
+        {{0xB8, 0, 0x50, 0x40, 0, 0xE9}, false},
+    };
+    for (const auto& one : cases) {
+        FakeProcess process;
+        process.memory.fill(kFunction, 64, 0x40);
+        process.memory.put(kFunction, one.code);
+        const FunctionBounds function = faultkit::bounds_of_function(process.memory, kFunction);
+        EXPECT_EQ(function.framed, one.framed) << int(one.code[0]) << ' ' << int(one.code[1]);
+        EXPECT_EQ(function.push, one.framed && one.code[0] == 0x55 ? kFunction : 0);
+    }
+}
+
+TEST(FunctionBounds, Gap_without_a_function_in_front_has_none) {
+    FakeProcess process;
+    EXPECT_EQ(find(process, FakeProcess::kCode + 0x850).start, 0u);
+}
+
 TEST(FunctionBounds, Start_of_the_section_starts_a_function) {
     FakeProcess process;
     process.put_frameless_function(FakeProcess::kCode);
@@ -150,6 +183,21 @@ TEST(Prologue, Pushed_arguments_are_not_counted) {
     EXPECT_EQ(taken({0x56, 0x50, 0xE8, 0, 0, 0, 0}, 7), 4u);
     // push esi; push esi: the second is an argument
     EXPECT_EQ(taken({0x56, 0x56, 0xE8, 0, 0, 0, 0}, 7), 4u);
+}
+
+TEST(Prologue, Looks_past_an_alignment_of_the_stack) {
+    // push ebx; and esp, -16; push esi
+    EXPECT_EQ(taken({0x53, 0x83, 0xE4, 0xF0, 0x56, 0x40}, 6), 8u);
+}
+
+TEST(Prologue, Is_not_followed_beyond_its_reach) {
+    FakeMemory::Bytes code;
+    while (code.size() < 48)
+        code.insert(code.end(), {0x8B, 0x44, 0x24, 0x08}); // mov eax, [esp + 8]
+    code.insert(code.end(), {0x56, 0x40});
+    EXPECT_EQ(taken(code, 50), 0u);
+    code.erase(code.begin(), code.begin() + 4);
+    EXPECT_EQ(taken(code, 46), 4u);
 }
 
 TEST(Prologue, Stops_at_a_branch) {
@@ -224,6 +272,8 @@ TEST(MayStartFunction, Behind_padding_up_to_an_aligned_place) {
     EXPECT_TRUE(may_start({0x66, 0x90}));
     EXPECT_TRUE(may_start({0x0F, 0x1F, 0x44, 0x00, 0x00}));
     EXPECT_FALSE(may_start({0x66, 0x90}, kFunction + 8));
+    EXPECT_FALSE(may_start({0x0F, 0x1F})); // the beginning of one
+    EXPECT_FALSE(may_start({0x0F, 0x1F, 0x44, 0x00}));
 }
 
 TEST(MayStartFunction, At_the_sections_first_byte_and_not_just_behind_it) {

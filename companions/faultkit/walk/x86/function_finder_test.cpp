@@ -52,6 +52,37 @@ TEST_F(PackedFunctions, Answer_is_remembered) {
     EXPECT_EQ(finder.find(kSecond + 0x08).start, kSecond);
 }
 
+// A function that is entered in the middle, too, as some are that were written by hand.
+TEST_F(PackedFunctions, Highest_start_that_is_called_counts) {
+    process.memory.put(kFirst + 0x1F, {0xC3});
+    process.put_call(kFirst - 0x40, kSecond);
+    process.put_call(kCaller, kFirst + 0x20);
+    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kSecond);
+    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kFirst + 0x28).start, kFirst + 0x20);
+}
+
+TEST_F(PackedFunctions, More_than_are_remembered_are_found_all_the_same) {
+    constexpr std::uint32_t kMany = FakeProcess::kCode + 0x400;
+    for (std::uint32_t i = 0; i < 70; ++i)
+        process.put_framed_function(kMany + i * 0x40);
+    FunctionFinder finder(process.memory, process.modules);
+    for (int round = 0; round < 2; ++round)
+        for (std::uint32_t i = 0; i < 70; ++i)
+            EXPECT_EQ(finder.find(kMany + i * 0x40 + 0x10).start, kMany + i * 0x40);
+}
+
+TEST_F(PackedFunctions, Calls_are_looked_for_up_to_the_sections_end) {
+    faultkit::Module& module = const_cast<faultkit::Module&>(process.modules[0]);
+    process.put_call(kFirst + 0x400, kSecond);
+    for (const std::uint32_t behind : {0u, 3u, 5u, 6u}) { // a piece is 1,024 bytes
+        module.image.code[0].begin = kFirst;
+        module.image.code[0].end = kFirst + 0x400 + behind;
+        EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kSecond) << behind;
+    }
+    module.image.code[0].end = kFirst + 0x3FF; // in the middle of the call
+    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kFirst);
+}
+
 TEST_F(PackedFunctions, Address_outside_the_code_has_none) {
     EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(0x900000).start, 0u);
 }
