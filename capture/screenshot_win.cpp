@@ -19,7 +19,7 @@ constexpr uint8_t kJpegQuality = 75;
 // Stops GDI+ at its end, also when an exception passes.
 struct GdiplusRun {
     GdiplusRun() { glib::gdiplus_switch(true); }
-    ~GdiplusRun() { glib::gdiplus_switch(false); }
+    ~GdiplusRun() noexcept(false) { glib::gdiplus_switch(false); }
 };
 
 } // namespace

@@ -45,8 +45,8 @@ public:
     Film(const Film&) = delete;
     Film& operator=(const Film&) = delete;
 
-    // 1: Calls the progress callback, if there is one, with an empty text and the step "finished".
-    virtual ~Film();
+    // 1: Calls the progress callback, if there is one, with an empty text and the step "finished". Lets a fault pass.
+    virtual ~Film() noexcept(false);
     virtual ResultCode AppendDamaged(const char* path, uint32_t max_width, uint32_t max_height); // 2
     virtual ResultCode Append(const char* path, uint32_t max_width, uint32_t max_height);        // 3
     virtual ResultCode LoadDamaged(const char* path, uint32_t max_width, uint32_t max_height);   // 4

@@ -15,7 +15,7 @@ Film::Film() : m_body(new(std::nothrow) FilmBody) {
     count_document();
 }
 
-Film::~Film() {
+Film::~Film() noexcept(false) {
     try {
         m_body->TellEnd();
     } catch (gen::genlib_error&) {

@@ -11,7 +11,7 @@ public:
     GdiPlusInit() = default;
     GdiPlusInit(const GdiPlusInit&) = delete;
     GdiPlusInit& operator=(const GdiPlusInit&) = delete;
-    virtual ~GdiPlusInit(); // stops it if it was started
+    virtual ~GdiPlusInit() noexcept(false); // stops it if it was started; lets a fault pass
 
     // Does nothing when started already. A start that fails, faults or finds no GDI+ leaves it stopped; the next one
     // tries again.

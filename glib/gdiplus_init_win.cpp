@@ -47,7 +47,7 @@ void start_process_wide() {
 
 } // namespace
 
-GdiPlusInit::~GdiPlusInit() {
+GdiPlusInit::~GdiPlusInit() noexcept(false) {
     Stop();
 }
 

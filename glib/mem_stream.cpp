@@ -48,8 +48,10 @@ struct VMemStream::Layout {
 #endif
 
 VMemStream::~VMemStream() {
+    using Nothrow =
+        void (*)(void*) noexcept; // else a fault of a damaged heap could not pass, and would end the process
     if (m_fixed == growable)
-        m_callbacks.release(m_buffer);
+        reinterpret_cast<Nothrow>(m_callbacks.release)(m_buffer);
 }
 
 uint8_t* VMemStream::Detach() {

@@ -31,6 +31,18 @@ def test_fault_while_a_report_is_destroyed_destroys_it_no_second_time(stage):
     assert done.text.splitlines() == ["SEHWendaxExceptionGenerated", "given back 1 times"]
 
 
+def test_fault_in_the_freeing_of_any_block_of_a_screenshot_ends_no_host(stage):
+    wine = stage.wine(stage.desktop(width=800, height=600))
+    came = []
+    while "no fault" not in came:
+        done = wine.run(stage.product("free_host.exe"), "screenshot", str(len(came)))
+        outcome, end = done.text.splitlines()
+        assert end == "end"
+        came.append(outcome)
+    assert came.count("costs the screenshot") >= 15
+    assert set(came) == {"costs the screenshot", "passes on", "no fault"}
+
+
 def test_exception_object_has_its_functions_and_fields_where_a_visual_cpp_caller_looks(stage):
     done = stage.wine().run(stage.product("exception_host.exe"), check=True)
     assert dict(line.split(": ", 1) for line in done.text.splitlines()) == EXCEPTION_OBJECT
