@@ -81,11 +81,5 @@ void CCrashReport2::CCrushDialog::upload(HWND dialog) {
 }
 
 unsigned int CCrashReport2::OpenDlg() {
-    int answer = 0;
-    m_saved_resources = AfxGetResourceHandle();
-    report::call_as_library([&answer, this] {
-        CCrushDialog dialog(m_saved_resources);
-        answer = dialog.run(CCrushDialog::procedure);
-    });
-    return static_cast<unsigned int>(answer);
+    return CCrushDialog::open(&m_saved_resources);
 }

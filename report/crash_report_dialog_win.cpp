@@ -21,11 +21,5 @@ public:
 };
 
 unsigned int CCrashReport::OpenDlg() {
-    int answer = 0;
-    m_saved_resources = AfxGetResourceHandle();
-    report::call_as_library([&answer, this] {
-        CCrushDialog dialog(m_saved_resources);
-        answer = dialog.run(CCrushDialog::procedure);
-    });
-    return static_cast<unsigned int>(answer);
+    return CCrushDialog::open(&m_saved_resources);
 }

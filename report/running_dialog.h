@@ -2,6 +2,7 @@
 #pragma once
 
 #include "report/report_dialog.h"
+#include "report/report_scope.h"
 
 namespace report {
 
@@ -19,6 +20,18 @@ public:
     ~RunningDialog() {
         if (running == this)
             running = m_outer;
+    }
+
+    // What OpenDlg does: shows the dialog with the icon of the module that is the current one for resources, which
+    // *host becomes. Returns the button that ended it, or 0.
+    static unsigned int open(HINSTANCE* host) {
+        int answer = 0;
+        *host = AfxGetResourceHandle();
+        call_as_library([&answer, host] {
+            Dialog dialog(*host);
+            answer = dialog.run(procedure);
+        });
+        return static_cast<unsigned int>(answer);
     }
 
     static INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wparam, LPARAM) {

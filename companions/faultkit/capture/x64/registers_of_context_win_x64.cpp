@@ -1,3 +1,4 @@
+// What a 64-bit context holds. It has both floating-point states or neither, and its flags say which.
 #include "companions/faultkit/capture/snapshot.h"
 
 namespace faultkit {

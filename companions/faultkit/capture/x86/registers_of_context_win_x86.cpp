@@ -1,3 +1,5 @@
+// What a 32-bit context holds, as far as its flags say that it does. The x87 state is the old one; MXCSR is in the
+// extended registers alone.
 #include "companions/faultkit/capture/snapshot.h"
 
 #include <stddef.h>

@@ -1,3 +1,4 @@
+// Four registers a line, as people know them from 32 bits; those that came with 64 bits follow the old eight.
 #include "companions/faultkit/describe/fault_text.h"
 
 namespace faultkit {

@@ -1,3 +1,4 @@
+// Four registers a line, in the order in which debuggers show them.
 #include "companions/faultkit/describe/fault_text.h"
 
 namespace faultkit {
