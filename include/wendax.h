@@ -1,11 +1,12 @@
 /** @file wendax.h
  * Wendax: crash reports for Windows desktop programs, of 32 and of 64 bits.
  *
- * The five functions work from C and C++ and with any compiler for Windows. The two classes and WendaxCoverThread() are
+ * The functions work from C and C++ and with any compiler for Windows. The two classes and WendaxCoverThread() are
  * for C++ hosts that follow the Microsoft ABI (Visual C++, clang in its Microsoft mode); with GCC there are the
  * functions only. Neither windows.h nor anything else is needed before this header.
  *
- * A covered thread looks like this (compile the host with /EHa):
+ * One call of WendaxCover() (wendax_cover.h) at the start has every end of the program reported. A host that wants to catch
+ * a fault, and to go on after the report, covers its threads (compile it with /EHa):
  *
  * @code
  *     WendaxCoverThread();
@@ -93,6 +94,8 @@ WENDAX_IMPORT int __cdecl SetCreateScreenCopy(int flag);
 } /* extern "C" */
 #endif
 
+#include "wendax_cover.h"
+
 #if defined(__cplusplus) && defined(_MSC_VER)
 
 #include <stddef.h>
@@ -126,7 +129,8 @@ extern "C" __declspec(dllimport) WendaxProcedure __stdcall GetProcAddress(Wendax
  * The translator belongs to a C runtime as well as to a thread, so this function is compiled into the host, where it
  * finds the host's own. It also reserves #WENDAX_REPORT_STACK bytes for the report of a stack overflow. Where the
  * thread's stack is too small for that it asks for half, down to #WENDAX_LEAST_REPORT_STACK; where that is refused as
- * well, or the system can't do it (before Vista), the thread is covered without.
+ * well, or the system can't do it (before Vista), the thread is covered without. After WendaxCover() it also has the
+ * thread's std::terminate() reported.
  * @param translator  one of the host's own may do something first, and then calls APISeTranslator()
  * @return the thread's translator before, null if there was none */
 inline WendaxTranslator WendaxCoverThread(WendaxTranslator translator = APISeTranslator) {
@@ -143,6 +147,10 @@ inline WendaxTranslator WendaxCoverThread(WendaxTranslator translator = APISeTra
             wanted = wanted / 2 > WENDAX_LEAST_REPORT_STACK ? wanted / 2 : WENDAX_LEAST_REPORT_STACK;
         }
     }
+#ifndef WENDAX_LIBRARY
+    if (wendax_covers_runtime())
+        set_terminate(wendax_on_terminate);
+#endif
     return _set_se_translator(translator);
 }
 

@@ -1,4 +1,4 @@
-// The five functions that a host calls by name.
+// The functions that a host calls by name; WendaxCoverProcess is in process_cover_win.cpp.
 #include "include/wendax.h"
 
 #include <string.h>
@@ -27,15 +27,15 @@ void attach_screen_copy(CCrashReport& report) {
     }
 }
 
-void make_report(const char* marker) {
-    const bool of_fault = marker && strcmp(marker, kExceptionMarker) == 0;
-    const gen::Owner<CCrashReport> report(new (std::nothrow)
-                                              CCrashReport(of_fault ? last_translated_exception : nullptr));
+// Tells in `answer` what the dialog answered, as soon as it has.
+void make_report(CSeException* exception, unsigned& answer) {
+    const gen::Owner<CCrashReport> report(new (std::nothrow) CCrashReport(exception));
     if (!report)
         return;
     if (screen_copy_flag)
         attach_screen_copy(*report);
-    if (report->OpenDlg() != 1)
+    answer = report->OpenDlg();
+    if (answer != 1)
         return;
     if (attachment_exists())
         report->AddAttachment(attachment_path);
@@ -50,12 +50,27 @@ extern "C" _se_translator_function __cdecl InitCrushReport() {
 
 extern "C" void __cdecl OpenCrushReport(const char* marker) {
     gen::call_with_own_floating_point([marker] {
+        unsigned answer;
         try {
-            make_report(marker);
+            const bool of_fault = marker && strcmp(marker, kExceptionMarker) == 0;
+            make_report(of_fault ? last_translated_exception : nullptr, answer);
         } catch (const gen::genlib_error&) {
             // Memory is gone: there is no report, and the host goes on. A fault's marker passes through to the host.
         }
     });
+}
+
+extern "C" int __cdecl WendaxReportFault(EXCEPTION_POINTERS* pointers) {
+    unsigned answer = 0;
+    win::run_guarded(win::kSwallowAll, [&] {
+        gen::call_with_own_floating_point([&] {
+            if (!pointers)
+                return make_report(nullptr, answer);
+            CSeException fault(pointers->ExceptionRecord->ExceptionCode, pointers);
+            make_report(&fault, answer);
+        });
+    });
+    return static_cast<int>(answer);
 }
 
 extern "C" char* __cdecl SetAttachment(const char* path) {

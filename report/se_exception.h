@@ -16,6 +16,8 @@ public:
     // Where the helper faults, a note stands in place of what it should have said. Throws gen::genlib_error.
     void GetFaultDescription(CStdString& text);
 
+    EXCEPTION_POINTERS* pointers() const { return m_pointers; }
+
 private:
     [[maybe_unused]] unsigned int m_code; // for whoever looks at the object in a debugger
     EXCEPTION_POINTERS* m_pointers;

@@ -7,3 +7,7 @@ typedef void(__cdecl* _se_translator_function)(unsigned int, struct _EXCEPTION_P
 
 // Installs the calling thread's translator of structured exceptions; returns the one before.
 _se_translator_function __cdecl _set_se_translator(_se_translator_function translator);
+
+// Installs the calling thread's handler of std::terminate; returns the one before.
+typedef void(__cdecl* terminate_function)();
+terminate_function __cdecl set_terminate(terminate_function handler);

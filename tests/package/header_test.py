@@ -39,6 +39,11 @@ void use(void) {
     OpenCrushReport(WENDAX_MARKER);
     before(0, 0);
 }
+void on_fault(struct _EXCEPTION_POINTERS* fault, void* context) {
+    WendaxFilter filter = WendaxCoverProcess(on_fault, context);
+    if (filter && filter(fault) == WendaxReportFault(fault))
+        WendaxCover();
+}
 """
 CLASSES = (
     FUNCTIONS
