@@ -66,8 +66,10 @@ WENDAX_INLINE void __cdecl wendax_on_invalid_parameter(const wchar_t* expression
     wendax_raise(WENDAX_FAULT_INVALID_PARAMETER, 4, words);
 }
 
-/* The handlers that runtimes have since Visual C++ 2005; msvcrt.dll has none of them. */
-#if defined(_UCRT) || (defined(_MSC_VER) && _MSC_VER >= 1400 && !defined(__MINGW64_VERSION_MAJOR))
+/* The handlers that runtimes have since Visual C++ 2005; msvcrt.dll has none of them. A host that has them where this
+ * can't tell defines it. */
+#if !defined(WENDAX_HAS_HANDLERS) &&                                                                                   \
+    (defined(_UCRT) || (defined(_MSC_VER) && _MSC_VER >= 1400 && !defined(__MINGW64_VERSION_MAJOR)))
 #define WENDAX_HAS_HANDLERS
 #endif
 

@@ -30,23 +30,23 @@ DWORD record_slot, context_slot;
 volatile LONG failing_thread; // whose fault is reported; 0 as long as there is none
 DWORD fault_code;             // of that fault
 
+// Whether that throw, noted before, is still being worked on: its record then lies above `frame` on the stack.
+bool lasts(const EXCEPTION_RECORD* thrown, const void* frame) {
+    return static_cast<const void*>(thrown) > frame && thrown->ExceptionCode == kCxxThrow;
+}
+
 LONG CALLBACK note_throw(EXCEPTION_POINTERS* pointers) {
-    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-    // What is thrown on again has no object of its own: the throw before stays.
-    if (record.ExceptionCode == kCxxThrow && record.NumberParameters > 2 && record.ExceptionInformation[1]) {
-        TlsSetValue(record_slot, pointers->ExceptionRecord);
+    EXCEPTION_RECORD* const record = pointers->ExceptionRecord;
+    if (record->ExceptionCode != kCxxThrow || record->NumberParameters < 3)
+        return EXCEPTION_CONTINUE_SEARCH;
+    // What a handler throws on has the object of the throw before, or none as yet.
+    const ULONG_PTR object = record->ExceptionInformation[1];
+    auto* const before = static_cast<const EXCEPTION_RECORD*>(TlsGetValue(record_slot));
+    if (object && !(lasts(before, record) && before->ExceptionInformation[1] == object)) {
+        TlsSetValue(record_slot, record);
         TlsSetValue(context_slot, pointers->ContextRecord);
     }
     return EXCEPTION_CONTINUE_SEARCH;
-}
-
-// The newest throw of the calling thread, if its handlers are still looked for: then what it has left on the stack is
-// above this frame.
-bool find_throw(EXCEPTION_POINTERS* found) {
-    found->ExceptionRecord = static_cast<EXCEPTION_RECORD*>(TlsGetValue(record_slot));
-    found->ContextRecord = static_cast<CONTEXT*>(TlsGetValue(context_slot));
-    return reinterpret_cast<EXCEPTION_POINTERS*>(found->ExceptionRecord) > found &&
-           found->ExceptionRecord->ExceptionCode == kCxxThrow;
 }
 
 // The fault as the reporter is to see it. Behind std::terminate that is a throw, behind an exception that was thrown on
@@ -55,13 +55,14 @@ struct Origin {
     EXCEPTION_POINTERS* of(EXCEPTION_POINTERS* fault) {
         m_record = *fault->ExceptionRecord;
         const bool terminates = m_record.ExceptionCode == WENDAX_FAULT_TERMINATE && m_record.NumberParameters > 2;
-        const bool throws_on = m_record.ExceptionCode == kCxxThrow && !m_record.ExceptionInformation[1];
         m_thrown = *fault;
-        if ((terminates || throws_on) && find_throw(&m_thrown)) {
+        auto* const noted = static_cast<EXCEPTION_RECORD*>(TlsGetValue(record_slot));
+        if ((terminates || m_record.ExceptionCode == kCxxThrow) && lasts(noted, this)) {
+            m_thrown = {noted, static_cast<CONTEXT*>(TlsGetValue(context_slot))};
             fault = &m_thrown;
             if (terminates) {
                 m_record.ExceptionInformation[2] = reinterpret_cast<ULONG_PTR>(&m_thrown);
-                m_record.ExceptionAddress = m_thrown.ExceptionRecord->ExceptionAddress;
+                m_record.ExceptionAddress = noted->ExceptionAddress;
                 m_terminate = {&m_record, m_thrown.ContextRecord};
                 fault = &m_terminate;
             }
