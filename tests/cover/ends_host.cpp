@@ -91,6 +91,7 @@ APART void touch_guard_page() {
 }
 
 APART void raise() {
+    sink = 0;
     RaiseException(0xE0000001, 0, 0, nullptr); // ends: raise
     sink = 1;
 }
@@ -125,7 +126,7 @@ APART void throw_on() {
 }
 
 APART void terminate() {
-    sink = 1; // or the linker takes it for another function that only does this
+    sink = 1;         // or the linker takes it for another function that only does this
     std::terminate(); // ends: terminate
 }
 

@@ -28,7 +28,7 @@ class Answer:
 
 @dataclasses.dataclass(frozen=True)
 class _Match:
-    pdb: object  # the Pdb, or None
+    pdb: object  # the Pdb, the path of a program file with symbols of its own, or None
     remark: str  # empty if all is well
     missing: bool  # whether the remark is about a PDB that ought to be there
 
@@ -57,7 +57,9 @@ def _match(module, folders):
     if module.gone:
         return _match_unloaded(module, folders)
     if not module.key:
-        return _Match(None, f"{module.name}: names no PDB", False)
+        wanted = (module.time_stamp, module.size)
+        images_of_it = [path for path in folders.images(module.name) if images.identity(path) == wanted]
+        return _Match(images_of_it[0], "", False) if images_of_it else _Match(None, f"{module.name}: names no PDB", False)
     for pdb in folders.pdbs():
         if pdb.key == module.key:
             return _Match(pdb, "", False)
@@ -92,11 +94,14 @@ def _look_up(module, pdb, frames):
     """{(module, instruction offset): [place, innermost first]} for the frames of one module."""
     offsets = sorted({_instruction(frame) for frame in frames})
     with tempfile.TemporaryDirectory() as folder:
-        # The program file stands beside a link to its PDB, both under plain names.
-        link = pathlib.Path(folder, "module.pdb")
-        link.symlink_to(pdb.path.resolve())
         image = pathlib.Path(folder, "module.exe")
-        image.write_bytes(images.stand_in(link, pdb.key))
+        if isinstance(pdb, pdbs.Pdb):
+            # The program file stands beside a link to its PDB, both under plain names.
+            link = pathlib.Path(folder, "module.pdb")
+            link.symlink_to(pdb.path.resolve())
+            image.write_bytes(images.stand_in(link, pdb.key))
+        else:
+            image.symlink_to(pdb.resolve())
         asked = "".join(f"{offset:#x}\n" for offset in offsets)
         answers = _run(["--obj=" + str(image), "--relative-address", "--functions=short", "--output-style=JSON"], asked)
     return {

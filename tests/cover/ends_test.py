@@ -1,0 +1,117 @@
+"""Every end of a program becomes a report that names function and line, by either compiler: a real process that ends that
+way, a real dialog, a real message."""
+
+import re
+import shutil
+import subprocess
+import sys
+
+import pytest
+
+from ends import ACCESS_VIOLATION, ENDS
+from testing import report_dialog
+from testing.host import LIBRARY_FILES, Host
+from testing.processes import REPO, wait_until
+
+SOURCE = (REPO / "tests/cover/ends_host.cpp").read_text("utf-8").splitlines()
+SYMBOLIZE = REPO / "tools/symbolize/symbolize.py"
+# As the table has them, but for one: what Wine makes of a quotient that is too large.
+WINE = {"overflow-division": 0xC0000094}
+
+
+class Scene:
+    """A folder with both hosts, on a desktop, for all tests of the file: starting one takes half a second then."""
+
+    def __init__(self, stage):
+        self.stage = stage
+        self.desktop = stage.desktop(width=640, height=480)
+        files = (*LIBRARY_FILES, "faultkit.dll", "ends_library.dll", "ends_host.pdb", "ends_host_gcc.exe")
+        self.host = Host(stage, "ends_host.exe", files=files, desktop=self.desktop)
+        self.messages = 0
+
+    def end(self, program, argument):
+        """(process, message): lets the program end so, and opens the report; without one, when it has ended."""
+        process = self.host.wine.start(
+            self.host.folder / program, argument, env=self.host.environment, cwd=self.host.folder
+        )
+        shown = lambda: self.desktop.find_window(report_dialog.TITLE)
+        wait_until(lambda: shown() or not process.running(), f"the end by {argument}", seen=process.output)
+        if not shown():
+            process.wait_family()
+            return process, None
+        report_dialog.press(self.desktop, "Open Error Report")
+        self.messages += 1
+        message = self.host.wait_messages(self.messages)[-1]
+        process.wait_family()
+        report_dialog.wait_closed(self.desktop)
+        return process, message
+
+    def trace(self, message, program):
+        """The lines of the trace, of a program without PDB as tools/symbolize resolves them."""
+        if program == "ends_host.exe":
+            text = message.body.decode("windows-1251")
+        else:
+            path = self.stage.artifacts / "report.eml"
+            path.write_bytes(message.raw)
+            done = subprocess.run(
+                [sys.executable, SYMBOLIZE, path, self.host.folder], capture_output=True, text=True, check=False
+            )
+            text = done.stdout
+        return re.split("\nStack [Tt]race:\n", text)[1].split("\n\n")[0].splitlines()
+
+
+@pytest.fixture(scope="module")
+def scene(module_stage):
+    return Scene(module_stage)
+
+
+def lines_of(name):
+    """A regular expression for the numbers of the lines that are marked so, of which each compiler sees one."""
+    return f"({'|'.join(str(number) for number, line in enumerate(SOURCE, 1) if line.endswith(f'// ends: {name}'))})"
+
+
+def check_report(trace, outcome):
+    """Function and line are in it, in one of the first frames of the host's own."""
+    own = [line for line in trace if re.search(r"\bends_host(_gcc)?\.exe\+", line)]
+    wanted = rf"(^|[:\s]){re.escape(outcome.at)}(\+0x[0-9A-F]+)? \([^()]*ends_host\.cpp:{lines_of(outcome.name)}\)"
+    assert any(re.search(wanted, line) for line in own), (outcome, trace)
+
+
+def check(scene, program, argument, outcome):
+    process, message = scene.end(program, argument)
+    if outcome.code is None:
+        assert message is None
+        assert (process.returncode, process.result().text) == (0, outcome.prints + "\n")
+        return
+    assert message, process.output()
+    code = WINE.get(argument, outcome.code)
+    assert process.returncode == code & 0xFF
+    reason = message.body.decode("windows-1251").partition("Crush Expantion:\n")[2].splitlines()[:40]
+    assert any(f"({code:08X})" in line for line in reason), reason
+    check_report(scene.trace(message, program), outcome)
+
+
+@pytest.mark.parametrize("end", ENDS, ids=lambda end: end.argument)
+def test_by_a_host_of_the_microsoft_abi(scene, end):
+    check(scene, "ends_host.exe", end.argument, end.microsoft)
+
+
+@pytest.mark.parametrize("end", ENDS, ids=lambda end: end.argument)
+def test_by_a_host_of_gcc(scene, end):
+    check(scene, "ends_host_gcc.exe", end.argument, end.gcc)
+
+
+def test_exception_that_a_handler_has_thrown_on_is_reported_where_it_was_thrown_first(scene):
+    _, message = scene.end("ends_host.exe", "thrown-on")
+    trace = scene.trace(message, "ends_host.exe")
+    assert any(re.search(rf"\bthrow_uncaught\+0x.*:{lines_of('uncaught')}\)", line) for line in trace), trace
+
+
+@pytest.mark.parametrize("program", ("ends_host.exe", "ends_host_gcc.exe"))
+def test_sixteen_threads_that_fail_at_once_make_one_whole_report(scene, program):
+    for _ in range(8):  # by two compilers, 16 times
+        process, message = scene.end(program, "sixteen-threads")
+        assert message.raw.endswith(b"------=_NextPart_000_023D_01C25DB8.8402B210\r\n")
+        assert re.search(rb"Crush Expantion:\n.*\n\nStack Trace:\n.+", message.body, re.DOTALL)
+        assert process.returncode in (ACCESS_VIOLATION & 0xFF, 0xFD, 0x04, 0x94)
+        assert len(scene.host.opened()) == scene.messages
