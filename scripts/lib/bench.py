@@ -112,6 +112,14 @@ class Bench:
                 self.add("load", 1, who, milliseconds)
                 self.add("load, private memory", 1, who, float(private) / 1024)
 
+    def cover(self):
+        for _ in range(self.rounds):
+            milliseconds, threads, before, after = self.wine("bench_cover.exe").split()
+            self.add("cover", 1, "ours", milliseconds)
+            self.add("cover, threads", 1, "ours", threads)
+            self.add("cover, exception", 1, "uncovered", before)
+            self.add("cover, exception", 1, "ours", after)
+
     def report(self, width, height, modes, rounds, attachment=0, helper=False):
         """Of a screen that large; the message's figures only with an attachment of so many bytes."""
         host = self.desktop_prefix.drive_c / "host"
@@ -145,6 +153,7 @@ class Bench:
 
     def run(self):
         self.load()  # before all that might still be ending in the background
+        self.cover()
         self.stack_depth()
         self.report(1920, 1080, ("box", "grab", "dialog", "screenshot"), self.rounds)
         for size in (64 * MIB // 100, 64 * MIB // 10, 64 * MIB):

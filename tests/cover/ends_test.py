@@ -15,8 +15,6 @@ from testing.processes import REPO, wait_until
 
 SOURCE = (REPO / "tests/cover/ends_host.cpp").read_text("utf-8").splitlines()
 SYMBOLIZE = REPO / "tools/symbolize/symbolize.py"
-# As the table has them, but for one: what Wine makes of a quotient that is too large.
-WINE = {"overflow-division": 0xC0000094}
 
 
 class Scene:
@@ -34,9 +32,8 @@ class Scene:
         process = self.host.wine.start(
             self.host.folder / program, argument, env=self.host.environment, cwd=self.host.folder
         )
-        shown = lambda: self.desktop.find_window(report_dialog.TITLE)
-        wait_until(lambda: shown() or not process.running(), f"the end by {argument}", seen=process.output)
-        if not shown():
+        wait_until(lambda: self.dialog() or not process.running(), f"the end by {argument}", seen=process.output)
+        if not self.dialog():
             process.wait_family()
             return process, None
         report_dialog.press(self.desktop, "Open Error Report")
@@ -45,6 +42,9 @@ class Scene:
         process.wait_family()
         report_dialog.wait_closed(self.desktop)
         return process, message
+
+    def dialog(self):
+        return self.desktop.find_window(report_dialog.TITLE)
 
     def trace(self, message, program):
         """The lines of the trace, of a program without PDB as tools/symbolize resolves them."""
@@ -84,7 +84,7 @@ def check(scene, program, argument, outcome):
         assert (process.returncode, process.result().text) == (0, outcome.prints + "\n")
         return
     assert message, process.output()
-    code = WINE.get(argument, outcome.code)
+    code = scene.stage.machine.choose(*outcome.code) if isinstance(outcome.code, tuple) else outcome.code
     assert process.returncode == code & 0xFF
     reason = message.body.decode("windows-1251").partition("Crush Expantion:\n")[2].splitlines()[:40]
     assert any(f"({code:08X})" in line for line in reason), reason

@@ -3,12 +3,15 @@
 import re
 import struct
 import subprocess
+import sys
 
 import pytest
 
 from testing import report_dialog
 from testing.host import LIBRARY_FILES, Host
+from testing.image import X86
 from testing.processes import REPO
+from testing.product import MACHINE
 
 ACCESS_VIOLATION, DIVISION_BY_ZERO = "C0000005", "C0000094"
 
@@ -108,6 +111,36 @@ def test_host_in_plain_c_built_by_gcc_does_the_same(scene, stage):
     process = scene.host.start()
     assert_describes(scene.open_report(), ACCESS_VIOLATION)
     process.wait_family()
+
+
+@pytest.mark.skipif(MACHINE is X86, reason="the distribution's Rust makes programs of 64 bits for Windows")
+class TestRust:
+    def reported(self, scene, *args):
+        """(code by which it ends, the trace with functions and lines) of the host in Rust."""
+        scene.screen = scene.stage.desktop()
+        scene.host = Host(scene.stage, "rust_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=scene.screen)
+        process = scene.host.start(*args)
+        message = scene.open_report()
+        code = process.wait_family()
+        report = scene.stage.artifacts / "report.eml"
+        report.write_bytes(message.raw)
+        done = subprocess.run(
+            [sys.executable, REPO / "tools/symbolize/symbolize.py", report, scene.host.folder],
+            text=True,
+            capture_output=True,
+            check=False,
+        )
+        return code, done.stdout
+
+    def test_fault_is_reported_with_function_and_line(self, scene):
+        code, text = self.reported(scene)
+        assert code == int(ACCESS_VIOLATION, 16) & 0xFF
+        assert re.search(r"write_title \([^()]*main\.rs:\d+\)", text), text
+
+    def test_panic_is_reported_with_function_and_line(self, scene):
+        code, text = self.reported(scene, "one")
+        assert code == 0xE0000001 & 0xFF
+        assert re.search(r"third \([^()]*main\.rs:\d+\)", text), text
 
 
 def test_upload_example_writes_its_files_and_goes_on_when_nothing_is_sent(scene):
