@@ -5,8 +5,8 @@
  * for C++ hosts that follow the Microsoft ABI (Visual C++, clang in its Microsoft mode); with GCC there are the
  * functions only. Neither windows.h nor anything else is needed before this header.
  *
- * One call of WendaxCover() (wendax_cover.h) at the start has every end of the program reported. A host that wants to catch
- * a fault, and to go on after the report, covers its threads (compile it with /EHa):
+ * One call of WendaxCover() (wendax_cover.h) at the start has every end of the program reported. A host that wants to
+ * catch a fault, and to go on after the report, covers its threads (compile it with /EHa):
  *
  * @code
  *     WendaxCoverThread();

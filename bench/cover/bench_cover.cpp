@@ -1,5 +1,5 @@
-// bench_cover: covers its process once and prints the milliseconds that the call took, and how many more threads there are
-// then; then the microseconds of a C++ exception that is thrown and caught, before the cover and after.
+// bench_cover: covers its process once and prints the milliseconds that the call took, and how many more threads there
+// are then; then the microseconds of a C++ exception that is thrown and caught, before the cover and after.
 #include <windows.h>
 #include <tlhelp32.h>
 #include <stdio.h>

@@ -139,7 +139,15 @@ ROWS = [
     Row("the same: private memory", "load, private memory", 1, "", "most", 256, "after the system's libraries", "KB"),
     Row("covering the process, once at its start", "cover", 1, "", "most", 1),
     Row("the same: threads", "cover, threads", 1, "", "most", 1, unit="more"),
-    Row("a C++ exception, thrown and caught in a covered process", "cover, exception", 1, "uncovered", "times", 1.1, unit="us"),
+    Row(
+        "a C++ exception, thrown and caught in a covered process",
+        "cover, exception",
+        1,
+        "uncovered",
+        "times",
+        1.1,
+        unit="us",
+    ),
 ]
 
 # Rows of what the 64-bit DLLs do, in the tables and in the file of figures. Native rows are there once.

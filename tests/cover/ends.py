@@ -75,7 +75,9 @@ ENDS = (
         Outcome("report of the throw, E06D7363", CXX_EXCEPTION, "throw_uncaught", "uncaught"),
         Outcome("report of the throw, E0575801", TERMINATE, "throw_uncaught", "uncaught"),
     ),
-    fault("noexcept", "throw out of `noexcept`", TERMINATE, "throw_uncaught", "uncaught", "report of the throw, E0575801"),
+    fault(
+        "noexcept", "throw out of `noexcept`", TERMINATE, "throw_uncaught", "uncaught", "report of the throw, E0575801"
+    ),
     fault("terminate", "`std::terminate` without an exception", TERMINATE, "terminate"),
     fault("abort", "`abort`", ABORT, "give_up"),
     fault("assert", "failed `assert`", ABORT, "fail_assertion"),
@@ -105,7 +107,8 @@ ENDS = (
     End(
         "window-procedure",
         "fault in a window procedure that the system calls",
-        *(Outcome("no end: the system takes the fault, as 64-bit Windows may", None, prints="CreateWindow succeeded"),) * 2,
+        *(Outcome("no end: the system takes the fault, as 64-bit Windows may", None, prints="CreateWindow succeeded"),)
+        * 2,
     ),
     End(
         "dll-main",

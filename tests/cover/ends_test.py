@@ -2,7 +2,6 @@
 way, a real dialog, a real message."""
 
 import re
-import shutil
 import subprocess
 import sys
 

@@ -59,7 +59,9 @@ def _match(module, folders):
     if not module.key:
         wanted = (module.time_stamp, module.size)
         images_of_it = [path for path in folders.images(module.name) if images.identity(path) == wanted]
-        return _Match(images_of_it[0], "", False) if images_of_it else _Match(None, f"{module.name}: names no PDB", False)
+        return (
+            _Match(images_of_it[0], "", False) if images_of_it else _Match(None, f"{module.name}: names no PDB", False)
+        )
     for pdb in folders.pdbs():
         if pdb.key == module.key:
             return _Match(pdb, "", False)

@@ -5,7 +5,8 @@ usage: symbolize.py REPORT FOLDER...
 
 REPORT is the .eml that a user sent, or its text in a file. The FOLDERs, searched with everything below them, hold the
 PDBs of the program as it was shipped: a build's output, or a symbol store; of a program that GCC has linked with -g the
-program itself, as it was before it was stripped. Either is taken only if it belongs to the very module of the report. Needs llvm-symbolizer; LLVM_SYMBOLIZER may name it.
+program itself, as it was before it was stripped. Either is taken only if it belongs to the very module of the report. Needs
+llvm-symbolizer; LLVM_SYMBOLIZER may name it.
 
 Prints the reason, then one line per frame, and last what is missing. Ends with 0, with 1 when a PDB of a module in the
 stack is missing or does not match, with 2 when there is nothing to work on.
