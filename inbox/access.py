@@ -1,16 +1,15 @@
 """Who may see the pages, and what browsers are told not to do. The upload form is open to everybody; nothing else is."""
 
 import hmac
-import ipaddress
 import secrets
 import threading
 import time
 
 import flask
-import sqlalchemy as sa
 from werkzeug.security import check_password_hash
 
 from inbox import schema
+from inbox.config import is_loopback
 
 _HEADERS = {
     "Content-Security-Policy": "default-src 'none'; style-src 'self'; img-src 'self'; form-action 'self'; "
@@ -21,15 +20,16 @@ _HEADERS = {
     "Cross-Origin-Opener-Policy": "same-origin",
     "Cross-Origin-Resource-Policy": "same-origin",
 }
-_OPEN = {"upload", "login", "static"}  # endpoints
-_SESSION_SECONDS = 30 * 86400
 
 
 def protect(app, engine, config):
     """Puts the rules of access before every request of the app."""
     app.secret_key = _kept_secret(engine)
     app.config.update(SESSION_COOKIE_HTTPONLY=True, SESSION_COOKIE_SAMESITE="Strict", SESSION_COOKIE_NAME="inbox")
-    app.config.update(PERMANENT_SESSION_LIFETIME=_SESSION_SECONDS)
+    app.config.update(PERMANENT_SESSION_LIFETIME=30 * 86400)
+    app.jinja_env.globals["token"] = token
+    # Ends all sessions when the password changes.
+    proof = lambda: hmac.new(app.secret_key.encode(), config.password.encode(), "sha256").hexdigest()
     slow = threading.Lock()
 
     @app.before_request
@@ -40,11 +40,12 @@ def protect(app, engine, config):
         # Without a password a page of elsewhere could reach this one under a name of its own that leads here.
         if not config.password and not _is_known_host(flask.request.host, config):
             flask.abort(403, "This inbox is asked for by a name that is not its own (setting hosts).")
-        if config.password and endpoint not in _OPEN and flask.session.get("user") != _proof(app, config):
+        if config.password and endpoint not in ("login", "static") and flask.session.get("user") != proof():
             if flask.request.method == "GET" and endpoint not in (None, "attachment", "picture"):
                 return flask.redirect(flask.url_for("login", next=flask.request.full_path.rstrip("?")))
             flask.abort(403, "Log in first.")
-        if flask.request.method not in ("GET", "HEAD", "OPTIONS") and not _has_token():
+        sent, mine = flask.request.form.get("token", ""), flask.session.get("token", "")
+        if flask.request.method == "POST" and not (mine and hmac.compare_digest(sent.encode(), mine.encode())):
             flask.abort(400, "The form is out of date: go back, load the page again, and repeat.")
         return None
 
@@ -66,33 +67,19 @@ def protect(app, engine, config):
             if not wrong:
                 flask.session.clear()
                 flask.session.permanent = True
-                flask.session["user"] = _proof(app, config)
+                flask.session["user"] = proof()
                 return flask.redirect(_own_path(flask.request.args.get("next", "")))
-        return flask.render_template("login.html", wrong=wrong, needed=bool(config.password)), 403 if wrong else 200
+        return flask.render_template("login.html", wrong=wrong), 403 if wrong else 200
 
     @app.post("/logout")
     def logout():
         flask.session.clear()
         return flask.redirect(flask.url_for("login"))
 
-    app.jinja_env.globals["token"] = token
-
 
 def token():
     """What each form of this session carries, so that no other page can send one."""
-    if "token" not in flask.session:
-        flask.session["token"] = secrets.token_urlsafe(24)
-    return flask.session["token"]
-
-
-def _has_token():
-    sent, mine = flask.request.form.get("token", ""), flask.session.get("token", "")
-    return bool(mine) and hmac.compare_digest(sent.encode(), mine.encode())
-
-
-def _proof(app, config):
-    """Ends all sessions when the password changes."""
-    return hmac.new(app.secret_key.encode(), config.password.encode(), "sha256").hexdigest()
+    return flask.session.setdefault("token", secrets.token_urlsafe(24))
 
 
 def _own_path(path):
@@ -101,20 +88,13 @@ def _own_path(path):
 
 
 def _is_known_host(host, config):
-    name = host.rpartition(":")[0] if host.rpartition(":")[2].isdigit() else host
-    name = name.strip("[]").lower()
-    if name == "localhost" or name in config.hosts.lower().split():
-        return True
-    try:
-        return ipaddress.ip_address(name).is_loopback
-    except ValueError:
-        return False
+    name = (host.rpartition(":")[0] if host.rpartition(":")[2].isdigit() else host).strip("[]").lower()
+    return is_loopback(name) or name in config.hosts.lower().split()
 
 
 def _kept_secret(engine):
     """The key that signs sessions, the same for all workers."""
-    select = sa.select(schema.setting.c.value).where(schema.setting.c.name == "secret")
     with engine.execution_options(writes=True).begin() as connection:
-        insert = "INSERT INTO setting(name, value) VALUES ('secret', :value) ON CONFLICT (name) DO NOTHING"
-        connection.execute(sa.text(insert), {"value": secrets.token_urlsafe(32)})
-        return connection.execute(select).scalar()
+        mine = {"name": "secret", "value": secrets.token_urlsafe(32)}
+        schema.put(connection, schema.setting, [mine], value=lambda _: schema.setting.c.value)
+        return schema.setting_of(connection, "secret")

@@ -6,7 +6,7 @@ import ipaddress
 import pathlib
 import re
 
-MIB = 1 << 20
+from inbox.signature import DEFAULT_RULES
 
 
 class BadSetting(Exception):
@@ -23,8 +23,8 @@ class Config:
     keep: str = ""  # such as 180d; empty: for ever
     hosts: str = ""  # names by which browsers may ask for pages without a password, beside those of loopback
     threads: int = 16
-    max_report: int = 64 * MIB
-    min_free: int = 1024 * MIB  # bytes of disk that are left alone
+    max_report: int = 64 << 20
+    min_free: int = 1 << 30  # bytes of disk that are left alone
 
     @property
     def url(self):
@@ -38,56 +38,53 @@ class Config:
         return host.strip("[]"), int(port)
 
     @property
-    def on_loopback(self):
-        host = self.address[0]
-        try:
-            return host == "localhost" or ipaddress.ip_address(host).is_loopback
-        except ValueError:
-            return False
-
-    @property
     def keep_seconds(self):
-        if not self.keep:
-            return None
-        if not (match := re.fullmatch(r"(\d{1,6})d", self.keep)) or match[1] == "0":
-            raise BadSetting(f"keep must be a number of days such as 180d, not {self.keep!r}")
-        return int(match[1]) * 86400
+        return seconds(self.keep) if self.keep else None
 
     @property
     def rules_file(self):
-        from inbox.signature import DEFAULT_RULES
-
         own = self.store / "groups.txt"
         return pathlib.Path(self.rules) if self.rules else own if own.is_file() else DEFAULT_RULES
+
+
+def seconds(days):
+    if not re.fullmatch(r"[1-9]\d{0,5}d", days):
+        raise BadSetting(f"keep must be a number of days such as 180d, not {days!r}")
+    return int(days[:-1]) * 86400
+
+
+def is_loopback(host):
+    try:
+        return host.lower() == "localhost" or ipaddress.ip_address(host).is_loopback
+    except ValueError:
+        return False
 
 
 def load(store, **given):
     """The Config of that folder; given values other than None go first."""
     config = Config(pathlib.Path(store))
-    values = dict(_read(config.store / "inbox.ini")["inbox"])
-    values.update({name: value for name, value in given.items() if value is not None})
-    known = {field.name: field.type for field in dataclasses.fields(Config) if field.name != "store"}
+    values = dict(_read(config.store)["inbox"]) | {name: value for name, value in given.items() if value is not None}
     for name, value in values.items():
-        if name not in known:
+        if name not in Config.__annotations__ or name == "store":
             raise BadSetting(f"inbox.ini: there is no setting {name!r}")
         try:
-            setattr(config, name, known[name](value))
+            setattr(config, name, type(getattr(config, name))(value))
         except ValueError as error:
             raise BadSetting(f"{name} must be a number, not {value!r}") from error
     return config
 
 
-def _read(path):
+def _read(store):
     file = configparser.ConfigParser(interpolation=None)
     file["inbox"] = {}
-    file.read(path, "utf-8")
+    file.read(store / "inbox.ini", "utf-8")
     return file
 
 
 def save_password(store, hashed):
     """Puts a password's hash into inbox.ini, which nobody else may read."""
     path = pathlib.Path(store) / "inbox.ini"
-    file = _read(path)
+    file = _read(path.parent)
     file["inbox"]["password"] = hashed
     path.parent.mkdir(parents=True, exist_ok=True)
     path.touch(0o600)

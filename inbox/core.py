@@ -3,13 +3,13 @@
 import itertools
 import logging
 import pathlib
-import threading
 import time
 from concurrent.futures import ThreadPoolExecutor
 
 import sqlalchemy as sa
 
 from inbox import mail, reports, schema
+from inbox.schema import report
 from inbox.signature import Rules
 from inbox.symbols import Symbols
 from inbox.writer import Writer
@@ -35,14 +35,13 @@ class Inbox:
 
         def add(named):
             name, raw = named
-            _, new, wrong = self.reports.add_message(raw) if raw else (0, False, "too large, left out")
-            return name, 2 if wrong else 0 if new else 1, wrong
+            return name, *(self.reports.add_message(raw) if raw else (0, False, "too large, left out"))
 
         messages = itertools.chain.from_iterable(mail.messages(path, self.config.max_report) for path in paths)
         with ThreadPoolExecutor(16) as pool:  # which wait for the disk together
             while some := list(itertools.islice(messages, 16)):
-                for name, which, wrong in pool.map(add, some):
-                    counts[which] += 1
+                for name, _, new, wrong in pool.map(add, some):
+                    counts[2 if wrong else 0 if new else 1] += 1
                     if wrong:
                         say(f"{name}: {wrong}")
         return tuple(counts)
@@ -56,54 +55,49 @@ class Inbox:
                     mark = (state.st_mtime_ns, state.st_size)
                     # What is still being written is left for the next time.
                     young = time.time() - state.st_mtime < 1 or path.parent.name == "tmp"
-                    if young or not path.is_file() or self._seen.get(path) == mark:
-                        continue
-                    self.add_files([path], say)
-                    self._seen[path] = mark
+                    if not young and path.is_file() and self._seen.get(path) != mark:
+                        self.add_files([path], say)
+                        self._seen[path] = mark
                 except OSError as error:
                     say(f"{path}: {error}")
 
     def regroup(self):
         """Understands every report anew by the rules as they are. Returns how many have moved."""
-        moved = 0
-        for ids in self.in_pieces(schema.report.c.crash_id.is_not(None)):
-            moved += sum(self.reports.regroup(each) for each in ids)
-        self._set("rules", self.reports.rules.identity)
+        moved = sum(map(self.reports.regroup, self.ids(report.c.crash_id.is_not(None))))
+        rules = {"name": "rules", "value": self.reports.rules.identity}
+        self.writer.do(lambda connection: schema.put(connection, schema.setting, [rules], value=lambda new: new))
         return moved
 
     def resolve_pending(self):
         """Looks up the symbols of the reports that wait for them. Returns how many there were."""
         done = 0
-        for ids in self.in_pieces(schema.report.c.pending == 1):
-            for each in ids:
-                try:
-                    self.reports.regroup(each)
-                except Exception:  # one report must not stop the others
-                    log.exception("the symbols of report %d", each)
-                    self.change(each, pending=0)
-                done += 1
+        for done, each in enumerate(self.ids(report.c.pending == 1), 1):
+            try:
+                self.reports.regroup(each)
+            except Exception:  # one report must not stop the others
+                log.exception("the symbols of report %d", each)
+                self.change(each, pending=0)
         return done
 
     def delete(self, condition):
         """Deletes the reports for which the condition holds. Returns how many."""
-        gone = 0
-        for ids in self.in_pieces(condition):
-            gone += self.writer.do(lambda connection, these=ids: reports.delete(connection, these))
+        ids, gone = self.ids(condition), 0
+        while some := list(itertools.islice(ids, 200)):
+            gone += self.writer.do(lambda connection, some=some: reports.delete(connection, some))
         return gone
 
     def delete_old(self):
         seconds = self.config.keep_seconds
-        return self.delete(schema.report.c.received < int(time.time()) - seconds) if seconds else 0
+        return self.delete(report.c.received < int(time.time()) - seconds) if seconds else 0
 
     def work(self, folders=()):
-        """Starts what goes on beside the requests: symbols, changed rules, the age of reports, and folders to watch."""
-        threading.Thread(target=self._work, args=(folders,), name="work", daemon=True).start()
-
-    def _work(self, folders):
+        """What goes on beside the requests, for ever: symbols, changed rules, the age of reports, and folders to watch."""
         swept = 0.0
         while True:
             try:
-                if not swept and self._get("rules") != self.reports.rules.identity:
+                with self.engine.connect() as connection:
+                    rules = schema.setting_of(connection, "rules")
+                if not swept and rules != self.reports.rules.identity:
                     log.info("by these rules %d reports have moved", self.regroup())
                 self.resolve_pending()
                 if time.monotonic() - swept > 3600 or not swept:
@@ -115,26 +109,17 @@ class Inbox:
                 log.exception("the work in the background goes on after this")
             time.sleep(2)
 
-    def in_pieces(self, condition):
+    def ids(self, condition):
+        """The ids of the reports for which the condition holds."""
         last = 0
         while True:
-            asked = sa.select(schema.report.c.id).where(condition, schema.report.c.id > last)
-            asked = asked.order_by(schema.report.c.id).limit(200)
+            asked = sa.select(report.c.id).where(condition, report.c.id > last).order_by(report.c.id).limit(200)
             with self.engine.connect() as connection:
-                ids = connection.execute(asked).scalars().all()
-            if not ids:
+                found = connection.execute(asked).scalars().all()
+            if not found:
                 return
-            yield ids
-            last = ids[-1]
+            yield from found
+            last = found[-1]
 
     def change(self, report_id, **values):
-        self.writer.do(lambda connection: schema.change(connection, schema.report, report_id, **values))
-
-    def _get(self, name):
-        with self.engine.connect() as connection:
-            asked = sa.select(schema.setting.c.value).where(schema.setting.c.name == name)
-            return connection.execute(asked).scalar() or ""
-
-    def _set(self, name, value):
-        text = "INSERT INTO setting(name, value) VALUES (:name, :value) ON CONFLICT (name) DO UPDATE SET value = :value"
-        self.writer.do(lambda connection: connection.execute(sa.text(text), {"name": name, "value": value}))
+        self.writer.do(lambda connection: schema.change(connection, report, report_id, **values))

@@ -2,17 +2,7 @@
 
 import dataclasses
 
-
-@dataclasses.dataclass
-class Module:
-    name: str
-    base: int
-    size: int
-    stamp: int
-    version: str = ""
-    key: str = ""  # identity of its PDB
-    pdb: str = ""
-    gone: bool = False  # unloaded before the report was made
+from report import Module
 
 
 @dataclasses.dataclass
@@ -37,7 +27,7 @@ class Frame:
 class Facts:
     """source says where it was found: "text" or "minidump"."""
 
-    kind: str  # name of the exception, or its code
+    kind: str = "unknown fault"  # name of the exception, or its code
     words: str = ""  # the whole line about it
     code: str = ""
     address: str = ""

@@ -3,8 +3,9 @@ later faultkit.dll, are kept as they stand."""
 
 import re
 
-from inbox.facts import Facts, Frame, Module
-from inbox.symbolize import report
+import report
+
+from inbox.facts import Facts, Frame
 
 _MOST_TEXT, _MOST_LINE, _MOST_MORE = 1 << 20, 600, 400  # characters, characters, lines
 _MOST_MODULES, _MOST_FRAMES = 600, 2000
@@ -35,10 +36,9 @@ def find(text):
     end = next((at for at in range(stack + 1, len(lines)) if not lines[at].strip()), len(lines))
     end = min(end, stack + 1 + _MOST_FRAMES)
     fault = report.parse("\n".join(lines[:end]))
-    facts = Facts("unknown fault")
+    facts = Facts()
     _read_reason(facts, lines[1:stack] if starts else [])
-    told = lambda each: (each.name, each.base, each.size, each.time_stamp, each.version, each.key, each.pdb, each.gone)
-    facts.modules = [Module(*told(each)) for each in fault.modules[:_MOST_MODULES]]
+    facts.modules = fault.modules[:_MOST_MODULES]
     facts.frames = [_frame(each, fault) for each in fault.trace]
     facts.more += "\n".join(lines[end:]).strip().splitlines()[:_MOST_MORE]
     return facts

@@ -4,16 +4,16 @@ import email
 import email.header
 import email.policy
 import email.utils
-import html
 import mailbox
 import pathlib
 import re
 import time
 
+import mail_text
+
 from inbox.parcel import Attachment, Parcel, Unreadable
 
 _MOST_HEADER = 2000  # characters of one that are looked at
-_MOST_TEXT = 4 << 20  # bytes of one part's words
 _MOST_PARTS = 1000
 _MARKS = ("Stack Trace:", "Crush Expantion:", "Windows Version:", " has performed an illegal operation.")
 
@@ -65,11 +65,11 @@ def _parcel(message):
     for part in parts:
         name = _header(part.get_filename() or "")
         if name or part.get_content_disposition() == "attachment" or part.get_content_maintype() != "text":
-            content = _payload(part)
+            content = mail_text.content(part)
             if name or content:
                 attachments.append(Attachment(name, content))
         else:
-            texts.append((part, *_text(part)))
+            texts.append((part, *mail_text.words(part)))
     # The report's own text, or the first one. What else was said stays with it as a file.
     chosen = next((each for each in texts if any(mark in each[1] for mark in _MARKS)), texts[0] if texts else None)
     if chosen is None and not attachments:
@@ -100,58 +100,6 @@ def _collect(part, carrier, parts, carriers, depth=0):
     elif payload or part.get("Content-Disposition"):
         parts.append(part)
         carriers[id(part)] = carrier
-
-
-def _payload(part):
-    content = part.get_payload(decode=True)
-    return content if isinstance(content, bytes) else b""
-
-
-def _text(part):
-    """(the words of a part, freed of what mail programs do to them: soft line ends, quoting, wrapped lines; whether there was
-    quoting)."""
-    content = _payload(part)[:_MOST_TEXT]
-    charset = str(part.get_content_charset() or "windows-1251")
-    try:
-        text = content.decode(charset, "replace")
-    except (LookupError, ValueError):
-        text = content.decode("windows-1251", "replace")
-    text = text.replace("\r\n", "\n")
-    if part.get_content_type() == "text/html":
-        text = text if "<pre" in text.lower() else text.replace("\n", " ")
-        text = html.unescape(re.sub(r"<[^<>]*>", "", re.sub(r"(?i)<(?:br|/p|/div|/tr)\b[^<>]{0,200}> ?", "\n", text)))
-    text = text.replace("\xa0", " ")
-    if part.get_param("format") == "flowed":
-        text = re.sub(r"(?<=[^ \n]) \n(?! |>|-- )", " ", text)
-    lines = text.split("\n")
-    quoted = re.search(r"^>[> ]{0,20}(?:Stack Trace:|Windows Version:)", text, re.M) is not None
-    if quoted:
-        lines = [re.sub(r"^(?:> ?){1,20}", "", line) for line in lines]
-    return "\n".join(_unwrapped(lines)), quoted
-
-
-def _unwrapped(lines):
-    """Joins what was wrapped: long lines of the reason, and those of modules and frames, which begin with a number."""
-    more_of = {r"[^()]{0,80}\([0-9A-F]{8}\)[:,] |Instruction: ": r"(?![A-Z]\w+: )"}
-    more_of[r"[A-Z]\w{1,5} {1,2}[0-9A-F]{8,16} "] = r"[0-9A-F]{4,16}\b|[A-Z]\w{1,5} {1,2}[0-9A-F]{4,16}$"  # registers
-    start = re.compile(r"[0-9A-F]{8,16} |\.\.\. |Stack Trace:|\(|[^\s+]+\+[0-9A-F]{8,16}")
-    inside, kept = "", []
-    for line in lines:
-        if line.startswith(("Crush Expantion:", "Modules (", "Stack Trace:")):
-            inside = line[0]
-        elif not line.strip():
-            inside = ""
-        elif inside == "C":
-            full = 60 < len(kept[-1]) + len(line.split()[0]) < _MOST_HEADER
-            if full and any(re.match(one, kept[-1]) and re.match(more, line) for one, more in more_of.items()):
-                kept[-1] += " " + line.strip()
-                continue
-        elif inside and kept and (not start.match(line) or (line[0] == "(" and "+" in kept[-1])):
-            if len(kept[-1]) < _MOST_HEADER and re.match(r"[0-9A-F]{8,16} |Modules \(", kept[-1]):
-                kept[-1] += " " + line.strip()
-                continue
-        kept.append(line)
-    return kept
 
 
 def _header(value):

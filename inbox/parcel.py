@@ -8,7 +8,7 @@ class Unreadable(Exception):
     """This is no report, or not a whole one. The message says why."""
 
 
-@dataclasses.dataclass(frozen=True)
+@dataclasses.dataclass(frozen=True, order=True)
 class Attachment:
     """A file that came with a report. The name is the client's word: to be shown, never to be used as a path."""
 
@@ -36,7 +36,7 @@ class Parcel:
     def digest(self):
         """The same for what says the same, by whatever road a mail took: of its words and files, not of its headers."""
         whole = hashlib.sha256("".join(self._told().replace(">", "").split()).encode("utf-8", "replace"))
-        for each in sorted(self.attachments, key=lambda each: (each.part, each.name, each.content)):
+        for each in sorted(self.attachments):
             for piece in (each.part.encode(), each.name.encode("utf-8", "replace"), each.content):
                 whole.update(b"%d:" % len(piece) + piece)
         return whole.hexdigest()
@@ -44,9 +44,8 @@ class Parcel:
     def is_same(self, sender, sent):
         """Whether this is the report that says the same and came from there and then: what one of them doesn't tell, a draft
         or a forwarded text, doesn't part them. Two people may well say the same."""
-        return (not sender or not self.sender or sender == self.sender) and (
-            not sent or not self.sent or sent == self.sent
-        )
+        pairs = ((sender, self.sender), (sent, self.sent))
+        return all(theirs == mine or not theirs or not mine for theirs, mine in pairs)
 
     def _told(self):
         """Without what the user has written above, and a mail program below."""

@@ -36,21 +36,36 @@ class Filters:
     @staticmethod
     def of(arguments):
         """From a request's arguments; what makes no sense is left out."""
-        names = [field.name for field in dataclasses.fields(Filters)]
-        values = {name: " ".join(arguments.get(name, "").replace("\0", "").split())[:200] for name in names}
+        plain = vars(Filters())
+        values = {name: " ".join(arguments.get(name, "").replace("\0", "").split())[:200] for name in plain}
         for name in ("page", "crash"):
             values[name] = int(values[name]) if re.fullmatch(r"\d{1,9}", values[name]) else 0
         values["page"] = min(max(values["page"], 1), 100_000)
-        for name, known in (("state", STATES), ("sort", SORTS)):
-            values[name] = values[name] if values[name] in known else next(iter(known))
-        for name in ("since", "until"):
-            values[name] = values[name] if _day(values[name]) is not None else ""
-        return Filters(**values)
+        known = {"state": STATES, "sort": SORTS}
+        wrong = [name for name in known if values[name] not in known[name]]
+        wrong += [name for name in ("since", "until") if _day(values[name]) is None]
+        return Filters(**values | {name: plain[name] for name in wrong})
 
     def asked(self):
         """Those that narrow, as an address has them."""
         plain = vars(Filters())
         return {name: value for name, value in vars(self).items() if value != plain[name] and name != "page"}
+
+    def of_reports(self, dialect):
+        """SQL conditions."""
+        found = [words.condition(dialect, self.q)]
+        found += [report.c[name] == vars(self)[name] for name in ("product", "version", "sender") if vars(self)[name]]
+        found += [report.c.happened >= _day(self.since)] if self.since else []
+        found += [report.c.happened < _day(self.until) + 86400] if self.until else []
+        return [each for each in found if each is not None]
+
+    def of_crashes(self):
+        found = [crash.c.count > 0]
+        found += [crash.c.state == self.state] if self.state != "all" else []
+        for text, before in ((self.module, "| "), (self.function, "!")):
+            like = f"%{before}%" + re.sub(r"([%_\\])", r"\\\1", text) + "%"
+            found += [crash.c.signature.ilike(like, escape="\\")] if text else []
+        return found
 
 
 def _day(text):
@@ -60,35 +75,14 @@ def _day(text):
         return None
 
 
-def _like(column, text, before):
-    return column.ilike(f"%{before}%" + re.sub(r"([%_\\])", r"\\\1", text) + "%", escape="\\")
-
-
-def _of_reports(dialect, filters):
-    found = [words.condition(dialect, filters.q)] if filters.q else []
-    for name in ("product", "version", "sender"):
-        if getattr(filters, name):
-            found.append(report.c[name] == getattr(filters, name))
-    if filters.since:
-        found.append(report.c.happened >= _day(filters.since))
-    if filters.until:
-        found.append(report.c.happened < _day(filters.until) + 86400)
-    return [each for each in found if each is not None]
-
-
-def _of_crashes(filters):
-    found = [] if filters.state == "all" else [crash.c.state == filters.state]
-    if filters.module:
-        found.append(_like(crash.c.signature, filters.module, "| "))
-    if filters.function:
-        found.append(_like(crash.c.signature, filters.function, "!"))
-    return [crash.c.count > 0, *found]
+def _count_of(connection, source, conditions):
+    return connection.execute(sa.select(sa.func.count()).select_from(source).where(*conditions)).scalar()
 
 
 def crashes(connection, filters, whole=False):
     """([row], how many there are). A row is a dict with machines, versions and days beside the crash's columns."""
     columns, source, sums = list(crash.c), crash, crash.c
-    if found := _of_reports(connection.dialect.name, filters):
+    if found := filters.of_reports(connection.dialect.name):
         at = report.c.happened
         mine = sa.select(report.c.crash_id, sa.func.count().label("count"), sa.func.min(at).label("first_seen"))
         mine = mine.add_columns(sa.func.max(at).label("last_seen")).group_by(report.c.crash_id)
@@ -96,17 +90,16 @@ def crashes(connection, filters, whole=False):
         sums, source = mine.c, crash.join(mine, mine.c.crash_id == crash.c.id)
         columns = [sums[each.name] if each.name in ("count", "first_seen", "last_seen") else each for each in columns]
     order = {"count": sums.count, "last": sums.last_seen, "first": sums.first_seen}[filters.sort]
-    asked = sa.select(*columns).select_from(source).where(*_of_crashes(filters)).order_by(order.desc(), crash.c.id)
+    asked = sa.select(*columns).select_from(source).where(*filters.of_crashes()).order_by(order.desc(), crash.c.id)
     rows = _page(connection, asked, filters, whole)
-    total = connection.execute(sa.select(sa.func.count()).select_from(source).where(*_of_crashes(filters))).scalar()
     for start in range(0, len(rows), 500):
         _add_tallies(connection, rows[start : start + 500])
-    return rows, total
+    return rows, _count_of(connection, source, filters.of_crashes())
 
 
 def _page(connection, asked, filters, whole):
-    start = 0 if whole else (filters.page - 1) * PAGE
-    return all_of(connection, asked.limit(_MOST_ROWS if whole else PAGE).offset(start))
+    start, most = (0, _MOST_ROWS) if whole else ((filters.page - 1) * PAGE, PAGE)
+    return all_of(connection, asked.limit(most).offset(start))
 
 
 def _add_tallies(connection, rows):
@@ -123,10 +116,10 @@ def _add_tallies(connection, rows):
     for crash_id, value, count in connection.execute(days.where(tally.c.value >= str(int(time.time()) // 86400 - 29))):
         by_id[crash_id]["days"][int(value)] = count
     for row in rows:
-        row["versions"].sort(key=version_order)
+        row["versions"].sort(key=_version_order)
 
 
-def version_order(text):
+def _version_order(text):
     """Sorts 1.10 behind 1.9."""
     whole = lambda part: part.isdecimal() and len(part) < 19
     return [(0, int(part), "") if whole(part) else (1, 0, part) for part in re.split(r"[. ]", text)]
@@ -134,14 +127,14 @@ def version_order(text):
 
 def reports(connection, filters, unreadable=False, whole=False):
     """([row], how many there are), newest first."""
-    found = _of_reports(connection.dialect.name, filters)
+    found = filters.of_reports(connection.dialect.name)
     found.append(report.c.unreadable != "" if unreadable else report.c.crash_id.is_not(None))
     if filters.crash:
         found.append(report.c.crash_id == filters.crash)
     columns = [each for each in report.c if each.name not in ("details", "digest", "content", "sent")]
     asked = sa.select(*columns, crash.c.title).select_from(report.outerjoin(crash, crash.c.id == report.c.crash_id))
-    rows = _page(connection, asked.where(*found).order_by(report.c.happened.desc(), report.c.id.desc()), filters, whole)
-    return rows, connection.execute(sa.select(sa.func.count()).select_from(report).where(*found)).scalar()
+    asked = asked.where(*found).order_by(report.c.happened.desc(), report.c.id.desc())
+    return _page(connection, asked, filters, whole), _count_of(connection, report, found)
 
 
 def one_crash(connection, crash_id):
@@ -165,15 +158,16 @@ def by_version(connection, crash_id=None):
     at, distinct = report.c.happened, lambda column: sa.func.count(sa.distinct(column))
     sums = {"count": sa.func.count(), "first_seen": sa.func.min(at), "last_seen": sa.func.max(at)}
     sums |= {"machines": distinct(report.c.machine), "crashes": distinct(report.c.crash_id)}
-    asked = sa.select(*columns, *(each.label(name) for name, each in sums.items()))
-    condition = report.c.crash_id == crash_id if crash_id else report.c.crash_id.is_not(None)
-    rows = all_of(connection, asked.where(condition).group_by(*columns))
-    return sorted(rows, key=lambda row: (row.get("product", ""), version_order(row["version"])))
+    asked = sa.select(*columns, *(each.label(name) for name, each in sums.items())).group_by(*columns)
+    rows = all_of(
+        connection, asked.where(report.c.crash_id == crash_id if crash_id else report.c.crash_id.is_not(None))
+    )
+    return sorted(rows, key=lambda row: (row.get("product", ""), _version_order(row["version"])))
 
 
 def by_day(connection, crash_id, days=60):
     """{day: (reports, machines)} of the last days."""
-    day = (report.c.happened - report.c.happened % 86400) / 86400
+    day = (report.c.happened - report.c.happened % 86400) / 86400  # of what the index holds
     since = (int(time.time()) // 86400 - days + 1) * 86400
     asked = sa.select(day, sa.func.count(), sa.func.count(sa.distinct(report.c.machine)))
     asked = asked.where(report.c.crash_id == crash_id, report.c.happened >= since).group_by(day)
@@ -192,14 +186,10 @@ def one_attachment(connection, attachment_id):
     return one_of(connection, sa.select(attachment).where(attachment.c.id == attachment_id))
 
 
-def missing_symbols(connection):
-    """Modules whose PDB would tell functions, those first that most reports want."""
-    here = sa.select(symbol.c.key)
-    asked = sa.select(wants.c.module, wants.c.key, sa.func.count().label("count")).where(wants.c.key.not_in(here))
-    asked = asked.group_by(wants.c.module, wants.c.key).order_by(sa.func.count().desc(), wants.c.key).limit(200)
-    return all_of(connection, asked)
-
-
-def kept_symbols(connection):
-    asked = sa.select(symbol.c.name, symbol.c.key, symbol.c.added)
-    return all_of(connection, asked.order_by(symbol.c.added.desc(), symbol.c.name).limit(1000))
+def symbols(connection):
+    """(modules whose PDB would tell functions, those first that most reports want; the PDBs that are here)."""
+    here, count = sa.select(symbol.c.key), sa.func.count().label("count")
+    wanted = sa.select(wants.c.module, wants.c.key, count).where(wants.c.key.not_in(here))
+    wanted = wanted.group_by(wants.c.module, wants.c.key).order_by(count.desc(), wants.c.key).limit(200)
+    kept = sa.select(symbol.c.name, symbol.c.key, symbol.c.added).order_by(symbol.c.added.desc(), symbol.c.name)
+    return all_of(connection, wanted), all_of(connection, kept.limit(1000))

@@ -2,31 +2,29 @@
 the caller's transaction."""
 
 import collections
-import dataclasses
 import hashlib
 import json
 import re
 import time
+import types
 import zlib
 
+import minidump
 import sqlalchemy as sa
 
-from inbox import form, mail, minidump, schema, words
+from inbox import form, mail, schema, words
 from inbox.facts import Facts
 from inbox.parcel import Attachment, Parcel, Unreadable
 from inbox.schema import attachment, crash, report, tally, wants
-from inbox.signature import Signature, signature
-from inbox.understanding import Understood, understand
+from inbox.signature import signature
+from inbox.understanding import understand
 
+ENDINGS = {"text": "txt", "minidump": "dmp", "picture": "bin", "other": "bin"}  # of files, by what media_of says
 _PICTURES = (b"\xff\xd8\xff", b"\x89PNG", b"GIF8", b"BM")
-
-
-def pack(data):
-    return zlib.compress(json.dumps(data, separators=(",", ":"), default=vars).encode("utf-8", "replace"), 1)
-
-
-def unpack(content):
-    return json.loads(zlib.decompress(content))
+_MOST_WORDS = 300_000  # characters of a message that are kept
+_NOTHING = dict.fromkeys(
+    ("product", "version", "windows", "processor", "machine"), ""
+)  # is known of what is unreadable
 
 
 def media_of(content):
@@ -36,17 +34,6 @@ def media_of(content):
     if content.startswith(_PICTURES):
         return "picture"
     return "text" if content and b"\0" not in content[:4096] else "other"
-
-
-@dataclasses.dataclass
-class _New:
-    """A report on its way into the store. signature: None if it is unreadable."""
-
-    parcel: Parcel
-    row: dict
-    signature: Signature | None
-    wanted: dict
-    words: list
 
 
 class Reports:
@@ -64,37 +51,44 @@ class Reports:
         return self._add(raw, lambda: mail.parse(raw), "message", "", received)
 
     def _add(self, raw, read, road, sender, received):
-        reason = ""
+        reason, facts, known, system = "", None, {}, ""
         try:
             parcel = read()
-            understood, content = understand(parcel), parcel.digest()
+            facts, known, system = understand(parcel)
+            content = parcel.digest()
         except Unreadable as error:
-            reason, understood = str(error), Understood()
-            parcel = Parcel(road, "", (Attachment("original", bytes(raw)),), sender)
+            reason, parcel = str(error), Parcel(road, "", (Attachment("original", bytes(raw)),), sender)
             content = hashlib.sha256(b"unreadable:" + raw).hexdigest()
-        new = self._new(parcel, understood, content, received or int(time.time()), reason)
-        return *self._writer.together(_keep, new), reason
-
-    def _new(self, parcel, understood, content, now, reason):
-        facts = understood.facts
         frames, wanted, more = self._symbols.frames(facts.frames, self._ask) if facts else ([], {}, False)
-        made = None if reason else signature(facts, frames, self.rules, understood.product)
+        made = None if reason else signature(facts, frames, self.rules, known["product"])
+        now = received or int(time.time())
         happened = parcel.sent or now
         digest = hashlib.sha256(f"{content} {parcel.sender} {parcel.sent}".encode("utf-8", "replace")).hexdigest()
         row = {"digest": digest, "content": content, "sent": parcel.sent, "received": now, "happened": happened}
         row |= {"day": happened // 86400, "size": parcel.size, "pending": int(more), "crash_id": None}
-        told = {"road": parcel.road, "sender": parcel.sender[:200], "subject": parcel.subject[:300]}
-        told |= {"kind": made.kind if made else "", "address": facts.address if facts else "", "unreadable": reason}
-        told |= {name: getattr(understood, name) for name in ("product", "version", "windows", "processor", "machine")}
+        told = {
+            "road": parcel.road,
+            "sender": parcel.sender[:200],
+            "subject": parcel.subject[:300],
+            "unreadable": reason,
+        }
+        told |= {"kind": made.kind if made else "", "address": facts.address if facts else "", **_NOTHING, **known}
         row |= {name: _clean(text) for name, text in told.items()}
-        row["details"] = pack({"facts": facts, "system": understood.system, "words": understood.words})
+        details = {"facts": facts, "system": system, "words": parcel.text[:_MOST_WORDS]}
+        row["details"] = zlib.compress(
+            json.dumps(details, separators=(",", ":"), default=vars).encode("utf-8", "replace"), 1
+        )
         names = [each.name for each in parcel.attachments]
         found = words.words_of(*_words(row, facts, frames, made), reason, *names, parcel.text[:4000])
-        return _New(parcel, row, made, wanted, found)
+        new = types.SimpleNamespace(parcel=parcel, row=row, signature=made, wanted=wanted, words=found)
+        return *self._writer.together(_keep, new), reason
+
+    def is_own(self, frame):
+        return self.rules.is_own(frame)
 
     def told(self, row, ask=False):
         """(facts or None, frames as they are known by now, what else is kept) of a report's row."""
-        data = unpack(row["details"]) if row["details"] else {}
+        data = json.loads(zlib.decompress(row["details"])) if row["details"] else {}
         facts = Facts.of(data["facts"]) if data.get("facts") else None
         return facts, self._symbols.frames(facts.frames, ask)[0] if facts else [], data
 
@@ -132,7 +126,7 @@ class Reports:
 
 
 def _keep(connection, items):
-    """Stores each _New that is not there yet, and returns [(its id, whether it was new)]: a few statements for all of them."""
+    """Stores the reports that aren't there yet, and returns [(id, whether it was new)]: a few statements for all of them."""
     columns = (report.c[name] for name in ("content", "digest", "sender", "sent"))
     contents = [each.row["content"] for each in items]
     known = connection.execute(sa.select(*columns).where(report.c.content.in_(contents))).all()

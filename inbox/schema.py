@@ -68,6 +68,10 @@ def one_of(connection, asked):
     return next(iter(all_of(connection, asked.limit(1))), None)
 
 
+def setting_of(connection, name):
+    return connection.execute(sa.select(setting.c.value).where(setting.c.name == name)).scalar()
+
+
 def change(connection, table, row_id, **values):
     connection.execute(table.update().where(table.c.id == row_id).values(values))
 

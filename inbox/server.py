@@ -1,12 +1,13 @@
 """Runs the pages on waitress, which reads slow and large requests before a thread has to care."""
 
 import logging
+import threading
 
 import waitress
 from waitress.channel import HTTPChannel
 from waitress.task import ErrorTask
 
-from inbox.config import BadSetting
+from inbox.config import BadSetting, is_loopback
 from inbox.core import Inbox
 from inbox.web import make_app
 
@@ -25,12 +26,12 @@ class _LoggedErrorTask(ErrorTask):
 def serve(config, folders=()):
     """Listens until it is told to end."""
     host, port = config.address
-    if not config.on_loopback and not config.password:
+    if not is_loopback(host) and not config.password:
         raise BadSetting(f"{host} can be reached from elsewhere: set a password first (scripts/inbox password)")
     config.keep_seconds  # a wrong one is told now
     inbox = Inbox(config)
     app = make_app(inbox)
-    inbox.work(folders)
+    threading.Thread(target=inbox.work, args=(folders,), name="work", daemon=True).start()
     HTTPChannel.error_task_class = _LoggedErrorTask
     # The app itself answers what is a little too large; beyond that waitress doesn't even read it.
     limit = config.max_report + (1 << 20)

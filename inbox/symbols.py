@@ -4,15 +4,15 @@ import contextlib
 import dataclasses
 import json
 import pathlib
-import re
 import tempfile
 import threading
 import time
 
+import pdbs
+import resolver
 import sqlalchemy as sa
 
 from inbox import schema
-from inbox.symbolize import pdbs, report, resolver
 
 _MOST_CACHED = 200_000
 
@@ -32,51 +32,44 @@ class Symbols:
             if file.suffix.lower() != ".pdb" or not file.is_file():
                 continue
             try:
-                key, content = pdbs.read_key(file), file.read_bytes()
+                row = {"key": pdbs.read_key(file), "name": file.name, "content": file.read_bytes()}
             except (OSError, pdbs.BadPdb) as error:
                 wrong.append(f"{file}: {error}")
                 continue
-            if writer.do(lambda connection: self._file(connection, key, file.name, content)):
-                added.append(key)
+            if writer.do(lambda connection, row=row: self._file(connection, row)):
+                added.append(row["key"])
         self._asked = 0.0
         return added, wrong
 
     @staticmethod
-    def _file(connection, key, name, content):
-        if connection.execute(sa.select(schema.symbol.c.key).where(schema.symbol.c.key == key)).first():
+    def _file(connection, row):
+        if connection.execute(sa.select(schema.symbol.c.key).where(schema.symbol.c.key == row["key"])).first():
             return False
-        row = {"key": key, "name": name, "added": int(time.time()), "content": content}
-        connection.execute(schema.symbol.insert().values(row))
-        waiting = sa.select(schema.wants.c.report_id).where(schema.wants.c.key == key)
+        connection.execute(schema.symbol.insert().values(added=int(time.time()), **row))
+        waiting = sa.select(schema.wants.c.report_id).where(schema.wants.c.key == row["key"])
         connection.execute(schema.report.update().where(schema.report.c.id.in_(waiting)).values(pending=1))
         return True
-
-    def can_tell(self, keys):
-        """Whether there is a PDB for any of these identities."""
-        if time.monotonic() - self._asked > 5:  # another worker may have got one
-            with self._engine.connect() as connection:
-                self._keys = set(connection.execute(sa.select(schema.symbol.c.key)).scalars())
-            self._asked = time.monotonic()
-        return any(key in self._keys for key in keys)
 
     def frames(self, frames, ask=False):
         """(the frames with what is known about them, {identity: module} of those that a PDB could tell, whether one that is
         here would tell more). With ask it is asked; without, only what has been asked before is looked up."""
-        wanted, more = {frame.key: frame.module for frame in frames if frame.key}, False
-        if not self.can_tell(wanted):
-            return frames, wanted, False
-        for key in wanted.keys() & self._keys:
-            more |= self._learn(key, [frame for frame in frames if frame.key == key], ask)
+        wanted = {frame.key: frame.module for frame in frames if frame.key}
+        if time.monotonic() - self._asked > 5:  # another worker may have got a PDB
+            with self._engine.connect() as connection:
+                self._keys = set(connection.execute(sa.select(schema.symbol.c.key)).scalars())
+            self._asked = time.monotonic()
+        here = wanted.keys() & self._keys
+        more = [self._learn(key, [frame for frame in frames if frame.key == key], ask) for key in here]
         told = []
         for frame in frames:
-            places = self._places.get(_at(frame)) if frame.key else None
+            places = self._places.get(_at(frame)) if frame.key in here else None
             if not places:
                 told.append(frame)
             elif not frame.inlined:  # that one comes again with the function it was inlined into
                 for number, (function, file, line) in enumerate(places):
                     inlined = number + 1 < len(places)
                     told.append(dataclasses.replace(frame, function=function, file=file, line=line, inlined=inlined))
-        return told, wanted, more
+        return told, wanted, any(more)
 
     def _learn(self, key, frames, ask):
         """Whether there is something left to ask."""
@@ -102,43 +95,17 @@ class Symbols:
 
     def _ask(self, key, asked):
         """What llvm-symbolizer says about frames of one module: {at: [[function, file, line], ...]}."""
+        with self._engine.connect() as connection:
+            select = sa.select(schema.symbol.c.content).where(schema.symbol.c.key == key)
+            content = connection.execute(select).scalar() or b""
         self._folder.mkdir(parents=True, exist_ok=True)
-        with tempfile.TemporaryDirectory(dir=self._folder) as folder:
-            with self._engine.connect() as connection:
-                content = connection.execute(
-                    sa.select(schema.symbol.c.content).where(schema.symbol.c.key == key)
-                ).scalar()
-            pathlib.Path(folder, "module.pdb").write_bytes(content or b"")
-            module = report.Module("module", 0, 0, 0, "", key, "module.pdb", False)
-            said = {}
-            for exact in (True, False):
-                these = {at: frame for at, frame in asked.items() if frame.exact == exact}
-                trace = [
-                    report.Frame("", f"{number:08X}", "module", frame.offset, exact, False, False, False)
-                    for number, frame in enumerate(these.values())
-                ]
-                fault = _OneModule([], [module], trace)
-                answer = resolver.resolve(fault, pdbs.Folders([folder])) if trace else None
-                places = [[] for _ in these]
-                for line in answer.lines if answer else []:
-                    match = _LINE.fullmatch(line)
-                    if match:
-                        place = [match["function"], match["file"] or "", int(match["line"] or 0)]
-                        places[int(match[1], 16)].append(place)
-                said.update(zip(these, places))
-        return said
-
-
-class _OneModule(report.Fault):
-    """All frames are of its one module, whatever their addresses: those number them."""
-
-    def module(self, frame):
-        return self.modules[0]
-
-
-_LINE = re.compile(
-    r"([0-9A-F]{8}) module\+[0-9A-F]+ (?P<function>.+?)(?: \((?P<file>[^()]*):(?P<line>\d+)\))?(?: \[inlined\])?"
-)
+        with tempfile.NamedTemporaryFile(dir=self._folder, suffix=".pdb") as file:
+            file.write(content)
+            file.flush()
+            places = resolver.look_up(pdbs.Pdb(pathlib.Path(file.name), key), list(asked.values()))
+        of = lambda frame: places[resolver.instruction(frame)]
+        words = lambda place: [place["FunctionName"], place["FileName"] if place["Line"] else "", place["Line"]]
+        return {at: [words(place) for place in of(frame)] for at, frame in asked.items()}
 
 
 def _at(frame):

@@ -1,6 +1,8 @@
 """The pages, and the form that the library uploads to."""
 
+import csv
 import datetime
+import io
 import pathlib
 import shutil
 import threading
@@ -9,21 +11,28 @@ import flask
 import sqlalchemy as sa
 from werkzeug.exceptions import HTTPException
 
-from inbox import access, exports, pictures, plots, queries, reports, schema
+from inbox import access, pictures, plots, queries, reports, schema
 from inbox.queries import Filters
 
 CONFIRMATION = "Data has uploaded successfully"  # what the library looks for, and not at the very beginning
 _LARGE = 4 << 20  # bytes of a body, of which there is one at a time
-_MEDIA_ENDS = {"text": "txt", "minidump": "dmp", "picture": "bin", "other": "bin"}
+_MOST_ID = 1 << 62
+_COLUMNS = {  # of the lists as files
+    "crashes": "id title kind module state fixed_in regressed count machines versions first_seen last_seen signature note",
+    "versions": "product version count machines crashes first_seen last_seen",
+    "unreadable": "id received road sender size unreadable",
+    "reports": "id crash_id title happened received road sender subject product version windows processor machine kind"
+    " address size",
+}
 
 
 def make_app(inbox):
     """The Flask application over an Inbox."""
     app = flask.Flask("inbox", root_path=str(pathlib.Path(__file__).parent))
     app.jinja_env.trim_blocks = app.jinja_env.lstrip_blocks = True
-    app.jinja_env.filters.update(time=_time, day=_day, size=_size)
+    app.jinja_env.filters.update(time=_time, day=lambda seconds: _time(seconds)[:10], size=_size)
     app.jinja_env.globals.update(spark=plots.spark, SORTS=queries.SORTS, STATES=queries.STATES)
-    app.jinja_env.globals["has_password"] = bool(inbox.config.password)
+    app.jinja_env.globals.update(has_password=bool(inbox.config.password), is_own=inbox.reports.is_own)
     access.protect(app, inbox.engine, inbox.config)
     _add_upload(app, inbox)
     _add_lists(app, inbox)
@@ -32,9 +41,9 @@ def make_app(inbox):
 
     @app.errorhandler(HTTPException)
     def refuse(error):
-        if flask.request.endpoint == "upload" or flask.request.path == "/index.php":
+        if flask.request.path == "/index.php":
             return _plain(error.code, error.description)
-        return flask.render_template("message.html", title=error.name, words=error.description), error.code
+        return _message(error.name, error.description), error.code
 
     @app.errorhandler(Exception)
     def fail(error):
@@ -52,7 +61,7 @@ def _add_upload(app, inbox):
 
     def refused(status, words):
         app.logger.warning("refused with %d, %d bytes: %s", status, flask.request.content_length or 0, words)
-        flask.abort(_plain(status, words))
+        return _plain(status, words)
 
     @app.post("/index.php")
     def upload():
@@ -60,9 +69,9 @@ def _add_upload(app, inbox):
             flask.abort(404)
         announced = flask.request.content_length or 0
         if announced > config.max_report:
-            refused(413, "The report is too large.")
+            return refused(413, "The report is too large.")
         if shutil.disk_usage(config.store).free < config.min_free + announced:
-            refused(507, "There is no room for more reports.")
+            return refused(507, "There is no room for more reports.")
         with one_large if announced > _LARGE else threading.Lock():
             body = flask.request.get_data(cache=False)
             report_id, _, wrong = inbox.reports.add_upload(body, flask.request.remote_addr or "")
@@ -73,106 +82,111 @@ def _add_upload(app, inbox):
 
 
 def _add_lists(app, inbox):
-    def show(name, ask):
+    def add(name, path, ask):
         """A list as a page, or whole as CSV or JSON."""
 
         def view(form="html"):
             filters = Filters.of(flask.request.args)
             with inbox.engine.connect() as connection:
                 rows, total = ask(connection, filters, whole=form != "html")
-            if form == "html":
-                pages = -(-total // queries.PAGE)
-                more = {"chart": plots.versions_chart, "pages": pages, "filters": filters}
-                return flask.render_template(f"{name}.html", rows=rows, total=total, **more)
-            if form not in exports.WRITERS:
-                flask.abort(404)
-            return exports.WRITERS[form](name, rows)
+            if form != "html":
+                return _file(name, form, rows)
+            more = {"chart": plots.versions_chart, "pages": -(-total // queries.PAGE), "filters": filters}
+            return flask.render_template(f"{name}.html", rows=rows, total=total, **more)
 
-        return view
+        app.add_url_rule(path, name, view)
+        app.add_url_rule(f"/{name}.<any(csv, json):form>", f"{name}_file", view)
 
-    unreadable = lambda connection, filters, whole: queries.reports(connection, filters, unreadable=True, whole=whole)
+    def unreadable(connection, filters, whole):
+        return queries.reports(connection, filters, unreadable=True, whole=whole)
 
     def versions(connection, filters, whole):
-        rows = queries.by_version(connection)
-        products = sorted({row["product"] for row in rows})
-        sums = {product: sum(row["count"] for row in rows if row["product"] == product) for product in products}
+        rows, sums = queries.by_version(connection), {}
+        for row in rows:
+            sums[row["product"]] = sums.get(row["product"], 0) + row["count"]
         chosen = filters.product if filters.product in sums else max(sums, key=sums.get, default="")
-        flask.g.products, flask.g.product = products, chosen
+        flask.g.products, flask.g.product = sorted(sums), chosen
         rows = rows if whole else [row for row in rows if row["product"] == chosen]
         return rows, len(rows)
 
-    asks = {"crashes": queries.crashes, "reports": queries.reports, "unreadable": unreadable, "versions": versions}
-    for name, ask in asks.items():
-        view = show(name, ask)
-        app.add_url_rule("/" if name == "crashes" else f"/{name}", name, view)
-        app.add_url_rule(f"/{name}.<form>", f"{name}_file", view)
+    add("crashes", "/", queries.crashes)
+    add("reports", "/reports", queries.reports)
+    add("unreadable", "/unreadable", unreadable)
+    add("versions", "/versions", versions)
 
     @app.get("/symbols")
     def symbols():
         with inbox.engine.connect() as connection:
-            missing, kept = queries.missing_symbols(connection), queries.kept_symbols(connection)
+            missing, kept = queries.symbols(connection)
         return flask.render_template("symbols.html", missing=missing, kept=kept)
+
+
+def _file(name, form, rows):
+    rows = [{column: row[column] for column in _COLUMNS[name].split()} for row in rows]
+    if form == "json":
+        return flask.jsonify(rows)
+    made = io.StringIO()
+    written = csv.DictWriter(made, _COLUMNS[name].split())
+    written.writeheader()
+    written.writerows({column: _cell(value) for column, value in row.items()} for row in rows)
+    return _download(made.getvalue(), f"{name}.csv", "text/csv")
+
+
+def _cell(value):
+    """A client's word must not become a formula in a spreadsheet."""
+    text = " ".join(value) if isinstance(value, list) else str(value)
+    return "'" + text if text[:1] in ("=", "+", "-", "@", "\t", "\r") and not isinstance(value, int) else text
 
 
 def _add_pages(app, inbox):
     def told(connection, report_id):
-        """(report, attachments, facts, frames as they are known by now, what else is kept)."""
-        found = queries.one_report(connection, report_id)
-        if not found:
-            flask.abort(404)
-        known = inbox.reports.told(found[0])
-        del found[0]["details"]
-        return *found, *known
+        """What there is of a report: its row and files, facts, frames as they are known by now, what else is kept."""
+        row, files = queries.one_report(connection, min(report_id, _MOST_ID)) or flask.abort(404)
+        facts, frames, data = inbox.reports.told(row)
+        del row["details"]
+        return {"report": row, "files": files, "facts": facts, "frames": frames, "data": data}
 
     @app.get("/crash/<int:crash_id>")
     def crash(crash_id):
         with inbox.engine.connect() as connection:
-            row = queries.one_crash(connection, crash_id) if crash_id < 1 << 62 else None
-            if not row:
-                flask.abort(404)
+            row = queries.one_crash(connection, min(crash_id, _MOST_ID)) or flask.abort(404)
             if row["id"] != crash_id:
                 return flask.redirect(flask.url_for("crash", crash_id=row["id"]))
-            rows, _ = queries.reports(connection, Filters(crash=crash_id))
-            _, _, facts, frames, _ = told(connection, rows[0]["id"])
+            filters = Filters(crash=crash_id)
+            rows, _ = queries.reports(connection, filters)
+            newest = told(connection, rows[0]["id"])
             versions, days = queries.by_version(connection, crash_id), queries.by_day(connection, crash_id)
         more = {"days": plots.days_chart(days), "by_version": plots.versions_chart(versions), "versions": versions}
-        more.update(crash=row, reports=rows[:20], facts=facts, frames=frames, is_own=inbox.reports.rules.is_own)
+        more.update(newest, crash=row, reports=rows[:20], filters=filters)
         return flask.render_template("crash.html", **more)
 
     @app.get("/report/<int:report_id>")
     def report(report_id):
         with inbox.engine.connect() as connection:
-            row, files, facts, frames, data = told(connection, min(report_id, 1 << 62))
-            of = queries.one_crash(connection, row["crash_id"]) if row["crash_id"] else None
-        more = {"crash": of, "is_own": inbox.reports.rules.is_own, "facts": facts, "frames": frames, "data": data}
-        return flask.render_template("report.html", report=row, files=files, **more)
+            known = told(connection, report_id)
+            crash = queries.one_crash(connection, known["report"]["crash_id"])
+        return flask.render_template("report.html", crash=crash, **known)
 
     @app.get("/report/<int:report_id>.json")
     def report_file(report_id):
         with inbox.engine.connect() as connection:
-            row, files, facts, frames, data = told(connection, min(report_id, 1 << 62))
-        row.update(attachments=files, stack=[vars(each) for each in frames])
-        row.update(system=data.get("system"), words=data.get("words"))
-        row["fault"] = facts
-        return flask.jsonify(row)
+            known = told(connection, report_id)
+        data = {name: known["data"].get(name) for name in ("system", "words")}
+        more = {"attachments": known["files"], "stack": known["frames"], "fault": known["facts"]}
+        return flask.jsonify(known["report"] | data | more)
 
     def bytes_of(attachment_id):
         with inbox.engine.connect() as connection:
-            row = queries.one_attachment(connection, min(attachment_id, 1 << 62))
-        return row or flask.abort(404)
+            return queries.one_attachment(connection, min(attachment_id, _MOST_ID)) or flask.abort(404)
 
     @app.get("/attachment/<int:attachment_id>")
     def attachment(attachment_id):
         row = bytes_of(attachment_id)
-        name = f"report-{row['report_id']}-{attachment_id}.{_MEDIA_ENDS.get(row['media'], 'bin')}"
-        headers = {"Content-Disposition": f'attachment; filename="{name}"'}
-        headers["Content-Security-Policy"] = "default-src 'none'; sandbox"
-        return flask.Response(row["content"], mimetype="application/octet-stream", headers=headers)
+        return _download(row["content"], f"report-{row['report_id']}-{attachment_id}.{reports.ENDINGS[row['media']]}")
 
     @app.get("/picture/<int:attachment_id>")
     def picture(attachment_id):
-        row = bytes_of(attachment_id)
-        made = pictures.reencoded(row["content"]) if row["media"] == "picture" else None
+        made = pictures.reencoded(bytes_of(attachment_id)["content"])
         return flask.Response(made, mimetype="image/png") if made else flask.abort(404)
 
 
@@ -199,17 +213,23 @@ def _add_changes(app, inbox):
 
     @app.post("/report/<int:report_id>/delete")
     def delete_report(report_id):
-        gone = inbox.writer.do(lambda connection: reports.delete(connection, [report_id]))
-        return flask.render_template("message.html", title="Deleted", words=f"{gone} report is deleted with its files.")
+        return _message("Deleted", f"{inbox.delete(schema.report.c.id == report_id)} report is deleted with its files.")
 
     @app.post("/delete-sender")
     def delete_sender():
-        sender = flask.request.form.get("sender", "").strip().lower()
-        if not sender:
-            flask.abort(400, "Whose reports?")
+        sender = flask.request.form.get("sender", "").strip().lower() or flask.abort(400, "Whose reports?")
         gone = inbox.delete(schema.report.c.sender == sender)
-        told = f"{gone} reports of {sender} are deleted with their files."
-        return flask.render_template("message.html", title="Deleted", words=told)
+        return _message("Deleted", f"{gone} reports of {sender} are deleted with their files.")
+
+
+def _message(title, words):
+    return flask.render_template("message.html", title=title, words=words)
+
+
+def _download(content, name, kind="application/octet-stream"):
+    headers = {"Content-Disposition": f'attachment; filename="{name}"'}
+    headers["Content-Security-Policy"] = "default-src 'none'; sandbox"
+    return flask.Response(content, content_type=kind, headers=headers)
 
 
 def _plain(status, words):
@@ -218,10 +238,6 @@ def _plain(status, words):
 
 def _time(seconds):
     return datetime.datetime.fromtimestamp(seconds, datetime.timezone.utc).strftime("%Y-%m-%d %H:%M") if seconds else ""
-
-
-def _day(seconds):
-    return _time(seconds)[:10]
 
 
 def _size(count):

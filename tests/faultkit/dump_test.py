@@ -3,10 +3,16 @@
 import re
 import struct
 import subprocess
+import sys
 
 import pytest
 
+from testing.processes import REPO
 from testing.product import MACHINE
+
+sys.path.insert(0, str(REPO / "tools" / "symbolize"))
+
+import report  # noqa: E402
 
 ADDRESS = MACHINE.choose("<I", "<Q")
 THREADS, MODULES, EXCEPTION, SYSTEM = 3, 4, 6, 7  # kinds of stream
@@ -77,6 +83,28 @@ def test_holds_the_fault_and_the_stack_that_the_text_tells_of(describer, fault, 
         if not frame["inlined"]:
             at = stack.find(struct.pack(ADDRESS, int(frame["address"], 16)), at)
             assert at >= 0, frame[0]
+
+
+@pytest.mark.parametrize("fault", ("write", "divide", "call-null"))
+def test_is_read_by_symbolize_as_the_text_is(describer, fault):
+    description, path = dump_of(describer, fault)
+    told, read = report.parse(description.text), report.read(path)
+    registers = lambda fault: dict(
+        re.findall(r"\b(R?[ABCDS][XIP]|E[A-Z]{2}|R\d+|R?BP) +([0-9A-F]{8,16})", "\n".join(fault.reason))
+    )
+    assert registers(read) == registers(told)
+    assert len(registers(read)) == MACHINE.choose(10, 17)
+    assert read.reason[1].partition(" (")[0] == told.reason[1].partition(" (")[0]
+    own = ("describe_host.exe", "faultkit.dll")
+    modules = lambda fault: [(each.name, each.base, each.size, each.time_stamp, each.version) for each in fault.modules]
+    assert {each for each in modules(read) if each[0] in own} == {each for each in modules(told) if each[0] in own}
+    # With 32 bits there are those of the callers that keep a frame pointer; with 64 bits there is the faulting frame alone,
+    # but where no module lies its caller as well.
+    place = lambda frame: (frame.module, frame.offset, frame.address) if isinstance(frame, report.Frame) else frame
+    read, told = list(map(place, read.trace)), list(map(place, told.trace))
+    exact = 2 if fault == "call-null" else 1
+    assert read[:exact] == told[:exact]
+    assert set(read) <= set(told) and len(read) >= MACHINE.choose(2, exact)
 
 
 def test_is_opened_by_other_readers(describer):

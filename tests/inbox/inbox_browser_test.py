@@ -93,7 +93,7 @@ def browser(served, tmp_path, artifacts):
 def test_every_page_is_reached_by_clicks(browser, tmp_path):
     browser.open("/")
     assert browser.heading().startswith("10 crashes")
-    assert len(browser.all("table.crashes tbody tr")) == 10
+    assert len(browser.all("main table tbody tr")) == 10
     browser.picture("inbox-crashes")
 
     browser.find("input[name=function]").send_keys("divide_by")

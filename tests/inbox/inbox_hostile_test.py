@@ -10,7 +10,8 @@ import pytest
 import sqlalchemy as sa
 
 import made
-from inbox import fault_text, form, mail, minidump, schema
+import minidump
+from inbox import fault_text, form, mail, schema
 from inbox.parcel import Parcel, Unreadable
 from inbox.understanding import understand
 from inbox_pages_test import SCRIPT, bomb, picture
@@ -219,7 +220,7 @@ def seeds_of_uploads():
         (read_message, [path.read_bytes() for path in sorted(MESSAGES.glob("*.eml"))]),
         (read_upload, list(seeds_of_uploads())),
         (lambda raw: fault_text.find(raw.decode("windows-1251", "replace")), [made.fault_text().encode()]),
-        (minidump.find, [(MESSAGES / "wine.dmp").read_bytes()]),
+        (lambda raw: fault_text.find(minidump.text(raw) or ""), [(MESSAGES / "wine.dmp").read_bytes()]),
     ),
     ids=("messages", "uploads", "fault texts", "minidumps"),
 )

@@ -132,9 +132,9 @@ class TestIntake:
         report_id, _, _ = box.reports.add_message(made.message(text + "\nThread 2:\n00401000 board.exe+00001000\n"))
         with box.engine.connect() as connection:
             row, _ = queries.one_report(connection, report_id)
-        facts = reports.unpack(row["details"])["facts"]
-        assert facts["values"] == {"build": "nightly-412", "Signature": "something new"}
-        assert facts["more"][:3] == ["entirely new", "Thread 2:", "00401000 board.exe+00001000"]
+        facts, _, _ = box.reports.told(row)
+        assert facts.values == {"build": "nightly-412", "Signature": "something new"}
+        assert facts.more[:3] == ["entirely new", "Thread 2:", "00401000 board.exe+00001000"]
 
 
 class TestGrouping:

@@ -1,10 +1,13 @@
-"""Reads the fault out of an error report: an .eml, or text. docs/fault-description.md says how it is written."""
+"""Reads the fault out of an error report: an .eml, text, or a minidump. docs/fault-description.md says how it is written."""
 
 import dataclasses
 import email
 import email.policy
 import pathlib
 import re
+
+import mail_text
+import minidump
 
 REASON = "Crush Expantion:"
 STACK = "Stack Trace:"
@@ -67,6 +70,8 @@ class Fault:
 def read(path):
     """The Fault in the file."""
     content = pathlib.Path(path).read_bytes()
+    if minidump.is_minidump(content):
+        return parse(minidump.text(content) or "")
     if re.match(rb"[A-Za-z-]+:[^\n]*\n", content) and re.search(
         rb"^(?i:MIME-Version|Content-Type):", content, re.MULTILINE
     ):
@@ -91,10 +96,10 @@ def parse(text):
 
 def _body(content):
     message = email.message_from_bytes(content, policy=email.policy.default)
-    part = message.get_body(("plain",))
+    part = message.get_body(("plain", "html"))
     if part is None:
         raise NoFault("the mail has no text")
-    return part.get_payload(decode=True).decode(part.get_content_charset("windows-1251"), "replace")
+    return mail_text.words(part)[0]
 
 
 def _module(match):

@@ -44,7 +44,8 @@ def resolve(fault, folders):
     places = {}
     for module, match in modules.items():
         if match.pdb:
-            places.update(_look_up(module, match.pdb, [frame for frame in frames if fault.module(frame) == module]))
+            found = look_up(match.pdb, [frame for frame in frames if fault.module(frame) == module])
+            places.update({(module, offset): there for offset, there in found.items()})
     unlisted = sorted({frame.module for frame in frames if not fault.module(frame)})
     remarks = [match.remark for match in modules.values() if match.remark]
     remarks += [f"{name}: the report's list of modules does not have it" for name in unlisted]
@@ -92,9 +93,9 @@ def _match_unloaded(module, folders):
     )
 
 
-def _look_up(module, pdb, frames):
-    """{(module, instruction offset): [place, innermost first]} for the frames of one module."""
-    offsets = sorted({_instruction(frame) for frame in frames})
+def look_up(pdb, frames):
+    """{instruction offset: [llvm-symbolizer's words about it, innermost first]} for the frames of one module."""
+    offsets = sorted({instruction(frame) for frame in frames})
     with tempfile.TemporaryDirectory() as folder:
         image = pathlib.Path(folder, "module.exe")
         if isinstance(pdb, pdbs.Pdb):
@@ -107,7 +108,7 @@ def _look_up(module, pdb, frames):
         asked = "".join(f"{offset:#x}\n" for offset in offsets)
         answers = _run(["--obj=" + str(image), "--relative-address", "--functions=short", "--output-style=JSON"], asked)
     return {
-        (module, offset): [place for place in answer.get("Symbol", []) if place["FunctionName"]]
+        offset: [place for place in answer.get("Symbol", []) if place["FunctionName"]]
         for offset, answer in zip(offsets, answers)
     }
 
@@ -128,7 +129,7 @@ def _run(arguments, asked):
     return [answer if isinstance(answer, dict) else answer[0] for answer in answers]
 
 
-def _instruction(frame):
+def instruction(frame):
     """The offset to ask for: a return address may be the next line's, or the next function's."""
     return frame.offset if frame.exact or not frame.offset else frame.offset - 1
 
@@ -138,7 +139,7 @@ def _lines(fault, places):
         if not isinstance(frame, report.Frame):
             yield frame
             continue
-        found = places.get((fault.module(frame), _instruction(frame)))
+        found = places.get((fault.module(frame), instruction(frame)))
         if not found:
             yield frame.text
             continue

@@ -3,10 +3,10 @@
 
 usage: symbolize.py REPORT FOLDER...
 
-REPORT is the .eml that a user sent, or its text in a file. The FOLDERs, searched with everything below them, hold the
-PDBs of the program as it was shipped: a build's output, or a symbol store; of a program that GCC has linked with -g the
-program itself, as it was before it was stripped. Either is taken only if it belongs to the very module of the report. Needs
-llvm-symbolizer; LLVM_SYMBOLIZER may name it.
+REPORT is the .eml that a user sent, its text in a file, or a minidump. The FOLDERs, searched with everything below them,
+hold the PDBs of the program as it was shipped: a build's output, or a symbol store; of a program that GCC has linked with -g
+the program itself, as it was before it was stripped. Either is taken only if it belongs to the very module of the report.
+Needs llvm-symbolizer; LLVM_SYMBOLIZER may name it.
 
 Prints the reason, then one line per frame, and last what is missing. Ends with 0, with 1 when a PDB of a module in the
 stack is missing or does not match, with 2 when there is nothing to work on.
@@ -26,7 +26,7 @@ def main(arguments=None):
         usage="symbolize.py REPORT FOLDER...",
         description="Turns the stack trace of an " "error report into functions, files and lines.",
     )
-    parser.add_argument("report", metavar="REPORT", help="the .eml, or its text in a file")
+    parser.add_argument("report", metavar="REPORT", help="the .eml, its text in a file, or a minidump")
     parser.add_argument("folders", metavar="FOLDER", nargs="+", help="where the PDBs are")
     options = parser.parse_args(arguments)
     try:
