@@ -244,6 +244,17 @@ EXPECTED = {
     },
 }
 
+# Of these, what no report of a 64-bit program comes to: faultkit.dll unwinds its stack by itself, and dbghelp and psapi of the
+# 64-bit Wine find modules by other calls.
+OF_32_BITS = {
+    ("dbghelp.dll", "StackWalk64"): {WHOLE},
+    ("dbghelp.dll", "SymFunctionTableAccess64"): {WHOLE},
+    ("dbghelp.dll", "SymGetModuleBase64"): {WHOLE},
+    ("kernel32.dll", "GetModuleHandleA"): {without(FAULT, MODULES)},
+    ("kernel32.dll", "WideCharToMultiByte"): {without(MODULES), without(FAULT, MODULES)},
+    ("ntdll.dll", "NtQueryVirtualMemory"): {without(MODULES), without(FAULT, MODULES)},
+}
+
 
 def drawn():
     """The tables of the document."""

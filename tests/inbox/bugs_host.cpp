@@ -42,15 +42,18 @@ BUGS_NOINLINE int dispatch(int depth, int number, unsigned seed) {
 int (*volatile dispatcher)(int, int, unsigned) = dispatch;
 
 // The library's record of a fault, which it gives to nobody; hosts of this kind get by with the same layout.
-struct Record {
+struct Exception {
     void* table;
     int automatic;
+};
+struct Record {
+    Exception base; // whose padding is its own
     unsigned code;
     EXCEPTION_POINTERS* pointers;
 };
 
 void report() {
-    Record record = {nullptr, 0, fault->ExceptionRecord->ExceptionCode, fault};
+    Record record = {{nullptr, 0}, fault->ExceptionRecord->ExceptionCode, fault};
     CCrashReport report(reinterpret_cast<CSeException*>(&record));
     report.GenerateEmail(0, "Drawing Board", nullptr, nullptr);
 }
