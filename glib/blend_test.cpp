@@ -94,6 +94,16 @@ TEST(BlendMode, Brightness_and_colour_come_apart) {
     EXPECT_EQ(blended(blend_hue, red, grey), (Pixel{128, 128, 128, 255})) << "grey has no saturation to keep";
 }
 
+// Worked out by hand: the channels are shifted by as much as the brightness differs, then drawn to it by as much as
+// they leave the range.
+TEST(BlendMode, Brightness_that_a_colour_cannot_have_makes_it_paler) {
+    const RGB32 blue = {250, 130, 10, 255};
+    EXPECT_EQ(blended(blend_lum, {220, 220, 220, 255}, blue), (Pixel{255, 225, 196, 255}));
+    EXPECT_EQ(blended(blend_lum, {40, 40, 40, 255}, blue), (Pixel{97, 48, 0, 255}));
+    const RGB32 red = {10, 130, 250, 255};
+    EXPECT_EQ(blended(blend_lum, {220, 220, 220, 255}, red), (Pixel{169, 212, 255, 255}));
+}
+
 TEST(BlendMode, A_transparent_layer_changes_nothing) {
     for (BlendMode mode : kAll)
         EXPECT_EQ(blended(mode, {1, 2, 3, 0}, {4, 5, 6, 77}), (Pixel{4, 5, 6, 77})) << std::hex << mode;
@@ -117,6 +127,20 @@ TEST(BlendMode, Masks_scale_the_opacity_of_what_lies_below) {
     EXPECT_EQ(blended(blend_smas, {0, 0, 0, 255}, {1, 2, 3, 200}), (Pixel{1, 2, 3, 0}));
     EXPECT_EQ(blended(blend_smas, {128, 128, 128, 255}, {1, 2, 3, 255}), (Pixel{1, 2, 3, 128}));
     EXPECT_EQ(blended(blend_gams, {128, 128, 128, 255}, {1, 2, 3, 255}), (Pixel{1, 2, 3, 56})) << "0.502^2.2 = 0.2195";
+}
+
+TEST(BlendMode, Dissolving_takes_other_pixels_in_each_row) {
+    std::vector<std::vector<uint8_t>> rows;
+    for (const uint32_t y : {0, 1, 2}) {
+        std::vector<RGB32> upper(100, RGB32{1, 1, 1, 128}), lower(100, RGB32{0, 0, 0, 255});
+        blend_row(blend_diss, upper.data(), lower.data(), 100, 0, y);
+        std::vector<uint8_t>& row = rows.emplace_back();
+        for (const RGB32& pixel : lower)
+            row.push_back(pixel.blue);
+    }
+    EXPECT_NE(rows[0], rows[1]);
+    EXPECT_NE(rows[1], rows[2]);
+    EXPECT_NE(rows[0], rows[2]);
 }
 
 TEST(BlendMode, Dissolving_takes_as_many_pixels_as_the_layer_is_opaque) {

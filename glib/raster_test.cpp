@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "glib/canvas.h"
+#include "glib/pixel_buffer.h"
 
 namespace glib {
 
@@ -166,6 +167,20 @@ TEST(ScaleRaster, A_picture_higher_than_the_resampler_takes_shrinks_all_the_same
     EXPECT_EQ(target.row(3)[0], 200);
 }
 
+// Black and white stripes of 70 pixels each, of which 7 become one: they must not run into each other.
+TEST(ScaleRaster, A_picture_wider_than_the_resampler_takes_stays_sharp) {
+    constexpr uint32_t kStripe = 70, kStripes = 1000;
+    Raster source, target;
+    ASSERT_TRUE(source.CreateUnbounded(kStripe * kStripes, 1, 24));
+    for (uint32_t x = 0; x < kStripe * kStripes; ++x)
+        for (uint32_t channel = 0; channel < 3; ++channel)
+            source.row(0)[x * 3 + channel] = x / kStripe % 2 ? 255 : 0;
+    ASSERT_EQ(scale_raster(source, target, kStripes * 10, 1, 1), RCOK);
+    ASSERT_EQ(target.width(), kStripes * 10);
+    for (uint32_t i = 0; i < kStripes; ++i)
+        EXPECT_NEAR(target.row(0)[(i * 10 + 5) * 3], i % 2 ? 255 : 0, 16) << i;
+}
+
 TEST(ScaleRaster, A_transparent_colour_becomes_an_opacity) {
     Raster source, target;
     ASSERT_TRUE(source.Create(2, 1, 8));
@@ -241,8 +256,17 @@ TEST(Convert16To24, Takes_the_masks_it_is_given) {
     EXPECT_EQ(bgr(0x07E0, masks_565), 0x00FF00u);
     EXPECT_EQ(bgr(0x0400, masks_565), 0x008200u) << "32/63 of 255 is 129.5";
     EXPECT_EQ(bgr(0x8000, {0x8000, 0, 0}), 0xFF0000u) << "one bit is full intensity";
+    EXPECT_EQ(bgr(0x0001, {0x0001, 0x0002, 0x0004}), 0xFF0000u) << "the lowest, too";
     EXPECT_EQ(bgr(0xFFFF, {0, 0, 0}), 0x000000u);
     EXPECT_EQ(bgr(0x1234, {0xFFFFFFFF, 0, 0}), 0x120000u) << "bits beyond the pixel don't count";
+}
+
+TEST(PixelBuffer, Allocating_again_gives_up_what_it_held) {
+    PixelBuffer buffer;
+    ASSERT_TRUE(buffer.Allocate(100));
+    buffer.data()[49] = 1;
+    ASSERT_TRUE(buffer.Allocate(50));
+    EXPECT_EQ(buffer.data()[49], 0);
 }
 
 } // namespace

@@ -439,6 +439,7 @@ TEST(Slide, A_clone_is_a_page_of_its_own) {
     page.Clear();
     EXPECT_EQ(page.LayerCount(), 0u);
     EXPECT_EQ(page.width(), 0u);
+    EXPECT_FALSE(page.rect.is_set());
     ASSERT_EQ(copy->LayerCount(), 2u);
     EXPECT_EQ(pixel_of(copy->LayerAt(0), 0, 0).blue, 10);
     EXPECT_EQ(copy->LayerAt(1).blend_mode, blend_mul);

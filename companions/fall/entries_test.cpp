@@ -177,6 +177,8 @@ TEST(Fall, A_good_file_of_a_kind_that_is_not_read_is_not_called_damaged) {
     EXPECT_EQ(refusal(image_psd, {{25, 5}}), glib::BADI);
     EXPECT_EQ(refusal(image_psd, {{23, 32}}), glib::NSUP);
     EXPECT_EQ(refusal(image_psd, {{23, 1}, {25, 0}}), glib::NSUP);
+    EXPECT_EQ(refusal(image_psd, {{23, 16}, {25, 4}}), glib::NSUP) << "CMYK of 16 bits";
+    EXPECT_EQ(refusal(image_psd, {{23, 16}, {39, 9}}), glib::BADI) << "of 16 bits, as they are read, but damaged";
     EXPECT_EQ(refusal(image_psd, {{23, 7}}), glib::BADI);
     EXPECT_EQ(refusal(image_psd, {{5, 2}}), glib::NSUP) << "a large document";
     EXPECT_EQ(refusal(image_psd, {{5, 3}}), glib::BADI);

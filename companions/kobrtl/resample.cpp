@@ -214,8 +214,7 @@ bool Resampler::scale_band(unsigned y, const Strip& strip) {
             m_kernels.horizontal(run, rows);
         else
             m_kernels.horizontal_weighted(run, rows);
-        // The last one, done or not, still says which pixels the window must keep.
-        next = run.end < strip.end ? run.end : strip.end - 1;
+        next = run.end;
     }
     m_known_opaque = m_first_row + m_row_count;
     return true;

@@ -300,4 +300,16 @@ TEST_F(ImageTest, Version_that_leaves_its_resources_or_the_module_is_not_read) {
     EXPECT_TRUE(image().has_version);
 }
 
+TEST_F(ImageTest, Module_may_end_where_addresses_end_and_no_further) {
+    FakeMemory::Bytes bytes(kSize);
+    ASSERT_TRUE(m_memory.read(kBase, bytes.data(), kSize));
+    const faultkit::Address base = faultkit::Address() - kSize;
+    FakeMemory top;
+    top.put(base, bytes);
+    Image image;
+    EXPECT_TRUE(faultkit::read_image(top, base, &image));
+    top.put_u32(base + kHeaders + 24 + 56, kSize + 1);
+    EXPECT_FALSE(faultkit::read_image(top, base, &image));
+}
+
 } // namespace
