@@ -2,6 +2,7 @@
 way, a real dialog, a real message."""
 
 import re
+import signal
 import subprocess
 import sys
 
@@ -10,6 +11,7 @@ import pytest
 from ends import ACCESS_VIOLATION, ENDS
 from testing import report_dialog
 from testing.host import LIBRARY_FILES, Host
+from testing.prefix import WINE
 from testing.processes import REPO, wait_until
 
 SOURCE = (REPO / "tests/cover/ends_host.cpp").read_text("utf-8").splitlines()
@@ -84,22 +86,36 @@ def check(scene, program, argument, outcome):
         return
     assert message, process.output()
     code = scene.stage.machine.choose(*outcome.code) if isinstance(outcome.code, tuple) else outcome.code
-    assert process.returncode == code & 0xFF
+    # Wine itself may fault while it ends a program with several threads.
+    assert process.returncode in (code & 0xFF, -signal.SIGSEGV)
     reason = message.body.decode("windows-1251").partition("Crush Expantion:\n")[2].splitlines()[:40]
     assert any(f"({code:08X})" in line for line in reason), reason
     check_report(scene.trace(message, program), outcome)
 
 
-@pytest.mark.parametrize("end", ENDS, ids=lambda end: end.argument)
+# What RaiseException of the newer Wine leaves in its context is the frame pointer of its caller's caller, so that frames in
+# between that have none of their own can't be found.
+frames_are_lost = pytest.mark.xfail(
+    WINE == "newer", strict=True, raises=AssertionError, reason="Wine 10 notes another frame for what is raised"
+)
+
+
+def ends(*lost):
+    """All of them as parameters; of those that are named, the newer Wine loses the frame."""
+    return [pytest.param(end, id=end.argument, marks=[frames_are_lost] if end.argument in lost else []) for end in ENDS]
+
+
+@pytest.mark.parametrize("end", ends("raise", "uncaught", "uncaught-thread", "noexcept", "assert", "invalid-parameter"))
 def test_by_a_host_of_the_microsoft_abi(scene, end):
     check(scene, "ends_host.exe", end.argument, end.microsoft)
 
 
-@pytest.mark.parametrize("end", ENDS, ids=lambda end: end.argument)
+@pytest.mark.parametrize("end", ends("raise", "assert"))
 def test_by_a_host_of_gcc(scene, end):
     check(scene, "ends_host_gcc.exe", end.argument, end.gcc)
 
 
+@frames_are_lost
 def test_exception_that_a_handler_has_thrown_on_is_reported_where_it_was_thrown_first(scene):
     _, message = scene.end("ends_host.exe", "thrown-on")
     trace = scene.trace(message, "ends_host.exe")
