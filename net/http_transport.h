@@ -9,7 +9,7 @@
 // Headers for which there is no memory throw gen::genlib_out_of_memory.
 #pragma once
 
-#include "base/std_string.h"
+#include "net/destination.h"
 #include "win/handle.h"
 
 #include <wininet.h>
@@ -23,8 +23,9 @@ public:
     static constexpr DWORD kAnswerTime = 60 * 1000; // in milliseconds
     static constexpr DWORD kAnswerSize = 16 << 20;
 
-    // Opens the session as "Lumivale", directly and not through a proxy. Where that fails, every request does.
-    CHttpTransport();
+    // Opens the session under that name; access: INTERNET_OPEN_TYPE_DIRECT, not through a proxy, or another of these.
+    // Where that fails, every request does.
+    explicit CHttpTransport(const char* agent = "Lumivale", DWORD access = INTERNET_OPEN_TYPE_DIRECT);
     ~CHttpTransport();
 
     CHttpTransport(const CHttpTransport&) = delete;
@@ -41,6 +42,16 @@ public:
     // answer. A POST to port 80 goes out in the clear, to any other port over TLS: the port decides, not the scheme.
     const char* Request(const char* url, bool post, const void* body, DWORD length = kTextLength);
 
+    // As Request sends a POST, but to a secure destination over TLS at any port, with a certificate that the system
+    // finds in order, and never otherwise. A redirect of such a server is followed by a GET, so that the body goes
+    // nowhere else, and to another https URL only. Null for an empty destination.
+    const char* Upload(const Destination& to, const void* body, DWORD length);
+
+    // After a failure: there was no connection to the server, so that nothing was sent.
+    bool IsUnreached() const {
+        return m_last_error == ERROR_INTERNET_NAME_NOT_RESOLVED || m_last_error == ERROR_INTERNET_CANNOT_CONNECT;
+    }
+
     // GetLastError() of the last call that failed, kNoUrl, or 0.
     DWORD LastError() const { return m_last_error; }
 
@@ -52,8 +63,9 @@ private:
     };
     using InternetHandle = win::UniqueHandle<InternetTraits>;
 
-    bool Get(const char* url);
-    bool Post(const char* url, const void* body, DWORD length);
+    bool Get(const char* url, DWORD flags);
+    bool Post(const char* url, DWORD flags, const void* body, DWORD length);
+    bool FollowRedirects(CStdString url);
     void SetReceiveTimeout(DWORD milliseconds);
     const char* ReadAnswer();
     DWORD ReadChunk(char* chunk, DWORD size, DWORD start);

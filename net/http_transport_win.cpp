@@ -1,5 +1,6 @@
-// A GET is one call of WinINet's; a POST opens connection and request itself. To any port but 80 a POST goes by TLS,
-// with the certificate's name and dates unchecked. Answers are in malloc's memory: running out is a result.
+// A GET is one call of WinINet's; a POST opens connection and request itself. To any port but 80 a plain POST goes by
+// TLS, with the certificate's name and dates unchecked; to a secure destination each of its flaws is an error. Answers
+// are in malloc's memory: running out is a result.
 #include "net/http_transport.h"
 
 #include <stdlib.h>
@@ -11,6 +12,9 @@ constexpr DWORD kClearFlags = INTERNET_FLAG_NO_CACHE_WRITE;
 constexpr DWORD kSecureFlags = INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_SECURE |
                                INTERNET_FLAG_IGNORE_CERT_CN_INVALID | INTERNET_FLAG_IGNORE_CERT_DATE_INVALID;
 static_assert(kClearFlags == 0x04000000 && kSecureFlags == 0x04803000);
+// Flags that are chosen by the port.
+constexpr DWORD kByPort = 0;
+constexpr DWORD kStrictFlags = INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_SECURE | INTERNET_FLAG_NO_AUTO_REDIRECT;
 
 constexpr DWORD kChunk = 8191;
 
@@ -28,8 +32,9 @@ void copy_text(char* to, const char* text, DWORD length) {
 
 } // namespace
 
-CHttpTransport::CHttpTransport() : m_headers("Content-Type: application/x-www-form-urlencoded") {
-    m_session = InternetHandle(InternetOpenA("Lumivale", INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr, 0));
+CHttpTransport::CHttpTransport(const char* agent, DWORD access)
+    : m_headers("Content-Type: application/x-www-form-urlencoded") {
+    m_session = InternetHandle(InternetOpenA(agent, access, nullptr, nullptr, 0));
     if (!m_session) {
         Fail(GetLastError());
     }
@@ -52,19 +57,56 @@ const char* CHttpTransport::Request(const char* url, bool post, const void* body
         Fail(kNoUrl);
         return nullptr;
     }
-    if (!(post ? Post(url, body, length) : Get(url))) {
+    if (!(post ? Post(url, kByPort, body, length) : Get(url, 0))) {
         return nullptr;
     }
     return ReadAnswer();
 }
 
-bool CHttpTransport::Get(const char* url) {
+const char* CHttpTransport::Upload(const Destination& to, const void* body, DWORD length) {
+    if (to.url.empty()) {
+        Fail(kNoUrl);
+        return nullptr;
+    }
+    if (!Post(to.url.c_str(), to.secure ? kStrictFlags : kByPort, body, length) ||
+        (to.secure && !FollowRedirects(to.url))) {
+        return nullptr;
+    }
+    return ReadAnswer();
+}
+
+bool CHttpTransport::Get(const char* url, DWORD flags) {
     m_request.reset();
-    m_request = InternetHandle(InternetOpenUrlA(m_session.get(), url, nullptr, 0, 0, 0));
+    m_request = InternetHandle(InternetOpenUrlA(m_session.get(), url, nullptr, 0, flags, 0));
     return m_request || Fail(GetLastError());
 }
 
-bool CHttpTransport::Post(const char* url, const void* body, DWORD length) {
+bool CHttpTransport::FollowRedirects(CStdString url) {
+    for (int left = 5;; --left) {
+        DWORD status = 0;
+        DWORD size = sizeof status;
+        HttpQueryInfoA(m_request.get(), HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &status, &size, nullptr);
+        if (status / 100 != 3) {
+            return true;
+        }
+        CStdString location, next;
+        size = INTERNET_MAX_URL_LENGTH;
+        char* const place = location.get_buffer(size);
+        DWORD next_size = size;
+        const bool told = HttpQueryInfoA(m_request.get(), HTTP_QUERY_LOCATION, place, &size, nullptr) &&
+                          InternetCombineUrlA(url.c_str(), place, next.get_buffer(next_size), &next_size, 0);
+        next.release_buffer();
+        if (!told || left == 0 || !destination_of(next.c_str(), false).secure) {
+            return Fail(ERROR_HTTP_REDIRECT_FAILED);
+        }
+        url = next;
+        if (!Get(url.c_str(), kStrictFlags)) {
+            return false;
+        }
+    }
+}
+
+bool CHttpTransport::Post(const char* url, DWORD flags, const void* body, DWORD length) {
     // A part with a length is wanted, by its place in the URL. Extra information is not, so the path keeps the query.
     URL_COMPONENTSA parts = {};
     parts.dwStructSize = sizeof parts;
@@ -91,7 +133,9 @@ bool CHttpTransport::Post(const char* url, const void* body, DWORD length) {
         return Fail(GetLastError());
     }
     const char* accept[] = {"*/*", nullptr};
-    const DWORD flags = parts.nPort == INTERNET_DEFAULT_HTTP_PORT ? kClearFlags : kSecureFlags;
+    if (flags == kByPort) {
+        flags = parts.nPort == INTERNET_DEFAULT_HTTP_PORT ? kClearFlags : kSecureFlags;
+    }
     m_request = InternetHandle(HttpOpenRequestA(m_connection.get(), "POST", path, nullptr, nullptr, accept, flags, 0));
     if (!m_request) {
         return Fail(GetLastError());

@@ -4,20 +4,13 @@
 
 #include "base/floating_point_scope.h"
 #include "capture/screenshot.h"
-#include "net/http_transport.h"
+#include "net/upload.h"
 #include "net/upload_form.h"
 #include "report/destinations.h"
 #include "sysinfo/std_info.h"
 #include "win/guard.h"
 
 namespace {
-
-CStdString form_url() {
-    CStdString url("http://");
-    url += kDestinations.upload_server;
-    url += "/index.php?option=com_mosforms";
-    return url;
-}
 
 // Null is no path, as an empty text is.
 const char* path_or_none(const char* path) {
@@ -66,12 +59,9 @@ bool CCrashReport2::Upload() {
             m_script_path.c_str(), m_config_path.c_str(), m_file_path.c_str(),
             m_log_path.c_str(),    m_screen_path.c_str(), m_system_path.c_str(),
         };
-        CHttpTransport transport;
         CSuperBuffer body;
         upload_form::append_body(body, paths);
-        transport.SetHeaders(upload_form::kRequestHeaders);
-        confirmed =
-            upload_form::confirms(transport.Request(form_url().c_str(), true, body.GetData(), body.GetLength()));
+        confirmed = upload(destination_of(kDestinations.upload_server, false), "Lumivale", body);
     });
     return confirmed;
 }
