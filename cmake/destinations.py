@@ -1,6 +1,8 @@
-"""Writes the header that tells report/destinations_win.cpp where reports go, from the settings of the build.
+"""Writes the header that tells report/destinations_win.cpp what its record holds, from the settings of the build.
 
-usage: destinations.py SUPPORT_ADDRESS UPLOAD_SERVER HEADER
+usage: destinations.py HEADER SETTING=VALUE...
+
+The settings are CMake's cache variables, without WENDAX_.
 """
 
 import pathlib
@@ -11,19 +13,48 @@ import redirect  # pylint: disable=wrong-import-position
 
 
 def literal(text):
-    """As C has it. Neither place can hold a backslash."""
-    return '"' + text.replace('"', '\\"').replace("\r", "\\r").replace("\n", "\\n") + '"'
+    """As C has it."""
+    return (
+        '"'
+        + "".join(
+            chr(byte) if 32 <= byte < 127 and byte not in b'"\\\\?' else f"\\{byte:03o}"
+            for byte in text.encode("cp1251")
+        )
+        + '"'
+    )
+
+
+def switch(word):
+    """As CMake understands it."""
+    return int(word.upper() in ("1", "ON", "YES", "TRUE", "Y"))
+
+
+def values(settings):
+    """{macro: its text}; what can't be is refused under the name of its setting."""
+    makers = {
+        "SUPPORT_ADDRESS": lambda text: literal(redirect.recipient(text)),
+        "UPLOAD_SERVER": lambda text: literal(redirect.host_name(text)),
+        "UPLOAD_URL": lambda text: literal(redirect.upload_address(text)) if text else None,
+        "PRODUCT": lambda text: literal(redirect.name_of("product", text)),
+        "COMPANY": lambda text: literal(redirect.name_of("company", text)),
+        "HOST_PROGRAM": lambda text: literal(redirect.name_of("program", text)),
+        "OWN_PICTURES": switch,
+        "PROXY": switch,
+    }
+    found = {}
+    for name, make in makers.items():
+        try:
+            found[name] = make(settings[name])
+        except redirect.Refused as reason:
+            sys.exit(f"WENDAX_{name}: {reason}")
+    found["UPLOAD_ADDRESS"] = found.pop("UPLOAD_URL") or found.pop("UPLOAD_SERVER")
+    return found
 
 
 def main():
-    address, server, header = sys.argv[1:]
-    try:
-        text = (
-            f"#define WENDAX_SUPPORT_ADDRESS {literal(redirect.recipient(address))}\n"
-            f"#define WENDAX_UPLOAD_SERVER {literal(redirect.host_name(server))}\n"
-        )
-    except redirect.Refused as reason:
-        sys.exit(str(reason))
+    header, *settings = sys.argv[1:]
+    found = values(dict(setting.split("=", 1) for setting in settings))
+    text = "".join(f"#define WENDAX_{name} {value}\n" for name, value in found.items() if name != "UPLOAD_SERVER")
     file = pathlib.Path(header)
     if not file.exists() or file.read_text() != text:  # otherwise what includes it needn't be compiled again
         file.write_text(text)

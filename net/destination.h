@@ -10,6 +10,6 @@ struct Destination {
 };
 
 // What an address means: a host's name or IPv4 address alone stands for plain HTTP. An http or https URL (both in small
-// letters) stands for itself. Either gets the form's path where it has none. The url is empty where the address is empty,
-// has another scheme, or anything but printable ASCII.
+// letters) stands for itself. Either gets the form's path where it has none. The url is empty where the address is
+// empty, has another scheme, or anything but printable ASCII.
 Destination destination_of(const char* address, bool proxy_allowed);

@@ -38,8 +38,8 @@ INSTANTIATE_TEST_SUITE_P(Destination, Address, testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST(Destination, Of_what_is_no_address_is_none) {
-    for (const char* address : {"", "http://", "https://", "ftp://reports.example", "file:///c:/x", "HTTPS://x",
-                                "://x", "a b", "a\r\nb", "a\tb", "\xEF\xF0.example", "a\x7F"}) {
+    for (const char* address : {"", "http://", "https://", "ftp://reports.example", "file:///c:/x", "HTTPS://x", "://x",
+                                "a b", "a\r\nb", "a\tb", "\xEF\xF0.example", "a\x7F"}) {
         EXPECT_STREQ(destination_of(address, true).url.c_str(), "") << address;
     }
 }

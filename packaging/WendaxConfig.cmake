@@ -3,10 +3,11 @@
 #   Wendax::Wendax        the library; a C++ host is compiled with /EHa
 #   Wendax::faultkit      for hosts that call faultkit.dll themselves, to write a minidump
 #   Wendax::glib_headers  for format modules, which link with nothing
-#   wendax_copy_runtime(HOST [PDBS] [SUPPORT_ADDRESS address] [UPLOAD_SERVER host])
+#   wendax_copy_runtime(HOST [PDBS] [SUPPORT_ADDRESS address] [UPLOAD_SERVER host | UPLOAD_URL url] [PRODUCT name]
+#                       [COMPANY name] [PROGRAM file] [OWN_PICTURES] [PROXY])
 #                         puts the DLLs beside the host whenever it is built, on request their PDBs too. An address such as
-#                         "Crash Desk <crashes@example.com>" or a host name is written into the copy of Wendax.dll as the
-#                         place where reports go; that takes Python.
+#                         "Crash Desk <crashes@example.com>", a host name or a URL is written into the copy of Wendax.dll
+#                         as the place where reports go, and the others as tools/redirect.py has them; that takes Python.
 #   Wendax_RUNTIME_FILES  the DLLs as they come, for install(FILES)
 set(Wendax_NOT_FOUND_MESSAGE)
 if(NOT WIN32)
@@ -61,7 +62,9 @@ elseif(CMAKE_CXX_SIMULATE_ID STREQUAL "MSVC")
 endif()
 
 function(wendax_copy_runtime host)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "PDBS" "SUPPORT_ADDRESS;UPLOAD_SERVER" "")
+  set(texts SUPPORT_ADDRESS UPLOAD_SERVER UPLOAD_URL PRODUCT COMPANY PROGRAM)
+  set(switches OWN_PICTURES PROXY)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "PDBS;${switches}" "${texts}" "")
   if(ARG_UNPARSED_ARGUMENTS OR ARG_KEYWORDS_MISSING_VALUES)
     message(FATAL_ERROR
       "wendax_copy_runtime: not understood: ${ARG_UNPARSED_ARGUMENTS} ${ARG_KEYWORDS_MISSING_VALUES}")
@@ -71,17 +74,22 @@ function(wendax_copy_runtime host)
     get_property(pdbs GLOBAL PROPERTY WENDAX_PDBS)
     list(APPEND files ${pdbs})
   endif()
+  set(options)
+  foreach(name IN LISTS texts switches)
+    if(ARG_${name})
+      string(TOLOWER "--${name}" option)
+      string(REPLACE "_" "-" option "${option}")
+      if(name IN_LIST switches)
+        set(ARG_${name} yes)
+      endif()
+      list(APPEND options "${option}" "${ARG_${name}}")
+    endif()
+  endforeach()
   set(redirect)
-  if(ARG_SUPPORT_ADDRESS OR ARG_UPLOAD_SERVER)
+  if(options)
     find_package(Python3 REQUIRED COMPONENTS Interpreter)
     get_property(tool GLOBAL PROPERTY WENDAX_REDIRECT)
-    set(redirect COMMAND "${Python3_EXECUTABLE}" "${tool}" "$<TARGET_FILE_DIR:${host}>/Wendax.dll")
-    if(ARG_SUPPORT_ADDRESS)
-      list(APPEND redirect --support-address "${ARG_SUPPORT_ADDRESS}")
-    endif()
-    if(ARG_UPLOAD_SERVER)
-      list(APPEND redirect --upload-server "${ARG_UPLOAD_SERVER}")
-    endif()
+    set(redirect COMMAND "${Python3_EXECUTABLE}" "${tool}" "$<TARGET_FILE_DIR:${host}>/Wendax.dll" ${options})
   endif()
   add_custom_command(TARGET ${host} POST_BUILD
     COMMAND "${CMAKE_COMMAND}" -E copy_if_different ${files} "$<TARGET_FILE_DIR:${host}>"

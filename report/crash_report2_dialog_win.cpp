@@ -2,6 +2,7 @@
 // successful upload, and stays for another try after a failed one.
 #include "include/wendax.h"
 
+#include "report/destinations.h"
 #include "report/report_scope.h"
 #include "report/running_dialog.h"
 #include "report/report_texts.h"
@@ -12,7 +13,9 @@ class CCrashReport2::CCrushDialog : public report::RunningDialog<CCrashReport2::
 public:
     explicit CCrushDialog(HINSTANCE icon_module) : RunningDialog(icon_module, library_module(), IDD_UPLOAD_REPORT) {}
 
-    void show_icon(HWND) {
+    void show_icon(HWND dialog) {
+        if (kDestinations.own_pictures && icon())
+            SendDlgItemMessageA(dialog, IDC_REPORT_ICON, STM_SETICON, reinterpret_cast<WPARAM>(icon()), 0);
         // Kept: the field is still null, so this dialog shows the icon of its template and not the host's.
         SendMessageA(dialog_window(), WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon()));
         SendMessageA(dialog_window(), WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon()));
@@ -73,7 +76,9 @@ void CCrashReport2::CCrushDialog::upload(HWND dialog) {
         end(dialog, IDOK);
         return;
     }
-    say(dialog, report::kUploadFailureText);
+    char failure[report::kUploadFailureSize];
+    report::upload_failure_text(failure, record_names(kDestinations));
+    say(dialog, failure);
     enable_buttons(dialog, TRUE);
     SetFocus(GetDlgItem(dialog, IDOK)); // which was lost with being disabled
     ignore_typed();

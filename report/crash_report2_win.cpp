@@ -61,7 +61,9 @@ bool CCrashReport2::Upload() {
         };
         CSuperBuffer body;
         upload_form::append_body(body, paths);
-        confirmed = upload(destination_of(kDestinations.upload_server, false), "Lumivale", body);
+        confirmed =
+            upload(destination_of(record_address(kDestinations.upload_address), kDestinations.proxy_allowed != 0),
+                   record_application(kDestinations).name, body);
     });
     return confirmed;
 }
@@ -75,5 +77,5 @@ void CCrashReport2::CreateScreenCopy() {
 }
 
 void CCrashReport2::CreateSystemInfo() {
-    make_file([&] { write_system_info_file(m_system_path); });
+    make_file([&] { write_system_info_file(m_system_path, record_application(kDestinations)); });
 }

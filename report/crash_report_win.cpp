@@ -23,7 +23,7 @@ CStdString system_text() {
     try {
         const gen::Owner<CStdInfo> info(new (std::nothrow) CStdInfo);
         if (info)
-            return info->GetSystemInfoText();
+            return info->GetSystemInfoText(record_application(kDestinations));
     } catch (const gen::genlib_out_of_memory&) {
     }
     return CStdString();
@@ -69,13 +69,14 @@ void CCrashReport::GenerateEmail(int context, const char* product, const char* s
     report::call_as_library([=, this] {
         const CWaitCursor wait;
         CEmailTool mail;
-        const char* const name = product ? product : report::kDefaultProduct;
+        const report::Names names = record_names(kDestinations);
+        const char* const name = product ? product : names.product;
         {
-            const CStdString note = report::screenshot_note(name);
+            const CStdString note = report::screenshot_note(name, names);
             const CStdString debug = debug_text(m_exception);
-            const report::MailText text = report::mail_text(context, name, subject, note, system_text(), debug);
-            mail.Compose(text.subject.c_str(), text.body.c_str(), recipient ? recipient : kDestinations.support_address,
-                         nullptr);
+            const report::MailText text = report::mail_text(context, name, subject, note, system_text(), debug, names);
+            mail.Compose(text.subject.c_str(), text.body.c_str(),
+                         recipient ? recipient : record_address(kDestinations.support_address), nullptr);
         }
         SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_HIGHEST); // Kept: never lowered again.
         for (INT_PTR i = 0; i < m_attachments.GetSize(); ++i)

@@ -4,4 +4,6 @@
 
 #include "destination_settings.h"
 
-const Destinations kDestinations = {"WENDAX REPORTS>", WENDAX_SUPPORT_ADDRESS, WENDAX_UPLOAD_SERVER};
+const Destinations kDestinations = {
+    "WENDAX REPORTS>", WENDAX_SUPPORT_ADDRESS, WENDAX_UPLOAD_ADDRESS, "WENDAX LAYOUT 2", WENDAX_PRODUCT,
+    WENDAX_COMPANY,    WENDAX_HOST_PROGRAM,    WENDAX_OWN_PICTURES,   WENDAX_PROXY,      {}};

@@ -10,53 +10,54 @@ const char kNoDebugText[] = "Debug info is not accessible.\n";
 namespace {
 
 // The texts are what the receiving side knows, slips included: "Report" is capitalised in two subjects only, the main
-// text has a stray Cyrillic letter (Windows-1251) after "Thank you,", and some lines end in a blank.
+// text has a stray Cyrillic letter (Windows-1251) after "Thank you,", and some lines end in a blank. \1 stands for the
+// product and \2 for the company.
 
 constexpr char kNoteFormat[] =
     "\n\nPlease note, that %s has created a screenshot of your desktop. That screenshot will help developers fix the "
-    "problem. If you don't want to send screenshot to Torvex, delete file screen_copy.jpg and send report.";
+    "problem. If you don't want to send screenshot to \2, delete file screen_copy.jpg and send report.";
 
 constexpr char kMainBody[] =
     "%s has performed an illegal operation.\n"
     "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
-    "Please send this email to Torvex Support including attachments.\n"
+    "Please send this email to \2 Support including attachments.\n"
     "This will help find and fix this problem faster.%s\n\n"
     "Thank you,\xEE\n"
-    "Torvex Support\n\n"
+    "\2 Support\n\n"
     "PS:%s\n%s\n";
 
 constexpr char kUserBody[] =
     "Dear user,\n\n"
     "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
-    "Please send this email to Torvex Support including attachments: image that program was processing when error "
+    "Please send this email to \2 Support including attachments: image that program was processing when error "
     "occurred, conversion profile and file with command line.\n\n"
     "This will help find and fix this problem faster.%s\n\n"
     "Thank you,\n"
-    "Torvex Support\n\n"
+    "\2 Support\n\n"
     "PS:%s\n%s\n";
 
-constexpr char kEngineBody[] = "Corrowfinder has performed an illegal operation.\n"
+constexpr char kEngineBody[] = "\1 has performed an illegal operation.\n"
                                "It could be caused by graphics engine that incorrectly processed graphics file.\n\n"
-                               "Please send this email to Torvex Support including attachment.\n"
+                               "Please send this email to \2 Support including attachment.\n"
                                "This will help find and fix this problem faster.%s\n\n"
                                "Thank you,\n"
-                               "Torvex Support\n\n"
+                               "\2 Support\n\n"
                                "PS:%s\n%s\n";
 
 constexpr char kWatchBody[] =
-    "Corrowfinder has performed an illegal operation. \n\n"
+    "\1 has performed an illegal operation. \n\n"
     "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
     "This will help find and fix this problem faster.%s\n\n"
     "Thank you,\n"
-    "Torvex Support \n\n"
+    "\2 Support \n\n"
     "PS:%s\n%s\n";
 
 constexpr char kUnknownBody[] =
-    "Corrowfinder has performed an illegal operation.\n\n"
+    "\1 has performed an illegal operation.\n\n"
     "You can help developers to fix this problem by describing your actions that lead to this error.\n\n"
     "This will help find and fix this problem faster.%s\n\n"
     "Thank you,\n"
-    "Torvex Support \n\n"
+    "\2 Support \n\n"
     "PS:%s\n%s\n";
 
 struct Context {
@@ -66,32 +67,39 @@ struct Context {
 
 // Contexts 1 to 6; 0 is put together from the host's own words.
 constexpr Context kContexts[] = {
-    {"Corrowfinder Error Report [Progress]", kUserBody},      {"Corrowfinder Error report [InfoWndWork]", kEngineBody},
-    {"Corrowfinder Error report [InfoRunWork]", kEngineBody}, {"Corrowfinder Error report [User]", kUserBody},
-    {"Corrowfinder Error report [ImageList]", kEngineBody},   {"Corrowfinder Error report [Watch]", kWatchBody},
+    {"\1 Error Report [Progress]", kUserBody},      {"\1 Error report [InfoWndWork]", kEngineBody},
+    {"\1 Error report [InfoRunWork]", kEngineBody}, {"\1 Error report [User]", kUserBody},
+    {"\1 Error report [ImageList]", kEngineBody},   {"\1 Error report [Watch]", kWatchBody},
 };
 constexpr int kContextCount = sizeof(kContexts) / sizeof(kContexts[0]);
-constexpr Context kUnknownContext = {"Corrowfinder Error report [Unknown]", kUnknownBody};
+constexpr Context kUnknownContext = {"\1 Error report [Unknown]", kUnknownBody};
+
+CStdString with_names(const char* text, const Names& names) {
+    CStdString named(text);
+    named.replace_all("\1", names.product);
+    named.replace_all("\2", names.company);
+    return named;
+}
 
 } // namespace
 
-CStdString screenshot_note(const char* product) {
+CStdString screenshot_note(const char* product, const Names& names) {
     CStdString note;
-    note.format(kNoteFormat, product);
+    note.format(with_names(kNoteFormat, names).c_str(), product);
     return note;
 }
 
 MailText mail_text(int context, const char* product, const char* subject, const CStdString& note,
-                   const CStdString& system, const CStdString& debug) {
+                   const CStdString& system, const CStdString& debug, const Names& names) {
     MailText text;
     if (context == 0) {
         text.subject.format("%s %s", product, subject ? subject : "Error Report [Main]");
-        text.body.format(kMainBody, product, note.c_str(), system.c_str(), debug.c_str());
+        text.body.format(with_names(kMainBody, names).c_str(), product, note.c_str(), system.c_str(), debug.c_str());
         return text;
     }
     const Context& chosen = context >= 1 && context <= kContextCount ? kContexts[context - 1] : kUnknownContext;
-    text.subject = chosen.subject;
-    text.body.format(chosen.body, note.c_str(), system.c_str(), debug.c_str());
+    text.subject = with_names(chosen.subject, names);
+    text.body.format(with_names(chosen.body, names).c_str(), note.c_str(), system.c_str(), debug.c_str());
     return text;
 }
 

@@ -103,6 +103,37 @@ TEST(MailText, Other_contexts_use_neither_product_nor_subject) {
     EXPECT_EQ(std::string(text_of(6, "Prod", "mine").body.c_str()).find("Prod"), std::string::npos);
 }
 
+// Each text with other names is the text with those that are built in, but for the names.
+TEST(MailText, Names_of_another_program_take_the_place_of_those_built_in) {
+    const report::Names names = {"Fine Drawing", "Pencil & Co", "draw.exe"};
+    for (const Case& one : kCases) {
+        SCOPED_TRACE(one.context);
+        std::string subject = one.subject, body = std::string(one.body_begins) + one.body_ends;
+        for (std::string* text : {&subject, &body}) {
+            for (size_t at; (at = text->find("Corrowfinder")) != std::string::npos;)
+                text->replace(at, 12, "Fine Drawing");
+            for (size_t at; (at = text->find("Torvex")) != std::string::npos;)
+                text->replace(at, 6, "Pencil & Co");
+        }
+        const report::MailText text = report::mail_text(one.context, "Prod", nullptr, kNote, kSys, kDebug, names);
+        EXPECT_EQ(text.subject.c_str(), subject);
+        EXPECT_EQ(text.body.c_str(), body);
+    }
+    const report::MailText main = report::mail_text(0, "Prod", nullptr, kNote, kSys, kDebug, names);
+    EXPECT_STREQ(main.subject.c_str(), "Prod Error Report [Main]");
+    EXPECT_NE(std::string(main.body.c_str()).find("Thank you,\xEE\nPencil & Co Support\n"), std::string::npos);
+    EXPECT_NE(std::string(main.body.c_str()).find("send this email to Pencil & Co Support"), std::string::npos);
+    EXPECT_NE(std::string(report::screenshot_note("Prod", names).c_str()).find("screenshot to Pencil & Co, delete"),
+              std::string::npos);
+}
+
+TEST(MailText, Names_of_another_program_stand_as_they_are) {
+    const report::Names names = {"Torvex", "Corrowfinder {Date}", "draw.exe"};
+    const report::MailText text = report::mail_text(2, "Prod", nullptr, kNote, kSys, kDebug, names);
+    EXPECT_STREQ(text.subject.c_str(), "Torvex Error report [InfoWndWork]");
+    EXPECT_NE(std::string(text.body.c_str()).find("Thank you,\nCorrowfinder {Date} Support\n"), std::string::npos);
+}
+
 TEST(MailText, Texts_of_the_host_are_no_formats) {
     const report::MailText text =
         report::mail_text(0, "%s%n", "100%d", CStdString("%x"), CStdString("%s"), CStdString("%%"));

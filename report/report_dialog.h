@@ -29,6 +29,8 @@ protected:
     // area and to the front.
     static void settle(HWND dialog);
     void destroy_icon();
+    // Names and pictures of the record, at WM_INITDIALOG.
+    void dress(HWND dialog);
 
     // What was painted reaches the screen for certain only when the thread looks for messages: looks for one that
     // nobody posts. Messages that other threads send are worked on meanwhile.
@@ -56,7 +58,8 @@ private:
     HINSTANCE m_library;
     int m_running = 1;
     int m_result = 0;
-    HICON m_icon; // null when the module has no icon 128
+    HICON m_icon;               // null when the module has no icon 128
+    HBITMAP m_banner = nullptr; // the host's
     KeyFilter m_keys;
 };
 

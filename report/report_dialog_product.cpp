@@ -3,6 +3,7 @@
 #include "report/report_dialog.h"
 
 #include "report/dialog_layout.h"
+#include "report/dialog_names.h"
 #include "resources/ids.h"
 
 namespace report {
@@ -73,11 +74,19 @@ ReportDialog::ReportDialog(HINSTANCE icon_module, HINSTANCE library, int templat
 
 ReportDialog::~ReportDialog() {
     destroy_icon(); // Kept: the window procedure has done so too; a shared icon takes no harm.
+    if (m_banner)
+        DeleteObject(m_banner);
 }
 
 void ReportDialog::destroy_icon() {
     if (m_icon)
         DestroyIcon(m_icon);
+}
+
+void ReportDialog::dress(HWND dialog) {
+    name_program(dialog, kDestinations);
+    if (kDestinations.own_pictures)
+        m_banner = show_own_banner(dialog, m_icon_module);
 }
 
 void ReportDialog::end(HWND dialog, int result) {

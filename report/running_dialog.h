@@ -40,6 +40,7 @@ public:
         switch (message) {
         case WM_INITDIALOG:
             running->show_icon(dialog);
+            running->dress(dialog);
             settle(dialog);
             return 1;
         case WM_DESTROY:

@@ -2,6 +2,7 @@
 #include "sysinfo/std_info.h"
 
 #include <afxwin.h>
+#include <string.h>
 
 #include "win/guard.h"
 #include "win/handle.h"
@@ -19,11 +20,12 @@ bool file_exists(const char* path) {
     return found;
 }
 
-void read_registered_path(HKEY root, CStdString& path) {
+void read_registered_path(HKEY root, const char* file, CStdString& path) {
     constexpr LONG kLimit = 1024;
+    char name[128] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\"; // the rest is NUL
+    strncpy(name + strlen(name), file, 63);
     win::RegistryKey key;
-    if (RegOpenKeyA(root, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Lumivale.exe", key.put()) ==
-        ERROR_SUCCESS) {
+    if (RegOpenKeyA(root, name, key.put()) == ERROR_SUCCESS) {
         LONG size = kLimit;
         const LSTATUS status = RegQueryValueA(key.get(), nullptr, path.get_buffer(kLimit), &size);
         path.release_buffer();
@@ -34,9 +36,9 @@ void read_registered_path(HKEY root, CStdString& path) {
 
 } // namespace
 
-CStdString find_host_application(HKEY root, const char* executable) {
+CStdString find_host_application(HKEY root, const char* executable, const char* file) {
     CStdString path;
-    if (!win::run_guarded([&] { read_registered_path(root, path); }))
+    if (!win::run_guarded([&] { read_registered_path(root, file, path); }))
         path = "";
     if (file_exists(path.c_str()))
         return path;
@@ -45,15 +47,19 @@ CStdString find_host_application(HKEY root, const char* executable) {
     if (backslash < 0)
         return "";
     path = path.left(backslash);
-    path += "\\Lumivale.exe";
+    path += "\\";
+    path += file;
     return path;
 }
 
-CStdString host_application_text(CStdFileInfo& reader, const char* path) {
-    if (!file_exists(path))
-        return "Cannot extract version number of Lumivale";
+CStdString host_application_text(CStdFileInfo& reader, const char* path, const char* name) {
+    if (!file_exists(path)) {
+        CStdString text("Cannot extract version number of ");
+        text += name;
+        return text;
+    }
     reader.Open(path);
-    return describe_host_application(reader.GetVersion());
+    return describe_host_application(reader.GetVersion(), name);
 }
 
 } // namespace sysinfo

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "base/std_string.h"
+#include "sysinfo/host_application.h"
 #include "sysinfo/monitor_info.h"
 #include "sysinfo/printers_info.h"
 #include "sysinfo/processor_info.h"
@@ -25,14 +26,14 @@ public:
     CStdInfo& operator=(const CStdInfo&) = delete;
 
     // The whole text: seven sections under their captions, lines ended by "\n", at most about 32 KiB.
-    CStdString GetSystemInfoText();
+    CStdString GetSystemInfoText(const HostApplication& application = {});
 
     // One section each. The Windows version is the long form.
     CStdString GetWindowsVersionText();
     CStdString GetModuleInfoText(HMODULE module); // null is the executable of the process
     CStdString GetCpuInfoText();
     CStdString GetPrintersText();
-    CStdString GetHostApplicationText();
+    CStdString GetHostApplicationText(const HostApplication& application = {});
 
 private:
     // The order is fixed: the reader, being the last, lets go of its version block before the others end.
@@ -53,20 +54,20 @@ CStdString GetInternetExplorerVersionText();
 // overwriting what is there. path receives the full path in any case; the result is whether the file was written in
 // full, which the report doesn't depend on. Takes the time of building a CStdInfo; needs little stack. Throws
 // gen::genlib_out_of_memory, with path set.
-bool write_system_info_file(CStdString& path);
+bool write_system_info_file(CStdString& path, const HostApplication& application = {});
 
 namespace sysinfo {
 
 // The browser's section, of another library of the browser's.
 CStdString browser_version_text(const char* library);
 
-// The path that is registered for Lumivale.exe below the root, HKEY_LOCAL_MACHINE unless in a test; as it stands there,
-// without regard to quotes and variables. If it names no file: Lumivale.exe in the folder of this executable, whether
+// The path that is registered for the file below the root, HKEY_LOCAL_MACHINE unless in a test; as it stands there,
+// without regard to quotes and variables. If it names no file: that file in the folder of this executable, whether
 // or not it is there. Empty if the executable's path has no backslash, so that no folder is known.
-CStdString find_host_application(HKEY root, const char* executable);
+CStdString find_host_application(HKEY root, const char* executable, const char* file = HostApplication().file);
 
-// The section of the report about the application at this path; "Cannot extract version number of Lumivale" if there is
-// no such file. An empty path is none. The reader is used for it and left with that file.
-CStdString host_application_text(CStdFileInfo& reader, const char* path);
+// The section of the report about the application at this path; "Cannot extract version number of " and its name if
+// there is no such file. An empty path is none. The reader is used for it and left with that file.
+CStdString host_application_text(CStdFileInfo& reader, const char* path, const char* name = HostApplication().name);
 
 } // namespace sysinfo

@@ -21,14 +21,14 @@ CStdInfo::CStdInfo() {
 
 CStdInfo::~CStdInfo() = default;
 
-CStdString CStdInfo::GetSystemInfoText() {
+CStdString CStdInfo::GetSystemInfoText(const HostApplication& application) {
     const CStdString windows = GetWindowsVersionText();
     const CStdString module = GetModuleInfoText(nullptr);
     const CStdString cpu = GetCpuInfoText();
     const CStdString display = m_monitor.GetDisplayText();
     const CStdString browser = GetInternetExplorerVersionText();
     const CStdString printers = GetPrintersText();
-    const CStdString host = GetHostApplicationText();
+    const CStdString host = GetHostApplicationText(application);
     return sysinfo::join_sections({windows.c_str(), module.c_str(), cpu.c_str(), display.c_str(), browser.c_str(),
                                    printers.c_str(), host.c_str()});
 }
@@ -50,11 +50,11 @@ CStdString CStdInfo::GetPrintersText() {
     return m_printers.GetPrintersInfo();
 }
 
-CStdString CStdInfo::GetHostApplicationText() {
+CStdString CStdInfo::GetHostApplicationText(const HostApplication& application) {
     constexpr DWORD kSize = 1024;
     CStdString executable;
     win::run_guarded([&] { win::module_path(nullptr, executable.get_buffer(kSize), kSize); });
     executable.release_buffer();
-    const CStdString path = sysinfo::find_host_application(HKEY_LOCAL_MACHINE, executable.c_str());
-    return sysinfo::host_application_text(m_file_info, path.c_str());
+    const CStdString path = sysinfo::find_host_application(HKEY_LOCAL_MACHINE, executable.c_str(), application.file);
+    return sysinfo::host_application_text(m_file_info, path.c_str(), application.name);
 }

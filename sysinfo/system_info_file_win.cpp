@@ -8,12 +8,12 @@
 #include "win/files.h"
 #include "win/temporary_folder.h"
 
-bool write_system_info_file(CStdString& path) {
+bool write_system_info_file(CStdString& path, const HostApplication& application) {
     path = win::temporary_path("system_info.txt");
     const gen::Owner<CStdInfo> info(new (std::nothrow) CStdInfo);
     if (!info)
         gen::throw_out_of_memory();
-    CStdString text = info->GetSystemInfoText();
+    CStdString text = info->GetSystemInfoText(application);
     text.replace_all("\n", "\r\n"); // the display's line ends bring a CR of their own, and get a second one
     return win::write_whole_file(path.c_str(), text.c_str(), text.length());
 }

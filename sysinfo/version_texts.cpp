@@ -53,10 +53,10 @@ CStdString describe_module(const FileVersion& version) {
     return text;
 }
 
-CStdString describe_host_application(const FileVersion& version) {
+CStdString describe_host_application(const FileVersion& version, const char* name) {
     CStdString text;
     // Kept: no blank behind "Product name:", no colon behind "Build number".
-    text.format("Lumivale module info:\nCompany: %s\nProduct name:%s\nVersion number: %s.%s.%s\nBuild number %s",
+    text.format("%s module info:\nCompany: %s\nProduct name:%s\nVersion number: %s.%s.%s\nBuild number %s", name,
                 version.company.c_str(), version.product.c_str(), version.parts[0].c_str(), version.parts[1].c_str(),
                 version.parts[2].c_str(), version.parts[3].c_str());
     return text;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/std_string.h"
+#include "sysinfo/host_application.h"
 
 namespace sysinfo {
 
@@ -22,7 +23,7 @@ struct FileVersion {
 CStdString describe_module(const FileVersion& version);
 
 // The section of the host application. The parts are printed as they are.
-CStdString describe_host_application(const FileVersion& version);
+CStdString describe_host_application(const FileVersion& version, const char* name = HostApplication().name);
 
 // The section of the browser.
 CStdString describe_browser(unsigned long major, unsigned long minor, unsigned long build);

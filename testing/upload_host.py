@@ -21,6 +21,10 @@ class UploadHost:
         if address:
             redirect(self.folder / "Wendax.dll", "--upload-server", address)
 
+    def redirect(self, *options):
+        """Writes that into the library's record."""
+        redirect(self.folder / "Wendax.dll", *options)
+
     def start(self, **options):
         return self.wine.start(self.exe, cwd=self.folder, **options)
 

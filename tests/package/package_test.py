@@ -208,6 +208,21 @@ class TestPackage:
             listing.write_text(without.replace("runtime(smallest)", f"runtime(smallest SUPPORT_ADDRESS {address})"))
             assert written in (build_host(stage, project) / "Wendax.dll").read_bytes(), address
 
+    def test_reports_speak_of_the_program_that_the_host_names(self, stage):
+        project = stage.artifacts / "project"
+        shutil.copytree(unpacked() / "examples" / "smallest", project)
+        listing = project / "CMakeLists.txt"
+        named = (
+            'runtime(smallest PDBS PRODUCT "Fine Drawing" COMPANY "Pencil & Co" PROGRAM smallest.exe OWN_PICTURES PROXY'
+        )
+        listing.write_text(
+            listing.read_text().replace("runtime(smallest", named + " UPLOAD_URL https://reports.example.com/up")
+        )
+        record = (build_host(stage, project) / "Wendax.dll").read_bytes().partition(b"WENDAX REPORTS>\0")[2][128:]
+        assert record.startswith(b"https://reports.example.com/up\0")
+        names = (b"Fine Drawing".ljust(48, b"\0"), b"Pencil & Co".ljust(48, b"\0"), b"smallest.exe".ljust(64, b"\0"))
+        assert record[144:306] == b"".join(names) + b"\1\1"
+
     def test_misspelt_request_for_the_runtime_is_refused(self, stage):
         project = stage.artifacts / "project"
         shutil.copytree(unpacked() / "examples" / "smallest", project)

@@ -156,6 +156,138 @@ class TestRedirect:
             redirect(stage.product("KOBRTL.dll"), "--upload-server", "b.example")
 
 
+ALL = (
+    *(
+        "--support-address",
+        "Crash Desk <crashes@example.com>",
+        "--upload-url",
+        "https://reports.example.com:8443/up?a=%20",
+    ),
+    *("--product", "Fine Drawing", "--company", "Рога & Копыта", "--program", "draw 2.exe"),
+    *("--own-pictures", "yes", "--proxy", "yes"),
+)
+ALL_SHOWN = [
+    "e-mail reports go to Crash Desk <crashes@example.com>",
+    "upload reports go to https://reports.example.com:8443/up?a=%20",
+    "the product is Fine Drawing",
+    "the company is Рога & Копыта",
+    "the program is draw 2.exe",
+    "dialogs show the program's own pictures",
+    "uploads that reach no server try the system's proxy",
+]
+LAYOUT = b"WENDAX LAYOUT 2\0"
+
+
+class TestNamesAndSwitches:
+    def test_are_all_shown_as_they_were_written_and_the_way_back_is_open(self, dll):
+        before = dll.read_bytes()
+        address, server = (line.rpartition(" ")[2] for line in places_of(dll))
+        redirect(dll, *ALL)
+        assert places_of(dll) == ALL_SHOWN
+        assert len(dll.read_bytes()) == len(before)
+        redirect(dll, "--support-address", address, "--upload-server", server, "--product", "", "--company", "")
+        assert places_of(dll)[2:] == ["the program is draw 2.exe", *ALL_SHOWN[-2:]]
+        redirect(dll, "--program", "", "--own-pictures", "no", "--proxy", "no")
+        assert dll.read_bytes() == before
+
+    def test_are_set_one_without_the_other(self, dll):
+        redirect(dll, *ALL)
+        redirect(dll, "--company", "Pencil")
+        redirect(dll, "--proxy", "no")
+        assert places_of(dll) == [*ALL_SHOWN[:3], "the company is Pencil", *ALL_SHOWN[4:6]]
+
+    @pytest.mark.parametrize(
+        "option, text",
+        (
+            *(
+                ("--upload-url", url)
+                for url in (
+                    "",
+                    "reports.example.com",
+                    "ftp://reports.example.com/",
+                    "https://",
+                    "https://user@reports.example.com/",
+                    "https://reports.example.com:0/",
+                    "https://reports.example.com:65536/",
+                    "https://reports.example.com/a b",
+                    "https://reports.example.com/#part",
+                    "https://отчёты.example.com/",
+                    "http://reports.example.com:8080/",
+                    "https://reports.example.com/" + "x" * 100,
+                )
+            ),
+            *(
+                (option, text)
+                for option in ("--product", "--company")
+                for text in ("100%", "{Date}", 'A "quoted" one', "a\\b", "<a>", " before", "two\nlines", "x" * 41)
+            ),
+            ("--product", "Рога и Копыта"),
+            ("--company", "株式会社"),
+            *(
+                ("--program", name)
+                for name in ("draw", "draw.dll", ".exe", "a\\draw.exe", "a/draw.exe", "рис.exe", "%s.exe")
+            ),
+            ("--program", "x" * 60 + ".exe"),
+        ),
+    )
+    def test_that_can_not_be_are_refused_and_nothing_written(self, dll, option, text):
+        before = dll.read_bytes()
+        with pytest.raises(ValueError, match="is no |is longer than"):
+            redirect(dll, option, text)
+        assert dll.read_bytes() == before
+
+    def test_that_just_fit_are_taken(self, dll):
+        longest = {"--product": "x" * 40, "--company": "я" * 40, "--program": "x" * 59 + ".exe"}
+        for option, text in longest.items():
+            redirect(dll, option, text)
+        assert [line.rpartition(" ")[2] for line in places_of(dll)[2:]] == list(longest.values())
+        redirect(dll, "--upload-url", "HTTP://reports.example.com:80/" + "x" * 97)
+        assert places_of(dll)[1] == "upload reports go to http://reports.example.com:80/" + "x" * 97
+
+    def test_of_server_and_url_one_is_named(self, dll):
+        with pytest.raises(ValueError, match="not allowed with"):
+            redirect(dll, "--upload-server", "a.example", "--upload-url", "https://a.example")
+
+    @pytest.mark.parametrize("place, damaged", ((16, b"x" * 48), (16, b"\x98"), (176, b"\2"), (177, b"y")))
+    def test_that_are_damaged_are_refused(self, dll, place, damaged):
+        content = dll.read_bytes()
+        at = content.index(LAYOUT) + place
+        dll.write_bytes(content[:at] + damaged + content[at + len(damaged) :])
+        with pytest.raises(ValueError, match=r"^redirect: .*Wendax\.dll: this [^\n]*\n$"):
+            redirect(dll)
+
+
+class TestLibraryOfVersion1:
+    """Its record ends with the two addresses."""
+
+    @pytest.fixture
+    def old(self, dll):
+        content = dll.read_bytes()
+        at = content.index(LAYOUT)
+        dll.write_bytes(content[:at] + b"\0" * 208 + content[at + 208 :])
+        return dll
+
+    def test_is_shown_and_its_addresses_are_written(self, old):
+        before = old.read_bytes()
+        redirect(old, "--support-address", "a@b.example", "--upload-server", "reports.example.com")
+        assert places_of(old) == ["e-mail reports go to a@b.example", "upload reports go to reports.example.com"]
+        at = before.index(MARK) + 272
+        assert old.read_bytes()[at:] == before[at:]
+
+    @pytest.mark.parametrize("option, text", zip(ALL[2::2], ALL[3::2]))
+    def test_refuses_what_it_has_no_place_for(self, old, option, text):
+        before = old.read_bytes()
+        with pytest.raises(ValueError, match="is of version 1.0, which"):
+            redirect(old, option, text)
+        assert old.read_bytes() == before
+
+    def test_newer_one_than_the_tool_is_refused(self, dll):
+        dll.write_bytes(dll.read_bytes().replace(LAYOUT, b"WENDAX LAYOUT 3\0"))
+        for options in ((), ("--product", "Fine Drawing")):
+            with pytest.raises(ValueError, match="is newer than this redirect.py"):
+                redirect(dll, *options)
+
+
 class TestBuildSettings:
     def configure(self, stage, *settings):
         command = ["cmake", "--fresh", "--preset", "windows", "-B", stage.artifacts / "build", *settings]
@@ -180,13 +312,38 @@ class TestBuildSettings:
         places = (stage.artifacts / "build" / target).read_bytes().partition(MARK)[2][:256]
         assert places == DESK.ljust(128, b"\0") + b"reports.example.com".ljust(128, b"\0")
 
+    def test_names_and_switches_are_built_in(self, stage):
+        code, told = self.configure(
+            stage,
+            "-DWENDAX_UPLOAD_URL=https://reports.example.com/up",
+            *("-DWENDAX_PRODUCT=Fine Drawing", "-DWENDAX_COMPANY=Рога & Копыта", "-DWENDAX_HOST_PROGRAM=draw.exe"),
+            *("-DWENDAX_OWN_PICTURES=ON", "-DWENDAX_PROXY=ON"),
+        )
+        assert code == 0, told
+        target = "report/CMakeFiles/report.dir/destinations_win.cpp.obj"
+        subprocess.run(
+            ["cmake", "--build", stage.artifacts / "build", "--target", target], check=True, stdout=subprocess.PIPE
+        )
+        record = (stage.artifacts / "build" / target).read_bytes().partition(MARK)[2][128:448]
+        assert record == (
+            b"https://reports.example.com/up".ljust(128, b"\0")
+            + LAYOUT
+            + b"Fine Drawing".ljust(48, b"\0")
+            + "Рога & Копыта".encode("cp1251").ljust(48, b"\0")
+            + b"draw.exe".ljust(64, b"\0")
+            + b"\1\1"
+            + bytes(14)
+        )
+
     @pytest.mark.parametrize(
         "setting, reason",
         (
             ("WENDAX_SUPPORT_ADDRESS=nobody", "'nobody' is no address"),
             ("WENDAX_UPLOAD_SERVER=b.example/path", "'b.example/path' is no host name"),
+            ("WENDAX_UPLOAD_URL=http://b.example:8080", "http is for port 80 alone"),
+            ("WENDAX_PRODUCT=100%", "'100%' is no product"),
         ),
-        ids=("address", "server"),
+        ids=("address", "server", "url", "product"),
     )
     def test_what_is_no_address_ends_the_configuring_with_its_reason(self, stage, setting, reason):
         code, told = self.configure(stage, "-D" + setting)

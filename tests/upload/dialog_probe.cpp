@@ -1,13 +1,31 @@
-// Says what the upload dialog of another process on the same desktop shows: the text of control 19001 as hex in the
-// ANSI code page, then for the buttons 1 and 2 whether each takes clicks. Sends the dialog no message, which might be
-// busy.
+// Says what the report dialog of another process on the same desktop shows: the text of the upload's control 19001 as
+// hex in the ANSI code page, then for the buttons 1 and 2 whether each takes clicks. With an argument instead the texts
+// of all controls, each as a line of hex of its UTF-16. Sends the dialog no message, which might be busy.
 #include <windows.h>
 #include <stdio.h>
 
-int main() {
+namespace {
+
+void print_all_texts(HWND dialog) {
+    for (HWND control = GetWindow(dialog, GW_CHILD); control; control = GetWindow(control, GW_HWNDNEXT)) {
+        wchar_t text[1024] = L"";
+        GetWindowTextW(control, text, 1024);
+        for (const wchar_t* at = text; *at; ++at)
+            printf("%04x", static_cast<unsigned>(*at));
+        puts("");
+    }
+}
+
+} // namespace
+
+int main(int count, char**) {
     const HWND dialog = FindWindowA("#32770", "Software Error Report");
     if (!dialog) {
         puts("none");
+        return 0;
+    }
+    if (count > 1) {
+        print_all_texts(dialog);
         return 0;
     }
     char text[1024] = "";
