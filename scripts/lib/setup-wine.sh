@@ -111,7 +111,7 @@ unpack_packages() {
     while read -r line; do
         options+=("--aptopt=$line")
     done < <(apt-config dump | grep -E "^Acquire::($4).* \"[^\"]+\";\$" || true)
-    as_root env TMPDIR="$tools_dir" mmdebstrap --mode=root --variant=extract --arch=i386 --include=wine,wine32 \
+    as_root env TMPDIR="$tools_dir" mmdebstrap --mode=root --variant=extract --arch=i386 --include=wine,wine32,libgnutls30 \
         --aptopt='Acquire::Retries "3"' "${options[@]}" "$2" "$1" "deb $3 $2 main"
 }
 
