@@ -239,7 +239,7 @@ TEST_F(FaultTextTest, Pdb_of_the_modules_name_in_other_letters_is_not_named) {
 TEST_F(FaultTextTest, Four_parameters_are_shown_at_most) {
     m_facts.code = 0xE0001234;
     m_facts.parameter_count = 6;
-    for (std::uint32_t i = 0; i < 6; ++i)
+    for (std::uint32_t i = 0; i < 4; ++i)
         m_facts.parameters[i] = i + 1;
     EXPECT_EQ(first_line(), "exception (E0001234), parameters 00000001 00000002 00000003 00000004");
 }
