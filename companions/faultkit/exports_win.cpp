@@ -4,8 +4,9 @@
 #include "companions/faultkit/describe/description.h"
 #include "companions/faultkit/describe/dump.h"
 #include "companions/faultkit/faultkit.h"
-#include "win/guard.h"
 #include "companions/faultkit/lock.h"
+#include "companions/faultkit/notes/host_words.h"
+#include "win/guard.h"
 
 namespace {
 
@@ -22,6 +23,17 @@ Result run_locked(Result busy, Result faulted, Step step) {
         return busy;
     Result result = faulted;
     return win::run_guarded(win::kSwallowAll, [&] { result = step(); }) ? result : faulted;
+}
+
+// 1 where the step returns no error; the last error is only set otherwise. Takes no lock of its own: the host calls it
+// all the time.
+template <class Step>
+int told(Step step) {
+    DWORD error = ERROR_NOACCESS;
+    win::run_guarded(win::kSwallowAll, [&] { error = step(); });
+    if (error)
+        SetLastError(error);
+    return error == ERROR_SUCCESS;
 }
 
 } // namespace
@@ -45,6 +57,21 @@ int __cdecl WriteFaultDump(const char* path, EXCEPTION_POINTERS* pointers) {
         run_locked<DWORD>(ERROR_BUSY, ERROR_NOACCESS, [&] { return faultkit::write_dump(path, pointers); });
     SetLastError(error);
     return error == ERROR_SUCCESS;
+}
+
+int __cdecl WriteFaultText(const char* path, EXCEPTION_POINTERS* pointers) {
+    const DWORD error =
+        run_locked<DWORD>(ERROR_BUSY, ERROR_NOACCESS, [&] { return description.write_to_file(path, pointers); });
+    SetLastError(error);
+    return error == ERROR_SUCCESS;
+}
+
+int __cdecl SetFaultValue(const char* key, const char* text) {
+    return told([&] { return faultkit::set_value(key, text); });
+}
+
+int __cdecl AddFaultNote(const char* text) {
+    return told([&] { return faultkit::add_note(text); });
 }
 
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {

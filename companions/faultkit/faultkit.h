@@ -21,6 +21,10 @@ enum FaultkitOptions {
     FAULTKIT_ADDRESS = 8   /**< address in this run of the process, first of all: "00401234" */
 };
 
+/** The key of a value by which a host allows what may be private: set to "1", the reason holds the program's path, its
+ * command line and the current folder too. It isn't listed itself. */
+#define FAULTKIT_PRIVATE "faultkit.private"
+
 #ifdef _WIN32 /* the bits above are for portable code, too */
 
 struct _EXCEPTION_POINTERS;
@@ -29,8 +33,9 @@ struct _EXCEPTION_POINTERS;
 extern "C" {
 #endif
 
-/** Names the fault: exception, access and address, instruction, registers, and the modules of the process with the
- * identity of their PDBs. At most 12 KB. Never null. */
+/** Names the fault: exception, access and address, instruction, registers; its signature; time, program and machine;
+ * the host's values and notes; and the modules of the process with the identity of their PDBs. At most 12 KB. Never
+ * null. */
 const char* __cdecl GetFaultReason(struct _EXCEPTION_POINTERS* pointers);
 
 /** The first line of the stack trace, the faulting instruction; null when there is none. Walks the whole stack and
@@ -48,6 +53,27 @@ const char* __cdecl GetNextStackTraceString(unsigned int options, struct _EXCEPT
  * thread is in here, ERROR_TIMEOUT when it took over a minute on a stack that was used up, ERROR_NOACCESS for a fault
  * on the way, or what the system said. */
 int __cdecl WriteFaultDump(const char* path, struct _EXCEPTION_POINTERS* pointers);
+
+/** Sets a value that stands in the reason as "Value build = nightly-412"; a null or empty text takes it out again. key:
+ * 1 to 31 letters, digits, spaces, '.', '-' or '_'. Of the text at most 127 bytes are kept, and control characters are
+ * shown as '?'. Values are forgotten when the library is unloaded: a host that sets some keeps it loaded. Any thread,
+ * at any time, without allocating. Returns 1, or 0 with GetLastError(): ERROR_INVALID_PARAMETER for such a key,
+ * ERROR_NOACCESS for a pointer that can't be read, ERROR_NOT_ENOUGH_MEMORY when there are 32 other keys (one that was
+ * taken out counts) or a thread was stopped in here. */
+int __cdecl SetFaultValue(const char* key, const char* text);
+
+/** Adds a note, with time and thread: "Note 09:24:10.001 000000E0: opening a.bmp". text: finished, at most 200 bytes of
+ * it are kept. The last 64 stand in the reason, of which the older ones give way where they take more than 2 KB. As
+ * SetFaultValue otherwise; takes about as long as writing the text to memory. Returns 1, or 0 with GetLastError():
+ * ERROR_INVALID_PARAMETER for null, ERROR_NOACCESS, ERROR_BUSY when a thread was stopped in here. */
+int __cdecl AddFaultNote(const char* text);
+
+/** Writes reason and stacks in full to the file `path` (ANSI), replacing what is there: what a message holds of them,
+ * without its bounds, with the whole stacks of all threads. Returns 1, or 0 with no file left behind; then
+ * GetLastError() tells why: ERROR_INVALID_PARAMETER for a null or empty path or pointers that can't be read, ERROR_BUSY
+ * while another thread is in here, ERROR_TIMEOUT when it took over a minute on a stack that was used up, or what the
+ * system said. */
+int __cdecl WriteFaultText(const char* path, struct _EXCEPTION_POINTERS* pointers);
 
 #ifdef __cplusplus
 }

@@ -77,12 +77,31 @@ TextBuilder& TextBuilder::decimal(uint32_t value) {
     return *this;
 }
 
+TextBuilder& TextBuilder::padded(uint32_t value, unsigned digits) {
+    for (uint32_t power = 10; digits > 1; --digits, power *= 10)
+        if (value < power) {
+            for (; digits > 1; --digits)
+                character('0');
+            break;
+        }
+    return decimal(value);
+}
+
 void TextBuilder::cut_to(unsigned length) {
     if (length <= m_length) {
         m_length = length;
         m_storage[m_length] = '\0';
         m_overflowed = false;
     }
+}
+
+void TextBuilder::cut_to_lines(unsigned mark, unsigned most) {
+    if (!m_overflowed && m_length - mark <= most)
+        return;
+    unsigned end = m_length - mark < most ? m_length : mark + most;
+    while (end > mark && m_storage[end] != '\n')
+        --end;
+    cut_to(end);
 }
 
 } // namespace faultkit

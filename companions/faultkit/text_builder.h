@@ -31,6 +31,8 @@ public:
     // "0x" and as many digits as the value needs.
     TextBuilder& short_hex(uint32_t value);
     TextBuilder& decimal(uint32_t value);
+    // With zeros in front, so that there are `digits` of them at least.
+    TextBuilder& padded(uint32_t value, unsigned digits);
 
     const char* c_str() const { return m_storage; }
     unsigned length() const { return m_length; }
@@ -41,6 +43,9 @@ public:
     // Drops everything after the first `length` characters and forgets an overflow: to take back a line that did not
     // fit.
     void cut_to(unsigned length);
+    // Keeps of what was added behind `mark` the first lines that have at most `most` characters, each with the line
+    // feed that it begins with.
+    void cut_to_lines(unsigned mark, unsigned most);
 
 private:
     char* m_storage;

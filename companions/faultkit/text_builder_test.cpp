@@ -106,4 +106,36 @@ TEST(TextBuilder, Cutting_to_more_than_there_is_changes_nothing) {
     EXPECT_STREQ(s.text.c_str(), "one");
 }
 
+TEST(TextBuilder, Padded_numbers_have_zeros_in_front) {
+    char storage[64];
+    faultkit::TextBuilder text(storage);
+    text.padded(7, 2).character(' ').padded(10, 2).character(' ').padded(123, 2).character(' ').padded(0, 3);
+    text.character(' ').padded(99, 3).character(' ').padded(5, 1);
+    EXPECT_STREQ(text.c_str(), "07 10 123 000 099 5");
+}
+
+TEST(TextBuilder, Cut_to_lines_keeps_whole_ones) {
+    char storage[64];
+    faultkit::TextBuilder text(storage);
+    const auto cut = [&](unsigned most) {
+        text.cut_to(0);
+        text.text("head\none\ntwo\nthree").cut_to_lines(4, most);
+        return std::string(text.c_str());
+    };
+    EXPECT_EQ(cut(14), "head\none\ntwo\nthree");
+    EXPECT_EQ(cut(13), "head\none\ntwo");
+    EXPECT_EQ(cut(8), "head\none\ntwo");
+    EXPECT_EQ(cut(7), "head\none");
+    EXPECT_EQ(cut(3), "head");
+    EXPECT_EQ(cut(0), "head");
+}
+
+TEST(TextBuilder, Cut_to_lines_drops_the_one_that_did_not_fit) {
+    char storage[12];
+    faultkit::TextBuilder text(storage);
+    text.text("a\nbb\ncccccccccc").cut_to_lines(1, 100);
+    EXPECT_STREQ(text.c_str(), "a\nbb");
+    EXPECT_FALSE(text.overflowed());
+}
+
 } // namespace

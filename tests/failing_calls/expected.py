@@ -12,6 +12,8 @@ PROGRAM, DISPLAY, BROWSER, PRINTERS, APPLICATION = (
     Part.APPLICATION,
 )
 FAULT, MODULES, STACK, SCREENSHOT = Part.FAULT, Part.MODULES, Part.STACK, Part.SCREENSHOT
+PROCESS = Part.PROCESS
+REASON = FAULT | PROCESS | MODULES
 FILE, DATE, SYSTEM = Part.FILE, Part.DATE, Part.SYSTEM
 
 NONE, NONE_UNTOLD, NO_DIALOG = Outcome(end=End.NONE), Outcome(end=End.NONE_UNTOLD), Outcome(end=End.NO_DIALOG)
@@ -80,7 +82,7 @@ EXPECTED = {
         "SaveJPGImageData": both(without(SCREENSHOT)),
     },
     "faultkit.dll": {
-        "GetFaultReason": mail(without(FAULT, MODULES)),
+        "GetFaultReason": mail(without(REASON)),
         "GetFirstStackTraceString": mail(without(STACK)),
         "GetNextStackTraceString": mail(WHOLE),
     },
@@ -100,11 +102,13 @@ EXPECTED = {
     },
     "kernel32.dll": {
         "CloseHandle": both(WHOLE, without(SCREENSHOT)),
+        "CreateEventA": mail(WHOLE),
         "CreateFileA": mail(WHOLE, without(SCREENSHOT), without(FILE), UNWRITTEN)
         | upload(WHOLE, without(SCREENSHOT), without(FILE), without(SYSTEM)),
         "CreateFileMappingA": mail(without(SCREENSHOT), without(FILE)),
         "DeleteFileA": mail(WHOLE),
         "DuplicateHandle": mail(WHOLE),
+        "FileTimeToLocalFileTime": mail(WHOLE),
         "FindClose": both(WHOLE),
         "FindFirstFileA": mail(WHOLE, without(FILE), without(APPLICATION)) | upload(WHOLE, without(APPLICATION)),
         "FindResourceA": both(NO_DIALOG),
@@ -112,10 +116,9 @@ EXPECTED = {
         "GetEnvironmentVariableA": mail(WHOLE),
         "GetFileSize": mail(without(SCREENSHOT), without(FILE))
         | upload(without(SCREENSHOT), without(FILE), without(SYSTEM)),
-        "GetModuleFileNameA": mail(WHOLE, without(PROGRAM), without(FAULT, MODULES, STACK))
-        | upload(WHOLE, without(PROGRAM)),
+        "GetModuleFileNameA": mail(WHOLE, without(PROGRAM), without(REASON, STACK)) | upload(WHOLE, without(PROGRAM)),
         "GetModuleFileNameW": both(WHOLE),
-        "GetModuleHandleA": mail(WHOLE, without(FAULT, MODULES)) | upload(WHOLE),
+        "GetModuleHandleA": mail(WHOLE, without(PROCESS), without(FAULT, MODULES), without(REASON)) | upload(WHOLE),
         "GetProcAddress": mail(
             WHOLE,
             without(STACK),
@@ -126,12 +129,18 @@ EXPECTED = {
             and_next(and_box(without(SCREENSHOT))),
         )
         | upload(WHOLE, without(SCREENSHOT), and_box(WHOLE), without(BROWSER), and_box(without(SCREENSHOT))),
+        "GetProcessHandleCount": mail(WHOLE),
+        "GetProcessTimes": mail(without(PROCESS)),
         "GetProfileStringA": both(WHOLE),
         "GetSystemDirectoryA": mail(WHOLE),
         "GetTempFileNameA": mail(NONE),
         "GetTempPathA": mail(NONE, without(SCREENSHOT)) | upload(WHOLE),
         "GetTempPathW": both(WHOLE),
+        "GetThreadContext": mail(WHOLE),
+        "GetThreadId": mail(WHOLE),
+        "GetUserDefaultLocaleName": mail(without(PROCESS)),
         "GetVersionExA": both(WHOLE, without(PRINTERS)),
+        "GlobalMemoryStatusEx": mail(without(PROCESS)),
         "HeapAlloc": mail(
             WHOLE,
             NONE,
@@ -142,7 +151,7 @@ EXPECTED = {
             without(PROGRAM),
             without(SYSTEM),
             without(APPLICATION),
-            without(FAULT, MODULES, STACK),
+            without(REASON, STACK),
         )
         | upload(
             WHOLE,
@@ -159,8 +168,9 @@ EXPECTED = {
             and_exception(without(APPLICATION)),
         ),
         "HeapCreate": both(WHOLE, without(SCREENSHOT)),
-        "IsBadCodePtr": mail(without(FAULT, MODULES, STACK)),
+        "IsBadCodePtr": mail(without(REASON, STACK)),
         "IsBadReadPtr": mail(WHOLE, without(FILE)),
+        "IsWow64Process": mail(WHOLE),
         "LoadLibraryA": mail(WHOLE, without(BROWSER)) | upload(without(BROWSER)),
         "LoadLibraryExA": both(WHOLE, without(SCREENSHOT)),
         "LoadResource": both(NO_DIALOG),
@@ -169,12 +179,18 @@ EXPECTED = {
         "QueryPerformanceCounter": both(WHOLE),
         "QueryPerformanceFrequency": both(WHOLE),
         "ReadFile": upload(without(SCREENSHOT), without(FILE), without(SYSTEM)),
+        "ReadProcessMemory": mail(WHOLE),
         "SetThreadPriority": mail(WHOLE),
+        "SuspendThread": mail(WHOLE),
         "UnmapViewOfFile": mail(WHOLE),
         "VirtualAlloc": both(WHOLE, NO_DIALOG, without(SCREENSHOT)),
         "VirtualFree": both(WHOLE),
-        "VirtualQuery": mail(WHOLE, without(MODULES), without(FAULT), without(FAULT, MODULES)),
-        "WideCharToMultiByte": mail(WHOLE, without(MODULES), without(FAULT, MODULES)) | upload(WHOLE),
+        "VirtualQuery": mail(
+            WHOLE, without(MODULES), without(FAULT), without(PROCESS), without(PROCESS, MODULES), without(FAULT, MODULES), without(REASON)
+        ),
+        "WaitForSingleObject": mail(WHOLE),
+        "WideCharToMultiByte": mail(WHOLE, without(MODULES), without(PROCESS), without(FAULT, MODULES), without(REASON))
+        | upload(WHOLE),
         "WriteFile": mail(without(SCREENSHOT), UNWRITTEN) | upload(without(SCREENSHOT), without(SYSTEM)),
     },
     "KOBRTL.dll": {
@@ -187,7 +203,12 @@ EXPECTED = {
         "strftime": mail(without(DATE)),
     },
     "ntdll.dll": {
-        "NtQueryVirtualMemory": mail(WHOLE, without(MODULES), without(FAULT, MODULES)),
+        "NtCreateThreadEx": mail(WHOLE),
+        "NtGetNextThread": mail(WHOLE),
+        "NtOpenProcessToken": mail(without(PROCESS)),
+        "NtQueryInformationToken": mail(without(PROCESS)),
+        "NtQueryVirtualMemory": mail(WHOLE, without(MODULES), without(FAULT, MODULES), without(REASON)),
+        "RtlGetVersion": mail(without(PROCESS)),
     },
     "shdocvw.dll": {
         "DllGetVersion": both(without(BROWSER)),
@@ -204,6 +225,7 @@ EXPECTED = {
         "EnumWindows": both(WHOLE),
         "GetDC": both(WHOLE),
         "GetDlgItem": upload(WHOLE),
+        "GetGuiResources": mail(WHOLE),
         "GetMessageA": mail(NONE) | upload(NONE_UNTOLD),
         "GetSystemMetrics": both(WHOLE, without(SCREENSHOT)),
         "GetWindowInfo": both(WHOLE),

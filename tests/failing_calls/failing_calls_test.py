@@ -25,6 +25,7 @@ LIMIT = 7000 if EVERY else 600  # seconds
 DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")
 FIRST, SPREAD = 4, 5  # of the calls of a function, those that fail
 MUCH_USED = {"HeapAlloc": 40}  # what hangs on one of its calls differs more than with others
+LOOKED_UP = {("user32.dll", "GetGuiResources")}  # where the program has the library, which is not loaded for it
 SOMETIMES = {("user32.dll", "SendMessageA")}  # not called where the dialog's message queue never runs empty
 
 
@@ -47,7 +48,7 @@ def test_the_list_has_every_import_of_the_libraries(stage):
     listed = set(listed_calls())
     assert imported - listed == set()
     libraries = {library for library, _ in imported}
-    assert {call for call in listed - imported if call[0] in libraries} == set()
+    assert {call for call in listed - imported if call[0] in libraries} == LOOKED_UP
 
 
 def sweep(host, outcome_of, names=None):

@@ -18,6 +18,7 @@ class Part(enum.Flag):
     PRINTERS = enum.auto()
     APPLICATION = enum.auto()
     FAULT = enum.auto()
+    PROCESS = enum.auto()
     MODULES = enum.auto()
     STACK = enum.auto()
     SCREENSHOT = enum.auto()
@@ -74,8 +75,11 @@ _SYSTEM_TEXT = re.compile(
     rb"(?P<application>Lumivale.*?\nBuild number[^\n]*|Cannot extract version number of Lumivale)",
     re.DOTALL,
 )
+# What is told of other threads differs: each may be anywhere, and the system starts some of its own.
 _FAULT_TEXT = re.compile(
-    rb"Crush Expantion:\n(?P<fault>.*?)(?:\nModules[^\n]*:\n(?P<modules>.*?))?\n\nStack Trace:\n", re.DOTALL
+    rb"Crush Expantion:\n(?P<fault>.*?)(?:\n(?P<process>Time: .*?))?(?:\nOther threads: .*?)?"
+    rb"(?:\nModules[^\n]*:\n(?P<modules>.*?))?\n\nStack Trace:\n",
+    re.DOTALL,
 )
 _STACK = re.compile(rb"\nStack Trace:\n(?P<stack>.*?)\n*\Z", re.DOTALL)
 _NAMES = {
@@ -87,6 +91,7 @@ _NAMES = {
     Part.PRINTERS: "the printers",
     Part.APPLICATION: "the host application's version",
     Part.FAULT: "the fault's description",
+    Part.PROCESS: "what is told of the process",
     Part.MODULES: "the list of modules",
     Part.STACK: "the whole stack",
     Part.SCREENSHOT: "the screenshot",
@@ -127,6 +132,9 @@ def _parts(found):
 
 def _fault_facts(text):
     facts, stack = _parts(_FAULT_TEXT.search(text)), _STACK.search(text)
+    # Which figures are known; they themselves differ.
+    process = re.sub(rb"#|\d+", b"#", facts.get(Part.PROCESS) or b"")
+    facts[Part.PROCESS] = re.sub(rb" thread\b", b" threads", process)
     # Those of the host and the library; which others of the system are there differs.
     facts[Part.MODULES] = sorted(
         line

@@ -11,6 +11,8 @@ import minidump
 
 REASON = "Crush Expantion:"
 STACK = "Stack Trace:"
+THREADS = "Other threads: "  # begins a line; then each thread has one of these:
+_THREAD = re.compile(r"Thread [0-9A-F]{8}:.*")
 
 _MODULE = re.compile(
     r"(?P<base>(?:[0-9A-F]{8}){1,2}) (?P<size>[0-9A-F]{8}) (?P<stamp>[0-9A-F]{8}) (?P<version>[0-9.]+|-) "
@@ -57,6 +59,8 @@ class Fault:
     reason: list  # the lines in front of the list of modules
     modules: list
     trace: list  # a Frame, or the text of a line that stands for no place
+    # The same of the other threads, from the line with their number on.
+    threads: list = dataclasses.field(default_factory=list)
 
     def module(self, frame):
         """The module of a frame, or None: the list of a report may have been cut."""
@@ -91,7 +95,13 @@ def parse(text):
     reason = before[len(before) - before[::-1].index(REASON) :] if REASON in before else []
     modules = [_module(match) for match in map(_MODULE.fullmatch, reason) if match]
     head = next((at for at, line in enumerate(reason) if line.startswith("Modules (")), len(reason))
-    return Fault([line for line in reason[:head] if line], modules, list(_trace(lines[stack + 1 :])))
+    told = [line for line in reason[:head] if line]
+    trace = list(_trace(lines[stack + 1 :]))
+    # In a message in front of the modules; in a file of its own, in full, behind the stack.
+    at = next((at for at, line in enumerate(told) if line.startswith(THREADS)), len(told))
+    behind = lines[stack + len(trace) + 2 :]
+    threads = told[at:] or (behind if behind and behind[0].startswith(THREADS) else [])
+    return Fault(told[:at], modules, trace, list(_threads(threads)))
 
 
 def _body(content):
@@ -115,6 +125,22 @@ def _module(match):
         match["pdb"] or stem + ".pdb",
         bool(match["gone"]),
     )
+
+
+def _threads(lines):
+    first = False  # each thread's own first frame is where it was stopped
+    for line in lines:
+        if not line.strip():
+            return
+        if _THREAD.fullmatch(line) or line.startswith(THREADS):
+            first = True
+            yield line
+            continue
+        for frame in _trace([line]):
+            if isinstance(frame, Frame):
+                frame = dataclasses.replace(frame, exact=first)
+                first = first and frame.inlined
+            yield frame
 
 
 def _trace(lines):

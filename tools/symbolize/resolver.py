@@ -22,6 +22,7 @@ class NoSymbolizer(Exception):
 @dataclasses.dataclass(frozen=True)
 class Answer:
     lines: list  # of the stack trace
+    threads: list  # lines about the other threads
     remarks: list  # about PDBs
     incomplete: bool  # a PDB was missing or did not match
 
@@ -35,7 +36,7 @@ class _Match:
 
 def resolve(fault, folders):
     """The Answer for a report.Fault and the pdbs.Folders."""
-    frames = [frame for frame in fault.trace if isinstance(frame, report.Frame)]
+    frames = [frame for frame in fault.trace + fault.threads if isinstance(frame, report.Frame)]
     modules = {}
     for frame in frames:
         module = fault.module(frame)
@@ -50,7 +51,9 @@ def resolve(fault, folders):
     remarks = [match.remark for match in modules.values() if match.remark]
     remarks += [f"{name}: the report's list of modules does not have it" for name in unlisted]
     incomplete = bool(unlisted) or any(match.missing for match in modules.values())
-    return Answer(list(_lines(fault, places)), remarks, incomplete)
+    return Answer(
+        list(_lines(fault, fault.trace, places)), list(_lines(fault, fault.threads, places)), remarks, incomplete
+    )
 
 
 def _match(module, folders):
@@ -134,8 +137,8 @@ def instruction(frame):
     return frame.offset if frame.exact or not frame.offset else frame.offset - 1
 
 
-def _lines(fault, places):
-    for frame in fault.trace:
+def _lines(fault, frames, places):
+    for frame in frames:
         if not isinstance(frame, report.Frame):
             yield frame
             continue

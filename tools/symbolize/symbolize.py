@@ -8,8 +8,8 @@ hold the PDBs of the program as it was shipped: a build's output, or a symbol st
 the program itself, as it was before it was stripped. Either is taken only if it belongs to the very module of the report.
 Needs llvm-symbolizer; LLVM_SYMBOLIZER may name it.
 
-Prints the reason, then one line per frame, and last what is missing. Ends with 0, with 1 when a PDB of a module in the
-stack is missing or does not match, with 2 when there is nothing to work on.
+Prints the reason, then one line per frame, the other threads, and last what is missing. Ends with 0, with 1 when a PDB of
+a module in the stacks is missing or does not match, with 2 when there is nothing to work on.
 """
 
 import argparse
@@ -41,6 +41,8 @@ def main(arguments=None):
     print("\n".join(fault.reason))
     print("\nStack trace:")
     print("\n".join(answer.lines))
+    if answer.threads:
+        print("\n" + "\n".join(answer.threads))
     if answer.remarks:
         print("\n" + "\n".join(answer.remarks))
     return 1 if answer.incomplete else 0

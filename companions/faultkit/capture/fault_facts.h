@@ -15,6 +15,12 @@ constexpr uint32_t kAccessViolation = 0xC0000005;
 constexpr uint32_t kInPageError = 0xC0000006;
 constexpr uint32_t kCxxException = 0xE06D7363;
 
+// Raised by the crash-report library where a program ends without a fault. Their parameters are pointers into it.
+constexpr uint32_t kTerminate = 0xE0575801; // type and what() of the exception, pointers of its throw; each may be 0
+constexpr uint32_t kPureCall = 0xE0575802;  // none
+constexpr uint32_t kInvalidParameter = 0xE0575803; // expression, function and file in UTF-16, each may be 0; line
+constexpr uint32_t kAbort = 0xE0575804;            // none
+
 struct FloatState {
     bool has_x87;
     uint16_t x87_control, x87_status;
@@ -35,9 +41,14 @@ struct FaultFacts {
     FloatState floating;
     const char* memory;       // what is at the accessed address, in words; null when not known
     char thrown_type[128];    // of a C++ exception: its decorated type name
+    char thrown_text[204];    // what it says, where that is known
+    bool of_throw;            // registers and address are those of the throw that ended in std::terminate
+    char invalid[3][128];     // of an invalid parameter: expression, function, file; empty where not known
     uint32_t code_byte_count; // bytes at the faulting instruction
     uint8_t code_bytes[16];
     Address executable; // base of the host's executable
+
+    bool is_of_cover() const { return code >= kTerminate && code <= kAbort; }
 };
 
 } // namespace faultkit

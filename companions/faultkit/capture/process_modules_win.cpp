@@ -78,7 +78,7 @@ bool to_ansi(const wchar_t* text, unsigned length, char* to, unsigned size) {
     return count > 0;
 }
 
-void list_process_modules(Memory& memory, ModuleTable* modules) {
+void list_process_modules(Memory& memory, ModuleTable* modules, AddressSpace* space) {
     QueryVirtualMemory* query = nullptr;
     try_twice([&] {
         query = win::function_of<QueryVirtualMemory>(GetModuleHandleA("ntdll.dll"), "NtQueryVirtualMemory");
@@ -87,6 +87,7 @@ void list_process_modules(Memory& memory, ModuleTable* modules) {
     MEMORY_BASIC_INFORMATION region;
     void* last = nullptr;
     Address at = 0;
+    *space = {};
     while (try_twice([&] { return VirtualQuery(reinterpret_cast<void*>(at), &region, sizeof region) != 0; })) {
         if (region.Type == MEM_IMAGE && region.AllocationBase != last) {
             last = region.AllocationBase;
@@ -96,6 +97,10 @@ void list_process_modules(Memory& memory, ModuleTable* modules) {
                 name_module(query, module);
                 modules->commit();
             }
+        }
+        if (region.State == MEM_FREE) {
+            space->free += region.RegionSize;
+            space->largest = region.RegionSize > space->largest ? region.RegionSize : space->largest;
         }
         const Address next = reinterpret_cast<Address>(region.BaseAddress) + region.RegionSize;
         if (next <= at)

@@ -5,6 +5,7 @@
 
 #include "companions/faultkit/capture/fault_facts.h"
 #include "companions/faultkit/capture/module_table.h"
+#include "companions/faultkit/capture/process_facts.h"
 #include "companions/faultkit/memory.h"
 #include "companions/faultkit/capture/unloaded_modules.h"
 #include "win/guard.h"
@@ -16,9 +17,14 @@ struct ExceptionCopy {
     EXCEPTION_RECORD record;
     CONTEXT context;
     bool has_record, has_context; // has_context: with the control registers
+    bool of_throw;                // context and address are of the throw that ended in std::terminate
+    EXCEPTION_RECORD thrown;      // the record of that throw
 
     // The pointers may be null or wrong. Returns false when neither record nor context can be read.
     bool read(Memory& memory, const EXCEPTION_POINTERS* pointers);
+
+private:
+    bool read_both(Memory& memory, const EXCEPTION_POINTERS* pointers);
 };
 
 // In static storage, as it is large.
@@ -34,6 +40,7 @@ public:
     const CONTEXT* context() const { return m_copy.has_context ? &m_copy.context : nullptr; }
     const FaultFacts& facts() const { return m_facts; }
     const ModuleTable& modules() const { return m_modules; }
+    const AddressSpace& space() const { return m_space; }
     // Faults met while modules were listed, and while the facts were gathered; code 0 for none.
     const win::Fault& listing_fault() const { return m_listing_fault; }
     const win::Fault& gathering_fault() const { return m_gathering_fault; }
@@ -41,11 +48,14 @@ public:
 private:
     void list_modules(Memory& memory, const OwnUnloads& own);
     void gather_facts(Memory& memory);
+    void gather_thrown(Memory& memory);
+    void gather_invalid_parameter(Memory& memory);
 
     const EXCEPTION_POINTERS* m_pointers;
     ExceptionCopy m_copy, m_later; // m_later: read last
     FaultFacts m_facts;
     ModuleTable m_modules;
+    AddressSpace m_space;
     win::Fault m_listing_fault, m_gathering_fault;
 };
 

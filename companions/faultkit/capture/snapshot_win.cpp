@@ -10,7 +10,7 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace faultkit {
 
-bool ExceptionCopy::read(Memory& memory, const EXCEPTION_POINTERS* pointers) {
+bool ExceptionCopy::read_both(Memory& memory, const EXCEPTION_POINTERS* pointers) {
     EXCEPTION_POINTERS copied = {};
     memory.read(reinterpret_cast<Address>(pointers), &copied, sizeof copied);
     has_record = copied.ExceptionRecord &&
@@ -25,6 +25,26 @@ bool ExceptionCopy::read(Memory& memory, const EXCEPTION_POINTERS* pointers) {
     if (!has_record && has_context)
         record.ExceptionAddress = reinterpret_cast<void*>(instruction_of(context));
     return has_record || has_context;
+}
+
+bool ExceptionCopy::read(Memory& memory, const EXCEPTION_POINTERS* pointers) {
+    of_throw = false;
+    thrown = EXCEPTION_RECORD();
+    if (!read_both(memory, pointers))
+        return false;
+    if (!has_record || record.ExceptionCode != kTerminate || record.NumberParameters < 3)
+        return true;
+    // The bug is where the exception was thrown. Its pointers may be stale: what was read first stands then.
+    const EXCEPTION_RECORD outer = record;
+    if (!read_both(memory, reinterpret_cast<const EXCEPTION_POINTERS*>(outer.ExceptionInformation[2]))) {
+        read_both(memory, pointers);
+        return true;
+    }
+    of_throw = true;
+    thrown = record;
+    record = outer;
+    record.ExceptionAddress = thrown.ExceptionAddress;
+    return has_record = true;
 }
 
 bool Snapshot::take(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const OwnUnloads& own) {
@@ -49,7 +69,7 @@ bool Snapshot::is_of(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers) 
 }
 
 void Snapshot::list_modules(Memory& memory, const OwnUnloads& own) {
-    list_process_modules(memory, &m_modules);
+    list_process_modules(memory, &m_modules, &m_space);
     list_unloaded_modules(memory, own, &m_modules);
     // This library is usually loaded after the fault, perhaps at the place of the very module that is missing.
     m_modules.drop_newcomer(reinterpret_cast<Address>(&__ImageBase));
@@ -73,12 +93,46 @@ void Snapshot::gather_facts(Memory& memory) {
     }
     if (facts.parameter_count >= 2)
         facts.memory = describe_memory_at(facts.parameters[1]);
-    if (facts.code == kCxxException)
-        read_thrown_type(memory, facts.parameters, facts.parameter_count, facts.thrown_type);
+    gather_thrown(memory);
+    if (facts.code == kInvalidParameter && facts.parameter_count == 4)
+        gather_invalid_parameter(memory);
     // The last bytes of a page may be all there is.
     for (uint32_t size = sizeof facts.code_bytes; size && !facts.code_byte_count; size /= 2)
         if (memory.read(facts.address, facts.code_bytes, size))
             facts.code_byte_count = size;
+}
+
+void Snapshot::gather_thrown(Memory& memory) {
+    FaultFacts& facts = m_facts;
+    facts.of_throw = m_copy.of_throw;
+    const EXCEPTION_RECORD& thrown = m_copy.of_throw ? m_copy.thrown : m_copy.record;
+    if (thrown.ExceptionCode == kCxxException) {
+        Address parameters[4] = {};
+        const uint32_t count = thrown.NumberParameters < 4 ? thrown.NumberParameters : 4;
+        for (uint32_t i = 0; i < count; ++i)
+            parameters[i] = thrown.ExceptionInformation[i];
+        read_thrown_type(memory, parameters, count, facts.thrown_type);
+        read_thrown_text(memory, parameters, count, facts.thrown_text, sizeof facts.thrown_text);
+    }
+    // What the runtime itself knew of the exception.
+    if (facts.code == kTerminate && facts.parameter_count >= 2) {
+        if (facts.parameters[0])
+            memory.read_text(facts.parameters[0], facts.thrown_type, sizeof facts.thrown_type);
+        if (facts.parameters[1])
+            memory.read_text(facts.parameters[1], facts.thrown_text, sizeof facts.thrown_text);
+    }
+}
+
+void Snapshot::gather_invalid_parameter(Memory& memory) {
+    for (unsigned i = 0; i < 3; ++i) {
+        uint16_t text[sizeof m_facts.invalid[0] - 1];
+        unsigned length = 0;
+        while (m_facts.parameters[i] && length < sizeof text / sizeof *text &&
+               memory.read_u16(m_facts.parameters[i] + length * 2, &text[length]) && text[length])
+            ++length;
+        if (length)
+            to_ansi(reinterpret_cast<const wchar_t*>(text), length, m_facts.invalid[i], sizeof m_facts.invalid[i]);
+    }
 }
 
 Address stack_end_for(Address address) {

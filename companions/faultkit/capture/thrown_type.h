@@ -9,4 +9,9 @@ namespace faultkit {
 // becomes empty when the parameters don't lead to one.
 void read_thrown_type(Memory& memory, const Address* parameters, uint32_t count, char (&type)[128]);
 
+// Copies what a C++ exception's object says: the text of a std::exception, which its what() gives unless a class
+// overrides it, or the one that a thrown char* points to. Runs no code of the object's. `text` becomes empty when there
+// is none.
+void read_thrown_text(Memory& memory, const Address* parameters, uint32_t count, char* text, uint32_t size);
+
 } // namespace faultkit

@@ -1,8 +1,10 @@
 // The two texts about a fault, from one snapshot of it.
 #pragma once
 
+#include "companions/faultkit/capture/process_facts.h"
 #include "companions/faultkit/capture/snapshot.h"
 #include "companions/faultkit/describe/trace_text.h"
+#include "companions/faultkit/notes/host_words.h"
 #include "companions/faultkit/walk/stack_walk.h"
 #include "companions/faultkit/walk/symbol_session.h"
 
@@ -23,7 +25,13 @@ public:
     // The next line, null at the trace's end or when this thread did not begin it with these pointers.
     const char* next_line(unsigned options, const EXCEPTION_POINTERS* pointers);
 
+    // WriteFaultText: the reason and all stacks, in full, to the file. Returns 0 or the system's error code.
+    uint32_t write_to_file(const char* path, const EXCEPTION_POINTERS* pointers);
+
 private:
+    // What is made while symbols are at hand, besides the trace.
+    enum Purpose { kTrace, kReason, kFile };
+
     // What the symbol work reads and writes. When its thread is abandoned, it keeps all of this for good.
     struct SymbolWork {
         const Snapshot* snapshot;
@@ -31,6 +39,8 @@ private:
         SymbolSession session;
         StackWalk walk;
         bool with_walk;
+        Description* self;
+        Purpose purpose;
         SourcePlace places[4]; // of the faulting instruction, innermost inlined function first
         win::Fault walking;    // met on the way down the stack
         const char* trouble;   // why symbols are missing; null when all is well
@@ -39,10 +49,19 @@ private:
     enum TraceState { kNone, kAhead, kRead };
 
     static void work_with_symbols(void* work);
-    const SourcePlace& look_up(bool with_walk);
+    const SourcePlace& look_up(Purpose purpose, bool with_walk);
+    void tell(Purpose purpose, SymbolSession* session, const SourcePlace& place, const Trace* trace);
+    void write_file(SymbolSession* session, const SourcePlace& place, const Trace* trace);
     void begin_trace(bool with_symbols);
+    void gather();
+    unsigned other_threads() const { return m_process.threads ? m_process.threads - 1 : 0; }
+    void write_head(TextBuilder& text, const SourcePlace& place, const Trace* trace);
+    void write_reason(TextBuilder& text);
+    void write_last_notes(TextBuilder& text);
 
     Snapshot m_snapshot;
+    ProcessFacts m_process;
+    HostWords m_words;
     SymbolWork m_work;
     Note m_symbol_note;     // why symbols are missing; no text when all is well
     StackWalk m_plain_walk; // where the symbol work came to nothing
@@ -52,6 +71,9 @@ private:
     DWORD m_trace_thread;
     const EXCEPTION_POINTERS* m_trace_pointers;
 
+    char m_threads[3 * 1024]; // what is told of the other threads
+    HANDLE m_file;            // that is written; null between
+    uint32_t m_file_error;
     char m_reason[12 * 1024];
     char m_line[640];
 };

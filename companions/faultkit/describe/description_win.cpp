@@ -2,14 +2,20 @@
 // is asked for next.
 #include "companions/faultkit/describe/description.h"
 
+#include "companions/faultkit/capture/gather.h"
 #include "companions/faultkit/describe/fault_text.h"
+#include "companions/faultkit/describe/process_text.h"
+#include "companions/faultkit/describe/signature_text.h"
+#include "companions/faultkit/describe/stack_text.h"
 #include "companions/faultkit/work_stack.h"
 
 namespace faultkit {
 namespace {
 
 constexpr unsigned kNotesSpace = 400; // characters of the reason kept for the notes behind the modules
+constexpr unsigned kMostNotes = 2048; // characters of the host's notes
 constexpr unsigned kTimeout = 10000;  // milliseconds
+constexpr unsigned kFileTimeout = 60000;
 
 const char kNoLibrary[] = "no symbols: the system has no usable dbghelp.dll";
 const char kLibraryFaulted[] = "symbols are incomplete: dbghelp.dll met a fault, which was swallowed";
@@ -32,25 +38,46 @@ void Description::work_with_symbols(void* data) {
     if (work.with_walk)
         win::run_guarded(win::swallow_and_note(&work.walking),
                          [&] { work.walk.walk(memory, *work.snapshot, &session); });
+    work.trouble = session.fault().code ? kLibraryFaulted : opened ? nullptr : kNoLibrary;
+    work.self->tell(work.purpose, &session, work.places[0], work.with_walk ? &work.walk.trace() : nullptr);
     const uint32_t unloads_before = next_unload_sequence(memory);
     session.close();
     work.own_unloads.add(unloads_before, next_unload_sequence(memory));
-    work.trouble = session.fault().code ? kLibraryFaulted : opened ? nullptr : kNoLibrary;
+    work.trouble = session.fault().code ? kLibraryFaulted : work.trouble;
+}
+
+// What symbols are needed for while they are at hand. session: null where there are none.
+void Description::tell(Purpose purpose, SymbolSession* session, const SourcePlace& place, const Trace* trace) {
+    if (purpose == kReason) {
+        TextBuilder text(m_threads);
+        TextSink out(text);
+        win::run_guarded(win::kSwallowAll, [&] {
+            write_other_threads({memory, m_snapshot, session, out}, other_threads(), true, sizeof m_threads - 1);
+        });
+    } else if (purpose == kFile) {
+        win::run_guarded(win::kSwallowAll, [&] { write_file(session, place, trace); });
+    }
 }
 
 // Does the symbol work on the snapshot, and with it the walk. Returns the place of the faulting instruction.
-const SourcePlace& Description::look_up(bool with_walk) {
+const SourcePlace& Description::look_up(Purpose purpose, bool with_walk) {
     static const SourcePlace kUnknown = {};
     m_symbol_note = {kNoStack, {}};
-    const bool done = !was_abandoned() && [&] {
+    Outcome outcome = Outcome::kAbandoned;
+    if (!was_abandoned()) {
         m_work.snapshot = &m_snapshot;
         m_work.with_walk = with_walk;
-        return run_on_large_stack(work_with_symbols, &m_work, kTimeout) == Outcome::kDone;
-    }();
+        m_work.self = this;
+        m_work.purpose = purpose;
+        outcome = run_on_large_stack(work_with_symbols, &m_work, purpose == kFile ? kFileTimeout : kTimeout);
+    }
+    const bool done = outcome == Outcome::kDone;
     if (done)
         m_symbol_note = {m_work.trouble, m_work.session.fault()};
     if (with_walk)
         begin_trace(done);
+    if (outcome == Outcome::kNoThread)
+        tell(purpose, nullptr, kUnknown, with_walk ? &m_trace.trace() : nullptr);
     return done ? m_work.places[0] : kUnknown;
 }
 
@@ -69,25 +96,147 @@ void Description::begin_trace(bool with_symbols) {
         m_trace.add_note({kWalkFaulted, walking});
 }
 
-const char* Description::reason(const EXCEPTION_POINTERS* pointers) {
-    TextBuilder text(m_reason);
-    if (!m_snapshot.take(memory, pointers, m_work.own_unloads))
-        return text.text("no description: the exception pointers can't be read").c_str();
-    const bool with_walk = m_trace_state != kRead;
-    const SourcePlace& place = look_up(with_walk);
-    if (with_walk)
-        m_trace_state = kAhead;
+// Under guards of their own, so that one that faults leaves the others.
+void Description::gather() {
+    m_words.value_count = m_words.note_count = m_words.notes_before = 0;
+    win::run_guarded(win::kSwallowAll, [&] { m_words.take(); });
+    m_process = ProcessFacts();
+    win::run_guarded(win::kSwallowAll, [&] { gather_process_facts(memory, m_words.with_private(), &m_process); });
+    m_process.space = m_snapshot.space();
+    m_threads[0] = '\0';
+    win::run_guarded(win::kSwallowAll, [&] {
+        m_process.threads = count_other_threads(memory, m_snapshot) + 1;
+        m_process.known |= ProcessFacts::kThreads;
+    });
+}
+
+void Description::write_head(TextBuilder& text, const SourcePlace& place, const Trace* trace) {
+    const FaultFacts& facts = m_snapshot.facts();
+    const TraceLine instruction = {facts.address, FrameOrigin::kInterrupted, place};
+    describe_fault(text, facts, place, m_snapshot.modules());
+    write_signature(text, facts, m_snapshot.modules(), trace ? trace->lines : &instruction, trace ? trace->count : 1);
+    write_time(text, m_process);
+}
+
+// What stands behind the head is kept in this order: values, notes, the program's own modules, threads, the rest. So
+// each is measured before what is kept after it is written.
+void Description::write_reason(TextBuilder& text) {
     const FaultFacts& facts = m_snapshot.facts();
     const ModuleTable& modules = m_snapshot.modules();
-    describe_fault(text, facts, place, modules);
+    const unsigned mark = text.length();
+    const auto write_words = [&] {
+        write_values(text, m_words.values, m_words.value_count);
+        write_notes(text, m_words.notes, m_words.note_count, m_words.notes_before, m_process.time, kMostNotes);
+    };
+    write_words();
+    const unsigned taken = length_of_own_modules(text, facts, modules) + kNotesSpace;
+    unsigned space = text.space() > taken ? text.space() - taken : 0;
+    text.cut_to(mark);
+    const unsigned threads = bounded_length(m_threads, space);
+    space -= threads;
+    write_process(text, m_process, modules.find(facts.executable));
+    text.cut_to_lines(mark, space);
+    write_words();
+    const unsigned before_threads = text.length();
+    text.text(m_threads).cut_to_lines(before_threads, threads);
     list_modules(text, facts, modules, kNotesSpace);
+}
+
+void Description::write_last_notes(TextBuilder& text) {
     const Note notes[] = {m_symbol_note,
                           {kListingFaulted, m_snapshot.listing_fault()},
                           {kGatheringFaulted, m_snapshot.gathering_fault()}};
     for (const Note& note : notes)
         if (note.text && (note.fault.code || &note == notes))
-            write_note(text.character('\n'), modules, note);
+            write_note(text.character('\n'), m_snapshot.modules(), note);
+}
+
+const char* Description::reason(const EXCEPTION_POINTERS* pointers) {
+    TextBuilder text(m_reason);
+    if (!m_snapshot.take(memory, pointers, m_work.own_unloads))
+        return text.text("no description: the exception pointers can't be read").c_str();
+    gather();
+    const bool with_walk = m_trace_state != kRead;
+    const SourcePlace& place = look_up(kReason, with_walk);
+    if (with_walk)
+        m_trace_state = kAhead;
+    write_head(text, place, with_walk ? &m_trace.trace() : nullptr);
+    write_reason(text);
+    write_last_notes(text);
     return text.c_str();
+}
+
+// A text that is taken to the file whenever it has grown.
+class FileOut : public TextSink {
+public:
+    FileOut(TextBuilder& text, HANDLE file) : TextSink(text), m_file(file) {}
+
+    void line_ends() override {
+        if (text.length() > kFull)
+            flush();
+    }
+    void flush() {
+        DWORD written = 0;
+        if (!WriteFile(m_file, text.c_str(), text.length(), &written, nullptr) || written != text.length())
+            error = GetLastError() ? GetLastError() : ERROR_DISK_FULL;
+        text.cut_to(0);
+    }
+
+    DWORD error = ERROR_SUCCESS;
+
+private:
+    static constexpr unsigned kFull = 8 * 1024;
+
+    HANDLE m_file;
+};
+
+void Description::write_file(SymbolSession* session, const SourcePlace& place, const Trace* trace) {
+    static char storage[64 * 1024]; // enough for what grows without an end of line: the list of modules
+    constexpr unsigned kAll = 0xFFFF;
+    TextBuilder text(storage);
+    FileOut out(text, m_file);
+    const StackScene scene = {memory, m_snapshot, session, out};
+    const FaultFacts& facts = m_snapshot.facts();
+    const ModuleTable& modules = m_snapshot.modules();
+    write_head(text.text("Crush Expantion:\n"), place, trace);
+    write_process(text, m_process, modules.find(facts.executable));
+    write_values(text, m_words.values, m_words.value_count);
+    write_notes(text, m_words.notes, m_words.note_count, m_words.notes_before, m_process.time, kAll);
+    out.flush();
+    list_modules(text, facts, modules, 0);
+    m_symbol_note = {m_work.trouble, m_work.session.fault()};
+    write_last_notes(text);
+    text.text("\n\nStack Trace:\n");
+    win::run_guarded(win::kSwallowAll, [&] { write_fault_stack(scene); });
+    write_other_threads(scene, other_threads(), false, 0);
+    text.character('\n');
+    out.flush();
+    m_file_error = out.error;
+}
+
+uint32_t Description::write_to_file(const char* path, const EXCEPTION_POINTERS* pointers) {
+    if (!path || !*path || !m_snapshot.take(memory, pointers, m_work.own_unloads))
+        return ERROR_INVALID_PARAMETER;
+    if (was_abandoned())
+        return ERROR_BUSY;
+    m_file =
+        CreateFileA(path, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (m_file == INVALID_HANDLE_VALUE)
+        return GetLastError() ? GetLastError() : ERROR_GEN_FAILURE;
+    gather();
+    m_file_error = ERROR_NOACCESS;
+    const bool with_walk = m_trace_state != kRead;
+    look_up(kFile, with_walk);
+    if (with_walk)
+        m_trace_state = kAhead;
+    if (was_abandoned()) {
+        DeleteFileA(path); // its writer may still be at it, so the handle stays open
+        return ERROR_TIMEOUT;
+    }
+    CloseHandle(m_file);
+    if (m_file_error)
+        DeleteFileA(path);
+    return m_file_error;
 }
 
 const char* Description::first_line(unsigned options, const EXCEPTION_POINTERS* pointers) {
@@ -96,7 +245,7 @@ const char* Description::first_line(unsigned options, const EXCEPTION_POINTERS* 
     if (!is_ready) {
         if (!m_snapshot.take(memory, pointers, m_work.own_unloads))
             return nullptr;
-        look_up(true);
+        look_up(kTrace, true);
     }
     m_trace_state = kRead;
     m_trace_thread = GetCurrentThreadId();

@@ -52,6 +52,10 @@ const ExceptionName kNames[] = {
     {0x0EEDFADE, "Delphi exception", "raised by code of that compiler"},
     {0xE0434352, "CLR exception", "raised by managed code"},
     {0xE0434F4D, "CLR exception", "raised by managed code of an older runtime"},
+    {kTerminate, "std::terminate", "the program was ended by std::terminate"},
+    {kPureCall, "pure virtual call", "a function was called that the object does not have yet, or any more"},
+    {kInvalidParameter, "invalid parameter", "the C runtime was given an invalid argument"},
+    {kAbort, "abort", "the program called abort"},
     {kCxxException, "C++ exception", "thrown by throw"},
 };
 

@@ -2,6 +2,8 @@
 // left out and counted, those of the system before others.
 #include "companions/faultkit/describe/fault_text.h"
 
+#include <string.h>
+
 #include "companions/faultkit/describe/exception_names.h"
 
 namespace faultkit {
@@ -27,6 +29,40 @@ void describe_access(TextBuilder& text, const FaultFacts& facts) {
         text.text(", the system's reason was ").hex(static_cast<uint32_t>(facts.parameters[2]));
 }
 
+bool has_access(const FaultFacts& facts) {
+    return (facts.code == kAccessViolation || facts.code == kInPageError) && facts.parameter_count >= 2;
+}
+
+// Without the word that some compilers put in front of a type.
+const char* bare_type(const char* type) {
+    static const char* const kWords[] = {"class ", "struct "};
+    for (const char* word : kWords) {
+        const size_t length = strlen(word);
+        if (strncmp(type, word, length) == 0)
+            return type + length;
+    }
+    return type;
+}
+
+void describe_thrown(TextBuilder& text, const FaultFacts& facts) {
+    const char* const type = bare_type(facts.thrown_type);
+    if (type[0])
+        text.text(", type ").name(type, sizeof facts.thrown_type);
+    if (facts.thrown_text[0])
+        text.text(type[0] == '.' && type[1] == 'P' ? ", text \"" : ", what() \"")
+            .name(facts.thrown_text, sizeof facts.thrown_text)
+            .character('"');
+}
+
+void describe_invalid_parameter(TextBuilder& text, const FaultFacts& facts) {
+    const char* const names[] = {", expression ", ", function ", ", file "};
+    for (unsigned i = 0; i < 3; ++i)
+        if (facts.invalid[i][0])
+            text.text(names[i]).name(facts.invalid[i], sizeof facts.invalid[i]);
+    if (facts.invalid[2][0])
+        text.text(" line ").decimal(static_cast<uint32_t>(facts.parameters[3]));
+}
+
 void describe_exception(TextBuilder& text, const FaultFacts& facts) {
     if (!facts.has_record) {
         text.text("exception unknown: its record can't be read");
@@ -34,16 +70,15 @@ void describe_exception(TextBuilder& text, const FaultFacts& facts) {
     }
     const ExceptionName* entry = find_exception_name(facts.code);
     text.text(entry ? entry->name : "exception").text(" (").hex(facts.code).text(")");
-    const bool access = facts.code == kAccessViolation || facts.code == kInPageError;
-    if (access && facts.parameter_count >= 2) {
+    if (has_access(facts)) {
         describe_access(text.text(": "), facts);
         return;
     }
     if (entry && entry->words[0])
         text.text(": ").text(entry->words);
-    if (facts.code == kCxxException && facts.thrown_type[0])
-        text.text(", type ").name(facts.thrown_type, sizeof facts.thrown_type);
-    else if (!entry && facts.parameter_count)
+    describe_thrown(text, facts);
+    describe_invalid_parameter(text, facts);
+    if (!entry && facts.parameter_count)
         text.text(", parameters");
     for (uint32_t i = 0; !entry && i < facts.parameter_count && i < 4; ++i)
         text.character(' ').address(facts.parameters[i]);
@@ -93,6 +128,8 @@ void write_unloaded(TextBuilder& text, const UnloadedModule& module) {
     text.text(" - - ").name(module.name, sizeof module.name).text(" [unloaded]");
 }
 
+const char kModulesHeading[] = "\nModules (base, size, time stamp, version, PDB identity, name):";
+
 // The groups of the list, in their order.
 enum Group { kExecutable, kFaulting, kOfHost, kOfSystem, kGroupCount };
 
@@ -105,6 +142,18 @@ Group group_of(const Module& module, const FaultFacts& facts) {
 }
 
 } // namespace
+
+void write_kind(TextBuilder& text, const FaultFacts& facts) {
+    const ExceptionName* const entry = find_exception_name(facts.code);
+    if (entry)
+        text.text(entry->name);
+    else
+        text.text("exception ").hex(facts.code);
+    if (has_access(facts))
+        text.text(", ").text(access_words(facts));
+    if (facts.thrown_type[0])
+        text.character(' ').name(bare_type(facts.thrown_type), sizeof facts.thrown_type);
+}
 
 void describe_fault(TextBuilder& text, const FaultFacts& facts, const SourcePlace& place, const ModuleTable& modules) {
     describe_exception(text, facts);
@@ -123,10 +172,21 @@ void describe_fault(TextBuilder& text, const FaultFacts& facts, const SourcePlac
     }
 }
 
+unsigned length_of_own_modules(TextBuilder& text, const FaultFacts& facts, const ModuleTable& modules) {
+    const unsigned mark = text.length();
+    text.text(kModulesHeading);
+    for (unsigned i = 0; i < modules.count(); ++i)
+        if (group_of(modules[i], facts) != kOfSystem)
+            write_module(text, modules[i]);
+    const unsigned length = text.length() - mark;
+    text.cut_to(mark);
+    return length;
+}
+
 void list_modules(TextBuilder& text, const FaultFacts& facts, const ModuleTable& modules, unsigned reserve) {
     constexpr unsigned kLastLine = 40;
     unsigned left_out = modules.left_out();
-    text.text("\nModules (base, size, time stamp, version, PDB identity, name):");
+    text.text(kModulesHeading);
     // A line that goes into the reserve is taken back and counted.
     const auto keep_or_count = [&](unsigned mark) {
         if (!text.overflowed() && text.space() >= reserve + kLastLine)

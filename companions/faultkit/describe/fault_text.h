@@ -8,6 +8,10 @@
 
 namespace faultkit {
 
+// The exception's name, with how memory was touched or what was thrown: "EXCEPTION_ACCESS_VIOLATION, written". What
+// faults of one bug have in common on all machines.
+void write_kind(TextBuilder& text, const FaultFacts& facts);
+
 // The first lines: exception in words, instruction, registers. No line end behind the last one.
 // place: of the faulting instruction.
 void describe_fault(TextBuilder& text, const FaultFacts& facts, const SourcePlace& place, const ModuleTable& modules);
@@ -16,6 +20,10 @@ void describe_fault(TextBuilder& text, const FaultFacts& facts, const SourcePlac
 // gone. Leaves `reserve` characters of the text free: what does not fit is counted in a last line. Each line begins
 // with "\n".
 void list_modules(TextBuilder& text, const FaultFacts& facts, const ModuleTable& modules, unsigned reserve);
+
+// Characters that the list's first lines take: of all modules but the system's and those that are gone. Nothing is
+// added to the text.
+unsigned length_of_own_modules(TextBuilder& text, const FaultFacts& facts, const ModuleTable& modules);
 
 // Two to six lines. One source for each kind of process.
 void write_registers(TextBuilder& text, const Registers& registers);

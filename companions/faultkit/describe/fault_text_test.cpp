@@ -114,6 +114,62 @@ TEST_F(FaultTextTest, Thrown_object_shows_its_type) {
     EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, type .?AVCFileException@@");
 }
 
+TEST_F(FaultTextTest, Thrown_exception_shows_what_it_says) {
+    m_facts.code = 0xE06D7363;
+    std::strcpy(m_facts.thrown_type, ".?AVFileException@@");
+    std::strcpy(m_facts.thrown_text, "no\nfile");
+    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, type .?AVFileException@@, what() \"no?file\"");
+    std::strcpy(m_facts.thrown_type, ".PAD");
+    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, type .PAD, text \"no?file\"");
+    m_facts.thrown_type[0] = '\0';
+    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, what() \"no?file\"");
+}
+
+TEST_F(FaultTextTest, Ends_of_the_program_are_put_in_words) {
+    m_facts.parameter_count = 3;
+    m_facts.code = 0xE0575801;
+    EXPECT_EQ(first_line(), "std::terminate (E0575801): the program was ended by std::terminate");
+    std::strcpy(m_facts.thrown_type, "class std::runtime_error");
+    std::strcpy(m_facts.thrown_text, "full");
+    EXPECT_EQ(first_line(), "std::terminate (E0575801): the program was ended by std::terminate, "
+                            "type std::runtime_error, what() \"full\"");
+    std::strcpy(m_facts.thrown_type, "struct Error");
+    EXPECT_NE(first_line().find(", type Error, "), std::string::npos);
+    m_facts.thrown_type[0] = m_facts.thrown_text[0] = '\0';
+    m_facts.parameter_count = 0;
+    m_facts.code = 0xE0575802;
+    EXPECT_EQ(first_line(), "pure virtual call (E0575802): a function was called that the object does not have yet, "
+                            "or any more");
+    m_facts.code = 0xE0575804;
+    EXPECT_EQ(first_line(), "abort (E0575804): the program called abort");
+}
+
+TEST_F(FaultTextTest, Invalid_parameter_shows_what_the_runtime_knows) {
+    m_facts.parameter_count = 4;
+    m_facts.code = 0xE0575803;
+    m_facts.parameters[3] = 41;
+    EXPECT_EQ(first_line(), "invalid parameter (E0575803): the C runtime was given an invalid argument");
+    std::strcpy(m_facts.invalid[0], "format != NULL");
+    std::strcpy(m_facts.invalid[1], "printf");
+    EXPECT_EQ(first_line(), "invalid parameter (E0575803): the C runtime was given an invalid argument, "
+                            "expression format != NULL, function printf");
+    std::strcpy(m_facts.invalid[2], "printf.c");
+    EXPECT_EQ(first_line(), "invalid parameter (E0575803): the C runtime was given an invalid argument, "
+                            "expression format != NULL, function printf, file printf.c line 41");
+}
+
+TEST_F(FaultTextTest, Length_of_own_modules_is_that_of_the_lists_first_lines) {
+    add_module(0x200000, "ntdll.dll", true);
+    add_module(0x300000, "plugin.dll", false);
+    m_process.modules.add_unloaded({0x900000, 0x1000, 0x55667788, "gone.dll"});
+    char storage[4096];
+    faultkit::TextBuilder text(storage);
+    text.text("before");
+    const std::string own = listed().substr(0, listed().find("\n00900000"));
+    EXPECT_EQ(faultkit::length_of_own_modules(text, m_facts, m_process.modules), own.size());
+    EXPECT_STREQ(text.c_str(), "before");
+}
+
 TEST_F(FaultTextTest, Missing_record_is_said) {
     m_facts.has_record = false;
     EXPECT_EQ(first_line(), "exception unknown: its record can't be read");

@@ -26,6 +26,8 @@ public:
     // Begins at the first line. The trace must outlive its text.
     void begin(const Trace& trace);
 
+    const Trace& trace() const { return *m_trace; }
+
     // A last line that says what went wrong on the way.
     void add_note(const Note& note);
 

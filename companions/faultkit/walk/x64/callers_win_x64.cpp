@@ -3,16 +3,12 @@
 
 namespace faultkit {
 
-Frame interrupted_frame(const Snapshot& snapshot) {
-    Frame frame = {snapshot.facts().address, 0, FrameOrigin::kInterrupted, true, {}};
-    if (const CONTEXT* context = snapshot.context()) {
-        frame.pc = context->Rip;
-        frame.sp = context->Rsp;
-        // The context has them in the processor's order.
-        const DWORD64* const registers = &context->Rax;
-        for (unsigned i = 0; i < kRegisterCount; ++i)
-            frame.registers[i] = registers[i];
-    }
+Frame frame_of(const CONTEXT& context) {
+    Frame frame = {context.Rip, context.Rsp, FrameOrigin::kInterrupted, true, {}};
+    // The context has them in the processor's order.
+    const DWORD64* const registers = &context.Rax;
+    for (unsigned i = 0; i < kRegisterCount; ++i)
+        frame.registers[i] = registers[i];
     return frame;
 }
 

@@ -16,11 +16,8 @@ BOOL CALLBACK read_for_walk(HANDLE, DWORD64 address, void* to, DWORD size, DWORD
 
 } // namespace
 
-Frame interrupted_frame(const Snapshot& snapshot) {
-    const Registers& registers = snapshot.facts().registers;
-    if (snapshot.context())
-        return {registers.eip, registers.esp, registers.ebp, FrameOrigin::kInterrupted};
-    return {snapshot.facts().address, 0, 0, FrameOrigin::kInterrupted};
+Frame frame_of(const CONTEXT& context) {
+    return {context.Eip, context.Esp, context.Ebp, FrameOrigin::kInterrupted};
 }
 
 void SymbolSession::walk_one_step(const Frame& frame, Frame* caller, bool* found) {

@@ -1,0 +1,50 @@
+// The other threads of the process: what each was doing, copied while it is stopped for a moment.
+#pragma once
+
+#include <windows.h>
+
+#include "companions/faultkit/memory.h"
+
+namespace faultkit {
+
+// A thread's registers, and a copy of the top of its stack, as they were at one moment.
+class StoppedThread : public Memory {
+public:
+    explicit StoppedThread(ProcessMemory& memory) : m_memory(memory) {}
+
+    bool read(Address address, void* to, uint32_t size) override;
+
+    uint32_t id;
+    CONTEXT context;
+    Address stack, stack_end; // of the whole stack
+    uint32_t copied;          // bytes from its top on
+
+private:
+    ProcessMemory& m_memory;
+};
+
+enum class StopOutcome { kCopied, kRefused, kTimeout };
+
+// Goes through the threads but for two: the one that it runs on, and that of the fault. A thread is stopped by a thread
+// of our own, since stopping one that a driver holds can take for ever; nothing that the stopped one may hold is used
+// until it runs again. What takes too long is given up, with that thread of ours; the library stays in memory then.
+class OtherThreads {
+public:
+    OtherThreads(ProcessMemory& memory, uint32_t faulting) : m_stopped(memory), m_faulting(faulting) {}
+
+    // Stops, copies and releases the next one. Returns false at the end. The copy is good until the next call.
+    bool next(StopOutcome* outcome);
+    // Goes on without stopping any: only their ids are known.
+    bool next_id();
+    // Before it is destroyed: a destructor would not run after a swallowed fault.
+    void end();
+
+    StoppedThread& thread() { return m_stopped; }
+
+private:
+    HANDLE m_thread = nullptr;
+    StoppedThread m_stopped;
+    uint32_t m_faulting;
+};
+
+} // namespace faultkit

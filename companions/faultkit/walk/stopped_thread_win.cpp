@@ -1,0 +1,214 @@
+// While a thread is stopped, nothing but four calls of the system's is made, none of which takes a lock of the process
+// or allocates: its registers, what memory its stack is, a copy of that, and its release.
+#include "companions/faultkit/walk/stopped_thread.h"
+
+#include <string.h>
+
+#include "companions/faultkit/walk/stack_walk.h"
+#include "win/library.h"
+
+namespace faultkit {
+namespace {
+
+constexpr DWORD kTimeout = 1000;            // milliseconds for each thread, and for ours to start
+constexpr unsigned kMostGivenUp = 3;        // threads of ours in the process's life
+constexpr uint32_t kMostCopied = 64 * 1024; // bytes of a stack
+constexpr ULONG kSkipAttach = 2;            // no DLL is told of the thread, for which the loader's lock would be needed
+
+using GetNextThread = LONG NTAPI(HANDLE process, HANDLE thread, ACCESS_MASK, ULONG, ULONG, HANDLE* next);
+using CreateThreadNative = LONG NTAPI(HANDLE* thread, ACCESS_MASK, void*, HANDLE process, void* start, void* argument,
+                                      ULONG flags, SIZE_T, SIZE_T stack, SIZE_T reserve, void*);
+
+char stack_copy[kMostCopied];
+
+// One thread of ours that stops others, and what is passed to it and back. One that was given up keeps its own.
+struct Stopper {
+    enum State : LONG { kAsked, kCopying, kDone, kRefused, kGivenUp, kEnd };
+
+    volatile LONG state;
+    HANDLE self, asked, done;
+    DWORD id;
+    HANDLE target;
+    Address stack;
+    Address stack_end;
+    uint32_t copied;
+    CONTEXT context;
+
+    StopOutcome start();
+    void stop_target();
+    StopOutcome stop(HANDLE thread);
+    void end();
+};
+
+Stopper stoppers[kMostGivenUp + 1];
+unsigned given_up;
+
+void keep_library() {
+    HMODULE self = nullptr;
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<const char*>(&keep_library), &self);
+}
+
+// A wait that fails for once would be taken for a thread that can't be stopped.
+bool wait_for(HANDLE object, DWORD timeout) {
+    DWORD answer = WAIT_FAILED;
+    for (unsigned i = 0; i < 2 && answer == WAIT_FAILED; ++i)
+        answer = WaitForSingleObject(object, timeout);
+    return answer == WAIT_OBJECT_0;
+}
+
+void close(HANDLE& handle) {
+    if (handle)
+        CloseHandle(handle);
+    handle = nullptr;
+}
+
+DWORD WINAPI run_stopper(void* data) {
+    Stopper& stopper = *static_cast<Stopper*>(data);
+    stopper.id = GetCurrentThreadId();
+    SetEvent(stopper.done);
+    while (wait_for(stopper.asked, INFINITE) && stopper.state == Stopper::kAsked) {
+        stopper.stop_target();
+        SetEvent(stopper.done);
+    }
+    return 0;
+}
+
+void Stopper::stop_target() {
+    if (SuspendThread(target) == static_cast<DWORD>(-1)) {
+        InterlockedCompareExchange(&state, kRefused, kAsked);
+        return;
+    }
+    context.ContextFlags = CONTEXT_CONTROL | CONTEXT_INTEGER;
+    const bool known = GetThreadContext(target, &context);
+    if (InterlockedCompareExchange(&state, known ? kCopying : kRefused, kAsked) == kAsked && known) {
+        stack = frame_of(context).sp;
+        MEMORY_BASIC_INFORMATION region;
+        SIZE_T done_bytes = 0;
+        copied = 0;
+        stack_end = stack;
+        if (VirtualQuery(reinterpret_cast<void*>(stack), &region, sizeof region) && region.State == MEM_COMMIT &&
+            !(region.Protect & (PAGE_GUARD | PAGE_NOACCESS))) {
+            stack_end = reinterpret_cast<Address>(region.BaseAddress) + region.RegionSize;
+            const Address rest = stack_end - stack;
+            copied = rest < kMostCopied ? static_cast<uint32_t>(rest) : kMostCopied;
+            if (!ReadProcessMemory(GetCurrentProcess(), reinterpret_cast<void*>(stack), stack_copy, copied,
+                                   &done_bytes))
+                copied = 0;
+        }
+        state = kDone;
+    }
+    ResumeThread(target);
+}
+
+StopOutcome Stopper::start() {
+    if (self)
+        return StopOutcome::kCopied;
+    asked = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    done = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    auto* create = win::function_of<CreateThreadNative>(GetModuleHandleA("ntdll.dll"), "NtCreateThreadEx");
+    state = kAsked;
+    if (asked && done &&
+        (!create || create(&self, THREAD_ALL_ACCESS, nullptr, GetCurrentProcess(),
+                           reinterpret_cast<void*>(&run_stopper), this, kSkipAttach, 0, 0, 0, nullptr) != 0))
+        self = CreateThread(nullptr, 0, run_stopper, this, 0, nullptr);
+    if (!self) {
+        close(asked);
+        close(done);
+        return StopOutcome::kRefused;
+    }
+    if (wait_for(done, kTimeout))
+        return StopOutcome::kCopied;
+    state = kGivenUp;
+    SetEvent(asked);
+    return StopOutcome::kTimeout;
+}
+
+StopOutcome Stopper::stop(HANDLE thread) {
+    target = thread;
+    state = kAsked;
+    SetEvent(asked);
+    // A copy that has begun ends soon, and must not be in the way of the next one.
+    if (!wait_for(done, kTimeout) &&
+        (InterlockedCompareExchange(&state, kGivenUp, kAsked) == kAsked || !wait_for(done, kTimeout)))
+        return StopOutcome::kTimeout;
+    return state == kDone ? StopOutcome::kCopied : StopOutcome::kRefused;
+}
+
+void Stopper::end() {
+    if (!self)
+        return;
+    state = kEnd;
+    SetEvent(asked);
+    if (!wait_for(self, kTimeout))
+        keep_library();
+    close(self);
+    close(asked);
+    close(done);
+}
+
+bool is_stopper(DWORD id) {
+    for (const Stopper& stopper : stoppers)
+        if (stopper.self && stopper.id == id)
+            return true;
+    return false;
+}
+
+} // namespace
+
+bool StoppedThread::read(Address address, void* to, uint32_t size) {
+    // Further down a thread that runs on seldom comes: there its stack is read where it is.
+    if (address - stack > copied || copied - (address - stack) < size)
+        return m_memory.read(address, to, size);
+    memcpy(to, stack_copy + (address - stack), size);
+    return true;
+}
+
+bool OtherThreads::next_id() {
+    static GetNextThread* const kGetNext =
+        win::function_of<GetNextThread>(GetModuleHandleA("ntdll.dll"), "NtGetNextThread");
+    constexpr ACCESS_MASK kAccess = THREAD_SUSPEND_RESUME | THREAD_GET_CONTEXT | THREAD_QUERY_INFORMATION;
+    for (;;) {
+        HANDLE next = nullptr;
+        if (!kGetNext || kGetNext(GetCurrentProcess(), m_thread, kAccess, 0, 0, &next) != 0)
+            return false;
+        close(m_thread);
+        m_thread = next;
+        m_stopped.id = GetThreadId(next);
+        if (m_stopped.id && m_stopped.id != m_faulting && m_stopped.id != GetCurrentThreadId() &&
+            !is_stopper(m_stopped.id))
+            return true;
+    }
+}
+
+bool OtherThreads::next(StopOutcome* outcome) {
+    if (!next_id())
+        return false;
+    *outcome = StopOutcome::kTimeout;
+    if (given_up > kMostGivenUp)
+        return true;
+    Stopper& stopper = stoppers[given_up];
+    *outcome = stopper.start();
+    if (*outcome == StopOutcome::kCopied)
+        *outcome = stopper.stop(m_thread);
+    if (*outcome == StopOutcome::kTimeout) {
+        // One that is still copying leaves no space for another.
+        given_up = stopper.state == Stopper::kGivenUp ? given_up + 1 : kMostGivenUp + 1;
+        keep_library();
+        // It still uses the handle; a second one goes on from here.
+        DuplicateHandle(GetCurrentProcess(), m_thread, GetCurrentProcess(), &m_thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
+    }
+    m_stopped.context = stopper.context;
+    m_stopped.stack = stopper.stack;
+    m_stopped.stack_end = stopper.stack_end;
+    m_stopped.copied = stopper.copied;
+    return true;
+}
+
+void OtherThreads::end() {
+    close(m_thread);
+    if (given_up <= kMostGivenUp)
+        stoppers[given_up].end();
+}
+
+} // namespace faultkit

@@ -1,0 +1,115 @@
+#include "tests/faultkit/companion_threads.h"
+
+#include <stdint.h>
+#include <string.h>
+
+namespace {
+
+constexpr unsigned kMostStarted = 80;
+DWORD started[kMostStarted];
+unsigned started_count;
+HANDLE at_it;
+volatile LONG spins;
+
+void wait_for_ever() {
+    SetEvent(at_it);
+    Sleep(INFINITE);
+}
+
+void spin() {
+    SetEvent(at_it);
+    for (;;)
+        spins = spins + 1;
+}
+
+void use_heap() {
+    SetEvent(at_it);
+    for (;;) {
+        void* const block = HeapAlloc(GetProcessHeap(), 0, 1000 + (spins & 0xFFF));
+        spins = spins + 1;
+        HeapFree(GetProcessHeap(), 0, block);
+    }
+}
+
+void use_loader() {
+    SetEvent(at_it);
+    for (;;)
+        FreeLibrary(LoadLibraryA("version.dll"));
+}
+
+void hold_heap() {
+    HeapLock(GetProcessHeap());
+    SetEvent(at_it);
+    Sleep(2000);
+    HeapUnlock(GetProcessHeap());
+    Sleep(INFINITE);
+}
+
+void __attribute__((noinline)) go_deep(int depth) {
+    if (depth)
+        go_deep(depth - 1);
+    else
+        wait_for_ever();
+    spins = spins + 1;
+}
+
+void wait_deep() {
+    go_deep(3000);
+}
+
+const struct {
+    const char* name;
+    void (*run)();
+} kKinds[] = {{"wait", wait_for_ever},     {"spin", spin},           {"heap", use_heap},
+              {"loader", use_loader},      {"hold-heap", hold_heap}, {"suspended", wait_for_ever},
+              {"refusing", wait_for_ever}, {"deep", wait_deep}};
+
+DWORD WINAPI companion_main(void* run) {
+    reinterpret_cast<void (*)()>(run)();
+    return 0;
+}
+
+BOOL WINAPI never_get(HANDLE thread, CONTEXT* context) {
+    for (unsigned i = 0; i < started_count; ++i)
+        if (GetThreadId(thread) == started[i])
+            Sleep(INFINITE);
+    return GetThreadContext(thread, context);
+}
+
+} // namespace
+
+void start_companion(const char* kind) {
+    at_it = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    for (const auto& one : kKinds) {
+        if (strcmp(one.name, kind) != 0)
+            continue;
+        const bool suspended = strcmp(kind, "suspended") == 0;
+        const HANDLE thread = CreateThread(nullptr, 0, companion_main, reinterpret_cast<void*>(one.run),
+                                           suspended ? CREATE_SUSPENDED : 0, &started[started_count++]);
+        if (!suspended)
+            WaitForSingleObject(at_it, INFINITE);
+        if (strcmp(kind, "refusing") == 0)
+            while (SuspendThread(thread) != static_cast<DWORD>(-1)) {
+            }
+    }
+}
+
+void keep_registers_back(HMODULE library) {
+    uint8_t* const base = reinterpret_cast<uint8_t*>(library);
+    const auto* dos = reinterpret_cast<IMAGE_DOS_HEADER*>(base);
+    const auto* headers = reinterpret_cast<IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+    const auto& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    for (auto* from = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + directory.VirtualAddress); from->Name; ++from) {
+        auto* names = reinterpret_cast<IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
+        auto* addresses = reinterpret_cast<IMAGE_THUNK_DATA*>(base + from->FirstThunk);
+        for (; names->u1.AddressOfData; ++names, ++addresses) {
+            const auto* name = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
+            if (strcmp(reinterpret_cast<const char*>(name->Name), "GetThreadContext") != 0)
+                continue;
+            DWORD before;
+            VirtualProtect(addresses, sizeof *addresses, PAGE_READWRITE, &before);
+            addresses->u1.Function = reinterpret_cast<uintptr_t>(&never_get);
+            VirtualProtect(addresses, sizeof *addresses, before, &before);
+        }
+    }
+}

@@ -1,0 +1,64 @@
+"""Ends of a program that are no faults, and C++ exceptions, in words."""
+
+import re
+
+import pytest
+
+HOST = ("telling_host.exe", "faultkit.dll", "telling_host.pdb")
+ENDINGS = {
+    "terminate": "std::terminate (E0575801): the program was ended by std::terminate, "
+    'type std::runtime_error, what() "the disk is full"',
+    "terminate-bare": "std::terminate (E0575801): the program was ended by std::terminate",
+    "pure-call": "pure virtual call (E0575802): a function was called that the object does not have yet, or any more",
+    "invalid-parameter": "invalid parameter (E0575803): the C runtime was given an invalid argument, "
+    "expression format != nullptr, function print_all, file printing.cpp line 41",
+    "invalid-unknown": "invalid parameter (E0575803): the C runtime was given an invalid argument",
+    "abort": "abort (E0575804): the program called abort",
+}
+
+
+@pytest.fixture
+def ended(describer):
+    def end(ending):
+        folder = describer.folder(*HOST)
+        return describer.describe_one("fault", ending, folder=folder, host="telling_host.exe")
+
+    return end
+
+
+@pytest.mark.parametrize("ending", ENDINGS)
+def test_end_is_put_in_words_with_what_the_runtime_knew(ended, ending):
+    assert ended(ending).reason[0] == ENDINGS[ending]
+
+
+def test_thrown_exception_has_its_type_and_what_it_says(ended):
+    description = ended("throw-derived")
+    assert re.fullmatch(
+        r'C\+\+ exception \(E06D7363\): thrown by throw, type \.\?AVFileError@\S+@@, what\(\) "cannot open "a\.bmp"\?"',
+        description.reason[0],
+    )
+    assert "throw_derived" in description.functions
+
+
+def test_thrown_text_is_shown(ended):
+    assert re.fullmatch(
+        r'C\+\+ exception \(E06D7363\): thrown by throw, type \.PE?AD, text "out of cheese"',
+        ended("throw-text").reason[0],
+    )
+
+
+def test_end_by_an_exception_shows_the_stack_of_its_throw(ended):
+    description = ended("terminate-throw")
+    assert re.fullmatch(
+        r"std::terminate \(E0575801\): the program was ended by std::terminate, type \.\?AVFileError@\S+@@, "
+        r'what\(\) "cannot open "a\.bmp"\?"',
+        description.reason[0],
+    )
+    own = [
+        function
+        for function, frame in zip(description.functions, description.frames)
+        if frame["module"] == "telling_host.exe"
+    ]
+    assert own[:2] == ["throw_derived", "terminate_throw"]
+    (names,) = [line for line in description.reason if line.startswith("Signature names: ")]
+    assert re.search(r" \| telling_host\.exe![^|]*throw_derived \| telling_host\.exe![^|]*terminate_throw \| ", names)

@@ -1,0 +1,182 @@
+// A host that tells faultkit.dll what it does, has other threads, and then fails. faultkit.dll stays loaded from the
+// start.
+//
+// usage: telling_host COMMAND...
+//   value KEY TEXT      sets a value; TEXT "-" takes it out, "bad" is a bad pointer
+//   note TEXT           adds a note; TEXT "bad" is a bad pointer
+//   long-note LENGTH    adds a note of so many letters
+//   flood COUNT         adds COUNT notes from each of 8 threads at once, as fast as they can
+//   thread KIND         starts a thread: wait, spin, heap, loader, hold-heap, suspended, refusing, deep
+//   stuck               from now on no registers of a thread that was started can be had
+//   text PATH           writes the text file as well
+//   fault NAME          fails; what faultkit.dll says is printed, and the host ends. NAME is one of
+//   testing/cxx/faults.cpp
+//                       or of endings.cpp
+//   again COUNT         fails COUNT times and goes on, and prints how often a reason came that tells of other threads
+#include <windows.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "companions/faultkit/faultkit.h"
+#include "testing/cxx/faults.h"
+#include "tests/faultkit/companion_threads.h"
+#include "tests/faultkit/endings.h"
+#include "win/library.h"
+
+namespace {
+
+struct Faultkit {
+    HMODULE module;
+    decltype(GetFaultReason)* reason;
+    decltype(GetFirstStackTraceString)* first;
+    decltype(GetNextStackTraceString)* next;
+    decltype(WriteFaultText)* text;
+    decltype(SetFaultValue)* value;
+    decltype(AddFaultNote)* note;
+};
+
+Faultkit kit;
+const char* text_path;
+const char* fault;
+
+template <class Function>
+void look_up(const char* name, Function** function) {
+    *function = win::function_of<Function>(kit.module, name);
+}
+
+void load() {
+    kit.module = LoadLibraryA("faultkit.dll");
+    look_up("GetFaultReason", &kit.reason);
+    look_up("GetFirstStackTraceString", &kit.first);
+    look_up("GetNextStackTraceString", &kit.next);
+    look_up("WriteFaultText", &kit.text);
+    look_up("SetFaultValue", &kit.value);
+    look_up("AddFaultNote", &kit.note);
+}
+
+const char* bad_pointer() {
+    return reinterpret_cast<const char*>(0x1001);
+}
+
+void set_value(const char* key, const char* text) {
+    const bool bad = strcmp(text, "bad") == 0;
+    const int set = kit.value(key, bad ? bad_pointer() : strcmp(text, "-") == 0 ? nullptr : text);
+    printf("value %d error %lu\n", set, set ? 0 : GetLastError());
+}
+
+void add_note(const char* text) {
+    const int added = kit.note(strcmp(text, "bad") == 0 ? bad_pointer() : text);
+    printf("note %d error %lu\n", added, added ? 0 : GetLastError());
+}
+
+void add_long_note(unsigned length) {
+    char* const text = static_cast<char*>(malloc(length + 1));
+    memset(text, 'x', length);
+    text[length] = '\0';
+    add_note(text);
+    free(text);
+}
+
+struct Flood {
+    unsigned thread, count;
+};
+
+DWORD WINAPI flood_thread(void* data) {
+    const Flood& flood = *static_cast<Flood*>(data);
+    char text[200];
+    for (unsigned i = 0; i < flood.count; ++i) {
+        const int length = sprintf(text, "thread %u note %u ", flood.thread, i);
+        memset(text + length, 'a' + static_cast<char>(flood.thread), 100);
+        strcpy(text + length + 100, " end");
+        if (!kit.note(text))
+            printf("refused\n");
+    }
+    return 0;
+}
+
+void flood(unsigned count) {
+    Flood floods[8];
+    HANDLE threads[8];
+    for (unsigned i = 0; i < 8; ++i) {
+        floods[i] = {i, count};
+        threads[i] = CreateThread(nullptr, 0, flood_thread, &floods[i], 0, nullptr);
+    }
+    WaitForMultipleObjects(8, threads, TRUE, INFINITE);
+}
+
+LONG CALLBACK describe(EXCEPTION_POINTERS* pointers) {
+    if (pointers->ExceptionRecord->ExceptionCode >> 30 != 3 || !fault)
+        return EXCEPTION_CONTINUE_SEARCH;
+    const char* const name = fault;
+    fault = nullptr;
+    printf("=== %s\nCrush Expantion:\n%s\n\nStack Trace:\n", name, kit.reason(pointers));
+    for (const char* line = kit.first(15, pointers); line; line = kit.next(15, pointers))
+        printf("%s\n", line);
+    if (text_path) {
+        const int written = kit.text(text_path, pointers);
+        printf("--- text %d error %lu\n", written, written ? 0 : GetLastError());
+    }
+    fflush(nullptr);
+    ExitProcess(0);
+}
+
+void fail(const char* name) {
+    fault = name;
+    if (!commit_ending(name) && !commit_fault(name))
+        printf("unknown fault: %s\n", name);
+}
+
+unsigned reasons;
+
+LONG CALLBACK count_reasons(EXCEPTION_POINTERS* pointers) {
+    if (pointers->ExceptionRecord->ExceptionCode != 0xE0001234)
+        return EXCEPTION_CONTINUE_SEARCH;
+    const char* const reason = kit.reason(pointers);
+    reasons += strncmp(reason, "exception (E0001234)", 20) == 0 && strstr(reason, "\nOther threads: ");
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+void fail_again(unsigned count) {
+    AddVectoredExceptionHandler(1, count_reasons);
+    for (unsigned i = 0; i < count; ++i)
+        RaiseException(0xE0001234, 0, 0, nullptr);
+    printf("%u reasons\n", reasons);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    load();
+    AddVectoredExceptionHandler(1, describe);
+    for (int i = 1; i < argc; ++i) {
+        const char* const command = argv[i];
+        const char* const first = i + 1 < argc ? argv[i + 1] : "";
+        const char* const second = i + 2 < argc ? argv[i + 2] : "";
+        if (strcmp(command, "stuck") == 0) {
+            keep_registers_back(kit.module);
+            continue;
+        }
+        ++i;
+        if (strcmp(command, "value") == 0) {
+            set_value(first, second);
+            ++i;
+        } else if (strcmp(command, "note") == 0) {
+            add_note(first);
+        } else if (strcmp(command, "long-note") == 0) {
+            add_long_note(static_cast<unsigned>(atoi(first)));
+        } else if (strcmp(command, "flood") == 0) {
+            flood(static_cast<unsigned>(atoi(first)));
+        } else if (strcmp(command, "thread") == 0) {
+            start_companion(first);
+        } else if (strcmp(command, "text") == 0) {
+            text_path = first;
+        } else if (strcmp(command, "again") == 0) {
+            fail_again(static_cast<unsigned>(atoi(first)));
+        } else if (strcmp(command, "fault") == 0) {
+            fail(first);
+        }
+        fflush(stdout);
+    }
+    ExitProcess(0);
+}
