@@ -186,7 +186,13 @@ EXPECTED = {
         "VirtualAlloc": both(WHOLE, NO_DIALOG, without(SCREENSHOT)),
         "VirtualFree": both(WHOLE),
         "VirtualQuery": mail(
-            WHOLE, without(MODULES), without(FAULT), without(PROCESS), without(PROCESS, MODULES), without(FAULT, MODULES), without(REASON)
+            WHOLE,
+            without(MODULES),
+            without(FAULT),
+            without(PROCESS),
+            without(PROCESS, MODULES),
+            without(FAULT, MODULES),
+            without(REASON),
         ),
         "WaitForSingleObject": mail(WHOLE),
         "WideCharToMultiByte": mail(WHOLE, without(MODULES), without(PROCESS), without(FAULT, MODULES), without(REASON))
