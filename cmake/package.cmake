@@ -15,7 +15,7 @@ foreach(dll Wendax faultkit)
   endif()
 endforeach()
 
-install(FILES include/wendax.h include/wendax_cover.h include/wendax_error.h include/wendax_runtime.h companions/faultkit/faultkit.h DESTINATION include)
+install(FILES include/wendax.h include/wendax_cover.h include/wendax_delivery.h include/wendax_error.h include/wendax_runtime.h companions/faultkit/faultkit.h DESTINATION include)
 # For those who write format modules.
 install(FILES glib/module_contract.h glib/result_code.h glib/save_record.h DESTINATION include/glib)
 

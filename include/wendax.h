@@ -95,6 +95,7 @@ WENDAX_IMPORT int __cdecl SetCreateScreenCopy(int flag);
 #endif
 
 #include "wendax_cover.h"
+#include "wendax_delivery.h"
 
 #if defined(__cplusplus) && defined(_MSC_VER)
 

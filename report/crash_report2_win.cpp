@@ -4,8 +4,11 @@
 
 #include "base/floating_point_scope.h"
 #include "capture/screenshot.h"
+#include "net/super_buffer.h"
+#include "net/unsent_folder.h"
 #include "net/upload.h"
 #include "net/upload_form.h"
+#include "report/delivery.h"
 #include "report/destinations.h"
 #include "sysinfo/std_info.h"
 #include "win/guard.h"
@@ -15,6 +18,26 @@ namespace {
 // Null is no path, as an empty text is.
 const char* path_or_none(const char* path) {
     return path ? path : "";
+}
+
+// What lies on the disk of the report that was uploaded last, until its object ends: the next try takes its place.
+const CCrashReport2* report_kept;
+unsent::KeptReport* kept_file; // owned
+
+void let_kept_go() {
+    delete kept_file;
+    kept_file = nullptr;
+}
+
+// Keeps the report from the beginning of its upload on, so that it outlasts the end of the program.
+void keep(const CCrashReport2* report, const Destination& to, const CSuperBuffer& body) {
+    if (report_kept != report)
+        let_kept_go();
+    report_kept = report;
+    if (!kept_file && *report::unsent_folder())
+        kept_file = new (std::nothrow) unsent::KeptReport;
+    if (kept_file)
+        kept_file->Keep(report::unsent_folder(), to, body.GetData(), body.GetLength());
 }
 
 // A fault in what makes a file costs the file, not the report.
@@ -38,6 +61,8 @@ CCrashReport2::CCrashReport2(CSeException* exception) : m_saved_resources(nullpt
 CCrashReport2::~CCrashReport2() {
     if (m_pThis == this)
         m_pThis = nullptr;
+    if (report_kept == this)
+        let_kept_go();
 }
 
 void CCrashReport2::PostRequest(const char* config, const char* script, const char* log, const char* file) {
@@ -53,7 +78,7 @@ void CCrashReport2::AddAttachment(const char* path) {
 }
 
 bool CCrashReport2::Upload() {
-    bool confirmed = false;
+    bool uploaded = false;
     gen::call_with_own_floating_point([&] {
         const char* const paths[upload_form::part_count] = {
             m_script_path.c_str(), m_config_path.c_str(), m_file_path.c_str(),
@@ -61,11 +86,16 @@ bool CCrashReport2::Upload() {
         };
         CSuperBuffer body;
         upload_form::append_body(body, paths);
-        confirmed =
-            upload(destination_of(record_address(kDestinations.upload_address), kDestinations.proxy_allowed != 0),
-                   record_application(kDestinations).name, body);
+        const Destination to =
+            destination_of(record_address(kDestinations.upload_address), kDestinations.proxy_allowed != 0);
+        keep(this, to, body);
+        uploaded = upload(to, record_application(kDestinations).name, body.GetData(), body.GetLength());
+        if (kept_file && uploaded)
+            kept_file->Drop();
+        else if (kept_file)
+            unsent::drop_old(report::unsent_folder());
     });
-    return confirmed;
+    return uploaded;
 }
 
 void CCrashReport2::CreateScreenCopy() {

@@ -1,0 +1,255 @@
+// A report is written under a name of its own, and gets its true one when it lies on the disk. A process that is killed
+// before leaves a file that is whole, and counts as one, or one that nobody holds, and is deleted.
+#include "net/unsent_folder.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "net/unsent_format.h"
+#include "net/upload.h"
+#include "win/files.h"
+
+namespace unsent {
+
+namespace {
+
+constexpr wchar_t kStart[] = L"wendax-";
+constexpr wchar_t kUnfinished[] = L".tmp";
+constexpr wchar_t kFinished[] = L".unsent";
+constexpr wchar_t kLock[] = L"sending.lock";
+
+// The path of a file in a folder.
+struct Path {
+    wchar_t text[kMostFolder + MAX_PATH];
+
+    Path(const wchar_t* folder, const wchar_t* name) { put(put(put(text, folder), L"\\"), name); }
+
+    // Returns the text's end.
+    static wchar_t* put(wchar_t* to, const wchar_t* text) {
+        while ((*to = *text++))
+            ++to;
+        return to;
+    }
+};
+
+// What malloc gives.
+struct BlockTraits {
+    using Value = void*;
+    static Value invalid() noexcept { return nullptr; }
+    static void close(Value block) noexcept { free(block); }
+};
+using Block = win::UniqueHandle<BlockTraits>;
+
+struct SearchTraits {
+    using Value = HANDLE;
+    static Value invalid() noexcept { return INVALID_HANDLE_VALUE; }
+    static void close(Value search) noexcept { win::nothrow(FindClose)(search); }
+};
+using Search = win::UniqueHandle<SearchTraits>;
+
+uint64_t now() {
+    FILETIME time;
+    GetSystemTimeAsFileTime(&time);
+    return uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
+
+bool write(HANDLE file, const void* data, DWORD size) {
+    DWORD written = 0;
+    return WriteFile(file, data, size, &written, nullptr) && written == size;
+}
+
+struct Report {
+    uint64_t time;
+    uint64_t size; // of the file
+    wchar_t name[MAX_PATH];
+};
+
+// What lies in a folder.
+class Listing {
+public:
+    explicit Listing(const wchar_t* folder) : m_folder(folder) {}
+    ~Listing() { free(m_reports); }
+    Listing(const Listing&) = delete;
+    Listing& operator=(const Listing&) = delete;
+
+    // Looks at each file, and drops what is too old or too much.
+    void Read();
+
+    unsigned Count() const { return m_count; }
+    // The newest is the first.
+    const Report& operator[](unsigned index) const { return m_reports[index]; }
+
+    int held = 0;    // by other processes, or unknown for want of memory
+    int damaged = 0; // or of another maker
+
+private:
+    void Look(const WIN32_FIND_DATAW& found);
+    void Add(const Header& header, uint64_t size, const wchar_t* name);
+
+    const wchar_t* m_folder;
+    Report* m_reports = nullptr; // from realloc
+    unsigned m_count = 0;
+};
+
+bool is_unfinished(const wchar_t* name) {
+    const size_t length = wcslen(name);
+    constexpr size_t kEnd = sizeof kUnfinished / sizeof *kUnfinished - 1;
+    return length > kEnd && wcscmp(name + length - kEnd, kUnfinished) == 0 &&
+           wcsncmp(name, kStart, sizeof kStart / sizeof *kStart - 1) == 0;
+}
+
+void Listing::Read() {
+    WIN32_FIND_DATAW found;
+    const Search search(FindFirstFileW(Path(m_folder, L"*").text, &found));
+    if (!search)
+        return;
+    do
+        Look(found);
+    while (FindNextFileW(search.get(), &found));
+
+    Limits limits(now());
+    unsigned staying = 0;
+    while (staying < m_count && limits.Stays(m_reports[staying].time, m_reports[staying].size))
+        ++staying;
+    while (m_count > staying)
+        DeleteFileW(Path(m_folder, m_reports[--m_count].name).text);
+}
+
+void Listing::Look(const WIN32_FIND_DATAW& found) {
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) || wcscmp(found.cFileName, kLock) == 0)
+        return;
+    const Path path(m_folder, found.cFileName);
+    win::FileHandle file(
+        CreateFileW(path.text, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) {
+        ++held;
+        return;
+    }
+    char data[kMostHeader];
+    DWORD got = 0;
+    const int64_t size = win::file_size(file.get());
+    Header header;
+    if (ReadFile(file.get(), data, sizeof data, &got, nullptr) && parse_header(data, got, header) &&
+        header.body_size == static_cast<uint64_t>(size) - header.size) {
+        Add(header, static_cast<uint64_t>(size), found.cFileName);
+        return;
+    }
+    file.reset();
+    if (is_unfinished(found.cFileName))
+        DeleteFileW(path.text);
+    else
+        ++damaged;
+}
+
+void Listing::Add(const Header& header, uint64_t size, const wchar_t* name) {
+    auto* const grown = static_cast<Report*>(realloc(m_reports, (m_count + 1) * sizeof *m_reports));
+    if (!grown) {
+        ++held;
+        return;
+    }
+    m_reports = grown;
+    unsigned at = m_count++;
+    for (; at > 0 && m_reports[at - 1].time < header.time; --at)
+        m_reports[at] = m_reports[at - 1];
+    m_reports[at].time = header.time;
+    m_reports[at].size = size;
+    Path::put(m_reports[at].name, name);
+}
+
+enum class Outcome { kSent, kRemains, kDamaged };
+
+// Sends one, and deletes it if it is confirmed.
+Outcome send(const wchar_t* path, uint64_t size, const char* agent) {
+    win::FileHandle file(
+        CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const auto length = static_cast<DWORD>(size);
+    const Block block(length == size ? malloc(length) : nullptr);
+    const char* const data = static_cast<char*>(block.get());
+    DWORD got = 0;
+    if (!file || !data || !ReadFile(file.get(), block.get(), length, &got, nullptr))
+        return Outcome::kRemains;
+    Header header;
+    if (got != length || !parse_header(data, length, header) || header.body_size != length - header.size ||
+        header.body_checksum != checksum(data + header.size, length - header.size))
+        return Outcome::kDamaged;
+    if (!upload(destination_of(header.url, header.proxy_allowed), agent, data + header.size, length - header.size))
+        return Outcome::kRemains;
+    file.reset();
+    DeleteFileW(path);
+    return Outcome::kSent;
+}
+
+} // namespace
+
+bool KeptReport::Keep(const wchar_t* folder, const Destination& to, const void* body, unsigned length) {
+    CreateDirectoryW(folder, nullptr);
+    Header header = {to.url.c_str(), to.proxy_allowed, 0, length, now(), checksum(body, length)};
+    Path path(folder, kStart);
+    wchar_t* const number = path.text + wcslen(path.text);
+    constexpr unsigned kDigits = 16;
+    win::FileHandle file;
+    // The name is the time. Two that are kept within the clock's step get one after the other.
+    for (;; ++header.time) {
+        for (unsigned i = 0; i < kDigits; ++i)
+            number[i] = L"0123456789abcdef"[header.time >> 4 * (kDigits - 1 - i) & 15];
+        Path::put(number + kDigits, kUnfinished);
+        file.reset(CreateFileW(path.text, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL,
+                               nullptr));
+        if (file || GetLastError() != ERROR_FILE_EXISTS)
+            break;
+    }
+    if (!file)
+        return false;
+    char data[kMostHeader];
+    const unsigned size = format_header(data, header);
+    Path finished = path;
+    Path::put(finished.text + (number + kDigits - path.text), kFinished);
+    if (!size || !write(file.get(), data, size) || !write(file.get(), body, length) || !FlushFileBuffers(file.get()) ||
+        !MoveFileExW(path.text, finished.text, MOVEFILE_WRITE_THROUGH)) {
+        DeleteFileW(path.text);
+        return false;
+    }
+    Drop();
+    Path::put(m_path, finished.text);
+    m_file = static_cast<win::FileHandle&&>(file);
+    return true;
+}
+
+void KeptReport::Drop() {
+    if (!m_file)
+        return;
+    DeleteFileW(m_path);
+    m_file.reset();
+}
+
+void drop_old(const wchar_t* folder) {
+    Listing(folder).Read();
+}
+
+bool send_all(const wchar_t* folder, const char* agent, Counts& counts) {
+    const win::FileHandle lock(CreateFileW(Path(folder, kLock).text, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+                                           FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+    if (!lock)
+        return GetLastError() == ERROR_PATH_NOT_FOUND;
+    Listing reports(folder);
+    reports.Read();
+    counts.remaining = reports.held;
+    counts.damaged = reports.damaged;
+    for (unsigned i = reports.Count(); i > 0; --i) {
+        const Report& report = reports[i - 1];
+        switch (send(Path(folder, report.name).text, report.size, agent)) {
+        case Outcome::kSent:
+            ++counts.sent;
+            break;
+        case Outcome::kRemains:
+            ++counts.remaining;
+            break;
+        case Outcome::kDamaged:
+            ++counts.damaged;
+            break;
+        }
+    }
+    return true;
+}
+
+} // namespace unsent
