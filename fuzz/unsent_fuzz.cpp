@@ -29,7 +29,8 @@ void check_header(const std::vector<char>& data) {
 }
 
 struct Kept {
-    std::uint64_t time, size;
+    std::uint64_t time;
+    std::uint32_t size, unused;
 };
 
 void check_folder(const std::vector<char>& data) {

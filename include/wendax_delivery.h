@@ -1,6 +1,6 @@
 /** @file wendax_delivery.h
- * How uploads go out, where the host wants more than one try without a word: what is kept and sent later, what the upload
- * dialog shows meanwhile. Part of wendax.h. Everything here is off until it is called for.
+ * How uploads go out, where the host wants more than one try without a word: what is kept and sent later, what the
+ * upload dialog shows meanwhile. Part of wendax.h. Everything here is off until it is called for.
  */
 #ifndef WENDAX_DELIVERY_H
 #define WENDAX_DELIVERY_H
@@ -26,11 +26,11 @@ typedef struct WendaxUnsent {
 
 /** Names the folder in which uploads are kept that the user has asked for and that failed, for WendaxSendUnsent().
  *
- * From the upload's beginning to the server's confirmation the report lies there as one file, so that it outlasts the end
- * of the program, too. At most 10 reports, of 256 MB, for 30 days: the oldest go first, the newest never. What the user
- * has stopped isn't kept.
- * @param folder  made when it is needed, if only it is missing; have one of the program's and the user's own. At most 511
- *                characters as a full path. Null or "" for none, as it is at first
+ * From the upload's beginning to the server's confirmation the report lies there as one file, so that it outlasts the
+ * end of the program, too. At most 10 reports, of 256 MB, for 30 days: the oldest go first, the newest never. What the
+ * user has stopped isn't kept.
+ * @param folder  made when it is needed, if only it is missing; have one of the program's and the user's own. At most
+ * 511 characters as a full path. Null or "" for none, as it is at first
  * @return 1, or 0 if the path is no path or too long: then nothing is kept */
 WENDAX_DELIVERY_IMPORT int __cdecl WendaxKeepUnsent(const wchar_t* folder);
 

@@ -24,14 +24,13 @@ public:
     bool Keep(const wchar_t* folder, const Destination& to, const void* body, unsigned length);
     // Deletes what is kept, if anything is.
     void Drop();
+    // Drops the oldest of the folder's other reports, as Limits says of them and this one.
+    void DropOlder(const wchar_t* folder);
 
 private:
     wchar_t m_path[kMostFolder + 32];
     win::FileHandle m_file;
 };
-
-// Drops the oldest of the folder's reports, as Limits says.
-void drop_old(const wchar_t* folder);
 
 struct Counts {
     int sent;      // confirmed and deleted

@@ -60,7 +60,7 @@ bool write(HANDLE file, const void* data, DWORD size) {
 
 struct Report {
     uint64_t time;
-    uint64_t size; // of the file
+    DWORD size; // of the file
     wchar_t name[MAX_PATH];
 };
 
@@ -72,8 +72,8 @@ public:
     Listing(const Listing&) = delete;
     Listing& operator=(const Listing&) = delete;
 
-    // Looks at each file, and drops what is too old or too much.
-    void Read();
+    // Looks at each file, and drops what is too old or too much beside what the limits have seen already.
+    void Read(Limits limits);
 
     unsigned Count() const { return m_count; }
     // The newest is the first.
@@ -84,7 +84,7 @@ public:
 
 private:
     void Look(const WIN32_FIND_DATAW& found);
-    void Add(const Header& header, uint64_t size, const wchar_t* name);
+    void Add(uint64_t time, DWORD size, const wchar_t* name);
 
     const wchar_t* m_folder;
     Report* m_reports = nullptr; // from realloc
@@ -98,7 +98,7 @@ bool is_unfinished(const wchar_t* name) {
            wcsncmp(name, kStart, sizeof kStart / sizeof *kStart - 1) == 0;
 }
 
-void Listing::Read() {
+void Listing::Read(Limits limits) {
     WIN32_FIND_DATAW found;
     const Search search(FindFirstFileW(Path(m_folder, L"*").text, &found));
     if (!search)
@@ -107,7 +107,6 @@ void Listing::Read() {
         Look(found);
     while (FindNextFileW(search.get(), &found));
 
-    Limits limits(now());
     unsigned staying = 0;
     while (staying < m_count && limits.Stays(m_reports[staying].time, m_reports[staying].size))
         ++staying;
@@ -130,8 +129,8 @@ void Listing::Look(const WIN32_FIND_DATAW& found) {
     const int64_t size = win::file_size(file.get());
     Header header;
     if (ReadFile(file.get(), data, sizeof data, &got, nullptr) && parse_header(data, got, header) &&
-        header.body_size == static_cast<uint64_t>(size) - header.size) {
-        Add(header, static_cast<uint64_t>(size), found.cFileName);
+        int64_t{header.size} + header.body_size == size) {
+        Add(header.time, static_cast<DWORD>(size), found.cFileName);
         return;
     }
     file.reset();
@@ -141,7 +140,7 @@ void Listing::Look(const WIN32_FIND_DATAW& found) {
         ++damaged;
 }
 
-void Listing::Add(const Header& header, uint64_t size, const wchar_t* name) {
+void Listing::Add(uint64_t time, DWORD size, const wchar_t* name) {
     auto* const grown = static_cast<Report*>(realloc(m_reports, (m_count + 1) * sizeof *m_reports));
     if (!grown) {
         ++held;
@@ -149,9 +148,9 @@ void Listing::Add(const Header& header, uint64_t size, const wchar_t* name) {
     }
     m_reports = grown;
     unsigned at = m_count++;
-    for (; at > 0 && m_reports[at - 1].time < header.time; --at)
+    for (; at > 0 && m_reports[at - 1].time < time; --at)
         m_reports[at] = m_reports[at - 1];
-    m_reports[at].time = header.time;
+    m_reports[at].time = time;
     m_reports[at].size = size;
     Path::put(m_reports[at].name, name);
 }
@@ -159,11 +158,10 @@ void Listing::Add(const Header& header, uint64_t size, const wchar_t* name) {
 enum class Outcome { kSent, kRemains, kDamaged };
 
 // Sends one, and deletes it if it is confirmed.
-Outcome send(const wchar_t* path, uint64_t size, const char* agent) {
+Outcome send(const wchar_t* path, DWORD length, const char* agent) {
     win::FileHandle file(
         CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    const auto length = static_cast<DWORD>(size);
-    const Block block(length == size ? malloc(length) : nullptr);
+    const Block block(malloc(length));
     const char* const data = static_cast<char*>(block.get());
     DWORD got = 0;
     if (!file || !data || !ReadFile(file.get(), block.get(), length, &got, nullptr))
@@ -172,7 +170,10 @@ Outcome send(const wchar_t* path, uint64_t size, const char* agent) {
     if (got != length || !parse_header(data, length, header) || header.body_size != length - header.size ||
         header.body_checksum != checksum(data + header.size, length - header.size))
         return Outcome::kDamaged;
-    if (!upload(destination_of(header.url, header.proxy_allowed), agent, data + header.size, length - header.size))
+    const Destination to = destination_of(header.url, header.proxy_allowed);
+    if (to.url.empty())
+        return Outcome::kDamaged;
+    if (!upload(to, agent, data + header.size, length - header.size))
         return Outcome::kRemains;
     file.reset();
     DeleteFileW(path);
@@ -222,8 +223,11 @@ void KeptReport::Drop() {
     m_file.reset();
 }
 
-void drop_old(const wchar_t* folder) {
-    Listing(folder).Read();
+void KeptReport::DropOlder(const wchar_t* folder) {
+    Limits limits(now());
+    if (m_file)
+        limits.Stays(~uint64_t{0}, GetFileSize(m_file.get(), nullptr));
+    Listing(folder).Read(limits);
 }
 
 bool send_all(const wchar_t* folder, const char* agent, Counts& counts) {
@@ -232,7 +236,7 @@ bool send_all(const wchar_t* folder, const char* agent, Counts& counts) {
     if (!lock)
         return GetLastError() == ERROR_PATH_NOT_FOUND;
     Listing reports(folder);
-    reports.Read();
+    reports.Read(Limits(now()));
     counts.remaining = reports.held;
     counts.damaged = reports.damaged;
     for (unsigned i = reports.Count(); i > 0; --i) {

@@ -17,7 +17,8 @@ struct Fixed {
     char mark[sizeof kMark];
     uint32_t version;
     uint32_t header_size;
-    uint64_t body_size;
+    uint32_t body_size;
+    uint32_t body_size_above; // of 64 bits the upper half, 0
     uint64_t time;
     uint32_t body_checksum;
     uint32_t flags;
@@ -83,9 +84,9 @@ bool parse_header(const char* data, size_t size, Header& header) {
     if (size < sizeof fixed)
         return false;
     memcpy(&fixed, data, sizeof fixed);
-    if (memcmp(fixed.mark, kMark, sizeof kMark) != 0 || fixed.version != kVersion || fixed.url_size - 1 >= kMostUrl ||
-        fixed.header_size != kFixedSize + fixed.url_size || fixed.header_size > size ||
-        fixed.header_checksum != header_checksum(data, fixed))
+    if (memcmp(fixed.mark, kMark, sizeof kMark) != 0 || fixed.version != kVersion || fixed.body_size_above ||
+        fixed.url_size - 1 >= kMostUrl || fixed.header_size != kFixedSize + fixed.url_size ||
+        fixed.header_size > size || fixed.header_checksum != header_checksum(data, fixed))
         return false;
     const char* const url = data + kFixedSize;
     if (size_of_url(url, fixed.url_size) != fixed.url_size)
@@ -99,7 +100,7 @@ bool parse_header(const char* data, size_t size, Header& header) {
     return true;
 }
 
-bool Limits::Stays(uint64_t time, uint64_t size) {
+bool Limits::Stays(uint64_t time, uint32_t size) {
     // A time that is yet to come is that of a clock that was set back since.
     const uint64_t age = m_now > time ? m_now - time : 0;
     if (m_count > 0 &&

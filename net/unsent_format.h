@@ -18,7 +18,7 @@ struct Header {
     const char* url;    // where the body goes: printable ASCII without blanks
     bool proxy_allowed; // as in Destination
     unsigned size;      // of the header, in bytes: where the body begins
-    uint64_t body_size; // in bytes
+    uint32_t body_size; // in bytes
     uint64_t time;      // when it was kept, in units of 100 ns since 1601, UTC
     uint32_t body_checksum;
 };
@@ -39,18 +39,18 @@ bool parse_header(const char* data, size_t size, Header& header);
 class Limits {
 public:
     static constexpr unsigned kMostReports = 10;
-    static constexpr uint64_t kMostBytes = 256 << 20;
+    static constexpr uint32_t kMostBytes = 256 << 20;
     static constexpr uint64_t kMostAge = uint64_t{30} * 24 * 60 * 60 * 10'000'000;
 
     // now: as Header's time.
     explicit Limits(uint64_t now) : m_now(now) {}
 
     // To be asked of each report, the newest first. time: as in its header; size: of the file, in bytes.
-    bool Stays(uint64_t time, uint64_t size);
+    bool Stays(uint64_t time, uint32_t size);
 
 private:
     uint64_t m_now;
-    uint64_t m_bytes = 0;
+    uint32_t m_bytes = 0; // more only where the newest alone has more
     unsigned m_count = 0;
     bool m_reached = false;
 };

@@ -13,9 +13,9 @@ using namespace unsent;
 constexpr uint64_t kSecond = 10'000'000;
 constexpr uint64_t kDay = 24 * 60 * 60 * kSecond;
 constexpr uint64_t kNow = 0x01DD000000000000;
-constexpr uint64_t kMegabyte = 1 << 20;
+constexpr uint32_t kMegabyte = 1 << 20;
 
-const Header kHeader = {"https://example.com:8443/form?a=b", true, 0, 0x123456789A, 0x01DC5A3B00000001, 0xCBF43926};
+const Header kHeader = {"https://example.com:8443/form?a=b", true, 0, 0x3456789A, 0x01DC5A3B00000001, 0xCBF43926};
 
 std::string formatted(const Header& header) {
     char buffer[kMostHeader];
@@ -40,7 +40,7 @@ TEST(UnsentHeader, Is_these_bytes) {
     const std::string expected("WENDAX UNSENT>\r\n"
                                "\x01\0\0\0"
                                "\x62\0\0\0"
-                               "\x9A\x78\x56\x34\x12\0\0\0"
+                               "\x9A\x78\x56\x34\0\0\0\0"
                                "\x01\0\0\0\x3B\x5A\xDC\x01"
                                "\x26\x39\xF4\xCB"
                                "\x01\0\0\0"
@@ -65,7 +65,7 @@ TEST(UnsentHeader, Comes_back_as_it_was_put_in) {
     EXPECT_STREQ(header.url, kHeader.url);
     EXPECT_TRUE(header.proxy_allowed);
     EXPECT_EQ(header.size, 98u);
-    EXPECT_EQ(header.body_size, 0x123456789Au);
+    EXPECT_EQ(header.body_size, 0x3456789Au);
     EXPECT_EQ(header.time, 0x01DC5A3B00000001u);
     EXPECT_EQ(header.body_checksum, 0xCBF43926u);
 
@@ -109,6 +109,7 @@ TEST(UnsentHeader, Is_none_with_another_version_or_a_text_that_is_no_url) {
     EXPECT_FALSE(parses(with_number(with_number(whole, 48, 33), 20, 97))) << "no NUL";
     EXPECT_FALSE(parses(with_number(with_number(whole, 48, 0), 20, 64).substr(0, 64))) << "no text";
     EXPECT_FALSE(parses(with_number(with_number(whole, 48, 0xFFFFFFFF), 20, 63))) << "a sum that wraps";
+    EXPECT_FALSE(parses(with_number(whole, 28, 1))) << "a body of more than 4 GiB";
     EXPECT_FALSE(parses(with_number(whole, 20, 97))) << "sizes that don't agree";
     for (const auto& [at, byte] : {std::pair{64, '\n'}, {65, ' '}, {66, '\x7F'}, {67, '\0'}, {97, 'x'}, {96, '\r'}}) {
         std::string changed = whole;
@@ -139,7 +140,8 @@ TEST(UnsentHeader, Takes_a_url_up_to_its_bound) {
 }
 
 struct Kept {
-    uint64_t time, size;
+    uint64_t time;
+    uint32_t size;
 };
 
 unsigned staying(const std::vector<Kept>& newest_first) {
@@ -178,9 +180,9 @@ TEST(UnsentReports, Stay_where_the_clock_was_set_back) {
 }
 
 TEST(UnsentReports, Stay_in_any_case_if_they_are_the_newest) {
-    EXPECT_EQ(staying({{kNow - 100 * kDay, ~uint64_t{0}}}), 1u);
-    EXPECT_EQ(staying({{kNow - 100 * kDay, ~uint64_t{0}}, {kNow - 100 * kDay, 1}}), 1u);
-    EXPECT_EQ(staying({{kNow, ~uint64_t{0}}, {kNow, 1}}), 1u);
+    EXPECT_EQ(staying({{kNow - 100 * kDay, ~uint32_t{0}}}), 1u);
+    EXPECT_EQ(staying({{kNow - 100 * kDay, ~uint32_t{0}}, {kNow - 100 * kDay, 1}}), 1u);
+    EXPECT_EQ(staying({{kNow, ~uint32_t{0}}, {kNow, 1}}), 1u);
 }
 
 } // namespace

@@ -93,7 +93,7 @@ bool CCrashReport2::Upload() {
         if (kept_file && uploaded)
             kept_file->Drop();
         else if (kept_file)
-            unsent::drop_old(report::unsent_folder());
+            kept_file->DropOlder(report::unsent_folder());
     });
     return uploaded;
 }

@@ -32,10 +32,13 @@ FUNCTIONS = """
 #include "wendax.h"
 void use(void) {
     WendaxTranslator before = InitCrushReport();
+    WendaxUnsent unsent = {0, 0, 0};
     if (!before)
         before = APISeTranslator;
     SetAttachment("notes.txt");
     SetCreateScreenCopy(1);
+    if (WendaxKeepUnsent(L"unsent") && WendaxSendUnsent(&unsent) && unsent.sent + unsent.remaining + unsent.damaged)
+        WendaxKeepUnsent(0);
     OpenCrushReport(WENDAX_MARKER);
     before(0, 0);
 }

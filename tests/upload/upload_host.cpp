@@ -9,6 +9,8 @@
 //   upload                  "uploaded", "failed" or "out of memory"
 //   dialog [first]          the number that OpenDlg returns; of the oldest report
 //   hold                    from here on a dialog that closes says "closing", and goes when the next line arrives
+//   keep [FOLDER]           WendaxKeepUnsent, of a path in UTF-8; its answer
+//   send-unsent             WendaxSendUnsent's answer and the three numbers, all in one line
 //   press-again             once a dialog uploads, another thread presses its button 1 by a sent message; says
 //   "pressing" newest                  which report m_pThis is: "first", "last", "none" usage                   handles
 //   of the process, and KiB of memory: its own, in RAM, and the most in RAM so far
@@ -90,6 +92,18 @@ DWORD WINAPI press_again(void*) {
     return 0;
 }
 
+void keep_unsent(const char* folder) {
+    wchar_t path[2048] = L"";
+    MultiByteToWideChar(CP_UTF8, 0, folder, -1, path, sizeof path / sizeof *path);
+    printf("%d\n", WendaxKeepUnsent(*folder ? path : nullptr));
+}
+
+void send_unsent() {
+    WendaxUnsent unsent = {-1, -1, -1};
+    const int begun = WendaxSendUnsent(&unsent);
+    printf("%d %d %d %d\n", begun, unsent.sent, unsent.remaining, unsent.damaged);
+}
+
 void show_newest() {
     const CCrashReport2* const newest = CCrashReport2::m_pThis;
     puts(!newest ? "none" : newest == reports[count - 1] ? "last" : newest == reports[0] ? "first" : "unknown");
@@ -108,6 +122,14 @@ bool obey(char* line) {
     if (strcmp(line, "usage") == 0) {
         const ProcessMemory memory = process_memory();
         printf("usage %u %u %u %u\n", process_handles(), memory.own, memory.present, memory.most_present);
+        return true;
+    }
+    if (strcmp(line, "keep") == 0) {
+        keep_unsent(rest);
+        return true;
+    }
+    if (strcmp(line, "send-unsent") == 0) {
+        send_unsent();
         return true;
     }
     if (count == 0)

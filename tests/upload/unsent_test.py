@@ -1,0 +1,438 @@
+"""Uploads that fail are kept and sent later, by the library's exports in real processes, which are really killed."""
+
+import os
+import random
+import signal
+import threading
+import time
+
+import pytest
+
+import kept_reports
+from testing.loopback import loopback_address
+from testing.processes import wait_until
+from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body
+from testing.upload_host import UploadHost
+from testing.web_server import WebServer, answering, http_answer
+
+YES = b"Well: " + CONFIRMATION
+REFUSED = answering(b"Please come back later.")
+KILLS = 50
+FOREIGN_NAME = "Непосланное Ünsent 未送信"
+
+
+class Program:
+    """A host whose reports go to an address of the test's, and a folder that keeps what can't be sent."""
+
+    def __init__(self, stage, name="unsent"):
+        self.stage = stage
+        self.address = loopback_address()
+        self.host = UploadHost(stage, address=self.address)
+        self.url = f"http://{self.address}{FORM_PATH}"
+        self.folder = self.host.folder / name
+        self.path = self.host.path_of(name.encode())
+
+    def start(self, keep=True):
+        """A process of it, with a report."""
+        process = self.host.drive()
+        process.tell("new")
+        if keep:
+            assert process.tell("keep", self.path) == "1"
+        return process
+
+    def serve(self, answer=answering(YES)):
+        return self.stage.enter_context(WebServer(self.address, 80, answer))
+
+    def put(self, *bodies, days_old=0.0):
+        """Reports with these bodies, the first the oldest."""
+        self.folder.mkdir(exist_ok=True)
+        return [
+            kept_reports.write(self.folder, kept_reports.report(self.url, body, days_old - i / 86400))
+            for i, body in enumerate(bodies)
+        ]
+
+    def kept(self):
+        return kept_reports.read_all(self.folder) if self.folder.exists() else []
+
+    def send(self):
+        """What WendaxSendUnsent answers in a new process: (begun, sent, remaining, damaged)."""
+        process = self.start()
+        answer = sent(process)
+        assert process.end() == 0
+        return answer
+
+
+def sent(process):
+    return tuple(map(int, process.tell("send-unsent").split()))
+
+
+@pytest.fixture
+def program(stage):
+    return Program(stage)
+
+
+class TestUploadThatFails:
+    def test_goes_out_whole_and_to_the_same_place_at_the_next_start_and_is_gone_then(self, program):
+        log = program.host.write(b"log", os.urandom(300000))
+        expected = upload_body({"Conversion_log": (log, (program.host.folder / "log").read_bytes())})
+        process = program.start()
+        process.tell("post", b"-|-|" + log + b"|-")
+        before = kept_reports.now()
+        assert process.tell("upload") == "failed"  # nobody listens
+        (kept,) = program.kept()
+        assert (kept.url, kept.body, kept.proxy_allowed) == (program.url, expected, False)
+        assert before - kept_reports.SECOND < kept.ticks < kept_reports.now() + kept_reports.SECOND
+        assert process.end() == 0
+        (program.host.folder / "log").unlink()
+
+        server = program.serve()
+        assert program.send() == (1, 1, 0, 0)
+        (request,) = server.requests
+        assert request.line == f"POST {FORM_PATH} HTTP/1.1"
+        assert request.headers["content-type"] == CONTENT_TYPE
+        assert request.headers["host"] == program.address
+        assert request.body == expected
+        assert list(program.folder.iterdir()) == []
+        assert program.send() == (1, 0, 0, 0)
+        assert len(server.requests) == 1
+
+    def test_has_the_bytes_on_the_wire_that_it_has_otherwise(self, program):
+        """Request line and headers as well."""
+        raw = []
+
+        def answer(client):
+            raw.append(client.connection.recv(65536, 0x2))  # MSG_PEEK
+            answering(YES)(client)
+
+        process = program.start()
+        assert process.tell("upload") == "failed"
+        process.end()
+        program.serve(answer)
+        assert program.start(keep=False).tell("upload") == "uploaded"
+        assert program.send() == (1, 1, 0, 0)
+        ordinary, kept = raw
+        assert ordinary.partition(b"\r\n\r\n")[0] == kept.partition(b"\r\n\r\n")[0]
+
+    def test_stays_as_long_as_the_server_does_not_confirm(self, program):
+        (path,) = program.put(b"body")
+        content = path.read_bytes()
+        server = program.serve(REFUSED)
+        assert program.send() == (1, 0, 1, 0)
+        assert program.send() == (1, 0, 1, 0)
+        assert path.read_bytes() == content
+        assert [request.body for request in server.requests] == [b"body", b"body"]
+
+    def test_is_kept_once_however_often_it_is_tried_and_not_at_all_once_it_has_gone(self, program):
+        process = program.start()
+        log = program.host.write(b"log", b"first")
+        process.tell("post", b"-|-|" + log + b"|-")
+        for text in (b"first", b"second"):
+            program.host.write(b"log", text)
+            assert process.tell("upload") == "failed"
+        # As long as the report's dialog might try again, nobody else does.
+        assert program.send() == (1, 0, 1, 0)
+        server = program.serve()
+        program.host.write(b"log", b"third")
+        assert process.tell("upload") == "uploaded"
+        assert program.kept() == []
+        assert [request.body for request in server.requests] == [upload_body({"Conversion_log": (log, b"third")})]
+
+    def test_is_kept_beside_one_of_another_report(self, program):
+        process = program.start()
+        assert process.tell("upload") == "failed"
+        process.tell("new")
+        assert process.tell("upload") == "failed"
+        process.tell("delete", "last")
+        assert len(program.kept()) == 2
+        program.serve()
+        assert sent(process) == (1, 2, 0, 0)
+
+    def test_is_kept_in_a_folder_whose_name_no_code_page_has(self, stage):
+        program = Program(stage, FOREIGN_NAME)
+        program.path = program.host.path_of(b"") + FOREIGN_NAME.encode("utf-8")
+        process = program.start()
+        assert process.tell("upload") == "failed"
+        process.end()
+        assert [kept.body for kept in program.kept()] == [upload_body({})]
+        program.serve()
+        assert program.send() == (1, 1, 0, 0)
+
+    def test_leaves_the_newest_ten_of_256_megabytes_and_30_days(self, program):
+        bodies = [b"%d" % i for i in range(12)]
+        program.put(*bodies, days_old=1)
+        process = program.start()
+        assert process.tell("upload") == "failed"
+        assert [kept.body for kept in program.kept()] == [*bodies[-9:], upload_body({})]
+
+        for path in program.folder.iterdir():
+            path.unlink(missing_ok=True)
+        old = [
+            kept_reports.write(program.folder, kept_reports.report(program.url, b"", days), sparse_size=megabytes << 20)
+            for days, megabytes in ((3, 1), (2, 200), (1, 100))
+        ]
+        assert process.tell("upload") == "failed"
+        assert [path.exists() for path in old] == [False, False, True]
+
+    def test_is_not_kept_unless_the_host_asks_for_it(self, program):
+        before = set(program.host.folder.rglob("*"))
+        process = program.start(keep=False)
+        assert process.tell("upload") == "failed"
+        assert sent(process) == (0, 0, 0, 0)
+        assert set(program.host.folder.rglob("*")) == before
+        assert process.tell("keep", program.path) == "1"
+        assert process.tell("keep") == "1"
+        assert process.tell("upload") == "failed"
+        assert set(program.host.folder.rglob("*")) == before
+
+    def test_is_a_failure_like_any_other_where_it_cannot_be_kept(self, program):
+        program.folder.write_bytes(b"a file, no folder")
+        process = program.start()
+        assert process.tell("upload") == "failed"
+        assert sent(process) == (1, 0, 0, 0)
+        assert process.tell("keep", b"C:\\" + b"long" * 200) == "0"
+        assert process.tell("upload") == "failed"
+        program.serve()
+        assert process.tell("upload") == "uploaded"
+        assert program.folder.read_bytes() == b"a file, no folder"
+
+
+class TestFolder:
+    def test_that_is_not_there_has_nothing_to_send(self, program):
+        assert program.send() == (1, 0, 0, 0)
+        assert not program.folder.exists()
+
+    def test_keeps_what_is_damaged_or_of_another_maker(self, program):
+        program.put(b"whole")
+        whole = kept_reports.report(program.url, b"its body is longer than a bit")
+        foreign = {
+            "damaged.unsent": kept_reports.header_of(whole) + whole.body[:-1] + b"B",
+            "cut.unsent": kept_reports.header_of(whole) + whole.body[:-1],
+            "longer.unsent": kept_reports.header_of(whole) + whole.body + b".",
+            "newer.unsent": kept_reports.header_of(whole, version=2) + whole.body,
+            "header.unsent": kept_reports.header_of(whole)[:63],
+            "empty.unsent": b"",
+            "notes.txt": b"of the user",
+            "other.tmp": b"of another program",
+        }
+        for name, content in foreign.items():
+            (program.folder / name).write_bytes(content)
+        (program.folder / "folder.unsent").mkdir()
+        elsewhere = kept_reports.report("gopher://example.com/", b"body")
+        kept_reports.write(program.folder, elsewhere, "elsewhere.unsent")
+        foreign["elsewhere.unsent"] = (program.folder / "elsewhere.unsent").read_bytes()
+        server = program.serve()
+        assert program.send() == (1, 1, 0, len(foreign))
+        assert [request.body for request in server.requests] == [b"whole"]
+        assert {path.name: path.read_bytes() for path in program.folder.iterdir() if path.is_file()} == foreign
+        assert (program.folder / "folder.unsent").is_dir()
+
+    def test_loses_the_half_written_file_of_a_killed_program_and_sends_the_whole_one(self, program):
+        program.folder.mkdir()
+        whole = kept_reports.report(program.url, b"body")
+        content = kept_reports.header_of(whole) + whole.body
+        (program.folder / "wendax-01.tmp").write_bytes(content[:-1])
+        (program.folder / "wendax-02.tmp").write_bytes(b"")
+        (program.folder / "wendax-03.tmp").write_bytes(content)
+        server = program.serve()
+        assert program.send() == (1, 1, 0, 0)
+        assert [request.body for request in server.requests] == [b"body"]
+        assert list(program.folder.iterdir()) == []
+
+    def test_is_sent_from_the_oldest_on_and_without_what_is_too_old(self, program):
+        program.put(b"too old", days_old=31)
+        program.put(b"1", b"2", b"3", days_old=29)
+        server = program.serve()
+        assert program.send() == (1, 3, 0, 0)
+        assert [request.body for request in server.requests] == [b"1", b"2", b"3"]
+
+    def test_keeps_its_newest_however_old_it_is(self, program):
+        program.put(b"older", b"old", days_old=100)
+        server = program.serve()
+        assert program.send() == (1, 1, 0, 0)
+        assert [request.body for request in server.requests] == [b"old"]
+
+    def test_goes_on_behind_a_report_that_the_server_refuses(self, program):
+        def answer(client):
+            request = client.read_request()
+            client.send(http_answer(YES if request.body != b"refused" else b"No."))
+
+        program.put(b"first", b"refused", b"last")
+        server = program.serve(answer)
+        assert program.send() == (1, 2, 1, 0)
+        assert [request.body for request in server.requests] == [b"first", b"refused", b"last"]
+        assert [kept.body for kept in program.kept()] == [b"refused"]
+
+
+class TestTwoProcesses:
+    def test_never_send_from_one_folder_at_the_same_time(self, program):
+        arrived, release = threading.Event(), threading.Event()
+
+        def answer(client):
+            client.read_request()
+            arrived.set()
+            release.wait(120)
+            client.send(http_answer(YES))
+
+        program.put(b"one", b"two")
+        server = program.serve(answer)
+        first, second = program.start(), program.start()
+        first.send("send-unsent")
+        assert arrived.wait(60)
+        assert sent(second) == (0, 0, 0, 0)
+        release.set()
+        assert first.receive() == "1 2 0 0"
+        assert [request.body for request in server.requests] == [b"one", b"two"]
+        assert sent(second) == (1, 0, 0, 0)
+
+    def test_are_not_kept_apart_by_one_that_was_killed(self, program):
+        arrived = threading.Event()
+
+        def hold(client):
+            client.read_request()
+            arrived.set()
+            client.server.wait_end()
+
+        program.put(b"body")
+        with WebServer(program.address, 80, hold):
+            first = program.start()
+            first.send("send-unsent")
+            assert arrived.wait(60)
+            first.process.kill()
+        program.serve()
+        assert program.send() == (1, 1, 0, 0)
+
+
+class KillingServer:
+    """Confirms what arrives. Kills the program once it has come to a moment of its work."""
+
+    MOMENTS = ("connected", "half read", "read", "half answered", "answered")
+
+    def __init__(self):
+        self.arm(None, None, 0)
+        self.bodies = []  # of requests that were answered whole
+
+    def arm(self, process, moment, report, delay=0.0):
+        """moment: one of MOMENTS, of the report of that number from now on."""
+        self.process, self.moment, self.left, self.delay = process, moment, report, delay
+
+    def reached(self, moment):
+        process = self.process
+        if process and self.left == 0 and moment == self.moment:
+            self.process = None
+            time.sleep(self.delay)
+            os.killpg(process.pid, signal.SIGKILL)
+
+    def answer(self, client):
+        self.reached("connected")
+        head = b""
+        while b"\r\n\r\n" not in head:
+            got = client.connection.recv(4096)
+            if not got:
+                return
+            head += got
+        head, _, body = head.partition(b"\r\n\r\n")
+        length = int(head.lower().partition(b"content-length: ")[2].split()[0])
+        halved = False
+        while len(body) < length:
+            if len(body) >= length // 2 and not halved:
+                self.reached("half read")
+                halved = True
+            got = client.connection.recv(4096)
+            if not got:
+                return
+            body += got
+        self.reached("read")
+        answer = http_answer(YES)
+        self.bodies.append(body)
+        client.send(answer[: len(answer) // 2])
+        self.reached("half answered")
+        client.send(answer[len(answer) // 2 :])
+        self.reached("answered")
+        self.left -= 1
+
+
+@pytest.mark.timeout(800)
+class TestKilledProgram:
+    def test_loses_nothing_and_sends_at_most_the_one_report_twice_whose_confirmation_was_arriving(self, program):
+        random.seed(20)
+        server = KillingServer()
+        program.serve(server.answer)
+        written, twice = 0, 0
+        for kill in range(KILLS):
+            while len(program.kept()) < 4:
+                program.put(b"report %d " % written + os.urandom(30000).hex().encode())
+                written += 1
+            before = len(server.bodies)
+            moment = server.MOMENTS[kill % len(server.MOMENTS)]
+            process = program.start()
+            server.arm(process.process, moment, report=kill // 5 % 4, delay=random.choice((0, 0, 0.001, 0.005, 0.02)))
+            process.send("send-unsent")
+            wait_until(lambda: not process.process.running(), f"the kill at {moment}", 60)
+            process.process.kill()
+            confirmed = server.bodies[before:]
+            kept = [report.body for report in program.kept()]  # each is whole, or this raises
+            again = set(confirmed) & set(kept)
+            assert len(again) <= 1, moment
+            assert again <= set(confirmed[-1:]), "only the last one's confirmation was arriving"
+            twice += len(again)
+        server.arm(None, None, 0)
+        assert program.send() == (1, len(kept), 0, 0)
+        numbers = [int(body.split()[1]) for body in server.bodies]
+        assert set(numbers) == set(range(written))
+        assert len(numbers) - written == twice
+        print(f"{KILLS} kills, {written} reports, {twice} sent twice")
+
+    def test_while_the_user_waits_for_an_upload_loses_nothing(self, program):
+        server = KillingServer()
+        program.serve(server.answer)
+        content = os.urandom(3 << 20)
+        log = program.host.write(b"log", content)
+        expected = upload_body({"Conversion_log": (log, content)})
+        for moment in server.MOMENTS:
+            process = program.start()
+            process.tell("post", b"-|-|" + log + b"|-")
+            server.arm(process.process, moment, report=0)
+            process.send("upload")
+            wait_until(lambda: not process.process.running(), f"the kill at {moment}", 60)
+            process.process.kill()
+            server.arm(None, None, 0)
+            kept = [report.body for report in program.kept()]
+            assert kept in ([expected], []) if moment == "answered" else kept == [expected], moment
+            assert program.send() == (1, len(kept), 0, 0), moment
+            assert program.kept() == []
+
+    def test_while_the_report_is_written_leaves_it_whole_or_nothing(self, program):
+        content = os.urandom(48 << 20)
+        log = program.host.write(b"log", content)
+        expected = upload_body({"Conversion_log": (log, content)})
+        server = program.serve()
+        whole = 0
+        for _ in range(5):
+            process = program.start()
+            process.tell("post", b"-|-|" + log + b"|-")
+            process.send("upload")
+            limit = random.randrange(len(content))
+
+            def far_enough():
+                files = list(program.folder.glob("*")) if program.folder.exists() else []
+                return not process.process.running() or any(size_of(path) > limit for path in files)
+
+            while not far_enough():
+                time.sleep(0.001)
+            process.process.kill()
+            before = len(server.requests)
+            begun, sent_now, *rest = program.send()
+            assert (begun, *rest) == (1, 0, 0)
+            assert [request.body for request in server.requests[before:] if len(request.body) == len(expected)] in (
+                [expected] * sent_now,
+            )
+            whole += sent_now
+            assert list(program.folder.iterdir()) == []
+        print(f"{whole} of 5 were whole")
+
+
+def size_of(path):
+    try:
+        return path.stat().st_size
+    except OSError:
+        return 0
