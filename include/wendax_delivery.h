@@ -44,6 +44,13 @@ WENDAX_DELIVERY_IMPORT int __cdecl WendaxKeepUnsent(const wchar_t* folder);
  *         work in it, of this or another process */
 WENDAX_DELIVERY_IMPORT int __cdecl WendaxSendUnsent(WendaxUnsent* result);
 
+/** Says whether the upload dialog shows how far an upload is, and lets the user stop it: "Close" does then. Otherwise
+ * it takes no clicks until the upload has come to its end.
+ *
+ * @param flag  0: no, as it is at first; any other: yes
+ * @return the flag */
+WENDAX_DELIVERY_IMPORT int __cdecl WendaxShowProgress(int flag);
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif

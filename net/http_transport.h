@@ -14,6 +14,13 @@
 
 #include <wininet.h>
 
+// Sees an upload go out, block by block.
+struct UploadWatcher {
+    // Told after each block how many bytes of how many were handed to the system. False ends the upload.
+    bool (*goes_on)(UploadWatcher& watcher, DWORD sent, DWORD total);
+    bool stopped = false; // whether that is what the user wants
+};
+
 class CHttpTransport {
 public:
     // For Request's length: the body is a text and goes out up to its NUL.
@@ -44,8 +51,9 @@ public:
 
     // As Request sends a POST, but to a secure destination over TLS at any port, with a certificate that the system
     // finds in order, and never otherwise. A redirect of such a server is followed by a GET, so that the body goes
-    // nowhere else, and to another https URL only. Null for an empty destination.
-    const char* Upload(const Destination& to, const void* body, DWORD length);
+    // nowhere else, and to another https URL only. Null for an empty destination. With a watcher the body goes out in
+    // blocks of 16 KiB, and is the only copy of it in memory; the bytes on the wire are the same.
+    const char* Upload(const Destination& to, const void* body, DWORD length, UploadWatcher* watcher = nullptr);
 
     // After a failure: there was no connection to the server, so that nothing was sent.
     bool IsUnreached() const {
@@ -64,7 +72,8 @@ private:
     using InternetHandle = win::UniqueHandle<InternetTraits>;
 
     bool Get(const char* url, DWORD flags);
-    bool Post(const char* url, DWORD flags, const void* body, DWORD length);
+    bool Post(const char* url, DWORD flags, const void* body, DWORD length, UploadWatcher* watcher = nullptr);
+    bool SendInBlocks(const char* body, DWORD length, UploadWatcher& watcher);
     bool FollowRedirects(CStdString url);
     void SetReceiveTimeout(DWORD milliseconds);
     const char* ReadAnswer();

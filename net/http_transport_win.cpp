@@ -17,6 +17,7 @@ constexpr DWORD kByPort = 0;
 constexpr DWORD kStrictFlags = INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_SECURE | INTERNET_FLAG_NO_AUTO_REDIRECT;
 
 constexpr DWORD kChunk = 8191;
+constexpr DWORD kBlock = 16 << 10;
 
 struct TextTraits {
     using Value = char*;
@@ -63,12 +64,12 @@ const char* CHttpTransport::Request(const char* url, bool post, const void* body
     return ReadAnswer();
 }
 
-const char* CHttpTransport::Upload(const Destination& to, const void* body, DWORD length) {
+const char* CHttpTransport::Upload(const Destination& to, const void* body, DWORD length, UploadWatcher* watcher) {
     if (to.url.empty()) {
         Fail(kNoUrl);
         return nullptr;
     }
-    if (!Post(to.url.c_str(), to.secure ? kStrictFlags : kByPort, body, length) ||
+    if (!Post(to.url.c_str(), to.secure ? kStrictFlags : kByPort, body, length, watcher) ||
         (to.secure && !FollowRedirects(to.url))) {
         return nullptr;
     }
@@ -106,7 +107,7 @@ bool CHttpTransport::FollowRedirects(CStdString url) {
     }
 }
 
-bool CHttpTransport::Post(const char* url, DWORD flags, const void* body, DWORD length) {
+bool CHttpTransport::Post(const char* url, DWORD flags, const void* body, DWORD length, UploadWatcher* watcher) {
     // A part with a length is wanted, by its place in the URL. Extra information is not, so the path keeps the query.
     URL_COMPONENTSA parts = {};
     parts.dwStructSize = sizeof parts;
@@ -145,10 +146,36 @@ bool CHttpTransport::Post(const char* url, DWORD flags, const void* body, DWORD 
     }
     // Much of the body may still be on its way when it counts as sent: so much longer the server has time at 8 KB/s.
     SetReceiveTimeout(kAnswerTime + length / 8);
+    if (watcher) {
+        return SendInBlocks(static_cast<const char*>(body), length, *watcher) || Fail(GetLastError());
+    }
     if (!HttpSendRequestA(m_request.get(), m_headers.c_str(), m_headers.length(), const_cast<void*>(body), length)) {
         return Fail(GetLastError());
     }
     return true;
+}
+
+bool CHttpTransport::SendInBlocks(const char* body, DWORD length, UploadWatcher& watcher) {
+    INTERNET_BUFFERSA start = {};
+    start.dwStructSize = sizeof start;
+    start.lpcszHeader = m_headers.c_str();
+    start.dwHeadersLength = m_headers.length();
+    start.dwBufferTotal = length;
+    if (!HttpSendRequestExA(m_request.get(), &start, nullptr, 0, 0)) {
+        return false;
+    }
+    for (DWORD sent = 0, written; sent < length; sent += written) {
+        written = 0;
+        if (!InternetWriteFile(m_request.get(), body + sent, length - sent < kBlock ? length - sent : kBlock,
+                               &written) ||
+            written == 0) {
+            return false;
+        }
+        if (!watcher.goes_on(watcher, sent + written, length)) {
+            return false;
+        }
+    }
+    return HttpEndRequestA(m_request.get(), nullptr, 0, 0);
 }
 
 void CHttpTransport::SetReceiveTimeout(DWORD milliseconds) {

@@ -21,11 +21,11 @@ bool has_proxy() {
 
 } // namespace
 
-bool upload(const Destination& to, const char* agent, const void* body, unsigned length) {
+bool upload(const Destination& to, const char* agent, const void* body, unsigned length, UploadWatcher* watcher) {
     for (DWORD access = INTERNET_OPEN_TYPE_DIRECT;; access = INTERNET_OPEN_TYPE_PRECONFIG) {
         CHttpTransport transport(agent, access);
         transport.SetHeaders(upload_form::kRequestHeaders);
-        const char* const answer = transport.Upload(to, body, length);
+        const char* const answer = transport.Upload(to, body, length, watcher);
         if (answer || access != INTERNET_OPEN_TYPE_DIRECT || !to.proxy_allowed || !transport.IsUnreached() ||
             !has_proxy())
             return upload_form::confirms(answer);

@@ -2,7 +2,11 @@
 // successful upload, and stays for another try after a failed one.
 #include "include/wendax.h"
 
+#include "net/http_transport.h"
+#include "report/added_control.h"
+#include "report/delivery.h"
 #include "report/destinations.h"
+#include "report/progress_bar.h"
 #include "report/report_scope.h"
 #include "report/running_dialog.h"
 #include "report/report_texts.h"
@@ -22,8 +26,14 @@ public:
     }
 
     void press(HWND dialog, int button) {
-        if (m_uploading) // pressed by a message from another thread, as nobody else could
+        if (m_uploading) {
+            // Without progress by a message from another thread, as nobody else could.
+            if (button == IDCANCEL && report::progress_is_shown()) {
+                m_stopped = true;
+                EnableWindow(GetDlgItem(dialog, IDCANCEL), FALSE);
+            }
             return;
+        }
         if (button == IDOK)
             upload(dialog);
         else if (button == IDCANCEL)
@@ -35,7 +45,32 @@ private:
     // Shows the text at once: no message is worked on while the upload runs.
     void say(HWND dialog, const char* text);
 
+    class Watcher;
     bool m_uploading = false;
+    bool m_stopped = false; // "Close" while it uploads
+};
+
+// Shows how far the upload is, and works on the dialog's messages.
+class CCrashReport2::CCrushDialog::Watcher : public UploadWatcher {
+public:
+    Watcher(CCrushDialog& owner, HWND dialog)
+        : UploadWatcher{look}, m_owner(owner), m_dialog(dialog), m_bar(dialog, report::kUploadText.bottom) {
+        report::upload_watcher = this;
+    }
+    ~Watcher() { report::upload_watcher = nullptr; }
+
+private:
+    static bool look(UploadWatcher& watcher, DWORD sent, DWORD total) {
+        auto& self = static_cast<Watcher&>(watcher);
+        self.m_bar.Show(sent, total);
+        const bool goes_on = self.m_owner.serve(self.m_dialog);
+        self.stopped = self.m_owner.m_stopped;
+        return goes_on && !self.stopped;
+    }
+
+    CCrushDialog& m_owner;
+    HWND m_dialog;
+    report::ProgressBar m_bar;
 };
 
 namespace {
@@ -70,10 +105,23 @@ void CCrashReport2::CCrushDialog::upload(HWND dialog) {
     const CWaitCursor wait;
     m_uploading = true;
     enable_buttons(dialog, FALSE);
-    say(dialog, report::kUploadWaitText);
-    if (upload_newest()) {
+    bool uploaded;
+    if (report::progress_is_shown()) {
+        EnableWindow(GetDlgItem(dialog, IDCANCEL), TRUE);
+        const Watcher watcher(*this, dialog);
+        say(dialog, report::kUploadWaitText);
+        uploaded = upload_newest();
+    } else {
+        say(dialog, report::kUploadWaitText);
+        uploaded = upload_newest();
+    }
+    if (uploaded) {
         say(dialog, report::kUploadSuccessText);
         end(dialog, IDOK);
+        return;
+    }
+    if (m_stopped) {
+        end(dialog, IDCANCEL);
         return;
     }
     char failure[report::kUploadFailureSize];

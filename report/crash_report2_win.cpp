@@ -4,6 +4,7 @@
 
 #include "base/floating_point_scope.h"
 #include "capture/screenshot.h"
+#include "net/http_transport.h"
 #include "net/super_buffer.h"
 #include "net/unsent_folder.h"
 #include "net/upload.h"
@@ -89,8 +90,9 @@ bool CCrashReport2::Upload() {
         const Destination to =
             destination_of(record_address(kDestinations.upload_address), kDestinations.proxy_allowed != 0);
         keep(this, to, body);
-        uploaded = upload(to, record_application(kDestinations).name, body.GetData(), body.GetLength());
-        if (kept_file && uploaded)
+        UploadWatcher* const watcher = report::upload_watcher;
+        uploaded = upload(to, record_application(kDestinations).name, body.GetData(), body.GetLength(), watcher);
+        if (kept_file && (uploaded || (watcher && watcher->stopped)))
             kept_file->Drop();
         else if (kept_file)
             kept_file->DropOlder(report::unsent_folder());

@@ -9,12 +9,23 @@
 namespace {
 
 wchar_t folder_of_unsent[unsent::kMostFolder];
+int progress_flag;
 
 } // namespace
 
-const wchar_t* report::unsent_folder() {
+namespace report {
+
+UploadWatcher* upload_watcher;
+
+const wchar_t* unsent_folder() {
     return folder_of_unsent;
 }
+
+bool progress_is_shown() {
+    return progress_flag != 0;
+}
+
+} // namespace report
 
 extern "C" int __cdecl WendaxKeepUnsent(const wchar_t* folder) {
     *folder_of_unsent = L'\0';
@@ -40,4 +51,9 @@ extern "C" int __cdecl WendaxSendUnsent(WendaxUnsent* result) {
     if (result)
         *result = {counts.sent, counts.remaining, counts.damaged};
     return begun;
+}
+
+extern "C" int __cdecl WendaxShowProgress(int flag) {
+    progress_flag = flag;
+    return flag;
 }

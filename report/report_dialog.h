@@ -38,6 +38,8 @@ protected:
     // After a time in which no message was worked on: what was typed in it, and within the next second, answers
     // nothing.
     void ignore_typed();
+    // Works on the messages that wait for the dialog. False when the program is told to quit, which it then is again.
+    bool serve(HWND dialog);
 
     HICON icon() const { return m_icon; }
     // Always null, as is the owner.
@@ -47,6 +49,7 @@ private:
     // The message loop. False when the program is told to quit, by that message. Apart from what it leaves behind on
     // its way out, of which each call would have to be told.
     __attribute__((noinline)) bool work(HWND dialog, MSG& message);
+    void handle(HWND dialog, const MSG& message);
     // Whether the message is one to work on, and not a key of someone who types on.
     bool takes(const MSG& message);
 

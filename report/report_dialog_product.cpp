@@ -128,15 +128,31 @@ bool ReportDialog::work(HWND dialog, MSG& message) {
             return got != 0;
         if (!m_running)
             break;
-        // No IsDialogMessage, so Enter, Escape and Tab do nothing. The space bar presses the button that has the focus.
-        if (!takes(message))
-            continue;
-        if (message.message == WM_LBUTTONDOWN || message.message == WM_NCLBUTTONDOWN)
-            forget_pointer_before(message, dialog);
-        TranslateMessage(&message);
-        DispatchMessageA(&message);
+        handle(dialog, message);
     }
     return true;
+}
+
+bool ReportDialog::serve(HWND dialog) {
+    MSG message;
+    while (PeekMessageA(&message, dialog, 0, 0, PM_REMOVE)) {
+        if (message.message == WM_QUIT) {
+            PostQuitMessage(static_cast<int>(message.wParam));
+            return false;
+        }
+        handle(dialog, message);
+    }
+    return true;
+}
+
+void ReportDialog::handle(HWND dialog, const MSG& message) {
+    // No IsDialogMessage, so Enter, Escape and Tab do nothing. The space bar presses the button that has the focus.
+    if (!takes(message))
+        return;
+    if (message.message == WM_LBUTTONDOWN || message.message == WM_NCLBUTTONDOWN)
+        forget_pointer_before(message, dialog);
+    TranslateMessage(&message);
+    DispatchMessageA(&message);
 }
 
 bool ReportDialog::takes(const MSG& message) {

@@ -8,3 +8,5 @@
 
 #define IDC_REPORT_ICON 19000
 #define IDC_UPLOAD_TEXT 19001
+// Made with the dialog, or while it uploads.
+#define IDC_UPLOAD_PROGRESS 19002

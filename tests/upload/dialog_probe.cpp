@@ -1,8 +1,11 @@
 // Says what the report dialog of another process on the same desktop shows: the text of the upload's control 19001 as
 // hex in the ANSI code page, then for the buttons 1 and 2 whether each takes clicks. With an argument instead the texts
-// of all controls, each as a line of hex of its UTF-16. Sends the dialog no message, which might be busy.
+// of all controls, each as a line of hex of its UTF-16. Sends the dialog no message, which might be busy. With the
+// argument "bar" the place of the progress bar in thousandths, or "none", by a message.
 #include <windows.h>
+#include <commctrl.h>
 #include <stdio.h>
+#include <string.h>
 
 namespace {
 
@@ -18,10 +21,19 @@ void print_all_texts(HWND dialog) {
 
 } // namespace
 
-int main(int count, char**) {
+int main(int count, char** arguments) {
     const HWND dialog = FindWindowA("#32770", "Software Error Report");
     if (!dialog) {
         puts("none");
+        return 0;
+    }
+    if (count > 1 && strcmp(arguments[1], "bar") == 0) {
+        const HWND bar = GetDlgItem(dialog, 19002);
+        DWORD_PTR place = 0;
+        if (bar && SendMessageTimeoutA(bar, PBM_GETPOS, 0, 0, SMTO_ABORTIFHUNG, 10000, &place))
+            printf("%u\n", static_cast<unsigned>(place));
+        else
+            puts("none");
         return 0;
     }
     if (count > 1) {

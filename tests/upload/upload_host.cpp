@@ -11,6 +11,7 @@
 //   hold                    from here on a dialog that closes says "closing", and goes when the next line arrives
 //   keep [FOLDER]           WendaxKeepUnsent, of a path in UTF-8; its answer
 //   send-unsent             WendaxSendUnsent's answer and the three numbers, all in one line
+//   show-progress           WendaxShowProgress(1); its answer
 //   press-again             once a dialog uploads, another thread presses its button 1 by a sent message; says
 //   "pressing" newest                  which report m_pThis is: "first", "last", "none" usage                   handles
 //   of the process, and KiB of memory: its own, in RAM, and the most in RAM so far
@@ -130,6 +131,10 @@ bool obey(char* line) {
     }
     if (strcmp(line, "send-unsent") == 0) {
         send_unsent();
+        return true;
+    }
+    if (strcmp(line, "show-progress") == 0) {
+        printf("%d\n", WendaxShowProgress(1));
         return true;
     }
     if (count == 0)

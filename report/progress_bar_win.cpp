@@ -1,0 +1,38 @@
+// The system's own control. Its DLL makes the class known when it is loaded.
+#include "report/progress_bar.h"
+
+#include <stdint.h>
+
+#include <commctrl.h>
+
+#include "report/added_control.h"
+#include "resources/ids.h"
+#include "win/library.h"
+
+namespace report {
+
+namespace {
+
+constexpr unsigned kSteps = 1000;
+constexpr LONG kHalf = (kUploadText.top + kUploadText.bottom) / 2;
+constexpr RECT kPlace = {kUploadText.left, kHalf + 8, kUploadText.right, kHalf + 20};
+
+} // namespace
+
+ProgressBar::ProgressBar(HWND dialog, LONG text_bottom)
+    : m_controls(win::load_system_library("comctl32.dll")), m_dialog(dialog), m_text_bottom(text_bottom),
+      m_bar(add_control(dialog, PROGRESS_CLASSA, "", PBS_SMOOTH, IDC_UPLOAD_PROGRESS, kPlace)) {
+    end_text_at(dialog, kHalf);
+    SendMessageA(m_bar, PBM_SETRANGE32, 0, kSteps);
+}
+
+ProgressBar::~ProgressBar() {
+    DestroyWindow(m_bar);
+    end_text_at(m_dialog, m_text_bottom);
+}
+
+void ProgressBar::Show(unsigned done, unsigned total) {
+    SendMessageA(m_bar, PBM_SETPOS, static_cast<WPARAM>(uint64_t{done} * kSteps / total), 0);
+}
+
+} // namespace report
