@@ -22,6 +22,8 @@ void check_header(const std::vector<char>& data) {
         return;
     require(header.size <= data.size() && header.size <= kMostHeader);
     char buffer[kMostHeader];
+    if (std::strlen(header.url) + 1 != header.size - kFixedSize)
+        return; // a zero byte in its midst
     require(format_header(buffer, header) == header.size);
     // All but flags and numbers that nobody knows, and with them the checksum.
     require(std::memcmp(buffer, data.data(), 44) == 0 && std::memcmp(buffer + 48, data.data() + 48, 4) == 0 &&

@@ -51,6 +51,15 @@ WENDAX_DELIVERY_IMPORT int __cdecl WendaxSendUnsent(WendaxUnsent* result);
  * @return the flag */
 WENDAX_DELIVERY_IMPORT int __cdecl WendaxShowProgress(int flag);
 
+/** Says whether the upload dialog has a button "What is sent" under its text: it opens a folder with copies of exactly
+ * the files that would go. From then on these copies are what goes, as they are when the upload begins: one that the
+ * user deletes doesn't, nor does its path. The folder lies in the user's folder of temporary files, and goes with the
+ * dialog.
+ *
+ * @param flag  0: no, as it is at first; any other: yes
+ * @return the flag */
+WENDAX_DELIVERY_IMPORT int __cdecl WendaxShowContents(int flag);
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif

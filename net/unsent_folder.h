@@ -5,42 +5,45 @@
 #pragma once
 
 #include "net/destination.h"
-#include "win/handle.h"
+
+#include <windows.h>
 
 namespace unsent {
 
 constexpr unsigned kMostFolder = 512; // with the NUL
 
-// The file of one report. While the object lives no other process sends it.
+// The file of one report. While the object has it no other process sends it. Made of zeros; has no destructor, so that
+// it may be a static object: LetGo() ends it.
 class KeptReport {
 public:
-    KeptReport() = default;
-    ~KeptReport() { m_file.reset(); }
-    KeptReport(const KeptReport&) = delete;
-    KeptReport& operator=(const KeptReport&) = delete;
-
     // Writes the report; whether it lies on the disk whole. The one that this object kept before is then dropped; it
     // stays where this fails.
     bool Keep(const wchar_t* folder, const Destination& to, const void* body, unsigned length);
     // Deletes what is kept, if anything is.
     void Drop();
+    // Leaves it to others.
+    void LetGo();
     // Drops the oldest of the folder's other reports, as Limits says of them and this one.
     void DropOlder(const wchar_t* folder);
 
 private:
-    wchar_t m_path[kMostFolder + 32];
-    win::FileHandle m_file;
+    HANDLE m_file; // null where nothing is kept
+    wchar_t m_path[kMostFolder + 48];
 };
 
-struct Counts {
-    int sent;      // confirmed and deleted
-    int remaining; // not confirmed, or held by a process whose upload it is
-    int damaged;   // of another maker or damaged, and left alone
+enum Outcome {
+    kSent,    // confirmed, and then deleted
+    kRemains, // not confirmed, or held by a process whose upload it is
+    kDamaged, // or of another maker: left alone
+    kOutcomes
 };
 
-// Sends what is there, the oldest first, and deletes what the server confirms. False if it isn't begun, because another
-// call is at work in that folder or the folder refuses files; true also where there is no such folder. Blocks for as
-// long as it takes. Throws gen::genlib_out_of_memory.
-bool send_all(const wchar_t* folder, const char* agent, Counts& counts);
+// Sends a body and says whether it was confirmed; kDamaged where the URL is none. Throws nothing.
+using Sender = Outcome (*)(const char* url, bool proxy_allowed, const char* body, unsigned length);
+
+// Sends what is there, the oldest first, and deletes what the server confirms. Counts what came of each, from zeros on.
+// False if it isn't begun, because another call is at work in that folder or the folder refuses files; true also where
+// there is no such folder. Blocks for as long as it takes.
+bool send_all(const wchar_t* folder, Sender sender, int (&counts)[kOutcomes]);
 
 } // namespace unsent

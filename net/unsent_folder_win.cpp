@@ -1,36 +1,37 @@
 // A report is written under a name of its own, and gets its true one when it lies on the disk. A process that is killed
-// before leaves a file that is whole, and counts as one, or one that nobody holds, and is deleted.
+// before leaves a file that is whole, and counts as one, or one that nobody holds, and is deleted. Nothing here throws,
+// and so it is compiled.
 #include "net/unsent_folder.h"
 
 #include <stdlib.h>
 #include <string.h>
 
 #include "net/unsent_format.h"
-#include "net/upload.h"
 #include "win/files.h"
+#include "win/handle.h"
 
 namespace unsent {
 
 namespace {
 
-constexpr wchar_t kStart[] = L"wendax-";
+// The name of a report: time, process, and a number of its own, for the clock goes by steps.
+constexpr wchar_t kName[] = L"%s\\wendax-%016I64x-%08lx-%04x.%s";
+constexpr wchar_t kStart[] = {L'w', L'e', L'n', L'd', L'a', L'x', L'-'};
+constexpr unsigned kLengthToDot = sizeof kStart / sizeof *kStart + 16 + 1 + 8 + 1 + 4;
 constexpr wchar_t kUnfinished[] = L".tmp";
-constexpr wchar_t kFinished[] = L".unsent";
 constexpr wchar_t kLock[] = L"sending.lock";
 
 // The path of a file in a folder.
 struct Path {
-    wchar_t text[kMostFolder + MAX_PATH];
+    wchar_t text[1024]; // as many as wsprintfW may write
 
-    Path(const wchar_t* folder, const wchar_t* name) { put(put(put(text, folder), L"\\"), name); }
-
-    // Returns the text's end.
-    static wchar_t* put(wchar_t* to, const wchar_t* text) {
-        while ((*to = *text++))
-            ++to;
-        return to;
+    Path(const wchar_t* folder, const wchar_t* name) { wsprintfW(text, L"%s\\%s", folder, name); }
+    // Of the report that this process keeps at that time.
+    Path(const wchar_t* folder, uint64_t time, unsigned number, const wchar_t* ending) {
+        wsprintfW(text, kName, folder, time, GetCurrentProcessId(), number, ending);
     }
 };
+static_assert(kMostFolder + MAX_PATH < 1024);
 
 // What malloc gives.
 struct BlockTraits {
@@ -91,13 +92,6 @@ private:
     unsigned m_count = 0;
 };
 
-bool is_unfinished(const wchar_t* name) {
-    const size_t length = wcslen(name);
-    constexpr size_t kEnd = sizeof kUnfinished / sizeof *kUnfinished - 1;
-    return length > kEnd && wcscmp(name + length - kEnd, kUnfinished) == 0 &&
-           wcsncmp(name, kStart, sizeof kStart / sizeof *kStart - 1) == 0;
-}
-
 void Listing::Read(Limits limits) {
     WIN32_FIND_DATAW found;
     const Search search(FindFirstFileW(Path(m_folder, L"*").text, &found));
@@ -115,7 +109,7 @@ void Listing::Read(Limits limits) {
 }
 
 void Listing::Look(const WIN32_FIND_DATAW& found) {
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) || wcscmp(found.cFileName, kLock) == 0)
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) || memcmp(found.cFileName, kLock, sizeof kLock) == 0)
         return;
     const Path path(m_folder, found.cFileName);
     win::FileHandle file(
@@ -134,7 +128,9 @@ void Listing::Look(const WIN32_FIND_DATAW& found) {
         return;
     }
     file.reset();
-    if (is_unfinished(found.cFileName))
+    // A report that was being written when its program was killed.
+    if (memcmp(found.cFileName, kStart, sizeof kStart) == 0 &&
+        memcmp(found.cFileName + kLengthToDot, kUnfinished, sizeof kUnfinished) == 0)
         DeleteFileW(path.text);
     else
         ++damaged;
@@ -152,32 +148,28 @@ void Listing::Add(uint64_t time, DWORD size, const wchar_t* name) {
         m_reports[at] = m_reports[at - 1];
     m_reports[at].time = time;
     m_reports[at].size = size;
-    Path::put(m_reports[at].name, name);
+    memcpy(m_reports[at].name, name, sizeof m_reports[at].name);
 }
 
-enum class Outcome { kSent, kRemains, kDamaged };
-
 // Sends one, and deletes it if it is confirmed.
-Outcome send(const wchar_t* path, DWORD length, const char* agent) {
+Outcome send(const wchar_t* path, DWORD length, Sender sender) {
     win::FileHandle file(
         CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     const Block block(malloc(length));
     const char* const data = static_cast<char*>(block.get());
     DWORD got = 0;
     if (!file || !data || !ReadFile(file.get(), block.get(), length, &got, nullptr))
-        return Outcome::kRemains;
+        return kRemains;
     Header header;
     if (got != length || !parse_header(data, length, header) || header.body_size != length - header.size ||
         header.body_checksum != checksum(data + header.size, length - header.size))
-        return Outcome::kDamaged;
-    const Destination to = destination_of(header.url, header.proxy_allowed);
-    if (to.url.empty())
-        return Outcome::kDamaged;
-    if (!upload(to, agent, data + header.size, length - header.size))
-        return Outcome::kRemains;
-    file.reset();
-    DeleteFileW(path);
-    return Outcome::kSent;
+        return kDamaged;
+    const Outcome outcome = sender(header.url, header.proxy_allowed, data + header.size, length - header.size);
+    if (outcome == kSent) {
+        file.reset();
+        DeleteFileW(path);
+    }
+    return outcome;
 }
 
 } // namespace
@@ -185,73 +177,58 @@ Outcome send(const wchar_t* path, DWORD length, const char* agent) {
 bool KeptReport::Keep(const wchar_t* folder, const Destination& to, const void* body, unsigned length) {
     CreateDirectoryW(folder, nullptr);
     Header header = {to.url.c_str(), to.proxy_allowed, 0, length, now(), checksum(body, length)};
-    Path path(folder, kStart);
-    wchar_t* const number = path.text + wcslen(path.text);
-    constexpr unsigned kDigits = 16;
-    win::FileHandle file;
-    // The name is the time. Two that are kept within the clock's step get one after the other.
-    for (;; ++header.time) {
-        for (unsigned i = 0; i < kDigits; ++i)
-            number[i] = L"0123456789abcdef"[header.time >> 4 * (kDigits - 1 - i) & 15];
-        Path::put(number + kDigits, kUnfinished);
-        file.reset(CreateFileW(path.text, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL,
-                               nullptr));
-        if (file || GetLastError() != ERROR_FILE_EXISTS)
-            break;
-    }
+    char data[kMostHeader];
+    static uint16_t number; // of those of this process, which keeps one at a time
+    ++number;
+    const Path unfinished(folder, header.time, number, kUnfinished + 1);
+    const Path finished(folder, header.time, number, L"unsent");
+    const unsigned size = format_header(data, header);
+    win::FileHandle file(CreateFileW(unfinished.text, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_NEW,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
         return false;
-    char data[kMostHeader];
-    const unsigned size = format_header(data, header);
-    Path finished = path;
-    Path::put(finished.text + (number + kDigits - path.text), kFinished);
     if (!size || !write(file.get(), data, size) || !write(file.get(), body, length) || !FlushFileBuffers(file.get()) ||
-        !MoveFileExW(path.text, finished.text, MOVEFILE_WRITE_THROUGH)) {
-        DeleteFileW(path.text);
+        !MoveFileExW(unfinished.text, finished.text, MOVEFILE_WRITE_THROUGH)) {
+        DeleteFileW(unfinished.text);
         return false;
     }
     Drop();
-    Path::put(m_path, finished.text);
-    m_file = static_cast<win::FileHandle&&>(file);
+    memcpy(m_path, finished.text, sizeof m_path);
+    m_file = file.release();
     return true;
 }
 
 void KeptReport::Drop() {
-    if (!m_file)
-        return;
-    DeleteFileW(m_path);
-    m_file.reset();
+    if (m_file)
+        DeleteFileW(m_path);
+    LetGo();
+}
+
+void KeptReport::LetGo() {
+    if (m_file)
+        CloseHandle(m_file);
+    m_file = nullptr;
 }
 
 void KeptReport::DropOlder(const wchar_t* folder) {
     Limits limits(now());
     if (m_file)
-        limits.Stays(~uint64_t{0}, GetFileSize(m_file.get(), nullptr));
+        limits.Stays(~uint64_t{0}, GetFileSize(m_file, nullptr));
     Listing(folder).Read(limits);
 }
 
-bool send_all(const wchar_t* folder, const char* agent, Counts& counts) {
+bool send_all(const wchar_t* folder, Sender sender, int (&counts)[kOutcomes]) {
     const win::FileHandle lock(CreateFileW(Path(folder, kLock).text, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
                                            FILE_FLAG_DELETE_ON_CLOSE, nullptr));
     if (!lock)
         return GetLastError() == ERROR_PATH_NOT_FOUND;
     Listing reports(folder);
     reports.Read(Limits(now()));
-    counts.remaining = reports.held;
-    counts.damaged = reports.damaged;
+    counts[kRemains] = reports.held;
+    counts[kDamaged] = reports.damaged;
     for (unsigned i = reports.Count(); i > 0; --i) {
         const Report& report = reports[i - 1];
-        switch (send(Path(folder, report.name).text, report.size, agent)) {
-        case Outcome::kSent:
-            ++counts.sent;
-            break;
-        case Outcome::kRemains:
-            ++counts.remaining;
-            break;
-        case Outcome::kDamaged:
-            ++counts.damaged;
-            break;
-        }
+        ++counts[send(Path(folder, report.name).text, report.size, sender)];
     }
     return true;
 }

@@ -28,17 +28,6 @@ struct Fixed {
 };
 static_assert(sizeof(Fixed) == kFixedSize);
 
-// The size with the NUL; 0 if the text is no URL or its NUL isn't within `capacity` bytes.
-unsigned size_of_url(const char* text, unsigned capacity) {
-    for (unsigned i = 0; i < capacity; ++i) {
-        if (!text[i])
-            return i ? i + 1 : 0;
-        if (text[i] <= ' ' || text[i] > '~')
-            return 0;
-    }
-    return 0;
-}
-
 uint32_t header_checksum(const char* data, Fixed fixed) {
     fixed.header_checksum = 0;
     return checksum(data + sizeof fixed, fixed.url_size, checksum(&fixed, sizeof fixed));
@@ -69,8 +58,8 @@ unsigned format_header(char (&buffer)[kMostHeader], const Header& header) {
     fixed.time = header.time;
     fixed.body_checksum = header.body_checksum;
     fixed.flags = header.proxy_allowed ? kProxyAllowed : 0;
-    fixed.url_size = size_of_url(header.url, kMostUrl);
-    if (!fixed.url_size)
+    fixed.url_size = static_cast<uint32_t>(strlen(header.url) + 1);
+    if (fixed.url_size > kMostUrl)
         return 0;
     fixed.header_size = kFixedSize + fixed.url_size;
     memcpy(buffer + kFixedSize, header.url, fixed.url_size);
@@ -86,12 +75,10 @@ bool parse_header(const char* data, size_t size, Header& header) {
     memcpy(&fixed, data, sizeof fixed);
     if (memcmp(fixed.mark, kMark, sizeof kMark) != 0 || fixed.version != kVersion || fixed.body_size_above ||
         fixed.url_size - 1 >= kMostUrl || fixed.header_size != kFixedSize + fixed.url_size ||
-        fixed.header_size > size || fixed.header_checksum != header_checksum(data, fixed))
+        fixed.header_size > size || data[fixed.header_size - 1] ||
+        fixed.header_checksum != header_checksum(data, fixed))
         return false;
-    const char* const url = data + kFixedSize;
-    if (size_of_url(url, fixed.url_size) != fixed.url_size)
-        return false;
-    header.url = url;
+    header.url = data + kFixedSize;
     header.proxy_allowed = (fixed.flags & kProxyAllowed) != 0;
     header.size = fixed.header_size;
     header.body_size = fixed.body_size;

@@ -15,7 +15,7 @@ constexpr unsigned kMostUrl = 2048; // with the NUL
 constexpr unsigned kMostHeader = kFixedSize + kMostUrl;
 
 struct Header {
-    const char* url;    // where the body goes: printable ASCII without blanks
+    const char* url;    // where the body goes
     bool proxy_allowed; // as in Destination
     unsigned size;      // of the header, in bytes: where the body begins
     uint32_t body_size; // in bytes
@@ -26,8 +26,8 @@ struct Header {
 // The CRC-32 of so many bytes; of the bytes before them and them, with that of those before.
 uint32_t checksum(const void* data, size_t size, uint32_t before = 0);
 
-// Writes the header of a body into the buffer, and returns its size; 0 where the URL is none. header.size isn't looked
-// at.
+// Writes the header of a body into the buffer, and returns its size; 0 where the URL is too long. header.size isn't
+// looked at.
 unsigned format_header(char (&buffer)[kMostHeader], const Header& header);
 
 // Whether a file that begins with these bytes is a kept report whose header is whole. `size` is how many of its first

@@ -54,12 +54,12 @@ CStdString part_header(Part part, const char* path) {
     return header;
 }
 
-void append_body(CSuperBuffer& body, const char* const (&paths)[part_count]) {
+void append_body(CSuperBuffer& body, const char* const (&names)[part_count], const char* const (&paths)[part_count]) {
     CStdString headers[part_count];
     CSuperBuffer::Piece pieces[3 * part_count + 1];
     CSuperBuffer::Piece* next = pieces;
     for (int i = 0; i < part_count; ++i) {
-        headers[i] = part_header(static_cast<Part>(i), paths[i]);
+        headers[i] = part_header(static_cast<Part>(i), names[i]);
         (next++)->SetText(headers[i]);
         (next++)->SetFile(paths[i]);
         (next++)->SetText(kPartEnd);

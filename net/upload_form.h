@@ -30,9 +30,13 @@ extern const char kTrailer[];
 // The request header that names the boundary; no line end.
 extern const char kRequestHeaders[];
 
-// Appends the whole body to the buffer. paths[part] is the path of each part, "" for none; a path that names no
-// readable file gives an empty part. Throws gen::genlib_out_of_memory as the buffer does.
-void append_body(CSuperBuffer& body, const char* const (&paths)[part_count]);
+// Appends the whole body to the buffer. names[part] is the path that each part's header has, "" for none; paths[part]
+// that of the file with its bytes, mostly the same; a path that names no readable file gives an empty part. Throws
+// gen::genlib_out_of_memory as the buffer does.
+void append_body(CSuperBuffer& body, const char* const (&names)[part_count], const char* const (&paths)[part_count]);
+inline void append_body(CSuperBuffer& body, const char* const (&paths)[part_count]) {
+    append_body(body, paths, paths);
+}
 
 // Whether the server's answer confirms the upload; null is no answer. Kept: an answer that begins with the
 // confirmation is refused, whatever else it holds.

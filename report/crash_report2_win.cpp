@@ -2,6 +2,8 @@
 // no guard: the dialog puts one around it.
 #include "include/wendax.h"
 
+#include <string.h>
+
 #include "base/floating_point_scope.h"
 #include "capture/screenshot.h"
 #include "net/http_transport.h"
@@ -11,6 +13,7 @@
 #include "net/upload_form.h"
 #include "report/delivery.h"
 #include "report/destinations.h"
+#include "report/sent_contents.h"
 #include "sysinfo/std_info.h"
 #include "win/guard.h"
 
@@ -22,23 +25,16 @@ const char* path_or_none(const char* path) {
 }
 
 // What lies on the disk of the report that was uploaded last, until its object ends: the next try takes its place.
+unsent::KeptReport kept;
 const CCrashReport2* report_kept;
-unsent::KeptReport* kept_file; // owned
-
-void let_kept_go() {
-    delete kept_file;
-    kept_file = nullptr;
-}
 
 // Keeps the report from the beginning of its upload on, so that it outlasts the end of the program.
 void keep(const CCrashReport2* report, const Destination& to, const CSuperBuffer& body) {
     if (report_kept != report)
-        let_kept_go();
+        kept.LetGo();
     report_kept = report;
-    if (!kept_file && *report::unsent_folder())
-        kept_file = new (std::nothrow) unsent::KeptReport;
-    if (kept_file)
-        kept_file->Keep(report::unsent_folder(), to, body.GetData(), body.GetLength());
+    if (*report::unsent_folder())
+        kept.Keep(report::unsent_folder(), to, body.GetData(), body.GetLength());
 }
 
 // A fault in what makes a file costs the file, not the report.
@@ -63,7 +59,7 @@ CCrashReport2::~CCrashReport2() {
     if (m_pThis == this)
         m_pThis = nullptr;
     if (report_kept == this)
-        let_kept_go();
+        kept.LetGo();
 }
 
 void CCrashReport2::PostRequest(const char* config, const char* script, const char* log, const char* file) {
@@ -81,21 +77,25 @@ void CCrashReport2::AddAttachment(const char* path) {
 bool CCrashReport2::Upload() {
     bool uploaded = false;
     gen::call_with_own_floating_point([&] {
-        const char* const paths[upload_form::part_count] = {
+        const char* names[upload_form::part_count] = {
             m_script_path.c_str(), m_config_path.c_str(), m_file_path.c_str(),
             m_log_path.c_str(),    m_screen_path.c_str(), m_system_path.c_str(),
         };
+        const char* paths[upload_form::part_count];
+        memcpy(paths, names, sizeof paths);
+        if (report::sent_contents)
+            report::sent_contents->Replace(names, paths);
         CSuperBuffer body;
-        upload_form::append_body(body, paths);
+        upload_form::append_body(body, names, paths);
         const Destination to =
             destination_of(record_address(kDestinations.upload_address), kDestinations.proxy_allowed != 0);
         keep(this, to, body);
         UploadWatcher* const watcher = report::upload_watcher;
         uploaded = upload(to, record_application(kDestinations).name, body.GetData(), body.GetLength(), watcher);
-        if (kept_file && (uploaded || (watcher && watcher->stopped)))
-            kept_file->Drop();
-        else if (kept_file)
-            kept_file->DropOlder(report::unsent_folder());
+        if (uploaded || (watcher && watcher->stopped))
+            kept.Drop();
+        else if (*report::unsent_folder())
+            kept.DropOlder(report::unsent_folder());
     });
     return uploaded;
 }

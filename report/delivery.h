@@ -11,7 +11,13 @@ const wchar_t* unsent_folder();
 // Whether the dialog shows how far an upload is.
 bool progress_is_shown();
 
+// Whether the dialog lets the user see what is sent.
+bool contents_are_shown();
+
 // Who sees the upload that the dialog has begun; null for an upload of the host's own.
 extern UploadWatcher* upload_watcher;
+// What the user was shown of it; null where nothing was.
+class SentContents;
+extern const SentContents* sent_contents;
 
 } // namespace report

@@ -1,27 +1,22 @@
 // How far an upload is, in the lower half of the dialog's text.
 #pragma once
 
-#include "win/handle.h"
+#include <windows.h>
 
 namespace report {
 
-// On the screen as long as it lives; the text keeps to its upper half meanwhile. Where the system has no such control,
-// an upload goes on without.
+// Where the system has no such control, an upload goes on without.
 class ProgressBar {
 public:
-    // text_bottom: where the text ends again afterwards, in dialog units.
-    ProgressBar(HWND dialog, LONG text_bottom);
-    ~ProgressBar();
-    ProgressBar(const ProgressBar&) = delete;
-    ProgressBar& operator=(const ProgressBar&) = delete;
-
+    // Puts it on the screen; the text keeps to its upper half meanwhile.
+    void Begin(HWND dialog);
     void Show(unsigned done, unsigned total);
+    // Takes it away. text_bottom: where the text ends again, in dialog units.
+    void End(HWND dialog, LONG text_bottom);
 
 private:
-    win::LibraryHandle m_controls; // in which the bar's class is
-    HWND m_dialog;
-    LONG m_text_bottom;
-    HWND m_bar; // null where there is none
+    HMODULE m_controls; // in which the bar's class is
+    HWND m_bar;         // null where there is none
 };
 
 } // namespace report

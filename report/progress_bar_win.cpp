@@ -19,16 +19,17 @@ constexpr RECT kPlace = {kUploadText.left, kHalf + 8, kUploadText.right, kHalf +
 
 } // namespace
 
-ProgressBar::ProgressBar(HWND dialog, LONG text_bottom)
-    : m_controls(win::load_system_library("comctl32.dll")), m_dialog(dialog), m_text_bottom(text_bottom),
-      m_bar(add_control(dialog, PROGRESS_CLASSA, "", PBS_SMOOTH, IDC_UPLOAD_PROGRESS, kPlace)) {
-    end_text_at(dialog, kHalf);
+void ProgressBar::Begin(HWND dialog) {
+    m_controls = win::load_system_library("comctl32.dll");
+    m_bar = add_control(dialog, PROGRESS_CLASSA, "", PBS_SMOOTH, IDC_UPLOAD_PROGRESS, kPlace);
     SendMessageA(m_bar, PBM_SETRANGE32, 0, kSteps);
+    end_text_at(dialog, kHalf);
 }
 
-ProgressBar::~ProgressBar() {
+void ProgressBar::End(HWND dialog, LONG text_bottom) {
     DestroyWindow(m_bar);
-    end_text_at(m_dialog, m_text_bottom);
+    FreeLibrary(m_controls);
+    end_text_at(dialog, text_bottom);
 }
 
 void ProgressBar::Show(unsigned done, unsigned total) {

@@ -10,3 +10,4 @@
 #define IDC_UPLOAD_TEXT 19001
 // Made with the dialog, or while it uploads.
 #define IDC_UPLOAD_PROGRESS 19002
+#define IDC_UPLOAD_CONTENTS 19003

@@ -12,6 +12,7 @@ _BUTTONS = {
     "Don't Open & Close": (_EMAIL_SIZE, (183, 160)),
     "Upload Report": (_UPLOAD_SIZE, (258, 163)),
     "Close": (_UPLOAD_SIZE, (183, 163)),
+    "What is sent": (_UPLOAD_SIZE, (118, 136)),
 }
 
 

@@ -230,9 +230,9 @@ class TestFolder:
         program.folder.mkdir()
         whole = kept_reports.report(program.url, b"body")
         content = kept_reports.header_of(whole) + whole.body
-        (program.folder / "wendax-01.tmp").write_bytes(content[:-1])
-        (program.folder / "wendax-02.tmp").write_bytes(b"")
-        (program.folder / "wendax-03.tmp").write_bytes(content)
+        (program.folder / f"wendax-{1:016x}-00000020-0001.tmp").write_bytes(content[:-1])
+        (program.folder / f"wendax-{2:016x}-00000020-0001.tmp").write_bytes(b"")
+        (program.folder / f"wendax-{3:016x}-00000020-0001.tmp").write_bytes(content)
         server = program.serve()
         assert program.send() == (1, 1, 0, 0)
         assert [request.body for request in server.requests] == [b"body"]

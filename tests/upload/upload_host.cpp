@@ -12,6 +12,7 @@
 //   keep [FOLDER]           WendaxKeepUnsent, of a path in UTF-8; its answer
 //   send-unsent             WendaxSendUnsent's answer and the three numbers, all in one line
 //   show-progress           WendaxShowProgress(1); its answer
+//   show-contents           WendaxShowContents(1); its answer
 //   press-again             once a dialog uploads, another thread presses its button 1 by a sent message; says
 //   "pressing" newest                  which report m_pThis is: "first", "last", "none" usage                   handles
 //   of the process, and KiB of memory: its own, in RAM, and the most in RAM so far
@@ -135,6 +136,10 @@ bool obey(char* line) {
     }
     if (strcmp(line, "show-progress") == 0) {
         printf("%d\n", WendaxShowProgress(1));
+        return true;
+    }
+    if (strcmp(line, "show-contents") == 0) {
+        printf("%d\n", WendaxShowContents(1));
         return true;
     }
     if (count == 0)
