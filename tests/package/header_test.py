@@ -39,6 +39,7 @@ void use(void) {
     SetCreateScreenCopy(1);
     if (WendaxKeepUnsent(L"unsent") && WendaxSendUnsent(&unsent) && unsent.sent + unsent.remaining + unsent.damaged)
         WendaxKeepUnsent(0);
+    WendaxShowProgress(WendaxShowContents(1));
     OpenCrushReport(WENDAX_MARKER);
     before(0, 0);
 }
