@@ -4,6 +4,7 @@
 #include <windows.h>
 #include <shellapi.h>
 
+#include "win/handle.h"
 #include "win/temporary_folder.h"
 
 namespace report {
@@ -47,8 +48,8 @@ SentContents::SentContents(const char* const (&paths)[upload_form::part_count]) 
 
 SentContents::~SentContents() {
     for (const char* const copy : m_copies)
-        DeleteFileA(copy);
-    RemoveDirectoryA(m_folder);
+        win::nothrow(DeleteFileA)(copy);
+    win::nothrow(RemoveDirectoryA)(m_folder);
 }
 
 bool SentContents::Open() const {
