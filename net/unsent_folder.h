@@ -22,7 +22,7 @@ public:
     // Deletes what is kept, if anything is.
     void Drop();
     // Leaves it to others.
-    void LetGo();
+    void LetGo() noexcept;
     // Drops the oldest of the folder's other reports, as Limits says of them and this one.
     void DropOlder(const wchar_t* folder);
 

@@ -204,7 +204,7 @@ void KeptReport::Drop() {
     LetGo();
 }
 
-void KeptReport::LetGo() {
+void KeptReport::LetGo() noexcept {
     if (m_file)
         CloseHandle(m_file);
     m_file = nullptr;
