@@ -28,8 +28,9 @@ def test_reporter_gets_fault_and_context_and_the_program_ends_by_the_faults_code
     assert ends("reporter") == (0x05, [f"context: {FAULT}"])
 
 
-def test_fault_inside_the_reporter_ends_the_program_at_once(ends):
-    assert ends("fault-inside") == (0x05, [f"reporter: {FAULT}"])
+@pytest.mark.parametrize("way", ("fault-inside", "filter-inside"))
+def test_fault_inside_the_reporter_ends_the_program_at_once(ends, way):
+    assert ends(way) == (0x05, [f"reporter: {FAULT}"])
 
 
 # With GCC what leaves the reporter is an uncaught exception.
@@ -85,11 +86,6 @@ def test_invalid_parameter_comes_with_its_four_words(ends):
 
 def test_terminate_of_another_thread_is_reported(ends):
     assert ends("covered-thread") == terminated(NOTHING_THROWN, "another")
-
-
-@pytest.mark.parametrize("ends", OF_MICROSOFT, indirect=True)
-def test_translated_fault_that_nobody_catches_is_reported_as_the_fault_itself(ends):
-    assert ends("marker") == (0x05, [f"reporter: {FAULT}"])
 
 
 @pytest.mark.parametrize("button, answer, messages", (("Open Error Report", 1, 1), ("Don't Open & Close", 2, 0)))

@@ -1,6 +1,7 @@
 // Covers its thread in the way that is named, faults, and says what came of it; built once for each C runtime.
 //
-// usage: cover_host init | cover | twice | chain | abort | small BYTES
+// usage: cover_host init | cover | twice | chain | abort | uncaught | small BYTES
+//   uncaught  the process is covered as well, and nobody catches the marker
 //   small    faults nowhere: what is asked for on a thread whose stack has space for no more than that
 #include <signal.h>
 #include <stdio.h>
@@ -70,9 +71,28 @@ void cover(const char* way) {
     }
 }
 
+void __cdecl tell(_EXCEPTION_POINTERS* fault, void*) {
+    printf("reported %08lX\n", fault->ExceptionRecord->ExceptionCode);
+    fflush(stdout);
+}
+
+int let_the_marker_pass() {
+    WendaxCover();
+    WendaxCoverProcess(tell, nullptr);
+    WendaxCoverThread();
+    try {
+        work();
+    } catch (int) {
+        printf("caught a number\n");
+    }
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    if (strcmp(argv[1], "uncaught") == 0)
+        return let_the_marker_pass();
     if (strcmp(argv[1], "small") == 0 && argc > 2)
         return cover_with_little_stack(strtoul(argv[2], nullptr, 0));
     cover(argv[1]);

@@ -44,6 +44,10 @@ def test_abort_becomes_a_fault_where_the_host_lets_it(lines):
     assert lines("abort") == ["stack reserved", "code E0000001", CAUGHT]
 
 
+def test_marker_that_nobody_catches_is_reported_as_the_fault_itself(lines):
+    assert lines("uncaught") == ["reported C0000005"]
+
+
 @pytest.mark.parametrize("lines", OTHER_RUNTIMES, indirect=True)
 def test_library_alone_does_not_cover_a_host_of_another_runtime(lines):
     assert CAUGHT not in lines("init")
