@@ -30,23 +30,19 @@ DWORD record_slot, context_slot;
 volatile LONG failing_thread; // whose fault is reported; 0 as long as there is none
 DWORD fault_code;             // of that fault
 
-// Whether that throw, noted before, is still being worked on: its record then lies above `frame` on the stack.
-bool lasts(const EXCEPTION_RECORD* thrown, const void* frame) {
-    return static_cast<const void*>(thrown) > frame && thrown->ExceptionCode == kCxxThrow;
-}
-
 LONG CALLBACK note_throw(EXCEPTION_POINTERS* pointers) {
-    EXCEPTION_RECORD* const record = pointers->ExceptionRecord;
-    if (record->ExceptionCode != kCxxThrow || record->NumberParameters < 3)
-        return EXCEPTION_CONTINUE_SEARCH;
-    // What a handler throws on has the object of the throw before, or none as yet.
-    const ULONG_PTR object = record->ExceptionInformation[1];
-    auto* const before = static_cast<const EXCEPTION_RECORD*>(TlsGetValue(record_slot));
-    if (object && !(lasts(before, record) && before->ExceptionInformation[1] == object)) {
-        TlsSetValue(record_slot, record);
+    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+    // What a handler throws on has no object as yet: the throw before stays.
+    if (record.ExceptionCode == kCxxThrow && record.NumberParameters > 2 && record.ExceptionInformation[1]) {
+        TlsSetValue(record_slot, pointers->ExceptionRecord);
         TlsSetValue(context_slot, pointers->ContextRecord);
     }
     return EXCEPTION_CONTINUE_SEARCH;
+}
+
+// Whether that throw, noted before, is still being worked on: its record then lies above `frame` on the stack.
+bool lasts(const EXCEPTION_RECORD* thrown, const void* frame) {
+    return static_cast<const void*>(thrown) > frame && thrown->ExceptionCode == kCxxThrow;
 }
 
 // The fault as the reporter is to see it. Behind std::terminate that is a throw, behind an exception that was thrown on

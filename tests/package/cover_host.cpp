@@ -76,10 +76,17 @@ void __cdecl tell(_EXCEPTION_POINTERS* fault, void*) {
     fflush(stdout);
 }
 
+// As a runtime does that lets what the translator throws go on.
+LONG CALLBACK translate(_EXCEPTION_POINTERS* fault) {
+    if (fault->ExceptionRecord->ExceptionCode == EXCEPTION_ACCESS_VIOLATION)
+        APISeTranslator(EXCEPTION_ACCESS_VIOLATION, fault);
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
 int let_the_marker_pass() {
     WendaxCover();
     WendaxCoverProcess(tell, nullptr);
-    WendaxCoverThread();
+    AddVectoredExceptionHandler(1, translate);
     try {
         work();
     } catch (int) {
