@@ -100,7 +100,7 @@ DWORD WINAPI wait_for_fault(void*) {
 }
 
 bool has_stack_for_report() {
-    MEMORY_BASIC_INFORMATION region;
+    MEMORY_BASIC_INFORMATION region = {};
     return !VirtualQuery(&region, &region, sizeof region) ||
            reinterpret_cast<ULONG_PTR>(&region) - reinterpret_cast<ULONG_PTR>(region.AllocationBase) >= kLeastStack;
 }
