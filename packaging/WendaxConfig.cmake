@@ -1,7 +1,7 @@
 # find_package(Wendax): for programs on Windows, of 32 or 64 bits as the host is.
 #
 #   Wendax::Wendax        the library; a C++ host is compiled with /EHa
-#   Wendax::faultkit      for hosts that call faultkit.dll themselves, to write a minidump
+#   Wendax::faultkit      for hosts that call faultkit.dll themselves, to tell it what they do, to write a text or a minidump
 #   Wendax::glib_headers  for format modules, which link with nothing
 #   wendax_copy_runtime(HOST [PDBS] [SUPPORT_ADDRESS address] [UPLOAD_SERVER host | UPLOAD_URL url] [PRODUCT name]
 #                       [COMPANY name] [PROGRAM file] [OWN_PICTURES] [PROXY])

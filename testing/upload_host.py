@@ -16,7 +16,8 @@ class UploadHost:
         self.folder = stage.artifacts / folder
         self.folder.mkdir()
         self.exe = pathlib.Path(shutil.copy(stage.product(program), self.folder))
-        for name in LIBRARY_FILES:
+        # What describes the fault, for the example that uploads the text of it.
+        for name in (*LIBRARY_FILES, *(("faultkit.dll",) if program == "upload.exe" else ())):
             shutil.copy(stage.product(name), self.folder)
         if address:
             redirect(self.folder / "Wendax.dll", "--upload-server", address)

@@ -26,7 +26,7 @@ def main():
     host = OUT / "host"
     host.mkdir(parents=True)
     address = loopback_address()
-    for name in ("upload.exe", *LIBRARY_FILES):
+    for name in ("upload.exe", "faultkit.dll", *LIBRARY_FILES):
         shutil.copy(product(name), host)
     # The server's name is a build setting; this copy of the library gets the one that runs here.
     redirect(host / "Wendax.dll", "--upload-server", address)

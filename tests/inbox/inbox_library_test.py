@@ -29,7 +29,7 @@ def test_upload_of_the_library_is_confirmed_and_understood(box, served, stage, t
     prefix = stage.fresh_prefix()
     folder = prefix.drive_c / "host"
     folder.mkdir()
-    for name in ("upload.exe", *LIBRARY_FILES):
+    for name in ("upload.exe", "faultkit.dll", *LIBRARY_FILES):
         shutil.copy(stage.product(name), folder)
     redirect(folder / "Wendax.dll", "--upload-server", address)
     with stage.wine(desktop, prefix, "ru_RU.UTF-8").start(folder / "upload.exe", cwd=folder, limit=200) as process:
@@ -42,6 +42,7 @@ def test_upload_of_the_library_is_confirmed_and_understood(box, served, stage, t
         files = connection.execute(sa.select(schema.attachment.c.part, schema.attachment.c.media)).all()
     assert files == [
         ("Conversion_Config", "text"),
+        ("File_for_conversion", "text"),
         ("Conversion_log", "text"),
         ("Screen_copy", "picture"),
         ("System_info", "text"),

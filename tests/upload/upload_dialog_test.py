@@ -70,6 +70,7 @@ class Example:
         return upload_body(
             {
                 "Conversion_Config": (b"upload.cfg", (self.host.folder / "upload.cfg").read_bytes()),
+                "File_for_conversion": (b"fault.txt", (self.host.folder / "fault.txt").read_bytes()),
                 "Conversion_log": (b"upload.log", (self.host.folder / "upload.log").read_bytes()),
                 "Screen_copy": (f"{folder}\\screen_copy.jpg".encode(), picture.read_bytes()),
                 "System_info": (f"{folder}\\system_info.txt".encode(), (temp / "system_info.txt").read_bytes()),
@@ -90,6 +91,11 @@ class TestDialog:
         assert example.finish() == "uploaded"
         (request,) = server.requests
         assert request.body == example.expected_body()
+        fault = (example.host.folder / "fault.txt").read_bytes()
+        assert fault.startswith(b"Crush Expantion:\nEXCEPTION_ACCESS_VIOLATION (C0000005): ")
+        assert b"\nValue quality = high\n" in fault
+        assert b": converting the picture\n" in fault
+        assert b"\n\nStack Trace:\n" in fault
 
     def test_closes_without_uploading(self, example):
         example.start()
