@@ -5,16 +5,20 @@ import getpass
 import logging
 import pathlib
 import sys
+import threading
 import time
 
 import sqlalchemy as sa
+import waitress
+from waitress.channel import HTTPChannel
+from waitress.task import ErrorTask
 from werkzeug.security import generate_password_hash
 
 from inbox import config as settings
-from inbox import demo, forward, server
+from inbox import demo, forward
 from inbox.core import Inbox
 from inbox.schema import report
-from inbox.signature import BadRules
+from inbox.web import make_app
 
 _STORE = pathlib.Path(__file__).resolve().parents[1] / "build" / "inbox"
 
@@ -48,9 +52,8 @@ def _parser():
     sending = command("forward", _forward, "send reports on by Sentry's envelope protocol")
     sending.add_argument("--dsn", required=True, metavar="URL")
     sending.add_argument("--again", action="store_true", help="also those that were sent before")
-    which = command("delete", _delete, "delete reports of an age, or of a sender").add_mutually_exclusive_group(
-        required=True
-    )
+    deleting = command("delete", _delete, "delete reports of an age, or of a sender")
+    which = deleting.add_mutually_exclusive_group(required=True)
     which.add_argument("--older", metavar="180d")
     which.add_argument("--sender", metavar="ADDRESS")
     command("password", _password, "set the password of the pages")
@@ -66,17 +69,39 @@ def main(arguments=None):
             if not pathlib.Path(name).exists():
                 raise OSError(f"{name} is missing")
         return options.run(settings.load(options.store, **given), options) or 0
-    except (settings.BadSetting, BadRules, OSError, sa.exc.OperationalError, sa.exc.ArgumentError) as error:
+    except (settings.BadSetting, OSError, sa.exc.OperationalError, sa.exc.ArgumentError) as error:
         print(f"inbox: {error}", file=sys.stderr)
         return 2
     except KeyboardInterrupt:
         return 130
 
 
+class _LoggedErrorTask(ErrorTask):
+    """What waitress refuses by itself, such as a body that is too large, leaves a line as well."""
+
+    def execute(self):
+        logging.getLogger("inbox").warning("refused with %s: %s", self.request.error.code, self.request.error.reason)
+        super().execute()
+
+
 def _serve(config, options):
+    """Listens until it is told to end, on waitress, which reads slow and large requests before a thread has to care."""
+    host, port = config.address
+    if not settings.is_loopback(host) and not config.password:
+        raise settings.BadSetting(f"{host} is reached from elsewhere: set a password first (scripts/inbox password)")
+    config.keep_seconds  # a wrong one is told now
     if options.demo:
         demo.fill(Inbox(config, ask=True))
-    server.serve(config, options.watch)
+    inbox = Inbox(config)
+    threading.Thread(target=inbox.work, args=(options.watch,), name="work", daemon=True).start()
+    HTTPChannel.error_task_class = _LoggedErrorTask
+    # The app itself answers what is a little too large; beyond that waitress doesn't even read it.
+    limits = {"max_request_body_size": config.max_report + (1 << 20), "max_request_header_size": 65536}
+    limits |= {"threads": config.threads, "channel_timeout": 120, "connection_limit": 200}
+    options = {"host": host, "port": port, "ident": "inbox", "clear_untrusted_proxy_headers": True, **limits}
+    server = waitress.create_server(make_app(inbox), **options)
+    print(f"inbox: http://{host}:{server.effective_port}/ shows what is in {config.url}", flush=True)
+    server.run()
 
 
 def _add(config, options):

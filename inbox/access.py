@@ -1,6 +1,7 @@
 """Who may see the pages, and what browsers are told not to do. The upload form is open to everybody; nothing else is."""
 
 import hmac
+import re
 import secrets
 import threading
 import time
@@ -11,9 +12,11 @@ from werkzeug.security import check_password_hash
 from inbox import schema
 from inbox.config import is_loopback
 
+_POLICY = (
+    "default-src 'none'; style-src 'self'; img-src 'self'; form-action 'self'; frame-ancestors 'none'; base-uri 'none'"
+)
 _HEADERS = {
-    "Content-Security-Policy": "default-src 'none'; style-src 'self'; img-src 'self'; form-action 'self'; "
-    "frame-ancestors 'none'; base-uri 'none'",
+    "Content-Security-Policy": _POLICY,
     "X-Content-Type-Options": "nosniff",
     "Referrer-Policy": "same-origin",
     "Cache-Control": "no-store",
@@ -27,7 +30,8 @@ def protect(app, engine, config):
     app.secret_key = _kept_secret(engine)
     app.config.update(SESSION_COOKIE_HTTPONLY=True, SESSION_COOKIE_SAMESITE="Strict", SESSION_COOKIE_NAME="inbox")
     app.config.update(PERMANENT_SESSION_LIFETIME=30 * 86400)
-    app.jinja_env.globals["token"] = token
+    # What each form of a session carries, so that no other page can send one.
+    app.jinja_env.globals["token"] = lambda: flask.session.setdefault("token", secrets.token_urlsafe(24))
     # Ends all sessions when the password changes.
     proof = lambda: hmac.new(app.secret_key.encode(), config.password.encode(), "sha256").hexdigest()
     slow = threading.Lock()
@@ -38,7 +42,8 @@ def protect(app, engine, config):
         if endpoint == "upload":
             return None
         # Without a password a page of elsewhere could reach this one under a name of its own that leads here.
-        if not config.password and not _is_known_host(flask.request.host, config):
+        host = re.sub(r":\d+$", "", flask.request.host).strip("[]").lower()
+        if not config.password and not is_loopback(host) and host not in config.hosts.lower().split():
             flask.abort(403, "This inbox is asked for by a name that is not its own (setting hosts).")
         if config.password and endpoint not in ("login", "static") and flask.session.get("user") != proof():
             if flask.request.method == "GET" and endpoint not in (None, "attachment", "picture"):
@@ -68,28 +73,14 @@ def protect(app, engine, config):
                 flask.session.clear()
                 flask.session.permanent = True
                 flask.session["user"] = proof()
-                return flask.redirect(_own_path(flask.request.args.get("next", "")))
+                path = flask.request.args.get("next", "")  # which is this site's, whatever the address was made to say
+                return flask.redirect(path if re.fullmatch(r"/(?![/\\])[ -~]*", path) else "/")
         return flask.render_template("login.html", wrong=wrong), 403 if wrong else 200
 
     @app.post("/logout")
     def logout():
         flask.session.clear()
         return flask.redirect(flask.url_for("login"))
-
-
-def token():
-    """What each form of this session carries, so that no other page can send one."""
-    return flask.session.setdefault("token", secrets.token_urlsafe(24))
-
-
-def _own_path(path):
-    """A path of this site, whatever the address bar was made to say."""
-    return path if path.startswith("/") and path[1:2] not in ("/", "\\") and path.isprintable() else "/"
-
-
-def _is_known_host(host, config):
-    name = (host.rpartition(":")[0] if host.rpartition(":")[2].isdigit() else host).strip("[]").lower()
-    return is_loopback(name) or name in config.hosts.lower().split()
 
 
 def _kept_secret(engine):

@@ -6,8 +6,6 @@ import ipaddress
 import pathlib
 import re
 
-from inbox.signature import DEFAULT_RULES
-
 
 class BadSetting(Exception):
     """A setting can't be used. The message says which and why."""
@@ -40,11 +38,6 @@ class Config:
     @property
     def keep_seconds(self):
         return seconds(self.keep) if self.keep else None
-
-    @property
-    def rules_file(self):
-        own = self.store / "groups.txt"
-        return pathlib.Path(self.rules) if self.rules else own if own.is_file() else DEFAULT_RULES
 
 
 def seconds(days):

@@ -12,7 +12,6 @@ from inbox import mail, reports, schema
 from inbox.schema import report
 from inbox.signature import Rules
 from inbox.symbols import Symbols
-from inbox.writer import Writer
 
 log = logging.getLogger("inbox")
 
@@ -24,19 +23,18 @@ class Inbox:
         self.config = config
         config.store.mkdir(parents=True, exist_ok=True, mode=0o700)
         self.engine = schema.open_engine(config.url)
-        self.writer = Writer(self.engine)
+        self.writer = schema.Writer(self.engine)
+        rules = pathlib.Path(config.rules or config.store / "groups.txt")
+        if not config.rules and not rules.is_file():
+            rules = pathlib.Path(__file__).with_name("groups.txt")
         self.symbols = Symbols(self.engine, config.store / "symbols")
-        self.reports = reports.Reports(self.writer, Rules.read(config.rules_file), self.symbols, ask)
+        self.reports = reports.Reports(self.writer, Rules(rules.read_text("utf-8")), self.symbols, ask)
         self._seen = {}
 
     def add_files(self, paths, say=print):
         """Takes in every message below the paths, and says a line for each that is unreadable. (new, known, unreadable)."""
-        counts = [0, 0, 0]
-
-        def add(named):
-            name, raw = named
-            return name, *(self.reports.add_message(raw) if raw else (0, False, "too large, left out"))
-
+        counts, add_message = [0, 0, 0], self.reports.add_message
+        add = lambda named: (named[0], *(add_message(named[1]) if named[1] else (0, False, "too large, left out")))
         messages = itertools.chain.from_iterable(mail.messages(path, self.config.max_report) for path in paths)
         with ThreadPoolExecutor(16) as pool:  # which wait for the disk together
             while some := list(itertools.islice(messages, 16)):
@@ -87,8 +85,7 @@ class Inbox:
         return gone
 
     def delete_old(self):
-        seconds = self.config.keep_seconds
-        return self.delete(report.c.received < int(time.time()) - seconds) if seconds else 0
+        return self.delete(report.c.received < int(time.time()) - keep) if (keep := self.config.keep_seconds) else 0
 
     def work(self, folders=()):
         """What goes on beside the requests, for ever: symbols, changed rules, the age of reports, and folders to watch."""

@@ -23,11 +23,7 @@ _TRAILER = ("".join(_FIELD + each.replace("=", '"\n\n') + "\n" for each in _FORM
 
 
 def parse(body):
-    """The Attachments of an upload's body, in the form's order; a part without path and content has none.
-
-    A file ends where the whole start of the next part follows its end, so that it may hold boundaries of its own. Raises
-    Unreadable.
-    """
+    """The Attachments of an upload's body, in the form's order; a part without path and content has none."""
     if not body.startswith(_STARTS[0]):
         raise Unreadable("this is not the form that the library sends")
     at, found = len(_STARTS[0]), []
@@ -39,12 +35,10 @@ def parse(body):
         path, start = body[at:path_end], path_end + len(_AFTER_PATH)
         if any(byte in path for byte in b"\r\n\0"):
             raise Unreadable(f"the path of {part} is none")
-        if number + 1 < len(PARTS):
-            rest = _PART_END + _STARTS[number + 1]
-            end = body.find(rest, start)
-        else:
-            rest = _PART_END + _TRAILER
-            end = len(body) - len(rest) if body.endswith(rest) else -1
+        # A file ends where the whole start of the next part follows its end, so that it may hold boundaries of its own.
+        is_last = number + 1 == len(PARTS)
+        rest = _PART_END + (_TRAILER if is_last else _STARTS[number + 1])
+        end = body.find(rest, start) if not is_last else len(body) - len(rest) if body.endswith(rest) else -1
         if end < start:
             raise Unreadable(f"the report is cut off: {part} has no end")
         if path or end > start:

@@ -66,7 +66,7 @@ def envelope(inbox, report_id, dsn):
     return b"\n".join(pieces) + b"\n"
 
 
-def event(row, crash, facts, frames, data):
+def event(row, crash, facts, data):
     """A report as an event of the protocol."""
     system = {"type": "os", "name": "Windows", "version": row["windows"]}
     made = {
@@ -85,10 +85,9 @@ def event(row, crash, facts, frames, data):
     fault = {"type": facts.kind, "value": facts.words, "thread_id": facts.thread or None}
     fault["mechanism"] = {"type": "minidump" if facts.source == "minidump" else "generic", "handled": False}
     registers = {name.lower(): f"0x{value.lower()}" for name, value in facts.registers.items()}
-    stack = [_frame(each) for each in reversed(frames) if each.module]
+    stack = [_frame(each) for each in reversed(facts.frames) if each.module]
     made["exception"] = {"values": [fault | {"stacktrace": {"frames": stack, "registers": registers}}]}
-    made["debug_meta"] = {"images": [_image(each) for each in facts.modules if not each.gone]}
-    return made
+    return made | {"debug_meta": {"images": [_image(each) for each in facts.modules if not each.gone]}}
 
 
 def _frame(each):

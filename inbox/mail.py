@@ -1,5 +1,6 @@
 """Reads messages: as the library writes them, and as mail programs send, forward and store them."""
 
+import contextlib
 import email
 import email.header
 import email.policy
@@ -13,14 +14,12 @@ import mail_text
 
 from inbox.parcel import Attachment, Parcel, Unreadable
 
-_MOST_HEADER = 2000  # characters of one that are looked at
-_MOST_PARTS = 1000
+_MOST_HEADER, _MOST_PARTS = 2000, 1000  # characters of a header, parts of a message
 _MARKS = ("Stack Trace:", "Crush Expantion:", "Windows Version:", " has performed an illegal operation.")
 
 
 def messages(path, most):
-    """(name, bytes) for each message below a path: an .eml, an mbox, a Maildir, or a folder of any of them. One of more
-    than so many bytes comes with none."""
+    """(name, bytes) of each message in an .eml, an mbox, a Maildir, or a folder of them; none of one with more bytes."""
     path = pathlib.Path(path)
     if path.is_dir():
         is_maildir = (path / "cur").is_dir() and (path / "new").is_dir()
@@ -30,28 +29,20 @@ def messages(path, most):
     elif path.is_file():
         with open(path, "rb") as file:
             is_mbox = file.read(5) == b"From "
-        alone = lambda: [(str(path), path.read_bytes() if path.stat().st_size <= most else b"")]
-        yield from _of_mbox(path, most) if is_mbox else alone()
-
-
-def _of_mbox(path, most):
-    box = mailbox.mbox(path, create=False)
-    try:
-        for number, key in enumerate(box.iterkeys(), 1):
-            with box.get_file(key) as file:
-                raw = file.read(most + 1)
-            yield f"{path}, message {number}", re.sub(rb"^>(>*From )", rb"\1", raw, flags=re.M) if len(
-                raw
-            ) <= most else b""
-    finally:
-        box.close()
+        if not is_mbox:
+            yield str(path), path.read_bytes() if path.stat().st_size <= most else b""
+            return
+        with contextlib.closing(mailbox.mbox(path, create=False)) as box:
+            for number, key in enumerate(box.iterkeys(), 1):
+                with box.get_file(key) as file:
+                    raw = re.sub(rb"(?m)^>(>*From )", rb"\1", file.read(most + 1))
+                yield f"{path}, message {number}", raw if len(raw) <= most else b""
 
 
 def parse(raw):
     """The Parcel in a message. Raises Unreadable."""
     try:
-        message = email.message_from_bytes(raw, policy=email.policy.compat32)
-        return _parcel(message)
+        return _parcel(email.message_from_bytes(raw, policy=email.policy.compat32))
     except Unreadable:
         raise
     except Exception as error:  # the package raises all sorts of things over hostile input
@@ -105,16 +96,13 @@ def _collect(part, carrier, parts, carriers, depth=0):
 def _header(value):
     """An encoded header in plain text, on one line."""
     value = str(value)[:_MOST_HEADER]
-    try:
+    with contextlib.suppress(ValueError, LookupError, email.errors.MessageError):
         value = str(email.header.make_header(email.header.decode_header(value)))
-    except (ValueError, LookupError, email.errors.MessageError):
-        pass
     return " ".join(value.encode("utf-8", "replace").decode("utf-8", "replace").split())
 
 
 def _sender(message):
-    address = email.utils.parseaddr(_header(message.get("From") or ""))[1]
-    return address.lower()[:200]
+    return email.utils.parseaddr(_header(message.get("From") or ""))[1].lower()[:200]
 
 
 def _date(message):

@@ -19,7 +19,7 @@ class Attachment:
 
 @dataclasses.dataclass(frozen=True)
 class Parcel:
-    """What one upload or one message brought."""
+    """What one upload or one message brought. size: bytes, as the store counts them."""
 
     road: str  # "upload" or "message"
     text: str  # of the message; an upload has none
@@ -30,7 +30,6 @@ class Parcel:
 
     @property
     def size(self):
-        """Bytes, as the store counts them."""
         return len(self.text.encode("utf-8", "replace")) + sum(len(each.content) for each in self.attachments)
 
     def digest(self):
@@ -42,8 +41,7 @@ class Parcel:
         return whole.hexdigest()
 
     def is_same(self, sender, sent):
-        """Whether this is the report that says the same and came from there and then: what one of them doesn't tell, a draft
-        or a forwarded text, doesn't part them. Two people may well say the same."""
+        """Whether this is that sender's report of that time; what one of them, such as a draft, doesn't tell doesn't count."""
         pairs = ((sender, self.sender), (sent, self.sent))
         return all(theirs == mine or not theirs or not mine for theirs, mine in pairs)
 

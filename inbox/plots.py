@@ -1,5 +1,4 @@
-"""Small drawings as SVG, to stand within a page. They hold numbers and escaped words, and no styles of their own: the pages'
-style sheet colours them."""
+"""Small drawings as SVG, to stand within a page, whose style sheet colours them. They hold numbers and escaped words."""
 
 import datetime
 import time
@@ -18,9 +17,8 @@ def spark(days, count=30, width=120, height=22):
             tall = max(1.5, value / most * (height - 2))
             bars.append(_rectangle(number * step, height - tall, step - 1, tall))
     told = f"{sum(days.values())} in {count} days, at most {most if days else 0} on one"
-    line = f'<line x1="0" x2="{width}" y1="{height - 0.5}" y2="{height - 0.5}"/>'
-    size = f'class="spark" width="{width}" height="{height}"'
-    return Markup(f'<svg {size} role="img"><title>{told}</title>{line}{"".join(bars)}</svg>')
+    bars.append(f'<title>{told}</title><line x1="0" x2="{width}" y1="{height - 0.5}" y2="{height - 0.5}"/>')
+    return Markup(f'<svg class="spark" width="{width}" height="{height}" role="img">{"".join(bars)}</svg>')
 
 
 def days_chart(days, count=60):
@@ -44,8 +42,7 @@ def versions_chart(rows):
 
 
 def _chart(columns, part, base, height, label):
-    """A bar of reports and before it one of machines for each of the (name, reports, machines). label(number, middle, top)
-    makes what is written at a bar."""
+    """Bars for each (name, reports, machines). label(number, middle, top) makes what is written at one."""
     step, most = (_WIDTH - _LEFT) / max(len(columns), 6), max([reports for _, reports, _ in columns] + [1])
     tall = lambda value: value / most * (base - 16)
     parts = []

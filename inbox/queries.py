@@ -7,7 +7,7 @@ import time
 
 import sqlalchemy as sa
 
-from inbox import words
+from inbox import schema
 from inbox.schema import all_of, attachment, crash, history, one_of, report, symbol, tally, wants
 
 PAGE = 50
@@ -53,7 +53,7 @@ class Filters:
 
     def of_reports(self, dialect):
         """SQL conditions."""
-        found = [words.condition(dialect, self.q)]
+        found = [schema.has_words(dialect, self.q)]
         found += [report.c[name] == vars(self)[name] for name in ("product", "version", "sender") if vars(self)[name]]
         found += [report.c.happened >= _day(self.since)] if self.since else []
         found += [report.c.happened < _day(self.until) + 86400] if self.until else []
@@ -116,10 +116,10 @@ def _add_tallies(connection, rows):
     for crash_id, value, count in connection.execute(days.where(tally.c.value >= str(int(time.time()) // 86400 - 29))):
         by_id[crash_id]["days"][int(value)] = count
     for row in rows:
-        row["versions"].sort(key=_version_order)
+        row["versions"].sort(key=version_order)
 
 
-def _version_order(text):
+def version_order(text):
     """Sorts 1.10 behind 1.9."""
     whole = lambda part: part.isdecimal() and len(part) < 19
     return [(0, int(part), "") if whole(part) else (1, 0, part) for part in re.split(r"[. ]", text)]
@@ -162,7 +162,7 @@ def by_version(connection, crash_id=None):
     rows = all_of(
         connection, asked.where(report.c.crash_id == crash_id if crash_id else report.c.crash_id.is_not(None))
     )
-    return sorted(rows, key=lambda row: (row.get("product", ""), _version_order(row["version"])))
+    return sorted(rows, key=lambda row: (row.get("product", ""), version_order(row["version"])))
 
 
 def by_day(connection, crash_id, days=60):

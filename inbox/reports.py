@@ -1,7 +1,7 @@
-"""Takes reports in, and moves them between crashes when they are understood anew. Functions with a connection run within
-the caller's transaction."""
+"""Takes reports in and groups them. Functions with a connection run within the caller's transaction."""
 
 import collections
+import dataclasses
 import hashlib
 import json
 import re
@@ -12,8 +12,8 @@ import zlib
 import minidump
 import sqlalchemy as sa
 
-from inbox import form, mail, schema, words
-from inbox.facts import Facts
+from inbox import form, mail, queries, schema
+from inbox.fault_text import Facts
 from inbox.parcel import Attachment, Parcel, Unreadable
 from inbox.schema import attachment, crash, report, tally, wants
 from inbox.signature import signature
@@ -59,10 +59,13 @@ class Reports:
         except Unreadable as error:
             reason, parcel = str(error), Parcel(road, "", (Attachment("original", bytes(raw)),), sender)
             content = hashlib.sha256(b"unreadable:" + raw).hexdigest()
-        frames, wanted, more = self._symbols.frames(facts.frames, self._ask) if facts else ([], {}, False)
-        made = None if reason else signature(facts, frames, self.rules, known["product"])
         now = received or int(time.time())
-        happened = parcel.sent or now
+        crashed = facts.time if facts and 800_000_000 < facts.time < now + 2 * 86400 else None
+        happened = crashed or parcel.sent or now
+        details = {"facts": facts, "system": system, "words": parcel.text[:_MOST_WORDS]}
+        details = json.dumps(details, separators=(",", ":"), default=vars).encode("utf-8", "replace")
+        facts, wanted, more = self._known(facts, self._ask)
+        made = None if reason else signature(facts, self.rules, known["product"])
         digest = hashlib.sha256(f"{content} {parcel.sender} {parcel.sent}".encode("utf-8", "replace")).hexdigest()
         row = {"digest": digest, "content": content, "sent": parcel.sent, "received": now, "happened": happened}
         row |= {"day": happened // 86400, "size": parcel.size, "pending": int(more), "crash_id": None}
@@ -70,27 +73,28 @@ class Reports:
             "road": parcel.road,
             "sender": parcel.sender[:200],
             "subject": parcel.subject[:300],
-            "unreadable": reason,
+            **_NOTHING,
+            **known,
         }
-        told |= {"kind": made.kind if made else "", "address": facts.address if facts else "", **_NOTHING, **known}
-        row |= {name: _clean(text) for name, text in told.items()}
-        details = {"facts": facts, "system": system, "words": parcel.text[:_MOST_WORDS]}
-        row["details"] = zlib.compress(
-            json.dumps(details, separators=(",", ":"), default=vars).encode("utf-8", "replace"), 1
-        )
+        told |= {"kind": made.kind if made else "", "address": facts.address if facts else "", "unreadable": reason}
+        row |= {name: _clean(text) for name, text in told.items()} | {"details": zlib.compress(details, 1)}
         names = [each.name for each in parcel.attachments]
-        found = words.words_of(*_words(row, facts, frames, made), reason, *names, parcel.text[:4000])
+        found = schema.words_of(*_words(row, facts, made), reason, *names, parcel.text[:4000])
         new = types.SimpleNamespace(parcel=parcel, row=row, signature=made, wanted=wanted, words=found)
         return *self._writer.together(_keep, new), reason
 
-    def is_own(self, frame):
-        return self.rules.is_own(frame)
+    def _known(self, facts, ask):
+        """(facts with what symbols tell of their frames, {identity: module} of wanted ones, whether there is more to tell)."""
+        if not facts:
+            return None, {}, False
+        frames, wanted, more = self._symbols.frames(facts.frames, ask)
+        threads, _, later = self._symbols.frames(facts.threads, ask)
+        return dataclasses.replace(facts, frames=frames, threads=threads), wanted, more or later
 
     def told(self, row, ask=False):
-        """(facts or None, frames as they are known by now, what else is kept) of a report's row."""
+        """(facts as they are known by now, or None; what else is kept) of a report's row."""
         data = json.loads(zlib.decompress(row["details"])) if row["details"] else {}
-        facts = Facts.of(data["facts"]) if data.get("facts") else None
-        return facts, self._symbols.frames(facts.frames, ask)[0] if facts else [], data
+        return self._known(Facts.of(data["facts"]) if data.get("facts") else None, ask)[0], data
 
     def regroup(self, report_id):
         """Looks a report's symbols up, and moves it to the crash of its signature. Returns whether it has moved."""
@@ -99,17 +103,17 @@ class Reports:
             row = schema.one_of(connection, asked)
         if not row or row["unreadable"]:
             return False
-        facts, frames, data = self.told(row, ask=True)
-        made = signature(facts, frames, self.rules, row["product"])
-        found = words.words_of(*_words(row, facts, frames, made), data["words"][:4000])
+        facts, data = self.told(row, ask=True)
+        made = signature(facts, self.rules, row["product"])
+        found = schema.words_of(*_words(row, facts, made), data["words"][:4000])
 
         def write(connection):
             now = schema.one_of(connection, asked)
             if not now:
                 return False
             old = schema.one_of(connection, sa.select(crash).where(crash.c.id == now["crash_id"]))
-            words.remove(connection, [report_id])
-            words.add(connection, {report_id: found})
+            schema.remove_words(connection, [report_id])
+            schema.add_words(connection, {report_id: found})
             moved = now.copy()
             if old["digest"] != made.digest:
                 _count(connection, [(made, moved)])
@@ -147,13 +151,12 @@ def _keep(connection, items):
     schema.run(connection, attachment.insert(), files)
     wanted = [(at, key, _clean(name)) for at, each in added.items() for key, name in each.wanted.items()]
     schema.run(connection, wants.insert(), [dict(zip(("report_id", "key", "module"), row)) for row in wanted])
-    words.add(connection, {at: each.words for at, each in added.items()})
+    schema.add_words(connection, {at: each.words for at, each in added.items()})
     return [(ids[digest], is_new) for digest, is_new in answers]
 
 
 def _count(connection, pairs):
-    """Gives each row of a (signature, row) the crash_id of the crash with that signature, which then has one report more; it
-    is made if there is none."""
+    """Finds or makes the crash of each (signature, row), which then has one report more; the row is given its crash_id."""
     crashes = {}
     for made, row in pairs:
         at, new = row["happened"], {name: _clean(getattr(made, name)) for name in ("digest", "kind", "title", "module")}
@@ -192,13 +195,13 @@ def _tally(connection, rows, by):
 
 
 def _inherit(connection, old, new):
-    """A crash that begins with a report goes on where the report's former one was. The last one to leave takes the history
-    along."""
+    """A crash that begins with a report goes on where that one's former crash was; the last to leave takes the history."""
     count = sa.select(crash.c.count).where(crash.c.id == new)
     begins, last = connection.execute(count).scalar() == 1, old["count"] == 1
     if begins:
-        kept = {name: old[name] for name in ("state", "fixed_in", "note", "regressed")}
-        schema.change(connection, crash, new, **kept)
+        schema.change(
+            connection, crash, new, **{name: old[name] for name in ("state", "fixed_in", "note", "regressed")}
+        )
     if last:
         theirs = schema.history.update().where(schema.history.c.crash_id == old["id"])
         connection.execute(theirs.values(crash_id=new))
@@ -218,12 +221,11 @@ def recount(connection, crash_ids, merged_into=None):
 
 def delete(connection, report_ids):
     """Deletes reports with all that came with them."""
-    report_ids = list(report_ids)
     rows = schema.all_of(connection, sa.select(report).where(report.c.id.in_(report_ids)))
     if rows:
         for table, column in ((attachment, "report_id"), (wants, "report_id"), (report, "id")):
             connection.execute(table.delete().where(table.c[column].in_(report_ids)))
-        words.remove(connection, report_ids)
+        schema.remove_words(connection, report_ids)
         counted = [row for row in rows if row["crash_id"]]
         _tally(connection, counted, -1)
         recount(connection, {row["crash_id"] for row in counted})
@@ -236,18 +238,17 @@ def note_down(connection, crash_id, text):
 
 def at_least(version, other):
     """Whether a version is that one or a later one. Only numbers can be compared."""
-    if not all(re.fullmatch(r"\d{1,18}(\.\d{1,18})*", text) for text in (version, other)):
-        return False
-    mine, theirs = ([int(part) for part in text.split(".")] for text in (version, other))
-    while theirs and not theirs[-1]:
-        theirs.pop()  # 2.0.0 is 2
-    return mine >= theirs
+    mine, theirs = queries.version_order(version), queries.version_order(re.sub(r"(\.0+)+$", "", other))  # 2.0.0 is 2
+    return mine >= theirs and not any(is_word for is_word, *_ in mine + theirs)
 
 
-def _words(row, facts, frames, made):
-    told = [row.get(name, "") for name in ("subject", "sender", "product", "version", "windows", "processor")]
-    told += [facts.words, *facts.values.values()] if facts else []
-    return [made.text if made else "", *told, *(f"{each.module} {each.function} {each.file}" for each in frames[:60])]
+def _words(row, facts, made):
+    yield made.text if made else ""
+    yield from (row[name] for name in ("subject", "sender", "product", "version", "windows", "processor"))
+    if facts:
+        yield from (facts.words, *(f"{name} {value}" for name, value in facts.values.items()))
+        yield from (f"{each.module} {each.function} {each.file}" for each in facts.frames[:60])
+        yield from facts.notes
 
 
 def _file_row(report_id, each):

@@ -1,9 +1,16 @@
-"""The tables, the same in SQLite and PostgreSQL, and the engine to reach them. Times are seconds since 1970, days are days
-since then."""
+"""The tables, the same in SQLite and PostgreSQL, the engine to reach them, and what the two say differently. Times are seconds
+since 1970, days are days since then."""
+
+import itertools
+import queue
+import re
+import threading
+from concurrent.futures import Future
 
 import sqlalchemy as sa
 from sqlalchemy.dialects import postgresql, sqlite
 
+_MOST_JOBS = 100  # of one transaction
 _metadata = sa.MetaData()
 _text = lambda name, **options: sa.Column(name, sa.Text, nullable=False, default="", **options)
 _number = lambda name, **options: sa.Column(name, sa.BigInteger, nullable=False, default=0, **options)
@@ -83,8 +90,7 @@ def run(connection, statement, rows):
 
 
 def put(connection, table, rows, **changes):
-    """Inserts rows; where a row's key is there already, that row is changed instead: each column to what its function makes of
-    the new value."""
+    """Inserts rows. One whose key is there is changed instead: columns to what these functions make of the new values."""
     insert = {"sqlite": sqlite, "postgresql": postgresql}[connection.dialect.name].insert(table)
     values = {name: made(sa.literal_column(f"excluded.{name}")) for name, made in changes.items()}
     keys = ["digest"] if "digest" in table.c else table.primary_key.columns
@@ -105,8 +111,7 @@ def open_engine(url):
         if engine.dialect.name == "postgresql":  # other workers may be starting as well
             connection.execute(sa.text("SELECT pg_advisory_xact_lock(8241)"))
         _metadata.create_all(connection)
-        for command in _SEARCH[engine.dialect.name]:
-            connection.execute(sa.text(command))
+        connection.execute(sa.text(_SEARCH[engine.dialect.name]))
     return engine
 
 
@@ -122,13 +127,88 @@ def _begin_sqlite(connection):
     connection.exec_driver_sql("BEGIN IMMEDIATE" if writes else "BEGIN")
 
 
-# The words of each report. Its table is one thing that the two databases have of their own; see words.py.
+# The words of each report, for full-text search: the one table that the two databases have of their own.
+_MOST_WORDS = 800
 _SEARCH = {
-    "sqlite": [
-        "CREATE VIRTUAL TABLE IF NOT EXISTS search USING fts5(words, detail=none, tokenize=\"unicode61 tokenchars '_'\")"
-    ],
-    "postgresql": [
-        "CREATE TABLE IF NOT EXISTS search (rowid bigint PRIMARY KEY, words tsvector NOT NULL)",
-        "CREATE INDEX IF NOT EXISTS search_words ON search USING gin (words)",
-    ],
+    "sqlite": "CREATE VIRTUAL TABLE IF NOT EXISTS search"
+    " USING fts5(words, detail=none, tokenize=\"unicode61 tokenchars '_'\")",
+    "postgresql": "CREATE TABLE IF NOT EXISTS search (rowid bigint PRIMARY KEY, words tsvector NOT NULL);"
+    " CREATE INDEX IF NOT EXISTS search_words ON search USING gin (words)",
 }
+
+
+def words_of(*texts):
+    """The different words in the texts, in lower case: letters, digits and underscores."""
+    return list(dict.fromkeys(word[:60] for text in texts for word in re.findall(r"\w+", text.lower())))[:_MOST_WORDS]
+
+
+def add_words(connection, words):
+    """words: those of each report, by its id."""
+    if connection.dialect.name == "sqlite":
+        insert, words = "(:id, :words)", {each: " ".join(found) for each, found in words.items()}
+    else:
+        insert = "(:id, array_to_tsvector(:words))"
+    rows = [{"id": each, "words": found} for each, found in words.items()]
+    run(connection, sa.text(f"INSERT INTO search(rowid, words) VALUES {insert}"), rows)
+
+
+def remove_words(connection, report_ids):
+    connection.execute(sa.text("DELETE FROM search WHERE rowid = :id"), [{"id": each} for each in report_ids])
+
+
+def has_words(dialect, query):
+    """The SQL condition for reports that have words that begin as those of the query; None where it has none."""
+    found = words_of(query)[:20]
+    if not found:
+        return None
+    if dialect == "sqlite":
+        match, asked = "search MATCH :asked", " ".join(f'"{word}"*' for word in found)
+    else:
+        match, asked = "words @@ CAST(:asked AS tsquery)", " & ".join(f"'{word}':*" for word in found)
+    return sa.text(f"report.id IN (SELECT rowid FROM search WHERE {match})").bindparams(asked=asked)
+
+
+class Writer:
+    """One thread that writes: what several requests bring at the same moment shares a transaction, and with it statements and
+    the wait for the disk. Nobody is told of success before that transaction is kept."""
+
+    def __init__(self, engine):
+        self.engine = engine.execution_options(writes=True)
+        self._jobs = queue.SimpleQueue()
+        threading.Thread(target=self._run, name="writer", daemon=True).start()
+
+    def do(self, job):
+        """Returns job(connection), called in a transaction, or raises what it raised."""
+        return self.together(lambda connection, _: [job(connection)], None)
+
+    def together(self, job, item):
+        """The same for job(connection, items), which returns the results of all items that are there at the moment."""
+        future = Future()
+        self._jobs.put((job, item, future))
+        return future.result()
+
+    def _run(self):
+        while True:
+            batch = [self._jobs.get()]
+            while len(batch) < _MOST_JOBS and not self._jobs.empty():
+                batch.append(self._jobs.get())
+            if self._fails(batch):  # one has failed, and the transaction with it: each by itself
+                for each in batch:
+                    error = self._fails([each])
+                    if isinstance(error, sa.exc.DBAPIError):  # another worker was first, or the connection is gone
+                        error = self._fails([each])
+                    if error:
+                        each[2].set_exception(error)
+
+    def _fails(self, batch):
+        """Does the jobs in one transaction and tells their results, or returns what one has raised."""
+        results = []
+        try:
+            with self.engine.begin() as connection:
+                for job, same in itertools.groupby(batch, lambda each: each[0]):
+                    results += job(connection, [item for _, item, _ in same])
+        except Exception as error:  # goes to whoever has asked
+            return error
+        for (_, _, future), result in zip(batch, results):
+            future.set_result(result)
+        return None

@@ -4,15 +4,11 @@ import dataclasses
 import fnmatch
 import functools
 import hashlib
-import pathlib
 import re
 
-DEFAULT_RULES = pathlib.Path(__file__).with_name("groups.txt")
+from inbox.config import BadSetting
+
 _MOST_NAME = 200  # characters of a function
-
-
-class BadRules(Exception):
-    """The file of rules has a line that is none. The message names it."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -39,18 +35,11 @@ class Rules:
             elif word in patterns and rest:
                 patterns[word] += rest
             elif word:
-                raise BadRules(f"line {number} is no rule: {line.strip()[:100]}")
-        self._tests = {word: self._test(each) for word, each in patterns.items()}
+                raise BadSetting(f"line {number} is no rule: {line.strip()[:100]}")
+        joined = lambda some: "|".join(fnmatch.translate(pattern.lower()) for pattern in some) or r"(?!)"
+        cached = functools.lru_cache(4096)
+        self._tests = {word: cached(re.compile(joined(some)).match) for word, some in patterns.items()}
         self.identity = hashlib.sha256(repr((self.frames, patterns)).encode()).hexdigest()[:16]
-
-    @staticmethod
-    def read(path):
-        return Rules(pathlib.Path(path).read_text("utf-8"))
-
-    @staticmethod
-    def _test(patterns):
-        joined = "|".join(fnmatch.translate(pattern.lower()) for pattern in patterns) or r"(?!)"
-        return functools.lru_cache(4096)(re.compile(joined).match)
 
     def is_own(self, frame):
         """Whether the frame is of the program's own modules."""
@@ -75,21 +64,22 @@ def place(frame):
     return f"{frame.module.lower()}{'@' + build if build else ''}+{frame.offset:X}"
 
 
-def signature(facts, frames, rules, product=""):
-    """The Signature of a fault. frames: those of the facts, or better known ones. No facts: one for each product."""
+def signature(facts, rules, product=""):
+    """The Signature of a fault. No facts: one for each product."""
     if facts is None:
         title = f"No fault told by {product or 'an unknown program'}"
         return Signature(f"no fault: {product.lower()}", "no details of a fault", title, "")
-    if facts.kind.endswith(", executed"):
-        frames = frames[1:]  # where the jump has led is no place in the program
-    own = [frame for frame in frames if rules.is_own(frame)]
+    # Where a jump has led is no place in the program.
+    frames = facts.frames[1 if facts.kind.endswith(", executed") else 0 :]
+    # The report's own signature knows better which modules are the program's, by their folders, as far down as it goes.
+    key, places = lambda frame: (frame.module.lower(), frame.offset), set(map(tuple, facts.places))
+    last = max((list(map(key, frames)).index(place) for place in places & set(map(key, frames))), default=-1)
+    own = [frame for at, frame in enumerate(frames) if rules.is_own(frame) and (at > last or key(frame) in places)]
     grouping = next((frame for frame in own if rules.matches("group", frame)), None)
     wanted = [grouping] if grouping else [frame for frame in own if not rules.matches("skip", frame)]
     wanted = wanted or own or [frame for frame in frames if frame.module][:1]
     named = list(dict.fromkeys(map(place, wanted)))[: rules.frames]  # each once: recursion is of any depth
     first = wanted[0] if wanted else None
-    title = "no known place"
-    if first:
-        title = plain(first.function) or f"{first.module}+{first.offset:X}"
+    title = (plain(first.function) or f"{first.module}+{first.offset:X}") if first else "no known place"
     text = " | ".join([facts.kind, *(named or [product.lower()])])
     return Signature(text, facts.kind, title, first.module if first else "")

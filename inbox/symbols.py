@@ -1,6 +1,5 @@
 """PDBs by identity, kept in the database, and what they tell about frames."""
 
-import contextlib
 import dataclasses
 import json
 import pathlib
@@ -28,27 +27,16 @@ class Symbols:
         """Files every PDB below a path. Returns ([identities that are new], [what is wrong with others])."""
         added, wrong = [], []
         path = pathlib.Path(path)
-        for file in sorted(path.rglob("*")) if path.is_dir() else [path]:
-            if file.suffix.lower() != ".pdb" or not file.is_file():
-                continue
+        files = sorted(path.rglob("*")) if path.is_dir() else [path]
+        for file in (file for file in files if file.suffix.lower() == ".pdb" and file.is_file()):
             try:
                 row = {"key": pdbs.read_key(file), "name": file.name, "content": file.read_bytes()}
             except (OSError, pdbs.BadPdb) as error:
                 wrong.append(f"{file}: {error}")
-                continue
-            if writer.do(lambda connection, row=row: self._file(connection, row)):
-                added.append(row["key"])
+            else:
+                added += [row["key"]] if writer.do(lambda connection, row=row: _file(connection, row)) else []
         self._asked = 0.0
         return added, wrong
-
-    @staticmethod
-    def _file(connection, row):
-        if connection.execute(sa.select(schema.symbol.c.key).where(schema.symbol.c.key == row["key"])).first():
-            return False
-        connection.execute(schema.symbol.insert().values(added=int(time.time()), **row))
-        waiting = sa.select(schema.wants.c.report_id).where(schema.wants.c.key == row["key"])
-        connection.execute(schema.report.update().where(schema.report.c.id.in_(waiting)).values(pending=1))
-        return True
 
     def frames(self, frames, ask=False):
         """(the frames with what is known about them, {identity: module} of those that a PDB could tell, whether one that is
@@ -82,10 +70,9 @@ class Symbols:
         asked = {at: frame for at, frame in missing.items() if at not in known}
         if asked and ask:
             said = self._ask(key, asked)
-            with contextlib.suppress(sa.exc.IntegrityError):  # another worker has asked the same
-                with self._engine.execution_options(writes=True).begin() as connection:
-                    rows = [{"at": at, "said": json.dumps(each)} for at, each in said.items()]
-                    connection.execute(schema.place.insert(), rows)
+            rows = [{"at": at, "said": json.dumps(each)} for at, each in sorted(said.items())]
+            with self._engine.execution_options(writes=True).begin() as connection:
+                schema.put(connection, schema.place, rows, said=lambda new: new)
             known.update(said)
         with self._lock:
             if len(self._places) > _MOST_CACHED:
@@ -110,3 +97,12 @@ class Symbols:
 
 def _at(frame):
     return f"{frame.key}+{frame.offset:X}{'!' if frame.exact else ''}"
+
+
+def _file(connection, row):
+    known = sa.select(schema.symbol.c.key).where(schema.symbol.c.key == row["key"])
+    if is_new := not connection.execute(known).first():
+        connection.execute(schema.symbol.insert().values(added=int(time.time()), **row))
+        waiting = sa.select(schema.wants.c.report_id).where(schema.wants.c.key == row["key"])
+        connection.execute(schema.report.update().where(schema.report.c.id.in_(waiting)).values(pending=1))
+    return is_new

@@ -42,10 +42,9 @@ def understand(parcel):
 def _facts(parcel):
     """From the message, a file that holds a fault text, or a minidump, in this order."""
     found = fault_text.find(parcel.text)
-    for each in parcel.attachments:
-        start = each.content[:_TEXT_SCAN]
-        if not found and b"Stack Trace:" in start:
-            found = fault_text.find(start.decode("windows-1251", "replace"))
+    texts = (each.content[:_TEXT_SCAN] for each in parcel.attachments)
+    texts = (fault_text.find(text.decode("windows-1251", "replace")) for text in texts if b"Stack Trace:" in text)
+    found = found or next(filter(None, texts), None)
     for each in parcel.attachments:
         if (
             not (found and found.frames)
@@ -68,8 +67,7 @@ def _system(text):
 
 
 def _machine(parcel, system):
-    """The same for reports from the same machine, as far as they can tell: of what stays the same on one, so not of the clock
-    as it was measured, nor of the program."""
+    """The same for all reports of a machine: made of what stays the same there, so not of the clock's measured frequency."""
     other = re.compile(r"Procesor Clock|Product|Company|Version number|Build num")
     kept = [" ".join(line.split()) for line in system.split("\n") if system and not other.match(line)]
     if not kept and not parcel.sender:

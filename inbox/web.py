@@ -1,22 +1,28 @@
 """The pages, and the form that the library uploads to."""
 
+import contextlib
 import csv
 import datetime
+import functools
 import io
 import pathlib
 import shutil
 import threading
+import warnings
 
 import flask
 import sqlalchemy as sa
+from PIL import Image
 from werkzeug.exceptions import HTTPException
 
-from inbox import access, pictures, plots, queries, reports, schema
+from inbox import access, plots, queries, reports, schema
 from inbox.queries import Filters
 
 CONFIRMATION = "Data has uploaded successfully"  # what the library looks for, and not at the very beginning
 _LARGE = 4 << 20  # bytes of a body, of which there is one at a time
 _MOST_ID = 1 << 62
+_MOST_PIXELS, _MOST_BYTES = 40_000_000, 32 << 20  # of a picture
+_ONE_AT_A_TIME = threading.BoundedSemaphore(1)
 _COLUMNS = {  # of the lists as files
     "crashes": "id title kind module state fixed_in regressed count machines versions first_seen last_seen signature note",
     "versions": "product version count machines crashes first_seen last_seen",
@@ -30,20 +36,20 @@ def make_app(inbox):
     """The Flask application over an Inbox."""
     app = flask.Flask("inbox", root_path=str(pathlib.Path(__file__).parent))
     app.jinja_env.trim_blocks = app.jinja_env.lstrip_blocks = True
-    app.jinja_env.filters.update(time=_time, day=lambda seconds: _time(seconds)[:10], size=_size)
-    app.jinja_env.globals.update(spark=plots.spark, SORTS=queries.SORTS, STATES=queries.STATES)
-    app.jinja_env.globals.update(has_password=bool(inbox.config.password), is_own=inbox.reports.is_own)
+    app.jinja_env.filters.update(time=_time, day=lambda seconds: _time(seconds)[:10])
+    known = {"spark": plots.spark, "SORTS": queries.SORTS, "STATES": queries.STATES}
+    known |= {"has_password": bool(inbox.config.password), "is_own": lambda frame: inbox.reports.rules.is_own(frame)}
+    app.jinja_env.globals.update(known)
     access.protect(app, inbox.engine, inbox.config)
-    _add_upload(app, inbox)
-    _add_lists(app, inbox)
-    _add_pages(app, inbox)
-    _add_changes(app, inbox)
+    for add in (_add_upload, _add_lists, _add_pages, _add_changes):
+        add(app, inbox)
 
     @app.errorhandler(HTTPException)
     def refuse(error):
-        if flask.request.path == "/index.php":
-            return _plain(error.code, error.description)
-        return _message(error.name, error.description), error.code
+        is_form = flask.request.path == "/index.php"
+        return (
+            _plain(error.code, error.description) if is_form else (_message(error.name, error.description), error.code)
+        )
 
     @app.errorhandler(Exception)
     def fail(error):
@@ -97,9 +103,6 @@ def _add_lists(app, inbox):
         app.add_url_rule(path, name, view)
         app.add_url_rule(f"/{name}.<any(csv, json):form>", f"{name}_file", view)
 
-    def unreadable(connection, filters, whole):
-        return queries.reports(connection, filters, unreadable=True, whole=whole)
-
     def versions(connection, filters, whole):
         rows, sums = queries.by_version(connection), {}
         for row in rows:
@@ -111,7 +114,7 @@ def _add_lists(app, inbox):
 
     add("crashes", "/", queries.crashes)
     add("reports", "/reports", queries.reports)
-    add("unreadable", "/unreadable", unreadable)
+    add("unreadable", "/unreadable", functools.partial(queries.reports, unreadable=True))
     add("versions", "/versions", versions)
 
     @app.get("/symbols")
@@ -140,11 +143,11 @@ def _cell(value):
 
 def _add_pages(app, inbox):
     def told(connection, report_id):
-        """What there is of a report: its row and files, facts, frames as they are known by now, what else is kept."""
+        """What there is of a report: its row and files, facts as they are known by now, what else is kept."""
         row, files = queries.one_report(connection, min(report_id, _MOST_ID)) or flask.abort(404)
-        facts, frames, data = inbox.reports.told(row)
+        facts, data = inbox.reports.told(row)
         del row["details"]
-        return {"report": row, "files": files, "facts": facts, "frames": frames, "data": data}
+        return {"report": row, "files": files, "facts": facts, "data": data}
 
     @app.get("/crash/<int:crash_id>")
     def crash(crash_id):
@@ -172,7 +175,8 @@ def _add_pages(app, inbox):
         with inbox.engine.connect() as connection:
             known = told(connection, report_id)
         data = {name: known["data"].get(name) for name in ("system", "words")}
-        more = {"attachments": known["files"], "stack": known["frames"], "fault": known["facts"]}
+        stack = known["facts"].frames if known["facts"] else []
+        more = {"attachments": known["files"], "stack": stack, "fault": known["facts"]}
         return flask.jsonify(known["report"] | data | more)
 
     def bytes_of(attachment_id):
@@ -186,7 +190,7 @@ def _add_pages(app, inbox):
 
     @app.get("/picture/<int:attachment_id>")
     def picture(attachment_id):
-        made = pictures.reencoded(bytes_of(attachment_id)["content"])
+        made = _reencoded(bytes_of(attachment_id)["content"])
         return flask.Response(made, mimetype="image/png") if made else flask.abort(404)
 
 
@@ -222,6 +226,23 @@ def _add_changes(app, inbox):
         return _message("Deleted", f"{gone} reports of {sender} are deleted with their files.")
 
 
+def _reencoded(content, widest=1600):
+    """A client's picture as PNG, decoded within bounds, so that not a byte of it is passed on; or None."""
+    if len(content) > _MOST_BYTES:
+        return None
+    made = io.BytesIO()
+    # Whatever a decoder says about hostile bytes.
+    with _ONE_AT_A_TIME, warnings.catch_warnings(), contextlib.suppress(Exception):
+        warnings.simplefilter("error")
+        with Image.open(io.BytesIO(content), formats=("JPEG", "PNG", "BMP", "GIF")) as picture:
+            if picture.width * picture.height <= _MOST_PIXELS:
+                picture.draft("RGB", (widest, widest))
+                plain = picture.convert("RGB")
+                plain.thumbnail((widest, widest))
+                plain.save(made, "PNG")
+    return made.getvalue() or None
+
+
 def _message(title, words):
     return flask.render_template("message.html", title=title, words=words)
 
@@ -238,9 +259,3 @@ def _plain(status, words):
 
 def _time(seconds):
     return datetime.datetime.fromtimestamp(seconds, datetime.timezone.utc).strftime("%Y-%m-%d %H:%M") if seconds else ""
-
-
-def _size(count):
-    if count < 10_000:
-        return f"{count} bytes"
-    return f"{count / 1024:.0f} KB" if count < 10 << 20 else f"{count / (1 << 20):.1f} MB"

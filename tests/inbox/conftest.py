@@ -43,6 +43,12 @@ def nested():
     return {bits: (MESSAGES / f"nested_{bits}.txt").read_text("utf-8") for bits in (32, 64)}
 
 
+@pytest.fixture
+def told():
+    """{bits: what faultkit.dll said where the host had set values}, of 32 bits as a file, of 64 as in a message."""
+    return {bits: (MESSAGES / f"told_{bits}.txt").read_text("utf-8") for bits in (32, 64)}
+
+
 class Pages:
     """A browser's requests, without one."""
 

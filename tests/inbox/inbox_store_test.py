@@ -1,6 +1,7 @@
 """Taking in, grouping, moving and deleting: what the store holds afterwards."""
 
 import pathlib
+import textwrap
 import threading
 import time
 from concurrent.futures import ThreadPoolExecutor
@@ -9,9 +10,10 @@ import pytest
 import sqlalchemy as sa
 
 import made
-from inbox import fault_text, queries, reports, schema
+from inbox import fault_text, mail, queries, reports, schema
+from inbox.config import BadSetting
 from inbox.queries import Filters
-from inbox.signature import BadRules, Rules
+from inbox.signature import Rules, signature
 from testing.processes import wait_until
 from testing.upload_body import upload_body
 
@@ -132,7 +134,7 @@ class TestIntake:
         report_id, _, _ = box.reports.add_message(made.message(text + "\nThread 2:\n00401000 board.exe+00001000\n"))
         with box.engine.connect() as connection:
             row, _ = queries.one_report(connection, report_id)
-        facts, _, _ = box.reports.told(row)
+        facts, _ = box.reports.told(row)
         assert facts.values == {"build": "nightly-412", "Signature": "something new"}
         assert facts.more[:3] == ["entirely new", "Thread 2:", "00401000 board.exe+00001000"]
 
@@ -179,18 +181,15 @@ class TestGrouping:
         assert all(each.function and each.line for each in facts.frames)
 
     def test_rule_skips_a_frame_and_another_groups_by_one(self):
-        from inbox import fault_text
-        from inbox.signature import signature
-
         facts = fault_text.find(made.fault_text(("helper", "draw", "run")))
-        plain = signature(facts, facts.frames, Rules(""))
+        plain = signature(facts, Rules(""))
         assert plain.text.endswith("board.exe!helper | board.exe!draw | board.exe!run")
-        skipped = signature(facts, facts.frames, Rules("frames 1\nskip *!HELPER"))
+        skipped = signature(facts, Rules("frames 1\nskip *!HELPER"))
         assert (skipped.title, skipped.text) == ("draw", "EXCEPTION_ACCESS_VIOLATION, read | board.exe!draw")
-        assert signature(facts, facts.frames, Rules("group *!r?n")).text.endswith(" | board.exe!run")
+        assert signature(facts, Rules("group *!r?n")).text.endswith(" | board.exe!run")
 
     def test_line_that_is_no_rule_is_named(self):
-        with pytest.raises(BadRules, match="line 2"):
+        with pytest.raises(BadSetting, match="line 2"):
             Rules("frames 3\nskop x")
 
     def test_change_of_rules_moves_reports_and_keeps_the_history(self, box):
@@ -208,6 +207,71 @@ class TestGrouping:
         assert (now["state"], now["note"]) == ("ignored", "known")
         assert "ignored" in history(box, old)
         assert any("check_a" in text for text in history(box, old))
+
+
+class TestWordsOfTheHost:
+    """Texts that faultkit.dll made for a program that has told it what it does, and that has another thread."""
+
+    @pytest.mark.parametrize("bits, threads, stack", ((32, 9, 8), (64, 3, 7)))
+    def test_values_notes_time_and_threads_are_understood(self, told, bits, threads, stack):
+        facts = fault_text.find(told[bits])
+        assert (facts.kind, facts.more) == ("EXCEPTION_ACCESS_VIOLATION, written", [])
+        process = ["Time", "Uptime", "Program", "Windows", "Memory", "Objects"]
+        assert list(facts.values) == [*process, "build", "customer"]
+        assert (facts.values["build"], facts.values["customer"]) == ("nightly-412", "Example & Sons")
+        assert [note.partition(": ")[2] for note in facts.notes] == ["opening a.bmp", "zoom 200 %"]
+        assert time.strftime("%Y-%m-%d %H:%M", time.gmtime(facts.time)) == facts.values["Time"][:16]
+        assert [module for module, _ in facts.places] == ["telling_host.exe"] * 3
+        assert len(facts.frames) == stack and len(facts.threads) == 2 + threads
+        assert (facts.threads[0].text, facts.threads[1].module) == ("Other threads: 1", "")
+        assert facts.threads[4 if bits == 64 else 6].function == "`anonymous namespace'::companion_main"
+
+    def test_crash_has_its_own_time_and_is_found_by_value_and_note(self, box, told):
+        message = made.message(told[64], date="Mon, 02 Nov 2009 10:20:30 +0100", sender="a@example.org")
+        box.reports.add_message(message)
+        (row,) = rows(box)
+        assert row["first_seen"] == fault_text.find(told[64]).time
+        for words in ("nightly-412", "example sons", "opening a.bmp", "build nightly"):
+            assert titles(box, q=words) == [("write_null", 1)], words
+
+    def test_clock_of_another_century_is_not_believed(self, box, told):
+        box.reports.add_message(made.message(told[64].replace("2026-", "2099-")))
+        assert abs(rows(box)[0]["first_seen"] - time.time()) < 600
+
+    def test_page_shows_them(self, box, pages, told):
+        box.reports.add_message(made.message(told[64]))
+        page = pages.get("/report/1").text
+        for words in ("nightly-412", "Example &amp; Sons", "opening a.bmp", "Other threads: 1", "companion_main"):
+            assert words in page, words
+        assert pages.get("/report/1.json").json["fault"]["notes"][1].endswith("zoom 200 %")
+
+    def test_texts_before_and_after_share_a_crash_and_so_do_widths(self, box, told):
+        older = "\n".join(line for line in told[64].split("\n") if not line.startswith("Signature"))
+        for text in (told[32], told[64], older):
+            box.reports.add_message(made.message(text))
+        assert titles(box) == [("write_null", 3)]
+
+    def test_signature_line_tells_which_modules_are_the_programs_and_rules_still_hold(self, told):
+        text = told[64].replace("telling_host.exe", "opengl32.dll").replace(" ntdll.dll", " helper.dll")
+        text = text.replace("Stack Trace:\n", "Stack Trace:\n0000000170001000 helper.dll+00001000 raise_it\n")
+        facts = fault_text.find(text)
+        assert signature(facts, Rules("")).text.endswith(
+            "| opengl32.dll!write_null | opengl32.dll!commit_fault | opengl32.dll!fail"
+        )
+        assert "opengl32" not in signature(facts, Rules("system opengl32.dll")).text
+        assert signature(facts, Rules("group *!main")).title == "main"
+
+    def test_signature_line_groups_where_the_stack_had_no_room(self, told):
+        facts = fault_text.find(told[64].partition("\nStack Trace:")[0])
+        places = [each.rpartition("+")[2] for each in signature(facts, Rules("")).text.split(" | ")[1:]]
+        assert places == ["2377", "222A", "120E"]
+
+    @pytest.mark.parametrize("bits", (32, 64))
+    def test_they_survive_wrapping(self, told, bits):
+        wrapped = "\n".join("\n".join(textwrap.wrap(line, 76)) for line in told[bits].split("\n"))
+        facts, plain = fault_text.find(mail.parse(made.message(wrapped)).text), fault_text.find(told[bits])
+        assert (facts.places, facts.values, facts.notes, facts.more) == (plain.places, plain.values, plain.notes, [])
+        assert [each.text for each in facts.threads] == [each.text for each in plain.threads]
 
 
 class TestStates:

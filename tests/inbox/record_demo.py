@@ -5,7 +5,9 @@ by mail. Writes inbox/demo.zip, with the PDBs.
 usage: PYTHONPATH=. tests/inbox/record_demo.py
 """
 
+import json
 import pathlib
+import random
 import shutil
 import tempfile
 import zipfile
@@ -19,6 +21,29 @@ from testing.product import BIN
 from testing.stage import Stage
 
 FAULTS = 10
+# How often each fault is met in each version: one goes, one comes back, one is new.
+OFTEN = {1: (14, 9, 0, 4, 1, 2, 1, 0, 2, 5), 2: (22, 0, 2, 5, 1, 1, 0, 1, 1, 9), 3: (9, 6, 12, 0, 0, 1, 2, 1, 0, 14)}
+# Days ago that each version is used first, last and most: from its release on, less when the next one is out.
+USED = {1: (15, 45, 35), 2: (4, 28, 16), 3: (0, 10, 4)}
+WINDOWS = "Professional Service Pack 1 (Build 7601)", "Professional  (Build 9200)", "Home Edition  (Build 6002)"
+PROCESSORS = (
+    "AMD Ryzen 5 3600 6-Core Processor",
+    "Intel(R) Core(TM) i5-8250U CPU @ 1.60GHz",
+    "Intel(R) Core(TM) i7-4770",
+)
+
+
+def senders():
+    """[[message, seconds ago, sender, Windows, processor]]: who sends which of the messages, and when."""
+    chance = random.Random(4)
+    people = [[f"user{at}@example.org", chance.choice(WINDOWS), chance.choice(PROCESSORS)] for at in range(60)]
+    sent = []
+    for version, often in OFTEN.items():
+        for fault, count in enumerate(often):
+            for _ in range(count):
+                ago = int(chance.triangular(*USED[version]) * 86400)
+                sent.append([f"version-{version}/fault-{fault}.eml", ago, *chance.choice(people)])
+    return sent
 
 
 def record(stage, version):
@@ -50,6 +75,7 @@ def record(stage, version):
 def main():
     with tempfile.TemporaryDirectory() as folder, Stage(pathlib.Path(folder, "stage")) as stage:
         with zipfile.ZipFile(REPO / "inbox" / "demo.zip", "w", zipfile.ZIP_DEFLATED, compresslevel=9) as made:
+            made.writestr("senders.json", json.dumps(senders()))
             for version in (1, 2, 3):
                 messages, pdb = record(stage, version)
                 for number, message in enumerate(messages):

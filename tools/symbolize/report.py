@@ -22,6 +22,10 @@ _FRAME = re.compile(
     r"(?:(?P<address>(?:[0-9A-F]{8}){1,2}) )?(?P<module>[^+]+(?:\+[^+]+)*?)\+(?P<offset>[0-9A-F]{8})"
     r"(?P<gone> \[unloaded\])?(?: (?P<rest>.*))?"
 )
+_PLACE = re.compile(
+    r"(?P<function>[^(\[].*?)?(?:\+0x[0-9A-F]+)?(?: ?\((?P<file>[^()]*):(?P<line>\d{1,7})\))?"
+    r"(?: \[inlined\])?(?: \[unloaded\])?(?: ?\[guessed\])?"
+)
 
 
 class NoFault(Exception):
@@ -45,13 +49,16 @@ class Frame:
     """One line of the trace that stands for a place in a module."""
 
     text: str  # the line as it stands
-    address: str  # eight digits, sixteen with 64 bits, or empty
-    module: str
-    offset: int
-    exact: bool  # the faulting instruction itself; otherwise the address behind a call
-    gone: bool
-    inlined: bool  # a function inlined into the next frame, at the same address
-    guessed: bool
+    address: str = ""  # eight digits, sixteen with 64 bits, or empty
+    module: str = ""
+    offset: int = 0
+    exact: bool = False  # the faulting instruction itself; otherwise the address behind a call
+    gone: bool = False
+    inlined: bool = False  # a function inlined into the next frame, at the same address
+    guessed: bool = False
+    function: str = ""  # as far as the line itself tells
+    file: str = ""
+    line: int = 0
 
 
 @dataclasses.dataclass(frozen=True)
@@ -155,6 +162,12 @@ def _trace(lines):
             continue
         rest = match["rest"] or ""
         inlined = "[inlined]" in rest
+        place = _PLACE.fullmatch(rest)
+        told = (
+            (place["function"].strip(), place["file"] or "", int(place["line"] or 0))
+            if place and place["function"]
+            else ()
+        )
         yield Frame(
             line,
             match["address"] or "",
@@ -164,5 +177,6 @@ def _trace(lines):
             bool(match["gone"]),
             inlined,
             "[guessed]" in rest,
+            *told,
         )
         first = first and inlined
