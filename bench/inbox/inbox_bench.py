@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
 """Measures the inbox as it runs: uploads of several clients, then pages and search, and the server's memory.
 
-usage: bench/inbox/inbox_bench.py [--database URL|postgres] [--reports 100000] [--signatures 5000] [--folder FOLDER]
+usage: bench/inbox/inbox_bench.py [--database sqlite|postgres|URL]... [--reports 100000] [--signatures 5000] [--folder FOLDER]
 
-Prints a row for each step of filling: reports there are, taken in a second since the row before, milliseconds (the median of
-several) of the first page, of the page of the largest crash, of a search, and the server's memory in MB.
+Prints a row of docs/inbox.md's table for each step of filling: reports there are, taken in a second since the row before,
+milliseconds (the median of several) of the first page, of the page of the largest crash, of a search, and the server's memory.
+postgres is one of the benchmark's own. Several databases are measured one after the other.
 """
 
 import argparse
+import contextlib
 import http.client
 import os
 import pathlib
@@ -27,6 +29,11 @@ from postgres import Postgres  # noqa: E402
 from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body  # noqa: E402
 
 CLIENTS = 16
+TABLE = (
+    "| Database | Reports in the store | Taken in a second | First page | Page of the largest crash | Search"
+    " | Memory of the server |",
+    "| --- | ---: | ---: | ---: | ---: | ---: | ---: |",
+)
 SEARCHES = ("function_17_of", "chip 4711", "board version_3", "EXCEPTION_ACCESS_VIOLATION")
 
 
@@ -95,23 +102,22 @@ def memory(server):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--database", default="")
+    parser.add_argument("--database", action="append")
     parser.add_argument("--reports", type=int, default=100_000)
     parser.add_argument("--signatures", type=int, default=5000)
     parser.add_argument("--folder")
     options = parser.parse_args()
-    with tempfile.TemporaryDirectory(dir=options.folder) as folder:
-        if options.database == "postgres":
-            with Postgres() as database:
-                run(folder, options, database.url)
-        else:
-            run(folder, options, options.database)
+    print(*TABLE, sep="\n", flush=True)
+    for database in options.database or ["sqlite"]:
+        with tempfile.TemporaryDirectory(dir=options.folder) as folder, contextlib.ExitStack() as stack:
+            url = stack.enter_context(Postgres()).url if database == "postgres" else database
+            run(pathlib.Path(folder, "store"), options, "" if database == "sqlite" else url)
+        print(f"load afterwards: {os.getloadavg()[0]:.1f}", file=sys.stderr, flush=True)
 
 
-def run(folder, options, database):
-    with Served(pathlib.Path(folder, "store"), *(("--database", database) if database else ())) as server:
-        print(f"load {os.getloadavg()[0]:.1f}", flush=True)
-        print("reports\ta second\tfirst page\tcrash page\tsearch\tmemory", flush=True)
+def run(store, options, database):
+    name = "PostgreSQL" if database else "SQLite"
+    with Served(store, *(("--database", database) if database else ())) as server:
         done = 0
         for upto in (1000, 3000, 10_000, 30_000, 100_000):
             if done >= options.reports:
@@ -120,8 +126,12 @@ def run(folder, options, database):
             seconds = fill(server, range(done, upto), options.signatures)
             pages = [milliseconds(server, "/"), milliseconds(server, "/crash/1")]
             pages.append(milliseconds(server, *(f"/?q={words.replace(' ', '+')}" for words in SEARCHES), rounds=3))
-            figures = [f"{(upto - done) / seconds:.0f}", *(f"{each:.0f}" for each in pages), f"{memory(server):.0f}"]
-            print("\t".join([str(upto), *figures]), flush=True)
+            figures = [
+                f"{(upto - done) / seconds:.0f}",
+                *(f"{each:.0f} ms" for each in pages),
+                f"{memory(server):.0f} MB",
+            ]
+            print("| " + " | ".join([name, f"{upto:,}", *figures]) + " |", flush=True)
             done = upto
 
 

@@ -12,9 +12,11 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.support.ui import Select, WebDriverWait
 
+import made
 from inbox import demo
 from inbox.config import Config
 from inbox.core import Inbox
+from testing.upload_body import upload_body
 
 _OPTIONS = (
     "--headless=new",
@@ -35,7 +37,7 @@ _OPTIONS = (
 class Browser:
     """Chromium with the inbox in it."""
 
-    def __init__(self, url, downloads, pictures):
+    def __init__(self, server, downloads, pictures):
         options = Options()
         options.binary_location = "/usr/bin/chromium"
         for option in _OPTIONS:
@@ -43,7 +45,7 @@ class Browser:
         options.add_experimental_option("prefs", {"download.default_directory": str(downloads)})
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
         self.driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
-        self.url, self.pictures = url, pictures
+        self.server, self.url, self.pictures = server, server.url, pictures
 
     def open(self, path):
         self.driver.get(self.url + path)
@@ -84,13 +86,13 @@ def browser(served, tmp_path, artifacts):
     box.engine.dispose()
     pictures = pathlib.Path(os.environ.get("WENDAX_INBOX_PICTURES") or artifacts)
     with contextlib.ExitStack() as stack:
-        it = Browser(served().url, tmp_path, pictures)
+        it = Browser(served(), tmp_path, pictures)
         stack.callback(it.driver.quit)
         yield it
 
 
 @pytest.mark.timeout(300)
-def test_every_page_is_reached_by_clicks(browser, tmp_path):
+def test_every_page_is_reached_by_clicks(browser, told, tmp_path):
     browser.open("/")
     assert browser.heading().startswith("10 crashes")
     assert len(browser.all("main table tbody tr")) == 10
@@ -146,6 +148,15 @@ def test_every_page_is_reached_by_clicks(browser, tmp_path):
     browser.picture("inbox-unreadable")
     browser.follow("#126")
     assert "It is kept as it came." in browser.find(".warning").text
+
+    assert browser.server.upload(upload_body(made.upload_files(told[64])))[0] == 200
+    browser.open("/?q=nightly-412")
+    browser.follow("write_null")
+    browser.all("table td a[href^='/report/']")[0].click()
+    headings = {heading.text: heading for heading in browser.all("h2")}
+    assert {"Values", "Notes", "Other threads: 1"} <= headings.keys()
+    browser.driver.execute_script("arguments[0].scrollIntoView()", headings["Values"])
+    browser.picture("inbox-report-words")
     assert browser.complaints() == []
 
 
@@ -157,7 +168,7 @@ def test_login_in_a_browser(served, tmp_path, artifacts):
 
     save_password(tmp_path / "store", generate_password_hash("correct horse"))
     with contextlib.ExitStack() as stack:
-        browser = Browser(served().url, tmp_path, artifacts)
+        browser = Browser(served(), tmp_path, artifacts)
         stack.callback(browser.driver.quit)
         browser.open("/versions")
         assert browser.heading() == "Log in"
