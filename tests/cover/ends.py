@@ -9,13 +9,14 @@ class Outcome:
     """code: by which the program ends, as the report has it; of 32 and of 64 bits where they differ, None where the program
     goes on. at: the function that the report names
     with its line; name: how the lines that count are marked in ends_host.cpp. prints: what a program that goes on prints.
-    words: as the table has it."""
+    words: as the table has it. says: how the report's first line goes on behind the code."""
 
     words: str
     code: int | tuple | None
     at: str = ""
     name: str = ""
     prints: str = ""
+    says: str = ""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -33,8 +34,13 @@ CXX_EXCEPTION = 0xE06D7363
 ACCESS_VIOLATION, STACK_OVERFLOW = 0xC0000005, 0xC00000FD
 
 
-def fault(argument, title, code, function, name=None, words=None):
-    outcome = Outcome(words or f"report, {code:08X}", code, function, name or argument)
+OF_THROW = "report of the throw with type and `what()`"
+THROWN = ', what() "the disk is full"'
+TERMINATED = "the program was ended by std::terminate"
+
+
+def fault(argument, title, code, function, name=None, words=None, says=""):
+    outcome = Outcome(words or f"report, {code:08X}", code, function, name or argument, says=says)
     return End(argument, title, outcome, outcome)
 
 
@@ -66,31 +72,37 @@ ENDS = (
     End(
         "uncaught",
         "uncaught C++ exception",
-        Outcome("report of the throw, E06D7363", CXX_EXCEPTION, "throw_uncaught", "uncaught"),
-        Outcome("report of the throw, E0575801", TERMINATE, "throw_uncaught", "uncaught"),
+        Outcome(f"{OF_THROW}, E06D7363", CXX_EXCEPTION, "throw_uncaught", "uncaught", says=THROWN),
+        Outcome(f"{OF_THROW}, E0575801", TERMINATE, "throw_uncaught", "uncaught", says=THROWN),
     ),
     End(
         "uncaught-thread",
         "the same on another thread",
-        Outcome("report of the throw, E06D7363", CXX_EXCEPTION, "throw_uncaught", "uncaught"),
-        Outcome("report of the throw, E0575801", TERMINATE, "throw_uncaught", "uncaught"),
+        Outcome(f"{OF_THROW}, E06D7363", CXX_EXCEPTION, "throw_uncaught", "uncaught", says=THROWN),
+        Outcome(f"{OF_THROW}, E0575801", TERMINATE, "throw_uncaught", "uncaught", says=THROWN),
     ),
     fault(
-        "noexcept", "throw out of `noexcept`", TERMINATE, "throw_uncaught", "uncaught", "report of the throw, E0575801"
+        "noexcept",
+        "throw out of `noexcept`",
+        TERMINATE,
+        "throw_uncaught",
+        "uncaught",
+        f"{OF_THROW}, E0575801",
+        THROWN,
     ),
-    fault("terminate", "`std::terminate` without an exception", TERMINATE, "terminate"),
-    fault("abort", "`abort`", ABORT, "give_up"),
-    fault("assert", "failed `assert`", ABORT, "fail_assertion"),
+    fault("terminate", "`std::terminate` without an exception", TERMINATE, "terminate", says=TERMINATED),
+    fault("abort", "`abort`", ABORT, "give_up", says="the program called abort"),
+    fault("assert", "failed `assert`", ABORT, "fail_assertion", says="the program called abort"),
     End(
         "pure-call",
         "call of a pure virtual function",
-        Outcome("report, E0575802", PURE_CALL, "draw", "pure-call"),
+        Outcome("report, E0575802", PURE_CALL, "draw", "pure-call", says="that the object does not have"),
         Outcome("report of a jump to address 0, C0000005", ACCESS_VIOLATION, "draw", "pure-call"),
     ),
     End(
         "invalid-parameter",
         "invalid argument of a C function",
-        Outcome("report, E0575803", INVALID_PARAMETER, "pass_invalid", "invalid-parameter"),
+        Outcome("report, E0575803", INVALID_PARAMETER, "pass_invalid", "invalid-parameter", says="an invalid argument"),
         Outcome("no end: with `msvcrt.dll` the function answers an error", None, prints="answered"),
     ),
     fault("overflow-covered", "stack overflow, stack kept back", STACK_OVERFLOW, "recurse", "overflow"),

@@ -88,8 +88,8 @@ def check(scene, program, argument, outcome):
     code = scene.stage.machine.choose(*outcome.code) if isinstance(outcome.code, tuple) else outcome.code
     # Wine itself may fault while it ends a program with several threads.
     assert process.returncode in (code & 0xFF, -signal.SIGSEGV)
-    reason = message.body.decode("windows-1251").partition("Crush Expantion:\n")[2].splitlines()[:40]
-    assert any(f"({code:08X})" in line for line in reason), reason
+    reason = message.body.decode("windows-1251").partition("Crush Expantion:\n")[2].partition("\n")[0]
+    assert f"({code:08X})" in reason and outcome.says in reason.partition(")")[2], reason
     trace = scene.trace(message, program)
     check_report(trace, outcome)
     return trace
