@@ -5,6 +5,7 @@ import time
 
 import pytest
 
+import kept_reports
 from testing import report_dialog
 from testing.loopback import loopback_address
 from testing.processes import wait_until
@@ -192,3 +193,16 @@ class TestClose:
             report_dialog.press(progress.screen, "Upload Report")
             progress.finish(1)
         assert server.requests[-1].body == progress.body()
+
+
+def test_order_to_quit_ends_the_upload_and_leaves_the_report_for_the_next_start(progress):
+    progress.report.tell("quit-upload")
+    progress.open_with(64 * MEGABYTE, keep=True)
+    reader = SlowReader(MEGABYTE)
+    with WebServer(progress.address, 80, reader):
+        report_dialog.press(progress.screen, "Upload Report")
+        progress.finish(0)
+        wait_until(lambda: reader.hung_up, "the connection to end", 60)
+    progress.report.end()
+    (kept,) = kept_reports.read_all(progress.host.folder / "unsent")
+    assert kept.body == progress.body()

@@ -9,6 +9,7 @@
 //   upload                  "uploaded", "failed" or "out of memory"
 //   dialog [first]          the number that OpenDlg returns; of the oldest report
 //   hold                    from here on a dialog that closes says "closing", and goes when the next line arrives
+//   quit-upload             once a dialog uploads, the program is told to quit by another window's procedure
 //   keep [FOLDER]           WendaxKeepUnsent, of a path in UTF-8; its answer
 //   send-unsent             WendaxSendUnsent's answer and the three numbers, all in one line
 //   show-progress           WendaxShowProgress(1); its answer
@@ -94,6 +95,32 @@ DWORD WINAPI press_again(void*) {
     return 0;
 }
 
+LRESULT CALLBACK quit_procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    if (message == WM_APP)
+        PostQuitMessage(7);
+    return DefWindowProcA(window, message, wparam, lparam);
+}
+
+DWORD WINAPI tell_to_quit(void* window) {
+    HWND dialog;
+    while (!(dialog = FindWindowA("#32770", "Software Error Report")) || IsWindowEnabled(GetDlgItem(dialog, IDOK)))
+        Sleep(10);
+    SendMessageA(static_cast<HWND>(window), WM_APP, 0, 0);
+    return 0;
+}
+
+void quit_upload() {
+    WNDCLASSA window_class = {};
+    window_class.lpfnWndProc = quit_procedure;
+    window_class.hInstance = GetModuleHandleA(nullptr);
+    window_class.lpszClassName = "Quit";
+    RegisterClassA(&window_class);
+    const HWND window =
+        CreateWindowA("Quit", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, window_class.hInstance, nullptr);
+    CloseHandle(CreateThread(nullptr, 0, tell_to_quit, window, 0, nullptr));
+    puts("done");
+}
+
 void keep_unsent(const char* folder) {
     wchar_t path[2048] = L"";
     MultiByteToWideChar(CP_UTF8, 0, folder, -1, path, sizeof path / sizeof *path);
@@ -128,6 +155,10 @@ bool obey(char* line) {
     }
     if (strcmp(line, "keep") == 0) {
         keep_unsent(rest);
+        return true;
+    }
+    if (strcmp(line, "quit-upload") == 0) {
+        quit_upload();
         return true;
     }
     if (strcmp(line, "send-unsent") == 0) {
