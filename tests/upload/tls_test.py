@@ -5,6 +5,7 @@ import os
 
 import pytest
 
+from testing import report_dialog
 from testing.loopback import loopback_address
 from testing.php_server import PhpServer
 from testing.tls import SYSTEM_AUTHORITIES, SYSTEM_HOSTS, Authority, TlsFront, mounted_over
@@ -107,6 +108,44 @@ class TestUpload:
         report.tell("post", b"-|-|-|" + file)
         assert report.tell("upload", timeout=240) == "uploaded"
         assert server.requests[0].body == upload_body({"File_for_conversion": (file, content)})
+
+    def test_that_failed_goes_over_tls_at_the_next_start_too_or_not_at_all(self, place):
+        report = place.uploads_to(f"https://{HOST}:8443")
+        assert report.tell("keep", place.host.path_of(b"unsent")) == "1"
+        assert report.tell("upload") == "failed"  # nobody listens
+        report.end()
+        report = place.host.drive()
+        assert report.tell("keep", place.host.path_of(b"unsent")) == "1"
+
+        def in_the_clear(client):
+            client.read_some(16)
+            client.send(http_answer(YES))
+
+        with WebServer(place.address, 8443, in_the_clear) as plain:
+            assert report.tell("send-unsent") == "1 0 1 0"
+        assert plain.requests and not any(b"POST" in begin for begin in plain.requests)
+        server = place.serve(answering(YES))
+        assert report.tell("send-unsent") == "1 1 0 0"
+        (request,) = server.requests
+        assert request.line == f"POST {FORM_PATH} HTTP/1.1"
+        assert request.headers["host"] == f"{HOST}:8443"
+        assert request.body == upload_body({})
+
+    def test_that_shows_its_progress_arrives_whole(self, place, stage):
+        server = place.serve(answering(YES))
+        screen = stage.desktop(width=1024, height=768)
+        host = UploadHost(stage, wine=stage.wine(screen))
+        host.redirect("--upload-url", f"https://{HOST}:8443")
+        report = host.drive()
+        assert (report.tell("new"), report.tell("show-progress")) == ("done", "1")
+        content = os.urandom(4 << 20)
+        file = host.write(b"big", content)
+        report.tell("post", b"-|-|-|" + file)
+        report.send("dialog")
+        report_dialog.press(screen, "Upload Report")
+        assert report.receive() == "1"
+        (request,) = server.requests
+        assert request.body == upload_body({"File_for_conversion": (file, content)})
 
     def test_without_a_confirmation_is_a_failure(self, place):
         server = place.serve(answering(b"Please log in."))
