@@ -2,13 +2,15 @@
 //
 //   mail N, upload N   that many faults with a report of each
 //   plain mail N, plain upload N   what the system alone does in them: makes and destroys that many dialogs of the same
-//                                  templates, and for mail opens plain.eml each time
+//                                  templates, and for mail reads the symbols of the DLLs that the stack leads through
+//                                  and opens plain.eml each time
 //
 // Each answers "usage GDI USER KERNEL MEMORY": GDI objects, the
 //                      number of a fresh user object, kernel handles, and KiB of memory of its own
 //
 // The reports have a screenshot and the host's file notes.txt.
 #include <windows.h>
+#include <dbghelp.h>
 #include <shellapi.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -18,6 +20,7 @@
 #include "testing/cxx/faults.h"
 #include "testing/cxx/command_line.h"
 #include "testing/cxx/usage.h"
+#include "win/library.h"
 
 namespace {
 
@@ -79,6 +82,30 @@ void show_plain_dialog(int resource) {
     DestroyWindow(dialog);
 }
 
+// As a description of a fault does: dbghelp is loaded, and reads what there is of the symbols of both.
+void read_symbols() {
+    HMODULE const dbghelp = LoadLibraryA("dbghelp.dll");
+    const HANDLE nobody = &answered; // a handle of no process
+    const auto initialize = win::function_of<decltype(SymInitialize)>(dbghelp, "SymInitialize");
+    const auto load = win::function_of<decltype(SymLoadModuleEx)>(dbghelp, "SymLoadModuleEx");
+    const auto find = win::function_of<decltype(SymFromAddr)>(dbghelp, "SymFromAddr");
+    const auto clean_up = win::function_of<decltype(SymCleanup)>(dbghelp, "SymCleanup");
+    initialize(nobody, nullptr, FALSE);
+    static const char* const kNames[] = {"kernel32.dll", "ntdll.dll"};
+    for (const char* name : kNames) {
+        HMODULE const module = GetModuleHandleA(name);
+        char path[MAX_PATH];
+        GetModuleFileNameA(module, path, sizeof path);
+        const auto base = reinterpret_cast<uintptr_t>(module);
+        load(nobody, nullptr, path, nullptr, base, 0, nullptr, 0);
+        SYMBOL_INFO symbol = {};
+        symbol.SizeOfStruct = sizeof symbol;
+        find(nobody, base + 0x10000, nullptr, &symbol);
+    }
+    clean_up(nobody);
+    FreeLibrary(dbghelp);
+}
+
 // Their handles' low halves are indices of one table.
 unsigned gdi_objects() {
     unsigned count = 0;
@@ -107,8 +134,10 @@ bool obey(char* line) {
     for (int count = atoi(rest); count > 0; --count) {
         if (plain) {
             show_plain_dialog(by_mail ? 299 : 300);
-            if (by_mail)
+            if (by_mail) {
+                read_symbols();
                 ShellExecuteA(nullptr, "open", "plain.eml", nullptr, nullptr, SW_SHOW);
+            }
         } else
             fail_and_report(by_mail);
     }

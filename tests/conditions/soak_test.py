@@ -1,8 +1,9 @@
 """Many reports in one process: after the tenth, nothing grows.
 
 WENDAX_SOAK_REPORTS says how many of each road, 40 if it is not set. Wine's static control never lets go of the banner's
-bitmap, and its shell keeps something of each program that it starts; how much that is, as many dialogs of the same template
-and messages opened by the system alone tell.
+bitmap, its shell keeps something of each program that it starts, and its dbghelp something of the debugging data that DLLs of
+the 64-bit Wine have; how much that is, tell as many dialogs of the same template, reads of symbols and messages opened by the
+system alone.
 """
 
 import os

@@ -7,7 +7,7 @@ namespace {
 
 // Alone in the file, for several may be opened at a time, and each is to write behind the others.
 HANDLE open_alone(const char* log) {
-    for (int tries = 0; tries < 3000; ++tries) {
+    for (int tries = 0; tries < 12000; ++tries) {
         const HANDLE file = CreateFileA(log, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
         if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_SHARING_VIOLATION)
             return file;
