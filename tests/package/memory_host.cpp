@@ -135,7 +135,7 @@ __attribute__((noinline)) void attempt(const char* what, Call call) {
 __attribute__((noinline)) void upload() {
     try {
         CCrashReport2 report(nullptr);
-        report.PostRequest("program.cfg", nullptr, "program.log", nullptr); // files of yours, as you like
+        report.PostRequest("program.cfg", nullptr, "program.log", "fault.txt"); // files of yours, and what failed where
         report.CreateScreenCopy();
         report.CreateSystemInfo();
         report.OpenDlg();
