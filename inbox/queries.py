@@ -186,10 +186,12 @@ def one_attachment(connection, attachment_id):
     return one_of(connection, sa.select(attachment).where(attachment.c.id == attachment_id))
 
 
-def symbols(connection):
-    """(modules whose PDB would tell functions, those first that most reports want; the PDBs that are here)."""
-    here, count = sa.select(symbol.c.key), sa.func.count().label("count")
+def symbols(connection, _filters, whole=False):
+    """([row], how many): modules whose PDB would tell functions, the most wanted first, then the PDBs that are here."""
+    here, count, most = sa.select(symbol.c.key), sa.func.count().label("count"), _MOST_ROWS if whole else 200
     wanted = sa.select(wants.c.module, wants.c.key, count).where(wants.c.key.not_in(here))
-    wanted = wanted.group_by(wants.c.module, wants.c.key).order_by(count.desc(), wants.c.key).limit(200)
-    kept = sa.select(symbol.c.name, symbol.c.key, symbol.c.added).order_by(symbol.c.added.desc(), symbol.c.name)
-    return all_of(connection, wanted), all_of(connection, kept.limit(1000))
+    wanted = wanted.group_by(wants.c.module, wants.c.key).order_by(count.desc(), wants.c.key).limit(most)
+    kept = sa.select(symbol.c.name.label("module"), symbol.c.key, symbol.c.added).order_by(symbol.c.added.desc())
+    rows = [{"added": 0, **row} for row in all_of(connection, wanted)]
+    rows += [{"count": 0, **row} for row in all_of(connection, kept.limit(5 * most))]
+    return rows, len(rows)

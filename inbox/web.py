@@ -26,6 +26,7 @@ _ONE_AT_A_TIME = threading.BoundedSemaphore(1)
 _COLUMNS = {  # of the lists as files
     "crashes": "id title kind module state fixed_in regressed count machines versions first_seen last_seen signature note",
     "versions": "product version count machines crashes first_seen last_seen",
+    "symbols": "module key count added",
     "unreadable": "id received road sender size unreadable",
     "reports": "id crash_id title happened received road sender subject product version windows processor machine kind"
     " address size",
@@ -116,12 +117,7 @@ def _add_lists(app, inbox):
     add("reports", "/reports", queries.reports)
     add("unreadable", "/unreadable", functools.partial(queries.reports, unreadable=True))
     add("versions", "/versions", versions)
-
-    @app.get("/symbols")
-    def symbols():
-        with inbox.engine.connect() as connection:
-            missing, kept = queries.symbols(connection)
-        return flask.render_template("symbols.html", missing=missing, kept=kept)
+    add("symbols", "/symbols", queries.symbols)
 
 
 def _file(name, form, rows):

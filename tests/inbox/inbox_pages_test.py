@@ -236,6 +236,9 @@ class TestPages:
         assert len(lines) == 2 and lines[0].startswith("id,title,kind")
         assert [row["version"] for row in pages.get("/versions.json").json] == ["0.0.0.0", "1.0.0.0", "2.0.0.0"]
         assert len(pages.get("/reports.json").json) == 3
+        (wanted,) = pages.get("/symbols.json").json
+        assert wanted == {"module": "board.exe", "key": made.KEY, "count": 3, "added": 0}
+        assert pages.get("/symbols.csv").text.splitlines()[1] == f"board.exe,{made.KEY},3,0"
         assert json.loads(pages.get("/report/1.json").text)["stack"][0]["function"] == "draw"
 
     def test_formula_in_a_table_is_only_text(self, box, pages):
