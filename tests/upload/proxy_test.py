@@ -155,6 +155,16 @@ def test_report_that_was_sent_is_not_sent_again(network, body):
     assert network.proxy.requests() == []
 
 
+def test_server_that_is_not_trusted_is_not_asked_through_the_proxy(network, tmp_path):
+    stranger = Authority(tmp_path / "stranger")
+    server = network.serve(port=8081)
+    network.set_proxy()
+    with mounted_over(SYSTEM_HOSTS, f"{network.address} {HOST}\n".encode(), tmp_path):
+        with TlsFront(network.address, 443, stranger.certificate(HOST), (network.address, 8081)):
+            assert network.upload("--upload-url", f"https://{HOST}/up", "--proxy", "yes") == "failed"
+    assert (server.requests, network.proxy.requests()) == ([], [])
+
+
 def test_proxy_that_is_gone_too_is_a_failure(network):
     network.serve()
     network.set_proxy(address=loopback_address(3128))
