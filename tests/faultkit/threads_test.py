@@ -91,9 +91,9 @@ def test_thread_that_holds_the_heap_for_a_while_only_delays_the_text(told):
 def test_threads_that_take_the_locks_of_heap_and_loader_all_the_time_never_hold_it_up(describer, stage, kind):
     folder = describer.folder(*HOST)
     done = stage.wine().run(
-        folder / "telling_host.exe", "thread", kind, "thread", kind, "again", "40", cwd=folder, limit=280
+        folder / "telling_host.exe", "thread", kind, "thread", kind, "again", "20", cwd=folder, limit=280
     )
-    assert (done.returncode, done.text) == (0, "40 reasons\n")
+    assert (done.returncode, done.text) == (0, "20 reasons\n")
 
 
 @pytest.mark.timeout(120)

@@ -4,8 +4,10 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
+#ifndef _WIN32
+#include <thread>
+#endif
 
 #include <gtest/gtest.h>
 
@@ -22,7 +24,9 @@ std::uint64_t now() {
     return ++ticks;
 }
 void give_way(unsigned) {
+#ifndef _WIN32
     std::this_thread::yield();
+#endif
 }
 std::vector<unsigned> waits;
 void count_waits(unsigned milliseconds) {
@@ -79,6 +83,7 @@ TEST_F(NoteRingTest, Text_is_kept_up_to_200_bytes) {
     EXPECT_EQ(texts(), (std::vector<std::string>{std::string(200, 'a'), std::string(200, 'b')}));
 }
 
+#ifndef _WIN32 // there a host with threads of the system's own does the same (tests/faultkit/telling_test.py)
 TEST_F(NoteRingTest, Notes_of_eight_threads_at_full_speed_are_whole_and_in_order) {
     constexpr unsigned kThreads = 8, kEach = 5000;
     std::vector<std::thread> threads;
@@ -114,6 +119,7 @@ TEST_F(NoteRingTest, Notes_of_eight_threads_at_full_speed_are_whole_and_in_order
     for (int number : last)
         EXPECT_TRUE(number == -1 || number == static_cast<int>(kEach) - 1);
 }
+#endif
 
 // The first member is the lock: as a thread leaves it that was stopped while it held it.
 void hold_lock(NoteRing& ring) {

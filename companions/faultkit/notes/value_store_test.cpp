@@ -1,9 +1,11 @@
 #include <cstring>
 #include <memory>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
+#ifndef _WIN32
+#include <thread>
+#endif
 
 #include <gtest/gtest.h>
 
@@ -16,7 +18,9 @@ using faultkit::ValueStore;
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 void give_way(unsigned) {
+#ifndef _WIN32
     std::this_thread::yield();
+#endif
 }
 
 class ValueStoreTest : public testing::Test {
@@ -86,6 +90,7 @@ TEST_F(ValueStoreTest, Value_that_a_stopped_thread_was_writing_is_left_out) {
     EXPECT_FALSE(set("build", "2"));
 }
 
+#ifndef _WIN32 // there a host with threads of the system's own does the same (tests/faultkit/telling_test.py)
 TEST_F(ValueStoreTest, Values_set_by_several_threads_at_once_are_whole) {
     std::vector<std::thread> threads;
     for (char letter = 'a'; letter < 'e'; ++letter)
@@ -106,6 +111,7 @@ TEST_F(ValueStoreTest, Values_set_by_several_threads_at_once_are_whole) {
             EXPECT_EQ(pair.second, "1999");
     }
 }
+#endif
 
 TEST(ValueKey, Letters_digits_spaces_and_three_signs_make_a_key) {
     for (const char* key : {"a", "build", "A key", "gpu.driver-2_x", "0", "zZ9"})
