@@ -219,7 +219,10 @@ def seeds_of_uploads():
     (
         (read_message, [path.read_bytes() for path in sorted(MESSAGES.glob("*.eml"))]),
         (read_upload, list(seeds_of_uploads())),
-        (lambda raw: fault_text.find(raw.decode("windows-1251", "replace")), [made.fault_text().encode()]),
+        (
+            lambda raw: fault_text.find(raw.decode("windows-1251", "replace")),
+            [made.fault_text().encode(), *(path.read_bytes() for path in sorted(MESSAGES.glob("told_*.txt")))],
+        ),
         (lambda raw: fault_text.find(minidump.text(raw) or ""), [(MESSAGES / "wine.dmp").read_bytes()]),
     ),
     ids=("messages", "uploads", "fault texts", "minidumps"),
