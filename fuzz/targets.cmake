@@ -2,6 +2,7 @@
 wendax_fuzz(base64 DEPENDS compose base)
 wendax_fuzz(compose DEPENDS compose base)
 wendax_fuzz(cpuid DEPENDS sysinfo base)
+wendax_fuzz(fault_text DEPENDS faultkit_core_x64)
 wendax_fuzz(format DEPENDS base)
 wendax_fuzz(image DEPENDS fall_core)
 wendax_fuzz(module_list DEPENDS glib)
