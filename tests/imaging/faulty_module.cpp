@@ -3,7 +3,7 @@
 
 namespace {
 const uint32_t kFormats[] = {0x044A5047u};
-volatile int g_zero;
+volatile int g_one = 1, g_zero; // one divided by a number takes no division, and no fault
 volatile int* volatile g_nowhere;
 } // namespace
 
@@ -15,7 +15,7 @@ glib::ResultCode GLIB_CALL LoadJPGImageData(glib::ImageDataExchange*, VStream*, 
 }
 
 glib::ResultCode GLIB_CALL GetJPGFileInfo(VStream*, glib::ImageFileInfo*) {
-    g_zero = 1 / g_zero;
+    g_zero = g_one / g_zero;
     return glib::RCOK;
 }
 

@@ -35,6 +35,16 @@ def test_modules_that_are_missing_or_no_libraries_are_passed_over(stage):
     assert facts == {}
 
 
+def test_of_a_damaged_picture_the_format_that_its_name_tells_has_the_say(stage):
+    calls = ("AppendDamaged", "Append", "LoadDamaged", "Load", "LoadDamagedPage", "LoadPage")
+    none = {"pages appended": "0", "pages loaded": "0", "pages kept": "0"}
+    for name, verdict in (("cut.xbm", "BADI"), ("cut.jpg", "CFLT"), ("cut.other", "CFLT")):
+        cut = stage.artifacts / name
+        cut.write_text("#define cut_width 9\n")
+        facts = told_by_host(stage, "load", stage.wine().prefix.to_windows(cut), modules="faulty_module\nxbm\n")
+        assert facts == dict.fromkeys(calls, verdict) | none, name
+
+
 def test_a_picture_comes_from_a_resource(stage):
     assert told_by_host(stage, "resource", "PICTURE", modules="xbm") == {"load": "RCOK", "pages": "1"}
     assert told_by_host(stage, "resource", "NOPICTURE", modules="xbm") == {"load": "UNSF", "pages": "0"}
