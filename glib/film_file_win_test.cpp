@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include "base/genlib_error.h"
+#include "testing/cxx/failing_allocator.h"
 #include "testing/cxx/film_fixture.h"
 #include "testing/cxx/recorded_boxes.h"
 
@@ -122,6 +124,30 @@ TEST_F(FilmFile, A_save_that_is_not_finished_leaves_no_file_and_a_safe_one_the_o
     EXPECT_EQ(film.SaveSafely(file.c_str(), &xbm), RCOK);
     EXPECT_EQ(on_disk().substr(0, 20), "#define image_width ");
     EXPECT_FALSE(exists(file + ".new"));
+}
+
+TEST_F(FilmFile, A_safe_save_without_memory_leaves_the_old_file_and_none_beside_it_wherever_memory_ends) {
+    Film film;
+    ASSERT_EQ(film.LoadMemory(kXbmFile, sizeof(kXbmFile) - 1, 0), RCOK);
+    const ImageSave xbm(kXbm);
+    unsigned n = 1;
+    for (bool failed = true; failed; ++n) {
+        std::ofstream(file) << "old";
+        bool saved = false;
+        {
+            FailingAllocator failing(n);
+            try {
+                saved = film.SaveSafely(file.c_str(), &xbm) == RCOK;
+            } catch (const gen::genlib_out_of_memory&) {
+            }
+            failed = failing.failed();
+        }
+        ASSERT_NE(saved, failed) << n;
+        EXPECT_EQ(on_disk(), failed ? "old" : kXbmFile) << n;
+        EXPECT_FALSE(exists(file + ".new")) << n;
+        DeleteFileA((file + ".new").c_str());
+    }
+    EXPECT_GT(n, 3u) << "a save allocates";
 }
 
 TEST_F(FilmFile, A_safe_save_leaves_the_files_beside_it_alone) {
