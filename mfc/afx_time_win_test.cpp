@@ -50,6 +50,10 @@ TEST(CTime, Now_lies_between_two_readings_of_the_clock) {
     EXPECT_LE(now, _time64(nullptr));
 }
 
+TEST(CTime, Text_of_one_letter_is_kept) {
+    EXPECT_STREQ(CTime(2006, 1, 15, 9, 5, 7).Format("x"), "x");
+}
+
 TEST(CTime, Text_that_does_not_fit_is_empty) {
     EXPECT_STREQ(CTime(2006, 1, 15, 9, 5, 7).Format(std::string(200, 'x').c_str()), "");
 }

@@ -2,6 +2,7 @@
 
 import contextlib
 import dataclasses
+import datetime
 import itertools
 import pathlib
 import re
@@ -118,6 +119,7 @@ class Scene(contextlib.ExitStack):
             **self.trouble.env,
         }
         self.theatre.server.requests.clear()
+        self._began = datetime.datetime.now()
         with self.theatre.wine.start(
             self.exe,
             self.road,
@@ -169,7 +171,9 @@ class Scene(contextlib.ExitStack):
             sees.append(outcome.MESSAGE)
             paths = [line.partition(" ")[2].strip().strip('"') for line in opened]
             assert [pathlib.PureWindowsPath(path).name for path in paths] == [path.name for path in messages]
-        return outcome.Mail(tuple(sees), _message(messages[0]) if messages else NONE, self._picture(), host)
+        return outcome.Mail(
+            tuple(sees), _message(messages[0], self._began) if messages else NONE, self._picture(), host
+        )
 
     def _upload(self, sees, host):
         system_text = self.temp / "system_info.txt"
@@ -199,12 +203,13 @@ def _host(lines, code):
     return Host.FAULT if lines[-1:] == ["unhandled"] and code != 0 else Host.OTHER_END
 
 
-def _message(path):
+def _message(path, began):
     if not path.stat().st_size:
         return EMPTY
     message = Message(path)
     if not message.raw.endswith(b"------=_NextPart_000_023D_01C25DB8.8402B210\r\n"):
         return CUT_SHORT
+    assert message.parsed["Date"] in _dates_since(began)
     attached = dict(message.attachments)
     return outcome.Content(
         _description(message.body),
@@ -212,6 +217,13 @@ def _message(path):
         attached.get("notes.txt") == NOTES,
         _lacks(message.body),
     )
+
+
+def _dates_since(began):
+    """What a message that was made since then may have for its date."""
+    seconds = int((datetime.datetime.now() - began).total_seconds()) + 2
+    moments = (began + datetime.timedelta(seconds=n) for n in range(seconds))
+    return {f"{moment:%A, %d, %y %S:%M:%H +0000}" for moment in moments}
 
 
 def _description(body):
