@@ -1,6 +1,7 @@
 // A debugging library that knows nothing, and faults in the function that BAD_DBGHELP_FAULTS_IN names. Where that is
-// "frame-pointers", it walks by them alone; with "throw " before the name it throws a C++ exception there. It tells the
-// standard error of each session that is opened and each module that is loaded.
+// "frame-pointers", it walks by them alone, and where "telling-walks", it only tells from where it would; with "throw "
+// before the name it throws a C++ exception there. It tells the standard error of each session that is opened and each
+// module that is loaded.
 #include <windows.h>
 #include <dbghelp.h>
 #include <stdio.h>
@@ -79,6 +80,10 @@ BOOL WINAPI bad_StackWalk64(DWORD, HANDLE, HANDLE, LPSTACKFRAME64 frame, PVOID c
                             PREAD_PROCESS_MEMORY_ROUTINE64 read, PFUNCTION_TABLE_ACCESS_ROUTINE64,
                             PGET_MODULE_BASE_ROUTINE64, PTRANSLATE_ADDRESS_ROUTINE64) {
     maybe_fault("StackWalk64");
+    if (is_wanted("telling-walks")) {
+        tell_walk(*frame, *static_cast<CONTEXT*>(context));
+        return FALSE;
+    }
     if (is_wanted("frame-pointers"))
         return follow_frame_pointer(frame, static_cast<CONTEXT*>(context), read);
     frame->AddrPC.Offset = 0x12345678;

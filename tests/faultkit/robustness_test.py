@@ -116,10 +116,10 @@ class TestWithFaultingDebugLibrary:
 class TestUseOfTheDebugLibrary:
     """Reading symbols is what a description takes its time for."""
 
-    def told(self, describer, bad_wine, *args):
+    def told(self, describer, bad_wine, *args, **env):
         """What the debugging library was asked for, in order."""
         folder = describer.folder(*describer.FILES)
-        done = bad_wine.run(folder / "describe_host.exe", *args, cwd=folder, env=OWN_DEBUG_LIBRARY)
+        done = bad_wine.run(folder / "describe_host.exe", *args, cwd=folder, env=OWN_DEBUG_LIBRARY | env)
         assert done.returncode == 0, done
         return [line for line in done.stderr.decode("ascii", "replace").splitlines() if line.startswith("dbghelp: ")]
 
@@ -134,6 +134,19 @@ class TestUseOfTheDebugLibrary:
 
     def test_library_is_not_led_to_the_process(self, describer, bad_wine):
         assert self.told(describer, bad_wine, "write")[0] == "dbghelp: session of process 0"
+
+    @pytest.mark.skipif(not ASKED_TO_WALK, reason="no library is asked to walk")
+    def test_library_is_asked_to_walk_from_the_registers_of_each_frame(self, describer, bad_wine):
+        told = self.told(describer, bad_wine, "mixed", BAD_DBGHELP_FAULTS_IN="telling-walks")
+        walks = [
+            re.fullmatch(rf"dbghelp: walk from ({MACHINE.address} ({MACHINE.address}) \S+), registers (.+)", line)
+            for line in told
+            if "walk" in line
+        ]
+        assert len(walks) > 6
+        assert all(walk[1] == walk[3] for walk in walks), told
+        stack_pointers = [int(walk[2], 16) for walk in walks]
+        assert stack_pointers == sorted(set(stack_pointers))
 
 
 class TestWorsePointers:

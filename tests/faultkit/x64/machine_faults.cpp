@@ -29,6 +29,8 @@ void set_instruction(CONTEXT* context, const void* instruction) {
     context->Rip = reinterpret_cast<DWORD64>(instruction);
 }
 
+void tell_walk(const STACKFRAME64&, const CONTEXT&) {}
+
 BOOL follow_frame_pointer(STACKFRAME64*, CONTEXT*, PREAD_PROCESS_MEMORY_ROUTINE64) {
     return FALSE;
 }

@@ -1,5 +1,7 @@
 #include "tests/faultkit/machine_faults.h"
 
+#include <stdio.h>
+
 void __attribute__((naked)) fault_with_bad_frame_pointer() {
     __asm__("push %ebp\n"
             "mov $0x12345679, %ebp\n"
@@ -31,6 +33,12 @@ void trap_overflow() {
 
 void set_instruction(CONTEXT* context, const void* instruction) {
     context->Eip = reinterpret_cast<DWORD>(instruction);
+}
+
+void tell_walk(const STACKFRAME64& frame, const CONTEXT& context) {
+    fprintf(stderr, "dbghelp: walk from %08lX %08lX %08lX, registers %08lX %08lX %08lX\n",
+            static_cast<DWORD>(frame.AddrPC.Offset), static_cast<DWORD>(frame.AddrStack.Offset),
+            static_cast<DWORD>(frame.AddrFrame.Offset), context.Eip, context.Esp, context.Ebp);
 }
 
 BOOL follow_frame_pointer(STACKFRAME64* frame, CONTEXT* context, PREAD_PROCESS_MEMORY_ROUTINE64 read) {

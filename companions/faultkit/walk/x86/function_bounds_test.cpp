@@ -190,6 +190,13 @@ TEST(Prologue, Looks_past_an_alignment_of_the_stack) {
     EXPECT_EQ(taken({0x53, 0x83, 0xE4, 0xF0, 0x56, 0x40}, 6), 8u);
 }
 
+TEST(Prologue, Ends_at_an_instruction_that_only_resembles_an_alignment) {
+    // push ebx; cmp eax, 1; push esi
+    EXPECT_EQ(taken({0x53, 0x83, 0xF8, 0x01, 0x56, 0x40}, 6), 4u);
+    // push ebx; test al, 0xE4; nop; push esi
+    EXPECT_EQ(taken({0x53, 0xA8, 0xE4, 0x90, 0x56, 0x40}, 6), 4u);
+}
+
 TEST(Prologue, Is_not_followed_beyond_its_reach) {
     FakeMemory::Bytes code;
     while (code.size() < 48)
