@@ -5,8 +5,8 @@
 //                                  templates, and for mail reads the symbols of the DLLs that the stack leads through
 //                                  and opens plain.eml each time
 //
-// Each answers "usage GDI USER KERNEL MEMORY": GDI objects, the
-//                      number of a fresh user object, kernel handles, and KiB of memory of its own
+// Each answers "usage GDI USER KERNEL MEMORY ADDRESSES": GDI objects, the number of a fresh user object, kernel
+// handles, KiB of memory of its own, and KiB of addresses that aren't free
 //
 // The reports have a screenshot and the host's file notes.txt.
 #include <windows.h>
@@ -122,6 +122,14 @@ unsigned fresh_user_object() {
     return number;
 }
 
+unsigned long long taken_addresses() {
+    unsigned long long taken = 0;
+    MEMORY_BASIC_INFORMATION region;
+    for (char* place = nullptr; VirtualQuery(place, &region, sizeof region); place += region.RegionSize)
+        taken += region.State == MEM_FREE ? 0 : region.RegionSize;
+    return taken / 1024;
+}
+
 bool obey(char* line) {
     char* what = line;
     char* rest = rest_of(line);
@@ -141,7 +149,8 @@ bool obey(char* line) {
         } else
             fail_and_report(by_mail);
     }
-    printf("usage %u %u %u %u\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory().own);
+    printf("usage %u %u %u %u %llu\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory().own,
+           taken_addresses());
     return true;
 }
 

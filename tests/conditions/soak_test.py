@@ -33,6 +33,7 @@ def too_much(first, last, grown):
     # Of each fault the exception object is kept by design: 16 bytes and what the heap adds.
     kept = REPORTS * 64 // 1024
     bounds["private pages (KiB)"] = grown["private pages (KiB)"] + 2047 + kept
+    bounds["addresses (KiB)"] = grown["addresses (KiB)"] + 4095 + kept  # heaps take them by the megabyte
     more = {name: last[name] - first[name] for name in bounds}
     return {name: value for name, value in more.items() if value > bounds[name]}
 
@@ -59,7 +60,7 @@ def soak(stage, road):
         numbers = [int(number) for number in told.split()[1:]]
         process = pathlib.Path("/proc", str(host.process.pid))
         private = re.search(r"Private_Dirty:\s+(\d+) kB", (process / "smaps_rollup").read_text())
-        usage = dict(zip(("GDI objects", "user object", "kernel handles", "memory (KiB)"), numbers))
+        usage = dict(zip(("GDI objects", "user object", "kernel handles", "memory (KiB)", "addresses (KiB)"), numbers))
         return {
             **usage,
             "private pages (KiB)": int(private[1]),

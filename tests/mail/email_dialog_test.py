@@ -8,6 +8,7 @@ import pytest
 
 from testing import report_dialog
 from testing.host import Host
+from testing.processes import wait_until
 
 
 def cpu_ticks(pid):
@@ -74,6 +75,19 @@ def test_keys_answer_nothing(scene):
     scene.screen.key("Return", "Escape", "Tab")
     report_dialog.press(scene.screen, "Don't Open & Close", window)
     scene.finish()
+    assert scene.host.opened() == []
+
+
+def test_menu_of_the_window_is_at_the_keyboard_and_closes_it(scene):
+    window = scene.start("write")
+    scene.screen.activate(window)
+
+    def closed():
+        scene.screen.key("alt+space", "c")
+        return not scene.screen.find_window(report_dialog.TITLE)
+
+    wait_until(closed, "the window's menu to close it", 60)
+    assert scene.finish()[-2:] == ["reported", "end"]
     assert scene.host.opened() == []
 
 
