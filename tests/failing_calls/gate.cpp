@@ -118,7 +118,8 @@ intptr_t __cdecl gate_failed(const Call* call) {
 }
 
 intptr_t __cdecl gate_after(const Call* call, const uintptr_t* arguments, intptr_t answer, const void* caller) {
-    if (armed && call == target && call->count == target_number)
+    // Only of those that are made: others, which wait in another thread, may return while the failing one is under way.
+    if (armed && call->is_made && call == target && call->count == target_number)
         return gate_failed(call);
     const DWORD error = GetLastError();
     note_opened(*call, arguments, answer, caller);

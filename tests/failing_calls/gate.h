@@ -1,5 +1,5 @@
 // A gate before every call that a DLL makes outside itself. It counts the calls, makes the n-th of a function fail, and
-// knows what they hold. One thread at a time.
+// knows what they hold. One thread at a time, but for those that wait for each other.
 #pragma once
 
 #include <windows.h>
