@@ -178,5 +178,5 @@ int main(int argc, char** argv) {
         }
         fflush(stdout);
     }
-    ExitProcess(0);
+    TerminateProcess(GetCurrentProcess(), 0); // not ExitProcess, which wants the heap that a companion was at
 }
