@@ -59,6 +59,7 @@ private:
     void show_contents(HWND dialog);
     // Shows the text at once: no message is worked on while the upload runs.
     void say(HWND dialog, const char* text);
+    __attribute__((noinline)) void say_failure(HWND dialog);
 
     // Tells the report what the dialog has to do with its upload.
     void watch(UploadWatcher* watcher, bool uploading) {
@@ -101,6 +102,13 @@ bool upload_newest() {
 
 } // namespace
 
+// Apart, so that its text takes no stack while the upload runs.
+void CCrashReport2::CCrushDialog::say_failure(HWND dialog) {
+    char failure[report::kUploadFailureSize];
+    report::upload_failure_text(failure, record_names(kDestinations));
+    say(dialog, failure);
+}
+
 void CCrashReport2::CCrushDialog::say(HWND dialog, const char* text) {
     HWND const control = GetDlgItem(dialog, IDC_UPLOAD_TEXT);
     if (!control)
@@ -139,9 +147,7 @@ void CCrashReport2::CCrushDialog::upload(HWND dialog) {
         end(dialog, IDCANCEL);
         return;
     }
-    char failure[report::kUploadFailureSize];
-    report::upload_failure_text(failure, record_names(kDestinations));
-    say(dialog, failure);
+    say_failure(dialog);
     enable_buttons(dialog, TRUE);
     SetFocus(GetDlgItem(dialog, IDOK)); // which was lost with being disabled
     ignore_typed();
