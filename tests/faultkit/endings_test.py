@@ -4,6 +4,8 @@ import re
 
 import pytest
 
+from testing.prefix import WINE
+
 HOST = ("telling_host.exe", "faultkit.dll", "telling_host.pdb")
 ENDINGS = {
     "terminate": "std::terminate (E0575801): the program was ended by std::terminate, "
@@ -26,11 +28,18 @@ def ended(describer):
     return end
 
 
+# The newer Wine notes another frame for what is raised: the frame of what threw is lost.
+frames_are_lost = pytest.mark.xfail(
+    WINE == "newer", strict=True, raises=AssertionError, reason="Wine 10 notes another frame for what is raised"
+)
+
+
 @pytest.mark.parametrize("ending", ENDINGS)
 def test_end_is_put_in_words_with_what_the_runtime_knew(ended, ending):
     assert ended(ending).reason[0] == ENDINGS[ending]
 
 
+@frames_are_lost
 def test_thrown_exception_has_its_type_and_what_it_says(ended):
     description = ended("throw-derived")
     assert re.fullmatch(
@@ -47,6 +56,7 @@ def test_thrown_text_is_shown(ended):
     )
 
 
+@frames_are_lost
 def test_end_by_an_exception_shows_the_stack_of_its_throw(ended):
     description = ended("terminate-throw")
     assert re.fullmatch(
