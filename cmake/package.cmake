@@ -26,7 +26,7 @@ install(DIRECTORY docs DESTINATION .
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg" PATTERN "*.csv")
 find_program(WENDAX_DOXYGEN doxygen DOC "Makes the API reference of what is installed; left out without it")
 if(WENDAX_DOXYGEN)
-  install(CODE "set(WENDAX_DOXYGEN \"${WENDAX_DOXYGEN}\")\nset(WENDAX_SOURCE \"${CMAKE_CURRENT_SOURCE_DIR}\")")
+  install(CODE "set(WENDAX_DOXYGEN \"${WENDAX_DOXYGEN}\")\nset(WENDAX_SOURCE \"${CMAKE_CURRENT_SOURCE_DIR}\")\nset(WENDAX_VERSION ${PROJECT_VERSION})")
   install(SCRIPT cmake/install_reference.cmake)
 endif()
 install(PROGRAMS tools/redirect.py DESTINATION tools)

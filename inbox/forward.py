@@ -25,7 +25,7 @@ def endpoint(dsn):
 def forward(inbox, dsn, again=False, say=print):
     """Sends each report that has not been sent before. Returns (how many were sent, how many failed)."""
     address, key = endpoint(dsn)
-    who = f"Sentry sentry_version=7, sentry_client=wendax-inbox/1.0, sentry_key={key}"
+    who = f"Sentry sentry_version=7, sentry_client=wendax-inbox/1.1.0, sentry_key={key}"
     headers = {"Content-Type": "application/x-sentry-envelope", "X-Sentry-Auth": who}
     sent = failed = 0
     condition = schema.report.c.crash_id.is_not(None)
