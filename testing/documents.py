@@ -1,6 +1,35 @@
 """Reads the project's documents."""
 
+import dataclasses
 import re
+
+
+@dataclasses.dataclass(frozen=True)
+class Fence:
+    """A fenced block. What follows the language on its first line, which readers don't see, are its marks."""
+
+    document: str  # with the line of the fence, for messages
+    language: str
+    marks: frozenset
+    text: str
+
+
+def fences(root, document):
+    """The fenced blocks of a document, in their order."""
+    found, opened = [], None
+    for number, line in enumerate(document.read_text("utf-8").splitlines(), 1):
+        fence = re.match(r" *```(.*)", line)
+        if fence and opened:
+            where, (language, *marks), lines = opened
+            found.append(Fence(where, language, frozenset(marks), "\n".join([*lines, ""])))
+            opened = None
+        elif fence:
+            opened = f"{document.relative_to(root)}:{number}", fence[1].split() or [""], []
+        elif opened:
+            opened[2].append(line)
+    if opened:
+        raise ValueError(f"{opened[0]}: the fence isn't closed")
+    return found
 
 
 def broken_links(root, documents):

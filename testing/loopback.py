@@ -53,7 +53,7 @@ def need_port_80(own_mounts=False, command=None):
     """
     inside = os.environ.pop(_INSIDE, None)
     if inside == "network":
-        _bring_loopback_up()
+        bring_loopback_up()
     trouble = None
     try:
         loopback_address()
@@ -82,7 +82,7 @@ def need_port_80(own_mounts=False, command=None):
     )
 
 
-def _bring_loopback_up():
+def bring_loopback_up():
     set_flags, up = 0x8914, 1  # SIOCSIFFLAGS, IFF_UP
     with socket.socket() as any_socket:
         fcntl.ioctl(any_socket, set_flags, struct.pack("16sh14x", b"lo", up))

@@ -66,7 +66,7 @@ class TestBody:
         assert uploads.upload() == "uploaded"
         shown = (REPO / "docs" / "upload-format.md").read_text("ascii")
         shown = shown.replace("Screen_copy", "File_for_conversion").replace("C:\\Temp\\screen_copy.jpg", path.decode())
-        _, part, trailer = re.findall(r"^```\n(.*?)^```", shown, re.DOTALL | re.MULTILINE)
+        _, part, trailer = re.findall(r"^```text\n(.*?)^```", shown, re.DOTALL | re.MULTILINE)
         assert uploads.sent().count(part.encode()) == 1
         assert uploads.sent().endswith(b"\n\n--AaB03x--\n" + trailer.encode())
 
