@@ -33,7 +33,7 @@ def text(x, y, words, anchor="start"):
     return f'<text x="{x:.0f}" y="{y:.0f}" text-anchor="{anchor}">{words}</text>'
 
 
-def main():
+def drawn():
     figures = Kept(REPO / "docs" / "benchmarks.csv")
     bars = [
         (f"{row.label}: {row.peer}", row.judge(figures)[2], row.target)
@@ -65,7 +65,11 @@ def main():
             out.append(f'<path d="M{x(target):.1f} {y + 1} v{LINE - 3}" stroke="{LIMIT}" stroke-width="2"/>')
         out.append(text(right + 5, y + 14, f"{ratio:.2g}" if ratio < 10 else f"{ratio:.0f}"))
     out.append("</svg>")
-    (REPO / "docs" / "images" / "benchmarks.svg").write_text("\n".join(out) + "\n", "ascii")
+    return "\n".join(out) + "\n"
+
+
+def main():
+    (REPO / "docs" / "images" / "benchmarks.svg").write_text(drawn(), "ascii")
 
 
 if __name__ == "__main__":
