@@ -8,7 +8,7 @@
 #include "glib/save_record.h"
 #include "win/guard.h"
 #include "win/handle.h"
-#include "win/temporary_folder.h"
+#include "win/paths.h"
 
 namespace {
 

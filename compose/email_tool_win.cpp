@@ -11,7 +11,7 @@
 #include "compose/memory_file.h"
 #include "compose/message_template.h"
 #include "win/files.h"
-#include "win/temporary_folder.h"
+#include "win/paths.h"
 
 namespace {
 

@@ -1,8 +1,7 @@
 // Where a console program starts: initializers, main, exit functions. Wildcards among the arguments are not expanded.
 #include <stdlib.h>
 
-#include "crt/initializers.h"
-#include "crt/security_cookie.h"
+#include "crt/startup.h"
 
 namespace {
 

@@ -2,8 +2,7 @@
 // detach, or at once if DllMain refuses the attach.
 #include <windows.h>
 
-#include "crt/initializers.h"
-#include "crt/security_cookie.h"
+#include "crt/startup.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved);
 

@@ -1,5 +1,5 @@
 // atexit of one image: msvcrt's own would call into a DLL that has already been unloaded.
-#include "crt/initializers.h"
+#include "crt/startup.h"
 
 typedef void(__cdecl* ExitFunction)();
 

@@ -3,8 +3,7 @@
 #include <windows.h>
 #include <stdlib.h>
 
-#include "crt/initializers.h"
-#include "crt/security_cookie.h"
+#include "crt/startup.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The compiler puts a pointer to each static initialiser into the section .CRT$XCU; the linker sorts the sections of
 // one group by the letters after the dollar sign, so these two marks enclose all of them.
-#include "crt/initializers.h"
+#include "crt/startup.h"
 
 typedef void (*Initializer)();
 

@@ -1,5 +1,5 @@
 // Stack cookies, without the C runtime's library: the cookie, how it is made, and what becomes of a smashed one.
-#include "crt/security_cookie.h"
+#include "crt/startup.h"
 
 #include <windows.h>
 #include <x86intrin.h>

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "companions/faultkit/capture/thrown_type.h"
+#include "companions/faultkit/capture/fault_facts.h"
 #include "companions/faultkit/describe/fault_text.h"
 #include "companions/faultkit/describe/process_text.h"
 #include "companions/faultkit/describe/signature_text.h"

@@ -3,7 +3,7 @@
 
 #include <stddef.h>
 
-#include "glib/ordered_stream.h"
+#include "glib/stream.h"
 
 class VMemStream : public VOrderedStream {
 public:

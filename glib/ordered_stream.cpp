@@ -1,5 +1,5 @@
 // A value that can't be read in full is 0: streams don't throw.
-#include "glib/ordered_stream.h"
+#include "glib/stream.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <stdio.h>
 
-#include "glib/ordered_stream.h"
+#include "glib/stream.h"
 
 // Before a file is open, and after Close, every operation fails. Reads and writes may follow each other freely: the
 // stream repositions between them, which the runtime demands. Use binary modes ("rb", "wb", "r+b"): sizes and

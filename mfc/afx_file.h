@@ -2,6 +2,7 @@
 #pragma once
 
 #include "mfc/afx_exception.h"
+#include "win/handle.h"
 
 // A file handle with the framework's open modes. Files are made of bytes; there is no text mode.
 class CFile : public CObject {
@@ -42,5 +43,5 @@ public:
     void Close() noexcept;
 
 private:
-    HANDLE m_h_context = INVALID_HANDLE_VALUE; // owned search handle
+    win::SearchHandle m_h_context;
 };

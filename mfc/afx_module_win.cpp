@@ -1,5 +1,5 @@
 // Plain globals without a mutex: DllMain runs under the loader's lock, and one report at a time switches resources.
-#include "mfc/afx_module.h"
+#include "mfc/afxwin.h"
 
 namespace {
 

@@ -1,4 +1,6 @@
 // The application framework's ready-made collections.
 #pragma once
 
-#include "mfc/afx_array.h"
+#include "mfc/afxtempl.h"
+
+class CByteArray : public CArray<BYTE, BYTE> {};

@@ -1,4 +1,4 @@
 // The application framework's header for extension modules.
 #pragma once
 
-#include "mfc/afx_module.h"
+#include "mfc/afxwin.h"

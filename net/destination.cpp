@@ -1,5 +1,5 @@
 // Only what tells the two kinds of address apart is looked at here; the network takes the URL to pieces.
-#include "net/destination.h"
+#include "net/upload.h"
 
 #include <string.h>
 

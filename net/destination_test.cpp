@@ -1,4 +1,4 @@
-#include "net/destination.h"
+#include "net/upload.h"
 
 #include <gtest/gtest.h>
 

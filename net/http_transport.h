@@ -9,7 +9,7 @@
 // Headers for which there is no memory throw gen::genlib_out_of_memory.
 #pragma once
 
-#include "net/destination.h"
+#include "net/upload.h"
 #include "win/handle.h"
 
 #include <wininet.h>

@@ -19,13 +19,6 @@ constexpr DWORD kStrictFlags = INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_SECU
 constexpr DWORD kChunk = 8191;
 constexpr DWORD kBlock = 16 << 10;
 
-struct TextTraits {
-    using Value = char*;
-    static Value invalid() noexcept { return nullptr; }
-    static void close(Value text) noexcept { free(text); }
-};
-using UniqueText = win::UniqueHandle<TextTraits>;
-
 void copy_text(char* to, const char* text, DWORD length) {
     memcpy(to, text, length);
     to[length] = 0;
@@ -118,11 +111,11 @@ bool CHttpTransport::Post(const char* url, DWORD flags, const void* body, DWORD 
     }
     m_connection.reset(); // Kept: before its request, which goes with it; that one's own closing then finds nothing.
     const size_t host_size = parts.dwHostNameLength + size_t{1};
-    const UniqueText host_and_path(static_cast<char*>(malloc(host_size + parts.dwUrlPathLength + 1)));
+    const win::Block host_and_path(malloc(host_size + parts.dwUrlPathLength + 1));
     if (!host_and_path) {
         return Fail(ERROR_NOT_ENOUGH_MEMORY);
     }
-    char* const host = host_and_path.get();
+    char* const host = static_cast<char*>(host_and_path.get());
     char* const path = host + host_size;
     copy_text(host, parts.lpszHostName, parts.dwHostNameLength);
     copy_text(path, parts.lpszUrlPath, parts.dwUrlPathLength);

@@ -4,7 +4,7 @@
 // Folders are full paths of at most kMostFolder characters; they are made where only they themselves are missing.
 #pragma once
 
-#include "net/destination.h"
+#include "net/upload.h"
 
 #include <windows.h>
 

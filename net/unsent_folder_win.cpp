@@ -33,30 +33,16 @@ struct Path {
 };
 static_assert(kMostFolder + MAX_PATH < 1024);
 
-// What malloc gives.
-struct BlockTraits {
-    using Value = void*;
-    static Value invalid() noexcept { return nullptr; }
-    static void close(Value block) noexcept { free(block); }
-};
-using Block = win::UniqueHandle<BlockTraits>;
-
-struct SearchTraits {
-    using Value = HANDLE;
-    static Value invalid() noexcept { return INVALID_HANDLE_VALUE; }
-    static void close(Value search) noexcept { win::nothrow(FindClose)(search); }
-};
-using Search = win::UniqueHandle<SearchTraits>;
-
 uint64_t now() {
     FILETIME time;
     GetSystemTimeAsFileTime(&time);
     return uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
 }
 
-bool write(HANDLE file, const void* data, DWORD size) {
-    DWORD written = 0;
-    return WriteFile(file, data, size, &written, nullptr) && written == size;
+// Fails as long as a process has the report open for writing: it is that one's to send.
+win::FileHandle open_for_reading(const wchar_t* path) {
+    return win::FileHandle(
+        CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 struct Report {
@@ -94,7 +80,7 @@ private:
 
 void Listing::Read(Limits limits) {
     WIN32_FIND_DATAW found;
-    const Search search(FindFirstFileW(Path(m_folder, L"*").text, &found));
+    const win::SearchHandle search(FindFirstFileW(Path(m_folder, L"*").text, &found));
     if (!search)
         return;
     do
@@ -112,8 +98,7 @@ void Listing::Look(const WIN32_FIND_DATAW& found) {
     if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) || memcmp(found.cFileName, kLock, sizeof kLock) == 0)
         return;
     const Path path(m_folder, found.cFileName);
-    win::FileHandle file(
-        CreateFileW(path.text, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    win::FileHandle file = open_for_reading(path.text);
     if (!file) {
         ++held;
         return;
@@ -153,9 +138,8 @@ void Listing::Add(uint64_t time, DWORD size, const wchar_t* name) {
 
 // Sends one, and deletes it if it is confirmed.
 Outcome send(const wchar_t* path, DWORD length, Sender sender) {
-    win::FileHandle file(
-        CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    const Block block(malloc(length));
+    win::FileHandle file = open_for_reading(path);
+    const win::Block block(malloc(length));
     const char* const data = static_cast<char*>(block.get());
     DWORD got = 0;
     if (!file || !data || !ReadFile(file.get(), block.get(), length, &got, nullptr))
@@ -187,8 +171,8 @@ bool KeptReport::Keep(const wchar_t* folder, const Destination& to, const void* 
                                      FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
         return false;
-    if (!size || !write(file.get(), data, size) || !write(file.get(), body, length) || !FlushFileBuffers(file.get()) ||
-        !MoveFileExW(unfinished.text, finished.text, MOVEFILE_WRITE_THROUGH)) {
+    if (!size || !win::write_all(file.get(), data, size) || !win::write_all(file.get(), body, length) ||
+        !FlushFileBuffers(file.get()) || !MoveFileExW(unfinished.text, finished.text, MOVEFILE_WRITE_THROUGH)) {
         DeleteFileW(unfinished.text);
         return false;
     }

@@ -4,10 +4,9 @@
 
 #include "base/owner.h"
 #include "net/http_transport.h"
-#include "report/added_control.h"
+#include "report/added_controls.h"
 #include "report/delivery.h"
 #include "report/destinations.h"
-#include "report/progress_bar.h"
 #include "report/report_scope.h"
 #include "report/running_dialog.h"
 #include "report/sent_contents.h"

@@ -8,7 +8,7 @@
 #include <string.h>
 
 #include "report/report_texts.h"
-#include "sysinfo/host_application.h"
+#include "sysinfo/version_texts.h"
 
 struct Destinations {
     char mark[16];             // by which the tool finds the record

@@ -1,8 +1,9 @@
 // Texts are changed as Unicode: whatever code page the user has, no letter of theirs gets lost. The company's are those
 // of Windows-1251, as in the message.
-#include "report/dialog_names.h"
+#include "report/report_dialog.h"
 
-#include "report/wide_text.h"
+#include "report/destinations.h"
+#include "report/report_texts.h"
 #include "resources/ids.h"
 
 namespace report {

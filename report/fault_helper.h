@@ -1,6 +1,7 @@
 // faultkit.dll, the helper library beside the host's executable that describes a fault.
 #pragma once
 
+#include <stdint.h>
 #include <windows.h>
 
 #include "win/handle.h"
@@ -27,3 +28,12 @@ private:
     FARPROC m_first_line = nullptr;
     FARPROC m_next_line = nullptr;
 };
+
+namespace report {
+
+// Calls an entry of the helper with both arguments, of which it may take fewer, and returns its answer: neither the
+// entry's calling convention nor its number of arguments can upset the stack. What it throws or faults with passes
+// through.
+const char* call_helper(FARPROC entry, uintptr_t first, uintptr_t second);
+
+} // namespace report

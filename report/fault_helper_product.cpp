@@ -1,11 +1,9 @@
 // Loads the helper by its full path, never by a search.
 #include "report/fault_helper.h"
 
-#include <stdint.h>
 #include <string.h>
 
 #include "base/std_string.h"
-#include "report/helper_call.h"
 #include "win/library.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // The entries are __cdecl, and a helper built with __stdcall removes its arguments itself: the stack pointer is kept in
 // a register over the call, so that either does, and an argument more than the entry takes does no harm. No object with
 // a destructor lives in this function: should the helper fault, the fault passes through it.
-#include "report/helper_call.h"
+#include "report/fault_helper.h"
 
 __attribute__((noinline)) const char* report::call_helper(FARPROC entry, uintptr_t first, uintptr_t second) {
     uintptr_t entry_then_result = reinterpret_cast<uintptr_t>(entry);

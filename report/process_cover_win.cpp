@@ -6,6 +6,7 @@
 
 #include "report/se_exception.h"
 #include "win/guard.h"
+#include "win/library.h"
 
 namespace {
 
@@ -131,9 +132,7 @@ LONG WINAPI cover(EXCEPTION_POINTERS* pointers) {
 
 // What lasts as long as the process, and the DLL with it.
 void prepare() {
-    HMODULE self;
-    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                       reinterpret_cast<const char*>(&reporter), &self);
+    win::keep_loaded(&reporter);
     record_slot = TlsAlloc();
     context_slot = TlsAlloc();
     AddVectoredExceptionHandler(0, note_throw);

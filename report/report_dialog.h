@@ -5,6 +5,8 @@
 
 #include "report/key_filter.h"
 
+struct Destinations;
+
 namespace report {
 
 // One per OpenDlg call, on the caller's stack. It is no framework dialog and has no owner, because it must work while
@@ -76,5 +78,15 @@ void bring_to_front(HWND dialog);
 // Gives the user the pointer, which the host may have captured, confined or hidden. Returns by how much its show count
 // was raised. Stays apart from its caller, which has something to put back after a fault: calls are dear there.
 __attribute__((noinline)) int free_pointer();
+
+// What a dialog shows of the program, in place of what its template has.
+
+// For WM_INITDIALOG. Where the record names product or company, the dialog's texts do. Anything that fails leaves a
+// text as it is.
+void name_program(HWND dialog, const Destinations& record);
+
+// The bitmap of the host's module takes the place of the dialog's, where the host has one. Returns it, to be deleted
+// once the dialog is gone, or null.
+HBITMAP show_own_banner(HWND dialog, HINSTANCE host);
 
 } // namespace report

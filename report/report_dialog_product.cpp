@@ -2,8 +2,8 @@
 // run by them after the fault. What the dialog changes for the host, Aftermath puts back.
 #include "report/report_dialog.h"
 
+#include "report/destinations.h"
 #include "report/dialog_layout.h"
-#include "report/dialog_names.h"
 #include "resources/ids.h"
 
 namespace report {

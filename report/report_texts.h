@@ -46,4 +46,10 @@ void upload_failure_text(char (&text)[kUploadFailureSize], const Names& names);
 // English, unlike the other two; kept.
 extern const char kUploadSuccessText[];
 
+// Names in the texts of a dialog (wide_text.cpp); wchar_t is the system's
+
+// Puts `name` in the place of the first `word` in the text, where that fits into its `size` characters. An ampersand of
+// the name is doubled, as a dialog's texts have it. Returns whether the text has changed.
+bool replace_word(wchar_t* text, unsigned size, const wchar_t* word, const wchar_t* name);
+
 } // namespace report

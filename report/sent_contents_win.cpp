@@ -5,7 +5,7 @@
 #include <shellapi.h>
 
 #include "win/handle.h"
-#include "win/temporary_folder.h"
+#include "win/paths.h"
 
 namespace report {
 

@@ -1,4 +1,5 @@
-#include "report/wide_text.h"
+// A dialog's text is in a buffer of fixed size: one that would no longer fit stays as it was.
+#include "report/report_texts.h"
 
 #include <string.h>
 

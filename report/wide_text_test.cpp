@@ -1,4 +1,4 @@
-#include "report/wide_text.h"
+#include "report/report_texts.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The display's driver may run in this call, so it is made under a fault guard; a fault counts as no mode.
-#include "sysinfo/monitor_info.h"
+#include "sysinfo/std_info.h"
 
 #include "sysinfo/system_info_text.h"
 #include "win/guard.h"

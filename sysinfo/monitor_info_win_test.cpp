@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "sysinfo/monitor_info.h"
+#include "sysinfo/std_info.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <new>
 #include <string.h>
 
-#include "win/ansi_path.h"
+#include "win/paths.h"
 #include "win/guard.h"
 
 CStdFileInfo::~CStdFileInfo() {

@@ -4,12 +4,19 @@
 #include <windows.h>
 
 #include "base/std_string.h"
-#include "sysinfo/host_application.h"
-#include "sysinfo/monitor_info.h"
 #include "sysinfo/printers_info.h"
 #include "sysinfo/processor_info.h"
 #include "sysinfo/std_file_info.h"
 #include "sysinfo/std_win_version.h"
+
+// The current mode of the primary display.
+class CMonitorInfo {
+public:
+    virtual ~CMonitorInfo() = default;
+
+    // See sysinfo::describe_display_mode; "Error: can not enumerate display settings." if there is no mode.
+    CStdString GetDisplayText();
+};
 
 // Construction identifies the processor, which takes about 50 ms of measuring, so one object is built per report. It is
 // too large for a stack that a fault may have used up: keep it on the heap.
@@ -57,6 +64,9 @@ CStdString GetInternetExplorerVersionText();
 bool write_system_info_file(CStdString& path, const HostApplication& application = {});
 
 namespace sysinfo {
+
+// CMonitorInfo's text with another function in the place of EnumDisplaySettingsA.
+CStdString GetDisplayText(decltype(EnumDisplaySettingsA)* enumerate);
 
 // The browser's section, of another library of the browser's.
 CStdString browser_version_text(const char* library);

@@ -4,7 +4,7 @@
 #include <stddef.h>
 
 #include "sysinfo/system_info_text.h"
-#include "win/ansi_path.h"
+#include "win/paths.h"
 #include "win/guard.h"
 
 // Every compiler used knows these offsets, though the language doesn't promise them.

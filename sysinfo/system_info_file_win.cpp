@@ -6,7 +6,7 @@
 #include "base/owner.h"
 #include "sysinfo/std_info.h"
 #include "win/files.h"
-#include "win/temporary_folder.h"
+#include "win/paths.h"
 
 bool write_system_info_file(CStdString& path, const HostApplication& application) {
     path = win::temporary_path("system_info.txt");

@@ -2,7 +2,12 @@
 #pragma once
 
 #include "base/std_string.h"
-#include "sysinfo/host_application.h"
+
+// The application whose version the system information names.
+struct HostApplication {
+    const char* name = "Lumivale";
+    const char* file = "Lumivale.exe"; // under which it is registered; at most 63 characters
+};
 
 namespace sysinfo {
 

@@ -12,6 +12,9 @@ namespace win {
 // there was space for. Others may read and write it meanwhile.
 bool write_whole_file(const char* path, const void* data, size_t size);
 
+// Writes all these bytes where the file stands; whether it has.
+bool write_all(HANDLE file, const void* data, size_t size);
+
 enum class Claim { kMade, kTaken, kFailed };
 
 // Makes an empty file where there is none of that name. kTaken: there is one already; kFailed: there can be none.

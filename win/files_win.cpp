@@ -1,3 +1,4 @@
+// A file is reached by one call of the system for each step, none of which takes memory of the process.
 #include "win/files.h"
 
 #include "win/handle.h"
@@ -7,10 +8,13 @@ namespace win {
 bool write_whole_file(const char* path, const void* data, size_t size) {
     FileHandle file(CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
                                 FILE_ATTRIBUTE_NORMAL, nullptr));
+    // What the disk has no space for may only come out when the file is closed.
+    return file && write_all(file.get(), data, size) && CloseHandle(file.release());
+}
+
+bool write_all(HANDLE file, const void* data, size_t size) {
     DWORD written = 0;
-    if (!file || !WriteFile(file.get(), data, static_cast<DWORD>(size), &written, nullptr) || written != size)
-        return false;
-    return CloseHandle(file.release());
+    return WriteFile(file, data, static_cast<DWORD>(size), &written, nullptr) && written == size;
 }
 
 Claim claim_file(const char* path) {
@@ -24,8 +28,8 @@ int64_t file_size(HANDLE file) {
     ULARGE_INTEGER size;
     SetLastError(NO_ERROR);
     size.LowPart = GetFileSize(file, &size.HighPart);
-    if (size.LowPart == INVALID_FILE_SIZE &&
-        GetLastError() != NO_ERROR) // all ones can also be the lower half of a size
+    // All ones can also be the lower half of a size: only the last error tells.
+    if (size.LowPart == INVALID_FILE_SIZE && GetLastError() != NO_ERROR)
         return -1;
     return static_cast<int64_t>(size.QuadPart);
 }

@@ -1,6 +1,7 @@
 // Owners of Windows handles: one type per kind, each with its own invalid value and its own way to close.
 #pragma once
 
+#include <stdlib.h>
 #include <windows.h>
 
 namespace win {
@@ -56,50 +57,43 @@ private:
     Value m_value;
 };
 
-// Files and their mappings.
+// Of kinds whose invalid value is null: the type, and the system's function that closes one.
+template <class Handle, auto kClose>
+struct NullableTraits {
+    using Value = Handle;
+    static Value invalid() noexcept { return nullptr; }
+    static void close(Value handle) noexcept { nothrow(kClose)(handle); }
+};
+
+using LibraryHandle = UniqueHandle<NullableTraits<HMODULE, FreeLibrary>>;
+using RegistryKey = UniqueHandle<NullableTraits<HKEY, RegCloseKey>>;
+// What MapViewOfFile gives.
+using MappedView = UniqueHandle<NullableTraits<void*, UnmapViewOfFile>>;
+// A device context made by CreateDC or CreateCompatibleDC.
+using DeviceContext = UniqueHandle<NullableTraits<HDC, DeleteDC>>;
+
+// A bitmap that is selected into no device context.
+using Bitmap = UniqueHandle<NullableTraits<HBITMAP, DeleteObject>>;
+
+// What malloc gives.
+struct BlockTraits {
+    using Value = void*;
+    static Value invalid() noexcept { return nullptr; }
+    static void close(Value block) noexcept { free(block); }
+};
+using Block = UniqueHandle<BlockTraits>;
+
+// Of kinds whose invalid value is all ones.
+template <auto kClose>
 struct FileTraits {
     using Value = HANDLE;
     static Value invalid() noexcept { return INVALID_HANDLE_VALUE; }
-    static void close(Value handle) noexcept { nothrow(CloseHandle)(handle); }
+    static void close(Value handle) noexcept { nothrow(kClose)(handle); }
 };
-using FileHandle = UniqueHandle<FileTraits>;
 
-// What MapViewOfFile gives.
-struct ViewTraits {
-    using Value = void*;
-    static Value invalid() noexcept { return nullptr; }
-    static void close(Value view) noexcept { nothrow(UnmapViewOfFile)(view); }
-};
-using MappedView = UniqueHandle<ViewTraits>;
-
-struct RegistryKeyTraits {
-    using Value = HKEY;
-    static Value invalid() noexcept { return nullptr; }
-    static void close(Value key) noexcept { nothrow(RegCloseKey)(key); }
-};
-using RegistryKey = UniqueHandle<RegistryKeyTraits>;
-
-struct LibraryTraits {
-    using Value = HMODULE;
-    static Value invalid() noexcept { return nullptr; }
-    static void close(Value module) noexcept { nothrow(FreeLibrary)(module); }
-};
-using LibraryHandle = UniqueHandle<LibraryTraits>;
-
-// A device context made by CreateDC or CreateCompatibleDC.
-struct DeviceContextTraits {
-    using Value = HDC;
-    static Value invalid() noexcept { return nullptr; }
-    static void close(Value dc) noexcept { nothrow(DeleteDC)(dc); }
-};
-using DeviceContext = UniqueHandle<DeviceContextTraits>;
-
-// A bitmap that is selected into no device context.
-struct BitmapTraits {
-    using Value = HBITMAP;
-    static Value invalid() noexcept { return nullptr; }
-    static void close(Value bitmap) noexcept { nothrow(DeleteObject)(bitmap); }
-};
-using Bitmap = UniqueHandle<BitmapTraits>;
+// Files and their mappings.
+using FileHandle = UniqueHandle<FileTraits<CloseHandle>>;
+// What FindFirstFile gives.
+using SearchHandle = UniqueHandle<FileTraits<FindClose>>;
 
 } // namespace win

@@ -40,4 +40,10 @@ HMODULE load_system_library(const char* file_name) {
     return LoadLibraryA(path);
 }
 
+void keep_loaded(const void* address) {
+    HMODULE module;
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       static_cast<const char*>(address), &module);
+}
+
 } // namespace win

@@ -1,10 +1,9 @@
-// The exported functions: each holds the lock (lock.h) while it runs, and none lets anything out.
+// The exported functions. Those that describe a fault hold a lock while they run, as the debugging library allows one
+// caller at a time and the storage is static; none lets anything out.
 #include <windows.h>
 
 #include "companions/faultkit/describe/description.h"
-#include "companions/faultkit/describe/dump.h"
 #include "companions/faultkit/faultkit.h"
-#include "companions/faultkit/lock.h"
 #include "companions/faultkit/notes/host_words.h"
 #include "win/guard.h"
 
@@ -13,12 +12,47 @@ namespace {
 const char kBusy[] = "(no description: another thread, or a fault while describing one, is in faultkit.dll)";
 const char kFaulted[] = "(no description: making it met a fault, which was swallowed)";
 
+constexpr DWORD kTimeout = 5000; // milliseconds
+
 faultkit::Description description;
+
+// The thread that holds the lock, 0 for none. Not a critical section: its owner may have died with it, and it would let
+// the same thread in twice.
+volatile LONG owner;
+
+// Holds the lock until its end. Waits for another thread, looking once a millisecond; a thread that comes again while
+// it already holds the lock (a fault inside a fault's description) is refused at once.
+class Lock {
+public:
+    Lock() {
+        const LONG self = static_cast<LONG>(GetCurrentThreadId());
+        const DWORD begin = GetTickCount();
+        while (!m_held) {
+            const LONG before = InterlockedCompareExchange(&owner, self, 0);
+            m_held = before == 0;
+            if (before == self || (!m_held && GetTickCount() - begin >= kTimeout))
+                return;
+            if (!m_held)
+                Sleep(1);
+        }
+    }
+    ~Lock() {
+        if (m_held)
+            InterlockedExchange(&owner, 0);
+    }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+    explicit operator bool() const { return m_held; }
+
+private:
+    bool m_held = false;
+};
 
 // What step() returns, or what stands for it when the lock is not to be had, or when the step met a fault.
 template <class Result, class Step>
 Result run_locked(Result busy, Result faulted, Step step) {
-    const faultkit::Lock lock;
+    const Lock lock;
     if (!lock)
         return busy;
     Result result = faulted;

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include "win/library.h"
+
 namespace faultkit {
 namespace {
 
@@ -50,9 +52,7 @@ Outcome run_on_large_stack(void (*work)(void*), void* data, unsigned timeout) {
     CloseHandle(thread);
     if (!abandoned)
         return Outcome::kDone;
-    HMODULE self = nullptr;
-    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                       reinterpret_cast<const char*>(&run_work), &self);
+    win::keep_loaded(&current);
     return Outcome::kAbandoned;
 }
 

@@ -1,5 +1,5 @@
 // Checks what the toolchain's glue promises; prints a line for each failure and "checked N" at the end.
-#include "crt/security_cookie.h"
+#include "crt/startup.h"
 
 #include <windows.h>
 #include <eh.h>

@@ -1,14 +1,22 @@
 // What is known about a fault, in plain values.
 #pragma once
 
-#include "companions/faultkit/address.h"
-#if FAULTKIT_BITS == 64
-#include "companions/faultkit/capture/x64/registers.h"
-#else
-#include "companions/faultkit/capture/x86/registers.h"
-#endif
+#include "companions/faultkit/memory.h"
 
 namespace faultkit {
+
+#if FAULTKIT_BITS == 64
+struct Registers {
+    uint64_t rax, rbx, rcx, rdx, rsi, rdi, rbp, rsp, r8, r9, r10, r11, r12, r13, r14, r15, rip;
+    uint32_t flags;
+    uint16_t cs, ds, es, fs, gs, ss;
+};
+#else
+struct Registers {
+    uint32_t eax, ebx, ecx, edx, esi, edi, ebp, esp, eip, flags;
+    uint16_t cs, ds, es, fs, gs, ss;
+};
+#endif
 
 // Codes of exceptions that are treated specially.
 constexpr uint32_t kAccessViolation = 0xC0000005;
@@ -50,5 +58,16 @@ struct FaultFacts {
 
     bool is_of_cover() const { return code >= kTerminate && code <= kAbort; }
 };
+
+// What a C++ exception's parameters lead to (thrown_type.cpp)
+
+// Copies the decorated name (".?AVCFileException@@") of the most derived type of a C++ exception's object. `type`
+// becomes empty when the parameters don't lead to one.
+void read_thrown_type(Memory& memory, const Address* parameters, uint32_t count, char (&type)[128]);
+
+// Copies what a C++ exception's object says: the text of a std::exception, which its what() gives unless a class
+// overrides it, or the one that a thrown char* points to. Runs no code of the object's. `text` becomes empty when there
+// is none.
+void read_thrown_text(Memory& memory, const Address* parameters, uint32_t count, char* text, uint32_t size);
 
 } // namespace faultkit

@@ -1,7 +1,7 @@
 // What is known about the process and the machine at the time of a fault, in plain values.
 #pragma once
 
-#include <stdint.h>
+#include "companions/faultkit/memory.h"
 
 namespace faultkit {
 
@@ -41,5 +41,13 @@ struct ProcessFacts {
     // May hold what is private: empty unless the host asked for them.
     char path[260], command_line[512], folder[260];
 };
+
+// The time now: UTC, in 100 nanoseconds since 1601.
+uint64_t system_time();
+
+// Fills *facts but for the address space and the threads. Each of the system's functions is called under a guard of its
+// own: where one faults or fails, what it tells is not known, and the rest is. with_private: also path, command line
+// and folder.
+void gather_process_facts(Memory& memory, bool with_private, ProcessFacts* facts);
 
 } // namespace faultkit

@@ -81,7 +81,7 @@ bool to_ansi(const wchar_t* text, unsigned length, char* to, unsigned size) {
 void list_process_modules(Memory& memory, ModuleTable* modules, AddressSpace* space) {
     QueryVirtualMemory* query = nullptr;
     try_twice([&] {
-        query = win::function_of<QueryVirtualMemory>(GetModuleHandleA("ntdll.dll"), "NtQueryVirtualMemory");
+        query = win::function_of_ntdll<QueryVirtualMemory>("NtQueryVirtualMemory");
         return query != nullptr;
     });
     MEMORY_BASIC_INFORMATION region;

@@ -6,8 +6,8 @@
 #include "companions/faultkit/capture/fault_facts.h"
 #include "companions/faultkit/capture/module_table.h"
 #include "companions/faultkit/capture/process_facts.h"
+#include "companions/faultkit/capture/process_modules.h"
 #include "companions/faultkit/memory.h"
-#include "companions/faultkit/capture/unloaded_modules.h"
 #include "win/guard.h"
 
 namespace faultkit {

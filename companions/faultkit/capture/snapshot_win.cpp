@@ -3,9 +3,6 @@
 
 #include <string.h>
 
-#include "companions/faultkit/capture/process_modules.h"
-#include "companions/faultkit/capture/thrown_type.h"
-
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace faultkit {

@@ -2,7 +2,7 @@
 // caught as, a count and then the types, of which the first is the object's own; a type has its descriptor at 4 and at
 // 8 the place of its part in the object; the descriptor's name follows two pointers. With 64 bits all these are counted
 // from the start of an image, which is one more parameter.
-#include "companions/faultkit/capture/thrown_type.h"
+#include "companions/faultkit/capture/fault_facts.h"
 
 #include <string.h>
 

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "companions/faultkit/capture/thrown_type.h"
+#include "companions/faultkit/capture/fault_facts.h"
 #include "testing/cxx/fake_process.h"
 
 namespace {

@@ -1,9 +1,8 @@
 // The loader keeps a ring of events, whose newest entry has the highest sequence number.
-#include "companions/faultkit/capture/unloaded_modules.h"
+#include "companions/faultkit/capture/process_modules.h"
 
 #include <windows.h>
 
-#include "companions/faultkit/capture/process_modules.h"
 #include "win/library.h"
 
 namespace faultkit {
@@ -32,14 +31,13 @@ struct UnloadRecord {
 };
 
 UnloadRecord open_unload_record(Memory& memory) {
-    const HMODULE ntdll = GetModuleHandleA("ntdll.dll");
-    if (auto* get = win::function_of<GetUnloadTraceEx>(ntdll, "RtlGetUnloadEventTraceEx")) {
+    if (auto* get = win::function_of_ntdll<GetUnloadTraceEx>("RtlGetUnloadEventTraceEx")) {
         const uint32_t *size = nullptr, *count = nullptr;
         const UnloadEvent** events = nullptr;
         get(&size, &count, &events);
         if (size && count && events && *size >= sizeof(UnloadEvent))
             return {memory, *events, *size, *count};
-    } else if (auto* get_old = win::function_of<GetUnloadTrace>(ntdll, "RtlGetUnloadEventTrace")) {
+    } else if (auto* get_old = win::function_of_ntdll<GetUnloadTrace>("RtlGetUnloadEventTrace")) {
         return {memory, get_old(), sizeof(UnloadEvent), kOldEventCount};
     }
     return {memory, nullptr, 0, 0};

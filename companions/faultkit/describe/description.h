@@ -1,4 +1,4 @@
-// The two texts about a fault, from one snapshot of it.
+// The two texts about a fault, from one snapshot of it; and a minidump.
 #pragma once
 
 #include "companions/faultkit/capture/process_facts.h"
@@ -11,7 +11,7 @@
 namespace faultkit {
 
 // All storage is its own: after a fault neither heap nor stack can be relied on. One, in static storage, where all
-// zeros is a good beginning; its caller holds the lock (lock.h).
+// zeros is a good beginning; its caller holds the lock of the exports.
 class Description {
 public:
     // The text of GetFaultReason. Takes a snapshot and walks the stack too, as both need the same symbols; a trace that
@@ -77,5 +77,9 @@ private:
     char m_reason[12 * 1024];
     char m_line[640];
 };
+
+// Writes a minidump of the process to the file `path`; null pointers write one without a fault. Returns 0 or the
+// system's error code. No file is left behind after an error. The caller holds the lock of the exports.
+DWORD write_dump(const char* path, EXCEPTION_POINTERS* pointers);
 
 } // namespace faultkit

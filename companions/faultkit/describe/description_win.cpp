@@ -2,7 +2,7 @@
 // is asked for next.
 #include "companions/faultkit/describe/description.h"
 
-#include "companions/faultkit/capture/gather.h"
+#include "companions/faultkit/capture/process_facts.h"
 #include "companions/faultkit/describe/fault_text.h"
 #include "companions/faultkit/describe/process_text.h"
 #include "companions/faultkit/describe/signature_text.h"

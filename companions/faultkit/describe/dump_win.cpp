@@ -1,6 +1,6 @@
 // Writes a minidump by dbghelp.dll, under a guard, and where the stack is short on a thread of its own, with a timeout.
 // A dump that wasn't finished is deleted.
-#include "companions/faultkit/describe/dump.h"
+#include "companions/faultkit/describe/description.h"
 
 #include <dbghelp.h>
 

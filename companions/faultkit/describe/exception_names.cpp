@@ -1,7 +1,5 @@
 // Only a table: a code that is not in it is reported by its number and parameters.
-#include "companions/faultkit/describe/exception_names.h"
-
-#include "companions/faultkit/capture/fault_facts.h"
+#include "companions/faultkit/describe/fault_text.h"
 
 namespace faultkit {
 namespace {

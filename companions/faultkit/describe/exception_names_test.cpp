@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "companions/faultkit/describe/exception_names.h"
+#include "companions/faultkit/describe/fault_text.h"
 
 namespace {
 

@@ -4,8 +4,6 @@
 
 #include <string.h>
 
-#include "companions/faultkit/describe/exception_names.h"
-
 namespace faultkit {
 namespace {
 

@@ -28,4 +28,18 @@ unsigned length_of_own_modules(TextBuilder& text, const FaultFacts& facts, const
 // Two to six lines. One source for each kind of process.
 void write_registers(TextBuilder& text, const Registers& registers);
 
+// Names of exception codes (exception_names.cpp)
+
+struct ExceptionName {
+    uint32_t code;
+    const char* name;  // the constant of the system's headers, or what its maker calls it
+    const char* words; // what happened, for a reader who doesn't know the constant; may be empty
+};
+
+// The entry of a code, or null when it is not a common one. Points to constant storage.
+const ExceptionName* find_exception_name(uint32_t code);
+
+// Whether the code is one of the floating point exceptions, whose registers are worth printing.
+bool is_float_exception(uint32_t code);
+
 } // namespace faultkit

@@ -3,7 +3,7 @@
 #include <windows.h>
 #include <string.h>
 
-#include "companions/faultkit/capture/gather.h"
+#include "companions/faultkit/capture/process_facts.h"
 #include "companions/faultkit/faultkit.h"
 
 namespace faultkit {

@@ -43,12 +43,6 @@ struct Stopper {
 Stopper stoppers[kMostGivenUp + 1];
 unsigned given_up;
 
-void keep_library() {
-    HMODULE self = nullptr;
-    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                       reinterpret_cast<const char*>(&keep_library), &self);
-}
-
 // A wait that fails for once would be taken for a thread that can't be stopped.
 bool wait_for(HANDLE object, DWORD timeout) {
     DWORD answer = WAIT_FAILED;
@@ -106,7 +100,7 @@ StopOutcome Stopper::start() {
         return StopOutcome::kCopied;
     asked = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     done = CreateEventA(nullptr, FALSE, FALSE, nullptr);
-    auto* create = win::function_of<CreateThreadNative>(GetModuleHandleA("ntdll.dll"), "NtCreateThreadEx");
+    auto* create = win::function_of_ntdll<CreateThreadNative>("NtCreateThreadEx");
     state = kAsked;
     if (asked && done &&
         (!create || create(&self, THREAD_ALL_ACCESS, nullptr, GetCurrentProcess(),
@@ -141,7 +135,7 @@ void Stopper::end() {
     state = kEnd;
     SetEvent(asked);
     if (!wait_for(self, kTimeout))
-        keep_library();
+        win::keep_loaded(stoppers);
     close(self);
     close(asked);
     close(done);
@@ -165,8 +159,7 @@ bool StoppedThread::read(Address address, void* to, uint32_t size) {
 }
 
 bool OtherThreads::next_id() {
-    static GetNextThread* const kGetNext =
-        win::function_of<GetNextThread>(GetModuleHandleA("ntdll.dll"), "NtGetNextThread");
+    static GetNextThread* const kGetNext = win::function_of_ntdll<GetNextThread>("NtGetNextThread");
     constexpr ACCESS_MASK kAccess = THREAD_SUSPEND_RESUME | THREAD_GET_CONTEXT | THREAD_QUERY_INFORMATION;
     for (;;) {
         HANDLE next = nullptr;
@@ -194,7 +187,7 @@ bool OtherThreads::next(StopOutcome* outcome) {
     if (*outcome == StopOutcome::kTimeout) {
         // One that is still copying leaves no space for another.
         given_up = stopper.state == Stopper::kGivenUp ? given_up + 1 : kMostGivenUp + 1;
-        keep_library();
+        win::keep_loaded(stoppers);
         // It still uses the handle; a second one goes on from here.
         DuplicateHandle(GetCurrentProcess(), m_thread, GetCurrentProcess(), &m_thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
     }

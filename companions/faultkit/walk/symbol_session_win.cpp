@@ -5,7 +5,7 @@
 #include <string.h>
 
 #include "companions/faultkit/text_builder.h"
-#include "win/ansi_path.h"
+#include "win/paths.h"
 
 namespace faultkit {
 namespace {

@@ -4,7 +4,6 @@
 #include "companions/faultkit/walk/x64/frame_walker.h"
 
 #include "companions/faultkit/walk/x64/call_site.h"
-#include "companions/faultkit/walk/x64/unwind.h"
 
 namespace faultkit {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "companions/faultkit/capture/module_table.h"
 #include "companions/faultkit/memory.h"
-#include "companions/faultkit/walk/x64/frame.h"
+#include "companions/faultkit/walk/x64/unwind.h"
 
 namespace faultkit {
 

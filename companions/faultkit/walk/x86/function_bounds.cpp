@@ -7,7 +7,6 @@
 #include <string.h>
 
 #include "companions/faultkit/walk/instructions.h"
-#include "companions/faultkit/walk/x86/instructions.h"
 
 namespace faultkit {
 namespace {

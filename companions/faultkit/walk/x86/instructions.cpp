@@ -1,6 +1,5 @@
 // The byte behind an opcode (ModRM) says by its mode and base how the operand is addressed, and so how many bytes
 // follow.
-#include "companions/faultkit/walk/x86/instructions.h"
 
 #include "companions/faultkit/walk/instructions.h"
 

@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-#include "win/temporary_folder.h"
+#include "win/paths.h"
 
 namespace {
 

@@ -3,16 +3,20 @@
 
 #include <windows.h>
 
-namespace win {
+#include "base/std_string.h"
 
-// The short form of a path, where it has letters that the ANSI code page lacks: its length, with the form and its
-// terminator in the buffer of size bytes. 0, and the buffer as it was, where the path needs no other form, or has none
-// that fits.
-DWORD short_form(const wchar_t* path, char* buffer, DWORD size);
+namespace win {
 
 // As GetModuleFileNameA, with a terminator in any case: puts the path of the module's file (null: the program) into the
 // buffer of size bytes and returns its length, 0 on failure. A path with letters that the code page lacks comes in its
 // short form, as far as there is one.
 DWORD module_path(HMODULE module, char* buffer, DWORD size);
+
+// As GetTempPathA: puts the name of the folder of temporary files into the buffer of size bytes and returns its length,
+// 0 or more than fits on failure. A name with letters that the code page lacks comes in its short form likewise.
+DWORD temporary_folder(char* buffer, DWORD size);
+
+// The path of a file of that name in there. Throws gen::genlib_out_of_memory.
+CStdString temporary_path(const char* name);
 
 } // namespace win

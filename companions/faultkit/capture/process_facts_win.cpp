@@ -1,5 +1,5 @@
 // What the system keeps behind locks, such as the current folder, is read where it lies.
-#include "companions/faultkit/capture/gather.h"
+#include "companions/faultkit/capture/process_facts.h"
 
 #include <windows.h>
 
@@ -51,7 +51,7 @@ bool ask_uptime(ProcessFacts* facts) {
 }
 
 bool ask_windows(ProcessFacts* facts) {
-    auto* get = win::function_of<LONG NTAPI(Version*)>(GetModuleHandleA("ntdll.dll"), "RtlGetVersion");
+    auto* get = win::function_of_ntdll<LONG NTAPI(Version*)>("RtlGetVersion");
     Version version = {sizeof version, 0, 0, 0, 0, {}};
     if (!get || get(&version) != 0)
         return false;
@@ -75,9 +75,8 @@ bool ask_language(ProcessFacts* facts) {
 
 bool ask_elevation(ProcessFacts* facts) {
     constexpr ULONG kTokenQuery = 8, kTokenElevation = 20;
-    const HMODULE ntdll = GetModuleHandleA("ntdll.dll");
-    auto* open = win::function_of<LONG NTAPI(HANDLE, ULONG, HANDLE*)>(ntdll, "NtOpenProcessToken");
-    auto* query = win::function_of<LONG NTAPI(HANDLE, ULONG, void*, ULONG, ULONG*)>(ntdll, "NtQueryInformationToken");
+    auto* open = win::function_of_ntdll<LONG NTAPI(HANDLE, ULONG, HANDLE*)>("NtOpenProcessToken");
+    auto* query = win::function_of_ntdll<LONG NTAPI(HANDLE, ULONG, void*, ULONG, ULONG*)>("NtQueryInformationToken");
     HANDLE token = nullptr;
     ULONG elevated = 0, length = 0;
     if (!open || !query || open(GetCurrentProcess(), kTokenQuery, &token) != 0)

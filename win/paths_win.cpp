@@ -1,8 +1,10 @@
 // Whether the code page lacks a letter is found by converting: a path in which no character is replaced needs no short
 // form.
-#include "win/ansi_path.h"
+#include "win/paths.h"
 
 #include <string.h>
+
+#include "base/split_path.h"
 
 namespace win {
 
@@ -15,8 +17,8 @@ int exact_ansi(const wchar_t* path, char* buffer, int size) {
     return replaced ? 0 : length;
 }
 
-} // namespace
-
+// The short form of a path, where it has letters that the code page lacks: its length, with the form and its terminator
+// in the buffer. 0, and the buffer as it was, where the path needs no other form, or has none that fits.
 DWORD short_form(const wchar_t* path, char* buffer, DWORD size) {
     char ansi[3 * MAX_PATH];
     if (exact_ansi(path, ansi, sizeof ansi))
@@ -32,6 +34,8 @@ DWORD short_form(const wchar_t* path, char* buffer, DWORD size) {
     return length;
 }
 
+} // namespace
+
 DWORD module_path(HMODULE module, char* buffer, DWORD size) {
     const DWORD length = GetModuleFileNameA(module, buffer, size);
     wchar_t path[MAX_PATH + 1];
@@ -41,6 +45,24 @@ DWORD module_path(HMODULE module, char* buffer, DWORD size) {
         return short_length;
     buffer[length < size ? length : size - 1] = '\0'; // some systems cut a path without
     return length < size ? length : size - 1;
+}
+
+DWORD temporary_folder(char* buffer, DWORD size) {
+    const DWORD length = GetTempPathA(size, buffer);
+    wchar_t name[MAX_PATH + 1];
+    const DWORD wide_length = GetTempPathW(MAX_PATH + 1, name);
+    if (length == 0 || length >= size || wide_length == 0 || wide_length > MAX_PATH)
+        return length;
+    const DWORD short_length = short_form(name, buffer, size);
+    return short_length ? short_length : length;
+}
+
+CStdString temporary_path(const char* name) {
+    constexpr DWORD kSize = 1024; // characters that the folder's name may have
+    CStdString folder;
+    temporary_folder(folder.get_buffer(kSize), kSize);
+    folder.release_buffer();
+    return gen::path_in_folder(folder.c_str(), name);
 }
 
 } // namespace win
