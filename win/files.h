@@ -15,6 +15,12 @@ bool write_whole_file(const char* path, const void* data, size_t size);
 // Writes all these bytes where the file stands; whether it has.
 bool write_all(HANDLE file, const void* data, size_t size);
 
+// The last error, or the other where the system has told none.
+inline DWORD last_error_or(DWORD otherwise) {
+    const DWORD error = GetLastError();
+    return error ? error : otherwise;
+}
+
 enum class Claim { kMade, kTaken, kFailed };
 
 // Makes an empty file where there is none of that name. kTaken: there is one already; kFailed: there can be none.

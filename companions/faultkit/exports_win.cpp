@@ -59,6 +59,14 @@ Result run_locked(Result busy, Result faulted, Step step) {
     return win::run_guarded(win::kSwallowAll, [&] { result = step(); }) ? result : faulted;
 }
 
+// 1 where the step, which writes a file under the lock, returns no error; the last error is set in any case.
+template <class Step>
+int written(Step step) {
+    const DWORD error = run_locked<DWORD>(ERROR_BUSY, ERROR_NOACCESS, step);
+    SetLastError(error);
+    return error == ERROR_SUCCESS;
+}
+
 // 1 where the step returns no error; the last error is only set otherwise. Takes no lock of its own: the host calls it
 // all the time.
 template <class Step>
@@ -87,17 +95,11 @@ const char* __cdecl GetNextStackTraceString(unsigned int options, EXCEPTION_POIN
 }
 
 int __cdecl WriteFaultDump(const char* path, EXCEPTION_POINTERS* pointers) {
-    const DWORD error =
-        run_locked<DWORD>(ERROR_BUSY, ERROR_NOACCESS, [&] { return faultkit::write_dump(path, pointers); });
-    SetLastError(error);
-    return error == ERROR_SUCCESS;
+    return written([&] { return faultkit::write_dump(path, pointers); });
 }
 
 int __cdecl WriteFaultText(const char* path, EXCEPTION_POINTERS* pointers) {
-    const DWORD error =
-        run_locked<DWORD>(ERROR_BUSY, ERROR_NOACCESS, [&] { return description.write_to_file(path, pointers); });
-    SetLastError(error);
-    return error == ERROR_SUCCESS;
+    return written([&] { return description.write_to_file(path, pointers); });
 }
 
 int __cdecl SetFaultValue(const char* key, const char* text) {

@@ -1,3 +1,4 @@
+// Every text ends up in character(), the one place that looks at the storage's size.
 #include "companions/faultkit/text_builder.h"
 
 namespace faultkit {
@@ -58,11 +59,15 @@ TextBuilder& TextBuilder::address(Address value) {
     return hex(static_cast<uint32_t>(value));
 }
 
-TextBuilder& TextBuilder::short_hex(uint32_t value) {
+TextBuilder& TextBuilder::least_hex(uint32_t value) {
     int digits = 1;
     while (digits < 8 && value >> (digits * 4))
         ++digits;
-    return text("0x").hex(value, digits);
+    return hex(value, digits);
+}
+
+TextBuilder& TextBuilder::short_hex(uint32_t value) {
+    return text("0x").least_hex(value);
 }
 
 TextBuilder& TextBuilder::decimal(uint32_t value) {

@@ -28,7 +28,9 @@ public:
     TextBuilder& hex(uint32_t value, int digits = 8);
     // All digits that an address has in this process.
     TextBuilder& address(Address value);
-    // "0x" and as many digits as the value needs.
+    // As many digits as the value needs.
+    TextBuilder& least_hex(uint32_t value);
+    // The same behind "0x".
     TextBuilder& short_hex(uint32_t value);
     TextBuilder& decimal(uint32_t value);
     // With zeros in front, so that there are `digits` of them at least.

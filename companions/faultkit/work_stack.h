@@ -1,6 +1,8 @@
 // Doing what needs stack when the faulting thread has hardly any left.
 #pragma once
 
+#include <stdint.h>
+
 namespace faultkit {
 
 enum class Outcome {
@@ -16,5 +18,15 @@ Outcome run_on_large_stack(void (*work)(void*), void* data, unsigned timeout);
 
 // Whether a thread was abandoned before: what it uses can't be used any more.
 bool was_abandoned();
+
+// Makes the file `path`, replacing what is there, and has fill(file, context) write it. Returns what that does, 0 or
+// the system's error code, with no file left behind after an error; ERROR_BUSY after an abandoned thread, and
+// ERROR_TIMEOUT where fill() has left one behind.
+uint32_t write_file(const char* path, uint32_t (*fill)(void* file, void* context), void* context);
+
+template <class Fill>
+uint32_t write_file(const char* path, Fill fill) {
+    return write_file(path, [](void* file, void* context) { return (*static_cast<Fill*>(context))(file); }, &fill);
+}
 
 } // namespace faultkit

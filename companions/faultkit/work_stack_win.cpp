@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include "win/files.h"
 #include "win/library.h"
 
 namespace faultkit {
@@ -58,6 +59,24 @@ Outcome run_on_large_stack(void (*work)(void*), void* data, unsigned timeout) {
 
 bool was_abandoned() {
     return abandoned;
+}
+
+uint32_t write_file(const char* path, uint32_t (*fill)(void* file, void* context), void* context) {
+    if (abandoned)
+        return ERROR_BUSY;
+    // Nobody reads half a file, and one that is given up goes when its writer ends.
+    const HANDLE file =
+        CreateFileA(path, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return win::last_error_or(ERROR_GEN_FAILURE);
+    uint32_t error = fill(file, context);
+    if (abandoned)
+        error = ERROR_TIMEOUT; // its writer may still be at it, so the handle stays open
+    else
+        CloseHandle(file);
+    if (error)
+        DeleteFileA(path);
+    return error;
 }
 
 } // namespace faultkit

@@ -74,11 +74,7 @@ void read_code_view(Memory& memory, Address address, uint32_t length, PdbIdentit
     } else {
         return;
     }
-    const uint32_t age = words[0] == kRsds ? words[5] : words[3];
-    int digits = 1;
-    while (digits < 8 && age >> (digits * 4))
-        ++digits;
-    key.hex(age, digits);
+    key.least_hex(words[0] == kRsds ? words[5] : words[3]); // the age
 }
 
 void read_pdb_identity(Memory& memory, Image* image) {

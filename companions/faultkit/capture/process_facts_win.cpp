@@ -2,6 +2,7 @@
 #include "companions/faultkit/capture/process_facts.h"
 
 #include <windows.h>
+#include <winternl.h>
 
 #include "companions/faultkit/capture/process_modules.h"
 #include "win/guard.h"
@@ -10,22 +11,11 @@
 namespace faultkit {
 namespace {
 
-// A text of the system's own.
-struct CountedText {
-    uint16_t bytes, capacity;
-    Address text;
-};
-
 // What the loader left of the call that started the process, by the places of what is read.
 constexpr unsigned kParametersInBlock = 4 * sizeof(Address);
 constexpr unsigned kFolderAt = sizeof(Address) == 8 ? 0x38 : 0x24;
 constexpr unsigned kPathAt = sizeof(Address) == 8 ? 0x60 : 0x38;
-constexpr unsigned kCommandLineAt = kPathAt + sizeof(CountedText);
-
-struct Version {
-    ULONG size, major, minor, build, platform;
-    WCHAR service_pack[128];
-};
+constexpr unsigned kCommandLineAt = kPathAt + sizeof(UNICODE_STRING);
 
 // One call of the system's per function: each runs under its own guard.
 bool ask_time(ProcessFacts* facts) {
@@ -51,13 +41,14 @@ bool ask_uptime(ProcessFacts* facts) {
 }
 
 bool ask_windows(ProcessFacts* facts) {
-    auto* get = win::function_of_ntdll<LONG NTAPI(Version*)>("RtlGetVersion");
-    Version version = {sizeof version, 0, 0, 0, 0, {}};
+    auto* get = win::function_of_ntdll<LONG NTAPI(OSVERSIONINFOW*)>("RtlGetVersion");
+    OSVERSIONINFOW version = {};
+    version.dwOSVersionInfoSize = sizeof version;
     if (!get || get(&version) != 0)
         return false;
-    facts->windows[0] = version.major;
-    facts->windows[1] = version.minor;
-    facts->windows[2] = version.build;
+    facts->windows[0] = version.dwMajorVersion;
+    facts->windows[1] = version.dwMinorVersion;
+    facts->windows[2] = version.dwBuildNumber;
     BOOL narrow = FALSE;
     IsWow64Process(GetCurrentProcess(), &narrow);
     facts->windows_64 = narrow || sizeof(Address) == 8;
@@ -117,13 +108,13 @@ bool ask_window_objects(ProcessFacts* facts) {
 }
 
 void read_counted(Memory& memory, Address at, char* to, unsigned size) {
-    CountedText counted = {};
+    UNICODE_STRING counted = {};
     uint16_t text[512];
     if (!memory.read(at, &counted, sizeof counted))
         return;
-    unsigned length = counted.bytes / 2u;
+    unsigned length = counted.Length / 2u;
     length = length < size - 1 ? length : size - 1;
-    if (length && memory.read(counted.text, text, length * 2))
+    if (length && memory.read(reinterpret_cast<Address>(counted.Buffer), text, length * 2))
         to_ansi(reinterpret_cast<const wchar_t*>(text), length, to, size);
 }
 

@@ -2,6 +2,7 @@
 #include "companions/faultkit/capture/process_modules.h"
 
 #include <windows.h>
+#include <winternl.h>
 
 #include "companions/faultkit/text_builder.h"
 #include "win/library.h"
@@ -10,10 +11,6 @@ namespace faultkit {
 namespace {
 
 // ntdll's view of a mapped file, which the documented calls only copy into heap memory first.
-struct CountedText {
-    uint16_t bytes, capacity;
-    const wchar_t* text;
-};
 constexpr int kMappedFileName = 2;
 using QueryVirtualMemory = LONG NTAPI(HANDLE process, void* address, int what, void* to, SIZE_T size, SIZE_T* needed);
 
@@ -47,16 +44,16 @@ bool try_twice(Step step) {
 
 bool ask_name(QueryVirtualMemory* query, Module* module) {
     SIZE_T needed = 0;
-    const CountedText* path = reinterpret_cast<const CountedText*>(name_storage);
+    const auto* const path = reinterpret_cast<const UNICODE_STRING*>(name_storage);
     if (!query || query(GetCurrentProcess(), reinterpret_cast<void*>(module->image.base), kMappedFileName, name_storage,
                         sizeof name_storage, &needed) != 0)
         return false;
-    const unsigned length = path->bytes / sizeof(wchar_t);
+    const unsigned length = path->Length / sizeof(wchar_t);
     unsigned name = length;
-    while (name && path->text[name - 1] != L'\\')
+    while (name && path->Buffer[name - 1] != L'\\')
         --name;
-    module->of_system = is_in_system_folder(path->text, length);
-    return to_ansi(path->text + name, length - name, module->name, sizeof module->name);
+    module->of_system = is_in_system_folder(path->Buffer, length);
+    return to_ansi(path->Buffer + name, length - name, module->name, sizeof module->name);
 }
 
 void name_module(QueryVirtualMemory* query, Module* module) {

@@ -51,7 +51,7 @@ private:
     static void work_with_symbols(void* work);
     const SourcePlace& look_up(Purpose purpose, bool with_walk);
     void tell(Purpose purpose, SymbolSession* session, const SourcePlace& place, const Trace* trace);
-    void write_file(SymbolSession* session, const SourcePlace& place, const Trace* trace);
+    void write_in_full(SymbolSession* session, const SourcePlace& place, const Trace* trace);
     void begin_trace(bool with_symbols);
     void gather();
     unsigned other_threads() const { return m_process.threads ? m_process.threads - 1 : 0; }

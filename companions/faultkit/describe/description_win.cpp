@@ -8,6 +8,7 @@
 #include "companions/faultkit/describe/signature_text.h"
 #include "companions/faultkit/describe/stack_text.h"
 #include "companions/faultkit/work_stack.h"
+#include "win/files.h"
 
 namespace faultkit {
 namespace {
@@ -55,7 +56,7 @@ void Description::tell(Purpose purpose, SymbolSession* session, const SourcePlac
             write_other_threads({memory, m_snapshot, session, out}, other_threads(), true, sizeof m_threads - 1);
         });
     } else if (purpose == kFile) {
-        win::run_guarded(win::kSwallowAll, [&] { write_file(session, place, trace); });
+        win::run_guarded(win::kSwallowAll, [&] { write_in_full(session, place, trace); });
     }
 }
 
@@ -176,9 +177,8 @@ public:
             flush();
     }
     void flush() {
-        DWORD written = 0;
-        if (!WriteFile(m_file, text.c_str(), text.length(), &written, nullptr) || written != text.length())
-            error = GetLastError() ? GetLastError() : ERROR_DISK_FULL;
+        if (!win::write_all(m_file, text.c_str(), text.length()))
+            error = win::last_error_or(ERROR_DISK_FULL);
         text.cut_to(0);
     }
 
@@ -190,7 +190,7 @@ private:
     HANDLE m_file;
 };
 
-void Description::write_file(SymbolSession* session, const SourcePlace& place, const Trace* trace) {
+void Description::write_in_full(SymbolSession* session, const SourcePlace& place, const Trace* trace) {
     static char storage[64 * 1024]; // enough for what grows without an end of line: the list of modules
     constexpr unsigned kAll = 0xFFFF;
     TextBuilder text(storage);
@@ -217,26 +217,16 @@ void Description::write_file(SymbolSession* session, const SourcePlace& place, c
 uint32_t Description::write_to_file(const char* path, const EXCEPTION_POINTERS* pointers) {
     if (!path || !*path || !m_snapshot.take(memory, pointers, m_work.own_unloads))
         return ERROR_INVALID_PARAMETER;
-    if (was_abandoned())
-        return ERROR_BUSY;
-    m_file =
-        CreateFileA(path, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (m_file == INVALID_HANDLE_VALUE)
-        return GetLastError() ? GetLastError() : ERROR_GEN_FAILURE;
-    gather();
-    m_file_error = ERROR_NOACCESS;
-    const bool with_walk = m_trace_state != kRead;
-    look_up(kFile, with_walk);
-    if (with_walk)
-        m_trace_state = kAhead;
-    if (was_abandoned()) {
-        DeleteFileA(path); // its writer may still be at it, so the handle stays open
-        return ERROR_TIMEOUT;
-    }
-    CloseHandle(m_file);
-    if (m_file_error)
-        DeleteFileA(path);
-    return m_file_error;
+    return write_file(path, [&](void* file) {
+        m_file = file;
+        gather();
+        m_file_error = ERROR_NOACCESS; // until it is written: the work may fault
+        const bool with_walk = m_trace_state != kRead;
+        look_up(kFile, with_walk);
+        if (with_walk)
+            m_trace_state = kAhead;
+        return m_file_error;
+    });
 }
 
 const char* Description::first_line(unsigned options, const EXCEPTION_POINTERS* pointers) {

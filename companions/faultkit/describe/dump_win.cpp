@@ -5,8 +5,9 @@
 #include <dbghelp.h>
 
 #include "companions/faultkit/walk/debug_library.h"
-#include "win/guard.h"
 #include "companions/faultkit/work_stack.h"
+#include "win/files.h"
+#include "win/guard.h"
 
 namespace faultkit {
 namespace {
@@ -24,11 +25,6 @@ struct DumpWork {
 
 DumpWork dump_work;
 
-DWORD last_error_or(DWORD otherwise) {
-    const DWORD error = GetLastError();
-    return error ? error : otherwise;
-}
-
 void write_open_file(DumpWork* work) {
     DebugLibrary library;
     if (!library.open() || !library.write_dump) {
@@ -44,7 +40,7 @@ void write_open_file(DumpWork* work) {
     // Versions before 6.0 refuse types that they don't know.
     if (!written && SetFilePointer(work->file, 0, nullptr, FILE_BEGIN) == 0 && SetEndOfFile(work->file))
         written = library.write_dump(process, id, work->file, MiniDumpNormal, exception, nullptr, nullptr);
-    work->error = written ? ERROR_SUCCESS : last_error_or(ERROR_GEN_FAILURE);
+    work->error = written ? ERROR_SUCCESS : win::last_error_or(ERROR_GEN_FAILURE);
     library.close();
 }
 
@@ -59,26 +55,11 @@ void write_guarded(void* data) {
 DWORD write_dump(const char* path, EXCEPTION_POINTERS* pointers) {
     if (!path || !*path)
         return ERROR_INVALID_PARAMETER;
-    if (was_abandoned())
-        return ERROR_BUSY;
-    // Nobody reads half a dump, and one that is given up goes when its writer ends.
-    const HANDLE file =
-        CreateFileA(path, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return last_error_or(ERROR_GEN_FAILURE);
-    dump_work = {file, {GetCurrentThreadId(), pointers, FALSE}, ERROR_GEN_FAILURE};
-    const Outcome outcome = run_on_large_stack(write_guarded, &dump_work, kTimeout);
-    DWORD error = dump_work.error;
-    if (outcome == Outcome::kAbandoned) {
-        DeleteFileA(path); // its writer may still be at it, so the handle stays open
-        return ERROR_TIMEOUT;
-    }
-    if (outcome == Outcome::kNoThread)
-        error = ERROR_NOT_ENOUGH_MEMORY;
-    CloseHandle(file);
-    if (error != ERROR_SUCCESS)
-        DeleteFileA(path);
-    return error;
+    return write_file(path, [&](void* file) -> uint32_t {
+        dump_work = {file, {GetCurrentThreadId(), pointers, FALSE}, ERROR_GEN_FAILURE};
+        const Outcome outcome = run_on_large_stack(write_guarded, &dump_work, kTimeout);
+        return outcome == Outcome::kNoThread ? ERROR_NOT_ENOUGH_MEMORY : dump_work.error;
+    });
 }
 
 } // namespace faultkit

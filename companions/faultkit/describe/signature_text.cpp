@@ -2,6 +2,7 @@
 // inlined functions are known depends on the debugging library.
 #include "companions/faultkit/describe/signature_text.h"
 
+#include "base/text_search.h"
 #include "companions/faultkit/describe/fault_text.h"
 
 namespace faultkit {
@@ -16,13 +17,6 @@ const char* const kRuntimes[] = {"msvcr",     "msvcp",         "vcruntime", "ucr
 
 char lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
-}
-
-bool begins_with(const char* name, const char* prefix) {
-    for (; *prefix; ++name, ++prefix)
-        if (lower(*name) != *prefix)
-            return false;
-    return true;
 }
 
 struct Place {
@@ -87,13 +81,6 @@ void write_module_name(TextBuilder& text, const char* name) {
         text.character(static_cast<unsigned char>(*name) < 0x20 ? '?' : lower(*name));
 }
 
-void write_short(TextBuilder& text, uint32_t value) {
-    int digits = 1;
-    while (digits < 8 && value >> (digits * 4))
-        ++digits;
-    text.hex(value, digits);
-}
-
 void write_identity(TextBuilder& text, const Place& place) {
     text.character('@');
     if (place.image && place.image->pdb.key[0]) {
@@ -101,14 +88,14 @@ void write_identity(TextBuilder& text, const Place& place) {
         return;
     }
     text.hex(place.image ? place.image->time_stamp : place.gone->time_stamp);
-    write_short(text, place.image ? place.image->size : place.gone->size);
+    text.least_hex(place.image ? place.image->size : place.gone->size);
 }
 
 } // namespace
 
 bool is_own(const Module& module) {
     for (const char* runtime : kRuntimes)
-        if (begins_with(module.name, runtime))
+        if (gen::begins_ignoring_case(module.name, runtime))
             return false;
     return !module.of_system;
 }
@@ -127,7 +114,7 @@ void write_signature(TextBuilder& text, const FaultFacts& facts, const ModuleTab
         if (!own)
             continue;
         write_identity(text, place);
-        write_short(text.character('+'), static_cast<uint32_t>(place.line->pc - place.base));
+        text.character('+').least_hex(static_cast<uint32_t>(place.line->pc - place.base));
     }
     if (!named)
         return;
@@ -139,7 +126,7 @@ void write_signature(TextBuilder& text, const FaultFacts& facts, const ModuleTab
         if (function[0])
             text.character('!').name(function, kMostName);
         else if (own)
-            write_short(text.character('+'), static_cast<uint32_t>(place.line->pc - place.base));
+            text.character('+').least_hex(static_cast<uint32_t>(place.line->pc - place.base));
     }
 }
 
