@@ -116,7 +116,7 @@ def serve(line, log):
         stack.callback(stop, process)
 
         def address():
-            found = re.search(r"http://127[.\d]+:\d+/", log.read_text("utf-8", "replace"))
+            found = re.search(r"http://127[.\d]+:\d+", log.read_text("utf-8", "replace"))
             return found[0] if found else process.poll() is not None and "nowhere"
 
         try:
