@@ -33,10 +33,17 @@ def fences(root, document):
 
 
 def broken_links(root, documents):
-    """The links to other files of the same tree that lead nowhere, as "document: target"."""
+    """The links to other files of the same tree, and to headings, that lead nowhere, as "document: target"."""
     found = []
     for document in documents:
-        for target in re.findall(r"\]\((?!https?:|#)([^)#]+)", document.read_text("utf-8")):
-            if not (document.parent / target).exists():
-                found.append(f"{document.relative_to(root)}: {target}")
+        for target, _, anchor in re.findall(r"\]\((?!https?:)([^)#]*)(#([^)]+))?\)", document.read_text("utf-8")):
+            path = document.parent / target if target else document
+            if not path.exists() or (anchor and anchor not in anchors(path)):
+                found.append(f"{document.relative_to(root)}: {target}#{anchor}".rstrip("#"))
     return found
+
+
+def anchors(document):
+    """What links to the headings of a document end with."""
+    headings = re.findall(r"^#+ (.*)", document.read_text("utf-8"), re.MULTILINE)
+    return {re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings}
