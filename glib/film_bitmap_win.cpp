@@ -46,6 +46,7 @@ bool read_rows(HBITMAP bitmap, BitmapRows& rows) {
            GetDIBits(dc.get(), bitmap, 0, rows.height, rows.pixels.data(), info, DIB_RGB_COLORS) != 0;
 }
 
+// GDI uses three of the four bytes and leaves anything in the last.
 void make_opaque(Raster& raster) {
     for (uint32_t y = 0; y < raster.height(); ++y) {
         uint8_t* pixel = raster.row(y);

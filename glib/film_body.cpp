@@ -116,6 +116,7 @@ ResultCode FilmBody::adopt(ImageDataExchange& image, const LoadRequest& request)
         SetCurrentPage(0);
         return RCOK;
     }
+    // From here on nothing fails.
     m_pages.grow(m_pages.size() + fresh.size());
     while (!fresh.empty())
         m_pages.add(fresh.detach(0));
@@ -135,6 +136,7 @@ ResultCode FilmBody::Load(FilterManager& manager, VStream& stream, const LoadReq
     ImageDataExchange image(this);
     m_module_step = "load...";
     ResultCode code = load_exchange(manager, stream, request, format, image);
+    // What could be saved of a damaged file is a picture only to whoever said so before.
     if (code == OKAF && !request.tolerant)
         code = BADI;
     if (!succeeded(code))

@@ -51,6 +51,7 @@ void Film::Reset() {
 
 void Film::RemovePage(unsigned index) {
     m_body->pages().remove(index);
+    // The current page stays the same one; where it goes itself, the next one takes its place, or the last.
     const int32_t current = m_body->current_page(), last = static_cast<int32_t>(PageCount()) - 1;
     if (current > last || current > static_cast<int32_t>(index))
         m_body->SetCurrentPage(current - 1);

@@ -26,6 +26,7 @@ bool bind_gdiplus() {
         library.reset(LoadLibraryA("gdiplus.dll"));
     if (!library)
         return false;
+    // Made apart, so that no caller finds a part of it.
     GdiplusApi api = {};
     bool complete = true;
     const auto bind = [&]<typename Function>(Function*& function, const char* name) {

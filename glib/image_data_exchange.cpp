@@ -12,6 +12,7 @@ namespace glib {
 IDEPage* ImageDataExchange::AddPage(uint32_t width, uint32_t height, uint32_t bits_per_pixel) {
     if (pages.size() >= GLIB_MAX_PAGES)
         return nullptr;
+    // Each factor is looked at beside the product, which only they keep from wrapping around.
     const uint64_t more = row_length(bits_per_pixel, width) * height;
     if (width > GLIB_MAX_PAGE_SIDE || height > GLIB_MAX_PAGE_SIDE || bits_per_pixel > 32 ||
         more > GLIB_MAX_PAGE_BYTES - bytes)

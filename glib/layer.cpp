@@ -13,6 +13,7 @@ namespace {
 
 // Mixes a picture row by row into the part of the page that it covers.
 void blend_picture(BlendMode mode, const Canvas& picture, Canvas& page, int32_t left, int32_t top) {
+    // In 64 bits, as a layer may lie anywhere outside the page.
     const int64_t from_x = left < 0 ? -static_cast<int64_t>(left) : 0;
     const int64_t from_y = top < 0 ? -static_cast<int64_t>(top) : 0;
     int64_t to_x = static_cast<int64_t>(page.width()) - left;

@@ -178,6 +178,7 @@ uint64_t VMemStream::copy_in(const uint8_t* bytes, uint64_t count, uint64_t limi
 
 bool VMemStream::grow_to(uint64_t capacity) {
     void* grown = nullptr;
+    // Sizes have 64 bits also where blocks of memory have 32: a hostile one must not come out small.
     if (capacity > m_capacity && capacity <= PTRDIFF_MAX) {
         const size_t bytes = static_cast<size_t>(capacity);
         if (m_callbacks.reallocate) {
@@ -236,6 +237,7 @@ unsigned VMemStream::WriteFormat(const char* format, ...) {
     va_start(arguments, format);
     const int formatted = gen::bounded_format(text, sizeof(text) - 1, format, arguments);
     va_end(arguments);
+    // A longer text is cut: its beginning fills the buffer up to the last byte, which is zero.
     const size_t length = formatted < 0 ? strlen(text) : static_cast<size_t>(formatted);
     return Write(text, static_cast<uint32_t>(length), 1);
 }

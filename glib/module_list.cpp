@@ -42,11 +42,11 @@ void ModuleList::add_name(const char* name, size_t length) {
     static const char kExtension[] = ".dll";
     char** names = static_cast<char**>(realloc(static_cast<void*>(m_names), (m_count + 1) * sizeof(char*)));
     if (!names)
-        throw gen::genlib_out_of_memory();
+        gen::throw_out_of_memory();
     m_names = names;
     char* copy = static_cast<char*>(malloc(length + sizeof(kExtension)));
     if (!copy)
-        throw gen::genlib_out_of_memory();
+        gen::throw_out_of_memory();
     memcpy(copy, name, length);
     copy[length] = 0;
     if (!memchr(name, '.', length))

@@ -109,6 +109,7 @@ void Raster::ReadRow(uint32_t y, RGB32* out) const {
         const uint32_t mask = m_palette.size() - 1;
         const RGB32* colours = m_palette.data();
         for (uint32_t x = 0; x < m_width; ++x) {
+            // The leftmost pixel of a byte is in its highest bits.
             const uint32_t shift = 8 - m_bits_per_pixel * (x % per_byte + 1);
             const uint32_t index = source[x / per_byte] >> shift & mask;
             out[x] = colours[index];

@@ -50,6 +50,7 @@ void Slide::AddLayer(Layer* layer) {
     gen::Owner<Layer> owner(layer);
     layer->name.format("Layer %d", static_cast<int>(m_layers.size()) + 1);
     m_layers.add(gen::move(owner));
+    // The first layer gives the page its size.
     if (!m_width && !m_height)
         SetSize(layer->width(), layer->height());
 }

@@ -39,6 +39,6 @@ BOOL CFileException::GetErrorMessage(LPSTR lpszError, UINT nMaxError, UINT* pnHe
 void AfxThrowFileException(LONG lOsError) {
     CFileException* const exception = new (std::nothrow) CFileException(lOsError);
     if (!exception)
-        throw gen::genlib_out_of_memory();
+        gen::throw_out_of_memory();
     throw exception;
 }

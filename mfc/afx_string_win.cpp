@@ -10,7 +10,6 @@
 
 namespace {
 
-// Every empty string points here; it is never counted and never freed.
 struct EmptyBlock {
     CStringData header;
     char nul;
@@ -23,10 +22,10 @@ LPSTR empty_text() {
 
 CStringData* allocate(int length) {
     if (length < 0 || length > INT_MAX - static_cast<int>(sizeof(CStringData)) - 1)
-        throw gen::genlib_out_of_memory();
+        gen::throw_out_of_memory();
     CStringData* const block = static_cast<CStringData*>(malloc(sizeof(CStringData) + length + 1));
     if (!block)
-        throw gen::genlib_out_of_memory();
+        gen::throw_out_of_memory();
     block->nRefs = 1;
     block->nDataLength = length;
     block->nAllocLength = length;
@@ -83,7 +82,7 @@ void CString::append(LPCSTR text, int length) {
         return;
     const int old_length = GetLength();
     if (length > INT_MAX - old_length)
-        throw gen::genlib_out_of_memory();
+        gen::throw_out_of_memory();
     // The old block lives until the new one is full: the text may be a part of it.
     CStringData* const block = allocate(old_length + length);
     memcpy(block->data(), m_pch_data, old_length);

@@ -62,10 +62,10 @@ private:
 
     void reallocate(INT_PTR capacity) {
         if (static_cast<size_t>(capacity) > (INTPTR_MAX - size_t{64}) / sizeof(TYPE))
-            throw gen::genlib_out_of_memory();
+            gen::throw_out_of_memory();
         TYPE* const data = new (std::nothrow) TYPE[capacity];
         if (!data)
-            throw gen::genlib_out_of_memory();
+            gen::throw_out_of_memory();
         try {
             for (INT_PTR i = 0; i < m_n_size; ++i)
                 data[i] = static_cast<TYPE&&>(m_p_data[i]);

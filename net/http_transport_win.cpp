@@ -29,9 +29,8 @@ void copy_text(char* to, const char* text, DWORD length) {
 CHttpTransport::CHttpTransport(const char* agent, DWORD access)
     : m_headers("Content-Type: application/x-www-form-urlencoded") {
     m_session = InternetHandle(InternetOpenA(agent, access, nullptr, nullptr, 0));
-    if (!m_session) {
+    if (!m_session)
         Fail(GetLastError());
-    }
 }
 
 CHttpTransport::~CHttpTransport() {
@@ -51,9 +50,8 @@ const char* CHttpTransport::Request(const char* url, bool post, const void* body
         Fail(kNoUrl);
         return nullptr;
     }
-    if (!(post ? Post(url, kByPort, body, length) : Get(url, 0))) {
+    if (!(post ? Post(url, kByPort, body, length) : Get(url, 0)))
         return nullptr;
-    }
     return ReadAnswer();
 }
 
@@ -75,14 +73,14 @@ bool CHttpTransport::Get(const char* url, DWORD flags) {
     return m_request || Fail(GetLastError());
 }
 
+// By hand, with a GET for each: WinINet is told to follow none (kStrictFlags), so that every URL is looked at first.
 bool CHttpTransport::FollowRedirects(CStdString url) {
     for (int left = 5;; --left) {
         DWORD status = 0;
         DWORD size = sizeof status;
         HttpQueryInfoA(m_request.get(), HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &status, &size, nullptr);
-        if (status / 100 != 3) {
+        if (status / 100 != 3)
             return true;
-        }
         CStdString location, next;
         size = INTERNET_MAX_URL_LENGTH;
         char* const place = location.get_buffer(size);
@@ -90,13 +88,11 @@ bool CHttpTransport::FollowRedirects(CStdString url) {
         const bool told = HttpQueryInfoA(m_request.get(), HTTP_QUERY_LOCATION, place, &size, nullptr) &&
                           InternetCombineUrlA(url.c_str(), place, next.get_buffer(next_size), &next_size, 0);
         next.release_buffer();
-        if (!told || left == 0 || !destination_of(next.c_str(), false).secure) {
+        if (!told || left == 0 || !destination_of(next.c_str(), false).secure)
             return Fail(ERROR_HTTP_REDIRECT_FAILED);
-        }
         url = next;
-        if (!Get(url.c_str(), kStrictFlags)) {
+        if (!Get(url.c_str(), kStrictFlags))
             return false;
-        }
     }
 }
 
@@ -106,15 +102,13 @@ bool CHttpTransport::Post(const char* url, DWORD flags, const void* body, DWORD 
     parts.dwStructSize = sizeof parts;
     parts.dwHostNameLength = 1;
     parts.dwUrlPathLength = 1;
-    if (!InternetCrackUrlA(url, 0, 0, &parts)) {
+    if (!InternetCrackUrlA(url, 0, 0, &parts))
         return Fail(GetLastError());
-    }
     m_connection.reset(); // Kept: before its request, which goes with it; that one's own closing then finds nothing.
     const size_t host_size = parts.dwHostNameLength + size_t{1};
     const win::Block host_and_path(malloc(host_size + parts.dwUrlPathLength + 1));
-    if (!host_and_path) {
+    if (!host_and_path)
         return Fail(ERROR_NOT_ENOUGH_MEMORY);
-    }
     char* const host = static_cast<char*>(host_and_path.get());
     char* const path = host + host_size;
     copy_text(host, parts.lpszHostName, parts.dwHostNameLength);
@@ -123,28 +117,22 @@ bool CHttpTransport::Post(const char* url, DWORD flags, const void* body, DWORD 
 
     m_connection = InternetHandle(InternetConnectA(m_session.get(), host, parts.nPort, "", "", INTERNET_SERVICE_HTTP,
                                                    INTERNET_FLAG_NO_CACHE_WRITE, 0));
-    if (!m_connection) {
+    if (!m_connection)
         return Fail(GetLastError());
-    }
     const char* accept[] = {"*/*", nullptr};
-    if (flags == kByPort) {
+    if (flags == kByPort)
         flags = parts.nPort == INTERNET_DEFAULT_HTTP_PORT ? kClearFlags : kSecureFlags;
-    }
     m_request = InternetHandle(HttpOpenRequestA(m_connection.get(), "POST", path, nullptr, nullptr, accept, flags, 0));
-    if (!m_request) {
+    if (!m_request)
         return Fail(GetLastError());
-    }
-    if (length == kTextLength) {
+    if (length == kTextLength)
         length = body ? static_cast<DWORD>(strlen(static_cast<const char*>(body))) : 0;
-    }
     // Much of the body may still be on its way when it counts as sent: so much longer the server has time at 8 KB/s.
     SetReceiveTimeout(kAnswerTime + length / 8);
-    if (watcher) {
+    if (watcher)
         return SendInBlocks(static_cast<const char*>(body), length, *watcher) || Fail(GetLastError());
-    }
-    if (!HttpSendRequestA(m_request.get(), m_headers.c_str(), m_headers.length(), const_cast<void*>(body), length)) {
+    if (!HttpSendRequestA(m_request.get(), m_headers.c_str(), m_headers.length(), const_cast<void*>(body), length))
         return Fail(GetLastError());
-    }
     return true;
 }
 
@@ -154,9 +142,8 @@ bool CHttpTransport::SendInBlocks(const char* body, DWORD length, UploadWatcher&
     start.lpcszHeader = m_headers.c_str();
     start.dwHeadersLength = m_headers.length();
     start.dwBufferTotal = length;
-    if (!HttpSendRequestExA(m_request.get(), &start, nullptr, 0, 0)) {
+    if (!HttpSendRequestExA(m_request.get(), &start, nullptr, 0, 0))
         return false;
-    }
     for (DWORD sent = 0, written; sent < length; sent += written) {
         written = 0;
         if (!InternetWriteFile(m_request.get(), body + sent, length - sent < kBlock ? length - sent : kBlock,
@@ -164,9 +151,8 @@ bool CHttpTransport::SendInBlocks(const char* body, DWORD length, UploadWatcher&
             written == 0) {
             return false;
         }
-        if (!watcher.goes_on(watcher, sent + written, length)) {
+        if (!watcher.goes_on(watcher, sent + written, length))
             return false;
-        }
     }
     return HttpEndRequestA(m_request.get(), nullptr, 0, 0);
 }
@@ -194,9 +180,8 @@ const char* CHttpTransport::ReadAnswer() {
         m_answer[length + got] = 0;
         length += strlen(m_answer + length); // the next chunk goes where this one ends as a text
         total += got;
-        if (got < kChunk) {
+        if (got < kChunk)
             return m_answer;
-        }
         if (capacity < total + kChunk + 1) {
             // Doubled, so that an answer of many chunks is not moved for each of them; else by what one chunk needs.
             capacity *= 2;
@@ -205,9 +190,8 @@ const char* CHttpTransport::ReadAnswer() {
                 capacity = total + kChunk + 1;
                 grown = static_cast<char*>(realloc(m_answer, capacity));
             }
-            if (!grown) {
+            if (!grown)
                 return m_answer;
-            }
             m_answer = grown;
         }
     }
@@ -219,21 +203,17 @@ DWORD CHttpTransport::ReadChunk(char* chunk, DWORD size, DWORD start) {
     DWORD filled = 0;
     while (filled < size) {
         const DWORD passed = GetTickCount() - start;
-        if (passed >= kAnswerTime) {
+        if (passed >= kAnswerTime)
             break;
-        }
         SetReceiveTimeout(kAnswerTime - passed);
         DWORD available = 0;
-        if (!InternetQueryDataAvailable(m_request.get(), &available, 0, 0)) {
+        if (!InternetQueryDataAvailable(m_request.get(), &available, 0, 0))
             break;
-        }
         DWORD got = 0;
-        if (available > size - filled) {
+        if (available > size - filled)
             available = size - filled;
-        }
-        if (!InternetReadFile(m_request.get(), chunk + filled, available, &got) || got == 0) {
+        if (!InternetReadFile(m_request.get(), chunk + filled, available, &got) || got == 0)
             break;
-        }
         filled += got;
     }
     return filled;

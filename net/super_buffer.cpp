@@ -17,13 +17,11 @@ void CSuperBuffer::Piece::SetText(const char* text) noexcept {
 }
 
 void CSuperBuffer::Piece::SetFile(const char* path) {
-    if (!path || !*path || !m_file.Open(path)) {
+    if (!path || !*path || !m_file.Open(path))
         return;
-    }
     const int64_t size = m_file.Length();
-    if (size > INT_MAX) {
+    if (size > INT_MAX)
         gen::throw_out_of_memory();
-    }
     m_size = size > 0 ? static_cast<unsigned>(size) : 0;
 }
 
@@ -35,9 +33,8 @@ unsigned CSuperBuffer::Piece::CopyTo(char* to) const {
     unsigned done = 0;
     while (done < m_size) {
         const unsigned got = m_file.Read(to + done, m_size - done);
-        if (got == 0) {
+        if (got == 0)
             break;
-        }
         done += got;
     }
     return done;
@@ -65,27 +62,21 @@ void CSuperBuffer::AppendFile(const char* path) {
 void CSuperBuffer::Append(const Piece* pieces, unsigned count) {
     unsigned capacity = m_length;
     for (unsigned i = 0; i < count; ++i) {
-        if (pieces[i].GetSize() > INT_MAX - capacity) {
+        if (pieces[i].GetSize() > INT_MAX - capacity)
             gen::throw_out_of_memory();
-        }
         capacity += pieces[i].GetSize();
     }
-    if (capacity == m_length) {
+    if (capacity == m_length)
         return;
-    }
     char* const block = static_cast<char*>(malloc(capacity));
-    if (!block) {
+    if (!block)
         gen::throw_out_of_memory();
-    }
     unsigned length = m_length;
-    if (length) {
+    if (length)
         memcpy(block, m_data, length);
-    }
-    for (unsigned i = 0; i < count; ++i) {
-        if (pieces[i].GetSize()) {
+    for (unsigned i = 0; i < count; ++i)
+        if (pieces[i].GetSize())
             length += pieces[i].CopyTo(block + length);
-        }
-    }
     free(m_data);
     m_data = block;
     m_length = length;

@@ -87,6 +87,7 @@ void Listing::Read(Limits limits) {
         Look(found);
     while (FindNextFileW(search.get(), &found));
 
+    // They are sorted, so those that don't stay are at the end.
     unsigned staying = 0;
     while (staying < m_count && limits.Stays(m_reports[staying].time, m_reports[staying].size))
         ++staying;
@@ -167,6 +168,7 @@ bool KeptReport::Keep(const wchar_t* folder, const Destination& to, const void* 
     const Path unfinished(folder, header.time, number, kUnfinished + 1);
     const Path finished(folder, header.time, number, L"unsent");
     const unsigned size = format_header(data, header);
+    // Shared for its renaming and deletion alone: to other processes it is held, until this one lets it go or ends.
     win::FileHandle file(CreateFileW(unfinished.text, GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_NEW,
                                      FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
@@ -202,6 +204,7 @@ void KeptReport::DropOlder(const wchar_t* folder) {
 }
 
 bool send_all(const wchar_t* folder, Sender sender, int (&counts)[kOutcomes]) {
+    // Deleted with its handle, also where the process is killed: no lock outlasts whoever holds it.
     const win::FileHandle lock(CreateFileW(Path(folder, kLock).text, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
                                            FILE_FLAG_DELETE_ON_CLOSE, nullptr));
     if (!lock)

@@ -43,6 +43,7 @@ void ProgressBar::Begin(HWND dialog) {
 }
 
 void ProgressBar::End(HWND dialog, LONG text_bottom) {
+    // The window before the DLL that has its code.
     DestroyWindow(m_bar);
     FreeLibrary(m_controls);
     end_text_at(dialog, text_bottom);

@@ -68,6 +68,7 @@ void CProcessorInfo::ReadStandardFeatures(const CpuidRegisters& leaf1) {
     m_signature.extended_family = sysinfo::bit_field(leaf1.eax, 20, 8);
 
     m_standard_features = leaf1.edx;
+    // By the numbers that the processor makers' manuals give to the bits of leaf 1's EDX.
     SetFeature(kLocalApic, leaf1.edx, 9);
     SetFeature(kMtrr, leaf1.edx, 12);
     SetFeature(kCmov, leaf1.edx, 15);
@@ -96,6 +97,7 @@ void CProcessorInfo::ReadBrand(CpuidSource& cpuid) {
 }
 
 void CProcessorInfo::ReadExtendedFeatures(uint32_t bits) {
+    // By those of leaf 0x80000001's EDX; which bit stands for the larger MMX is each maker's own.
     SetFeature(kMultiprocessor, bits, 19);
     SetFeature(kAmdMmx, bits, 22);
     SetFeature(k3DNowPlus, bits, 30);
@@ -115,6 +117,7 @@ void CProcessorInfo::ReadName() {
 
 void CProcessorInfo::ReadSerialNumber(CpuidSource& cpuid, uint32_t signature) {
     const CpuidRegisters leaf = cpuid.read(3, 0);
+    // It has 96 bits: the upper 32 are the signature, the others come from leaf 3.
     unsigned bytes[12];
     const uint32_t words[] = {signature, leaf.edx, leaf.ecx};
     for (int i = 0; i < 12; ++i)

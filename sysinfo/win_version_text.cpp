@@ -27,6 +27,7 @@ private:
     CStdString m_text;
 };
 
+// Those from 5.1 on have their names from their editions.
 void add_nt_name(const WinVersion& version, Spelling& text) {
     if (version.major < 5)
         text.add("Microsoft Windows NT ", "WinNT_");
@@ -105,6 +106,7 @@ void add_build(const WinVersion& version, Spelling& text) {
     else if (version.major > 4)
         piece.format("%s (Build %d)\n", version.service_pack, build);
     else
+        // The name has no number of its own up to NT 4.
         piece.format("version %d.%d %s (Build %d)\n", static_cast<int>(version.major), static_cast<int>(version.minor),
                      version.service_pack, build);
     text.add(piece);

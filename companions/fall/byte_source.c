@@ -28,6 +28,8 @@ void rewind_source(ByteSource* source) {
     source->last_byte = 0;
 }
 
+/* FF DA begins a pass. Other parts of a file may hold these bytes as well, an embedded preview does: hence a limit
+ * far above what pictures need. */
 static void count_passes(ByteSource* source) {
     uint8_t before = source->last_byte;
     for (uint32_t i = 0; i < source->count; ++i) {

@@ -74,6 +74,7 @@ void* resize_memory(void* memory, size_t bytes) {
         give_up(OMEM);
     if (block)
         unlink_block(block);
+    /* Out of the list meanwhile: its neighbours would go on pointing to the place that it leaves. */
     moved = (Block*)operation_realloc(block, sizeof(Block) + bytes);
     if (!moved) {
         if (block)

@@ -42,6 +42,7 @@ Outcome run_on_large_stack(void (*work)(void*), void* data, unsigned timeout) {
         work(data);
         return Outcome::kDone;
     }
+    // A second thread would wait for what the first one holds.
     if (abandoned)
         return Outcome::kNoThread;
     current = {work, data};

@@ -26,6 +26,7 @@ void vertical_bytes(const VerticalRun& run, float* samples) {
         int32_t sums[kColumns] = {};
         const int16_t* weight = static_cast<const int16_t*>(sum.weights);
         const uint8_t* row = run.rows + static_cast<ptrdiff_t>(sum.first) * run.stride + at;
+        // Two rows at a time: the weights come in pairs, as the vector versions multiply them.
         for (unsigned k = 0; k < sum.count; k += 2, weight += 2 * PairWeights::kCopies, row += 2 * run.stride) {
             const uint8_t* next = row + run.stride;
             const int row_weight = weight[0], next_weight = weight[1];
@@ -90,6 +91,7 @@ void horizontal_weighted(const HorizontalRun& run, uint8_t* const* rows) {
 }
 
 bool opaque(const uint8_t* row, size_t pixels) {
+    // Without a branch for each pixel: nearly every row is read to its end.
     unsigned all = 0xFF;
     for (size_t x = 0; x < pixels; ++x)
         all &= row[4 * x + 3];

@@ -20,7 +20,7 @@ constexpr uint32_t kMostSections = 96; // the loader's own limit
 constexpr uint32_t kDebugEntrySize = 28, kCodeView = 2, kMostDebugEntries = 32;
 constexpr uint32_t kRsds = 0x53445352, kNb10 = 0x3031424E;
 
-// Address of "PE\0\0", as counted from base; false when there is none.
+// Address of "PE\0\0", as counted from base; false when there is none, or further off than any linker puts it.
 bool find_signature(Memory& memory, Address base, uint32_t* offset) {
     uint16_t dos = 0;
     uint32_t signature = 0;
@@ -49,6 +49,7 @@ void keep_file_name(Memory& memory, Address address, uint32_t size, PdbIdentity*
     char path[260];
     memory.read_text(address, path, size < sizeof path ? size : sizeof path);
     const char* name = path;
+    // Linkers write the path as they were given it, with separators of either kind.
     for (const char* at = path; *at; ++at)
         if (*at == '\\' || *at == '/')
             name = at + 1;

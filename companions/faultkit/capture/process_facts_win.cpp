@@ -25,7 +25,8 @@ bool ask_time(ProcessFacts* facts) {
     if (FileTimeToLocalFileTime(&utc, &local)) {
         const int64_t ahead = static_cast<int64_t>(
             (static_cast<uint64_t>(local.dwHighDateTime) << 32 | local.dwLowDateTime) - facts->time);
-        facts->zone = static_cast<int32_t>(ahead / 600000000);
+        constexpr int64_t kMinute = 600000000; // units of 100 ns
+        facts->zone = static_cast<int32_t>(ahead / kMinute);
     }
     return true;
 }
@@ -41,6 +42,7 @@ bool ask_uptime(ProcessFacts* facts) {
 }
 
 bool ask_windows(ProcessFacts* facts) {
+    // Not GetVersionEx, which tells a program without a manifest that it runs on an older system.
     auto* get = win::function_of_ntdll<LONG NTAPI(OSVERSIONINFOW*)>("RtlGetVersion");
     OSVERSIONINFOW version = {};
     version.dwOSVersionInfoSize = sizeof version;
@@ -65,6 +67,7 @@ bool ask_language(ProcessFacts* facts) {
 }
 
 bool ask_elevation(ProcessFacts* facts) {
+    // By functions of ntdll.dll: advapi32.dll may have to be loaded first, and the loader's lock may be held for ever.
     constexpr ULONG kTokenQuery = 8, kTokenElevation = 20;
     auto* open = win::function_of_ntdll<LONG NTAPI(HANDLE, ULONG, HANDLE*)>("NtOpenProcessToken");
     auto* query = win::function_of_ntdll<LONG NTAPI(HANDLE, ULONG, void*, ULONG, ULONG*)>("NtQueryInformationToken");

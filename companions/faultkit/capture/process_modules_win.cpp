@@ -100,6 +100,7 @@ void list_process_modules(Memory& memory, ModuleTable* modules, AddressSpace* sp
             space->largest = region.RegionSize > space->largest ? region.RegionSize : space->largest;
         }
         const Address next = reinterpret_cast<Address>(region.BaseAddress) + region.RegionSize;
+        // The last region ends where addresses begin anew.
         if (next <= at)
             break;
         at = next;

@@ -58,6 +58,7 @@ bool Snapshot::take(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, c
     return true;
 }
 
+// Pointers may lie at the same place for another fault: record and context decide.
 bool Snapshot::is_of(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers) {
     memory.forget();
     return m_pointers == pointers && m_facts.thread == GetCurrentThreadId() && m_later.read(memory, pointers) &&
@@ -122,6 +123,7 @@ void Snapshot::gather_thrown(Memory& memory) {
 
 void Snapshot::gather_invalid_parameter(Memory& memory) {
     for (unsigned i = 0; i < 3; ++i) {
+        // Letter by letter: the text may end where its memory does.
         uint16_t text[sizeof m_facts.invalid[0] - 1];
         unsigned length = 0;
         while (m_facts.parameters[i] && length < sizeof text / sizeof *text &&

@@ -73,6 +73,8 @@ void list_unloaded_modules(Memory& memory, const OwnUnloads& own, ModuleTable* m
     const UnloadRecord record = open_unload_record(memory);
     const uint32_t next = next_unload_sequence(memory);
     UnloadEvent event;
+    // The record is a ring that may begin anywhere: each number is looked for, so that modules come in the order in
+    // which they went.
     for (uint32_t back = next < kMostEvents ? next : kMostEvents; back > 0; --back)
         for (uint32_t i = 0; record.read(i, &event); ++i) {
             if (event.sequence != next - back || own.contains(event.sequence))

@@ -1,3 +1,7 @@
+// A report is made in this order: the exception pointers are copied, the system is asked, symbols are read and the
+// stack is walked, and only then is text written. What is cheap and certain comes before what may hang or fault, and
+// each of these has a guard of its own, so that one that fails leaves the others.
+//
 // The trace is walked along with the reason, as both need the same symbols: then it is ahead, and is handed out if it
 // is asked for next.
 #include "companions/faultkit/describe/description.h"
@@ -41,6 +45,7 @@ void Description::work_with_symbols(void* data) {
                          [&] { work.walk.walk(memory, *work.snapshot, &session); });
     work.trouble = session.fault().code ? kLibraryFaulted : opened ? nullptr : kNoLibrary;
     work.self->tell(work.purpose, &session, work.places[0], work.with_walk ? &work.walk.trace() : nullptr);
+    // What the loader notes from here on is the debugging library, and what that has loaded: nothing of the host's.
     const uint32_t unloads_before = next_unload_sequence(memory);
     session.close();
     work.own_unloads.add(unloads_before, next_unload_sequence(memory));
@@ -64,6 +69,7 @@ void Description::tell(Purpose purpose, SymbolSession* session, const SourcePlac
 const SourcePlace& Description::look_up(Purpose purpose, bool with_walk) {
     static const SourcePlace kUnknown = {};
     m_symbol_note = {kNoStack, {}};
+    // A thread that was given up may still write to the work's data: nothing of it is read again.
     Outcome outcome = Outcome::kAbandoned;
     if (!was_abandoned()) {
         m_work.snapshot = &m_snapshot;
@@ -77,6 +83,7 @@ const SourcePlace& Description::look_up(Purpose purpose, bool with_walk) {
         m_symbol_note = {m_work.trouble, m_work.session.fault()};
     if (with_walk)
         begin_trace(done);
+    // The other threads, and the file, are told of all the same, without names.
     if (outcome == Outcome::kNoThread)
         tell(purpose, nullptr, kUnknown, with_walk ? &m_trace.trace() : nullptr);
     return done ? m_work.places[0] : kUnknown;
@@ -87,6 +94,7 @@ void Description::begin_trace(bool with_symbols) {
     if (with_symbols)
         walking = m_work.walking;
     else
+        // Here, on what stack there is: the walker needs little, the debugging library is what needs more.
         win::run_guarded(win::swallow_and_note(&walking), [&] { m_plain_walk.walk(memory, m_snapshot, nullptr); });
     m_trace.begin((with_symbols ? m_work.walk : m_plain_walk).trace());
     if (m_symbol_note.text)
@@ -97,7 +105,6 @@ void Description::begin_trace(bool with_symbols) {
         m_trace.add_note({kWalkFaulted, walking});
 }
 
-// Under guards of their own, so that one that faults leaves the others.
 void Description::gather() {
     m_words.value_count = m_words.note_count = m_words.notes_before = 0;
     win::run_guarded(win::kSwallowAll, [&] { m_words.take(); });
@@ -204,7 +211,9 @@ void Description::write_in_full(SymbolSession* session, const SourcePlace& place
     write_notes(text, m_words.notes, m_words.note_count, m_words.notes_before, m_process.time, kAll);
     out.flush();
     list_modules(text, facts, modules, 0);
-    m_symbol_note = {m_work.trouble, m_work.session.fault()};
+    // Of symbols that are at hand look_up() notes this only when the work is done, and the file is written before.
+    if (session)
+        m_symbol_note = {m_work.trouble, m_work.session.fault()};
     write_last_notes(text);
     text.text("\n\nStack Trace:\n");
     win::run_guarded(win::kSwallowAll, [&] { write_fault_stack(scene); });

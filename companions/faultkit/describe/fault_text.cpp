@@ -78,6 +78,7 @@ void describe_exception(TextBuilder& text, const FaultFacts& facts) {
     describe_invalid_parameter(text, facts);
     if (!entry && facts.parameter_count)
         text.text(", parameters");
+    // What a code means that nobody knows here may be in its parameters.
     for (uint32_t i = 0; !entry && i < facts.parameter_count && i < 4; ++i)
         text.character(' ').address(facts.parameters[i]);
 }
@@ -95,6 +96,7 @@ void write_float_state(TextBuilder& text, const FaultFacts& facts, const ModuleT
         text.text("\nMXCSR ").hex(state.mxcsr);
 }
 
+// Whether two file names differ in nothing but extension and case.
 bool same_stem(const char* a, const char* b) {
     for (;; ++a, ++b) {
         const bool a_ends = !*a || *a == '.', b_ends = !*b || *b == '.';
@@ -170,6 +172,7 @@ void describe_fault(TextBuilder& text, const FaultFacts& facts, const SourcePlac
     }
 }
 
+// Written and taken back: a line's length depends on names, versions and identities.
 unsigned length_of_own_modules(TextBuilder& text, const FaultFacts& facts, const ModuleTable& modules) {
     const unsigned mark = text.length();
     text.text(kModulesHeading);

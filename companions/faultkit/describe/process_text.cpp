@@ -21,8 +21,10 @@ void write_date(TextBuilder& text, uint32_t days) {
     constexpr uint32_t kDaysOfCycle = 146097, kMarch = 306; // days from March 1600 to January 1601
     days += kMarch;
     const uint32_t cycle = days / kDaysOfCycle, of_cycle = days % kDaysOfCycle;
+    // Takes out the leap days before: one in four years, but for three centuries of the four.
     const uint32_t year = (of_cycle - of_cycle / 1460 + of_cycle / 36524 - of_cycle / 146096) / 365;
     const uint32_t of_year = of_cycle - (365 * year + year / 4 - year / 100);
+    // From March on every five months have 153 days, which this spreads over them as the calendar does.
     const uint32_t month = (5 * of_year + 2) / 153, day = of_year - (153 * month + 2) / 5 + 1;
     text.decimal(1600 + cycle * 400 + year + (month >= 10 ? 1 : 0)).character('-');
     text.padded(month < 10 ? month + 3 : month - 9, 2).character('-').padded(day, 2).character(' ');

@@ -61,6 +61,7 @@ public:
     bool add(const Frame& frame) override {
         brief_frames[m_count++] = frame;
         const Module* const module = m_modules.find(frame.instruction());
+        // The system's frames on top only tell what the thread waits in: whose wait that is, is what helps.
         m_found = module && is_own(*module);
         return !m_found && m_count < kMostBrief;
     }
@@ -134,6 +135,7 @@ void write_other_threads(const StackScene& scene, unsigned count, bool brief, un
         else
             text.text(words_of(outcome));
         scene.out.line_ends();
+        // In brief a thread that doesn't fit is taken back and counted; a file takes all.
         fits = !brief || (!text.overflowed() && text.length() - start + kLastLine <= most);
         if (fits)
             ++shown;

@@ -50,6 +50,7 @@ bool TraceText::write_next_line(const ModuleTable& modules, unsigned options, Te
     const unsigned gap = m_trace->left_out ? 1 : 0, place_count = m_trace->count + gap;
     if (m_full || m_position >= place_count + m_note_count)
         return false;
+    // The gap has a place of its own among the lines.
     const unsigned at = m_position++;
     if (at >= place_count)
         write_note(text, modules, m_notes[at - place_count]);

@@ -1,3 +1,5 @@
+// One store of each kind, for as long as the library is loaded. Their lock sleeps by the system's clock, which is all
+// that they need of Windows.
 #include "companions/faultkit/notes/host_words.h"
 
 #include <windows.h>

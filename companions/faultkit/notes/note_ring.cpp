@@ -22,6 +22,8 @@ bool NoteRing::add(const char* text, unsigned length, uint32_t thread, uint64_t 
 }
 
 unsigned NoteRing::copy(FaultNote (&to)[kMostNotes], uint32_t* before, GiveWay give_way) {
+    // Read without the lock, too: a thread that was stopped while it held it never gives it back, and the marks of the
+    // slots tell which are whole.
     const bool locked = m_lock.acquire(give_way);
     const uint32_t count = __atomic_load_n(&m_count, __ATOMIC_ACQUIRE);
     *before = count > kMostNotes ? count - kMostNotes : 0;

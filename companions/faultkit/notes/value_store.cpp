@@ -44,6 +44,7 @@ bool ValueStore::set(const FaultValue& value, GiveWay give_way) {
 }
 
 unsigned ValueStore::copy(FaultValue (&to)[kMostValues], GiveWay give_way) {
+    // Read without the lock, too, as the notes are.
     const bool locked = m_lock.acquire(give_way);
     const unsigned count = __atomic_load_n(&m_count, __ATOMIC_ACQUIRE);
     unsigned copied = 0;

@@ -13,6 +13,7 @@ void walk_on(FrameWalker& walker, Frame frame, FrameSink& sink) {
     const DWORD begin = GetTickCount();
     unsigned rest = 0;
     for (bool more = true; more; ++rest) {
+        // A ring, as nobody knows which frames are the last before the end is reached.
         bottom[rest % Trace::kBottom] = frame;
         Frame caller;
         more = walker.find_caller(frame, &caller);

@@ -141,6 +141,7 @@ unsigned SymbolSession::find_inlined(Address address, SourcePlace* places, unsig
     if (!count ||
         !m_library.inline_query(m_session, address, INLINE_FRAME_CONTEXT_INIT, address, address, &context, &index))
         return 0;
+    // From the innermost on: the contexts of the functions around it have the numbers that follow.
     count = count < most ? count : most;
     for (unsigned i = 0; i < count; ++i) {
         DWORD64 displacement = 0;
