@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <afxcoll.h>
 #include <afxtempl.h>
 #include "base/std_string.h"
 
