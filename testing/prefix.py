@@ -17,6 +17,7 @@ from testing.processes import REPO, WaitTimeout, marked_processes, wait_until
 from testing.product import MACHINE
 
 COPIES = REPO / "build" / "test-prefixes"
+SERVER_IDLE_SECONDS = 300
 
 # Which of the machine's Wines all of this is about: "" for the first one, or "newer".
 WINE = os.environ.get("WENDAX_WINE", "")
@@ -139,6 +140,8 @@ def fresh_prefix(machine=MACHINE):
         _copy(project_prefix(machine), copy)
         prefix = Prefix(copy, private=True)
         try:
+            # It stays between the programs of a test: while a server ends, a program that starts has 5 s to wait for it.
+            prefix.server(f"-p{SERVER_IDLE_SECONDS}")
             yield prefix
         finally:
             prefix.kill()

@@ -13,6 +13,7 @@ from testing.wine import Wine
 
 # What tests leave to be looked at, of each machine and Wine apart.
 ARTIFACTS = REPO / "build" / f"test-artifacts{VARIANT}"
+OUTPUT_CHARACTERS = 4000
 
 
 class Stage(contextlib.ExitStack):
@@ -29,6 +30,7 @@ class Stage(contextlib.ExitStack):
     def __init__(self, artifacts):
         super().__init__()
         self.desktops = []
+        self._processes = []
         self.artifacts = pathlib.Path(artifacts)
         self._prefixes = {}
         shutil.rmtree(self.artifacts, ignore_errors=True)
@@ -53,13 +55,17 @@ class Stage(contextlib.ExitStack):
         start = wine.start
 
         def start_on_stage(*args, **options):
-            return self.enter_context(start(*args, **options))
+            self._processes.append(self.enter_context(start(*args, **options)))
+            return self._processes[-1]
 
         wine.start = start_on_stage
         return wine
 
-    def take_pictures(self):
-        """Keeps a picture of each desktop, of a failure."""
+    def show_failure(self):
+        """Keeps a picture of each desktop, and prints how the programs stand."""
+        for process in self._processes:
+            state = "running" if process.running() else f"ended with {process.returncode}"
+            print(f"{process.name}: {state}", process.output()[-OUTPUT_CHARACTERS:], sep="\n", file=sys.stderr)
         for number, desktop in enumerate(self.desktops, 1):
             with contextlib.suppress(Exception):  # The failure itself matters more.
                 print(

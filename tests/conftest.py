@@ -50,7 +50,7 @@ def pytest_runtest_makereport(item, call):
     if call.when in ("setup", "call") and outcome.get_result().failed:
         for node in item.listchain():
             if _STAGE in node.stash:
-                node.stash[_STAGE].take_pictures()
+                node.stash[_STAGE].show_failure()
 
 
 def pytest_sessionstart():

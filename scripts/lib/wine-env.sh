@@ -60,9 +60,7 @@ wine_use_program() {
     wine_program=$1
     wineserver_program=wineserver
     if [ "${1##*/}" = wine64 ] && [ -x "${1%/*}/wineserver64" ]; then
-        # Debian's wineserver is a script that has it end with the last program; starting it anew takes a second.
         wineserver_program=${1%/*}/wineserver64
-        export WINESERVER=$wineserver_program
     elif [ -x "${1%/*}/wineserver" ]; then
         wineserver_program=${1%/*}/wineserver
     fi
@@ -132,4 +130,13 @@ wine_match_display() {
         timeout --foreground 20 "$wineserver_program" -w >/dev/null 2>&1 </dev/null || :
         rm -f "$mark"
     fi
+}
+
+# wine_begin_server: begins the server of the prefix for 64-bit programs, if it isn't there. Left to themselves they
+# begin it by Debian's script, which has it end with the last program; while it ends nothing can connect, and a program
+# that starts then gives up after 5 s, which is too soon on a busy machine. Begun here it stays for 3 s, as for 32 bits.
+wine_begin_server() {
+    case $wineserver_program in
+        */wineserver64) "$wineserver_program" >/dev/null 2>&1 </dev/null || : ;; # one is there
+    esac
 }

@@ -53,6 +53,7 @@ class TestWineRun:
 class TestWineOnADesktop:
     def test_shows_windows_right_after_a_program_without_a_display(self, stage):
         prefix, desktop = stage.fresh_prefix(), stage.desktop()
+        prefix.stop()  # the server of a test would stay: here it is to be the one that programs begin for themselves
         assert stage.wine(prefix=prefix).run(program("console"), "desktop").returncode == 0
         stage.wine(desktop, prefix).start(program("window"), "A window")
         desktop.wait_window("A window")
@@ -116,6 +117,14 @@ class TestFreshPrefix:
             assert servers_of(prefix) != []
         assert servers_of(prefix) == []
         assert not prefix.path.exists()
+
+    def test_has_one_server_for_all_programs_of_a_test(self, stage):
+        with fresh_prefix() as prefix:
+            before = servers_of(prefix)
+            assert len(before) == 1
+            for _ in range(2):
+                stage.wine(prefix=prefix).run("cmd", "/c", "exit 0", check=True)
+                assert servers_of(prefix) == before
 
     def test_does_not_lead_into_the_home_directory(self):
         with fresh_prefix() as prefix:
