@@ -22,9 +22,8 @@ from inbox.understanding import understand
 ENDINGS = {"text": "txt", "minidump": "dmp", "picture": "bin", "other": "bin"}  # of files, by what media_of says
 _PICTURES = (b"\xff\xd8\xff", b"\x89PNG", b"GIF8", b"BM")
 _MOST_WORDS = 300_000  # characters of a message that are kept
-_NOTHING = dict.fromkeys(
-    ("product", "version", "windows", "processor", "machine"), ""
-)  # is known of what is unreadable
+# What is known of what is unreadable.
+_NOTHING = dict.fromkeys(("product", "version", "windows", "processor", "machine"), "")
 
 
 def media_of(content):
@@ -69,13 +68,7 @@ class Reports:
         digest = hashlib.sha256(f"{content} {parcel.sender} {parcel.sent}".encode("utf-8", "replace")).hexdigest()
         row = {"digest": digest, "content": content, "sent": parcel.sent, "received": now, "happened": happened}
         row |= {"day": happened // 86400, "size": parcel.size, "pending": int(more), "crash_id": None}
-        told = {
-            "road": parcel.road,
-            "sender": parcel.sender[:200],
-            "subject": parcel.subject[:300],
-            **_NOTHING,
-            **known,
-        }
+        told = {"road": parcel.road, "sender": parcel.sender[:200], "subject": parcel.subject[:300]} | _NOTHING | known
         told |= {"kind": made.kind if made else "", "address": facts.address if facts else "", "unreadable": reason}
         row |= {name: _clean(text) for name, text in told.items()} | {"details": zlib.compress(details, 1)}
         names = [each.name for each in parcel.attachments]
@@ -199,9 +192,8 @@ def _inherit(connection, old, new):
     count = sa.select(crash.c.count).where(crash.c.id == new)
     begins, last = connection.execute(count).scalar() == 1, old["count"] == 1
     if begins:
-        schema.change(
-            connection, crash, new, **{name: old[name] for name in ("state", "fixed_in", "note", "regressed")}
-        )
+        taken = {name: old[name] for name in ("state", "fixed_in", "note", "regressed")}
+        schema.change(connection, crash, new, **taken)
     if last:
         theirs = schema.history.update().where(schema.history.c.crash_id == old["id"])
         connection.execute(theirs.values(crash_id=new))

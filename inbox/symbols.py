@@ -1,4 +1,4 @@
-"""PDBs by identity, kept in the database, and what they tell about frames."""
+"""PDBs, and programs with symbols of their own, by identity: kept in the database, and what they tell about frames."""
 
 import dataclasses
 import json
@@ -7,6 +7,7 @@ import tempfile
 import threading
 import time
 
+import images
 import pdbs
 import resolver
 import sqlalchemy as sa
@@ -14,27 +15,29 @@ import sqlalchemy as sa
 from inbox import schema
 
 _MOST_CACHED = 200_000
+_IDENTITIES = {".pdb": pdbs.read_key, ".exe": images.build, ".dll": images.build}
 
 
 class Symbols:
-    """folder: where PDBs are unpacked for llvm-symbolizer; it may be emptied at any time."""
+    """folder: where they are unpacked for llvm-symbolizer; it may be emptied at any time."""
 
     def __init__(self, engine, folder):
         self._engine, self._folder = engine, pathlib.Path(folder)
         self._places, self._keys, self._asked, self._lock = {}, set(), 0.0, threading.Lock()
 
     def add(self, path, writer):
-        """Files every PDB below a path. Returns ([identities that are new], [what is wrong with others])."""
+        """Files what tells functions below a path. Returns ([identities that are new], [what is wrong with others])."""
         added, wrong = [], []
         path = pathlib.Path(path)
         files = sorted(path.rglob("*")) if path.is_dir() else [path]
-        for file in (file for file in files if file.suffix.lower() == ".pdb" and file.is_file()):
+        for file in (file for file in files if file.suffix.lower() in _IDENTITIES and file.is_file()):
             try:
-                row = {"key": pdbs.read_key(file), "name": file.name, "content": file.read_bytes()}
+                row = {"key": _IDENTITIES[file.suffix.lower()](file), "name": file.name, "content": file.read_bytes()}
             except (OSError, pdbs.BadPdb) as error:
                 wrong.append(f"{file}: {error}")
             else:
-                added += [row["key"]] if writer.do(lambda connection, row=row: _file(connection, row)) else []
+                new = row["key"] and writer.do(lambda connection, row=row: _file(connection, row))
+                added += [row["key"]] if new else []
         self._asked = 0.0
         return added, wrong
 
@@ -89,7 +92,9 @@ class Symbols:
         with tempfile.NamedTemporaryFile(dir=self._folder, suffix=".pdb") as file:
             file.write(content)
             file.flush()
-            places = resolver.look_up(pdbs.Pdb(pathlib.Path(file.name), key), list(asked.values()))
+            path = pathlib.Path(file.name)
+            source = path if content.startswith(b"MZ") else pdbs.Pdb(path, key)
+            places = resolver.look_up(source, list(asked.values()))
         of = lambda frame: places[resolver.instruction(frame)]
         words = lambda place: [place["FunctionName"], place["FileName"] if place["Line"] else "", place["Line"]]
         return {at: [words(place) for place in of(frame)] for at, frame in asked.items()}

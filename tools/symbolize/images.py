@@ -1,5 +1,6 @@
 """Program files: what identifies one, and a stand-in for one that is not at hand."""
 
+import pathlib
 import struct
 
 _BASE, _PAGE, _FILE = 0x400000, 0x1000, 0x200  # of the stand-in: image base, and its two alignments
@@ -19,6 +20,22 @@ def identity(path):
             return struct.unpack_from("<I", header, 8)[0], struct.unpack_from("<I", header, 24 + 56)[0]
     except (OSError, struct.error):
         return None
+
+
+def build(path):
+    """The identity of a program file with symbols of its own, as GCC links one by --build-id, which stripping leaves as it is;
+    written as that of a PDB. Empty for any other."""
+    try:
+        content = pathlib.Path(path).read_bytes()
+        section = content.index(b".buildid", 0, 4096)
+        (entry,) = struct.unpack_from("<I", content, section + 20)
+        (record,) = struct.unpack_from("<I", content, entry + 24)
+        mark, first, second, third, last, age = struct.unpack_from("<4sIHH8sI", content, record)
+    except (OSError, ValueError, struct.error):
+        return ""
+    if mark != b"RSDS" or b".debug_info\0" not in content:
+        return ""
+    return f"{first:08X}{second:04X}{third:04X}{last.hex().upper()}{age:X}"
 
 
 def stand_in(pdb, key):

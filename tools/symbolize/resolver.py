@@ -69,6 +69,9 @@ def _match(module, folders):
     for pdb in folders.pdbs():
         if pdb.key == module.key:
             return _Match(pdb, "", False)
+    for path in folders.images(module.name):
+        if images.build(path) == module.key:
+            return _Match(path, "", False)
     others = folders.named(module.pdb)
     if not others:
         return _Match(None, f"{module.name}: {module.pdb} with the identity {module.key} is missing", True)

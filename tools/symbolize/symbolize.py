@@ -5,7 +5,8 @@ usage: symbolize.py REPORT FOLDER...
 
 REPORT is the .eml that a user sent, its text in a file, or a minidump. The FOLDERs, searched with everything below them,
 hold the PDBs of the program as it was shipped: a build's output, or a symbol store; of a program that GCC has linked with -g
-the program itself, as it was before it was stripped. Either is taken only if it belongs to the very module of the report.
+and -Wl,--build-id the program itself, as it was before it was stripped. Either is taken only if it belongs to the very module
+of the report. Without --build-id it is the program alone that was shipped as it was linked.
 Needs llvm-symbolizer; LLVM_SYMBOLIZER may name it.
 
 Prints the reason, then one line per frame, the other threads, and last what is missing. Ends with 0, with 1 when a PDB of
