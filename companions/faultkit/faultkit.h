@@ -71,8 +71,8 @@ int __cdecl AddFaultNote(const char* text);
 /** Writes reason and stacks in full to the file `path` (ANSI), replacing what is there: what a message holds of them,
  * without its bounds, with the whole stacks of all threads. Returns 1, or 0 with no file left behind; then
  * GetLastError() tells why: ERROR_INVALID_PARAMETER for a null or empty path or pointers that can't be read, ERROR_BUSY
- * while another thread is in here, ERROR_TIMEOUT when it took over a minute on a stack that was used up, or what the
- * system said. */
+ * while another thread is in here, ERROR_TIMEOUT when it took over a minute on a stack that was used up, ERROR_NOACCESS
+ * for a fault on the way, or what the system said. On a stack that is used up it needs 8 KB that are left. */
 int __cdecl WriteFaultText(const char* path, struct _EXCEPTION_POINTERS* pointers);
 
 #ifdef __cplusplus

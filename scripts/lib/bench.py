@@ -81,6 +81,7 @@ class Bench:
     def in_one_program(self):
         self.add_lines("bench_resample.exe")
         self.add_lines("bench_upload_body.exe")
+        self.add_lines("bench_notes.exe")
 
     def strings(self):
         for _ in range(3):

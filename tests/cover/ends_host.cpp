@@ -184,6 +184,7 @@ APART void overflow_with_reserve() {
 
 // As Windows has it for a thread that keeps nothing back: some pages are left.
 APART void overflow_stack() {
+    printf("thread %08lX\n", GetCurrentThreadId());
     guard_stack_at(16 << 10);
     sink = recurse(0);
 }

@@ -127,6 +127,15 @@ def test_exception_that_a_handler_has_thrown_on_is_reported_where_it_was_thrown_
 
 
 @pytest.mark.parametrize("program", ("ends_host.exe", "ends_host_gcc.exe"))
+def test_report_by_the_waiting_thread_names_the_thread_that_failed(scene, program):
+    process, message = scene.end(program, "overflow")
+    failed = re.search(r"^thread (.*)$", process.output(), re.M)[1]
+    body = message.body.decode("windows-1251")
+    assert re.search(r"^Thread: (.*)$", body, re.M)[1] == failed
+    assert f"\nThread {failed}:" not in body  # among the others
+
+
+@pytest.mark.parametrize("program", ("ends_host.exe", "ends_host_gcc.exe"))
 def test_sixteen_threads_that_fail_at_once_make_one_whole_report(scene, program):
     for _ in range(8):  # by two compilers, 16 times
         process, message = scene.end(program, "sixteen-threads")

@@ -80,6 +80,15 @@ void write_deep_down() {
     descend(1000);
 }
 
+int __attribute__((noinline)) recurse(int depth) {
+    static volatile int never = -1;
+    return depth == never ? 0 : recurse(depth + 1) + never;
+}
+// Where its end is, is the host's choice.
+void overflow() {
+    recurse(0);
+}
+
 // Copies what a throw would leave for a handler, then ends by std::terminate with it.
 LONG CALLBACK keep_throw(EXCEPTION_POINTERS* pointers) {
     if (pointers->ExceptionRecord->ExceptionCode != 0xE06D7363)
@@ -95,11 +104,17 @@ void terminate_throw() {
     throw_derived();
 }
 
-const Fault kEndings[] = {
-    {"terminate", terminate},       {"terminate-bare", terminate_bare},       {"terminate-throw", terminate_throw},
-    {"pure-call", pure_call},       {"invalid-parameter", invalid_parameter}, {"invalid-unknown", invalid_unknown},
-    {"abort", abort_program},       {"throw-derived", throw_derived},         {"throw-text", throw_text},
-    {"deep-write", write_deep_down}};
+const Fault kEndings[] = {{"terminate", terminate},
+                          {"terminate-bare", terminate_bare},
+                          {"terminate-throw", terminate_throw},
+                          {"pure-call", pure_call},
+                          {"invalid-parameter", invalid_parameter},
+                          {"invalid-unknown", invalid_unknown},
+                          {"abort", abort_program},
+                          {"throw-derived", throw_derived},
+                          {"throw-text", throw_text},
+                          {"deep-write", write_deep_down},
+                          {"overflow", overflow}};
 
 } // namespace
 

@@ -6,9 +6,14 @@
 //   note TEXT           adds a note; TEXT "bad" is a bad pointer
 //   long-note LENGTH    adds a note of so many letters
 //   flood COUNT         adds COUNT notes from each of 8 threads at once, as fast as they can
+//   load DLL            loads one
 //   thread KIND         starts a thread: wait, spin, heap, loader, hold-heap, suspended, refusing, deep
 //   stuck               from now on no registers of a thread that was started can be had
 //   text PATH           writes the text file as well
+//   text-alone PATH     writes nothing but the text file
+//   dump PATH           writes a minidump as well
+//   by another          has the fault described by another thread, and prints which one has failed
+//   left BYTES          puts the end of the stack where so much of it is left for what describes the fault
 //   fault NAME          fails; what faultkit.dll says is printed, and the host ends. NAME is one of
 //   testing/cxx/faults.cpp
 //                       or of endings.cpp
@@ -20,6 +25,7 @@
 
 #include "companions/faultkit/faultkit.h"
 #include "testing/cxx/faults.h"
+#include "testing/cxx/stack_guard.h"
 #include "tests/faultkit/companion_threads.h"
 #include "tests/faultkit/endings.h"
 #include "win/library.h"
@@ -32,12 +38,15 @@ struct Faultkit {
     decltype(GetFirstStackTraceString)* first;
     decltype(GetNextStackTraceString)* next;
     decltype(WriteFaultText)* text;
+    decltype(WriteFaultDump)* dump;
     decltype(SetFaultValue)* value;
     decltype(AddFaultNote)* note;
 };
 
 Faultkit kit;
 const char* text_path;
+const char* dump_path;
+bool text_alone, by_another;
 const char* fault;
 
 template <class Function>
@@ -51,6 +60,7 @@ void load() {
     look_up("GetFirstStackTraceString", &kit.first);
     look_up("GetNextStackTraceString", &kit.next);
     look_up("WriteFaultText", &kit.text);
+    look_up("WriteFaultDump", &kit.dump);
     look_up("SetFaultValue", &kit.value);
     look_up("AddFaultNote", &kit.note);
 }
@@ -105,17 +115,32 @@ void flood(unsigned count) {
     WaitForMultipleObjects(8, threads, TRUE, INFINITE);
 }
 
-LONG CALLBACK describe(EXCEPTION_POINTERS* pointers) {
-    if (pointers->ExceptionRecord->ExceptionCode >> 30 != 3 || !fault)
-        return EXCEPTION_CONTINUE_SEARCH;
+DWORD WINAPI describe_pointers(void* data) {
+    auto* const pointers = static_cast<EXCEPTION_POINTERS*>(data);
     const char* const name = fault;
     fault = nullptr;
-    printf("=== %s\nCrush Expantion:\n%s\n\nStack Trace:\n", name, kit.reason(pointers));
-    for (const char* line = kit.first(15, pointers); line; line = kit.next(15, pointers))
-        printf("%s\n", line);
+    if (!text_alone) {
+        printf("=== %s\nCrush Expantion:\n%s\n\nStack Trace:\n", name, kit.reason(pointers));
+        for (const char* line = kit.first(15, pointers); line; line = kit.next(15, pointers))
+            printf("%s\n", line);
+    }
     if (text_path) {
         const int written = kit.text(text_path, pointers);
         printf("--- text %d error %lu\n", written, written ? 0 : GetLastError());
+    }
+    if (dump_path)
+        printf("--- dump %d\n", kit.dump(dump_path, pointers));
+    return 0;
+}
+
+LONG CALLBACK describe(EXCEPTION_POINTERS* pointers) {
+    if (pointers->ExceptionRecord->ExceptionCode >> 30 != 3 || !fault)
+        return EXCEPTION_CONTINUE_SEARCH;
+    if (by_another) {
+        WaitForSingleObject(CreateThread(nullptr, 128 << 10, describe_pointers, pointers, 0, nullptr), INFINITE);
+        printf("--- thread %08lX\n", GetCurrentThreadId());
+    } else {
+        describe_pointers(pointers);
     }
     fflush(nullptr);
     ExitProcess(0);
@@ -169,8 +194,19 @@ int main(int argc, char** argv) {
             flood(static_cast<unsigned>(atoi(first)));
         } else if (strcmp(command, "thread") == 0) {
             start_companion(first);
-        } else if (strcmp(command, "text") == 0) {
+        } else if (strcmp(command, "text") == 0 || strcmp(command, "text-alone") == 0) {
             text_path = first;
+            text_alone = command[4] != '\0';
+        } else if (strcmp(command, "load") == 0) {
+            LoadLibraryA(first);
+        } else if (strcmp(command, "dump") == 0) {
+            dump_path = first;
+        } else if (strcmp(command, "by") == 0) {
+            by_another = true;
+        } else if (strcmp(command, "left") == 0) {
+            ULONG bytes = static_cast<ULONG>(atoi(first));
+            SetThreadStackGuarantee(&bytes);
+            guard_stack_reserve();
         } else if (strcmp(command, "again") == 0) {
             fail_again(static_cast<unsigned>(atoi(first)));
         } else if (strcmp(command, "fault") == 0) {

@@ -2,6 +2,7 @@
 
 import datetime
 import re
+import shutil
 import subprocess
 import sys
 
@@ -44,6 +45,14 @@ class TestProcess:
         utc = datetime.datetime.fromisoformat(match[3] + "+00:00")
         assert local == utc
         assert before <= utc <= datetime.datetime.now(datetime.timezone.utc) + datetime.timedelta(seconds=1)
+
+    @pytest.mark.parametrize("zone, ahead", (("Asia/Kolkata", "+05:30"), ("America/Bogota", "-05:00")))
+    def test_local_time_has_its_distance_from_utc(self, teller, zone, ahead):
+        text = line(teller("fault", "write", env={"TZ": zone}), "Time: ")
+        match = re.fullmatch(r"Time: (\S+ \S+) ([+-]\d\d:\d\d) \((\S+ \S+) UTC\)", text)
+        local = datetime.datetime.fromisoformat(match[1] + match[2])
+        assert local == datetime.datetime.fromisoformat(match[3] + "+00:00")
+        assert match[2] == ahead
 
     def test_program_system_memory_and_objects_are_told(self, teller):
         description = teller("fault", "write")
@@ -219,6 +228,26 @@ class TestFit:
         listed = description.modules()
         assert {"telling_host.exe", "faultkit.dll"} <= set(listed)
 
+    def test_threads_give_way_to_the_programs_own_modules_and_these_to_values_and_notes(self, teller, describer):
+        folder = describer.folder(*HOST, "fault_guest.dll")
+        own = [f"own{number:02}.dll" for number in range(40)]
+        for name in own:
+            shutil.copy(folder / "fault_guest.dll", folder / name)
+        loads = [word for name in own for word in ("load", name)]
+        values = [word for number in range(32) for word in ("value", f"key {number}", f"{number} " + "v" * 110)]
+        notes = [word for number in range(20) for word in ("note", f"{number} " + "n" * 150)]
+        threads = ["thread", "wait"] * 12
+        description = teller(*loads, *values, *notes, *threads, "fault", "write", folder=folder)
+        assert len(lines(description, "Value key ")) == 32
+        assert 1800 < len("\n".join(lines(description, "Note "))) <= 2048
+        listed = {name.partition(" | ")[0] for name in description.modules()}
+        assert {"telling_host.exe", *own} <= listed
+        assert "Other threads: 12" in description.reason
+        assert 0 < len(lines(description, "Thread 0")) < 12
+        # Of the lines about the process and of the system's modules there are none.
+        assert not lines(description, "Uptime: ")
+        assert not listed & {"ntdll.dll", "kernel32.dll", "msvcrt.dll"}
+
     def test_threads_give_way_to_values_and_the_systems_modules_to_threads(self, teller):
         description = teller(*["thread", "wait"] * 40, "fault", "write")
         text = "\n".join(description.reason)
@@ -257,6 +286,21 @@ class TestText:
         describer.describe_one("text", "t.txt", "fault", "deep-write", folder=folder, host="telling_host.exe")
         text = (folder / "t.txt").read_text("windows-1252")
         assert text.count("descend") > 500
+
+    @pytest.mark.parametrize("left", (8, 32))
+    def test_thread_that_has_used_up_its_stack_has_it_written_too(self, describer, left):
+        folder = describer.folder(*HOST)
+        done = describer.stage.wine().run(
+            folder / "telling_host.exe",
+            *("thread", "wait", "left", left * 1024, "text-alone", "t.txt", "fault", "overflow"),
+            cwd=folder,
+        )
+        assert (done.returncode, done.text) == (0, "--- text 1 error 0\n")
+        text = (folder / "t.txt").read_text("windows-1252")
+        assert text.startswith("Crush Expantion:\nEXCEPTION_STACK_OVERFLOW (C00000FD)")
+        stack = text.partition("\n\nStack Trace:\n")[2].partition("\n\nOther threads: 1\n")[0].splitlines()
+        assert len(stack) > 2000 and re.search(r" ntdll\.dll\+", stack[-1])
+        assert any(re.fullmatch(r"\.\.\. \d+ more frames", each) for each in stack)
 
     def test_symbolize_names_the_functions_of_all_threads(self, describer):
         _, text = self.written(describer, "thread", "spin")

@@ -5,6 +5,7 @@ import time
 
 import pytest
 
+from dump_test import Minidump
 from testing.product import MACHINE
 
 HOST = ("telling_host.exe", "faultkit.dll", "telling_host.pdb")
@@ -114,3 +115,24 @@ def test_sixteen_threads_are_shown_as_far_as_there_is_space_and_all_in_the_file(
     assert len(blocks) == 16
     for function, count in {"::spin+": 4, "::go_deep+": 4, "::companion_main+": 12}.items():
         assert sum(function in block for block in blocks) == count, function
+
+
+def test_fault_that_another_thread_describes_is_told_of_the_thread_that_failed(describer):
+    folder = describer.folder(*HOST)
+    description = describer.describe_one(
+        *("thread", "wait", "by", "another", "text", "t.txt", "dump", "fault.dmp", "fault", "write"),
+        folder=folder,
+        host="telling_host.exe",
+    )
+    number = description.after[-1].removeprefix("--- thread ")
+    text = (folder / "t.txt").read_text("windows-1252")
+    for told in ("\n".join(description.reason), text):
+        assert re.search("^Thread: (.*)$", told, re.M)[1] == number
+        # Neither that thread nor the one that describes it is one of the others.
+        assert "\nOther threads: 1\n" in told
+        assert "companion_main" in re.split(r"\nThread [0-9A-F]{8}:", told)[1]
+        assert len(re.findall("^Thread [0-9A-F]{8}:", told, re.M)) == 1
+    assert description.functions[0] == "write_null"
+    assert any(line.endswith(", 3 threads") for line in description.reason if line.startswith("Objects: "))
+    dump = Minidump((folder / "fault.dmp").read_bytes())
+    assert f"{dump.exception[0]:08X}" == number

@@ -43,7 +43,8 @@ struct FaultFacts {
     Address address; // of the faulting instruction
     uint32_t parameter_count;
     Address parameters[4];
-    uint32_t thread;
+    uint32_t thread;    // that failed
+    uint32_t describer; // the thread that has it described, mostly the same
     bool has_registers;
     Registers registers;
     FloatState floating;

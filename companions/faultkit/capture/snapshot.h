@@ -34,6 +34,9 @@ public:
     // fault that is met on the way is kept, and what there is by then is used.
     bool take(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, const OwnUnloads& own);
 
+    // Another thread than this one has failed.
+    void set_thread(uint32_t id) { m_facts.thread = id; }
+
     // Whether it was taken on this thread for these pointers, and they still lead to the same record and context.
     bool is_of(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers);
 

@@ -61,7 +61,7 @@ bool Snapshot::take(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers, c
 // Pointers may lie at the same place for another fault: record and context decide.
 bool Snapshot::is_of(ProcessMemory& memory, const EXCEPTION_POINTERS* pointers) {
     memory.forget();
-    return m_pointers == pointers && m_facts.thread == GetCurrentThreadId() && m_later.read(memory, pointers) &&
+    return m_pointers == pointers && m_facts.describer == GetCurrentThreadId() && m_later.read(memory, pointers) &&
            memcmp(&m_copy.record, &m_later.record, sizeof m_copy.record) == 0 &&
            memcmp(&m_copy.context, &m_later.context, sizeof m_copy.context) == 0;
 }
@@ -79,7 +79,7 @@ void Snapshot::gather_facts(Memory& memory) {
     facts.has_record = m_copy.has_record;
     facts.code = record.ExceptionCode;
     facts.address = reinterpret_cast<Address>(record.ExceptionAddress);
-    facts.thread = GetCurrentThreadId();
+    facts.thread = facts.describer = GetCurrentThreadId();
     facts.executable = reinterpret_cast<Address>(GetModuleHandleA(nullptr));
     facts.parameter_count = record.NumberParameters < 4 ? record.NumberParameters : 4;
     for (uint32_t i = 0; i < facts.parameter_count; ++i)

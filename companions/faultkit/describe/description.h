@@ -54,7 +54,9 @@ private:
     void write_in_full(SymbolSession* session, const SourcePlace& place, const Trace* trace);
     void begin_trace(bool with_symbols);
     void gather();
-    unsigned other_threads() const { return m_process.threads ? m_process.threads - 1 : 0; }
+    // Those of the fault and of its describer: two where a waiting thread describes it.
+    unsigned threads_of_fault() const { return m_snapshot.facts().thread == m_snapshot.facts().describer ? 1 : 2; }
+    unsigned other_threads() const { return m_process.threads ? m_process.threads - threads_of_fault() : 0; }
     void write_head(TextBuilder& text, const SourcePlace& place, const Trace* trace);
     void write_reason(TextBuilder& text);
     void write_last_notes(TextBuilder& text);

@@ -11,6 +11,7 @@
 #include "companions/faultkit/describe/process_text.h"
 #include "companions/faultkit/describe/signature_text.h"
 #include "companions/faultkit/describe/stack_text.h"
+#include "companions/faultkit/walk/stopped_thread.h"
 #include "companions/faultkit/work_stack.h"
 #include "win/files.h"
 
@@ -113,7 +114,9 @@ void Description::gather() {
     m_process.space = m_snapshot.space();
     m_threads[0] = '\0';
     win::run_guarded(win::kSwallowAll, [&] {
-        m_process.threads = count_other_threads(memory, m_snapshot) + 1;
+        if (const CONTEXT* const context = m_snapshot.context())
+            m_snapshot.set_thread(thread_of_stack(memory, frame_of(*context).sp));
+        m_process.threads = count_other_threads(memory, m_snapshot) + threads_of_fault();
         m_process.known |= ProcessFacts::kThreads;
     });
 }

@@ -5,6 +5,8 @@
 #include <dbghelp.h>
 
 #include "companions/faultkit/walk/debug_library.h"
+#include "companions/faultkit/walk/stack_walk.h"
+#include "companions/faultkit/walk/stopped_thread.h"
 #include "companions/faultkit/work_stack.h"
 #include "win/files.h"
 #include "win/guard.h"
@@ -50,13 +52,22 @@ void write_guarded(void* data) {
         work->error = ERROR_NOACCESS;
 }
 
+// Whose fault it is; the pointers may be wrong.
+DWORD thread_of(const EXCEPTION_POINTERS* pointers) {
+    static ProcessMemory memory;
+    static ExceptionCopy copy;
+    memory.forget();
+    return copy.read(memory, pointers) && copy.has_context ? thread_of_stack(memory, frame_of(copy.context).sp)
+                                                           : GetCurrentThreadId();
+}
+
 } // namespace
 
 DWORD write_dump(const char* path, EXCEPTION_POINTERS* pointers) {
     if (!path || !*path)
         return ERROR_INVALID_PARAMETER;
     return write_file(path, [&](void* file) -> uint32_t {
-        dump_work = {file, {GetCurrentThreadId(), pointers, FALSE}, ERROR_GEN_FAILURE};
+        dump_work = {file, {thread_of(pointers), pointers, FALSE}, ERROR_GEN_FAILURE};
         const Outcome outcome = run_on_large_stack(write_guarded, &dump_work, kTimeout);
         return outcome == Outcome::kNoThread ? ERROR_NOT_ENOUGH_MEMORY : dump_work.error;
     });

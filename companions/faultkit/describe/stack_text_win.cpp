@@ -107,7 +107,7 @@ void write_fault_stack(const StackScene& scene) {
 }
 
 unsigned count_other_threads(ProcessMemory& memory, const Snapshot& snapshot) {
-    OtherThreads threads(memory, snapshot.facts().thread);
+    OtherThreads threads(memory, snapshot.facts().thread, snapshot.facts().describer);
     unsigned count = 0;
     while (threads.next_id())
         ++count;
@@ -123,7 +123,7 @@ void write_other_threads(const StackScene& scene, unsigned count, bool brief, un
     const unsigned start = text.length();
     unsigned shown = 0;
     text.text("\nOther threads: ").decimal(count);
-    OtherThreads threads(scene.memory, scene.snapshot.facts().thread);
+    OtherThreads threads(scene.memory, scene.snapshot.facts().thread, scene.snapshot.facts().describer);
     StopOutcome outcome;
     const DWORD begin = GetTickCount();
     for (bool fits = true;

@@ -2,6 +2,7 @@
 // or allocates: its registers, what memory its stack is, a copy of that, and its release.
 #include "companions/faultkit/walk/stopped_thread.h"
 
+#include <stddef.h>
 #include <string.h>
 
 #include "companions/faultkit/walk/stack_walk.h"
@@ -16,6 +17,7 @@ constexpr uint32_t kMostCopied = 64 * 1024; // bytes of a stack
 constexpr ULONG kSkipAttach = 2;            // no DLL is told of the thread, for which the loader's lock would be needed
 
 using GetNextThread = LONG NTAPI(HANDLE process, HANDLE thread, ACCESS_MASK, ULONG, ULONG, HANDLE* next);
+using QueryThread = LONG NTAPI(HANDLE thread, ULONG what, void* to, ULONG size, ULONG* length);
 using CreateThreadNative = LONG NTAPI(HANDLE* thread, ACCESS_MASK, void*, HANDLE process, void* start, void* argument,
                                       ULONG flags, SIZE_T, SIZE_T stack, SIZE_T reserve, void*);
 
@@ -141,6 +143,12 @@ void Stopper::end() {
     close(done);
 }
 
+void* allocation_of(const void* address) {
+    MEMORY_BASIC_INFORMATION region = {};
+    VirtualQuery(address, &region, sizeof region);
+    return region.AllocationBase;
+}
+
 bool is_stopper(DWORD id) {
     for (const Stopper& stopper : stoppers)
         if (stopper.self && stopper.id == id)
@@ -168,10 +176,37 @@ bool OtherThreads::next_id() {
         close(m_thread);
         m_thread = next;
         m_stopped.id = GetThreadId(next);
-        if (m_stopped.id && m_stopped.id != m_faulting && m_stopped.id != GetCurrentThreadId() &&
-            !is_stopper(m_stopped.id))
+        if (m_stopped.id && m_stopped.id != m_faulting && m_stopped.id != m_describer &&
+            m_stopped.id != GetCurrentThreadId() && !is_stopper(m_stopped.id))
             return true;
     }
+}
+
+bool OtherThreads::runs_on(const void* allocation) {
+    struct {
+        LONG status;
+        Address block;
+        ULONG_PTR process, thread, affinity;
+        LONG priority, base_priority;
+    } basic = {};
+    Address stack_end = 0;
+    auto* query = win::function_of<QueryThread>(GetModuleHandleA("ntdll.dll"), "NtQueryInformationThread");
+    return query && query(m_thread, 0, &basic, sizeof basic, nullptr) == 0 &&
+           m_stopped.process().read_address(basic.block + offsetof(NT_TIB, StackBase), &stack_end) &&
+           allocation_of(reinterpret_cast<void*>(stack_end - 1)) == allocation;
+}
+
+uint32_t thread_of_stack(ProcessMemory& memory, Address address) {
+    uint32_t id = GetCurrentThreadId();
+    const void* const stack = allocation_of(reinterpret_cast<void*>(address));
+    if (!stack || stack == allocation_of(&id))
+        return id;
+    OtherThreads threads(memory, 0, 0);
+    bool found = false;
+    while (!found && threads.next_id())
+        found = threads.runs_on(stack);
+    threads.end();
+    return found ? threads.thread().id : id;
 }
 
 bool OtherThreads::next(StopOutcome* outcome) {
