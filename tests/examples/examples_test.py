@@ -109,7 +109,15 @@ def test_host_in_plain_c_built_by_gcc_does_the_same(scene, stage):
     scene.host = Host(stage, "c_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=scene.screen)
     scene.host.exe.write_bytes(program.read_bytes())
     process = scene.host.start()
-    assert_describes(scene.open_report(), ACCESS_VIOLATION)
+    message = scene.open_report()
+    assert_describes(message, ACCESS_VIOLATION)
+    for detail in (
+        r"Signature: EXCEPTION_ACCESS_VIOLATION, written \| c_host\.exe@",
+        r"[RE]IP [0-9A-F]{8}",
+        "Modules ",
+    ):
+        assert re.search(rf"\n{detail}", message.body.decode("windows-1251")), detail
+    assert b"c_host.exe+" in message.body.partition(b"\nStack Trace:\n")[2]
     process.wait_family()
 
 

@@ -136,3 +136,14 @@ def test_fault_that_another_thread_describes_is_told_of_the_thread_that_failed(d
     assert any(line.endswith(", 3 threads") for line in description.reason if line.startswith("Objects: "))
     dump = Minidump((folder / "fault.dmp").read_bytes())
     assert f"{dump.exception[0]:08X}" == number
+
+
+@pytest.mark.timeout(120)
+def test_of_more_than_64_threads_the_rest_is_counted(describer):
+    folder = describer.folder(*HOST)
+    threads = ["thread", "wait"] * 70
+    describer.describe_one(*threads, "text", "t.txt", "fault", "write", folder=folder, host="telling_host.exe")
+    told = (folder / "t.txt").read_text("windows-1252").partition("\nOther threads: 70\n")[2]
+    shown = len(re.findall("^Thread [0-9A-F]{8}:", told, re.M))
+    assert 0 < shown <= 64  # fewer where they can't be walked in 5 seconds
+    assert told.endswith(f"\n... {70 - shown} more threads\n")
