@@ -1,6 +1,6 @@
 /* What the imaging layer and a format module know of each other. C and C++; docs/module-contract.md is the full text.
  *
- * A format module is a 32-bit DLL that exports, with C names and the C calling convention,
+ * A format module is a DLL, of 32 or 64 bits as its host, that exports, with C names and the C calling convention,
  *   GetFilterInfo                                  as GetFilterInfoEntry
  *   Load%sImageData, Get%sFileInfo                 as LoadEntry, InfoEntry:          required for every format it names
  *   Load%sImageThumbnail, Save%sImageData          as ThumbnailEntry, SaveEntry:     may be missing
