@@ -1,24 +1,13 @@
 // bench_cover: covers its process once and prints the milliseconds that the call took, and how many more threads there
 // are then; then the microseconds of a C++ exception that is thrown and caught, before the cover and after.
 #include <windows.h>
-#include <tlhelp32.h>
 #include <stdio.h>
 
 #include "bench/measure.h"
 #include "include/wendax.h"
+#include "testing/cxx/usage.h"
 
 namespace {
-
-int count_threads() {
-    HANDLE const snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 entry = {};
-    entry.dwSize = sizeof entry;
-    int count = 0;
-    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
-        count += entry.th32OwnerProcessID == GetCurrentProcessId();
-    CloseHandle(snapshot);
-    return count;
-}
 
 void throw_number() {
     throw 1;
@@ -41,10 +30,10 @@ double microseconds_of_a_throw() {
 int main() {
     microseconds_of_a_throw(); // to warm up
     const double throw_before = microseconds_of_a_throw();
-    const int threads_before = count_threads();
+    const int threads_before = process_threads();
     const double start = bench::now();
     WendaxCover();
     const double covered = bench::now() - start;
-    printf("%f\n%d\n%f\n%f\n", covered, count_threads() - threads_before, throw_before, microseconds_of_a_throw());
+    printf("%f\n%d\n%f\n%f\n", covered, process_threads() - threads_before, throw_before, microseconds_of_a_throw());
     return 0;
 }

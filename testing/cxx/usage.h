@@ -6,6 +6,7 @@
 #define PSAPI_VERSION 2 // the names that kernel32.dll exports
 #include <psapi.h>
 #include <stdlib.h>
+#include <tlhelp32.h>
 
 // The open handles of this process. Counted in the list of all, since Wine's GetProcessHandleCount answers 0.
 inline unsigned process_handles() {
@@ -19,6 +20,18 @@ inline unsigned process_handles() {
             count += list->Handle[i].OwnerPid == GetCurrentProcessId() ? 1 : 0;
     }
     free(list);
+    return count;
+}
+
+// The threads of this process.
+inline int process_threads() {
+    HANDLE const snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof entry;
+    int count = 0;
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
+        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+    CloseHandle(snapshot);
     return count;
 }
 

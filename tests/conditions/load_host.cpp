@@ -9,17 +9,6 @@
 
 namespace {
 
-unsigned threads() {
-    HANDLE const snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 entry = {};
-    entry.dwSize = sizeof entry;
-    unsigned count = 0;
-    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
-        count += entry.th32OwnerProcessID == GetCurrentProcessId();
-    CloseHandle(snapshot);
-    return count;
-}
-
 BOOL CALLBACK count_window(HWND window, LPARAM count) {
     DWORD process;
     GetWindowThreadProcessId(window, &process);
@@ -43,7 +32,7 @@ void print_modules() {
 }
 
 void show(const char* stage) {
-    printf("%s threads %u handles %u windows %u modules", stage, threads(), process_handles(), windows());
+    printf("%s threads %d handles %u windows %u modules", stage, process_threads(), process_handles(), windows());
     print_modules();
     puts("");
     fflush(stdout);

@@ -3,7 +3,6 @@
 //
 // usage: process_host WAY
 #include <windows.h>
-#include <tlhelp32.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -18,6 +17,7 @@
 #endif
 #include "testing/cxx/faults.h"
 #include "testing/cxx/stack_guard.h"
+#include "testing/cxx/usage.h"
 
 namespace {
 
@@ -91,17 +91,6 @@ LONG WINAPI own_filter(EXCEPTION_POINTERS* fault) {
     return 7;
 }
 
-int count_threads() {
-    HANDLE const snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 entry = {};
-    entry.dwSize = sizeof entry;
-    int count = 0;
-    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
-        count += entry.th32OwnerProcessID == GetCurrentProcessId();
-    CloseHandle(snapshot);
-    return count;
-}
-
 DWORD WINAPI end_at_once(void*) {
     return 0;
 }
@@ -156,11 +145,11 @@ void with_filter_before() {
 }
 
 void count_what_it_costs() {
-    const int before = count_threads();
+    const int before = process_threads();
     WendaxCoverProcess(tell, nullptr);
-    const int after = count_threads();
+    const int after = process_threads();
     WendaxCover();
-    printf("threads %d, then %d\n", after - before, count_threads() - after);
+    printf("threads %d, then %d\n", after - before, process_threads() - after);
 }
 
 // Nearly as much stack is left as a report may need.
