@@ -1,6 +1,8 @@
 #include <cstring>
+#include <algorithm>
+#include <cstring>
 #include <string>
-
+#include <vector>
 #include <gtest/gtest.h>
 
 #include "testing/cxx/fake_process.h"
@@ -23,10 +25,10 @@ protected:
         m_facts.executable = FakeProcess::kModule;
     }
 
-    void access(std::uint32_t how, std::uint32_t where, const char* memory = nullptr) {
-        m_facts.parameters[0] = how;
-        m_facts.parameters[1] = where;
-        m_facts.memory = memory;
+    // What was thrown: the type and the text that it holds.
+    void thrown(const char* type, const char* text) {
+        std::strcpy(m_facts.thrown_type, type);
+        std::strcpy(m_facts.thrown_text, text);
     }
     std::string described() {
         char storage[4096];
@@ -34,7 +36,13 @@ protected:
         faultkit::describe_fault(text, m_facts, {}, m_process.modules);
         return text.c_str();
     }
-    std::string first_line() { return described().substr(0, described().find('\n')); }
+    // Of a fault of this kind.
+    std::string first_line(std::uint32_t code, const std::vector<faultkit::Address>& parameters = {}) {
+        m_facts.code = code;
+        m_facts.parameter_count = static_cast<std::uint32_t>(parameters.size());
+        std::copy_n(parameters.begin(), std::min<std::size_t>(parameters.size(), 4), m_facts.parameters);
+        return described().substr(0, described().find('\n'));
+    }
     std::string listed(unsigned size = 8192, unsigned reserve = 0) {
         std::string storage(size, '\0');
         faultkit::TextBuilder text(storage.data(), size);
@@ -57,105 +65,78 @@ protected:
 };
 
 TEST_F(FaultTextTest, Access_names_what_was_done_where) {
-    access(0, 0x20000000, "free memory");
-    EXPECT_EQ(first_line(),
+    EXPECT_EQ(first_line(0xC0000005, {1, 0x20000000}),
+              "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be written");
+    EXPECT_EQ(first_line(0xC0000005, {8, 0x20000000}),
+              "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be executed");
+    m_facts.memory = "free memory";
+    EXPECT_EQ(first_line(0xC0000005, {0, 0x20000000}),
               "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be read (free memory)");
-    access(1, 0x20000000);
-    EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be written");
-    access(8, 0x20000000);
-    EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be executed");
+    EXPECT_EQ(first_line(0xC0000005), "EXCEPTION_ACCESS_VIOLATION (C0000005)");
 }
 
 TEST_F(FaultTextTest, Read_of_the_instructions_own_address_is_an_execution) {
     m_facts.address = 0x20000000;
-    access(0, 0x20000000);
-    EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be executed");
+    EXPECT_EQ(first_line(0xC0000005, {0, 0x20000000}),
+              "EXCEPTION_ACCESS_VIOLATION (C0000005): memory at 20000000 could not be executed");
 }
 
 TEST_F(FaultTextTest, Address_in_the_first_64_KB_is_a_null_pointer) {
-    access(1, 0xFFFF, "free memory");
-    EXPECT_NE(first_line().find("(a null pointer)"), std::string::npos);
-    access(1, 0x10000, "free memory");
-    EXPECT_NE(first_line().find("(free memory)"), std::string::npos);
+    m_facts.memory = "free memory";
+    EXPECT_NE(first_line(0xC0000005, {1, 0xFFFF}).find("(a null pointer)"), std::string::npos);
+    EXPECT_NE(first_line(0xC0000005, {1, 0x10000}).find("(free memory)"), std::string::npos);
 }
 
 TEST_F(FaultTextTest, Page_error_adds_the_systems_reason) {
-    m_facts.code = 0xC0000006;
-    m_facts.parameter_count = 3;
-    access(0, 0x20000000);
-    m_facts.parameters[2] = 0xC000009C;
-    EXPECT_EQ(first_line(),
-              "EXCEPTION_IN_PAGE_ERROR (C0000006): memory at 20000000 could not be read, the system's reason "
-              "was C000009C");
+    const std::string line = "EXCEPTION_IN_PAGE_ERROR (C0000006): memory at 20000000 could not be read";
+    EXPECT_EQ(first_line(0xC0000006, {0, 0x20000000, 0xC000009C}), line + ", the system's reason was C000009C");
+    EXPECT_EQ(first_line(0xC0000006, {0, 0x20000000}), line);
 }
 
-TEST_F(FaultTextTest, Access_violation_without_parameters_has_its_name) {
-    m_facts.parameter_count = 0;
-    EXPECT_EQ(first_line(), "EXCEPTION_ACCESS_VIOLATION (C0000005)");
+TEST_F(FaultTextTest, Known_exception_is_put_in_words_and_an_unknown_one_shows_its_parameters) {
+    EXPECT_EQ(first_line(0xC0000094), "EXCEPTION_INT_DIVIDE_BY_ZERO (C0000094): an integer was divided by zero");
+    EXPECT_EQ(first_line(0xE0001234), "exception (E0001234)");
+    EXPECT_EQ(first_line(0xE0001234, {0x11, 0x22, 0x33}),
+              "exception (E0001234), parameters 00000011 00000022 00000033");
+    EXPECT_EQ(first_line(0xE0001234, {1, 2, 3, 4, 5, 6}),
+              "exception (E0001234), parameters 00000001 00000002 00000003 00000004");
 }
 
-TEST_F(FaultTextTest, Known_exception_is_put_in_words) {
-    m_facts.code = 0xC0000094;
-    m_facts.parameter_count = 0;
-    EXPECT_EQ(first_line(), "EXCEPTION_INT_DIVIDE_BY_ZERO (C0000094): an integer was divided by zero");
-}
-
-TEST_F(FaultTextTest, Unknown_exception_shows_its_parameters) {
-    m_facts.code = 0xE0001234;
-    m_facts.parameter_count = 3;
-    access(0x11, 0x22);
-    m_facts.parameters[2] = 0x33;
-    EXPECT_EQ(first_line(), "exception (E0001234), parameters 00000011 00000022 00000033");
-}
-
-TEST_F(FaultTextTest, Thrown_object_shows_its_type) {
-    m_facts.code = 0xE06D7363;
-    std::strcpy(m_facts.thrown_type, ".?AVCFileException@@");
-    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, type .?AVCFileException@@");
-}
-
-TEST_F(FaultTextTest, Thrown_exception_shows_what_it_says) {
-    m_facts.code = 0xE06D7363;
-    std::strcpy(m_facts.thrown_type, ".?AVFileException@@");
-    std::strcpy(m_facts.thrown_text, "no\nfile");
-    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, type .?AVFileException@@, what() \"no?file\"");
-    std::strcpy(m_facts.thrown_type, ".PAD");
-    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, type .PAD, text \"no?file\"");
-    m_facts.thrown_type[0] = '\0';
-    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw, what() \"no?file\"");
+TEST_F(FaultTextTest, Thrown_object_shows_its_type_and_what_it_says) {
+    const auto line = [&](const char* type, const char* text) {
+        thrown(type, text);
+        return first_line(0xE06D7363, {0, 0});
+    };
+    const std::string begin = "C++ exception (E06D7363): thrown by throw";
+    EXPECT_EQ(first_line(0xE06D7363), begin);
+    EXPECT_EQ(line(".?AVCFileException@@", ""), begin + ", type .?AVCFileException@@");
+    EXPECT_EQ(line(".?AVFileException@@", "no\nfile"), begin + ", type .?AVFileException@@, what() \"no?file\"");
+    EXPECT_EQ(line(".PAD", "no\nfile"), begin + ", type .PAD, text \"no?file\"");
+    EXPECT_EQ(line("", "no\nfile"), begin + ", what() \"no?file\"");
 }
 
 TEST_F(FaultTextTest, Ends_of_the_program_are_put_in_words) {
-    m_facts.parameter_count = 3;
-    m_facts.code = 0xE0575801;
-    EXPECT_EQ(first_line(), "std::terminate (E0575801): the program was ended by std::terminate");
-    std::strcpy(m_facts.thrown_type, "class std::runtime_error");
-    std::strcpy(m_facts.thrown_text, "full");
-    EXPECT_EQ(first_line(), "std::terminate (E0575801): the program was ended by std::terminate, "
-                            "type std::runtime_error, what() \"full\"");
-    std::strcpy(m_facts.thrown_type, "struct Error");
-    EXPECT_NE(first_line().find(", type Error, "), std::string::npos);
-    m_facts.thrown_type[0] = m_facts.thrown_text[0] = '\0';
-    m_facts.parameter_count = 0;
-    m_facts.code = 0xE0575802;
-    EXPECT_EQ(first_line(), "pure virtual call (E0575802): a function was called that the object does not have yet, "
-                            "or any more");
-    m_facts.code = 0xE0575804;
-    EXPECT_EQ(first_line(), "abort (E0575804): the program called abort");
+    const std::string terminate = "std::terminate (E0575801): the program was ended by std::terminate";
+    EXPECT_EQ(first_line(0xE0575801, {0, 0, 0}), terminate);
+    thrown("class std::runtime_error", "full");
+    EXPECT_EQ(first_line(0xE0575801, {0, 0, 0}), terminate + ", type std::runtime_error, what() \"full\"");
+    thrown("struct Error", "full");
+    EXPECT_NE(first_line(0xE0575801, {0, 0, 0}).find(", type Error, "), std::string::npos);
+    thrown("", "");
+    EXPECT_EQ(first_line(0xE0575802), "pure virtual call (E0575802): a function was called that the object does not "
+                                      "have yet, or any more");
+    EXPECT_EQ(first_line(0xE0575804), "abort (E0575804): the program called abort");
 }
 
 TEST_F(FaultTextTest, Invalid_parameter_shows_what_the_runtime_knows) {
-    m_facts.parameter_count = 4;
-    m_facts.code = 0xE0575803;
-    m_facts.parameters[3] = 41;
-    EXPECT_EQ(first_line(), "invalid parameter (E0575803): the C runtime was given an invalid argument");
+    const auto line = [&] { return first_line(0xE0575803, {0, 0, 0, 41}); };
+    const std::string begin = "invalid parameter (E0575803): the C runtime was given an invalid argument";
+    EXPECT_EQ(line(), begin);
     std::strcpy(m_facts.invalid[0], "format != NULL");
     std::strcpy(m_facts.invalid[1], "printf");
-    EXPECT_EQ(first_line(), "invalid parameter (E0575803): the C runtime was given an invalid argument, "
-                            "expression format != NULL, function printf");
+    EXPECT_EQ(line(), begin + ", expression format != NULL, function printf");
     std::strcpy(m_facts.invalid[2], "printf.c");
-    EXPECT_EQ(first_line(), "invalid parameter (E0575803): the C runtime was given an invalid argument, "
-                            "expression format != NULL, function printf, file printf.c line 41");
+    EXPECT_EQ(line(), begin + ", expression format != NULL, function printf, file printf.c line 41");
 }
 
 TEST_F(FaultTextTest, Length_of_own_modules_is_that_of_the_lists_first_lines) {
@@ -172,7 +153,7 @@ TEST_F(FaultTextTest, Length_of_own_modules_is_that_of_the_lists_first_lines) {
 
 TEST_F(FaultTextTest, Missing_record_is_said) {
     m_facts.has_record = false;
-    EXPECT_EQ(first_line(), "exception unknown: its record can't be read");
+    EXPECT_EQ(first_line(0), "exception unknown: its record can't be read");
 }
 
 TEST_F(FaultTextTest, Instruction_code_thread_and_registers_follow) {
@@ -194,12 +175,7 @@ TEST_F(FaultTextTest, Instruction_code_thread_and_registers_follow) {
 TEST_F(FaultTextTest, Float_exception_adds_the_float_registers) {
     m_facts.code = 0xC000008E;
     m_facts.has_registers = true;
-    m_facts.floating.has_x87 = true;
-    m_facts.floating.x87_control = 0x27B;
-    m_facts.floating.x87_status = 0xB084;
-    m_facts.floating.x87_instruction = 0x401236;
-    m_facts.floating.has_sse = true;
-    m_facts.floating.mxcsr = 0x1D80;
+    m_facts.floating = {true, 0x27B, 0xB084, 0x401236, true, 0x1D80};
     const std::string text = described();
     EXPECT_NE(text.find("\nx87 control 027B, status B084, instruction 00401236 host.exe+00001236\nMXCSR 00001D80"),
               std::string::npos)
@@ -257,18 +233,6 @@ TEST_F(FaultTextTest, Modules_that_do_not_fit_are_counted_and_the_reserve_stays_
     EXPECT_EQ(text.substr(text.rfind('\n')), "\n... " + std::to_string(50 - shown) + " more modules");
 }
 
-TEST_F(FaultTextTest, Exceptions_of_a_few_words_say_no_more_than_is_known) {
-    m_facts.parameter_count = 0;
-    m_facts.code = 0xE0001234;
-    EXPECT_EQ(first_line(), "exception (E0001234)");
-    m_facts.code = 0xE06D7363;
-    EXPECT_EQ(first_line(), "C++ exception (E06D7363): thrown by throw");
-    m_facts.code = 0xC0000006;
-    m_facts.parameter_count = 2;
-    access(0, 0x20000000);
-    EXPECT_EQ(first_line(), "EXCEPTION_IN_PAGE_ERROR (C0000006): memory at 20000000 could not be read");
-}
-
 TEST_F(FaultTextTest, Float_registers_that_are_not_there_are_left_out) {
     m_facts.code = 0xC00002B4;
     m_facts.has_registers = true;
@@ -281,31 +245,17 @@ TEST_F(FaultTextTest, Float_registers_that_are_not_there_are_left_out) {
 }
 
 TEST_F(FaultTextTest, Pdb_of_the_modules_name_in_other_letters_is_not_named) {
-    Module* module = add_module(0x300000, "PLUGIN.dll", false);
-    std::strcpy(module->image.pdb.file, "plugin");
-    EXPECT_EQ(listed().find('|'), std::string::npos);
-    std::strcpy(module->image.pdb.file, "plug.pdb");
-    EXPECT_NE(listed().find(" | plug.pdb"), std::string::npos);
-    std::strcpy(module->image.pdb.file, "plugins.pdb");
-    EXPECT_NE(listed().find(" | plugins.pdb"), std::string::npos);
-    std::strcpy(module->image.pdb.file, "pluton.pdb");
-    EXPECT_NE(listed().find(" | pluton.pdb"), std::string::npos);
+    const auto listed_with = [&](const char* name, const char* pdb) {
+        Module* const module = add_module(0x300000, name, false);
+        std::strcpy(module->image.pdb.file, pdb);
+        return listed();
+    };
+    EXPECT_EQ(listed_with("PLUGIN.dll", "plugin").find('|'), std::string::npos);
+    EXPECT_EQ(listed_with("plugin", "plugin.pdb").find('|'), std::string::npos);
+    EXPECT_NE(listed_with("PLUGIN.dll", "plug.pdb").find(" | plug.pdb"), std::string::npos);
+    EXPECT_NE(listed_with("PLUGIN.dll", "plugins.pdb").find(" | plugins.pdb"), std::string::npos);
+    EXPECT_NE(listed_with("PLUGIN.dll", "pluton.pdb").find(" | pluton.pdb"), std::string::npos);
 }
-
-TEST_F(FaultTextTest, Four_parameters_are_shown_at_most) {
-    m_facts.code = 0xE0001234;
-    m_facts.parameter_count = 6;
-    for (std::uint32_t i = 0; i < 4; ++i)
-        m_facts.parameters[i] = i + 1;
-    EXPECT_EQ(first_line(), "exception (E0001234), parameters 00000001 00000002 00000003 00000004");
-}
-
-TEST_F(FaultTextTest, Module_without_an_ending_may_have_a_pdb_of_its_name) {
-    Module* module = add_module(0x300000, "plugin", false);
-    std::strcpy(module->image.pdb.file, "plugin.pdb");
-    EXPECT_EQ(listed().find('|'), std::string::npos);
-}
-
 TEST_F(FaultTextTest, List_without_enough_space_shows_whole_lines_alone) {
     add_module(0x300000, "plugin.dll", false);
     for (unsigned size = 68; size < 260; ++size) {

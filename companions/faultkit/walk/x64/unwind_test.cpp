@@ -75,11 +75,17 @@ protected:
         m_memory.put_u32(kImage + offset + 4, entry.end);
         m_memory.put_u32(kImage + offset + 8, entry.unwind);
     }
-    // "push rbx; sub rsp, 32" as a function of 0x80 bytes.
-    void add_plain_function(std::uint32_t begin) {
-        add_function(begin, begin + 0x80, 5, {5, code(kAllocateSmall, 3), 1, code(kPush, faultkit::kRbx)});
+    // "push rbx; sub rsp, 32" as functions of 0x80 bytes.
+    void add_plain_functions(std::initializer_list<std::uint32_t> begins) {
+        for (const std::uint32_t begin : begins)
+            add_function(begin, begin + 0x80, 5, {5, code(kAllocateSmall, 3), 1, code(kPush, faultkit::kRbx)});
     }
     void put_code(std::uint32_t offset, const Bytes& bytes) { m_memory.put(kImage + offset, bytes); }
+    // Words of the stack, by how far they lie above kStack.
+    void put_stack(std::initializer_list<std::pair<Address, Address>> words) {
+        for (const auto& word : words)
+            m_memory.put_u64(kStack + word.first, word.second);
+    }
     // Writes "call rax" in front of a return address.
     Address return_address(std::uint32_t offset) {
         put_code(offset - 2, {0xFF, 0xD0});
@@ -93,13 +99,23 @@ protected:
         return kImage + offset;
     }
 
-    Frame interrupted(std::uint32_t offset, Address sp = kStack) {
+    static Frame interrupted(std::uint32_t offset, Address sp = kStack) {
         Frame frame = {kImage + offset, sp, FrameOrigin::kInterrupted, true, {}};
         frame.registers[faultkit::kRsp] = sp;
         return frame;
     }
+    static Frame interrupted_with(std::uint32_t offset, unsigned frame_pointer, Address value) {
+        Frame frame = interrupted(offset);
+        frame.registers[frame_pointer] = value;
+        return frame;
+    }
     FrameWalker walker() { return FrameWalker(m_memory, m_modules, kStackEnd); }
     bool find_caller(const Frame& frame, Frame* caller) { return walker().find_caller(frame, caller); }
+    Frame caller_of(const Frame& frame) {
+        Frame caller = {};
+        EXPECT_TRUE(find_caller(frame, &caller));
+        return caller;
+    }
 
     FakeMemory m_memory;
     faultkit::ModuleTable m_modules;
@@ -108,11 +124,9 @@ protected:
 };
 
 TEST_F(UnwindTest, Pushed_registers_and_the_return_address_are_found_above_what_was_allocated) {
-    add_plain_function(kInner);
-    m_memory.put_u64(kStack + 32, 0x1234567812345678);
-    m_memory.put_u64(kStack + 40, return_address(kMiddle + 0x20));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    add_plain_functions({kInner});
+    put_stack({{32, 0x1234567812345678}, {40, return_address(kMiddle + 0x20)}});
+    const Frame caller = caller_of(interrupted(kInner + 0x20));
     EXPECT_EQ(caller.pc, kImage + kMiddle + 0x20);
     EXPECT_EQ(caller.sp, kStack + 48);
     EXPECT_EQ(caller.registers[faultkit::kRbx], 0x1234567812345678u);
@@ -121,14 +135,11 @@ TEST_F(UnwindTest, Pushed_registers_and_the_return_address_are_found_above_what_
 }
 
 TEST_F(UnwindTest, In_the_first_instructions_only_what_they_have_done_is_undone) {
-    add_plain_function(kInner);
-    const Address back = return_address(kMiddle + 0x20);
-    m_memory.put_u64(kStack, back);
+    add_plain_functions({kInner});
+    put_stack({{0, return_address(kMiddle + 0x20)}});
     m_memory.put_u64(kStack - 8, 7);
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner), &caller));
-    EXPECT_EQ(caller.sp, kStack + 8);
-    ASSERT_TRUE(find_caller(interrupted(kInner + 1, kStack - 8), &caller));
+    EXPECT_EQ(caller_of(interrupted(kInner)).sp, kStack + 8);
+    const Frame caller = caller_of(interrupted(kInner + 1, kStack - 8));
     EXPECT_EQ(caller.sp, kStack + 8);
     EXPECT_EQ(caller.registers[faultkit::kRbx], 7u);
 }
@@ -145,11 +156,9 @@ TEST_F(UnwindTest, Allocations_of_every_size_are_undone) {
     std::uint32_t begin = kInner;
     for (const auto& one : cases) {
         add_function(begin, begin + 0x80, 7, one.codes);
-        m_memory.put_u64(kStack + one.size, return_address(kOuter + 0x400));
-        Frame caller;
-        ASSERT_TRUE(find_caller(interrupted(begin + 0x20), &caller));
-        EXPECT_EQ(caller.sp, kStack + one.size + 8);
-        m_memory.put_u64(kStack + one.size, 0);
+        put_stack({{one.size, return_address(kOuter + 0x400)}});
+        EXPECT_EQ(caller_of(interrupted(begin + 0x20)).sp, kStack + one.size + 8);
+        put_stack({{one.size, 0}});
         begin += 0x80;
     }
 }
@@ -161,19 +170,13 @@ TEST_F(UnwindTest, Frame_pointer_leads_back_whatever_the_stack_pointer_is) {
                  {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), 1, code(kPush, faultkit::kRbp)},
                  static_cast<std::uint8_t>(faultkit::kRbp | 2 << 4));
     const Address back = return_address(kMiddle + 0x20);
-    m_memory.put_u64(kStack + 0x100 + 48, 0x2345);
-    m_memory.put_u64(kStack + 0x100 + 56, back);
-    Frame frame = interrupted(kInner + 0x20);
-    frame.registers[faultkit::kRbp] = kStack + 0x100 + 32;
-    Frame caller;
-    ASSERT_TRUE(find_caller(frame, &caller));
+    put_stack({{0x100 + 48, 0x2345}, {0x100 + 56, back}});
+    const Frame caller = caller_of(interrupted_with(kInner + 0x20, faultkit::kRbp, kStack + 0x100 + 32));
     EXPECT_EQ(caller.pc, back);
     EXPECT_EQ(caller.sp, kStack + 0x100 + 64);
     EXPECT_EQ(caller.registers[faultkit::kRbp], 0x2345u);
     // Not yet set: the stack pointer counts.
-    frame = interrupted(kInner + 5, kStack + 0x100);
-    ASSERT_TRUE(find_caller(frame, &caller));
-    EXPECT_EQ(caller.sp, kStack + 0x100 + 64);
+    EXPECT_EQ(caller_of(interrupted(kInner + 5, kStack + 0x100)).sp, kStack + 0x100 + 64);
 }
 
 TEST_F(UnwindTest, Registers_that_were_stored_are_found_where_they_lie) {
@@ -181,11 +184,8 @@ TEST_F(UnwindTest, Registers_that_were_stored_are_found_where_they_lie) {
                  {30, code(kSaveVectorFar, 7),        0x10, 0, 0, 0, 25, code(kSaveVector, 6),        1, 0,
                   20, code(kSaveFar, faultkit::kRdi), 0x18, 0, 0, 0, 10, code(kSave, faultkit::kRsi), 2, 0,
                   4,  code(kAllocateSmall, 7)});
-    m_memory.put_u64(kStack + 0x10, 0x51);
-    m_memory.put_u64(kStack + 0x18, 0xD1);
-    m_memory.put_u64(kStack + 64, return_address(kMiddle + 0x20));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+    put_stack({{0x10, 0x51}, {0x18, 0xD1}, {64, return_address(kMiddle + 0x20)}});
+    const Frame caller = caller_of(interrupted(kInner + 0x40));
     EXPECT_EQ(caller.registers[faultkit::kRsi], 0x51u);
     EXPECT_EQ(caller.registers[faultkit::kRdi], 0xD1u);
     EXPECT_EQ(caller.sp, kStack + 72);
@@ -194,74 +194,57 @@ TEST_F(UnwindTest, Registers_that_were_stored_are_found_where_they_lie) {
 TEST_F(UnwindTest, What_newer_compilers_add_for_epilogues_changes_nothing) {
     add_function(kInner, kInner + 0x80, 4, {6, code(kEpilogue, 1), 0, 0, 0, 7, 0, 0, 0, 0, 4, code(kAllocateSmall, 7)},
                  0, -1, 2);
-    m_memory.put_u64(kStack + 64, return_address(kMiddle + 0x20));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
-    EXPECT_EQ(caller.sp, kStack + 72);
+    put_stack({{64, return_address(kMiddle + 0x20)}});
+    EXPECT_EQ(caller_of(interrupted(kInner + 0x40)).sp, kStack + 72);
 }
 
 // No compiler does that, but the data can say it.
 TEST_F(UnwindTest, Stack_pointer_is_never_taken_from_the_stack) {
     add_function(kInner, kInner + 0x80, 9, {9, code(kSave, faultkit::kRsp), 1, 0, 1, code(kPush, faultkit::kRsp)});
-    m_memory.put_u64(kStack, 5);
-    m_memory.put_u64(kStack + 8, return_address(kMiddle + 0x20));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
-    EXPECT_EQ(caller.sp, kStack + 16);
+    put_stack({{0, 5}, {8, return_address(kMiddle + 0x20)}});
+    EXPECT_EQ(caller_of(interrupted(kInner + 0x20)).sp, kStack + 16);
 }
 
 TEST_F(UnwindTest, Stack_that_is_said_to_sink_or_to_lie_askew_is_not_believed) {
     add_function(kInner, kInner + 0x80, 5, {5, code(kSetFramePointer)}, faultkit::kRbp);
-    m_memory.put_u64(kStack + 0x10, return_address(kMiddle + 0x20));
+    put_stack({{0x10, return_address(kMiddle + 0x20)}});
     m_memory.put_u64(kStack - 0x20, kImage + kMiddle + 0x20);
-    for (const Address bp : {kStack - 0x20, kStack + 0x31, kStackEnd - 4, Address(0x50000)}) {
-        Frame frame = interrupted(kInner + 0x20), caller;
-        frame.registers[faultkit::kRbp] = bp;
-        ASSERT_TRUE(find_caller(frame, &caller));
-        EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
-    }
+    for (const Address bp : {kStack - 0x20, kStack + 0x31, kStackEnd - 4, Address(0x50000)})
+        EXPECT_EQ(caller_of(interrupted_with(kInner + 0x20, faultkit::kRbp, bp)).origin, FrameOrigin::kGuessed);
 }
 
 TEST_F(UnwindTest, Many_return_addresses_that_lead_nowhere_end_the_search) {
     const Address stale = return_address(kOuter + 0x70);
     for (Address place = 0x200008; place < 0x200800; place += 8)
         m_memory.put_u64(place, stale);
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10, 0x200000), &caller));
+    const Frame caller = caller_of(interrupted(kInner + 0x10, 0x200000));
     EXPECT_EQ(caller.sp, 0x200010u);
     EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
 }
 
 TEST_F(UnwindTest, Later_part_of_a_function_is_undone_together_with_its_first) {
-    add_plain_function(kInner);
+    add_plain_functions({kInner});
     add_function(kMiddle, kMiddle + 0x80, 4, {4, code(kSave, faultkit::kRsi), 6, 0}, 0, 0);
-    m_memory.put_u64(kStack + 48, 0x51);
-    m_memory.put_u64(kStack + 40, return_address(kOuter + 0x20));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kMiddle + 0x20), &caller));
+    put_stack({{48, 0x51}, {40, return_address(kOuter + 0x20)}});
+    const Frame caller = caller_of(interrupted(kMiddle + 0x20));
     EXPECT_EQ(caller.pc, kImage + kOuter + 0x20);
     EXPECT_EQ(caller.registers[faultkit::kRsi], 0x51u);
 }
 
 TEST_F(UnwindTest, Table_entry_may_refer_to_another_one) {
-    add_plain_function(kInner);
-    add_plain_function(kMiddle);
+    add_plain_functions({kInner, kMiddle});
     m_memory.put_u32(kImage + kTable + 12 + 8, (kTable + 0) | 1);
-    m_memory.put_u64(kStack + 40, return_address(kOuter + 0x20));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kMiddle + 0x20), &caller));
-    EXPECT_EQ(caller.sp, kStack + 48);
+    put_stack({{40, return_address(kOuter + 0x20)}});
+    EXPECT_EQ(caller_of(interrupted(kMiddle + 0x20)).sp, kStack + 48);
 }
 
 TEST_F(UnwindTest, Interrupted_code_below_a_machine_frame_is_exact) {
     for (const std::uint8_t with_error_code : {0, 1}) {
-        add_function(kInner + 0x80u * with_error_code, kInner + 0x80u * with_error_code + 0x80, 0,
-                     {0, code(kMachineFrame, with_error_code)});
-        const Address at = kStack + 8u * with_error_code;
-        m_memory.put_u64(at, kImage + kMiddle + 0x33); // behind no call
-        m_memory.put_u64(at + 24, kStack + 0x200);
-        Frame caller;
-        ASSERT_TRUE(find_caller(interrupted(kInner + 0x80u * with_error_code + 0x20), &caller));
+        const std::uint32_t begin = kInner + 0x80u * with_error_code;
+        add_function(begin, begin + 0x80, 0, {0, code(kMachineFrame, with_error_code)});
+        const Address at = 8u * with_error_code;
+        put_stack({{at, kImage + kMiddle + 0x33}, {at + 24, kStack + 0x200}}); // the first behind no call
+        const Frame caller = caller_of(interrupted(begin + 0x20));
         EXPECT_EQ(caller.pc, kImage + kMiddle + 0x33);
         EXPECT_EQ(caller.sp, kStack + 0x200);
         EXPECT_EQ(caller.instruction(), caller.pc);
@@ -269,60 +252,48 @@ TEST_F(UnwindTest, Interrupted_code_below_a_machine_frame_is_exact) {
 }
 
 TEST_F(UnwindTest, Function_without_unwind_data_has_its_return_address_on_top) {
-    add_plain_function(kMiddle);
+    add_plain_functions({kMiddle});
     const Address back = return_address(kMiddle + 0x20);
-    m_memory.put_u64(kStack, back);
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
+    put_stack({{0, back}});
+    const Frame caller = caller_of(interrupted(kInner + 0x10));
     EXPECT_EQ(caller.pc, back);
     EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
     // So has a call through a bad pointer.
     Frame frame = interrupted(0);
     frame.pc = 0;
-    ASSERT_TRUE(find_caller(frame, &caller));
-    EXPECT_EQ(caller.pc, back);
+    EXPECT_EQ(caller_of(frame).pc, back);
 }
 
 TEST_F(UnwindTest, Code_that_nobody_describes_is_bridged_by_a_marked_guess_that_leads_on) {
-    add_plain_function(kMiddle);
-    add_plain_function(kOuter);
-    m_memory.put_u64(kStack + 0x10, return_address(kOuter + 0x400)); // leads nowhere
-    m_memory.put_u64(kStack + 0x18, return_address(kMiddle + 0x20));
-    m_memory.put_u64(kStack + 0x20 + 40, return_address(kOuter + 0x20));
-    m_memory.put_u64(kStack + 0x20 + 48 + 40, 0); // the thread's first frame
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
+    add_plain_functions({kMiddle, kOuter});
+    put_stack({{0x10, return_address(kOuter + 0x400)}, // leads nowhere
+               {0x18, return_address(kMiddle + 0x20)},
+               {0x20 + 40, return_address(kOuter + 0x20)},
+               {0x20 + 48 + 40, 0}}); // the thread's first frame
+    Frame caller = caller_of(interrupted(kInner + 0x10));
     EXPECT_EQ(caller.pc, kImage + kMiddle + 0x20);
     EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
-    Frame outer;
-    ASSERT_TRUE(find_caller(caller, &outer));
+    const Frame outer = caller_of(caller);
     EXPECT_EQ(outer.pc, kImage + kOuter + 0x20);
     EXPECT_EQ(outer.origin, FrameOrigin::kChecked);
     EXPECT_FALSE(find_caller(outer, &caller));
 }
 
 TEST_F(UnwindTest, Guess_that_leads_nowhere_is_the_lowest) {
-    m_memory.put_u64(kStack + 0x10, return_address(kOuter + 0x70));
-    m_memory.put_u64(kStack + 0x18, return_address(kMiddle + 0x20));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
-    EXPECT_EQ(caller.pc, kImage + kOuter + 0x70);
+    put_stack({{0x10, return_address(kOuter + 0x70)}, {0x18, return_address(kMiddle + 0x20)}});
+    EXPECT_EQ(caller_of(interrupted(kInner + 0x10)).pc, kImage + kOuter + 0x70);
 }
 
 TEST_F(UnwindTest, Overwritten_return_address_is_bridged) {
-    add_plain_function(kInner);
-    add_plain_function(kMiddle);
-    m_memory.put_u64(kStack + 40, 0x4141414141414141);
-    m_memory.put_u64(kStack + 80, return_address(kMiddle + 0x20));
-    m_memory.put_u64(kStack + 88 + 40, 0);
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
+    add_plain_functions({kInner, kMiddle});
+    put_stack({{40, 0x4141414141414141}, {80, return_address(kMiddle + 0x20)}, {88 + 40, 0}});
+    const Frame caller = caller_of(interrupted(kInner + 0x20));
     EXPECT_EQ(caller.pc, kImage + kMiddle + 0x20);
     EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
 }
 
 TEST_F(UnwindTest, Stack_that_cannot_be_read_ends_the_walk) {
-    add_plain_function(kInner);
+    add_plain_functions({kInner});
     Frame caller;
     EXPECT_FALSE(find_caller(interrupted(kInner + 0x20, 0x50000), &caller));
     EXPECT_FALSE(find_caller(interrupted(kInner + 0x20, kStackEnd - 8), &caller));
@@ -331,13 +302,12 @@ TEST_F(UnwindTest, Stack_that_cannot_be_read_ends_the_walk) {
 }
 
 TEST_F(UnwindTest, Read_that_fails_costs_a_frame_and_no_more) {
-    add_plain_function(kInner);
+    add_plain_functions({kInner});
     add_function(kMiddle, kMiddle + 0x80, 9,
                  {9, code(kSave, faultkit::kRsi), 6, 0, 4, code(kSaveFar, 7), 0x30, 0, 0, 0}, 0, 0);
-    add_plain_function(kOuter);
+    add_plain_functions({kOuter});
     put_code(kMiddle + 0x20, {0x48, 0x83, 0xC4, 0x20, 0x5B, 0xC3});
-    m_memory.put_u64(kStack + 40, return_address(kOuter + 0x20));
-    m_memory.put_u64(kStack + 88, return_address(kInner + 0x20));
+    put_stack({{40, return_address(kOuter + 0x20)}, {88, return_address(kInner + 0x20)}});
     for (unsigned every = 1; every < 60; ++every) {
         m_memory.fail_every(every);
         FrameWalker walker = this->walker();
@@ -348,8 +318,7 @@ TEST_F(UnwindTest, Read_that_fails_costs_a_frame_and_no_more) {
 }
 
 TEST_F(UnwindTest, Guess_is_one_whose_call_may_have_led_here) {
-    add_plain_function(kMiddle);
-    add_plain_function(kOuter);
+    add_plain_functions({kMiddle, kOuter});
     // Of earlier calls: to another function, directly, by a stub of the linker's and through an imported address.
     put_code(0x3000, {0xE9, 0xFB, 0xE2, 0xFF, 0xFF}); // to kOuter
     put_code(0x3010, {0xFF, 0x25, 0xEA, 0x0F, 0, 0}); // through 0x4000
@@ -360,12 +329,8 @@ TEST_F(UnwindTest, Guess_is_one_whose_call_may_have_led_here) {
                              direct_call(kMiddle + 0x50, 0x3010), kImage + kMiddle + 0x60};
     const Address right = direct_call(kMiddle + 0x70, kInner);
     for (const Address one : stale) {
-        m_memory.put_u64(kStack + 0x10, one);
-        m_memory.put_u64(kStack + 0x18, right);
-        m_memory.put_u64(kStack + 0x38, 0);
-        Frame caller;
-        ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
-        EXPECT_EQ(caller.pc, right);
+        put_stack({{0x10, one}, {0x18, right}, {0x38, 0}});
+        EXPECT_EQ(caller_of(interrupted(kInner + 0x10)).pc, right);
     }
 }
 
@@ -375,39 +340,33 @@ TEST_F(UnwindTest, Damaged_unwind_data_are_not_believed) {
         std::uint32_t offset;
         std::uint8_t value;
     } damages[] = {{"version", 0, 3}, {"operation", 5, 11}, {"operand beyond the end", 7, code(kAllocateLarge, 1)}};
+    const auto origin = [&] { return caller_of(interrupted(kInner + 0x20)).origin; };
     for (const auto& damage : damages) {
         UnwindTest::m_count = 0;
         m_entries.clear();
-        add_plain_function(kInner);
+        add_plain_functions({kInner});
         m_memory.put(kImage + kUnwind + damage.offset, {damage.value});
-        m_memory.put_u64(kStack + 40, return_address(kMiddle + 0x20));
-        Frame caller;
-        ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller)) << damage.name;
-        EXPECT_EQ(caller.origin, FrameOrigin::kGuessed) << damage.name;
+        put_stack({{40, return_address(kMiddle + 0x20)}});
+        EXPECT_EQ(origin(), FrameOrigin::kGuessed) << damage.name;
     }
     m_memory.put_u32(kImage + kTable + 8, 0xFFFFFFF0); // outside the image
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
-    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+    EXPECT_EQ(origin(), FrameOrigin::kGuessed);
     m_memory.put_u32(kImage + kTable + 8, 0xFFFFFFF1); // another entry, outside
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
-    EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
+    EXPECT_EQ(origin(), FrameOrigin::kGuessed);
 }
 
 TEST_F(UnwindTest, Circle_of_parts_ends) {
     add_function(kInner, kInner + 0x80, 0, {});
     m_memory.put(kImage + kUnwind, {1 | 4 << 3});
     put_entry(kUnwind + 4, 0);
-    m_memory.put_u64(kStack + 0x10, return_address(kMiddle + 0x20));
-    Frame caller;
-    EXPECT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
-    EXPECT_GT(caller.sp, kStack);
+    put_stack({{0x10, return_address(kMiddle + 0x20)}});
+    EXPECT_GT(caller_of(interrupted(kInner + 0x20)).sp, kStack);
 }
 
 TEST_F(UnwindTest, Unwind_data_that_leave_the_image_are_not_believed) {
-    add_plain_function(kInner);
+    add_plain_functions({kInner});
     m_memory.fill(kImage + 0xFFF0, 0x20, 0);
-    m_memory.put_u64(kStack, return_address(kMiddle + 0x20));
+    put_stack({{0, return_address(kMiddle + 0x20)}});
     m_memory.put_u32(kImage + kTable + 8, 0xFFFC);
     Frame caller;
     ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller)); // of no known version
@@ -434,13 +393,9 @@ TEST_F(UnwindTest, Later_part_has_its_frame_pointer_from_the_start) {
                  frame_register);
     add_function(kMiddle, kMiddle + 0x80, 9,
                  {9, code(kSave, faultkit::kRdi), 3, 0, 4, code(kSave, faultkit::kRsi), 2, 0}, frame_register, 0);
-    m_memory.put_u64(kStack + 0x110, 0x51);
-    m_memory.put_u64(kStack + 0x118, 0xD1);
     const Address back = return_address(kOuter + 0x20);
-    m_memory.put_u64(kStack + 0x100 + 56, back);
-    Frame frame = interrupted(kMiddle + 6), caller;
-    frame.registers[faultkit::kRbp] = kStack + 0x100 + 32;
-    ASSERT_TRUE(find_caller(frame, &caller));
+    put_stack({{0x110, 0x51}, {0x118, 0xD1}, {0x100 + 56, back}});
+    const Frame caller = caller_of(interrupted_with(kMiddle + 6, faultkit::kRbp, kStack + 0x100 + 32));
     EXPECT_EQ(caller.pc, back);
     EXPECT_EQ(caller.registers[faultkit::kRsi], 0x51u);
     EXPECT_EQ(caller.registers[faultkit::kRdi], 0u); // not saved yet
@@ -451,67 +406,53 @@ TEST_F(UnwindTest, Stack_beyond_the_threads_is_not_believed) {
     const Address back = return_address(kMiddle + 0x20);
     m_memory.fill(kStackEnd, 0x100, 0);
     m_memory.put_u64(kStackEnd + 8, back);
-    m_memory.put_u64(kStack + 0x10, back);
-    Frame frame = interrupted(kInner + 0x20), caller;
-    frame.registers[faultkit::kRbp] = kStackEnd + 8;
-    ASSERT_TRUE(find_caller(frame, &caller));
+    put_stack({{0x10, back}});
+    const Frame caller = caller_of(interrupted_with(kInner + 0x20, faultkit::kRbp, kStackEnd + 8));
     EXPECT_EQ(caller.sp, kStack + 0x18);
     EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
 }
 
 TEST_F(UnwindTest, Thread_begins_near_the_end_of_its_stack) {
     constexpr Address kDeep = 0x1F0000;
-    add_plain_function(kInner);
+    add_plain_functions({kInner});
     m_memory.fill(kDeep, 0x200, 0);
     m_memory.put_u64(kDeep + 0x100, return_address(kMiddle + 0x20));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20, kDeep), &caller)); // whose caller would be 0
+    const Frame caller = caller_of(interrupted(kInner + 0x20, kDeep)); // whose caller would be 0
     EXPECT_EQ(caller.sp, kDeep + 0x108);
     EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
 }
 
 TEST_F(UnwindTest, Return_address_on_top_of_a_stack_that_lies_askew_is_a_guess) {
     const Address back = return_address(kMiddle + 0x20);
-    m_memory.put_u64(kStack + 4, back);
-    m_memory.put_u64(kStack + 0x20, back);
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10, kStack + 4), &caller));
+    put_stack({{4, back}, {0x20, back}});
+    const Frame caller = caller_of(interrupted(kInner + 0x10, kStack + 4));
     EXPECT_EQ(caller.sp, kStack + 0x28);
     EXPECT_EQ(caller.origin, FrameOrigin::kGuessed);
 }
 
 TEST_F(UnwindTest, Guess_whose_own_caller_lies_behind_no_call_leads_nowhere) {
-    add_plain_function(kMiddle);
-    m_memory.put_u64(kStack + 0x10, return_address(kMiddle + 0x20));
-    m_memory.put_u64(kStack + 0x18 + 40, kImage + kOuter + 0x33);
-    m_memory.put_u64(kStack + 0x60, return_address(kMiddle + 0x30));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x10), &caller));
-    EXPECT_EQ(caller.pc, kImage + kMiddle + 0x30);
+    add_plain_functions({kMiddle});
+    put_stack({{0x10, return_address(kMiddle + 0x20)},
+               {0x18 + 40, kImage + kOuter + 0x33},
+               {0x60, return_address(kMiddle + 0x30)}});
+    EXPECT_EQ(caller_of(interrupted(kInner + 0x10)).pc, kImage + kMiddle + 0x30);
 }
 
 TEST_F(UnwindTest, Guess_for_a_call_through_a_bad_pointer_is_one_that_did_not_enter_the_image) {
-    add_plain_function(kMiddle);
-    add_plain_function(kOuter);
-    m_memory.put_u64(kStack + 0x10, direct_call(kMiddle + 0x30, kOuter));
-    m_memory.put_u64(kStack + 0x18, return_address(kMiddle + 0x50));
-    Frame frame = interrupted(0), caller;
+    add_plain_functions({kMiddle, kOuter});
+    put_stack({{0x10, direct_call(kMiddle + 0x30, kOuter)}, {0x18, return_address(kMiddle + 0x50)}});
+    Frame frame = interrupted(0);
     frame.pc = 0;
-    ASSERT_TRUE(find_caller(frame, &caller));
-    EXPECT_EQ(caller.pc, kImage + kMiddle + 0x50);
+    EXPECT_EQ(caller_of(frame).pc, kImage + kMiddle + 0x50);
 }
 
 TEST_F(UnwindTest, Guess_for_a_function_with_unwind_data_is_one_that_entered_it) {
-    add_plain_function(kInner);
-    add_plain_function(kMiddle);
-    add_plain_function(kOuter);
-    m_memory.put_u64(kStack + 40, 0x4141414141414141);
-    m_memory.put_u64(kStack + 0x50, direct_call(kMiddle + 0x30, 0x3000)); // nobody describes what was called
-    m_memory.put_u64(kStack + 0x58, direct_call(kMiddle + 0x50, kOuter));
-    m_memory.put_u64(kStack + 0x60, direct_call(kMiddle + 0x70, kInner));
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x20), &caller));
-    EXPECT_EQ(caller.pc, kImage + kMiddle + 0x70);
+    add_plain_functions({kInner, kMiddle, kOuter});
+    put_stack({{40, 0x4141414141414141},
+               {0x50, direct_call(kMiddle + 0x30, 0x3000)}, // nobody describes what was called
+               {0x58, direct_call(kMiddle + 0x50, kOuter)},
+               {0x60, direct_call(kMiddle + 0x70, kInner)}});
+    EXPECT_EQ(caller_of(interrupted(kInner + 0x20)).pc, kImage + kMiddle + 0x70);
 }
 
 // The last instructions of a function, which unwind data don't describe.
@@ -531,11 +472,21 @@ protected:
             m_memory.put_u64(at, word);
             at += 8;
         }
-        Frame caller;
-        ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
+        const Frame caller = caller_of(interrupted(kInner + 0x40));
         EXPECT_EQ(caller.pc, m_back);
         EXPECT_EQ(caller.sp, at);
         EXPECT_EQ(caller.origin, FrameOrigin::kChecked);
+    }
+    // The stack pointer of the caller of a function that was interrupted in front of `code`, which is no epilogue.
+    Address sp_behind(const Bytes& code) {
+        put_code(kInner + 0x40, code);
+        return caller_of(interrupted(kInner + 0x40)).sp;
+    }
+    // "push rbp; sub rsp, 48; mov rbp, rsp", or with another register that it keeps as its frame pointer.
+    void add_framed_function(std::uint8_t frame_pointer, std::uint8_t end_of_push) {
+        add_function(kMiddle, kMiddle + 0x80, 10,
+                     {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), end_of_push, code(kPush, frame_pointer)},
+                     frame_pointer);
     }
 
     Address m_back;
@@ -551,7 +502,7 @@ TEST_F(EpilogueTest, Is_carried_out_from_wherever_it_was_interrupted) {
 }
 
 TEST_F(EpilogueTest, May_end_in_a_jump_to_another_function) {
-    add_plain_function(kMiddle);
+    add_plain_functions({kMiddle});
     expect_caller({0x5B, 0xE9, 0xBB, 0, 0, 0}, {3, m_back});       // to kMiddle
     expect_caller({0x5B, 0xFF, 0x25, 0, 0x10, 0, 0}, {3, m_back}); // through memory
     expect_caller({0x5B, 0x48, 0xFF, 0xE0}, {3, m_back});          // through rax
@@ -560,40 +511,25 @@ TEST_F(EpilogueTest, May_end_in_a_jump_to_another_function) {
 
 // To its very last byte, too, and not one further.
 TEST_F(EpilogueTest, Jump_within_the_function_is_none) {
-    m_memory.put_u64(kStack, return_address(kOuter + 0x20)); // of an earlier call
-    m_memory.put_u64(kStack + 48, m_back);
+    put_stack({{0, return_address(kOuter + 0x20)}, {48, m_back}}); // the first of an earlier call
     for (const Bytes& jump : {Bytes{0xEB, 0x10}, Bytes{0xEB, 0x3D}, Bytes{0xEB, 0xBE}, Bytes{0xE9, 0x3A, 0, 0, 0},
                               Bytes{0xE9, 0xBB, 0xFF, 0xFF, 0xFF}}) {
-        put_code(kInner + 0x40, jump);
-        Frame caller;
-        ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
-        EXPECT_EQ(caller.pc, m_back);
-        EXPECT_EQ(caller.sp, kStack + 56);
+        EXPECT_EQ(sp_behind(jump), kStack + 56);
+        EXPECT_EQ(caller_of(interrupted(kInner + 0x40)).pc, m_back);
     }
     for (const Bytes& jump :
-         {Bytes{0xEB, 0x3E}, Bytes{0xEB, 0xBD}, Bytes{0xE9, 0x3B, 0, 0, 0}, Bytes{0xE9, 0xBA, 0xFF, 0xFF, 0xFF}}) {
-        put_code(kInner + 0x40, jump);
-        Frame caller;
-        ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
-        EXPECT_EQ(caller.sp, kStack + 8);
-    }
+         {Bytes{0xEB, 0x3E}, Bytes{0xEB, 0xBD}, Bytes{0xE9, 0x3B, 0, 0, 0}, Bytes{0xE9, 0xBA, 0xFF, 0xFF, 0xFF}})
+        EXPECT_EQ(sp_behind(jump), kStack + 8);
 }
 
 TEST_F(EpilogueTest, Of_a_function_with_a_frame_pointer_begins_by_it) {
-    add_function(kMiddle, kMiddle + 0x80, 10,
-                 {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), 1, code(kPush, faultkit::kRbp)},
-                 static_cast<std::uint8_t>(faultkit::kRbp));
+    add_framed_function(faultkit::kRbp, 1);
     const Address back = return_address(kOuter + 0x20);
-    m_memory.put_u64(kStack + 0x130, 0x77);
-    m_memory.put_u64(kStack + 0x138, back);
-    for (const Bytes& lea : {Bytes{0x48, 0x8D, 0x65, 0x30}, Bytes{0x48, 0x8D, 0xA5, 0x30, 0, 0, 0}}) {
-        Bytes code = lea;
-        code.insert(code.end(), {0x5D, 0xC3});
+    put_stack({{0x130, 0x77}, {0x138, back}});
+    for (const Bytes& code :
+         {Bytes{0x48, 0x8D, 0x65, 0x30, 0x5D, 0xC3}, Bytes{0x48, 0x8D, 0xA5, 0x30, 0, 0, 0, 0x5D, 0xC3}}) {
         put_code(kMiddle + 0x40, code);
-        Frame frame = interrupted(kMiddle + 0x40);
-        frame.registers[faultkit::kRbp] = kStack + 0x100;
-        Frame caller;
-        ASSERT_TRUE(find_caller(frame, &caller));
+        const Frame caller = caller_of(interrupted_with(kMiddle + 0x40, faultkit::kRbp, kStack + 0x100));
         EXPECT_EQ(caller.pc, back);
         EXPECT_EQ(caller.sp, kStack + 0x140);
         EXPECT_EQ(caller.registers[faultkit::kRbp], 0x77u);
@@ -617,73 +553,51 @@ TEST_F(EpilogueTest, Other_instructions_are_none) {
         {0xEB, 0x00},
         {0xE9, 0x00, 0x00, 0x00, 0x00},
     };
-    m_memory.put_u64(kStack, 5);
-    m_memory.put_u64(kStack + 8, return_address(kOuter + 0x20)); // of an earlier call
-    m_memory.put_u64(kStack + 48, m_back);
+    put_stack({{0, 5}, {8, return_address(kOuter + 0x20)}, {48, m_back}}); // the second of an earlier call
     for (const Bytes& one : codes) {
         put_code(kInner + 0x40, {0x90, 0x90, 0x90, 0x90, 0x90, 0x90});
-        put_code(kInner + 0x40, one);
-        const Frame frame = interrupted(kInner + 0x40);
+        EXPECT_EQ(sp_behind(one), kStack + 56) << int(one[0]) << ' ' << int(one[1]);
         Frame caller;
-        EXPECT_FALSE(faultkit::finish_function(m_memory, m_modules[0].image, m_entries[0], frame, &caller));
-        ASSERT_TRUE(find_caller(frame, &caller));
-        EXPECT_EQ(caller.sp, kStack + 56) << int(one[0]) << ' ' << int(one[1]);
+        EXPECT_FALSE(
+            faultkit::finish_function(m_memory, m_modules[0].image, m_entries[0], interrupted(kInner + 0x40), &caller));
     }
 }
 
 TEST_F(EpilogueTest, That_returns_to_where_no_call_was_is_none) {
-    put_code(kInner + 0x40, {0xC3});
-    m_memory.put_u64(kStack, kImage + kOuter + 0x55);
-    m_memory.put_u64(kStack + 48, m_back);
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
-    EXPECT_EQ(caller.sp, kStack + 56);
+    put_stack({{0, kImage + kOuter + 0x55}, {48, m_back}});
+    EXPECT_EQ(sp_behind({0xC3}), kStack + 56);
 }
 
 TEST_F(EpilogueTest, Jump_to_a_later_part_of_the_function_is_none) {
     add_function(kMiddle + 0x40, kMiddle + 0x80, 0, {}, 0, 0);
-    put_code(kInner + 0x40, {0xE9, 0x0B, 1, 0, 0});          // to kMiddle + 0x50
-    m_memory.put_u64(kStack, return_address(kOuter + 0x20)); // of an earlier call
-    m_memory.put_u64(kStack + 48, m_back);
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x40), &caller));
-    EXPECT_EQ(caller.sp, kStack + 56);
+    put_stack({{0, return_address(kOuter + 0x20)}, {48, m_back}}); // the first of an earlier call
+    EXPECT_EQ(sp_behind({0xE9, 0x0B, 1, 0, 0}), kStack + 56);      // to kMiddle + 0x50
 }
 
 TEST_F(EpilogueTest, Frame_pointer_that_takes_another_byte_to_name_is_none) {
-    add_function(kMiddle, kMiddle + 0x80, 10,
-                 {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), 2, code(kPush, 12)}, 12);
+    add_framed_function(12, 2);
     const Address back = return_address(kOuter + 0x20);
-    m_memory.put_u64(kStack + 0x138, back);
+    put_stack({{0x138, back}});
     put_code(kMiddle + 0x40, {0x49, 0x8D, 0x64, 0x24, 0x50, 0xC3}); // lea rsp, [r12 + 80]
-    Frame frame = interrupted(kMiddle + 0x40), caller;
-    frame.registers[12] = kStack + 0x100;
-    ASSERT_TRUE(find_caller(frame, &caller));
+    const Frame caller = caller_of(interrupted_with(kMiddle + 0x40, 12, kStack + 0x100));
     EXPECT_EQ(caller.pc, back);
     EXPECT_EQ(caller.sp, kStack + 0x140);
 }
 
 TEST_F(EpilogueTest, Pops_up_to_the_functions_end_are_none) {
     put_code(kInner + 0x7E, {0x5B, 0x5B});
-    m_memory.put_u64(kStack + 48, m_back);
-    Frame caller;
-    ASSERT_TRUE(find_caller(interrupted(kInner + 0x7E), &caller));
-    EXPECT_EQ(caller.sp, kStack + 56);
+    put_stack({{48, m_back}});
+    EXPECT_EQ(caller_of(interrupted(kInner + 0x7E)).sp, kStack + 56);
 }
 
 TEST_F(EpilogueTest, Frame_pointer_must_be_the_one_that_the_function_keeps) {
-    add_function(kMiddle, kMiddle + 0x80, 10,
-                 {10, code(kSetFramePointer), 5, code(kAllocateSmall, 5), 1, code(kPush, faultkit::kRbp)},
-                 static_cast<std::uint8_t>(faultkit::kRbp));
+    add_framed_function(faultkit::kRbp, 1);
     const Address back = return_address(kOuter + 0x20);
-    m_memory.put_u64(kStack + 0x138, back);
+    put_stack({{0x138, back}});
     for (const Bytes& lea : {Bytes{0x48, 0x8D, 0x66, 0x30, 0xC3}, Bytes{0x48, 0x8D, 0x25, 0, 0, 0, 0, 0xC3},
                              Bytes{0x49, 0x8D, 0x65, 0x30, 0xC3}, Bytes{0x48, 0x8D, 0xE5, 0xC3}}) {
         put_code(kMiddle + 0x40, lea);
-        Frame frame = interrupted(kMiddle + 0x40);
-        frame.registers[faultkit::kRbp] = kStack + 0x100;
-        Frame caller;
-        ASSERT_TRUE(find_caller(frame, &caller));
+        const Frame caller = caller_of(interrupted_with(kMiddle + 0x40, faultkit::kRbp, kStack + 0x100));
         EXPECT_EQ(caller.pc, back);
         EXPECT_EQ(caller.sp, kStack + 0x140);
     }
@@ -691,14 +605,12 @@ TEST_F(EpilogueTest, Frame_pointer_must_be_the_one_that_the_function_keeps) {
 
 // A return address may lie in front of an epilogue, or at the end of a function whose last call never returns.
 TEST_F(EpilogueTest, Frame_that_waits_for_a_call_is_not_in_it) {
-    put_code(kInner + 0x7E, {0xFF, 0xD0});
-    m_memory.put_u64(kStack + 48, m_back);
+    put_code(kInner + 0x7E, {0xFF, 0xD0, 0xC3});
+    put_stack({{48, m_back}});
     Frame frame = interrupted(kInner + 0x80);
     frame.interrupted = false;
     frame.origin = FrameOrigin::kChecked;
-    put_code(kInner + 0x80, {0xC3});
-    Frame caller;
-    ASSERT_TRUE(find_caller(frame, &caller));
+    const Frame caller = caller_of(frame);
     EXPECT_EQ(caller.pc, m_back);
     EXPECT_EQ(caller.sp, kStack + 56);
 }

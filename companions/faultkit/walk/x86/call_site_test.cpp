@@ -13,19 +13,27 @@ using faultkit::FakeProcess;
 
 constexpr std::uint32_t kReturn = FakeProcess::kCode + 0x100;
 
+class CallSiteTest : public testing::Test {
+protected:
+    CallSite before(std::uint32_t address = kReturn) {
+        return faultkit::find_call_before(process.memory, process.modules, address);
+    }
+
+    FakeProcess process;
+};
+
 struct Encoding {
     const char* name;
     FakeMemory::Bytes bytes;
     CallSite::Kind kind;
 };
 
-class CallEncoding : public testing::TestWithParam<Encoding> {};
+class CallEncoding : public CallSiteTest, public testing::WithParamInterface<Encoding> {};
 
 TEST_P(CallEncoding, Is_told_from_its_bytes) {
-    FakeProcess process;
     const FakeMemory::Bytes& bytes = GetParam().bytes;
     process.memory.put(kReturn - static_cast<std::uint32_t>(bytes.size()), bytes);
-    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, kReturn).kind, GetParam().kind);
+    EXPECT_EQ(before().kind, GetParam().kind);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -47,45 +55,36 @@ INSTANTIATE_TEST_SUITE_P(
                     Encoding{"nothing", {0x90, 0x90}, CallSite::kNone}),
     [](const auto& info) { return info.param.name; });
 
-TEST(CallSite, Relative_call_leads_to_its_target) {
-    FakeProcess process;
+TEST_F(CallSiteTest, Relative_call_leads_to_its_target) {
     process.put_call(kReturn, FakeProcess::kCode + 0x40);
-    const CallSite call = faultkit::find_call_before(process.memory, process.modules, kReturn);
-    EXPECT_EQ(call.kind, CallSite::kKnown);
-    EXPECT_EQ(call.target, FakeProcess::kCode + 0x40);
+    EXPECT_EQ(before().kind, CallSite::kKnown);
+    EXPECT_EQ(before().target, FakeProcess::kCode + 0x40);
 }
 
-TEST(CallSite, Call_through_an_import_leads_to_the_imported_function) {
-    FakeProcess process;
+TEST_F(CallSiteTest, Call_through_an_import_leads_to_the_imported_function) {
     process.memory.put(kReturn - 6, {0xFF, 0x15, 0x00, 0x50, 0x40, 0x00});
     process.memory.put_u32(0x405000, FakeProcess::kCode + 0x80);
-    const CallSite call = faultkit::find_call_before(process.memory, process.modules, kReturn);
-    EXPECT_EQ(call.kind, CallSite::kKnown);
-    EXPECT_EQ(call.target, FakeProcess::kCode + 0x80);
+    EXPECT_EQ(before().kind, CallSite::kKnown);
+    EXPECT_EQ(before().target, FakeProcess::kCode + 0x80);
+    process.memory.put_u32(0x405000, 0x12345678);
+    EXPECT_EQ(before().kind, CallSite::kComputed) << "it holds no code any more, but was called all the same";
 }
 
-TEST(CallSite, Jump_stubs_on_the_way_are_followed) {
-    FakeProcess process;
+TEST_F(CallSiteTest, Jump_stubs_on_the_way_are_followed_and_a_circle_of_them_ends) {
     process.put_call(kReturn, FakeProcess::kCode + 0x20);
     process.memory.put(FakeProcess::kCode + 0x20, {0xE9, 0x1B, 0, 0, 0});             // to +0x40
     process.memory.put(FakeProcess::kCode + 0x40, {0xFF, 0x25, 0x00, 0x50, 0x40, 0}); // through memory
     process.memory.put_u32(0x405000, FakeProcess::kCode + 0x80);
-    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, kReturn).target, FakeProcess::kCode + 0x80);
-}
-
-TEST(CallSite, Circle_of_stubs_ends) {
-    FakeProcess process;
-    process.put_call(kReturn, FakeProcess::kCode + 0x20);
+    EXPECT_EQ(before().target, FakeProcess::kCode + 0x80);
     process.memory.put(FakeProcess::kCode + 0x20, {0xE9, 0xFB, 0xFF, 0xFF, 0xFF}); // to itself
-    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, kReturn).kind, CallSite::kKnown);
+    EXPECT_EQ(before().kind, CallSite::kKnown);
 }
 
-TEST(CallSite, Target_is_the_last_stub_where_that_leads_nowhere) {
-    FakeProcess process;
+TEST_F(CallSiteTest, Target_is_the_last_stub_where_that_leads_nowhere) {
     process.put_call(kReturn, FakeProcess::kCode + 0x20);
     const auto target = [&](const FakeMemory::Bytes& stub) {
         process.memory.put(FakeProcess::kCode + 0x20, stub);
-        return faultkit::find_call_before(process.memory, process.modules, kReturn).target;
+        return before().target;
     };
     EXPECT_EQ(target({0xE9, 0xDB, 0, 0x50, 0}), FakeProcess::kCode + 0x500100); // outside every module
     EXPECT_EQ(target({0xFF, 0x24, 0, 0, 0, 0}), FakeProcess::kCode + 0x20);
@@ -94,30 +93,16 @@ TEST(CallSite, Target_is_the_last_stub_where_that_leads_nowhere) {
     EXPECT_EQ(target({0x40}), FakeProcess::kCodeEnd - 2);
 }
 
-TEST(CallSite, Import_that_holds_no_code_any_more_was_called_all_the_same) {
-    FakeProcess process;
-    process.memory.put(kReturn - 6, {0xFF, 0x15, 0x00, 0x50, 0x40, 0x00});
-    process.memory.put_u32(0x405000, 0x12345678);
-    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, kReturn).kind, CallSite::kComputed);
-}
-
-TEST(CallSite, Bytes_before_the_section_are_not_read) {
-    FakeProcess process;
+TEST_F(CallSiteTest, Bytes_before_the_section_are_not_read) {
     process.memory.put(FakeProcess::kCode, {0xFF, 0xD0});
-    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, FakeProcess::kCode).kind, CallSite::kNone);
-    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, FakeProcess::kCode + 2).kind,
-              CallSite::kComputed);
+    EXPECT_EQ(before(FakeProcess::kCode).kind, CallSite::kNone);
+    EXPECT_EQ(before(FakeProcess::kCode + 2).kind, CallSite::kComputed);
 }
 
-TEST(CallSite, Address_outside_every_module_is_no_return_address) {
-    FakeProcess process;
-    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, 0x900000).kind, CallSite::kNone);
-}
-
-TEST(CallSite, Address_in_an_unloaded_module_passes) {
-    FakeProcess process;
+TEST_F(CallSiteTest, Address_outside_every_module_is_no_return_address_but_one_in_an_unloaded_module_passes) {
+    EXPECT_EQ(before(0x900000).kind, CallSite::kNone);
     process.modules.add_unloaded({0x900000, 0x4000, 1, "gone.dll"});
-    EXPECT_EQ(faultkit::find_call_before(process.memory, process.modules, 0x901010).kind, CallSite::kComputed);
+    EXPECT_EQ(before(0x901010).kind, CallSite::kComputed);
 }
 
 TEST(ArgumentsPushed, Are_counted_back_from_the_call) {
@@ -131,21 +116,16 @@ TEST(ArgumentsPushed, Are_counted_back_from_the_call) {
         {{0x68, 0x10, 0x20, 0x30, 0x40, 0xFF, 0x75, 0xF8}, 8},    // push value, [ebp - 8]
         {{0xFF, 0x35, 0, 0x10, 0x40, 0, 0xFF, 0x74, 0x24, 8}, 8}, // push [address], [esp + 8]
     };
+    FakeProcess process;
+    const std::uint32_t end = FakeProcess::kCode + 0x100;
     for (const auto& one : cases) {
-        FakeProcess process;
-        const std::uint32_t end = FakeProcess::kCode + 0x100;
         process.memory.fill(end - 0x40, 0x40, 0x40);
         process.memory.put(end - static_cast<std::uint32_t>(one.code.size()), one.code);
         EXPECT_EQ(faultkit::arguments_pushed_before(process.memory, end), one.bytes);
     }
-    FakeProcess process;
     EXPECT_EQ(faultkit::arguments_pushed_before(process.memory, 0x50000), 0u);
-}
-
-TEST(ArgumentsPushed, Are_counted_as_far_as_is_looked) {
-    FakeProcess process;
     process.memory.fill(FakeProcess::kCode, 0x100, 0x50);
-    EXPECT_EQ(faultkit::arguments_pushed_before(process.memory, FakeProcess::kCode + 0x100), 43u * 4);
+    EXPECT_EQ(faultkit::arguments_pushed_before(process.memory, end), 43u * 4) << "as far as is looked";
 }
 
 } // namespace

@@ -13,24 +13,28 @@ using faultkit::FunctionBounds;
 
 constexpr std::uint32_t kFunction = FakeProcess::kCode + 0x100;
 
-FunctionBounds find(FakeProcess& process, std::uint32_t address) {
-    return faultkit::find_function(process.memory, process.modules, address);
-}
+class FunctionBoundsTest : public testing::Test {
+protected:
+    FunctionBounds find(std::uint32_t address) {
+        return faultkit::find_function(process.memory, process.modules, address);
+    }
+
+    FakeProcess process;
+};
 
 struct Gap {
     const char* name;
     FakeMemory::Bytes bytes; // in front of the function, behind other code
 };
 
-class GapBetweenFunctions : public testing::TestWithParam<Gap> {};
+class GapBetweenFunctions : public FunctionBoundsTest, public testing::WithParamInterface<Gap> {};
 
 TEST_P(GapBetweenFunctions, Marks_the_start_of_the_next_one) {
-    FakeProcess process;
     process.memory.fill(kFunction - 0x80, 0x80, 0x40);
     process.memory.put(kFunction - static_cast<std::uint32_t>(GetParam().bytes.size()), GetParam().bytes);
     process.put_frameless_function(kFunction);
-    EXPECT_EQ(find(process, kFunction).start, kFunction);
-    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
+    EXPECT_EQ(find(kFunction).start, kFunction);
+    EXPECT_EQ(find(kFunction + 0x20).start, kFunction);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, GapBetweenFunctions,
@@ -44,56 +48,43 @@ INSTANTIATE_TEST_SUITE_P(Kinds, GapBetweenFunctions,
                                          Gap{"move_to_itself", {0xC3, 0x8B, 0xFF}}),
                          [](const auto& info) { return info.param.name; });
 
-TEST(FunctionBounds, Constant_that_ends_like_a_gap_does_not_split_a_function) {
-    FakeProcess process;
+TEST_F(FunctionBoundsTest, What_only_resembles_a_gap_does_not_split_a_function) {
     process.put_frameless_function(kFunction);
-    process.memory.put(kFunction + 0x0B, {0xB8, 0x40, 0xBD, 0x40, 0xCC}); // mov eax, 0xCC40BD40
-    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
-    process.memory.put(kFunction + 0x0B, {0xB8, 0xCD, 0xCC, 0xCC, 0xCC}); // to divide by ten
-    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
+    EXPECT_EQ(find(kFunction + 0x20).start, kFunction);
+    EXPECT_FALSE(find(kFunction + 0x20).framed);
+    const struct {
+        const char* what;
+        std::uint32_t offset;
+        FakeMemory::Bytes code;
+    } cases[] = {{"mov eax, 0xCC40BD40", 0x0B, {0xB8, 0x40, 0xBD, 0x40, 0xCC}},
+                 {"mov eax, 0xCCCCCCCD, to divide by ten", 0x0B, {0xB8, 0xCD, 0xCC, 0xCC, 0xCC}},
+                 {"an early return; what follows is aligned", 0x0F, {0xC3}},
+                 {"a return and lea eax, [esi + 8]", 0x0C, {0xC3, 0x8D, 0x46, 0x08}}};
+    for (const auto& one : cases) {
+        process.put_frameless_function(kFunction);
+        process.memory.put(kFunction + one.offset, one.code);
+        EXPECT_EQ(find(kFunction + 0x20).start, kFunction) << one.what;
+    }
 }
 
-TEST(FunctionBounds, Early_return_does_not_split_a_function) {
-    FakeProcess process;
-    process.put_frameless_function(kFunction);
-    process.memory.put(kFunction + 0x0F, {0xC3}); // what follows is aligned
-    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
-}
-
-TEST(FunctionBounds, Real_instruction_behind_a_return_is_no_filler) {
-    FakeProcess process;
-    process.put_frameless_function(kFunction);
-    process.memory.put(kFunction + 0x0C, {0xC3, 0x8D, 0x46, 0x08}); // lea eax, [esi + 8]
-    EXPECT_EQ(find(process, kFunction + 0x20).start, kFunction);
-}
-
-TEST(FunctionBounds, Frame_is_recognised_even_where_nothing_is_aligned) {
-    FakeProcess process;
+TEST_F(FunctionBoundsTest, Frame_is_recognised_even_where_nothing_is_aligned) {
     process.memory.fill(kFunction, 0x80, 0x40);
     process.memory.put(kFunction + 0x12, {0xC3});
     process.put_framed_function(kFunction + 0x13);
-    const FunctionBounds function = find(process, kFunction + 0x30);
+    const FunctionBounds function = find(kFunction + 0x30);
     EXPECT_EQ(function.start, kFunction + 0x13);
     EXPECT_TRUE(function.framed);
     EXPECT_EQ(function.push, kFunction + 0x13);
 }
 
-TEST(FunctionBounds, Frameless_function_is_not_framed) {
-    FakeProcess process;
-    process.put_frameless_function(kFunction);
-    EXPECT_FALSE(find(process, kFunction + 0x20).framed);
-}
-
-TEST(FunctionBounds, Frame_made_by_a_helper_of_the_runtime_is_recognised) {
-    FakeProcess process;
+TEST_F(FunctionBoundsTest, Frame_made_by_a_helper_of_the_runtime_is_recognised) {
     process.memory.fill(kFunction, 64, 0x40);
     process.memory.put(kFunction, {0x6A, 0x10, 0x68, 0, 0x50, 0x40, 0, 0xE8, 1, 2, 3, 4});
-    const FunctionBounds function = find(process, kFunction + 0x20);
-    EXPECT_TRUE(function.framed);
-    EXPECT_EQ(function.push, 0u);
+    EXPECT_TRUE(find(kFunction + 0x20).framed);
+    EXPECT_EQ(find(kFunction + 0x20).push, 0u);
 }
 
-TEST(FunctionBounds, Frame_is_told_from_the_first_instructions) {
+TEST_F(FunctionBoundsTest, Frame_is_told_from_the_first_instructions) {
     const struct {
         FakeMemory::Bytes code;
         bool framed;
@@ -112,7 +103,6 @@ TEST(FunctionBounds, Frame_is_told_from_the_first_instructions) {
         {{0xB8, 0, 0x50, 0x40, 0, 0xE9}, false},
     };
     for (const auto& one : cases) {
-        FakeProcess process;
         process.memory.fill(kFunction, 64, 0x40);
         process.memory.put(kFunction, one.code);
         const FunctionBounds function = faultkit::bounds_of_function(process.memory, kFunction);
@@ -121,33 +111,16 @@ TEST(FunctionBounds, Frame_is_told_from_the_first_instructions) {
     }
 }
 
-TEST(FunctionBounds, Gap_without_a_function_in_front_has_none) {
-    FakeProcess process;
-    EXPECT_EQ(find(process, FakeProcess::kCode + 0x850).start, 0u);
-}
-
-TEST(FunctionBounds, Start_of_the_section_starts_a_function) {
-    FakeProcess process;
+TEST_F(FunctionBoundsTest, Function_is_found_from_its_first_byte_to_the_sections_last) {
+    EXPECT_EQ(find(FakeProcess::kCode + 0x850).start, 0u) << "a gap with no function in front of it";
     process.put_frameless_function(FakeProcess::kCode);
-    EXPECT_EQ(find(process, FakeProcess::kCode + 5).start, FakeProcess::kCode);
-}
-
-TEST(FunctionBounds, Function_over_many_pieces_is_found) {
-    FakeProcess process;
-    process.memory.fill(kFunction, 0x1800, 0x40);
-    EXPECT_EQ(find(process, kFunction + 0x17FF).start, kFunction);
-}
-
-TEST(FunctionBounds, Last_byte_of_the_section_can_be_asked_for) {
-    FakeProcess process;
+    EXPECT_EQ(find(FakeProcess::kCode + 5).start, FakeProcess::kCode);
     process.put_framed_function(FakeProcess::kCodeEnd - 64);
-    EXPECT_EQ(find(process, FakeProcess::kCodeEnd - 1).start, FakeProcess::kCodeEnd - 64);
-}
-
-TEST(FunctionBounds, Address_outside_the_code_has_none) {
-    FakeProcess process;
-    EXPECT_EQ(find(process, FakeProcess::kCodeEnd).start, 0u);
-    EXPECT_EQ(find(process, 0x900000).start, 0u);
+    EXPECT_EQ(find(FakeProcess::kCodeEnd - 1).start, FakeProcess::kCodeEnd - 64);
+    EXPECT_EQ(find(FakeProcess::kCodeEnd).start, 0u);
+    EXPECT_EQ(find(0x900000).start, 0u);
+    process.memory.fill(kFunction, 0x1800, 0x40);
+    EXPECT_EQ(find(kFunction + 0x17FF).start, kFunction) << "over many pieces";
 }
 
 faultkit::Prologue prologue(const FakeMemory::Bytes& code, std::uint32_t reached) {
@@ -160,41 +133,30 @@ std::uint32_t taken(const FakeMemory::Bytes& code, std::uint32_t reached) {
     return prologue(code, reached).taken;
 }
 
-TEST(Prologue, Counts_saved_registers_and_the_space_for_locals) {
-    // push ebx; push esi; push edi; sub esp, 0x40
-    EXPECT_EQ(taken({0x53, 0x56, 0x57, 0x83, 0xEC, 0x40, 0x40}, 7), 12u + 0x40);
-    // push ebp; sub esp, 0x1234
-    EXPECT_EQ(taken({0x55, 0x81, 0xEC, 0x34, 0x12, 0, 0, 0x40}, 8), 4u + 0x1234);
-}
-
-TEST(Prologue, Counts_only_what_was_executed) {
-    EXPECT_EQ(taken({0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 0), 0u);
-    EXPECT_EQ(taken({0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 1), 4u);
-    EXPECT_EQ(taken({0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 2), 8u);
-}
-
-TEST(Prologue, Looks_past_instructions_mixed_in) {
-    // mov eax, [esp + 8]; xor ecx, ecx; mov edx, 1; push esi
-    EXPECT_EQ(taken({0x8B, 0x44, 0x24, 0x08, 0x31, 0xC9, 0xBA, 1, 0, 0, 0, 0x56, 0x40}, 13), 4u);
-}
-
-TEST(Prologue, Pushed_arguments_are_not_counted) {
-    // push esi; push eax: an argument, gone after the call
-    EXPECT_EQ(taken({0x56, 0x50, 0xE8, 0, 0, 0, 0}, 7), 4u);
-    // push esi; push esi: the second is an argument
-    EXPECT_EQ(taken({0x56, 0x56, 0xE8, 0, 0, 0, 0}, 7), 4u);
-}
-
-TEST(Prologue, Looks_past_an_alignment_of_the_stack) {
-    // push ebx; and esp, -16; push esi
-    EXPECT_EQ(taken({0x53, 0x83, 0xE4, 0xF0, 0x56, 0x40}, 6), 8u);
-}
-
-TEST(Prologue, Ends_at_an_instruction_that_only_resembles_an_alignment) {
-    // push ebx; cmp eax, 1; push esi
-    EXPECT_EQ(taken({0x53, 0x83, 0xF8, 0x01, 0x56, 0x40}, 6), 4u);
-    // push ebx; test al, 0xE4; nop; push esi
-    EXPECT_EQ(taken({0x53, 0xA8, 0xE4, 0x90, 0x56, 0x40}, 6), 4u);
+TEST(Prologue, Counts_what_it_has_pushed_and_taken) {
+    const struct {
+        const char* what;
+        FakeMemory::Bytes code;
+        std::uint32_t reached, taken;
+    } cases[] = {
+        {"push ebx; push esi; push edi; sub esp, 0x40", {0x53, 0x56, 0x57, 0x83, 0xEC, 0x40, 0x40}, 7, 12 + 0x40},
+        {"push ebp; sub esp, 0x1234", {0x55, 0x81, 0xEC, 0x34, 0x12, 0, 0, 0x40}, 8, 4 + 0x1234},
+        {"nothing was executed", {0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 0, 0},
+        {"one push was executed", {0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 1, 4},
+        {"two pushes were executed", {0x53, 0x56, 0x83, 0xEC, 0x40, 0x40}, 2, 8},
+        {"mov eax, [esp + 8]; xor ecx, ecx; mov edx, 1; push esi: others are mixed in",
+         {0x8B, 0x44, 0x24, 0x08, 0x31, 0xC9, 0xBA, 1, 0, 0, 0, 0x56, 0x40},
+         13,
+         4},
+        {"push esi; push eax: an argument, gone after the call", {0x56, 0x50, 0xE8, 0, 0, 0, 0}, 7, 4},
+        {"push esi; push esi: the second is an argument", {0x56, 0x56, 0xE8, 0, 0, 0, 0}, 7, 4},
+        {"push ebx; and esp, -16; push esi: the stack is aligned", {0x53, 0x83, 0xE4, 0xF0, 0x56, 0x40}, 6, 8},
+        {"push ebx; cmp eax, 1; push esi: resembles an alignment", {0x53, 0x83, 0xF8, 0x01, 0x56, 0x40}, 6, 4},
+        {"push ebx; test al, 0xE4; nop; push esi: so does this", {0x53, 0xA8, 0xE4, 0x90, 0x56, 0x40}, 6, 4},
+        {"test ecx, ecx; je; push esi: pushed on one way only", {0x85, 0xC9, 0x74, 0x12, 0x56, 0x40}, 6, 0},
+    };
+    for (const auto& one : cases)
+        EXPECT_EQ(taken(one.code, one.reached), one.taken) << one.what;
 }
 
 TEST(Prologue, Is_not_followed_beyond_its_reach) {
@@ -207,11 +169,6 @@ TEST(Prologue, Is_not_followed_beyond_its_reach) {
     EXPECT_EQ(taken(code, 46), 4u);
 }
 
-TEST(Prologue, Stops_at_a_branch) {
-    // test ecx, ecx; je; push esi: pushed on one way only
-    EXPECT_EQ(taken({0x85, 0xC9, 0x74, 0x12, 0x56, 0x40}, 6), 0u);
-}
-
 TEST(Prologue, Tells_where_the_callers_frame_pointer_is_kept) {
     // push edi; push ebp; push esi
     EXPECT_EQ(prologue({0x57, 0x55, 0x56, 0x40}, 3).saved_ebp, 8u);
@@ -219,8 +176,7 @@ TEST(Prologue, Tells_where_the_callers_frame_pointer_is_kept) {
     EXPECT_EQ(prologue({0x57, 0x56, 0x40}, 3).saved_ebp, 0u);
 }
 
-TEST(PossibleStarts, Lie_behind_returns_and_behind_padding_up_to_an_aligned_place) {
-    FakeProcess process;
+TEST_F(FunctionBoundsTest, Possible_starts_lie_behind_returns_and_behind_padding_up_to_an_aligned_place) {
     process.memory.fill(kFunction, 0x100, 0x40);
     process.memory.put(kFunction + 0x13, {0xC3});
     process.memory.put(kFunction + 0x2D, {0xC3, 0x66, 0x90});
@@ -235,8 +191,7 @@ TEST(PossibleStarts, Lie_behind_returns_and_behind_padding_up_to_an_aligned_plac
               0u);
 }
 
-TEST(PossibleStarts, Begin_behind_what_can_be_told_of_the_sections_first_bytes) {
-    FakeProcess process;
+TEST_F(FunctionBoundsTest, Possible_starts_begin_behind_what_can_be_told_of_the_sections_first_bytes) {
     process.memory.fill(FakeProcess::kCode, 0x100, 0x40);
     process.memory.put(FakeProcess::kCode + 0x0F, {0xC3}); // there is too little code in front of it to tell
     process.memory.put(FakeProcess::kCode + 0x1F, {0xC3});
@@ -283,8 +238,7 @@ TEST(MayStartFunction, Behind_padding_up_to_an_aligned_place) {
     EXPECT_FALSE(may_start({0x0F, 0x1F, 0x44, 0x00}));
 }
 
-TEST(MayStartFunction, At_the_sections_first_byte_and_not_just_behind_it) {
-    FakeProcess process;
+TEST_F(FunctionBoundsTest, May_start_at_the_sections_first_byte_and_not_just_behind_it) {
     process.memory.fill(FakeProcess::kCode, 0x100, 0xC3);
     const faultkit::CodeRange& section = *process.modules.find_code(FakeProcess::kCode);
     EXPECT_TRUE(faultkit::may_start_function(process.memory, section, section.begin));
@@ -293,8 +247,7 @@ TEST(MayStartFunction, At_the_sections_first_byte_and_not_just_behind_it) {
     EXPECT_TRUE(faultkit::may_start_function(process.memory, section, section.begin + 24));
 }
 
-TEST(FunctionBounds, Read_that_fails_tells_of_nothing) {
-    FakeProcess process;
+TEST_F(FunctionBoundsTest, Read_that_fails_tells_of_nothing) {
     process.put_framed_function(FakeProcess::kCode + 0x100);
     const std::uint32_t address = FakeProcess::kCode + 0x110;
     const faultkit::CodeRange& section = process.modules[0].image.code[0];

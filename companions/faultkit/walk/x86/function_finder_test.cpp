@@ -18,17 +18,20 @@ struct PackedFunctions : testing::Test {
         process.memory.put(kSecond - 1, {0xC3});
     }
 
+    std::uint32_t start_of(std::uint32_t address) {
+        return FunctionFinder(process.memory, process.modules).find(address).start;
+    }
+
     FakeProcess process;
 };
 
-TEST_F(PackedFunctions, Second_is_found_by_a_call_of_it_from_further_up) {
+TEST_F(PackedFunctions, Second_is_found_by_a_call_of_it_from_further_up_or_further_down) {
+    EXPECT_EQ(start_of(kSecond + 0x10), kFirst);
     process.put_call(kCaller, kSecond);
-    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kSecond);
-}
-
-TEST_F(PackedFunctions, Second_is_found_by_a_call_of_it_from_further_down) {
+    EXPECT_EQ(start_of(kSecond + 0x10), kSecond);
+    process.put_call(kCaller, kFirst);
     process.put_call(kFirst - 0x40, kSecond);
-    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kSecond);
+    EXPECT_EQ(start_of(kSecond + 0x10), kSecond);
 }
 
 TEST_F(PackedFunctions, First_stays_itself) {
@@ -40,7 +43,7 @@ TEST_F(PackedFunctions, First_stays_itself) {
 
 TEST_F(PackedFunctions, Bytes_like_a_call_to_the_middle_of_a_function_start_none) {
     process.put_call(kCaller, kSecond + 8); // nothing ends in front of it
-    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kFirst);
+    EXPECT_EQ(start_of(kSecond + 0x10), kFirst);
 }
 
 TEST_F(PackedFunctions, Answer_is_remembered) {
@@ -57,8 +60,8 @@ TEST_F(PackedFunctions, Highest_start_that_is_called_counts) {
     process.memory.put(kFirst + 0x1F, {0xC3});
     process.put_call(kFirst - 0x40, kSecond);
     process.put_call(kCaller, kFirst + 0x20);
-    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kSecond);
-    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kFirst + 0x28).start, kFirst + 0x20);
+    EXPECT_EQ(start_of(kSecond + 0x10), kSecond);
+    EXPECT_EQ(start_of(kFirst + 0x28), kFirst + 0x20);
 }
 
 TEST_F(PackedFunctions, More_than_are_remembered_are_found_all_the_same) {
@@ -77,21 +80,18 @@ TEST_F(PackedFunctions, Calls_are_looked_for_up_to_the_sections_end) {
     for (const std::uint32_t behind : {0u, 3u, 5u, 6u}) { // a piece is 1,024 bytes
         module.image.code[0].begin = kFirst;
         module.image.code[0].end = kFirst + 0x400 + behind;
-        EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kSecond) << behind;
+        EXPECT_EQ(start_of(kSecond + 0x10), kSecond) << behind;
     }
     module.image.code[0].end = kFirst + 0x3FF; // in the middle of the call
-    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start, kFirst);
-}
-
-TEST_F(PackedFunctions, Address_outside_the_code_has_none) {
-    EXPECT_EQ(FunctionFinder(process.memory, process.modules).find(0x900000).start, 0u);
+    EXPECT_EQ(start_of(kSecond + 0x10), kFirst);
+    EXPECT_EQ(start_of(0x900000), 0u) << "outside the code";
 }
 
 TEST_F(PackedFunctions, Read_that_fails_finds_less_and_nothing_else) {
     process.put_call(kCaller, kSecond);
     for (unsigned every = 1; every < 40; ++every) {
         process.memory.fail_every(every);
-        const std::uint32_t start = FunctionFinder(process.memory, process.modules).find(kSecond + 0x10).start;
+        const std::uint32_t start = start_of(kSecond + 0x10);
         EXPECT_TRUE(start == 0 || start == kFirst || start == kSecond) << start;
     }
 }
