@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/cxx/failing_allocator.h"
+#include "testing/cxx/failures.h"
 
 namespace {
 
@@ -122,13 +122,7 @@ TEST_F(ArrayPtr, Detach_gives_the_element_away) {
 TEST_F(ArrayPtr, Access_beyond_the_size_throws_index_and_size) {
     gen::array_ptr<Item> items;
     fill(items, 2);
-    try {
-        (void)items[2];
-        FAIL();
-    } catch (const gen::genlib_out_of_range& e) {
-        EXPECT_EQ(2u, e.index);
-        EXPECT_EQ(2u, e.size);
-    }
+    expect_out_of_range(2, 2, [&] { (void)items[2]; });
     EXPECT_THROW(items.remove(2), gen::genlib_out_of_range);
     EXPECT_THROW((void)items.detach(2), gen::genlib_out_of_range);
 }

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/cxx/failing_allocator.h"
+#include "testing/cxx/failures.h"
 
 namespace {
 
@@ -94,18 +94,8 @@ TYPED_TEST(Array, Access_beyond_the_size_throws_index_and_size) {
     gen::array<TypeParam> elements = filled<TypeParam>(3);
     const gen::array<TypeParam>& constant = elements;
     for (unsigned index : {3u, 4u, 64u, 0xFFFFFFFFu}) {
-        for (bool use_constant : {false, true}) {
-            try {
-                if (use_constant)
-                    (void)constant[index];
-                else
-                    (void)elements[index];
-                FAIL() << "no exception for " << index;
-            } catch (const gen::genlib_out_of_range& e) {
-                EXPECT_EQ(index, e.index);
-                EXPECT_EQ(3u, e.size);
-            }
-        }
+        expect_out_of_range(index, 3, [&] { (void)constant[index]; });
+        expect_out_of_range(index, 3, [&] { (void)elements[index]; });
     }
     EXPECT_EQ(value<TypeParam>(2), elements[2]);
 }

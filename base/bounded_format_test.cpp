@@ -24,30 +24,23 @@ struct Outcome {
     return {result, std::string(buffer.begin(), buffer.end())};
 }
 
-TEST(BoundedFormat, A_shorter_text_is_written_with_its_NUL) {
-    const Outcome outcome = bounded(6, "%s-%d", "ab", 7);
-    EXPECT_EQ(4, outcome.result);
-    EXPECT_EQ(std::string("ab-7\0~", 6), outcome.buffer);
-}
-
-TEST(BoundedFormat, A_text_that_just_leaves_space_for_the_NUL) {
-    const Outcome outcome = bounded(5, "%s-%d", "ab", 7);
-    EXPECT_EQ(4, outcome.result);
-    EXPECT_EQ(std::string("ab-7\0", 5), outcome.buffer);
-}
-
-TEST(BoundedFormat, A_text_that_fills_the_buffer_is_a_success_without_NUL) {
-    const Outcome outcome = bounded(4, "%s-%d", "ab", 7);
-    EXPECT_EQ(4, outcome.result);
-    EXPECT_EQ("ab-7", outcome.buffer);
-}
-
-TEST(BoundedFormat, A_longer_text_is_cut_without_NUL_and_reported) {
-    const Outcome outcome = bounded(3, "%s-%d", "ab", 7);
-    EXPECT_EQ(-1, outcome.result);
-    EXPECT_EQ("ab-", outcome.buffer);
-    EXPECT_EQ("ab", bounded(2, "%s-%d", "ab", 7).buffer);
-    EXPECT_EQ("a", bounded(1, "%s-%d", "ab", 7).buffer);
+TEST(BoundedFormat, A_text_has_its_NUL_where_there_is_space_and_a_longer_one_is_cut_and_reported) {
+    const struct {
+        const char* what;
+        unsigned limit;
+        int result;
+        std::string buffer;
+    } cases[] = {{"shorter", 6, 4, std::string("ab-7\0~", 6)},
+                 {"just leaves space for the NUL", 5, 4, std::string("ab-7\0", 5)},
+                 {"fills the buffer, which is a success", 4, 4, "ab-7"},
+                 {"longer", 3, -1, "ab-"},
+                 {"much longer", 2, -1, "ab"},
+                 {"longer by far", 1, -1, "a"}};
+    for (const auto& c : cases) {
+        const Outcome outcome = bounded(c.limit, "%s-%d", "ab", 7);
+        EXPECT_EQ(c.result, outcome.result) << c.what;
+        EXPECT_EQ(c.buffer, outcome.buffer) << c.what;
+    }
 }
 
 TEST(BoundedFormat, An_empty_text_is_one_NUL) {

@@ -38,16 +38,14 @@ private:
 
 class EmailTool : public testing::Test {
 protected:
-    std::string without_attachment() {
-        CEmailTool tool;
-        tool.ComposeAt(sunday, "Subj", "Body", "who@example.com", nullptr);
-        return text_of(tool);
+    EmailTool() {
+        mail.ComposeAt(sunday, "Subj", "Body", "who@example.com", nullptr);
+        without_attachment = text_of(mail);
     }
-
-    void SetUp() override { mail.ComposeAt(sunday, "Subj", "Body", "who@example.com", nullptr); }
 
     ScratchFolder folder;
     CEmailTool mail;
+    std::string without_attachment;
 };
 
 TEST_F(EmailTool, Date_has_weekday_day_and_year_and_a_reversed_clock) {
@@ -82,38 +80,38 @@ TEST_F(EmailTool, Compose_replaces_the_message_before) {
 TEST_F(EmailTool, Compose_with_a_path_attaches_the_file) {
     const std::string path = folder.add("notes.txt", "abc");
     mail.ComposeAt(sunday, "Subj", "Body", "who@example.com", path.c_str());
-    EXPECT_EQ(text_of(mail), without_attachment() + part("notes.txt", "YWJj="));
+    EXPECT_EQ(text_of(mail), without_attachment + part("notes.txt", "YWJj="));
 }
 
 TEST_F(EmailTool, Compose_with_an_empty_path_attaches_nothing_without_a_name) {
     mail.ComposeAt(sunday, "Subj", "Body", "who@example.com", "");
-    EXPECT_EQ(text_of(mail), without_attachment() + part("", "="));
+    EXPECT_EQ(text_of(mail), without_attachment + part("", "="));
 }
 
 TEST_F(EmailTool, Attachments_follow_one_another) {
     mail.AddAttachment(folder.add("a.txt", "a").c_str());
     mail.AddAttachment(folder.add("b.with.dots", "ab").c_str());
-    EXPECT_EQ(text_of(mail), without_attachment() + part("a.txt", "YQ==") + part("b.with.dots", "YWI="));
+    EXPECT_EQ(text_of(mail), without_attachment + part("a.txt", "YQ==") + part("b.with.dots", "YWI="));
 }
 
 TEST_F(EmailTool, File_that_can_not_be_mapped_is_attached_as_no_bytes) {
     mail.AddAttachment(folder.path("missing.bin").c_str());
     mail.AddAttachment(folder.add("empty.bin", "").c_str());
     mail.AddAttachment(nullptr);
-    EXPECT_EQ(text_of(mail), without_attachment() + part("missing.bin", "=") + part("empty.bin", "=") + part("", "="));
+    EXPECT_EQ(text_of(mail), without_attachment + part("missing.bin", "=") + part("empty.bin", "=") + part("", "="));
 }
 
 TEST_F(EmailTool, File_without_a_backslash_in_its_path_is_attached_without_a_name) {
     folder.add("bare.txt", "abc");
     const CurrentDirectory current(folder.path(""));
     mail.AddAttachment("bare.txt");
-    EXPECT_EQ(text_of(mail), without_attachment() + part("", "YWJj="));
+    EXPECT_EQ(text_of(mail), without_attachment + part("", "YWJj="));
 }
 
 TEST_F(EmailTool, Path_with_blanks_and_bytes_above_127_is_attached) {
     const std::string path = folder.add("a file of \xE9\xF6.txt", "abc");
     mail.AddAttachment(path.c_str());
-    EXPECT_EQ(text_of(mail), without_attachment() + part("a file of \xE9\xF6.txt", "YWJj="));
+    EXPECT_EQ(text_of(mail), without_attachment + part("a file of \xE9\xF6.txt", "YWJj="));
 }
 
 TEST_F(EmailTool, EncodeFile_gives_the_body_of_the_attachment) {
@@ -146,16 +144,12 @@ TEST_F(EmailTool, WriteToFile_to_a_full_disk_reports_nothing) {
     CFile device;
     if (!device.Open(full, CFile::modeCreate | CFile::modeWrite))
         GTEST_SKIP() << "there is no " << full;
-    EXPECT_THROW(
-        {
-            try {
-                device.Write("x", 1);
-            } catch (CFileException* error) {
-                error->Delete();
-                throw 0;
-            }
-        },
-        int);
+    try {
+        device.Write("x", 1);
+        ADD_FAILURE() << "it is not full";
+    } catch (CFileException* error) {
+        error->Delete();
+    }
     EXPECT_NO_THROW(mail.WriteToFile(full));
 }
 
@@ -185,20 +179,6 @@ private:
     }
 
     std::string m_old_type;
-};
-
-// The temporary directory of this process, as long as it lives.
-class TemporaryDirectory {
-public:
-    explicit TemporaryDirectory(const std::string& path) {
-        char old[MAX_PATH];
-        m_old.assign(old, GetEnvironmentVariableA("TMP", old, sizeof(old)));
-        SetEnvironmentVariableA("TMP", path.c_str());
-    }
-    ~TemporaryDirectory() { SetEnvironmentVariableA("TMP", m_old.c_str()); }
-
-private:
-    std::string m_old;
 };
 
 bool wait_for_file(const ScratchFolder& folder, const char* name) {

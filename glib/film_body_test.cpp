@@ -94,8 +94,7 @@ protected:
         g_thumbnail_calls = 0;
         m_loader.modules["fall.dll"]
             .with("GetFilterInfo", describe)
-            .with("LoadJPGImageData", load)
-            .with("GetJPGFileInfo", info)
+            .with_format("JPG", load, info)
             .with("LoadJPGImageThumbnail", thumbnail)
             .with("SaveJPGImageData", save);
     }

@@ -1,14 +1,13 @@
 // Documents saved and loaded in files, through modules that are truly loaded.
 #include "glib/film.h"
 
-#include <fstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "base/genlib_error.h"
-#include "testing/cxx/failing_allocator.h"
+#include "testing/cxx/failures.h"
 #include "testing/cxx/film_fixture.h"
 #include "testing/cxx/recorded_boxes.h"
 
@@ -16,6 +15,7 @@ namespace glib {
 namespace {
 
 using FilmFile = FilmFixture;
+using Names = std::vector<std::string>;
 
 TEST_F(FilmFile, Saves_and_loads_through_a_module_of_another_compiler) {
     Film film;
@@ -52,7 +52,7 @@ TEST_F(FilmFile, Saves_and_loads_through_a_module_of_another_compiler) {
 }
 
 TEST_F(FilmFile, Information_comes_from_file_and_memory) {
-    std::ofstream(file, std::ios::binary) << kXbmFile;
+    folder.add("film", kXbmFile);
     Film film;
     ImageFileInfo info = {};
     ASSERT_EQ(film.FileInfo(file.c_str(), &info), RCOK);
@@ -93,11 +93,11 @@ TEST_F(FilmFile, A_format_that_nobody_serves_leaves_no_file) {
     film.SetSlideBitmap(0, section.handle);
     const JPGSave jpg;
     EXPECT_EQ(film.Save(file.c_str(), &jpg), UNSF);
-    EXPECT_FALSE(exists(file));
+    EXPECT_EQ(files(), Names());
     const ImageSave xbm(kXbm);
     Film empty;
     EXPECT_EQ(empty.Save(file.c_str(), &xbm), BADA);
-    EXPECT_FALSE(exists(file));
+    EXPECT_EQ(files(), Names());
     EXPECT_EQ(film.Save(nullptr, &xbm), BADA);
     EXPECT_EQ(film.Save(file.c_str(), nullptr), BADA);
     EXPECT_EQ(film.Save("C:\\no such folder\\file", &xbm), IERR);
@@ -114,40 +114,28 @@ TEST_F(FilmFile, A_save_that_is_not_finished_leaves_no_file_and_a_safe_one_the_o
     film.SetSlideBitmap(0, section.handle);
     film.SetProgress(stop, nullptr);
     const ImageSave xbm(kXbm);
-    std::ofstream(file) << "old";
+    folder.add("film", "old");
     EXPECT_EQ(film.SaveSafely(file.c_str(), &xbm), USRA);
     EXPECT_EQ(on_disk(), "old");
     EXPECT_EQ(film.Save(file.c_str(), &xbm), USRA);
-    EXPECT_FALSE(exists(file));
+    EXPECT_EQ(files(), Names());
     film.SetProgress(nullptr, nullptr);
-    std::ofstream(file) << "old";
+    folder.add("film", "old");
     EXPECT_EQ(film.SaveSafely(file.c_str(), &xbm), RCOK);
     EXPECT_EQ(on_disk().substr(0, 20), "#define image_width ");
-    EXPECT_FALSE(exists(file + ".new"));
+    EXPECT_EQ(files(), Names{"film"});
 }
 
 TEST_F(FilmFile, A_safe_save_without_memory_leaves_the_old_file_and_none_beside_it_wherever_memory_ends) {
     Film film;
     ASSERT_EQ(film.LoadMemory(kXbmFile, sizeof(kXbmFile) - 1, 0), RCOK);
     const ImageSave xbm(kXbm);
-    unsigned n = 1;
-    for (bool failed = true; failed; ++n) {
-        std::ofstream(file) << "old";
-        bool saved = false;
-        {
-            FailingAllocator failing(n);
-            try {
-                saved = film.SaveSafely(file.c_str(), &xbm) == RCOK;
-            } catch (const gen::genlib_out_of_memory&) {
-            }
-            failed = failing.failed();
-        }
-        ASSERT_NE(saved, failed) << n;
-        EXPECT_EQ(on_disk(), failed ? "old" : kXbmFile) << n;
-        EXPECT_FALSE(exists(file + ".new")) << n;
-        DeleteFileA((file + ".new").c_str());
+    for (EachAllocation each(2); each.next();) {
+        folder.add("film", "old");
+        each.run([&] { return film.SaveSafely(file.c_str(), &xbm) == RCOK; });
+        EXPECT_EQ(on_disk(), each.failed() ? "old" : kXbmFile);
+        ASSERT_EQ(files(), Names{"film"});
     }
-    EXPECT_GT(n, 3u) << "a save allocates";
 }
 
 TEST_F(FilmFile, A_safe_save_leaves_the_files_beside_it_alone) {
@@ -155,25 +143,17 @@ TEST_F(FilmFile, A_safe_save_leaves_the_files_beside_it_alone) {
     Film film;
     film.SetSlideBitmap(0, section.handle);
     const ImageSave xbm(kXbm);
-    const std::string beside = file + ".new", next = file + ".new1";
-    std::ofstream(beside) << "mine";
-    std::ofstream(next) << "mine too";
-    const auto content = [](const std::string& path) {
-        std::string text;
-        std::getline(std::ifstream(path), text);
-        return text;
-    };
+    folder.add("film.new", "mine");
+    folder.add("film.new1", "mine too");
     film.SetProgress(stop, nullptr);
     EXPECT_EQ(film.SaveSafely(file.c_str(), &xbm), USRA);
-    EXPECT_FALSE(exists(file));
+    EXPECT_EQ(files().size(), 2u);
     film.SetProgress(nullptr, nullptr);
     EXPECT_EQ(film.SaveSafely(file.c_str(), &xbm), RCOK);
-    EXPECT_TRUE(exists(file));
-    EXPECT_EQ(content(beside), "mine");
-    EXPECT_EQ(content(next), "mine too");
-    EXPECT_FALSE(exists(file + ".new2")) << "what was made is gone";
-    DeleteFileA(beside.c_str());
-    DeleteFileA(next.c_str());
+    EXPECT_EQ(on_disk().substr(0, 20), "#define image_width ");
+    EXPECT_EQ(folder.read("film.new"), "mine");
+    EXPECT_EQ(folder.read("film.new1"), "mine too");
+    EXPECT_EQ(files().size(), 3u) << "what was made is gone";
     EXPECT_EQ(film.SaveSafely("C:\\no such folder\\file", &xbm), IERR);
 }
 

@@ -59,8 +59,7 @@ constexpr uint32_t kPng = 0x24504E47, kEps = 0x90455053, kG3 = 0x00473320;
 FakeModule jpeg_module() {
     FakeModule module;
     module.with("GetFilterInfo", describe<0x800, EFormat_JPG>)
-        .with("LoadJPGImageData", load)
-        .with("GetJPGFileInfo", info)
+        .with_format("JPG", load, info)
         .with("LoadJPGImageThumbnail", thumbnail)
         .with("SaveJPGImageData", save);
     return module;
@@ -137,7 +136,7 @@ TEST_F(FilterManagerTest, A_module_that_is_not_there_is_passed_over_in_silence) 
 // One that could not be loaded when it was first needed used to be given up for the life of the process.
 TEST_F(FilterManagerTest, A_module_that_could_not_be_loaded_is_tried_again_at_the_next_need) {
     FakeModule other;
-    other.with("GetFilterInfo", describe<0x800, kPng>).with("LoadPNGImageData", load).with("GetPNGFileInfo", info);
+    other.with("GetFilterInfo", describe<0x800, kPng>).with_format("PNG", load, info);
     m_loader.modules["other.dll"] = other;
     manager().SetUp(nullptr, "fall\nother\n");
     EXPECT_EQ(load_as(EFormat_JPG), UNSF);
@@ -199,9 +198,7 @@ TEST_F(FilterManagerTest, A_format_without_a_required_entry_brings_up_a_box_and_
     for (const char* missing : {"LoadPNGImageData", "GetPNGFileInfo"}) {
         clear_recorded_boxes();
         FakeModule module = jpeg_module();
-        module.with("GetFilterInfo", describe<0x800, kPng, EFormat_JPG>)
-            .with("LoadPNGImageData", load)
-            .with("GetPNGFileInfo", info);
+        module.with("GetFilterInfo", describe<0x800, kPng, EFormat_JPG>).with_format("PNG", load, info);
         module.entries.erase(missing);
         m_loader.modules["C:\\m\\two.dll"] = module;
         manager().SetUp("C:\\m", "two\n");
@@ -220,20 +217,14 @@ TEST_F(FilterManagerTest, A_module_of_which_nothing_is_of_use_is_freed) {
 }
 
 TEST_F(FilterManagerTest, A_two_letter_format_has_no_blank_in_its_entries) {
-    m_loader.modules["fall.dll"]
-        .with("GetFilterInfo", describe<0x800, kG3>)
-        .with("LoadG3ImageData", load)
-        .with("GetG3FileInfo", info);
+    m_loader.modules["fall.dll"].with("GetFilterInfo", describe<0x800, kG3>).with_format("G3", load, info);
     EXPECT_EQ(load_as(kG3), RCOK);
     EXPECT_EQ(m_loader.asked, (std::vector<std::string>{"GetFilterInfo", "LoadG3ImageData", "GetG3FileInfo",
                                                         "SaveG3ImageData", "LoadG3ImageThumbnail"}));
 }
 
 TEST_F(FilterManagerTest, A_format_without_save_or_thumbnail_says_so) {
-    m_loader.modules["fall.dll"]
-        .with("GetFilterInfo", describe<0x800, EFormat_JPG>)
-        .with("LoadJPGImageData", load)
-        .with("GetJPGFileInfo", info);
+    m_loader.modules["fall.dll"].with("GetFilterInfo", describe<0x800, EFormat_JPG>).with_format("JPG", load, info);
     ImageDataExchange image;
     EXPECT_EQ(manager().CanSave(EFormat_JPG), NSUP);
     EXPECT_EQ(manager().Save(EFormat_JPG, image, m_stream, JPGSave()), NSUP);
@@ -310,11 +301,9 @@ TEST_F(FilterManagerTest, A_code_that_there_is_not_is_the_modules_fault) {
 TEST_F(FilterManagerTest, Options_switch_reading_and_writing_off) {
     m_loader.modules["fall.dll"]
         .with("GetFilterInfo", describe<0x800, kEps, EFormat_JPG>)
-        .with("LoadEPSImageData", load)
-        .with("GetEPSFileInfo", info)
+        .with_format("EPS", load, info)
         .with("SaveEPSImageData", save)
-        .with("LoadJPGImageData", load)
-        .with("GetJPGFileInfo", info);
+        .with_format("JPG", load, info);
     const EFormat eps = static_cast<EFormat>(kEps);
     EXPECT_FALSE(manager().SetOption(EFormat_JPG, 'R', false)) << "has no options";
     EXPECT_FALSE(manager().SetOption(static_cast<EFormat>(0x24585858), 'R', false)) << "there is none";
@@ -342,10 +331,8 @@ ResultCode GLIB_CALL picky_info(VStream* m_stream, ImageFileInfo*) {
 TEST_F(FilterManagerTest, The_data_decides_which_format_it_is) {
     m_loader.modules["fall.dll"]
         .with("GetFilterInfo", describe<0x800, kPng, EFormat_JPG>)
-        .with("LoadPNGImageData", load)
-        .with("GetPNGFileInfo", picky_info<kPng>)
-        .with("LoadJPGImageData", load)
-        .with("GetJPGFileInfo", picky_info<EFormat_JPG>);
+        .with_format("PNG", load, picky_info<kPng>)
+        .with_format("JPG", load, picky_info<EFormat_JPG>);
     m_stream.WriteString("xx data");
     m_stream.SetPosition(3);
     for (const char* name : {"a.png", "a.jpg", "a.JPEG", "jpg", "a.b\\c", "", static_cast<const char*>(nullptr)}) {
@@ -376,12 +363,9 @@ TEST_F(FilterManagerTest, The_format_of_the_extension_is_asked_first) {
     constexpr uint32_t kTif = 0x24544946;
     m_loader.modules["fall.dll"]
         .with("GetFilterInfo", describe<0x800, kPng, EFormat_JPG, kTif>)
-        .with("LoadPNGImageData", load)
-        .with("GetPNGFileInfo", noting_info<kPng>)
-        .with("LoadJPGImageData", load)
-        .with("GetJPGFileInfo", noting_info<EFormat_JPG>)
-        .with("LoadTIFImageData", load)
-        .with("GetTIFFileInfo", noting_info<kTif>);
+        .with_format("PNG", load, noting_info<kPng>)
+        .with_format("JPG", load, noting_info<EFormat_JPG>)
+        .with_format("TIF", load, noting_info<kTif>);
     const struct {
         const char* name;
         uint32_t first;
@@ -427,10 +411,7 @@ TEST_F(FilterManagerTest, A_module_whose_list_of_formats_cant_be_is_dropped) {
 
 TEST_F(FilterManagerTest, A_format_that_nobody_has_heard_of_is_the_modules_own) {
     constexpr uint32_t kUnheard = 0x24585858;
-    m_loader.modules["fall.dll"]
-        .with("GetFilterInfo", describe<0x800, kUnheard>)
-        .with("LoadXXXImageData", load)
-        .with("GetXXXFileInfo", info);
+    m_loader.modules["fall.dll"].with("GetFilterInfo", describe<0x800, kUnheard>).with_format("XXX", load, info);
     EXPECT_EQ(load_as(kUnheard), RCOK);
     EXPECT_EQ(static_cast<uint32_t>(manager().Format(0).format), kUnheard);
     EXPECT_EQ(manager().Format(0).row, nullptr);

@@ -1,5 +1,6 @@
 #include "glib/gdiplus_image.h"
 
+#include <memory>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -19,6 +20,9 @@ protected:
         ASSERT_NE(gdiplus_period(), 0u);
         real_ = gdiplus_api();
     }
+    static void make(Canvas& canvas, uint32_t width, uint32_t height) { ASSERT_TRUE(canvas.Create(width, height)); }
+
+    Canvas page, picture;
     void TearDown() override {
         gdiplus_api() = real_;
         gdiplus_switch(false);
@@ -55,10 +59,15 @@ HENHMETAFILE rectangle_metafile(int width, int height) {
     return CloseEnhMetaFile(dc);
 }
 
+std::unique_ptr<MetafileImage> rectangle(int width, int height) {
+    std::unique_ptr<MetafileImage> image(MetafileImage::FromHandle(rectangle_metafile(width, height)));
+    EXPECT_NE(image, nullptr);
+    return image;
+}
+
 TEST_F(GdiplusDrawing, A_picture_pixel_for_pixel_is_exact) {
-    Canvas page, picture;
-    ASSERT_TRUE(page.Create(20, 16));
-    ASSERT_TRUE(picture.Create(7, 5));
+    make(page, 20, 16);
+    make(picture, 7, 5);
     draw_pattern(picture);
     ASSERT_TRUE(draw_picture(page, picture, 3, 4));
     for (uint32_t y = 0; y < 16; ++y)
@@ -73,9 +82,8 @@ TEST_F(GdiplusDrawing, A_picture_pixel_for_pixel_is_exact) {
 }
 
 TEST_F(GdiplusDrawing, A_picture_is_cut_at_the_edges_of_the_page) {
-    Canvas page, picture;
-    ASSERT_TRUE(page.Create(4, 4));
-    ASSERT_TRUE(picture.Create(4, 4));
+    make(page, 4, 4);
+    make(picture, 4, 4);
     draw_pattern(picture);
     ASSERT_TRUE(draw_picture(page, picture, -2, 3));
     EXPECT_EQ(page.row(3)[0].blue, picture.row(0)[2].blue);
@@ -85,9 +93,8 @@ TEST_F(GdiplusDrawing, A_picture_is_cut_at_the_edges_of_the_page) {
 }
 
 TEST_F(GdiplusDrawing, Translucent_pixels_mix_with_what_is_there) {
-    Canvas page, picture;
-    ASSERT_TRUE(page.Create(1, 1));
-    ASSERT_TRUE(picture.Create(1, 1));
+    make(page, 1, 1);
+    make(picture, 1, 1);
     page.row(0)[0] = {0, 0, 100, 255};
     picture.row(0)[0] = {200, 0, 0, 128};
     ASSERT_TRUE(draw_picture(page, picture, 0, 0));
@@ -98,64 +105,47 @@ TEST_F(GdiplusDrawing, Translucent_pixels_mix_with_what_is_there) {
 
 // The calls that set the modes, as GDI+ hears them.
 std::vector<std::pair<char, int>> g_modes;
-Gdiplus::GpStatus WINGDIPAPI note_interpolation(Gdiplus::GpGraphics*, Gdiplus::InterpolationMode mode) {
-    g_modes.push_back({'i', mode});
-    return Gdiplus::Ok;
-}
-Gdiplus::GpStatus WINGDIPAPI note_smoothing(Gdiplus::GpGraphics*, Gdiplus::SmoothingMode mode) {
-    g_modes.push_back({'s', mode});
-    return Gdiplus::Ok;
-}
-Gdiplus::GpStatus WINGDIPAPI note_text(Gdiplus::GpGraphics*, Gdiplus::TextRenderingHint mode) {
-    g_modes.push_back({'t', mode});
+
+template <char name, typename Mode>
+Gdiplus::GpStatus WINGDIPAPI note_mode(Gdiplus::GpGraphics*, Mode mode) {
+    g_modes.push_back({name, mode});
     return Gdiplus::Ok;
 }
 
 TEST_F(GdiplusDrawing, The_modes_are_7_4_and_4_in_this_order) {
     g_modes.clear();
-    gdiplus_api().SetInterpolationMode = note_interpolation;
-    gdiplus_api().SetSmoothingMode = note_smoothing;
-    gdiplus_api().SetTextRenderingHint = note_text;
-    Canvas page, picture;
-    ASSERT_TRUE(page.Create(2, 2));
-    ASSERT_TRUE(picture.Create(2, 2));
+    gdiplus_api().SetInterpolationMode = note_mode<'i'>;
+    gdiplus_api().SetSmoothingMode = note_mode<'s'>;
+    gdiplus_api().SetTextRenderingHint = note_mode<'t'>;
+    make(page, 2, 2);
+    make(picture, 2, 2);
     ASSERT_TRUE(draw_picture(page, picture, 0, 0));
     EXPECT_EQ(g_modes, (std::vector<std::pair<char, int>>{{'i', 7}, {'s', 4}, {'t', 4}}));
 }
 
-Gdiplus::GpStatus WINGDIPAPI refuse_context(Gdiplus::GpImage*, Gdiplus::GpGraphics**) {
-    return Gdiplus::OutOfMemory;
-}
-
 int g_disposed, g_allocated;
-decltype(GdiplusApi::DisposeImage) g_real_dispose;
-decltype(GdiplusApi::Alloc) g_real_alloc;
-decltype(GdiplusApi::Free) g_real_free;
-Gdiplus::GpStatus WINGDIPAPI count_dispose(Gdiplus::GpImage* image) {
-    ++g_disposed;
-    return g_real_dispose(image);
-}
-void* WINGDIPAPI count_alloc(size_t size) {
-    ++g_allocated;
-    return g_real_alloc(size);
-}
-void WINGDIPAPI count_free(void* memory) {
-    --g_allocated;
-    g_real_free(memory);
-}
+GdiplusApi g_real;
 
 TEST_F(GdiplusDrawing, A_failed_step_fails_the_drawing_and_leaves_nothing_behind) {
     g_disposed = g_allocated = 0;
-    g_real_dispose = gdiplus_api().DisposeImage;
-    g_real_alloc = gdiplus_api().Alloc;
-    g_real_free = gdiplus_api().Free;
-    gdiplus_api().DisposeImage = count_dispose;
-    gdiplus_api().Alloc = count_alloc;
-    gdiplus_api().Free = count_free;
-    gdiplus_api().GetImageGraphicsContext = refuse_context;
-    Canvas page, picture;
-    ASSERT_TRUE(page.Create(2, 2));
-    ASSERT_TRUE(picture.Create(2, 2));
+    g_real = gdiplus_api();
+    gdiplus_api().DisposeImage = [](Gdiplus::GpImage* image) {
+        ++g_disposed;
+        return g_real.DisposeImage(image);
+    };
+    gdiplus_api().Alloc = [](size_t size) {
+        ++g_allocated;
+        return g_real.Alloc(size);
+    };
+    gdiplus_api().Free = [](void* memory) {
+        --g_allocated;
+        g_real.Free(memory);
+    };
+    gdiplus_api().GetImageGraphicsContext = [](Gdiplus::GpImage*, Gdiplus::GpGraphics**) {
+        return Gdiplus::OutOfMemory;
+    };
+    make(page, 2, 2);
+    make(picture, 2, 2);
     EXPECT_FALSE(draw_picture(page, picture, 0, 0));
     EXPECT_EQ(g_disposed, 2) << "both bitmaps";
     EXPECT_EQ(g_allocated, 0);
@@ -163,9 +153,8 @@ TEST_F(GdiplusDrawing, A_failed_step_fails_the_drawing_and_leaves_nothing_behind
 
 TEST_F(GdiplusDrawing, Nothing_is_drawn_while_gdiplus_is_stopped) {
     gdiplus_switch(false);
-    Canvas page, picture;
-    ASSERT_TRUE(page.Create(2, 2));
-    ASSERT_TRUE(picture.Create(2, 2));
+    make(page, 2, 2);
+    make(picture, 2, 2);
     EXPECT_FALSE(draw_picture(page, picture, 0, 0));
     HENHMETAFILE handle = rectangle_metafile(10, 10);
     EXPECT_EQ(MetafileImage::FromHandle(handle), nullptr);
@@ -173,51 +162,42 @@ TEST_F(GdiplusDrawing, Nothing_is_drawn_while_gdiplus_is_stopped) {
 }
 
 TEST_F(GdiplusDrawing, A_metafile_is_drawn_to_fill_its_rectangle) {
-    MetafileImage* image = MetafileImage::FromHandle(rectangle_metafile(40, 20));
-    ASSERT_NE(image, nullptr);
+    const auto image = rectangle(40, 20);
     EXPECT_NEAR(image->width(), 40, 2);
     EXPECT_NEAR(image->height(), 20, 2);
     EXPECT_GT(image->resolution_x(), 1.0);
-    Canvas page;
-    ASSERT_TRUE(page.Create(100, 100));
+    make(page, 100, 100);
     EXPECT_TRUE(image->Draw(page, 20, 30, 60, 40));
     EXPECT_EQ(page.row(50)[50].alpha, 255);
     EXPECT_NEAR(level(page.row(50)[50]), 40, 3);
     EXPECT_EQ(page.row(10)[10].alpha, 0);
     EXPECT_EQ(page.row(90)[90].alpha, 0);
-    delete image;
 }
 
 TEST_F(GdiplusDrawing, A_metafiles_clone_and_handle_are_its_own) {
-    MetafileImage* image = MetafileImage::FromHandle(rectangle_metafile(40, 20));
-    ASSERT_NE(image, nullptr);
-    MetafileImage* copy = image->Clone();
+    auto image = rectangle(40, 20);
+    const std::unique_ptr<MetafileImage> copy(image->Clone());
     HENHMETAFILE handle = image->CopyHandle();
-    delete image;
+    image.reset();
     ASSERT_NE(copy, nullptr);
-    Canvas page;
-    ASSERT_TRUE(page.Create(10, 10));
+    make(page, 10, 10);
     EXPECT_TRUE(copy->Draw(page, 0, 0, 10, 10));
     EXPECT_NEAR(level(page.row(5)[5]), 40, 3);
-    delete copy;
     ENHMETAHEADER header;
     EXPECT_NE(GetEnhMetaFileHeader(handle, sizeof(header), &header), 0u);
     EXPECT_TRUE(DeleteEnhMetaFile(handle));
 }
 
 TEST_F(GdiplusDrawing, A_metafile_of_a_stopped_gdiplus_is_gone_without_harm) {
-    MetafileImage* image = MetafileImage::FromHandle(rectangle_metafile(40, 20));
-    ASSERT_NE(image, nullptr);
+    const auto image = rectangle(40, 20);
     gdiplus_switch(false);
-    Canvas page;
-    ASSERT_TRUE(page.Create(10, 10));
+    make(page, 10, 10);
     EXPECT_FALSE(image->Draw(page, 0, 0, 10, 10));
     gdiplus_switch(true);
     EXPECT_FALSE(image->Draw(page, 0, 0, 10, 10)) << "another period";
     EXPECT_EQ(image->Clone(), nullptr);
     EXPECT_EQ(image->Resized(5, 5), nullptr);
     EXPECT_EQ(image->CopyHandle(), nullptr);
-    delete image;
 }
 
 struct Recorded {
@@ -234,14 +214,12 @@ Gdiplus::GpStatus WINGDIPAPI note_recording(HDC dc, Gdiplus::EmfType type, const
 
 TEST_F(GdiplusDrawing, A_resized_metafile_is_recorded_without_device_or_frame) {
     gdiplus_api().RecordMetafile = note_recording;
-    MetafileImage* image = MetafileImage::FromHandle(rectangle_metafile(40, 20));
-    ASSERT_NE(image, nullptr);
+    const auto image = rectangle(40, 20);
     EXPECT_EQ(image->Resized(80, 80), nullptr);
     EXPECT_EQ(g_recorded.reference, nullptr);
     EXPECT_EQ(g_recorded.type, 5);
     EXPECT_EQ(g_recorded.frame, nullptr);
     EXPECT_EQ(g_recorded.unit, 7);
-    delete image;
 }
 
 // As Windows does it: the platform's own recording with a reference device, which Wine accepts.
@@ -259,24 +237,19 @@ Gdiplus::GpStatus WINGDIPAPI record_with_device(HDC, Gdiplus::EmfType type, cons
 TEST_F(GdiplusDrawing, A_resized_metafile_shows_the_same_drawing) {
     g_real_record = gdiplus_api().RecordMetafile;
     gdiplus_api().RecordMetafile = record_with_device;
-    MetafileImage* image = MetafileImage::FromHandle(rectangle_metafile(40, 20));
-    ASSERT_NE(image, nullptr);
-    MetafileImage* resized = image->Resized(80, 60);
-    delete image;
+    auto image = rectangle(40, 20);
+    const std::unique_ptr<MetafileImage> resized(image->Resized(80, 60));
+    image.reset();
     ASSERT_NE(resized, nullptr);
     EXPECT_EQ(resized->width(), 80u);
     EXPECT_EQ(resized->height(), 60u);
-    Canvas page;
-    ASSERT_TRUE(page.Create(20, 20));
+    make(page, 20, 20);
     EXPECT_TRUE(resized->Draw(page, 0, 0, 20, 20));
-    delete resized;
 }
 
 TEST_F(GdiplusDrawing, A_page_with_a_drawing_flattens_and_a_failed_resize_keeps_it) {
-    MetafileImage* image = MetafileImage::FromHandle(rectangle_metafile(30, 30));
-    ASSERT_NE(image, nullptr);
     Slide page;
-    page.AddLayer(new Layer(image));
+    page.AddLayer(new Layer(rectangle(30, 30).release()));
     page.SetSize(60, 60);
     page.LayerAt(0).left = page.LayerAt(0).top = 10;
     gdiplus_api().RecordMetafile = note_recording;

@@ -6,15 +6,19 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/cxx/stream_model.h"
+
 namespace {
 
-std::string contents(const VMemStream& stream, uint64_t size) {
-    return size ? std::string(reinterpret_cast<const char*>(stream.data()), static_cast<size_t>(size)) : std::string();
-}
+using stream_model::contents;
 
-std::string contents(VMemStream& stream) {
-    return contents(stream, stream.Size());
-}
+// A stream that holds the text, at its beginning.
+struct Holding : VMemStream {
+    explicit Holding(const char* text) {
+        WriteString(text);
+        SetPosition(0);
+    }
+};
 
 TEST(MemStream, Growth_takes_the_step_when_it_is_more_than_the_shortfall) {
     VMemStream stream(65535, 65535);
@@ -133,9 +137,7 @@ TEST(MemStream, Reading_at_the_end_sets_the_flag_and_a_seek_clears_it) {
 }
 
 TEST(MemStream, A_block_read_short_of_an_element_still_moves_on) {
-    VMemStream stream;
-    stream.WriteString("1234567");
-    stream.SetPosition(0);
+    Holding stream("1234567");
     char bytes[8] = {};
     EXPECT_EQ(stream.Read(bytes, 2, 4), 3u);
     EXPECT_EQ(stream.Tell(), 7u);
@@ -164,9 +166,7 @@ TEST(MemStream, Numbers_are_little_endian_unless_the_flag_is_set) {
 }
 
 TEST(MemStream, A_number_that_is_cut_off_reads_as_zero) {
-    VMemStream stream;
-    stream.WriteString("abc");
-    stream.SetPosition(0);
+    Holding stream("abc");
     EXPECT_EQ(stream.ReadDword(), 0u);
     EXPECT_EQ(stream.IsEndOfData(), 1u);
 }
@@ -218,9 +218,7 @@ TEST(MemStream, A_formatted_text_is_cut_at_1024_bytes) {
 }
 
 TEST(MemStream, Lines_end_after_their_line_feed_or_at_the_capacity) {
-    VMemStream stream;
-    stream.WriteString("one\ntwo three\nend");
-    stream.SetPosition(0);
+    Holding stream("one\ntwo three\nend");
     char line[9];
     EXPECT_STREQ(stream.ReadLine(line, 9), "one\n");
     EXPECT_STREQ(stream.ReadLine(line, 9), "two thre");
@@ -287,6 +285,22 @@ TEST(MemStream, Kept_positions_come_back_in_reverse) {
     EXPECT_EQ(stream.Tell(), 3u);
     EXPECT_EQ(stream.PopPosition(), 0u);
     EXPECT_EQ(stream.Tell(), 3u);
+}
+
+TEST(ProcessStream, Begins_empty_with_its_first_capacity_allocated) {
+    VMemStream& stream = glib::process_stream();
+    EXPECT_EQ(stream.Size(), 0u);
+    EXPECT_EQ(stream.Tell(), 0u);
+    EXPECT_EQ(stream.capacity(), 65535u);
+    EXPECT_EQ(stream.IsEndOfData(), 0u);
+    EXPECT_EQ(stream.HasError(), 0u);
+    EXPECT_FALSE(stream.big_endian());
+    EXPECT_EQ(&stream, &glib::process_stream());
+
+    const std::string full(65535, 'x');
+    stream.Write(full.data(), 1, 65535);
+    stream.Write("0123456789", 1, 10);
+    EXPECT_EQ(stream.capacity(), 131070u);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "glib/raster.h"
 
+#include <algorithm>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -73,44 +74,28 @@ TEST(Raster, Rows_run_from_the_bottom_up) {
 
 TEST(Raster, Reads_every_depth_as_colours) {
     const RGB32 palette[] = {{1, 2, 3, 255}, {4, 5, 6, 0}, {7, 8, 9, 255}};
-    std::vector<RGB32> row(3);
-    Raster one;
-    ASSERT_TRUE(one.Create(3, 1, 1));
-    one.SetPalette(palette, 3);
-    one.row(0)[0] = 0x40; // 0 1 0
-    one.ReadRow(0, row.data());
-    EXPECT_EQ(row, (std::vector<RGB32>{{1, 2, 3, 255}, {4, 5, 6, 255}, {1, 2, 3, 255}}));
-
-    Raster four;
-    ASSERT_TRUE(four.Create(3, 1, 4));
-    four.SetPalette(palette, 3);
-    four.SetTransparentIndex(2);
-    four.row(0)[0] = 0x12;
-    four.row(0)[1] = 0xF0;
-    four.ReadRow(0, row.data());
-    EXPECT_EQ(row, (std::vector<RGB32>{{4, 5, 6, 255}, {7, 8, 9, 0}, {255, 255, 255, 255}}));
-
-    Raster eight;
-    ASSERT_TRUE(eight.Create(3, 1, 8));
-    eight.SetPalette(palette, 3);
-    eight.row(0)[0] = 2;
-    eight.row(0)[1] = 200;
-    eight.ReadRow(0, row.data());
-    EXPECT_EQ(row, (std::vector<RGB32>{{7, 8, 9, 255}, {200, 200, 200, 255}, {1, 2, 3, 255}}));
-
-    Raster colours;
-    ASSERT_TRUE(colours.Create(3, 1, 24));
-    for (int i = 0; i < 9; ++i)
-        colours.row(0)[i] = static_cast<uint8_t>(i);
-    colours.ReadRow(0, row.data());
-    EXPECT_EQ(row, (std::vector<RGB32>{{0, 1, 2, 255}, {3, 4, 5, 255}, {6, 7, 8, 255}}));
-
-    Raster alpha;
-    ASSERT_TRUE(alpha.Create(3, 1, 32));
-    for (int i = 0; i < 12; ++i)
-        alpha.row(0)[i] = static_cast<uint8_t>(i);
-    alpha.ReadRow(0, row.data());
-    EXPECT_EQ(row, (std::vector<RGB32>{{0, 1, 2, 3}, {4, 5, 6, 7}, {8, 9, 10, 11}}));
+    const struct {
+        uint32_t bits;
+        std::vector<uint8_t> bytes;
+        int transparent;
+        std::vector<RGB32> colours;
+    } cases[] = {{1, {0x40}, -1, {{1, 2, 3, 255}, {4, 5, 6, 255}, {1, 2, 3, 255}}},
+                 {4, {0x12, 0xF0}, 2, {{4, 5, 6, 255}, {7, 8, 9, 0}, {255, 255, 255, 255}}},
+                 {8, {2, 200, 0}, -1, {{7, 8, 9, 255}, {200, 200, 200, 255}, {1, 2, 3, 255}}},
+                 {24, {0, 1, 2, 3, 4, 5, 6, 7, 8}, -1, {{0, 1, 2, 255}, {3, 4, 5, 255}, {6, 7, 8, 255}}},
+                 {32, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, -1, {{0, 1, 2, 3}, {4, 5, 6, 7}, {8, 9, 10, 11}}}};
+    for (const auto& c : cases) {
+        Raster raster;
+        ASSERT_TRUE(raster.Create(3, 1, c.bits));
+        if (c.bits <= 8)
+            raster.SetPalette(palette, 3);
+        if (c.transparent >= 0)
+            raster.SetTransparentIndex(c.transparent);
+        std::copy(c.bytes.begin(), c.bytes.end(), raster.row(0));
+        std::vector<RGB32> row(3);
+        raster.ReadRow(0, row.data());
+        EXPECT_EQ(row, c.colours) << c.bits;
+    }
 }
 
 TEST(Raster, A_copy_has_everything_and_a_moved_one_nothing) {

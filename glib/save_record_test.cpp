@@ -18,34 +18,21 @@ T at(const JPGSave& record, size_t offset) {
 // Looked at as a module of another maker sees it: bytes at fixed offsets.
 TEST(SaveRecord, The_screenshots_record_has_its_values_in_their_places) {
     const JPGSave record(75);
-    EXPECT_EQ(at<uint32_t>(record, 8), 0x044A5047u);
-    EXPECT_EQ(at<uint32_t>(record, 12), 0u);
-    EXPECT_EQ(at<uint32_t>(record, 16), 0u);
-    EXPECT_EQ(at<uint32_t>(record, 20), 24u);
-    EXPECT_EQ(at<uint32_t>(record, 24), 1u);
+    const struct {
+        size_t offset;
+        uint32_t value;
+    } words[] = {{8, 0x044A5047}, {12, 0},          {16, 0},    {20, 24},  {24, 1},  {48, 0}, {52, 0},
+                 {56, 0},         {60, 0xFFFFFFFF}, {68, 8},    {76, 128}, {80, 96}, {88, 0}, {92, 0},
+                 {96, 0},         {100, 0},         {108, 192}, {120, 0},  {124, 1}},
+      bytes[] = {{64, 1}, {65, 0}, {66, 0}, {72, 127}, {73, 1}, {74, 0}, {104, 75}, {128, 1}};
+    for (const auto& word : words)
+        EXPECT_EQ(at<uint32_t>(record, word.offset), word.value) << word.offset;
+    for (const auto& byte : bytes)
+        EXPECT_EQ(at<uint8_t>(record, byte.offset), byte.value) << byte.offset;
     EXPECT_EQ(at<double>(record, 32), 0.0);
     EXPECT_EQ(at<double>(record, 40), 0.0);
-    EXPECT_EQ(at<uint64_t>(record, 48), 0u);
-    EXPECT_EQ(at<uint32_t>(record, 56), 0u);
-    EXPECT_EQ(at<int32_t>(record, 60), -1);
-    EXPECT_EQ(at<uint8_t>(record, 64), 1);
-    EXPECT_EQ(at<uint8_t>(record, 65), 0);
-    EXPECT_EQ(at<uint8_t>(record, 66), 0);
-    EXPECT_EQ(at<uint32_t>(record, 68), 8u);
-    EXPECT_EQ(at<uint8_t>(record, 72), 127);
-    EXPECT_EQ(at<uint8_t>(record, 73), 1);
-    EXPECT_EQ(at<uint8_t>(record, 74), 0);
-    EXPECT_EQ(at<uint32_t>(record, 76), 128u);
-    EXPECT_EQ(at<uint32_t>(record, 80), 96u);
-    for (size_t offset : {88, 92, 96, 100})
-        EXPECT_EQ(at<uint32_t>(record, offset), 0u);
-    EXPECT_EQ(at<uint8_t>(record, 104), 75);
-    EXPECT_EQ(at<uint32_t>(record, 108), 192u);
     for (size_t offset = 112; offset < 120; ++offset)
         EXPECT_EQ(at<uint8_t>(record, offset), 1);
-    EXPECT_EQ(at<uint32_t>(record, 120), 0u);
-    EXPECT_EQ(at<uint32_t>(record, 124), 1u);
-    EXPECT_EQ(at<uint8_t>(record, 128), 1);
 }
 
 TEST(SaveRecord, Begins_with_the_table_of_its_own_type) {

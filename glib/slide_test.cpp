@@ -1,12 +1,13 @@
 #include "glib/slide.h"
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "base/owner.h"
-#include "testing/cxx/failing_allocator.h"
+#include "testing/cxx/failures.h"
 #include "glib/canvas.h"
 #include "testing/cxx/drawing_period.h"
 
@@ -45,6 +46,25 @@ RGB32 pixel_of(const Layer& layer, uint32_t x, uint32_t y) {
     return row[x];
 }
 
+using Size = std::pair<uint32_t, uint32_t>;
+
+template <typename Sized>
+Size size_of(const Sized& sized) {
+    return {sized.width(), sized.height()};
+}
+
+std::vector<int32_t> sides(const PageRect& rect) {
+    return {rect.left, rect.top, rect.right, rect.bottom};
+}
+
+Layer& add(Slide& page, Layer* layer, int32_t left = 0, int32_t top = 0, BlendMode mode = blend_norm) {
+    layer->left = left;
+    layer->top = top;
+    layer->blend_mode = mode;
+    page.AddLayer(layer);
+    return *layer;
+}
+
 TEST(ScaledPosition, Is_signed_and_truncates_towards_zero) {
     EXPECT_EQ(scaled_position(-3, 512, 1024), -1);
     EXPECT_EQ(scaled_position(3, 512, 1024), 1);
@@ -72,13 +92,8 @@ TEST(Fitted, Keeps_the_aspect_ratio_in_the_middle_of_the_page) {
                  {{-5, -5, 5, 5}, 300, 200, {50, 0, 250, 200}},   {{0, 0, 10000, 1}, 100, 100, {0, 49, 100, 50}},
                  {{0, 0, 1, 10000}, 100, 100, {49, 0, 50, 100}},  {{5, 5, 5, 9}, 100, 100, {0, 0, 0, 0}},
                  {{5, 9, 9, 9}, 100, 100, {0, 0, 0, 0}},          {{9, 0, 1, 5}, 100, 100, {0, 0, 0, 0}}};
-    for (const auto& c : cases) {
-        const PageRect fit = fitted(c.rect, c.width, c.height);
-        EXPECT_EQ(fit.left, c.expected.left);
-        EXPECT_EQ(fit.top, c.expected.top);
-        EXPECT_EQ(fit.right, c.expected.right);
-        EXPECT_EQ(fit.bottom, c.expected.bottom);
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(sides(fitted(c.rect, c.width, c.height)), sides(c.expected));
 }
 
 TEST(Slide, Layers_are_named_by_their_place_and_the_first_gives_the_size) {
@@ -87,8 +102,7 @@ TEST(Slide, Layers_are_named_by_their_place_and_the_first_gives_the_size) {
     page.AddLayer(filled(20, 20, {}));
     EXPECT_STREQ(page.LayerAt(0).name.c_str(), "Layer 1");
     EXPECT_STREQ(page.LayerAt(1).name.c_str(), "Layer 2");
-    EXPECT_EQ(page.width(), 8u);
-    EXPECT_EQ(page.height(), 6u);
+    EXPECT_EQ(size_of(page), Size(8, 6));
     EXPECT_EQ(page.BitsPerPixel(), 24u);
     EXPECT_FALSE(page.IsPlain());
     page.RemoveLayer(1);
@@ -97,13 +111,7 @@ TEST(Slide, Layers_are_named_by_their_place_and_the_first_gives_the_size) {
     half.SetSize(0, 5);
     half.AddLayer(filled(8, 6, {}));
     EXPECT_EQ(half.width(), 0u) << "it has a size, if none that shows anything";
-    try {
-        page.LayerAt(1);
-        FAIL();
-    } catch (const gen::genlib_out_of_range& error) {
-        EXPECT_EQ(error.index, 1u);
-        EXPECT_EQ(error.size, 1u);
-    }
+    expect_out_of_range(1, 1, [&] { page.LayerAt(1); });
 }
 
 TEST(PageRect, Is_set_by_any_of_its_bounds) {
@@ -145,10 +153,8 @@ TEST(Layer, A_drawing_draws_itself_at_its_place_or_is_mixed_in_as_a_picture) {
         ASSERT_TRUE(page.Create(4, 4));
         page.row(2)[1] = {10, 10, 10, 255};
         FakeDrawing* const drawing = new FakeDrawing(2, 2);
-        Layer layer(drawing);
-        layer.left = 1;
-        layer.top = 2;
-        layer.blend_mode = mode;
+        Slide owner;
+        const Layer& layer = add(owner, new Layer(drawing), 1, 2, mode);
         EXPECT_EQ(layer.DrawOn(page), RCOK);
         EXPECT_EQ(page.row(2)[1].blue, mode == blend_norm ? 1 : 11);
         drawing->refuses = true;
@@ -167,17 +173,12 @@ TEST(Layer, Of_a_drawing_that_refuses_has_no_copy) {
 }
 
 TEST(Layer, Beside_the_page_changes_nothing) {
-    const struct {
-        int32_t left, top;
-    } places[] = {{4, 0}, {0, 4}, {-2, 0}, {0, -2}};
-    for (const auto& place : places) {
+    for (const auto& [left, top] : {std::pair{4, 0}, {0, 4}, {-2, 0}, {0, -2}}) {
         Canvas page;
         ASSERT_TRUE(page.Create(4, 4));
-        const std::unique_ptr<Layer> layer(filled(2, 2, {5, 5, 5, 255}));
-        layer->blend_mode = blend_add;
-        layer->left = place.left;
-        layer->top = place.top;
-        EXPECT_EQ(layer->DrawOn(page), RCOK);
+        Slide owner;
+        const Layer& layer = add(owner, filled(2, 2, {5, 5, 5, 255}), left, top, blend_add);
+        EXPECT_EQ(layer.DrawOn(page), RCOK);
         for (uint32_t y = 0; y < 4; ++y)
             for (uint32_t x = 0; x < 4; ++x)
                 EXPECT_EQ(page.row(y)[x].blue, 0) << x << "," << y;
@@ -185,48 +186,36 @@ TEST(Layer, Beside_the_page_changes_nothing) {
 }
 
 TEST(Layer, Without_memory_has_no_copy_and_no_other_size) {
-    const auto makes = [](Layer* made) {
+    const auto makes = [](ResultCode code, Layer* made) {
+        EXPECT_EQ(code, made ? RCOK : OMEM);
         delete made;
         return made != nullptr;
     };
     const std::unique_ptr<Layer> layers[] = {std::unique_ptr<Layer>(filled(4, 4, {}, 32)),
                                              std::make_unique<Layer>(new FakeDrawing(4, 4))};
     for (const auto& layer : layers) {
-        for (bool resized : {false, true}) {
-            unsigned nth = 1;
-            for (bool failed = true; failed; ++nth) {
-                FailingAllocator allocator(nth);
-                bool made = false;
-                try {
-                    Layer* other = nullptr;
-                    if (resized) {
-                        const ResultCode code = layer->Resized(2, 2, 1, &other);
-                        EXPECT_EQ(code, other ? RCOK : OMEM);
-                    }
-                    made = makes(resized ? other : layer->Clone());
-                } catch (const gen::genlib_out_of_memory&) {
-                }
-                failed = allocator.failed();
-                ASSERT_NE(made, failed) << nth;
-            }
-            EXPECT_GT(nth, 2u);
-        }
+        for (EachAllocation each; each.next();)
+            each.run([&] {
+                Layer* const copy = layer->Clone();
+                return makes(copy ? RCOK : OMEM, copy);
+            });
+        for (EachAllocation each; each.next();)
+            each.run([&] {
+                Layer* other = nullptr;
+                const ResultCode code = layer->Resized(2, 2, 1, &other);
+                return makes(code, other);
+            });
     }
 }
 
 TEST(Slide, Stretching_scales_sizes_and_places_by_the_page) {
     Slide page;
     page.AddLayer(filled(1024, 768, {}));
-    page.AddLayer(filled(100, 101, {}));
-    page.LayerAt(1).left = -3;
-    page.LayerAt(1).top = 7;
+    add(page, filled(100, 101, {}), -3, 7);
     ASSERT_EQ(page.Stretch(512, 512, 1, true, false), RCOK);
-    EXPECT_EQ(page.width(), 512u);
-    EXPECT_EQ(page.height(), 512u);
-    EXPECT_EQ(page.LayerAt(0).width(), 512u);
-    EXPECT_EQ(page.LayerAt(0).height(), 512u);
-    EXPECT_EQ(page.LayerAt(1).width(), 50u);
-    EXPECT_EQ(page.LayerAt(1).height(), 67u);
+    EXPECT_EQ(size_of(page), Size(512, 512));
+    EXPECT_EQ(size_of(page.LayerAt(0)), Size(512, 512));
+    EXPECT_EQ(size_of(page.LayerAt(1)), Size(50, 67));
     EXPECT_EQ(page.LayerAt(1).left, -1);
     EXPECT_EQ(page.LayerAt(1).top, 4);
     EXPECT_STREQ(page.LayerAt(1).name.c_str(), "Layer 2");
@@ -236,9 +225,7 @@ TEST(Slide, Only_marked_layers_scale_unless_all_are_wanted) {
     for (bool all : {false, true}) {
         Slide page;
         page.AddLayer(filled(100, 100, {}));
-        page.AddLayer(filled(40, 40, {}));
-        page.LayerAt(1).scales = false;
-        page.LayerAt(1).left = 10;
+        add(page, filled(40, 40, {}), 10).scales = false;
         ASSERT_EQ(page.Stretch(50, 50, 1, false, all), RCOK);
         EXPECT_EQ(page.LayerAt(0).width(), 50u);
         EXPECT_EQ(page.LayerAt(1).width(), all ? 20u : 40u);
@@ -255,10 +242,7 @@ TEST(Slide, The_pages_own_rectangle_is_fitted_when_wanted_and_set) {
     ASSERT_EQ(page.Stretch(40, 40, 1, false, false), RCOK);
     EXPECT_EQ(page.rect.right, 30);
     ASSERT_EQ(page.Stretch(60, 60, 1, true, false), RCOK);
-    EXPECT_EQ(page.rect.left, 0);
-    EXPECT_EQ(page.rect.top, 15);
-    EXPECT_EQ(page.rect.right, 60);
-    EXPECT_EQ(page.rect.bottom, 45);
+    EXPECT_EQ(sides(page.rect), (std::vector<int32_t>{0, 15, 60, 45}));
 }
 
 TEST(Slide, A_drawing_is_redrawn_in_the_new_size) {
@@ -268,8 +252,7 @@ TEST(Slide, A_drawing_is_redrawn_in_the_new_size) {
     EXPECT_EQ(page.BitsPerPixel(), 32u);
     EXPECT_FALSE(page.IsPlain());
     ASSERT_EQ(page.Stretch(100, 100, 1, false, false), RCOK);
-    EXPECT_EQ(page.LayerAt(0).width(), 100u);
-    EXPECT_EQ(page.LayerAt(0).height(), 100u);
+    EXPECT_EQ(size_of(page.LayerAt(0)), Size(100, 100));
 }
 
 TEST(Slide, A_failed_stretch_leaves_the_page_as_it_was) {
@@ -343,8 +326,7 @@ TEST(Slide, Dissolved_layers_are_flattened_before_they_are_stretched) {
     const DrawingPeriod drawing;
     Slide page;
     page.AddLayer(filled(64, 64, {0, 0, 0, 255}));
-    page.AddLayer(filled(64, 64, {255, 255, 255, 128}, 32));
-    page.LayerAt(1).blend_mode = blend_diss;
+    add(page, filled(64, 64, {255, 255, 255, 128}, 32), 0, 0, blend_diss);
     ASSERT_EQ(page.Stretch(32, 32, 1, false, false), RCOK);
     EXPECT_EQ(page.LayerCount(), 1u);
     EXPECT_EQ(page.width(), 32u);
@@ -355,12 +337,8 @@ TEST(Slide, Flattening_draws_the_layers_from_the_lowest_up) {
     const DrawingPeriod drawing;
     Slide page;
     page.AddLayer(filled(4, 4, {10, 10, 10, 255}));
-    page.AddLayer(filled(2, 2, {200, 200, 200, 255}));
-    page.AddLayer(filled(2, 2, {100, 100, 100, 255}));
-    page.LayerAt(1).left = 3;
-    page.LayerAt(1).top = -1;
-    page.LayerAt(2).blend_mode = blend_add;
-    page.LayerAt(2).top = 3;
+    add(page, filled(2, 2, {200, 200, 200, 255}), 3, -1);
+    add(page, filled(2, 2, {100, 100, 100, 255}), 0, 3, blend_add);
     ASSERT_EQ(page.Flatten(), RCOK);
     ASSERT_EQ(page.LayerCount(), 1u);
     const Layer& flat = page.LayerAt(0);
@@ -397,10 +375,7 @@ TEST(Slide, A_blended_layer_is_cut_at_each_edge) {
     for (const auto& c : cases) {
         Slide page;
         page.AddLayer(filled(4, 4, {10, 10, 10, 255}));
-        page.AddLayer(filled(3, 3, {5, 5, 5, 255}));
-        page.LayerAt(1).blend_mode = blend_add;
-        page.LayerAt(1).left = c.left;
-        page.LayerAt(1).top = c.top;
+        add(page, filled(3, 3, {5, 5, 5, 255}), c.left, c.top, blend_add);
         ASSERT_EQ(page.Flatten(), RCOK);
         for (uint32_t y = 0; y < 4; ++y)
             for (uint32_t x = 0; x < 4; ++x)
@@ -412,14 +387,9 @@ TEST(Slide, A_layer_far_outside_the_page_is_harmless) {
     const DrawingPeriod drawing;
     Slide page;
     page.AddLayer(filled(2, 2, {1, 1, 1, 255}));
-    for (int32_t far : {2147483647, -2147483647 - 1, 100, -100}) {
-        for (BlendMode mode : {blend_norm, blend_mul}) {
-            page.AddLayer(filled(3, 3, {9, 9, 9, 255}));
-            Layer& top = page.LayerAt(page.LayerCount() - 1);
-            top.left = top.top = far;
-            top.blend_mode = mode;
-        }
-    }
+    for (int32_t far : {2147483647, -2147483647 - 1, 100, -100})
+        for (BlendMode mode : {blend_norm, blend_mul})
+            add(page, filled(3, 3, {9, 9, 9, 255}), far, far, mode);
     ASSERT_EQ(page.Flatten(), RCOK);
     EXPECT_EQ(pixel_of(page.LayerAt(0), 1, 1).blue, 1);
 }
@@ -427,10 +397,7 @@ TEST(Slide, A_layer_far_outside_the_page_is_harmless) {
 TEST(Slide, A_clone_is_a_page_of_its_own) {
     Slide page;
     page.AddLayer(filled(4, 4, {10, 10, 10, 255}));
-    page.AddLayer(new Layer(new FakeDrawing(2, 2)));
-    page.LayerAt(1).blend_mode = blend_mul;
-    page.LayerAt(1).left = 3;
-    page.LayerAt(1).name = "drawn";
+    add(page, new Layer(new FakeDrawing(2, 2)), 3, 0, blend_mul).name = "drawn";
     page.rect = {1, 2, 3, 4};
     page.resolution_x = 96.0;
     page.delay = 40;

@@ -1,42 +1,31 @@
 #include "glib/stdio_file_stream.h"
 
-#include <cstdlib>
 #include <ctime>
-#include <fstream>
-#include <random>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 #include <windows.h>
 #include <winioctl.h>
 
+#include "testing/cxx/scratch_folder.h"
+
 namespace {
 
 class StdioFileStream : public testing::Test {
 protected:
-    void SetUp() override {
-        char folder[MAX_PATH], name[MAX_PATH];
-        GetTempPathA(MAX_PATH, folder);
-        ASSERT_NE(GetTempFileNameA(folder, "sfs", 0, name), 0u);
-        path = name;
+    // Opens the file, which holds these bytes.
+    void open(const char* mode, const std::string& bytes = "") {
+        folder.add("file", bytes);
+        ASSERT_EQ(stream.Open(path.c_str(), mode), 1u);
     }
-    void TearDown() override { DeleteFileA(path.c_str()); }
+    std::string on_disk() { return folder.read("file"); }
 
-    void fill(const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-    std::string on_disk() {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
-    }
-
-    std::string path;
+    ScratchFolder folder;
+    std::string path = folder.path("file");
 };
 
 TEST_F(StdioFileStream, Opens_by_both_kinds_of_path) {
-    fill("content");
-    VStdioFileStream stream;
-    EXPECT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    open("rb", "content");
     EXPECT_EQ(stream.ReadByte(), 'c');
     const std::wstring wide(path.begin(), path.end());
     EXPECT_EQ(stream.OpenWide(wide.c_str(), L"rb"), 1u);
@@ -49,9 +38,7 @@ TEST_F(StdioFileStream, Opens_by_both_kinds_of_path) {
 }
 
 TEST_F(StdioFileStream, An_error_stays_until_the_next_open) {
-    fill("content");
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    open("rb", "content");
     EXPECT_EQ(stream.WriteByte('x'), 0u);
     EXPECT_EQ(stream.HasError(), 1u);
     EXPECT_EQ(stream.SetPosition(0), 1u);
@@ -64,7 +51,6 @@ TEST_F(StdioFileStream, An_error_stays_until_the_next_open) {
 }
 
 TEST_F(StdioFileStream, Without_a_file_every_operation_fails) {
-    VStdioFileStream stream;
     char line[8];
     EXPECT_EQ(stream.Seek(0, 0), 0u);
     EXPECT_EQ(stream.SetPosition(0), 0u);
@@ -87,8 +73,7 @@ TEST_F(StdioFileStream, Without_a_file_every_operation_fails) {
 }
 
 TEST_F(StdioFileStream, Numbers_stand_in_the_chosen_byte_order) {
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "wb"), 1u);
+    open("wb");
     EXPECT_EQ(stream.WriteDword(0x11223344), 1u);
     stream.set_big_endian(true);
     EXPECT_EQ(stream.WriteDword(0x11223344), 1u);
@@ -107,9 +92,7 @@ TEST_F(StdioFileStream, Numbers_stand_in_the_chosen_byte_order) {
 }
 
 TEST_F(StdioFileStream, Seek_knows_three_origins_and_refuses_others) {
-    fill("0123456789");
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    open("rb", "0123456789");
     EXPECT_EQ(stream.Seek(-1, 2), 1u);
     EXPECT_EQ(stream.ReadByte(), '9');
     EXPECT_EQ(stream.Seek(-3, 1), 1u);
@@ -123,9 +106,7 @@ TEST_F(StdioFileStream, Seek_knows_three_origins_and_refuses_others) {
 }
 
 TEST_F(StdioFileStream, The_end_of_the_data_is_noticed_and_a_seek_clears_it) {
-    fill("ab");
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    open("rb", "ab");
     char bytes[8];
     EXPECT_EQ(stream.Read(bytes, 1, 8), 2u);
     EXPECT_EQ(stream.IsEndOfData(), 1u);
@@ -137,8 +118,7 @@ TEST_F(StdioFileStream, The_end_of_the_data_is_noticed_and_a_seek_clears_it) {
 }
 
 TEST_F(StdioFileStream, The_size_counts_what_was_just_written) {
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "wb"), 1u);
+    open("wb");
     EXPECT_EQ(stream.IsEmpty(), 1u);
     EXPECT_EQ(stream.WriteString("12345"), 5u);
     EXPECT_EQ(stream.Size(), 5u);
@@ -153,8 +133,7 @@ TEST_F(StdioFileStream, The_size_counts_what_was_just_written) {
 }
 
 TEST_F(StdioFileStream, A_formatted_text_may_be_of_any_length) {
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "wb"), 1u);
+    open("wb");
     const std::string text(100000, 'f');
     EXPECT_EQ(stream.WriteFormat("%s!", text.c_str()), 1u);
     stream.Close();
@@ -162,9 +141,7 @@ TEST_F(StdioFileStream, A_formatted_text_may_be_of_any_length) {
 }
 
 TEST_F(StdioFileStream, Reads_and_writes_may_follow_each_other) {
-    fill("0123456789");
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "r+b"), 1u);
+    open("r+b", "0123456789");
     EXPECT_EQ(stream.ReadByte(), '0');
     EXPECT_EQ(stream.WriteString("ab"), 2u);
     EXPECT_EQ(stream.ReadByte(), '3');
@@ -177,9 +154,7 @@ TEST_F(StdioFileStream, Reads_and_writes_may_follow_each_other) {
 
 // A flush used to throw away what was read ahead, and the next read began behind it.
 TEST_F(StdioFileStream, A_flush_after_a_read_leaves_the_position) {
-    fill("0123456789");
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "r+b"), 1u);
+    open("r+b", "0123456789");
     EXPECT_EQ(stream.ReadByte(), '0');
     EXPECT_EQ(stream.Flush(), 1u);
     EXPECT_EQ(stream.Tell(), 1u);
@@ -195,9 +170,7 @@ TEST_F(StdioFileStream, A_flush_after_a_read_leaves_the_position) {
 }
 
 TEST_F(StdioFileStream, Lines_end_after_their_line_feed_or_at_the_capacity) {
-    fill("one\ntwo three\nend");
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    open("rb", "one\ntwo three\nend");
     char line[9];
     EXPECT_STREQ(stream.ReadLine(line, 9), "one\n");
     EXPECT_STREQ(stream.ReadLine(line, 9), "two thre");
@@ -208,9 +181,7 @@ TEST_F(StdioFileStream, Lines_end_after_their_line_feed_or_at_the_capacity) {
 }
 
 TEST_F(StdioFileStream, SetSize_cuts_and_extends_and_leaves_the_position) {
-    fill("0123456789");
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "r+b"), 1u);
+    open("r+b", "0123456789");
     stream.SetPosition(2);
     EXPECT_EQ(stream.WriteString("xy"), 2u);
     EXPECT_EQ(stream.SetSize(6), 1u);
@@ -223,24 +194,19 @@ TEST_F(StdioFileStream, SetSize_cuts_and_extends_and_leaves_the_position) {
 }
 
 TEST_F(StdioFileStream, A_read_only_file_can_not_be_written_or_resized) {
-    fill("0123");
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    open("rb", "0123");
     EXPECT_EQ(stream.WriteByte(1), 0u);
     EXPECT_EQ(stream.SetSize(1), 0u);
     EXPECT_EQ(stream.Size(), 4u);
 }
 
 TEST_F(StdioFileStream, Knows_when_the_file_was_changed) {
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    open("rb");
     EXPECT_NEAR(static_cast<double>(stream.ModificationTime()), static_cast<double>(std::time(nullptr)), 3600.0);
 }
 
 TEST_F(StdioFileStream, Kept_positions_come_back) {
-    fill("0123456789");
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "rb"), 1u);
+    open("rb", "0123456789");
     stream.SetPosition(6);
     stream.PushPosition();
     stream.SetPosition(1);
@@ -249,8 +215,7 @@ TEST_F(StdioFileStream, Kept_positions_come_back) {
 }
 
 TEST_F(StdioFileStream, Too_many_elements_are_refused_rather_than_miscounted) {
-    VStdioFileStream stream;
-    ASSERT_EQ(stream.Open(path.c_str(), "w+b"), 1u);
+    open("w+b");
     char byte = 0;
     EXPECT_EQ(stream.Write(&byte, 0x10000, 0x10001), 0u);
     EXPECT_EQ(stream.Read(&byte, 0x10000, 0x10001), 0u);
@@ -259,14 +224,13 @@ TEST_F(StdioFileStream, Too_many_elements_are_refused_rather_than_miscounted) {
 
 TEST_F(StdioFileStream, Works_beyond_4_GB) {
     // Sparse, so that only the pages written take space on the disk.
-    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
     ASSERT_NE(file, INVALID_HANDLE_VALUE);
     DWORD returned;
     DeviceIoControl(file, FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &returned, nullptr);
     CloseHandle(file);
 
     const uint64_t beyond = 0x140000003ull; // 5 GB and 3
-    VStdioFileStream stream;
     ASSERT_EQ(stream.Open(path.c_str(), "r+b"), 1u);
     ASSERT_EQ(stream.SetPosition(beyond), 1u);
     EXPECT_EQ(stream.Tell(), beyond);

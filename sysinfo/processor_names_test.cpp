@@ -45,25 +45,16 @@ TEST(ProcessorVendor, Is_unknown_with_any_other_identification) {
     EXPECT_STREQ(manufacturer_of(9), "Unknown Manufacturer");
 }
 
-struct Model {
+struct Name {
     int vendor;
-    unsigned family;
-    unsigned model;
+    unsigned family, model;
     const char* name;
 };
 
-struct Family {
-    int vendor;
-    unsigned family;
-    const char* name; // of every model that isn't listed
-};
+// Of a family every model that isn't listed, of a vendor every family.
+constexpr unsigned kAny = ~0u;
 
-struct Vendor {
-    int vendor;
-    const char* name; // of every family and model that isn't listed
-};
-
-const Model kModels[] = {
+const Name kNames[] = {
     {0, 4, 3, "80486DX2"},
     {0, 4, 7, "80486DX2 WriteBack"},
     {0, 4, 8, "80486DX4"},
@@ -129,27 +120,27 @@ const Model kModels[] = {
     {7, 5, 0, "mP6 (0.25 \xB5m)"},
     {7, 5, 2, "mP6 (0.18 \xB5m)"},
     {8, 5, 4, "Crusoe TM3x00 and TM5x00"},
-};
-
-const Family kFamilies[] = {
-    {0, 4, "Unknown 80486 family"},
-    {0, 5, "Unknown 80586 family"},
-    {0, 6, "Unknown K7 family"},
-    {1, 3, "Newer i80386 family"},
-    {1, 4, "Unknown 80486 family"},
-    {1, 5, "Unknown Pentium\xAE family"},
-    {1, 6, "Unknown P6 family"},
-    {1, 7, "Intel Merced (IA-64)"},
-    {4, 4, "Unknown Cx5x86 family"},
-    {4, 5, "Unknown Cx6x86 family"},
-    {4, 6, "Unknown 6x86MX\\Cyrix III family"},
-    {8, 5, "Unknown Crusoe family"},
-};
-
-const Vendor kVendors[] = {
-    {0, "Unknown AMD family"},          {1, "Unknown Intel family"}, {2, "Cx486SLC \\ DLC \\ Cx486S A-Step"},
-    {3, "Unknown UMC family"},          {4, "Unknown Cyrix family"}, {5, "Unknown NexGen family"},
-    {6, "Unknown IDT\\Centaur family"}, {7, "Unknown Rise family"},  {8, "Unknown Transmeta family"},
+    {0, 4, kAny, "Unknown 80486 family"},
+    {0, 5, kAny, "Unknown 80586 family"},
+    {0, 6, kAny, "Unknown K7 family"},
+    {1, 3, kAny, "Newer i80386 family"},
+    {1, 4, kAny, "Unknown 80486 family"},
+    {1, 5, kAny, "Unknown Pentium\xAE family"},
+    {1, 6, kAny, "Unknown P6 family"},
+    {1, 7, kAny, "Intel Merced (IA-64)"},
+    {4, 4, kAny, "Unknown Cx5x86 family"},
+    {4, 5, kAny, "Unknown Cx6x86 family"},
+    {4, 6, kAny, "Unknown 6x86MX\\Cyrix III family"},
+    {8, 5, kAny, "Unknown Crusoe family"},
+    {0, kAny, kAny, "Unknown AMD family"},
+    {1, kAny, kAny, "Unknown Intel family"},
+    {2, kAny, kAny, "Cx486SLC \\ DLC \\ Cx486S A-Step"},
+    {3, kAny, kAny, "Unknown UMC family"},
+    {4, kAny, kAny, "Unknown Cyrix family"},
+    {5, kAny, kAny, "Unknown NexGen family"},
+    {6, kAny, kAny, "Unknown IDT\\Centaur family"},
+    {7, kAny, kAny, "Unknown Rise family"},
+    {8, kAny, kAny, "Unknown Transmeta family"},
 };
 
 std::string expected_name(int vendor, const ProcessorSignature& signature) {
@@ -164,14 +155,9 @@ std::string expected_name(int vendor, const ProcessorSignature& signature) {
     }
     if (vendor == 0 && signature.family == 6 && signature.model == 8)
         return signature.brand_flag ? "Athlon\x99 MP (Thoroughbred core)" : "Athlon\x99 XP (Thoroughbred core)";
-    for (const Model& row : kModels)
-        if (row.vendor == vendor && row.family == signature.family && row.model == signature.model)
-            return row.name;
-    for (const Family& row : kFamilies)
-        if (row.vendor == vendor && row.family == signature.family)
-            return row.name;
-    for (const Vendor& row : kVendors)
-        if (row.vendor == vendor)
+    for (const Name& row : kNames) // the models come first
+        if (row.vendor == vendor && (row.family == kAny || row.family == signature.family) &&
+            (row.model == kAny || row.model == signature.model))
             return row.name;
     return "Unknown family";
 }

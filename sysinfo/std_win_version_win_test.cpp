@@ -41,32 +41,25 @@ TEST(StdWinVersion, Tag_has_the_service_pack_number_and_no_blank) {
 }
 
 constexpr char kRoot[] = "Software\\WendaxTestOfTheProductType";
-constexpr char kKey[] = "Software\\WendaxTestOfTheProductType\\SYSTEM\\CurrentControlSet\\Control\\ProductOptions";
+constexpr char kKey[] = "SYSTEM\\CurrentControlSet\\Control\\ProductOptions";
 
 class ProductType : public testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(RegCreateKeyA(HKEY_CURRENT_USER, kRoot, &m_root), ERROR_SUCCESS); }
     void TearDown() override {
         RegCloseKey(m_root);
-        for (const char* sub : {"SYSTEM\\CurrentControlSet\\Control\\ProductOptions",
-                                "SYSTEM\\CurrentControlSet\\Control", "SYSTEM\\CurrentControlSet", "SYSTEM"})
-            RegDeleteKeyA(HKEY_CURRENT_USER, (std::string(kRoot) + "\\" + sub).c_str());
-        RegDeleteKeyA(HKEY_CURRENT_USER, kRoot);
+        RegDeleteTreeA(HKEY_CURRENT_USER, kRoot);
     }
 
     void MakeKey() {
         HKEY key;
-        ASSERT_EQ(RegCreateKeyA(HKEY_CURRENT_USER, kKey, &key), ERROR_SUCCESS);
+        ASSERT_EQ(RegCreateKeyA(m_root, kKey, &key), ERROR_SUCCESS);
         RegCloseKey(key);
     }
 
-    void MakeValue(const std::string& value) {
-        HKEY key;
-        ASSERT_EQ(RegCreateKeyA(HKEY_CURRENT_USER, kKey, &key), ERROR_SUCCESS);
-        ASSERT_EQ(RegSetValueExA(key, "ProductType", 0, REG_SZ, reinterpret_cast<const BYTE*>(value.data()),
-                                 static_cast<DWORD>(value.size())),
+    void MakeValue(const std::string& value, DWORD type = REG_SZ) {
+        ASSERT_EQ(RegSetKeyValueA(m_root, kKey, "ProductType", type, value.data(), static_cast<DWORD>(value.size())),
                   ERROR_SUCCESS);
-        RegCloseKey(key);
     }
 
     WinVersion Read() {
@@ -108,11 +101,7 @@ TEST_F(ProductType, Is_the_text_of_the_value) {
 TEST_F(ProductType, Without_a_terminator_ends_with_its_bytes) {
     MakeValue(std::string("WINNT"));
     EXPECT_STREQ(Read().edition_name, "WINNT");
-    HKEY key;
-    ASSERT_EQ(RegOpenKeyA(HKEY_CURRENT_USER, kKey, &key), ERROR_SUCCESS);
-    ASSERT_EQ(RegSetValueExA(key, "ProductType", 0, REG_BINARY, reinterpret_cast<const BYTE*>("SERVERNT"), 8),
-              ERROR_SUCCESS);
-    RegCloseKey(key);
+    MakeValue("SERVERNT", REG_BINARY);
     WinVersion version = {};
     memset(version.edition_name, 'x', sizeof(version.edition_name));
     sysinfo::read_registry_edition(m_root, version);

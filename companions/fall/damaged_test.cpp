@@ -52,30 +52,28 @@ ResultCode load(ImageFormat format, const Bytes& data) {
 }
 
 TEST(Damaged, A_file_cut_off_anywhere_is_no_success) {
-    for (int format = 0; format < image_format_count; ++format) {
-        const auto kind = static_cast<ImageFormat>(format);
-        const Bytes whole = fall_test::sample(kind);
+    for (ImageFormat format : fall_test::kFormats) {
+        const Bytes whole = fall_test::sample(format);
         for (std::size_t length = 0; length < whole.size(); ++length) {
-            const ResultCode code =
-                load(kind, Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
+            const Bytes file(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+            const ResultCode code = load(format, file);
             // The last row's padding of a bitmap, and the checksums at the end of a PNG, carry no pixels.
             if (!is_refusal(code) && code != glib::OKAF) {
-                EXPECT_TRUE(kind == image_bmp || kind == image_png) << format << " cut at " << length;
+                EXPECT_TRUE(format == image_bmp || format == image_png) << format << " cut at " << length;
                 EXPECT_GE(length + 8, whole.size()) << format;
             }
             glib::ImageFileInfo info;
-            fall_test::info(kind, Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)), info);
+            fall_test::info(format, file, info);
         }
     }
 }
 
 TEST(Damaged, Any_byte_may_be_wrong) {
-    for (int format = 0; format < image_format_count; ++format) {
-        const auto kind = static_cast<ImageFormat>(format);
-        const Bytes whole = fall_test::sample(kind);
+    for (ImageFormat format : fall_test::kFormats) {
+        const Bytes whole = fall_test::sample(format);
         for (std::size_t at = 0; at < whole.size(); ++at)
             for (int byte : {0x00, 0x7F, 0x80, 0xFF, whole[at] ^ 1})
-                load(kind, changed(whole, at, {static_cast<std::uint8_t>(byte)}));
+                load(format, changed(whole, at, {static_cast<std::uint8_t>(byte)}));
     }
 }
 
@@ -176,18 +174,17 @@ TEST(Damaged, An_hdr_that_ends_in_a_run_of_no_pixels_is_refused) {
 }
 
 TEST(Damaged, Every_allocation_may_fail) {
-    for (int format = 0; format < image_format_count; ++format) {
-        const auto kind = static_cast<ImageFormat>(format);
+    for (ImageFormat format : fall_test::kFormats) {
         unsigned long calls;
         {
             const Allocations allocations;
-            EXPECT_EQ(load(kind, fall_test::sample(kind)), glib::RCOK);
+            EXPECT_EQ(load(format, fall_test::sample(format)), glib::RCOK);
             calls = g_calls;
         }
         ASSERT_GT(calls, 1u);
         for (unsigned long failing = 1; failing <= calls; ++failing) {
             const Allocations allocations(failing);
-            EXPECT_EQ(load(kind, fall_test::sample(kind)), glib::OMEM) << format << ", allocation " << failing;
+            EXPECT_EQ(load(format, fall_test::sample(format)), glib::OMEM) << format << ", allocation " << failing;
         }
     }
 }
@@ -212,11 +209,10 @@ TEST(Damaged, Every_allocation_of_a_save_may_fail) {
 }
 
 TEST(Damaged, A_document_that_takes_no_page_ends_the_load) {
-    for (int format = 0; format < image_format_count; ++format) {
+    for (ImageFormat format : fall_test::kFormats) {
         Image image;
         image.page_limit = 0;
-        const auto kind = static_cast<ImageFormat>(format);
-        EXPECT_EQ(fall_test::load(kind, fall_test::sample(kind), image), glib::OMEM);
+        EXPECT_EQ(fall_test::load(format, fall_test::sample(format), image), glib::OMEM);
     }
 }
 
@@ -246,15 +242,14 @@ TEST(Damaged, A_stream_that_cannot_seek_is_an_error) {
 }
 
 TEST(Damaged, The_user_can_stop_a_load_at_every_report) {
-    for (int format = 0; format < image_format_count; ++format) {
-        const auto kind = static_cast<ImageFormat>(format);
+    for (ImageFormat format : fall_test::kFormats) {
         Image whole;
-        ASSERT_EQ(fall_test::load(kind, fall_test::sample(kind), whole), glib::RCOK);
+        ASSERT_EQ(fall_test::load(format, fall_test::sample(format), whole), glib::RCOK);
         ASSERT_GT(whole.progress_calls, 1u);
         for (unsigned call = 1; call <= whole.progress_calls; ++call) {
             Image image;
             image.stop_at_call = call;
-            EXPECT_EQ(fall_test::load(kind, fall_test::sample(kind), image), glib::USRA) << format << ", " << call;
+            EXPECT_EQ(fall_test::load(format, fall_test::sample(format), image), glib::USRA) << format << ", " << call;
             EXPECT_EQ(memory_held(), 0u);
         }
     }

@@ -29,16 +29,9 @@ Bytes bytes_of(const std::string& text) {
 }
 
 TEST(StoredDepth, Of_each_format_as_a_rule) {
-    EXPECT_EQ(depth(image_jpg, fall_test::sample(image_jpg)), 24u);
-    EXPECT_EQ(depth(image_png, fall_test::sample(image_png)), 24u);
-    EXPECT_EQ(depth(image_bmp, fall_test::sample(image_bmp)), 24u);
-    EXPECT_EQ(depth(image_gif, fall_test::sample(image_gif)), 3u) << "a palette of 8";
-    EXPECT_EQ(depth(image_psd, fall_test::sample(image_psd)), 24u);
-    EXPECT_EQ(depth(image_hdr, fall_test::sample(image_hdr)), 32u);
-    EXPECT_EQ(depth(image_pgm, fall_test::sample(image_pgm)), 8u);
-    EXPECT_EQ(depth(image_ppm, fall_test::sample(image_ppm)), 24u);
-    EXPECT_EQ(depth(image_pic, fall_test::sample(image_pic)), 24u);
-    EXPECT_EQ(depth(image_tga, fall_test::sample(image_tga)), 24u);
+    const std::uint32_t depths[image_format_count] = {24, 24, 24, 3, 24, 32, 8, 24, 24, 24}; // GIF: a palette of 8
+    for (ImageFormat format : fall_test::kFormats)
+        EXPECT_EQ(depth(format, fall_test::sample(format)), depths[format]) << format;
 }
 
 TEST(StoredDepth, Of_a_jpeg_counts_its_components) {

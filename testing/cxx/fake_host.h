@@ -137,6 +137,10 @@ inline glib::ResultCode save(fall::ImageFormat format, Image& image, Stream& str
 // A picture with edges, ramps and noise: 24 or 32 bits.
 void add_picture(Image& image, unsigned width, unsigned height, unsigned bits);
 
+inline constexpr fall::ImageFormat kFormats[] = {fall::image_jpg, fall::image_png, fall::image_bmp, fall::image_gif,
+                                                 fall::image_psd, fall::image_hdr, fall::image_pgm, fall::image_ppm,
+                                                 fall::image_pic, fall::image_tga};
+
 // A small file of each format, as the module or a hand made it.
 Bytes sample(fall::ImageFormat format);
 

@@ -13,9 +13,13 @@ struct FakeModule {
     std::map<std::string, void*> entries;
 
     template <typename Function>
-    FakeModule& with(const char* name, Function* entry) {
+    FakeModule& with(const std::string& name, Function* entry) {
         entries[name] = reinterpret_cast<void*>(entry);
         return *this;
+    }
+    // The two entries that each format has to have.
+    FakeModule& with_format(const std::string& name, LoadEntry load, InfoEntry info) {
+        return with("Load" + name + "ImageData", load).with("Get" + name + "FileInfo", info);
     }
 };
 

@@ -2,8 +2,7 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
-#include <sstream>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "glib/film.h"
 #include "glib/filter_manager.h"
 #include "testing/cxx/recorded_boxes.h"
+#include "testing/cxx/scratch_folder.h"
 #include "glib/slide.h"
 
 namespace glib {
@@ -71,27 +71,17 @@ protected:
     void SetUp() override {
         char path[MAX_PATH];
         GetModuleFileNameA(nullptr, path, MAX_PATH);
-        folder_of_modules = std::string(path).substr(0, std::string(path).rfind('\\'));
-        filter_manager().SetUp(folder_of_modules.c_str(), "xbm\n");
-        GetTempPathA(MAX_PATH, path);
-        temp = path;
-        GetTempFileNameA(path, "flm", 0, path);
-        file = path;
-        DeleteFileA(file.c_str());
+        *strrchr(path, '\\') = '\0';
+        filter_manager().SetUp(path, "xbm\n");
         clear_recorded_boxes();
     }
-    void TearDown() override {
-        DeleteFileA(file.c_str());
-        filter_manager().SetUp(nullptr, "fall\n");
-    }
-    std::string on_disk() {
-        std::ostringstream text;
-        text << std::ifstream(file, std::ios::binary).rdbuf();
-        return text.str();
-    }
-    bool exists(const std::string& path) { return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+    void TearDown() override { filter_manager().SetUp(nullptr, "fall\n"); }
+    std::string on_disk() { return folder.read("film"); }
+    // What the folder holds whose names begin with that of the file.
+    std::vector<std::string> files() { return folder.files("film*"); }
 
-    std::string folder_of_modules, temp, file;
+    ScratchFolder folder;
+    std::string file = folder.path("film");
 };
 
 } // namespace glib

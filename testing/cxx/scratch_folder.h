@@ -72,3 +72,17 @@ private:
 
     std::string m_path;
 };
+
+// The temporary directory of this process, as long as it lives.
+class TemporaryDirectory {
+public:
+    explicit TemporaryDirectory(const std::string& path) {
+        char old[MAX_PATH];
+        m_old.assign(old, GetEnvironmentVariableA("TMP", old, sizeof(old)));
+        SetEnvironmentVariableA("TMP", path.c_str());
+    }
+    ~TemporaryDirectory() { SetEnvironmentVariableA("TMP", m_old.empty() ? nullptr : m_old.c_str()); }
+
+private:
+    std::string m_old;
+};
