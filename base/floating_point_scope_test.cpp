@@ -17,7 +17,10 @@ void set(unsigned control, unsigned mxcsr) {
 
 // Leaves the unit to the next test as this one has found it.
 class FloatingPointScope : public testing::Test {
-    void TearDown() override { set_floating_point(m_before); }
+    void TearDown() override {
+        __asm__ volatile("fninit");
+        set(m_before.control, m_before.mxcsr);
+    }
     const FloatingPoint m_before = floating_point();
 };
 

@@ -135,7 +135,7 @@ TEST_F(EmailTool, WriteToFile_to_a_place_that_can_not_be_written_does_nothing) {
     mail.WriteToFile(folder.path("missing\\mail.eml").c_str());
     mail.WriteToFile(folder.path("").c_str());
     mail.WriteToFile("");
-    EXPECT_EQ(folder.files("missing*").size(), 0u);
+    EXPECT_EQ(folder.files("missing").size(), 0u);
 }
 
 // A device that is always full stands for the disk; only Wine can reach it.
@@ -195,19 +195,19 @@ TEST_F(EmailTool, OpenInMailer_writes_a_new_file_and_opens_it) {
     const TemporaryDirectory tmp(temp.path(""));
     const MailProgram program("cmd.exe /c mkdir \"%1.opened\"");
     mail.OpenInMailer();
-    const std::vector<std::string> files = temp.files("ema*.eml");
+    const std::vector<std::string> files = temp.files("ema", ".eml");
     ASSERT_EQ(files.size(), 1u);
     EXPECT_EQ(temp.read(files[0]), text_of(mail));
     EXPECT_TRUE(wait_for_file(temp, (files[0] + ".opened").c_str()));
-    EXPECT_EQ(temp.files("*.tmp").size(), 0u) << "the file that gave the name is gone";
+    EXPECT_EQ(temp.files("", ".tmp").size(), 0u) << "the file that gave the name is gone";
 }
 
 TEST_F(EmailTool, OpenInMailer_without_a_mail_program_leaves_the_file) {
     ScratchFolder temp;
     const TemporaryDirectory tmp(temp.path(""));
     mail.OpenInMailer();
-    ASSERT_EQ(temp.files("ema*.eml").size(), 1u);
-    EXPECT_EQ(temp.read(temp.files("ema*.eml")[0]), text_of(mail));
+    ASSERT_EQ(temp.files("ema", ".eml").size(), 1u);
+    EXPECT_EQ(temp.read(temp.files("ema", ".eml")[0]), text_of(mail));
 }
 
 TEST_F(EmailTool, OpenInMailer_without_a_usable_temporary_directory_does_nothing) {
@@ -225,7 +225,7 @@ TEST_F(EmailTool, OpenInMailer_without_a_usable_temporary_directory_does_nothing
         const TemporaryDirectory no_space(deep);
         mail.OpenInMailer();
     }
-    EXPECT_EQ(temp.files("*.eml").size(), 0u);
+    EXPECT_EQ(temp.files("", ".eml").size(), 0u);
     EXPECT_EQ(temp.files("opened").size(), 0u);
 }
 

@@ -107,11 +107,20 @@ protected:
         m_last_code = m_film.Save(m_manager, stream, options);
         return std::string(reinterpret_cast<const char*>(stream.data()), static_cast<size_t>(stream.Size()));
     }
-    void add_page(uint32_t width, uint32_t height) {
-        Raster raster;
-        ASSERT_TRUE(raster.Create(width, height, 24));
-        m_film.AppendPage()->AddLayer(new Layer(static_cast<Raster&&>(raster)));
+    void add_page(uint32_t width, uint32_t height, int count = 1) {
+        for (; count > 0; --count) {
+            Raster raster;
+            ASSERT_TRUE(raster.Create(width, height, 24));
+            m_film.AppendPage()->AddLayer(new Layer(static_cast<Raster&&>(raster)));
+        }
     }
+    std::vector<uint32_t> widths() {
+        std::vector<uint32_t> all;
+        for (unsigned i = 0; i < m_film.pages().size(); ++i)
+            all.push_back(m_film.pages()[i]->width());
+        return all;
+    }
+    int first_pixel(unsigned page) { return m_film.pages()[page]->LayerAt(0).raster().pixels()[0]; }
     void listen(int stop_at = 1000) {
         m_heard = Heard();
         m_heard.stop_at = stop_at;
@@ -159,20 +168,16 @@ TEST_F(FilmBodyTest, Stretching_nothing_answers_0_and_tells_nobody) {
 }
 
 TEST_F(FilmBodyTest, Stretching_tells_every_page_and_the_end) {
-    for (int i = 0; i < 4; ++i)
-        add_page(20, 10);
+    add_page(20, 10, 4);
     listen();
     EXPECT_EQ(m_film.Stretch(5, 6, 1, true, 1, 2, false), 1u);
     EXPECT_EQ(m_heard.calls, (Calls{"stretch... 0/4", "stretch... 2/4", "stretch... 3/4", "stretch... -2/4"}));
-    EXPECT_EQ(m_film.pages()[0]->width(), 20u);
-    EXPECT_EQ(m_film.pages()[1]->width(), 5u);
+    EXPECT_EQ(widths(), (std::vector<uint32_t>{20, 5, 5, 20}));
     EXPECT_EQ(m_film.pages()[2]->height(), 6u);
-    EXPECT_EQ(m_film.pages()[3]->width(), 20u);
 }
 
 TEST_F(FilmBodyTest, A_count_beyond_the_end_is_cut_and_never_wraps) {
-    for (int i = 0; i < 3; ++i)
-        add_page(20, 10);
+    add_page(20, 10, 3);
     for (unsigned count : {~0u, ~0u - 1, 3u, 2u}) {
         listen();
         EXPECT_EQ(m_film.Stretch(5, 6, 1, true, 1, count, false), 1u);
@@ -185,14 +190,11 @@ TEST_F(FilmBodyTest, A_count_beyond_the_end_is_cut_and_never_wraps) {
 }
 
 TEST_F(FilmBodyTest, A_stop_leaves_the_pages_done_so_far) {
-    for (int i = 0; i < 3; ++i)
-        add_page(20, 10);
+    add_page(20, 10, 3);
     listen(2);
     EXPECT_EQ(m_film.Stretch(5, 6, 1, true, 0, ~0u, false), 0u);
     EXPECT_EQ(m_heard.calls, (Calls{"stretch... 0/3", "stretch... 1/3", "stretch... 2/3", "stretch... -2/3"}));
-    EXPECT_EQ(m_film.pages()[0]->width(), 5u);
-    EXPECT_EQ(m_film.pages()[1]->width(), 20u);
-    EXPECT_EQ(m_film.pages()[2]->width(), 20u);
+    EXPECT_EQ(widths(), (std::vector<uint32_t>{5, 20, 20}));
     listen(0);
     EXPECT_EQ(m_film.Stretch(5, 6, 1, true, 0, ~0u, false), 1u) << "the answer before the first page doesn't count";
     listen(4);
@@ -215,7 +217,7 @@ TEST_F(FilmBodyTest, A_load_replaces_the_pages) {
     ASSERT_EQ(load_text("PTP"), RCOK);
     ASSERT_EQ(m_film.pages().size(), 3u);
     EXPECT_EQ(m_film.pages()[1]->BitsPerPixel(), 32u);
-    EXPECT_EQ(m_film.pages()[2]->LayerAt(0).raster().pixels()[0], 3);
+    EXPECT_EQ(first_pixel(2), 3);
     EXPECT_EQ(m_film.pages()[0]->resolution_x, 72.0);
     EXPECT_EQ(m_film.pages()[0]->delay, 50u);
     EXPECT_EQ(m_film.current_page(), 0);
@@ -225,26 +227,19 @@ TEST_F(FilmBodyTest, A_load_replaces_the_pages) {
 
 TEST_F(FilmBodyTest, An_append_puts_the_pages_behind_and_keeps_the_current_one) {
     add_page(1, 1);
-    LoadRequest request;
-    request.append = true;
-    ASSERT_EQ(load_text("PP", request), RCOK);
-    ASSERT_EQ(m_film.pages().size(), 3u);
-    EXPECT_EQ(m_film.pages()[0]->width(), 1u);
-    EXPECT_EQ(m_film.pages()[1]->LayerAt(0).raster().pixels()[0], 1);
-    EXPECT_EQ(m_film.pages()[2]->LayerAt(0).raster().pixels()[0], 2);
+    ASSERT_EQ(load_text("PP", {.append = true}), RCOK);
+    EXPECT_EQ(widths(), (std::vector<uint32_t>{1, 8, 8}));
+    EXPECT_EQ(first_pixel(1), 1);
+    EXPECT_EQ(first_pixel(2), 2);
     EXPECT_EQ(m_film.current_page(), -1);
 }
 
 TEST_F(FilmBodyTest, One_page_may_be_asked_for) {
-    LoadRequest request;
-    request.page = 1;
-    ASSERT_EQ(load_text("PPP", request), RCOK);
+    ASSERT_EQ(load_text("PPP", {.page = 1}), RCOK);
     ASSERT_EQ(m_film.pages().size(), 1u);
-    EXPECT_EQ(m_film.pages()[0]->LayerAt(0).raster().pixels()[0], 2);
-    request.page = 7;
-    EXPECT_EQ(load_text("PPP", request), MISS);
-    request.page = -2;
-    EXPECT_EQ(load_text("PPP", request), BADA);
+    EXPECT_EQ(first_pixel(0), 2);
+    EXPECT_EQ(load_text("PPP", {.page = 7}), MISS);
+    EXPECT_EQ(load_text("PPP", {.page = -2}), BADA);
     EXPECT_EQ(m_film.pages().size(), 1u);
 }
 
@@ -252,20 +247,15 @@ TEST_F(FilmBodyTest, Damage_is_refused_unless_tolerated) {
     add_page(1, 1);
     EXPECT_EQ(load_text("PD"), BADI);
     EXPECT_EQ(m_film.pages()[0]->width(), 1u) << "as it was";
-    LoadRequest request;
-    request.tolerant = true;
-    EXPECT_EQ(load_text("PD", request), OKAF);
+    EXPECT_EQ(load_text("PD", {.tolerant = true}), OKAF);
     EXPECT_EQ(m_film.pages()[0]->width(), 8u);
-    EXPECT_EQ(load_text("D", request), BADI) << "nothing good in it";
+    EXPECT_EQ(load_text("D", {.tolerant = true}), BADI) << "nothing good in it";
 }
 
 TEST_F(FilmBodyTest, Unknown_data_is_an_unsupported_format) {
     EXPECT_EQ(load_text("?"), UNSF);
-    LoadRequest request;
-    request.format = EFormat_JPG;
-    EXPECT_EQ(load_text("?", request), BADT) << "the format was given";
-    request.format = format_from_name("XYZ");
-    EXPECT_EQ(load_text("P", request), UNSF);
+    EXPECT_EQ(load_text("?", {.format = EFormat_JPG}), BADT) << "the format was given";
+    EXPECT_EQ(load_text("P", {.format = format_from_name("XYZ")}), UNSF);
 }
 
 TEST_F(FilmBodyTest, A_load_reports_its_progress_and_can_be_stopped) {

@@ -125,25 +125,29 @@ TEST_F(GdiplusDrawing, The_modes_are_7_4_and_4_in_this_order) {
 
 int g_disposed, g_allocated;
 GdiplusApi g_real;
+Gdiplus::GpStatus WINGDIPAPI count_dispose(Gdiplus::GpImage* image) {
+    ++g_disposed;
+    return g_real.DisposeImage(image);
+}
+void* WINGDIPAPI count_alloc(size_t size) {
+    ++g_allocated;
+    return g_real.Alloc(size);
+}
+void WINGDIPAPI count_free(void* memory) {
+    --g_allocated;
+    g_real.Free(memory);
+}
+Gdiplus::GpStatus WINGDIPAPI refuse_context(Gdiplus::GpImage*, Gdiplus::GpGraphics**) {
+    return Gdiplus::OutOfMemory;
+}
 
 TEST_F(GdiplusDrawing, A_failed_step_fails_the_drawing_and_leaves_nothing_behind) {
     g_disposed = g_allocated = 0;
     g_real = gdiplus_api();
-    gdiplus_api().DisposeImage = [](Gdiplus::GpImage* image) {
-        ++g_disposed;
-        return g_real.DisposeImage(image);
-    };
-    gdiplus_api().Alloc = [](size_t size) {
-        ++g_allocated;
-        return g_real.Alloc(size);
-    };
-    gdiplus_api().Free = [](void* memory) {
-        --g_allocated;
-        g_real.Free(memory);
-    };
-    gdiplus_api().GetImageGraphicsContext = [](Gdiplus::GpImage*, Gdiplus::GpGraphics**) {
-        return Gdiplus::OutOfMemory;
-    };
+    gdiplus_api().DisposeImage = count_dispose;
+    gdiplus_api().Alloc = count_alloc;
+    gdiplus_api().Free = count_free;
+    gdiplus_api().GetImageGraphicsContext = refuse_context;
     make(page, 2, 2);
     make(picture, 2, 2);
     EXPECT_FALSE(draw_picture(page, picture, 0, 0));

@@ -22,6 +22,7 @@ protected:
 
     ScratchFolder folder;
     std::string path = folder.path("file");
+    VStdioFileStream stream;
 };
 
 TEST_F(StdioFileStream, Opens_by_both_kinds_of_path) {

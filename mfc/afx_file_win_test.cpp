@@ -1,27 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <afxwin.h>
 
-namespace {
+#include "testing/cxx/scratch_folder.h"
 
-std::string temp_file(const char* name) {
-    char folder[MAX_PATH];
-    GetTempPathA(sizeof(folder), folder);
-    return std::string(folder) + name;
-}
+namespace {
 
 class File : public testing::Test {
 protected:
-    void TearDown() override { DeleteFileA(path.c_str()); }
-    std::string bytes() const {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    std::string path = temp_file("afx_file_test.bin");
+    std::string bytes() const { return folder.read("file.bin"); }
+
+    const ScratchFolder folder;
+    const std::string path = folder.path("file.bin");
 };
 
 TEST_F(File, Writes_bytes_as_they_are) {

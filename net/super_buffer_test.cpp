@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "testing/cxx/failing_allocator.h"
+#include "testing/cxx/scratch_folder.h"
 
 namespace {
 
@@ -26,21 +26,9 @@ std::string pattern(size_t size) {
 
 class SuperBuffer : public testing::Test {
 protected:
-    void SetUp() override {
-        m_folder = std::filesystem::temp_directory_path() /
-                   ("super_buffer_test." + std::to_string(reinterpret_cast<uintptr_t>(this)) +
-                    testing::UnitTest::GetInstance()->current_test_info()->name());
-        std::filesystem::create_directory(m_folder);
-    }
-    void TearDown() override { std::filesystem::remove_all(m_folder); }
+    std::string Write(const std::string& bytes) { return m_folder.add("file", bytes); }
 
-    std::string Write(const std::string& bytes, const std::string& name = "file") {
-        const auto path = m_folder / name;
-        std::ofstream(path, std::ios::binary) << bytes;
-        return path.string();
-    }
-
-    std::filesystem::path m_folder;
+    ScratchFolder m_folder;
     CSuperBuffer m_buffer;
 };
 
@@ -82,7 +70,7 @@ TEST_F(SuperBuffer, Line_ends_and_end_of_file_characters_are_bytes_like_others) 
 
 TEST_F(SuperBuffer, Empty_file_and_missing_file_add_nothing) {
     m_buffer.AppendFile(Write("").c_str());
-    m_buffer.AppendFile((m_folder / "missing").string().c_str());
+    m_buffer.AppendFile(m_folder.path("missing").c_str());
     m_buffer.AppendFile("");
     m_buffer.AppendFile(nullptr);
     EXPECT_EQ(m_buffer.GetLength(), 0u);
@@ -90,7 +78,7 @@ TEST_F(SuperBuffer, Empty_file_and_missing_file_add_nothing) {
 
 TEST_F(SuperBuffer, Folder_adds_nothing) {
     m_buffer.Append("<");
-    m_buffer.AppendFile(m_folder.string().c_str());
+    m_buffer.AppendFile(m_folder.path("").c_str());
     m_buffer.Append(">");
     EXPECT_EQ(bytes_of(m_buffer), "<>");
 }

@@ -2,11 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string>
+
+#include "testing/cxx/scratch_folder.h"
 
 namespace {
 
@@ -50,25 +49,6 @@ std::string body_of(const char* const (&paths)[part_count]) {
     append_body(body, paths);
     return std::string(body.GetData(), body.GetLength());
 }
-
-class UploadBody : public testing::Test {
-protected:
-    void SetUp() override {
-        m_folder = std::filesystem::temp_directory_path() /
-                   ("upload_form_test." + std::to_string(testing::UnitTest::GetInstance()->random_seed()) + "." +
-                    std::to_string(reinterpret_cast<uintptr_t>(this)));
-        std::filesystem::create_directory(m_folder);
-    }
-    void TearDown() override { std::filesystem::remove_all(m_folder); }
-
-    std::string Write(const std::string& name, const std::string& bytes) {
-        const auto path = m_folder / name;
-        std::ofstream(path, std::ios::binary) << bytes;
-        return path.string();
-    }
-
-    std::filesystem::path m_folder;
-};
 
 TEST(UploadForm, Header_block_holds_five_settings_and_the_full_path) {
     EXPECT_EQ(std::string(part_header(screen_copy, "C:\\Temp\\screen_copy.jpg").c_str()),
@@ -118,26 +98,27 @@ TEST(UploadForm, Body_of_a_report_without_files_is_complete) {
     EXPECT_EQ(body_of(paths), expected + kExpectedTrailer);
 }
 
-TEST_F(UploadBody, Files_stand_between_their_headers_and_ends_byte_for_byte) {
+TEST(UploadBody, Files_stand_between_their_headers_and_ends_byte_for_byte) {
     const std::string contents[part_count] = {std::string("script\0with zero\0", 17),
                                               "",
                                               std::string(64, 'f'),
                                               "ends in a lone CR\r",
                                               "\n\n--AaB03x--\n",
                                               "\xFF\xD8 bytes \xEE"};
+    const ScratchFolder folder;
     std::string stored[part_count];
     const char* paths[part_count];
     std::string expected;
     for (int i = 0; i < part_count; ++i) {
-        stored[i] = Write("file " + std::to_string(i), contents[i]);
+        stored[i] = folder.add("file " + std::to_string(i), contents[i]);
         paths[i] = stored[i].c_str();
         expected += expected_header(kNamesInOrder[i], stored[i]) + contents[i] + "\n\n--AaB03x--\n";
     }
     EXPECT_EQ(body_of(paths), expected + kExpectedTrailer);
 }
 
-TEST_F(UploadBody, Missing_file_is_an_empty_part_under_its_path) {
-    const std::string path = (m_folder / "gone").string();
+TEST(UploadBody, Missing_file_is_an_empty_part_under_its_path) {
+    const std::string path = ScratchFolder().path("gone");
     const char* const paths[part_count] = {path.c_str(), "", "", "", "", ""};
     const std::string body = body_of(paths);
     EXPECT_EQ(body.find(expected_header("Conversion_Script", path) + "\n\n--AaB03x--\n"), 0u);

@@ -7,31 +7,18 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/cxx/scratch_folder.h"
 #include "win/handle.h"
 
 namespace {
 
 class WholeFile : public testing::Test {
 protected:
-    void SetUp() override {
-        char folder[MAX_PATH];
-        ASSERT_NE(GetTempPathA(sizeof folder, folder), 0u);
-        ASSERT_NE(GetTempFileNameA(folder, "who", 0, m_path), 0u);
-    }
-    void TearDown() override { DeleteFileA(m_path); }
+    bool Write(const std::string& text) { return win::write_whole_file(m_path.c_str(), text.data(), text.size()); }
+    std::string Content() { return m_folder.read("file"); }
 
-    bool Write(const std::string& text) { return win::write_whole_file(m_path, text.data(), text.size()); }
-
-    std::string Content() {
-        std::string content(1 << 20, '\0');
-        FILE* const file = fopen(m_path, "rb");
-        content.resize(file ? fread(content.data(), 1, content.size(), file) : 0);
-        if (file)
-            fclose(file);
-        return content;
-    }
-
-    char m_path[MAX_PATH];
+    ScratchFolder m_folder;
+    const std::string m_path = m_folder.add("file", "");
 };
 
 TEST_F(WholeFile, Has_the_new_bytes_and_none_of_the_old) {
@@ -43,7 +30,7 @@ TEST_F(WholeFile, Has_the_new_bytes_and_none_of_the_old) {
 }
 
 TEST_F(WholeFile, Is_written_while_another_reads_it) {
-    FILE* const reader = fopen(m_path, "rb");
+    FILE* const reader = fopen(m_path.c_str(), "rb");
     ASSERT_NE(reader, nullptr);
     EXPECT_TRUE(Write("new"));
     fclose(reader);
@@ -58,18 +45,16 @@ TEST_F(WholeFile, Says_where_it_could_not_be_written) {
 
 TEST_F(WholeFile, Is_as_long_as_what_was_written) {
     EXPECT_TRUE(Write(std::string(70000, 'x')));
-    const win::FileHandle file(CreateFileA(m_path, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const win::FileHandle file(CreateFileA(m_path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(file);
     EXPECT_EQ(win::file_size(file.get()), 70000);
 }
 
 TEST(FileSize, Beyond_4_GB_is_told_and_that_of_no_file_is_not) {
-    char folder[MAX_PATH], path[MAX_PATH];
-    ASSERT_NE(GetTempPathA(sizeof folder, folder), 0u);
-    ASSERT_NE(GetTempFileNameA(folder, "siz", 0, path), 0u);
+    const ScratchFolder folder;
     {
         const win::FileHandle file(
-            CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+            CreateFileA(folder.path("file").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
         ASSERT_TRUE(file);
         DWORD returned;
         DeviceIoControl(file.get(), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &returned, nullptr);
@@ -82,15 +67,11 @@ TEST(FileSize, Beyond_4_GB_is_told_and_that_of_no_file_is_not) {
 }
 
 TEST(ClaimFile, Makes_an_empty_file_unless_there_is_one) {
-    char folder[MAX_PATH], path[MAX_PATH];
-    ASSERT_NE(GetTempPathA(sizeof folder, folder), 0u);
-    ASSERT_NE(GetTempFileNameA(folder, "cla", 0, path), 0u);
-    EXPECT_EQ(win::claim_file(path), win::Claim::kTaken);
-    DeleteFileA(path);
-    EXPECT_EQ(win::claim_file(path), win::Claim::kMade);
-    EXPECT_NE(GetFileAttributesA(path), INVALID_FILE_ATTRIBUTES);
-    EXPECT_EQ(win::claim_file(path), win::Claim::kTaken);
-    DeleteFileA(path);
+    const ScratchFolder folder;
+    EXPECT_EQ(win::claim_file(folder.add("taken", "").c_str()), win::Claim::kTaken);
+    EXPECT_EQ(win::claim_file(folder.path("made").c_str()), win::Claim::kMade);
+    EXPECT_EQ(folder.files("made").size(), 1u);
+    EXPECT_EQ(win::claim_file(folder.path("made").c_str()), win::Claim::kTaken);
     EXPECT_EQ(win::claim_file("C:\\no such folder\\file"), win::Claim::kFailed);
 }
 

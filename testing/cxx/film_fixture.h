@@ -78,7 +78,7 @@ protected:
     void TearDown() override { filter_manager().SetUp(nullptr, "fall\n"); }
     std::string on_disk() { return folder.read("film"); }
     // What the folder holds whose names begin with that of the file.
-    std::vector<std::string> files() { return folder.files("film*"); }
+    std::vector<std::string> files() { return folder.files("film"); }
 
     ScratchFolder folder;
     std::string file = folder.path("film");

@@ -1,28 +1,36 @@
 // For tests: a fresh folder below the temporary directory, removed with its files at the end.
 #pragma once
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#ifdef _WIN32
 #include <windows.h>
+#endif
 
 class ScratchFolder {
 public:
     ScratchFolder() {
-        char temp[MAX_PATH], name[MAX_PATH];
-        if (!GetTempPathA(sizeof(temp), temp) || !GetTempFileNameA(temp, "wxt", 0, name) || !DeleteFileA(name) ||
-            !CreateDirectoryA(name, nullptr))
-            throw std::runtime_error("no temporary folder");
-        m_path = name;
+        const std::filesystem::path temp = std::filesystem::temp_directory_path();
+        unsigned number = 0;
+        do
+            m_path = (temp / ("wendax_test_" + std::to_string(number++))).string();
+        while (!std::filesystem::create_directory(m_path));
     }
-    ~ScratchFolder() { remove(m_path); }
+    ~ScratchFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
     ScratchFolder(const ScratchFolder&) = delete;
     ScratchFolder& operator=(const ScratchFolder&) = delete;
 
-    std::string path(const std::string& name) const { return m_path + "\\" + name; }
+    std::string path(const std::string& name) const {
+        return m_path + static_cast<char>(std::filesystem::path::preferred_separator) + name;
+    }
 
     // Makes a file and returns its path.
     std::string add(const std::string& name, const std::string& bytes) const {
@@ -37,42 +45,23 @@ public:
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    // Names of the files that match, in no order.
-    std::vector<std::string> files(const std::string& pattern) const {
+    // Names of the files, in no order, that begin and end so.
+    std::vector<std::string> files(const std::string& begin, const std::string& end = "") const {
         std::vector<std::string> names;
-        WIN32_FIND_DATAA found;
-        const HANDLE search = FindFirstFileA(path(pattern).c_str(), &found);
-        if (search == INVALID_HANDLE_VALUE)
-            return names;
-        do {
-            names.push_back(found.cFileName);
-        } while (FindNextFileA(search, &found));
-        FindClose(search);
+        for (const auto& entry : std::filesystem::directory_iterator(m_path)) {
+            const std::string name = entry.path().filename().string();
+            if (name.size() >= end.size() && name.compare(0, begin.size(), begin) == 0 &&
+                name.compare(name.size() - end.size(), end.size(), end) == 0)
+                names.push_back(name);
+        }
         return names;
     }
 
 private:
-    void remove(const std::string& folder) const {
-        WIN32_FIND_DATAA found;
-        const HANDLE search = FindFirstFileA((folder + "\\*").c_str(), &found);
-        if (search != INVALID_HANDLE_VALUE) {
-            do {
-                const std::string name = found.cFileName;
-                if (name == "." || name == "..")
-                    continue;
-                if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
-                    remove(folder + "\\" + name);
-                else
-                    DeleteFileA((folder + "\\" + name).c_str());
-            } while (FindNextFileA(search, &found));
-            FindClose(search);
-        }
-        RemoveDirectoryA(folder.c_str());
-    }
-
     std::string m_path;
 };
 
+#ifdef _WIN32
 // The temporary directory of this process, as long as it lives.
 class TemporaryDirectory {
 public:
@@ -86,3 +75,4 @@ public:
 private:
     std::string m_old;
 };
+#endif
