@@ -24,6 +24,10 @@ class Kept:
                 for line in csv.DictReader(file)
             }
 
+    def has(self, row):
+        """False for a row that is newer than the file."""
+        return (row.row, row.work, row.ours) in self.values
+
     def get(self, row, work, contestant):
         return self.values[row, work, contestant]
 
@@ -38,7 +42,7 @@ def drawn():
     bars = [
         (f"{row.label}: {row.peer}", row.judge(figures)[2], row.target)
         for row in [*bench_rows.ROWS, *bench_rows.ROWS_OF_64_BITS]
-        if row.kind == "faster" and row.peer != "ours, SSE2"
+        if row.kind == "faster" and row.peer != "ours, SSE2" and figures.has(row)
     ]
     decades = math.ceil(math.log10(max(ratio for _, ratio, _ in bars)))
     low = min(0, math.floor(math.log10(min(ratio for _, ratio, _ in bars))))
