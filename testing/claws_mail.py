@@ -11,7 +11,8 @@ import socket
 import tempfile
 
 from testing.loopback import loopback_address
-from testing.processes import WaitTimeout, spawn, stop, wait_until
+from testing.processes import WaitTimeout, wait_until
+from testing.service import Service
 
 _PORT = 2525
 _EDIT_DRAFT = "F9"
@@ -46,34 +47,22 @@ compose_notebook_height=195
 }
 
 
-class MailServer:
-    """Context manager: a server on this machine that takes every message and delivers none."""
+class MailServer(Service):
+    """A server on this machine that takes every message and delivers none. mailbox: where they come."""
 
     port = _PORT
 
-    def __enter__(self):
-        with contextlib.ExitStack() as stack:
-            self._log = stack.enter_context(tempfile.TemporaryFile())
-            self._mailbox = pathlib.Path(stack.enter_context(tempfile.TemporaryDirectory())) / "mailbox"
-            self.address = loopback_address(_PORT)
-            server = spawn(
-                ["aiosmtpd", "-n", "-l", f"{self.address}:{_PORT}", "-c", "aiosmtpd.handlers.Mailbox", self._mailbox],
-                stdout=self._log,
-                stderr=self._log,
-            )
-            stack.callback(stop, server)
-            wait_until(self._answers, "the mail server to start", seen=self._words)
-            self._stack = stack.pop_all()
-        return self
-
-    def __exit__(self, *failure):
-        self._stack.close()
+    def start(self):
+        self.mailbox = pathlib.Path(self.enter_context(tempfile.TemporaryDirectory())) / "mailbox"
+        self.address = loopback_address(_PORT)
+        handler = ("-c", "aiosmtpd.handlers.Mailbox", self.mailbox)
+        self.launch(["aiosmtpd", "-n", "-l", f"{self.address}:{_PORT}", *handler], self._answers)
 
     def received(self):
         """The messages that have come, parsed. Their header X-RcptTo has the addresses that the program named."""
         return [
             email.message_from_bytes(path.read_bytes(), policy=email.policy.default)
-            for path in sorted(self._mailbox.glob("new/*"))
+            for path in sorted(self.mailbox.glob("new/*"))
         ]
 
     def _answers(self):
@@ -81,41 +70,26 @@ class MailServer:
             return connection.recv(100).startswith(b"220 ")
         return False
 
-    def _words(self):
-        return os.pread(self._log.fileno(), 4096, 0).decode("utf-8", "replace")
 
-
-class ClawsMail:
-    """Context manager: the program on a desktop, with one message file among its drafts."""
+class ClawsMail(Service):
+    """The program on a desktop, with one message file among its drafts."""
 
     def __init__(self, desktop, server, draft):
+        super().__init__()
         self._desktop, self._server, self._draft = desktop, server, draft
 
-    def __enter__(self):
-        with contextlib.ExitStack() as stack:
-            self._log = stack.enter_context(tempfile.TemporaryFile())
-            home = pathlib.Path(stack.enter_context(tempfile.TemporaryDirectory(prefix="wendax-claws-")))
-            for name, text in _SETTINGS.items():
-                file = home / ".claws-mail" / name
-                file.parent.mkdir(exist_ok=True)
-                file.write_text(text.format(server=self._server.address, port=self._server.port))
-            for folder in ("inbox", "sent", "draft", "queue", "trash"):
-                (home / "Mail" / folder).mkdir(parents=True)
-            shutil.copy(self._draft, home / "Mail" / "draft" / "1")
-            kept = {name: value for name, value in os.environ.items() if not name.startswith(("LC_", "XDG_", "DBUS_"))}
-            program = spawn(
-                ["claws-mail", "--select", "#mh/Mailbox/draft/1"],
-                cwd=home,
-                stdout=self._log,
-                stderr=self._log,
-                env={**kept, "LC_ALL": "C.UTF-8", "HOME": str(home), "TMPDIR": str(home), **self._desktop.env},
-            )
-            stack.callback(stop, program)
-            self._stack = stack.pop_all()
-        return self
-
-    def __exit__(self, *failure):
-        self._stack.close()
+    def start(self):
+        home = pathlib.Path(self.enter_context(tempfile.TemporaryDirectory(prefix="wendax-claws-")))
+        for name, text in _SETTINGS.items():
+            file = home / ".claws-mail" / name
+            file.parent.mkdir(exist_ok=True)
+            file.write_text(text.format(server=self._server.address, port=self._server.port))
+        for folder in ("inbox", "sent", "draft", "queue", "trash"):
+            (home / "Mail" / folder).mkdir(parents=True)
+        shutil.copy(self._draft, home / "Mail" / "draft" / "1")
+        kept = {name: value for name, value in os.environ.items() if not name.startswith(("LC_", "XDG_", "DBUS_"))}
+        own = {"LC_ALL": "C.UTF-8", "HOME": str(home), "TMPDIR": str(home), **self._desktop.env}
+        self.launch(["claws-mail", "--select", "#mh/Mailbox/draft/1"], cwd=home, env={**kept, **own})
 
     def open_draft(self):
         """Opens the draft to be sent; returns its window."""
@@ -140,4 +114,4 @@ class ClawsMail:
         return wait_until(self._server.received, "the message to arrive", 120, seen=self._seen)[0]
 
     def _seen(self):
-        return [window.title for window in self._desktop.windows()], os.pread(self._log.fileno(), 4096, 0)
+        return [window.title for window in self._desktop.windows()], self.log()

@@ -1,58 +1,30 @@
 """The upload server of examples/, run by php-cli, with a store that the test can look into."""
 
-import contextlib
 import json
 import os
 import pathlib
-import socket
-import tempfile
 
-from testing.processes import REPO, spawn, stop, wait_until
+from testing.processes import REPO
+from testing.service import Service, listens
 
 SERVER = REPO / "examples" / "upload-server"
 
 
-class PhpServer:
-    """Context manager. ini: PHP settings, with which php is started directly instead of by the script "serve"."""
+class PhpServer(Service):
+    """ini: PHP settings, with which php is started directly instead of by the script "serve"."""
 
     def __init__(self, address, port, store, env=None, ini=None):
+        super().__init__()
         self.address, self.port, self.store = address, port, pathlib.Path(store)
         self._env = {**os.environ, "UPLOAD_STORE": str(store), **(env or {})}
         self._command = [SERVER / "serve", f"{address}:{port}"]
         if ini is not None:
             settings = [word for name, value in ini.items() for word in ("-d", f"{name}={value}")]
-            self._command = [
-                "php",
-                "-n",
-                *settings,
-                "-S",
-                f"{address}:{port}",
-                "-t",
-                SERVER / "public",
-                SERVER / "public" / "index.php",
-            ]
+            public = SERVER / "public"
+            self._command = ["php", "-n", *settings, "-S", f"{address}:{port}", "-t", public, public / "index.php"]
 
-    def __enter__(self):
-        with contextlib.ExitStack() as stack:
-            self._log = stack.enter_context(tempfile.TemporaryFile())
-            server = spawn(self._command, env=self._env, stdout=self._log, stderr=self._log)
-            stack.callback(stop, server)
-
-            def ready():
-                if server.poll() is not None:
-                    raise RuntimeError(f"php ended at once: {self.log()}")
-                with socket.socket() as probe:
-                    return probe.connect_ex((self.address, self.port)) == 0
-
-            wait_until(ready, "php to listen", seen=self.log)
-            self._stack = stack.pop_all()
-        return self
-
-    def __exit__(self, *failure):
-        self._stack.close()
-
-    def log(self):
-        return os.pread(self._log.fileno(), 65536, 0).decode("utf-8", "replace")
+    def start(self):
+        self.launch(self._command, lambda: listens(self.address, self.port), env=self._env)
 
     def reports(self):
         """The reports in the store, oldest first: [{part: (path as it is listed, content)}]."""

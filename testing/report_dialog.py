@@ -29,6 +29,15 @@ def press(desktop, button, window=None):
     return window
 
 
+def open_reports(desktop, host, process, count=1):
+    """The user opens a report that many times; returns the messages, when the host and all that it started have ended."""
+    for number in range(1, count + 1):
+        press(desktop, "Open Error Report")
+        messages = host.wait_messages(number)
+    process.wait_family()
+    return messages
+
+
 def icon_colour(desktop, picture):
     """The colour near the left upper corner of the dialog's icon; takes the picture of the screen to see it."""
     window = wait(desktop)

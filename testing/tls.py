@@ -7,11 +7,10 @@ it puts others in their place.
 import contextlib
 import datetime
 import pathlib
-import socket
 import subprocess
 import tempfile
 
-from testing.processes import spawn, stop, wait_until
+from testing.service import Service, listens
 
 SYSTEM_AUTHORITIES = "/etc/ssl/certs/ca-certificates.crt"
 SYSTEM_HOSTS = "/etc/hosts"
@@ -71,11 +70,12 @@ class Authority:
         subprocess.run(["openssl", *words], cwd=self.folder, check=True, capture_output=True, timeout=60)
 
 
-class TlsFront:
-    """Context manager: takes TLS connections at address and port, and hands them on to the plain server behind it, a pair
-    of address and port."""
+class TlsFront(Service):
+    """Takes TLS connections at address and port, and hands them on to the plain server behind it, a pair of address and
+    port."""
 
     def __init__(self, address, port, certificate, behind):
+        super().__init__()
         self.address, self.port = address, port
         self._settings = (
             "foreground = yes\npid =\nsyslog = no\n[front]\n"
@@ -83,24 +83,11 @@ class TlsFront:
             f"accept = {address}:{port}\nconnect = {behind[0]}:{behind[1]}\ncert = {certificate}\n"
         )
 
-    def __enter__(self):
-        with contextlib.ExitStack() as stack:
-            settings = stack.enter_context(tempfile.NamedTemporaryFile("w", suffix=".conf"))
-            settings.write(self._settings)
-            settings.flush()
-            stack.callback(stop, spawn(["stunnel4", settings.name], stderr=subprocess.DEVNULL))
-            wait_until(lambda: listens(self.address, self.port), "stunnel to listen")
-            self._stack = stack.pop_all()
-        return self
-
-    def __exit__(self, *failure):
-        self._stack.close()
-
-
-def listens(address, port):
-    """Whether somebody takes connections there."""
-    with socket.socket() as probe:
-        return probe.connect_ex((address, port)) == 0
+    def start(self):
+        settings = self.enter_context(tempfile.NamedTemporaryFile("w", suffix=".conf"))
+        settings.write(self._settings)
+        settings.flush()
+        self.launch(["stunnel4", settings.name], lambda: listens(self.address, self.port))
 
 
 @contextlib.contextmanager

@@ -4,6 +4,7 @@ BOUNDARY = b"AaB03x"
 CONTENT_TYPE = "multipart/form-data; boundary=AaB03x"
 FORM_PATH = "/index.php?option=com_mosforms"
 CONFIRMATION = b"Data has uploaded successfully"
+YES = b"Well: " + CONFIRMATION  # the library wants it after the answer's beginning
 
 # In the order in which they are sent.
 PARTS = (
@@ -43,19 +44,8 @@ def upload_body(files):
         name = part.encode()
         pieces.append(b"\n")
         pieces += [_field(b"%s[%s]" % (name, key)) + b"\n\n" + value + b"\n" for key, value in _SETTINGS]
-        pieces += [
-            _field(name),
-            b'; filename="',
-            path,
-            b'"\n',
-            b"Content-type: image/pjpeg\n",
-            b"Content-Transfer-Encoding: binary\n",
-            b"\n",
-            content,
-            b"\n\n--",
-            BOUNDARY,
-            b"--\n",
-        ]
+        head = b'; filename="%s"\nContent-type: image/pjpeg\nContent-Transfer-Encoding: binary\n\n' % path
+        pieces += [_field(name), head, content, b"\n\n--", BOUNDARY, b"--\n"]
     pieces += [_field(key) + b"\n\n" + value + b"\n" for key, value in _FORM]
     pieces += [b"--", BOUNDARY, b"\n"]
     return b"".join(pieces)

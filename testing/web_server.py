@@ -83,24 +83,28 @@ class Client:
     def __init__(self, server, connection):
         self.server, self.connection = server, connection
 
+    def read_head(self, piece=65536):
+        """Reads what stands before the body: (that, what has come of the body with it, the length of the body). The last is
+        None if the client hung up earlier."""
+        got = b""
+        while b"\r\n\r\n" not in got:
+            read = self.connection.recv(piece)
+            if not read:
+                return got, b"", None
+            got += read
+        head, _, body = got.partition(b"\r\n\r\n")
+        return head, body, int((head.lower() + b"\r\n").partition(b"content-length: ")[2].partition(b"\r\n")[0] or 0)
+
     def read_request(self):
         """Reads a whole request and keeps it; returns it, or None if the client hung up before its first byte."""
-        head = b""
-        while b"\r\n\r\n" not in head:
-            got = self.connection.recv(65536)
-            if not got:
-                if head:
-                    self.server.requests.append(head)
-                return None
-            head += got
-        head, _, body = head.partition(b"\r\n\r\n")
+        head, body, length = self.read_head()
+        if length is None:
+            self.server.requests += [head] if head else []
+            return None
         lines = head.decode("latin-1").split("\r\n")
         headers = {name.lower(): value for name, _, value in (line.partition(": ") for line in lines[1:])}
-        pieces, missing = [body], int(headers.get("content-length", 0)) - len(body)
-        while missing > 0:
-            got = self.connection.recv(1 << 20)
-            if not got:
-                break
+        pieces, missing = [body], length - len(body)
+        while missing > 0 and (got := self.connection.recv(1 << 20)):
             pieces.append(got)
             missing -= len(got)
         request = Request(lines[0], headers, b"".join(pieces))
@@ -110,10 +114,7 @@ class Client:
     def read_some(self, count):
         """Reads that many bytes, whatever they are, and keeps them."""
         read = b""
-        while len(read) < count:
-            got = self.connection.recv(count - len(read))
-            if not got:
-                break
+        while len(read) < count and (got := self.connection.recv(count - len(read))):
             read += got
         self.server.requests.append(read)
         return read
@@ -129,16 +130,14 @@ class Client:
 
 def http_answer(body, status="200 OK", headers=()):
     """The bytes of a whole answer, after which the connection ends."""
-    lines = [
+    head = [
         f"HTTP/1.1 {status}",
         "Content-Type: text/html",
         f"Content-Length: {len(body)}",
         "Connection: close",
         *headers,
-        "",
-        "",
     ]
-    return "\r\n".join(lines).encode("latin-1") + body
+    return "\r\n".join([*head, "", ""]).encode("latin-1") + body
 
 
 def answering(body, status="200 OK", headers=()):
@@ -149,3 +148,21 @@ def answering(body, status="200 OK", headers=()):
             client.send(http_answer(body, status, headers))
 
     return answer
+
+
+class HoldingServer(WebServer):
+    """Keeps requests waiting. arrived: one is there. release: to be set for the answer, bytes; without one there never is
+    any."""
+
+    def __init__(self, address, port, answer=None):
+        super().__init__(address, port, self._hold)
+        self.arrived, self.release = threading.Event(), threading.Event()
+        self._answer = answer
+
+    def _hold(self, client):
+        if client.read_request():
+            self.arrived.set()
+            if self._answer is None:
+                self.wait_end()
+            elif self.release.wait(120):
+                client.send(self._answer)

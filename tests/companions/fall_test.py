@@ -41,21 +41,17 @@ def picture(stage):
 
 
 def convert(stage, source, source_format, target_format, quality=75, bits=24):
-    wine = stage.wine()
     target = stage.artifacts / f"out.{target_format.lower()}"
-    result = wine.run(
-        stage.product("fall_host.exe"),
-        wine.prefix.to_windows(source),
-        source_format,
-        wine.prefix.to_windows(target),
-        target_format,
-        quality,
-        bits,
-        check=True,
-    )
-    assert "load: RCOK" in result.text
-    assert "save: RCOK" in result.text
+    told = host(stage, source, source_format, target, target_format, quality, bits, check=True)
+    assert "load: RCOK" in told
+    assert "save: RCOK" in told
     return target
+
+
+def host(stage, source, source_format, target, target_format, *numbers, **options):
+    wine = stage.wine()
+    files = (wine.prefix.to_windows(source), source_format, wine.prefix.to_windows(target), target_format)
+    return wine.run(stage.product("fall_host.exe"), *files, *numbers, **options).text
 
 
 def test_exports_the_entries_of_its_formats(stage):
@@ -118,19 +114,7 @@ def test_white_is_what_a_portable_map_names_as_its_maximum(stage):
 
 def test_a_good_bitmap_of_run_lengths_is_not_called_damaged(stage, picture):
     source = stage.artifacts / "runs.bmp"
-    subprocess.run(
-        ["convert", picture, "-colors", "16", "-type", "Palette", "-compress", "RLE", f"BMP3:{source}"],
-        check=True,
-    )
+    packed = "-colors 16 -type Palette -compress RLE".split()
+    subprocess.run(["convert", picture, *packed, f"BMP3:{source}"], check=True)
     assert source.read_bytes()[30] == 1, "the picture is packed"
-    wine = stage.wine()
-    result = wine.run(
-        stage.product("fall_host.exe"),
-        wine.prefix.to_windows(source),
-        "BMP",
-        wine.prefix.to_windows(stage.artifacts / "none.png"),
-        "PNG",
-        75,
-        24,
-    )
-    assert "load: NSUP" in result.text
+    assert "load: NSUP" in host(stage, source, "BMP", stage.artifacts / "none.png", "PNG", 75, 24)

@@ -16,31 +16,18 @@ BY_ZERO = "EXCEPTION_INT_DIVIDE_BY_ZERO (C0000094): an integer was divided by ze
 OVERFLOW = "EXCEPTION_INT_OVERFLOW (C0000095): an integer result was too large"
 
 # Fault: first line of the reason, faulting function, and a piece of the source line that it names.
+ILLEGAL = "EXCEPTION_ILLEGAL_INSTRUCTION (C000001D): the processor does not know the instruction"
+PRIVILEGED = "EXCEPTION_PRIV_INSTRUCTION (C0000096): the instruction is reserved to the operating system"
+FLOAT = "EXCEPTION_FLT_DIVIDE_BY_ZERO (C000008E): a floating point number was divided by zero"
 FAULTS = {
     "read": (READ, "read_null", "sink = *"),
     "write": (WRITTEN, "write_null", "= 1;"),
     "divide": (BY_ZERO, "divide_by_zero", "sink = 7 / zero;"),
-    "overflow-trap": (
-        OVERFLOW,
-        "trap_overflow",
-        "",
-    ),  # Wine names the instruction behind the trap, so no line is expected
-    "illegal": (
-        "EXCEPTION_ILLEGAL_INSTRUCTION (C000001D): the processor does not know the instruction",
-        "illegal_instruction",
-        "ud2",
-    ),
-    "privileged": (
-        "EXCEPTION_PRIV_INSTRUCTION (C0000096): the instruction is reserved to the operating system",
-        "privileged_instruction",
-        "hlt",
-    ),
+    "overflow-trap": (OVERFLOW, "trap_overflow", ""),  # Wine names the instruction behind the trap: no line is expected
+    "illegal": (ILLEGAL, "illegal_instruction", "ud2"),
+    "privileged": (PRIVILEGED, "privileged_instruction", "hlt"),
     "breakpoint": ("EXCEPTION_BREAKPOINT (80000003): a breakpoint was reached", "breakpoint", "int3"),
-    "float": (
-        "EXCEPTION_FLT_DIVIDE_BY_ZERO (C000008E): a floating point number was divided by zero",
-        "divide_float",
-        "fdivrp",
-    ),
+    "float": (FLOAT, "divide_float", "fdivrp"),
     "nested": (WRITTEN, "write_null", "= 1;"),
 }
 

@@ -18,12 +18,7 @@ def report(stage, *faults, folder="host"):
     desktop = stage.desktop()
     host = Host(stage, "fault_host.exe", folder=folder, desktop=desktop)
     shutil.copy(stage.product("faultkit.dll"), host.folder)
-    process = host.start(*faults, limit=280)
-    for count in range(1, len(faults) + 1):
-        report_dialog.press(desktop, "Open Error Report")
-        messages = host.wait_messages(count)
-    process.wait_family()
-    return messages
+    return report_dialog.open_reports(desktop, host, host.start(*faults, limit=280), len(faults))
 
 
 def test_mail_leads_to_the_faulting_line(stage):

@@ -48,20 +48,26 @@ def bad_wine(stage):
     return stage.wine(prefix=prefix)
 
 
+@pytest.fixture
+def describe_with(describer, bad_wine):
+    """describe_with(how, args...): the Description of the fault where that library behaves so."""
+
+    def describe(how, *args, **options):
+        env = {**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": how}
+        return describer.describe_one(*args, env=env, wine=bad_wine, **options)
+
+    return describe
+
+
 class TestWithFaultingDebugLibrary:
     """A debugging library that faults in one of its functions."""
-
-    def describe_with(self, describer, bad_wine, function):
-        return describer.describe_one(
-            "mixed", env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": function}, wine=bad_wine
-        )
 
     @pytest.mark.parametrize(
         "function", ("SymInitialize", "SymLoadModuleEx", "SymFromAddr", *ASKED_TO_WALK, "SymCleanup")
     )
-    def test_fault_of_the_library_is_swallowed_and_named(self, describer, bad_wine, function):
+    def test_fault_of_the_library_is_swallowed_and_named(self, describer, describe_with, function):
         wanted = addresses(describer.describe_one("mixed"))
-        description = self.describe_with(describer, bad_wine, function)
+        description = describe_with(function, "mixed")
         note = (
             r"^\(symbols are incomplete: dbghelp\.dll met a fault, which was swallowed: C0000005 at "
             rf"{MACHINE.address}( dbghelp\.dll\+[0-9A-F]{{8}})?\)$"
@@ -72,45 +78,31 @@ class TestWithFaultingDebugLibrary:
         assert "EXCEPTION_ACCESS_VIOLATION" in description.reason[0]
 
     @pytest.mark.parametrize("function", ("SymInitialize", "SymFromAddr", *ASKED_TO_WALK))
-    def test_what_the_library_throws_is_swallowed_and_named(self, describer, bad_wine, function):
+    def test_what_the_library_throws_is_swallowed_and_named(self, describer, describe_with, function):
         wanted = addresses(describer.describe_one("mixed"))
-        description = describer.describe_one(
-            "mixed",
-            env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": "throw " + function},
-            wine=bad_wine,
-        )
+        description = describe_with("throw " + function, "mixed")
         assert re.search(r"^\(symbols are incomplete: dbghelp\.dll met a fault, .*E06D7363", description.stack[-1])
         assert addresses(description) == wanted
 
     @pytest.mark.parametrize("where", ("MiniDumpWriteDump", "throw MiniDumpWriteDump"))
-    def test_dump_in_which_the_library_faults_or_throws_is_refused_and_leaves_no_file(self, describer, bad_wine, where):
+    def test_dump_in_which_the_library_faults_or_throws_is_refused_and_leaves_no_file(
+        self, describer, describe_with, where
+    ):
         folder = describer.folder(*describer.FILES)
-        description = describer.describe_one(
-            "--dump",
-            "fault.dmp",
-            "write",
-            folder=folder,
-            wine=bad_wine,
-            env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": where},
-        )
+        description = describe_with(where, "--dump", "fault.dmp", "write", folder=folder)
         assert sorted(file.name for file in folder.iterdir()) == sorted(describer.FILES)
         assert description.after == ["--- dump 0 error 998"]  # ERROR_NOACCESS
 
-    def test_library_whose_walk_goes_nowhere_is_not_believed(self, describer, bad_wine):
+    def test_library_whose_walk_goes_nowhere_is_not_believed(self, describer, describe_with):
         wanted = addresses(describer.describe_one("mixed"))
-        assert addresses(self.describe_with(describer, bad_wine, "nothing")) == wanted
+        assert addresses(describe_with("nothing", "mixed")) == wanted
 
     # As newer Wines walk beside a PDB: without what the PDB says about functions that keep no frame pointer.
     @pytest.mark.parametrize("fault", ("mixed", "shallow", "guest"))
-    def test_functions_that_the_librarys_walk_passes_over_are_there(self, describer, bad_wine, fault):
+    def test_functions_that_the_librarys_walk_passes_over_are_there(self, describer, describe_with, fault):
         wanted = addresses(describer.describe_one(fault, pdbs=False))
         assert len(wanted) > 6
-        got = describer.describe_one(
-            fault,
-            wine=bad_wine,
-            env={**OWN_DEBUG_LIBRARY, "BAD_DBGHELP_FAULTS_IN": "frame-pointers"},
-        )
-        assert addresses(got) == wanted
+        assert addresses(describe_with("frame-pointers", fault)) == wanted
 
 
 class TestUseOfTheDebugLibrary:

@@ -1,5 +1,6 @@
 """tools/symbolize: a report from a program without PDBs, resolved where the PDBs are."""
 
+import contextlib
 import email.message
 import pathlib
 import re
@@ -64,19 +65,7 @@ class TestReleaseHost:
 
     @pytest.mark.parametrize(
         "kind",
-        (
-            "write",
-            "nested",
-            "mixed",
-            "guest",
-            "shallow",
-            "bad-frame-pointer",
-            "smashed",
-            "call-null",
-            "float",
-            "little-stack",
-            "deep",
-        ),
+        "write nested mixed guest shallow bad-frame-pointer smashed call-null float little-stack deep".split(),
     )
     def test_resolved_report_has_the_lines_that_the_pdbs_gave_directly(self, describer, saved, kind):
         direct = describer.describe_one(kind)
@@ -107,11 +96,8 @@ class TestReleaseHost:
 
     def test_real_report_from_its_mail(self, describer):
         message = email.message.EmailMessage()
-        message.set_content(
-            f"Hello,\n\nsomething broke.\n\n{describer.describe_one('guest', pdbs=False).text}",
-            charset="windows-1251",
-            cte="8bit",
-        )
+        words = f"Hello,\n\nsomething broke.\n\n{describer.describe_one('guest', pdbs=False).text}"
+        message.set_content(words, charset="windows-1251", cte="8bit")
         message.add_attachment(b"x" * 100, maintype="application", subtype="octet-stream", filename="a.bin")
         path = describer.folder() / "report.eml"
         path.write_bytes(message.as_bytes())
@@ -165,9 +151,8 @@ class TestWrongPdbs:
             assert re.search(rf"fault_guest\.pdb does not match: .*{words}", output)
 
     def test_module_that_names_no_pdb_is_told_and_no_failure(self, describer, saved):
-        _, _, output = resolve(
-            saved(describer.describe_one("write", pdbs=False).text), describer.folder(*describer.PDBS)
-        )
+        released = saved(describer.describe_one("write", pdbs=False).text)
+        _, _, output = resolve(released, describer.folder(*describer.PDBS))
         assert "ntdll.dll: names no PDB" in output
 
     def test_input_without_a_fault_is_refused_in_words(self, describer, saved):
@@ -188,38 +173,25 @@ class TestIdentity:
 
     def test_key_of_a_pdb_is_the_one_in_its_module(self, stage):
         for name in ("describe_host", "fault_guest", "faultkit"):
-            told = subprocess.run(
-                ["llvm-pdbutil-19", "dump", "--summary", stage.product(name + ".pdb")],
-                capture_output=True,
-                text=True,
-                check=True,
-            ).stdout
+            command = ["llvm-pdbutil-19", "dump", "--summary", stage.product(name + ".pdb")]
+            told = subprocess.run(command, capture_output=True, text=True, check=True).stdout
             guid = re.search(r"GUID: \{([0-9A-F-]+)\}", told)[1].replace("-", "")
             age = int(re.search(r"Age: (\d+)", told)[1])
             assert pdbs.read_key(stage.product(name + ".pdb")) == f"{guid}{age:X}"
 
-    def test_any_truncated_pdb_is_read_or_refused(self, stage, artifacts):
+    @pytest.mark.parametrize("damage", ("cut", "header"))
+    def test_any_damaged_pdb_is_read_or_refused(self, stage, artifacts, damage):
         whole = stage.product("fault_guest.pdb").read_bytes()
-        path = artifacts / "cut.pdb"
-        for size in range(0, len(whole), 997):
-            path.write_bytes(whole[:size])
-            try:
-                pdbs.read_key(path)
-            except pdbs.BadPdb:
-                pass
-
-    def test_any_damaged_pdb_header_is_read_or_refused(self, stage, artifacts):
-        whole = bytearray(stage.product("fault_guest.pdb").read_bytes())
+        if damage == "cut":
+            damaged = (whole[:size] for size in range(0, len(whole), 997))
+        else:
+            numbers = [struct.pack("<I", value) for value in (0, 1, 0x7FFFFFFF, 0xFFFFFFFF)]
+            damaged = (whole[:at] + number + whole[at + 4 :] for at in range(32, 56, 4) for number in numbers)
         path = artifacts / "damaged.pdb"
-        for at in range(32, 56, 4):
-            for value in (0, 1, 0x7FFFFFFF, 0xFFFFFFFF):
-                damaged = whole.copy()
-                struct.pack_into("<I", damaged, at, value)
-                path.write_bytes(damaged)
-                try:
-                    pdbs.read_key(path)
-                except pdbs.BadPdb:
-                    pass
+        for content in damaged:
+            path.write_bytes(content)
+            with contextlib.suppress(pdbs.BadPdb):
+                pdbs.read_key(path)
 
     def test_stand_in_carries_the_identity_it_was_given(self, artifacts):
         path = artifacts / "stand-in.exe"

@@ -19,11 +19,26 @@ HOST = ("telling_host.exe", "faultkit.dll")
 def teller(describer):
     """teller(command...): the Description of the fault that telling_host ends with."""
 
-    def tell(*commands, pdbs=True, folder=None, env=None):
+    def tell(*commands, pdbs=True, folder=None):
         folder = folder or describer.folder(*HOST, *(("telling_host.pdb",) if pdbs else ()))
-        return describer.describe_one(*commands, folder=folder, host="telling_host.exe", env=env)
+        return describer.describe_one(*commands, folder=folder, host="telling_host.exe")
 
     return tell
+
+
+@pytest.fixture
+def answers(describer, stage):
+    """answers(command...): what telling_host answers to each, without a fault."""
+
+    def ask(*commands):
+        folder = describer.folder(*HOST)
+        return stage.wine().run(folder / "telling_host.exe", *commands, cwd=folder).text.splitlines()
+
+    return ask
+
+
+def values(*pairs):
+    return [word for key, value in pairs for word in ("value", key, value)]
 
 
 def lines(description, start):
@@ -124,42 +139,20 @@ class TestSignature:
 
 class TestValues:
     def test_values_stand_in_the_reason(self, teller):
-        description = teller(
-            "value", "build", "nightly-411", "value", "skin", "dark", "value", "build", "nightly-412", "fault", "write"
-        )
+        told = values(("build", "nightly-411"), ("skin", "dark"), ("build", "nightly-412"))
+        description = teller(*told, "fault", "write")
         assert lines(description, "Value ") == ["Value build = nightly-412", "Value skin = dark"]
 
     def test_value_can_be_taken_out(self, teller):
-        assert not lines(teller("value", "build", "1", "value", "build", "-", "fault", "write"), "Value ")
+        assert not lines(teller(*values(("build", "1"), ("build", "-")), "fault", "write"), "Value ")
 
-    def test_bad_keys_and_pointers_are_refused_with_a_reason(self, describer, stage):
-        folder = describer.folder(*HOST)
-        commands = (
-            "value",
-            "a=b",
-            "x",
-            "value",
-            "",
-            "x",
-            "value",
-            "k" * 32,
-            "x",
-            "value",
-            "k",
-            "bad",
-            "value",
-            "k",
-            "x",
-        )
-        done = stage.wine().run(folder / "telling_host.exe", *commands, cwd=folder)
-        answers = ["value 0 error 87"] * 3 + ["value 0 error 998", "value 1 error 0"]
-        assert done.text.splitlines() == answers
+    def test_bad_keys_and_pointers_are_refused_with_a_reason(self, answers):
+        told = answers(*values(("a=b", "x"), ("", "x"), ("k" * 32, "x"), ("k", "bad"), ("k", "x")))
+        assert told == ["value 0 error 87"] * 3 + ["value 0 error 998", "value 1 error 0"]
 
-    def test_thirty_third_key_is_refused(self, describer, stage):
-        folder = describer.folder(*HOST)
-        commands = [word for number in range(33) for word in ("value", f"key{number}", "x")]
-        done = stage.wine().run(folder / "telling_host.exe", *commands, cwd=folder)
-        assert done.text.splitlines() == ["value 1 error 0"] * 32 + ["value 0 error 8"]
+    def test_thirty_third_key_is_refused(self, answers):
+        told = answers(*values(*((f"key{number}", "x") for number in range(33))))
+        assert told == ["value 1 error 0"] * 32 + ["value 0 error 8"]
 
 
 class TestNotes:
@@ -171,30 +164,15 @@ class TestNotes:
         assert re.fullmatch(rf"Note {time} {thread}: opening a\.bmp", first)
         assert re.fullmatch(rf"Note {time} {thread}: drawing\?it", second)
 
-    def test_bad_pointers_are_refused_and_long_notes_cut(self, describer, stage):
-        folder = describer.folder(*HOST)
-        description = describer.describe_one(
-            "note",
-            "bad",
-            "long-note",
-            "200",
-            "long-note",
-            "100000",
-            "fault",
-            "write",
-            folder=folder,
-            host="telling_host.exe",
-        )
+    def test_bad_pointers_are_refused_and_long_notes_cut(self, teller, answers):
+        description = teller("note", "bad", "long-note", "200", "long-note", "100000", "fault", "write", pdbs=False)
         assert [each.partition(": ")[2] for each in lines(description, "Note ")] == ["x" * 200] * 2
-        done = stage.wine().run(folder / "telling_host.exe", "note", "bad", cwd=folder)
-        assert done.text.split() == "note 0 error 998".split()
+        assert answers("note", "bad") == ["note 0 error 998"]
 
     @pytest.mark.timeout(300)
-    def test_last_64_notes_of_eight_threads_at_full_speed_are_whole_and_in_order(self, describer):
+    def test_last_64_notes_of_eight_threads_at_full_speed_are_whole_and_in_order(self, describer, teller):
         folder = describer.folder(*HOST)
-        describer.describe_one(
-            "flood", "20000", "text", "t.txt", "fault", "write", folder=folder, host="telling_host.exe"
-        )
+        teller("flood", "20000", "text", "t.txt", "fault", "write", folder=folder)
         text = (folder / "t.txt").read_text("windows-1252")
         assert f"\n... {8 * 20000 - 64} earlier notes\n" in text
         notes = re.findall(r"^Note ([\d:. -]+) [0-9A-F]{8}: thread (\d) note (\d+) ([a-h]+) end$", text, re.M)
@@ -217,10 +195,10 @@ class TestNotes:
 
 class TestFit:
     def test_what_matters_most_is_kept_where_not_all_fits(self, teller):
-        values = [word for number in range(32) for word in ("value", f"key {number}", f"{number} " + "v" * 120)]
+        told = values(*((f"key {number}", f"{number} " + "v" * 120) for number in range(32)))
         notes = [word for number in range(64) for word in ("note", f"{number} " + "n" * 190)]
         threads = ["thread", "deep"] * 12
-        description = teller(*values, *notes, *threads, "fault", "write")
+        description = teller(*told, *notes, *threads, "fault", "write")
         assert len("\n".join(description.reason)) < 12 * 1024
         assert len(lines(description, "Value key ")) == 32
         assert lines(description, "Signature: ") and lines(description, "Time: ")
@@ -261,16 +239,20 @@ class TestFit:
 class TestText:
     """The file for the fourth slot of an upload."""
 
-    def written(self, describer, *commands, pdbs=False):
-        folder = describer.folder(*HOST, *(("telling_host.pdb",) if pdbs else ()))
-        description = describer.describe_one(
-            *commands, "text", "t.txt", "fault", "write", folder=folder, host="telling_host.exe"
-        )
-        assert description.after == ["--- text 1 error 0"]
-        return description, (folder / "t.txt").read_bytes().decode("windows-1252")
+    @pytest.fixture
+    def write(self, describer, teller):
+        """write(command...): the Description, and the text in the file."""
 
-    def test_it_holds_reason_and_stack_and_the_whole_stacks_of_all_threads(self, describer):
-        description, text = self.written(describer, "value", "build", "7", "note", "last", "thread", "deep", pdbs=True)
+        def written(*commands, pdbs=False, fault="write"):
+            folder = describer.folder(*HOST, *(("telling_host.pdb",) if pdbs else ()))
+            description = teller(*commands, "text", "t.txt", "fault", fault, folder=folder)
+            assert description.after == ["--- text 1 error 0"]
+            return description, (folder / "t.txt").read_bytes().decode("windows-1252")
+
+        return written
+
+    def test_it_holds_reason_and_stack_and_the_whole_stacks_of_all_threads(self, write):
+        description, text = write("value", "build", "7", "note", "last", "thread", "deep", pdbs=True)
         assert text.startswith("Crush Expantion:\n" + "\n".join(description.reason[:8]))
         for start in ("Signature: ", "Program: ", "Windows: ", "Objects: ", "Value ", "Note "):
             assert line(description, start) in text.splitlines()
@@ -281,10 +263,8 @@ class TestText:
         assert sum("go_deep" in each for each in other) + left_out == 3001
         assert re.fullmatch(rf"{MACHINE.address} ntdll\.dll\+.*", other[-1])
 
-    def test_deep_stack_of_the_fault_is_whole(self, describer):
-        folder = describer.folder(*HOST, "telling_host.pdb")
-        describer.describe_one("text", "t.txt", "fault", "deep-write", folder=folder, host="telling_host.exe")
-        text = (folder / "t.txt").read_text("windows-1252")
+    def test_deep_stack_of_the_fault_is_whole(self, write):
+        _, text = write(pdbs=True, fault="deep-write")
         assert text.count("descend") > 500
 
     @pytest.mark.parametrize("left", (8, 32))
@@ -302,21 +282,20 @@ class TestText:
         assert len(stack) > 2000 and re.search(r" ntdll\.dll\+", stack[-1])
         assert any(re.fullmatch(r"\.\.\. \d+ more frames", each) for each in stack)
 
-    def test_symbolize_names_the_functions_of_all_threads(self, describer):
-        _, text = self.written(describer, "thread", "spin")
+    def test_symbolize_names_the_functions_of_all_threads(self, describer, write):
+        _, text = write("thread", "spin")
         folder = describer.folder("telling_host.pdb")
         (folder / "t.txt").write_text(text, "windows-1252")
-        done = subprocess.run(
-            [sys.executable, TOOL, folder / "t.txt", folder], capture_output=True, text=True, check=False
-        )
+        command = [sys.executable, TOOL, folder / "t.txt", folder]
+        done = subprocess.run(command, capture_output=True, text=True, check=False)
         assert done.returncode == 0, done.stdout + done.stderr
         assert "write_null" in done.stdout.partition("\nStack trace:\n")[2].partition("\n\n")[0]
         others = done.stdout.partition("\nOther threads: 1\n")[2]
         assert re.search(r"^Thread [0-9A-F]{8}:\n[^\n]*spin", others), done.stdout
 
-    def test_bad_path_and_pointers_are_refused_with_a_reason(self, describer):
+    def test_bad_path_and_pointers_are_refused_with_a_reason(self, describer, teller):
         folder = describer.folder(*HOST)
         for path, error in (("", 87), ("no\\such\\folder\\t.txt", 3)):
-            description = describer.describe_one("text", path, "fault", "write", folder=folder, host="telling_host.exe")
+            description = teller("text", path, "fault", "write", folder=folder)
             assert description.after == [f"--- text 0 error {error}"]
         assert sorted(file.name for file in folder.iterdir()) == sorted(HOST)

@@ -8,53 +8,29 @@ from testing.picture import described
 
 
 def colour_at(path, x, y):
-    text = subprocess.run(
-        ["convert", path, "-auto-orient", "-depth", "8", "-format", f"%[pixel:u.p{{{x},{y}}}]", "info:"],
-        check=True,
-        capture_output=True,
-        text=True,
-    ).stdout
+    form = f"%[pixel:u.p{{{x},{y}}}]"
+    command = ["convert", path, "-auto-orient", "-depth", "8", "-format", form, "info:"]
+    text = subprocess.run(command, check=True, capture_output=True, text=True).stdout
     return [round(float(number)) for number in text[text.index("(") + 1 : text.index(")")].split(",")[:3]]
 
 
 def draw(stage, name, *options):
     """A picture whose left half is red and whose right half is blue, with a green stripe on top."""
     path = stage.artifacts / name
-    subprocess.run(
-        [
-            "convert",
-            "-size",
-            "40x60",
-            "xc:rgb(200,0,0)",
-            "-size",
-            "40x60",
-            "xc:rgb(0,0,200)",
-            "+append",
-            "-fill",
-            "rgb(0,200,0)",
-            "-draw",
-            "rectangle 0,0 79,14",
-            *options,
-            path,
-        ],
-        check=True,
-    )
+    halves = "-size 40x60 xc:rgb(200,0,0) -size 40x60 xc:rgb(0,0,200) +append".split()
+    stripe = ["-fill", "rgb(0,200,0)", "-draw", "rectangle 0,0 79,14"]
+    subprocess.run(["convert", *halves, *stripe, *options, path], check=True)
     return path
+
+
+def told(result):
+    return dict(line.split(": ", 1) for line in result.text.splitlines())
 
 
 def convert(stage, source, target, form, width=0, height=0):
     wine = stage.wine()
-    result = wine.run(
-        stage.product("imaging_host.exe"),
-        "convert",
-        wine.prefix.to_windows(source),
-        wine.prefix.to_windows(target),
-        form,
-        width,
-        height,
-        check=True,
-    )
-    return dict(line.split(": ", 1) for line in result.text.splitlines())
+    files = (wine.prefix.to_windows(source), wine.prefix.to_windows(target))
+    return told(wine.run(stage.product("imaging_host.exe"), "convert", *files, form, width, height, check=True))
 
 
 def test_the_shipped_module_serves_what_it_promises(stage):
@@ -96,9 +72,8 @@ def test_load_stretch_and_save_work_from_each_format_to_each(stage, source, form
 def test_what_is_not_stretched_stays_exact(stage):
     target = stage.artifacts / "out.png"
     convert(stage, draw(stage, "in.png"), target, "PNG")
-    difference = subprocess.run(
-        ["compare", "-metric", "AE", stage.artifacts / "in.png", target, "null:"], capture_output=True, text=True
-    )
+    command = ["compare", "-metric", "AE", stage.artifacts / "in.png", target, "null:"]
+    difference = subprocess.run(command, capture_output=True, text=True)
     assert difference.stderr.split()[0] == "0"
 
 
@@ -117,17 +92,12 @@ def test_what_is_good_of_a_cut_picture_is_taken_where_damage_is_allowed(stage):
     facts = {}
     for path in (whole, cut):
         result = wine.run(stage.product("imaging_host.exe"), "load", wine.prefix.to_windows(path), check=True)
-        facts[path] = dict(line.split(": ", 1) for line in result.text.splitlines())
+        facts[path] = told(result)
     calls = ["AppendDamaged", "Append", "LoadDamaged", "Load", "LoadDamagedPage", "LoadPage"]
-    assert facts[whole] == dict.fromkeys(calls, "RCOK") | {
-        "pages appended": "2",
-        "pages loaded": "1",
-        "pages kept": "1",
-    }
-    assert facts[cut] == (
-        {call: "OKAF" if "Damaged" in call else "BADI" for call in calls}
-        | {"pages appended": "1", "pages loaded": "1", "pages kept": "1"}
-    )
+    pages = {"pages appended": "2", "pages loaded": "1", "pages kept": "1"}
+    assert facts[whole] == dict.fromkeys(calls, "RCOK") | pages
+    verdicts = {call: "OKAF" if "Damaged" in call else "BADI" for call in calls}
+    assert facts[cut] == verdicts | pages | {"pages appended": "1"}
 
 
 DAMAGED = {

@@ -4,67 +4,15 @@ import pathlib
 import re
 import subprocess
 
-STREAM = [
-    "_G",
-    "OpenWide",
-    "Open",
-    "Seek",
-    "IsEndOfData",
-    "IsEmpty",
-    "HasError",
-    "Tell",
-    "SetPosition",
-    "Size",
-    "ModificationTime",
-    "SetSize",
-    "ReadByte",
-    "ReadWord",
-    "ReadDword",
-    "ReadQword",
-    "Read",
-    "ReadLine",
-    "WriteByte",
-    "WriteWord",
-    "WriteDword",
-    "WriteQword",
-    "Write",
-    "WriteString",
-    "WriteFormat",
-    "Flush",
-    "Close",
-]
-FILM = [
-    "_G",
-    "AppendDamaged",
-    "Append",
-    "LoadDamaged",
-    "Load",
-    "LoadDamagedPage",
-    "LoadPage",
-    "AppendAs",
-    "LoadAs",
-    "LoadPageAs",
-    "AppendMemory",
-    "LoadMemory",
-    "LoadMemoryPage",
-    "LoadResource",
-    "FileInfo",
-    "FileInfoAs",
-    "MemoryInfo",
-    "SaveWith",
-    "SaveSafely",
-    "Save",
-    "SaveMemory",
-    "SetTitle",
-    "Clone",
-    "Reset",
-    "RemovePage",
-    "SourceFormat",
-    "PageWidth",
-    "PageHeight",
-    "PageDepth",
-    "PageLayers",
-]
+STREAM = """
+_G OpenWide Open Seek IsEndOfData IsEmpty HasError Tell SetPosition Size ModificationTime SetSize ReadByte ReadWord
+ReadDword ReadQword Read ReadLine WriteByte WriteWord WriteDword WriteQword Write WriteString WriteFormat Flush Close
+""".split()
+FILM = """
+_G AppendDamaged Append LoadDamaged Load LoadDamagedPage LoadPage AppendAs LoadAs LoadPageAs AppendMemory LoadMemory
+LoadMemoryPage LoadResource FileInfo FileInfoAs MemoryInfo SaveWith SaveSafely Save SaveMemory SetTitle Clone Reset
+RemovePage SourceFormat PageWidth PageHeight PageDepth PageLayers
+""".split()
 TABLES = {
     "VMemStream@@": STREAM,
     "VStdioFileStream@@": STREAM,
@@ -111,9 +59,8 @@ def test_tables_hold_their_operations_in_the_fixed_order(stage):
     found = {}
     for path in objects.glob("*.obj"):  # they hold code for the linker to optimise, in which tables still have names
         code = subprocess.run(["llvm-dis-19", "-o", "-", path], check=True, capture_output=True, text=True).stdout
-        for name, slots in re.findall(
-            r'^@"\?\?_7(\S+)6B@" = .*? \{ \[\d+ x ptr\] \[(ptr @[^]]*)\]', code, re.MULTILINE
-        ):
+        tables = re.findall(r'^@"\?\?_7(\S+)6B@" = .*? \{ \[\d+ x ptr\] \[(ptr @[^]]*)\]', code, re.MULTILINE)
+        for name, slots in tables:
             found[name] = re.findall(r'ptr @"?([^",]+)', slots)
     for table, operations in TABLES.items():
         assert table in found

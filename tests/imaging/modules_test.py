@@ -4,11 +4,8 @@ import shutil
 
 
 def told_by_host(stage, *args, modules=None, directory=None, cwd=None):
-    env = {}
-    if modules is not None:
-        env["IMAGING_MODULES"] = modules
-    if directory is not None:
-        env["IMAGING_DIRECTORY"] = directory
+    asked = {"IMAGING_MODULES": modules, "IMAGING_DIRECTORY": directory}
+    env = {name: value for name, value in asked.items() if value is not None}
     result = stage.wine().run(stage.product("imaging_host.exe"), *args, env=env, cwd=cwd, check=True)
     return dict(line.split(": ", 1) if ": " in line else (line.rstrip(":"), "") for line in result.text.splitlines())
 
@@ -29,10 +26,8 @@ def test_a_module_beside_the_host_is_found_without_a_directory(stage):
 def test_modules_that_are_missing_or_no_libraries_are_passed_over(stage):
     wine = stage.wine()
     (stage.artifacts / "text.dll").write_text("this is no library")
-    facts = told_by_host(
-        stage, "formats", modules="missing\ntext\n\n", directory=wine.prefix.to_windows(stage.artifacts)
-    )
-    assert facts == {}
+    directory = wine.prefix.to_windows(stage.artifacts)
+    assert told_by_host(stage, "formats", modules="missing\ntext\n\n", directory=directory) == {}
 
 
 def test_of_a_damaged_picture_the_format_that_its_name_tells_has_the_say(stage):

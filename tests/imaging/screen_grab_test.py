@@ -10,12 +10,8 @@ import pytest
 from testing.picture import described
 
 SIDE = 512
-CORNERS = {  # of the picture that is put on the display, as red, green, blue
-    (0, 0): (220, 30, 30),
-    (1, 0): (30, 200, 30),
-    (0, 1): (40, 40, 230),
-    (1, 1): (240, 240, 30),
-}
+# Of the picture that is put on the display, as red, green, blue.
+CORNERS = {(0, 0): (220, 30, 30), (1, 0): (30, 200, 30), (0, 1): (40, 40, 230), (1, 1): (240, 240, 30)}
 
 
 class Recording:
@@ -32,29 +28,18 @@ class Recording:
         return red, green, blue
 
 
+def small_desktop(stage):
+    desktop = stage.desktop(width=640, height=480)
+    return desktop, stage.wine(desktop)
+
+
 def show_corners(stage, desktop):
     """Fills the display with a picture of four colours."""
     picture = stage.artifacts / "corners.png"
     half = f"{desktop.width // 2}x{desktop.height // 2}"
-    tile = [["-size", half, "xc:rgb(%d,%d,%d)" % CORNERS[x, y]] for y in (0, 1) for x in (0, 1)]
-    subprocess.run(
-        [
-            "convert",
-            "(",
-            *tile[0],
-            *tile[1],
-            "+append",
-            ")",
-            "(",
-            *tile[2],
-            *tile[3],
-            "+append",
-            ")",
-            "-append",
-            picture,
-        ],
-        check=True,
-    )
+    tile = {place: ("-size", half, "xc:rgb(%d,%d,%d)" % colour) for place, colour in CORNERS.items()}
+    rows = [("(", *tile[0, y], *tile[1, y], "+append", ")") for y in (0, 1)]
+    subprocess.run(["convert", *rows[0], *rows[1], "-append", picture], check=True)
     # It ends with 1 even when it has done its work; what the tests see of the picture tells.
     subprocess.run(["display", "-window", "root", picture], check=False, env={**os.environ, **desktop.env})
 
@@ -108,8 +93,7 @@ def test_screenshot_grabs_the_part_that_is_asked_for(stage):
 
 
 def test_second_screenshot_overwrites_the_first(stage):
-    desktop = stage.desktop(width=640, height=480)
-    wine = stage.wine(desktop)
+    desktop, wine = small_desktop(stage)
     first = recording(wine, take(stage, wine))
     show_corners(stage, desktop)
     second = recording(wine, take(stage, wine))
@@ -118,8 +102,7 @@ def test_second_screenshot_overwrites_the_first(stage):
 
 
 def test_without_a_module_there_is_no_screenshot_file_and_no_window(stage):
-    desktop = stage.desktop(width=640, height=480)
-    wine = stage.wine(desktop)
+    desktop, wine = small_desktop(stage)
     facts = take(stage, wine, IMAGING_MODULES="no such module")
     assert not wine.prefix.to_unix(facts["path"]).exists()
     assert facts["documents"] == "0"
@@ -127,8 +110,7 @@ def test_without_a_module_there_is_no_screenshot_file_and_no_window(stage):
 
 
 def test_place_that_cant_be_written_is_left_as_it_is(stage):
-    desktop = stage.desktop(width=640, height=480)
-    wine = stage.wine(desktop)
+    desktop, wine = small_desktop(stage)
     place = wine.prefix.to_unix(take(stage, wine)["path"])
     place.unlink()
     place.mkdir()
@@ -155,14 +137,10 @@ def test_screenshot_takes_little_of_the_stack(stage):
 
 
 def test_module_that_is_none_is_complained_about_once(stage):
-    desktop = stage.desktop(width=640, height=480)
-    wine = stage.wine(desktop)
+    desktop, wine = small_desktop(stage)
     shutil.copy(stage.product("KOBRTL.dll"), stage.artifacts / "none.dll")
-    host = wine.start(
-        stage.product("imaging_host.exe"),
-        "formats",
-        env={"IMAGING_MODULES": "none", "IMAGING_DIRECTORY": wine.prefix.to_windows(stage.artifacts)},
-    )
+    env = {"IMAGING_MODULES": "none", "IMAGING_DIRECTORY": wine.prefix.to_windows(stage.artifacts)}
+    host = wine.start(stage.product("imaging_host.exe"), "formats", env=env)
     box = desktop.wait_window("imaging_host")
     desktop.activate(box)
     desktop.key("Return")

@@ -1,9 +1,9 @@
 """An inbox of the test's own: its store, its pages, and one that listens."""
 
+import contextlib
 import os
 import pathlib
 import re
-import socket
 import sys
 import urllib.error
 import urllib.request
@@ -13,7 +13,8 @@ import pytest
 from inbox.config import Config
 from inbox.core import Inbox
 from inbox.web import make_app
-from testing.processes import REPO, spawn, stop, wait_until
+from testing.processes import REPO
+from testing.service import Service, free_port, listens
 from testing.upload_body import CONTENT_TYPE, FORM_PATH
 
 MESSAGES = pathlib.Path(__file__).with_name("messages")
@@ -80,49 +81,27 @@ def pages(box):
     return Pages(box)
 
 
-class Served:
+class Served(Service):
     """An inbox that runs as its command does, on a free port of loopback."""
 
     def __init__(self, store, *options, env=None, address="127.0.0.1", port=None):
-        if not port:
-            with socket.socket() as probe:
-                probe.bind((address, 0))
-                port = probe.getsockname()[1]
-        self.address, self.port, self.url = address, port, f"http://{address}:{port}"
-        self.log_path = pathlib.Path(store).with_suffix(".log")
-        self._command = command("--store", store, "--listen", f"{address}:{port}", *options)
+        super().__init__()
+        self.address, self.port = address, port or free_port(address)
+        self.url = f"http://{address}:{self.port}"
+        self._command = command("--store", store, "--listen", f"{address}:{self.port}", *options)
         self._env = {**os.environ, "PYTHONPATH": str(REPO), "MALLOC_ARENA_MAX": "2", **(env or {})}
-        self.process = None
 
-    def __enter__(self):
-        with open(self.log_path, "ab") as log:
-            self.process = spawn(self._command, env=self._env, stdout=log, stderr=log)
-
-        def listens():
-            if self.process.poll() is not None:
-                raise RuntimeError(f"the inbox has ended: {self.log()}")
-            with socket.socket() as probe:
-                return probe.connect_ex((self.address, self.port)) == 0
-
-        wait_until(listens, "the inbox to listen", seen=self.log)
-        return self
-
-    def __exit__(self, *failure):
-        stop(self.process)
-
-    def log(self):
-        return self.log_path.read_text("utf-8", "replace")
+    def start(self):
+        self.launch(self._command, lambda: listens(self.address, self.port), env=self._env)
 
     def get(self, path):
         """(status, bytes)."""
-        try:
-            with urllib.request.urlopen(self.url + path, timeout=60) as answer:
-                return answer.status, answer.read()
-        except urllib.error.HTTPError as error:
-            return error.code, error.read()
+        return self._answer(self.url + path)
 
     def upload(self, body):
-        request = urllib.request.Request(self.url + FORM_PATH, body, {"Content-Type": CONTENT_TYPE})
+        return self._answer(urllib.request.Request(self.url + FORM_PATH, body, {"Content-Type": CONTENT_TYPE}))
+
+    def _answer(self, request):
         try:
             with urllib.request.urlopen(request, timeout=120) as answer:
                 return answer.status, answer.read()
@@ -137,12 +116,5 @@ def command(*arguments):
 @pytest.fixture
 def served(tmp_path):
     """served(*options): a Served inbox, which ends with the test."""
-    running = []
-
-    def serve(*options, store="store", **where):
-        running.append(Served(tmp_path / store, *options, **where).__enter__())
-        return running[-1]
-
-    yield serve
-    for each in running:
-        each.__exit__()
+    with contextlib.ExitStack() as running:
+        yield lambda *options, **where: running.enter_context(Served(tmp_path / "store", *options, **where))

@@ -11,27 +11,18 @@ from selenium.webdriver.chrome.options import Options
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.support.ui import Select, WebDriverWait
+from werkzeug.security import generate_password_hash
 
 import made
 from inbox import demo
-from inbox.config import Config
+from inbox.config import Config, save_password
 from inbox.core import Inbox
 from testing.upload_body import upload_body
 
-_OPTIONS = (
-    "--headless=new",
-    "--no-sandbox",
-    "--disable-gpu",
-    "--disable-dev-shm-usage",
-    "--disable-background-networking",
-    "--disable-component-update",
-    "--disable-sync",
-    "--disable-default-apps",
-    "--no-first-run",
-    "--no-default-browser-check",
-    "--window-size=1280,900",
-    "--host-resolver-rules=MAP * ~NOTFOUND , EXCLUDE 127.0.0.1",
-)
+_OPTIONS = """
+--headless=new --no-sandbox --disable-gpu --disable-dev-shm-usage --disable-background-networking --disable-component-update
+--disable-sync --disable-default-apps --no-first-run --no-default-browser-check --window-size=1280,900
+"""
 
 
 class Browser:
@@ -40,7 +31,7 @@ class Browser:
     def __init__(self, server, downloads, pictures):
         options = Options()
         options.binary_location = "/usr/bin/chromium"
-        for option in _OPTIONS:
+        for option in (*_OPTIONS.split(), "--host-resolver-rules=MAP * ~NOTFOUND , EXCLUDE 127.0.0.1"):
             options.add_argument(option)
         options.add_experimental_option("prefs", {"download.default_directory": str(downloads)})
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
@@ -79,20 +70,25 @@ class Browser:
 
 
 @pytest.fixture
-def browser(served, tmp_path, artifacts):
+def browse(served, tmp_path):
+    """browse(pictures): a browser with the inbox, until the end of the test."""
+    with contextlib.ExitStack() as stack:
+
+        def start(pictures):
+            browser = Browser(served(), tmp_path, pictures)
+            stack.callback(browser.driver.quit)
+            return browser
+
+        yield start
+
+
+@pytest.mark.timeout(300)
+def test_every_page_is_reached_by_clicks(browse, told, tmp_path, artifacts):
     box = Inbox(Config(tmp_path / "store", min_free=0), ask=True)
     demo.fill(box)
     box.reports.add_message(b"Subject: hello\n\nThis is no report.\n")
     box.engine.dispose()
-    pictures = pathlib.Path(os.environ.get("WENDAX_INBOX_PICTURES") or artifacts)
-    with contextlib.ExitStack() as stack:
-        it = Browser(served(), tmp_path, pictures)
-        stack.callback(it.driver.quit)
-        yield it
-
-
-@pytest.mark.timeout(300)
-def test_every_page_is_reached_by_clicks(browser, told, tmp_path):
+    browser = browse(pathlib.Path(os.environ.get("WENDAX_INBOX_PICTURES") or artifacts))
     browser.open("/")
     assert browser.heading().startswith("10 crashes")
     assert len(browser.all("main table tbody tr")) == 10
@@ -161,27 +157,19 @@ def test_every_page_is_reached_by_clicks(browser, told, tmp_path):
 
 
 @pytest.mark.timeout(300)
-def test_login_in_a_browser(served, tmp_path, artifacts):
-    from werkzeug.security import generate_password_hash
-
-    from inbox.config import save_password
-
+def test_login_in_a_browser(browse, tmp_path, artifacts):
     save_password(tmp_path / "store", generate_password_hash("correct horse"))
-    with contextlib.ExitStack() as stack:
-        browser = Browser(served(), tmp_path, artifacts)
-        stack.callback(browser.driver.quit)
-        browser.open("/versions")
-        assert browser.heading() == "Log in"
-        browser.picture("login")
-        browser.find("input[type=password]").send_keys("wrong")
-        browser.press("Log in")
-        assert "not the password" in browser.find(".warning").text
-        browser.find("input[type=password]").send_keys("correct horse")
-        browser.press("Log in")
-        assert browser.heading().startswith("Crashes per version")
-        browser.press("Log out")
-        assert browser.heading() == "Log in"
-        refused = [
-            entry for entry in browser.complaints() if "403" not in entry["message"]
-        ]  # the wrong password's answer
-        assert refused == []
+    browser = browse(artifacts)
+    browser.open("/versions")
+    assert browser.heading() == "Log in"
+    browser.picture("login")
+    browser.find("input[type=password]").send_keys("wrong")
+    browser.press("Log in")
+    assert "not the password" in browser.find(".warning").text
+    browser.find("input[type=password]").send_keys("correct horse")
+    browser.press("Log in")
+    assert browser.heading().startswith("Crashes per version")
+    browser.press("Log out")
+    assert browser.heading() == "Log in"
+    # But for the answer to the wrong password.
+    assert [entry for entry in browser.complaints() if "403" not in entry["message"]] == []

@@ -1,11 +1,9 @@
 """Reports sent on by the envelope protocol: what goes out, and a real receiver of it. The receiver is the npm package
 @spotlightjs/spotlight in the one version that this was tried with; the test fetches it where WENDAX_INBOX_SPOTLIGHT=1."""
 
-import contextlib
 import json
 import os
 import shutil
-import socket
 import subprocess
 import urllib.request
 
@@ -14,7 +12,8 @@ import pytest
 import made
 from inbox import forward
 from inbox.config import BadSetting
-from testing.processes import REPO, spawn, stop, wait_until
+from testing.processes import REPO
+from testing.service import Service, free_port, listens
 from testing.upload_body import upload_body
 from testing.web_server import WebServer, answering
 
@@ -24,7 +23,7 @@ SPOTLIGHT = "2.6.3"
 def fill(box):
     """A report with a stack and files, and one without a fault."""
     box.reports.add_upload(upload_body(made.upload_files(made.fault_text(), b"\xff\xd8\xff picture")), "10.0.0.1")
-    box.reports.add_message(made.message(product="Other"))
+    made.add(box, product="Other")
 
 
 def items(body):
@@ -41,10 +40,7 @@ def items(body):
 
 @pytest.fixture
 def receiver():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        port = probe.getsockname()[1]
-    with WebServer("127.0.0.1", port, answering(b"{}")) as server:
+    with WebServer("127.0.0.1", free_port(), answering(b"{}")) as server:
         yield server
 
 
@@ -82,7 +78,7 @@ def test_each_report_goes_once(box, receiver):
     fill(box)
     dsn = f"http://key@127.0.0.1:{receiver.port}/42"
     forward.forward(box, dsn)
-    box.reports.add_message(made.message(made.fault_text(("new",))))
+    made.add(box, made.fault_text(("new",)))
     assert forward.forward(box, dsn) == (1, 0)
     assert forward.forward(box, dsn, again=True) == (3, 0)
 
@@ -103,37 +99,19 @@ def test_address_that_is_none_is_refused(dsn):
         forward.endpoint(dsn)
 
 
-class Spotlight(contextlib.ExitStack):
-    """Context manager: the receiver on a port of loopback."""
+class Spotlight(Service):
+    """The receiver on a port of loopback."""
 
-    def __enter__(self):
-        super().__enter__()
+    def start(self):
         folder = REPO / "build" / "spotlight"
         program = folder / "node_modules" / "@spotlightjs" / "spotlight" / "bin" / "run.js"
         if not program.is_file():
             folder.mkdir(parents=True, exist_ok=True)
             (folder / "package.json").write_text('{"private": true}\n')
-            fetch = [
-                "npm",
-                "install",
-                "--ignore-scripts",
-                "--no-audit",
-                "--no-fund",
-                f"@spotlightjs/spotlight@{SPOTLIGHT}",
-            ]
-            subprocess.run(fetch, cwd=folder, check=True, timeout=600)
-        with socket.socket() as probe:
-            probe.bind(("127.0.0.1", 0))
-            self.port = probe.getsockname()[1]
-        log = self.enter_context(open(folder / "log", "wb"))
-        self.callback(stop, spawn(["node", program, str(self.port)], stdout=log, stderr=log))
-
-        def listens():
-            with socket.socket() as probe:
-                return probe.connect_ex(("127.0.0.1", self.port)) == 0
-
-        wait_until(listens, "Spotlight to listen", 120, seen=lambda: (folder / "log").read_text("utf-8", "replace"))
-        return self
+            fetch = f"npm install --ignore-scripts --no-audit --no-fund @spotlightjs/spotlight@{SPOTLIGHT}"
+            subprocess.run(fetch.split(), cwd=folder, check=True, timeout=600)
+        self.port = free_port()
+        self.launch(["node", program, str(self.port)], lambda: listens("127.0.0.1", self.port), 120)
 
 
 @pytest.mark.skipif(not os.environ.get("WENDAX_INBOX_SPOTLIGHT"), reason="fetches a package of npm")
@@ -143,11 +121,9 @@ def test_real_receiver_shows_the_event(box):
     fill(box)
     with Spotlight() as spotlight:
         address = f"http://127.0.0.1:{spotlight.port}/stream"
-        stream = urllib.request.urlopen(
-            urllib.request.Request(address, headers={"Accept": "text/event-stream"}), timeout=60
-        )
-        dsn = f"http://key@127.0.0.1:{spotlight.port}/1"
-        assert forward.forward(box, dsn) == (2, 0)
+        request = urllib.request.Request(address, headers={"Accept": "text/event-stream"})
+        stream = urllib.request.urlopen(request, timeout=60)
+        assert forward.forward(box, f"http://key@127.0.0.1:{spotlight.port}/1") == (2, 0)
         told = b""
         while told.count(b"EXCEPTION_ACCESS_VIOLATION") < 1 or b"No fault told by Other" not in told:
             line = stream.readline()

@@ -7,6 +7,7 @@ import shutil
 import pytest
 import sqlalchemy as sa
 
+import made
 from inbox import mail, schema
 from testing import report_dialog
 from testing.claws_mail import ClawsMail, MailServer
@@ -17,8 +18,8 @@ ADDRESS = "Crash Desk <crashes@example.com>"
 
 
 def rows(box):
-    with box.engine.connect() as connection:
-        return connection.execute(sa.select(schema.report).order_by(schema.report.c.id)).mappings().all()
+    query = sa.select(schema.report).order_by(schema.report.c.id)
+    return made.read(box, lambda connection: connection.execute(query).mappings().all())
 
 
 @pytest.mark.timeout(300)
@@ -61,7 +62,7 @@ def test_draft_and_the_copy_that_a_mail_program_sends_are_one_report(box, stage)
     (message,) = host.wait_messages(1)
     with MailServer() as server, ClawsMail(desktop, server, message.path) as program:
         program.send(program.open_draft())
-        (path,) = server._mailbox.glob("new/*")
+        (path,) = server.mailbox.glob("new/*")
         sent = path.read_bytes()
     assert mail.parse(sent).sender == "a.user@example.org"
     first, again = box.reports.add_message(message.raw), box.reports.add_message(sent)

@@ -51,20 +51,8 @@ def evil(box, pages):
     box.reports.add_message(EVIL.encode())
 
 
-ALL = (
-    "/",
-    "/?state=all",
-    "/crash/1",
-    "/crash/2",
-    "/report/1",
-    "/report/2",
-    "/report/3",
-    "/reports",
-    "/versions",
-    "/symbols",
-    "/unreadable",
-    "/login",
-)
+PAGES = "/ /?state=all /crash/1 /crash/2 /report/1 /report/2 /report/3 /reports /versions /symbols /unreadable".split()
+ALL = (*PAGES, "/login")
 
 
 class TestSafety:
@@ -102,7 +90,7 @@ class TestSafety:
         pages.get("/picture/1", 404)
 
     def test_change_needs_the_forms_token(self, box, pages):
-        box.reports.add_message(made.message(made.fault_text()))
+        made.add(box, made.fault_text())
         pages.get("/crash/1")
         for path in ("/crash/1/state", "/report/1/delete", "/delete-sender", "/logout"):
             pages.post(path, 400, token="", state="ignored", sender="x")
@@ -127,14 +115,8 @@ class TestSafety:
     @pytest.mark.parametrize(
         "path",
         (
-            "/crash/99999999999999999999",
-            "/report/99999999999999999999",
-            "/attachment/9999999999999999999999",
-            "/picture/1",
-            "/crash/x",
-            "/crashes.exe",
-            "/static/../web.py",
-            "/index.php",
+            *("/crash/99999999999999999999", "/report/99999999999999999999", "/attachment/9999999999999999999999"),
+            *("/picture/1", "/crash/x", "/crashes.exe", "/static/../web.py", "/index.php"),
         ),
     )
     def test_address_of_nothing_is_refused(self, pages, path):
@@ -167,16 +149,7 @@ class TestPassword:
 
     def test_nothing_but_the_form_is_open(self, box, pages):
         pages.upload(upload_body(made.upload_files(picture=picture())))
-        for path in (
-            "/",
-            "/reports",
-            "/crash/1",
-            "/versions",
-            "/symbols",
-            "/unreadable",
-            "/crashes.csv",
-            "/report/1.json",
-        ):
+        for path in "/ /reports /crash/1 /versions /symbols /unreadable /crashes.csv /report/1.json".split():
             assert pages.get(path, 302).headers["Location"].startswith("/login?next="), path
         for path in ("/attachment/1", "/picture/1", "/nothing"):
             pages.get(path, 403)
@@ -226,7 +199,7 @@ class TestForm:
 class TestPages:
     def test_list_narrows_and_exports_what_it_shows(self, box, pages):
         for number, leaf in enumerate(("draw", "save", "save")):
-            box.reports.add_message(made.message(made.fault_text((leaf, "run"), version=f"{number}.0.0.0")))
+            made.add(box, made.fault_text((leaf, "run"), version=f"{number}.0.0.0"))
         assert "2 crashes" in pages.get("/").text
         shown = pages.get("/?function=save").text
         assert "1 crash" in shown and ">save<" in shown and ">draw<" not in shown
@@ -242,16 +215,16 @@ class TestPages:
         assert json.loads(pages.get("/report/1.json").text)["stack"][0]["function"] == "draw"
 
     def test_formula_in_a_table_is_only_text(self, box, pages):
-        box.reports.add_message(made.message(made.fault_text(), subject="=cmd|calc!A1"))
+        made.add(box, made.fault_text(), subject="=cmd|calc!A1")
         assert ",'=cmd|calc!A1," in pages.get("/reports.csv").text
 
     def test_state_is_kept_with_its_history(self, box, pages):
-        box.reports.add_message(made.message(made.fault_text()))
+        made.add(box, made.fault_text())
         pages.post("/crash/1/state", 400, state="fixed", fixed_in="")
         pages.post("/crash/1/state", state="fixed", fixed_in="2.0", note="see the other one")
         page = pages.get("/crash/1").text
         assert "fixed in 2.0" in page and "see the other one" in page
-        box.reports.add_message(made.message(made.fault_text(version="2.0.0.0")))
+        made.add(box, made.fault_text(version="2.0.0.0"))
         page = pages.get("/crash/1").text
         assert "regressed" in page and "opened again: a report from 2.0.0.0, fixed in 2.0" in page
         assert '<span class="state regressed">' in pages.get("/").text
@@ -259,7 +232,7 @@ class TestPages:
     def test_report_and_a_senders_reports_are_deleted(self, box, pages):
         for number in range(3):
             text = made.fault_text(extra=[f"EBX 0000000{number}  ECX 00000000"])
-            box.reports.add_message(made.message(text, sender="u@example.org"))
+            made.add(box, text, sender="u@example.org")
         pages.post("/report/2/delete", 200)
         pages.get("/report/2", 404)
         pages.post("/delete-sender", 200, token=pages.token("/crash/1"), sender="u@example.org")
@@ -268,7 +241,7 @@ class TestPages:
     def test_crash_that_has_moved_leads_to_where_it_is(self, box, pages):
         from inbox.signature import Rules
 
-        box.reports.add_message(made.message(made.fault_text(("check", "draw"))))
+        made.add(box, made.fault_text(("check", "draw")))
         box.reports.rules = Rules("skip *!check")
         box.regroup()
         assert pages.get("/crash/1", 302).headers["Location"] == "/crash/2"

@@ -19,8 +19,7 @@ from testing.upload_body import upload_body
 
 
 def rows(box, **asked):
-    with box.engine.connect() as connection:
-        return queries.crashes(connection, Filters(**asked))[0]
+    return made.read(box, queries.crashes, Filters(**asked))[0]
 
 
 def titles(box, **asked):
@@ -28,26 +27,22 @@ def titles(box, **asked):
 
 
 def change(box, crash_id, **values):
-    box.writer.do(
-        lambda connection: connection.execute(
-            schema.crash.update().where(schema.crash.c.id == crash_id).values(values)
-        ),
-    )
+    update = schema.crash.update().where(schema.crash.c.id == crash_id).values(values)
+    box.writer.do(lambda connection: connection.execute(update))
 
 
 def add_messages(box, leaves, version):
-    return [box.reports.add_message(made.message(made.fault_text((leaf, "run"), version=version))) for leaf in leaves]
+    return [made.add(box, made.fault_text((leaf, "run"), version=version)) for leaf in leaves]
 
 
 def history(box, crash_id):
-    with box.engine.connect() as connection:
-        return [row["text"] for row in queries.one_crash(connection, crash_id)["history"]]
+    return [row["text"] for row in made.read(box, queries.one_crash, crash_id)["history"]]
 
 
 class TestIntake:
     def test_same_report_twice_is_one(self, box):
-        first = box.reports.add_message(made.message(made.fault_text()))
-        second = box.reports.add_message(made.message(made.fault_text()))
+        first = made.add(box, made.fault_text())
+        second = made.add(box, made.fault_text())
         assert (first[1], second[1], first[0] == second[0]) == (True, False, True)
         assert titles(box) == [("draw", 1)]
 
@@ -78,19 +73,15 @@ class TestIntake:
     def test_draft_sent_copy_and_forwarded_text_are_one_but_two_people_are_two(self, box):
         """Two machines of one make say the same to the byte."""
         text = made.fault_text()
-        copies = [
-            made.message(text),
-            made.message(text, sender="a@example.org", date="Mon, 02 Nov 2026 10:20:30 +0100"),
-        ]
-        assert [box.reports.add_message(each)[1] for each in copies] == [True, False]
-        for day, sender in ((3, "a"), (3, "b"), (4, "a")):
-            date = f"Mon, 0{day} Nov 2026 10:20:30 +0100"
-            box.reports.add_message(made.message(text, sender=f"{sender}@example.org", date=date))
+
+        def send(text, *sent):
+            dates = ((sender, f"Mon, 0{day} Nov 2026 10:20:30 +0100") for day, sender in sent)
+            return [made.add(box, text, sender=f"{sender}@example.org", date=date)[1] for sender, date in dates]
+
+        assert [made.add(box, text)[1], *send(text, (2, "a"))] == [True, False]
+        send(text, (3, "a"), (3, "b"), (4, "a"))
         assert titles(box) == [("draw", 1)]
-        other = made.fault_text(("other",))
-        for day, sender in ((3, "a"), (3, "b"), (4, "a"), (3, "a")):
-            date = f"Mon, 0{day} Nov 2026 10:20:30 +0100"
-            box.reports.add_message(made.message(other, sender=f"{sender}@example.org", date=date))
+        send(made.fault_text(("other",)), (3, "a"), (3, "b"), (4, "a"), (3, "a"))
         assert titles(box)[0] == ("other", 3)
 
     def test_upload_with_a_fault_text_is_understood(self, box):
@@ -98,8 +89,7 @@ class TestIntake:
             upload_body(made.upload_files(made.fault_text(version="2.1.0.0"))), "10.0.0.1"
         )
         assert (new, wrong) == (True, "")
-        with box.engine.connect() as connection:
-            row, files = queries.one_report(connection, report_id)
+        row, files = made.read(box, queries.one_report, report_id)
         assert (row["product"], row["version"], row["sender"]) == ("Drawing Board", "2.1.0.0", "10.0.0.1")
         assert row["windows"] == "Professional Service Pack 1 (Build 7601)"
         assert [each["part"] for each in files] == ["File_for_conversion", "System_info"]
@@ -113,8 +103,7 @@ class TestIntake:
         files = made.upload_files()
         files["File_for_conversion"] = (b"C:\\Temp\\minidump.dmp", dump)
         report_id, _, _ = box.reports.add_upload(upload_body(files))
-        with box.engine.connect() as connection:
-            row, _ = queries.one_report(connection, report_id)
+        row, _ = made.read(box, queries.one_report, report_id)
         assert row["kind"] == "EXCEPTION_ACCESS_VIOLATION, written"
         assert titles(box) == [("describe_host.exe+79B5", 1)]
 
@@ -131,9 +120,8 @@ class TestIntake:
 
     def test_lines_of_a_later_helper_are_kept(self, box):
         text = made.fault_text(extra=["build = nightly-412", "Signature: something new", "entirely new"])
-        report_id, _, _ = box.reports.add_message(made.message(text + "\nThread 2:\n00401000 board.exe+00001000\n"))
-        with box.engine.connect() as connection:
-            row, _ = queries.one_report(connection, report_id)
+        report_id, _, _ = made.add(box, text + "\nThread 2:\n00401000 board.exe+00001000\n")
+        row, _ = made.read(box, queries.one_report, report_id)
         facts, _ = box.reports.told(row)
         assert facts.values == {"build": "nightly-412", "Signature": "something new"}
         assert facts.more[:3] == ["entirely new", "Thread 2:", "00401000 board.exe+00001000"]
@@ -142,27 +130,27 @@ class TestIntake:
 class TestGrouping:
     def test_recursion_of_any_depth_is_one_crash(self, box):
         for depth in (1, 2, 30):
-            box.reports.add_message(made.message(made.fault_text(("leaf", *["walk"] * depth, "run"))))
+            made.add(box, made.fault_text(("leaf", *["walk"] * depth, "run")))
         assert titles(box) == [("leaf", 3)]
 
     def test_other_caller_is_another_crash(self, box):
-        box.reports.add_message(made.message(made.fault_text(("copy", "load"))))
-        box.reports.add_message(made.message(made.fault_text(("copy", "save"))))
+        made.add(box, made.fault_text(("copy", "load")))
+        made.add(box, made.fault_text(("copy", "save")))
         assert titles(box) == [("copy", 1), ("copy", 1)]
 
     def test_offsets_of_two_builds_are_two_crashes(self, box):
         for key in (made.KEY, made.KEY[::-1]):
-            box.reports.add_message(made.message(made.fault_text((0x1000, 0x1010), key=key)))
+            made.add(box, made.fault_text((0x1000, 0x1010), key=key))
         assert len(rows(box)) == 2
 
     def test_address_where_it_was_loaded_makes_no_difference(self, box):
         for base in (0x400000, 0x1230000):
-            box.reports.add_message(made.message(made.fault_text((0x1000, 0x1010), base=base)))
+            made.add(box, made.fault_text((0x1000, 0x1010), base=base))
         assert titles(box) == [("board.exe+1000", 2)]
 
     def test_builds_of_32_and_64_bits_share_a_crash_by_their_functions(self, box, nested):
         for text in nested.values():
-            assert box.reports.add_message(made.message(text))[1:] == (True, "")
+            assert made.add(box, text)[1:] == (True, "")
         assert titles(box) == [("write_null", 2)]
 
     def test_text_of_64_bits_is_understood_whole(self, nested):
@@ -194,7 +182,7 @@ class TestGrouping:
 
     def test_change_of_rules_moves_reports_and_keeps_the_history(self, box):
         for leaf in ("check_a", "check_b"):
-            box.reports.add_message(made.message(made.fault_text((leaf, "draw", "run"))))
+            made.add(box, made.fault_text((leaf, "draw", "run")))
         old = rows(box)[0]["id"]
         change(box, old, state="ignored", note="known")
         box.writer.do(lambda connection: reports.note_down(connection, old, "ignored"))
@@ -202,8 +190,7 @@ class TestGrouping:
         assert box.regroup() == 2
         ((title, count),) = titles(box, state="all")
         assert (title, count) == ("draw", 2)
-        with box.engine.connect() as connection:
-            now = queries.one_crash(connection, old)
+        now = made.read(box, queries.one_crash, old)
         assert (now["state"], now["note"]) == ("ignored", "known")
         assert "ignored" in history(box, old)
         assert any("check_a" in text for text in history(box, old))
@@ -235,11 +222,11 @@ class TestWordsOfTheHost:
             assert titles(box, q=words) == [("write_null", 1)], words
 
     def test_clock_of_another_century_is_not_believed(self, box, told):
-        box.reports.add_message(made.message(told[64].replace("2026-", "2099-")))
+        made.add(box, told[64].replace("2026-", "2099-"))
         assert abs(rows(box)[0]["first_seen"] - time.time()) < 600
 
     def test_page_shows_them(self, box, pages, told):
-        box.reports.add_message(made.message(told[64]))
+        made.add(box, told[64])
         page = pages.get("/report/1").text
         for words in ("nightly-412", "Example &amp; Sons", "opening a.bmp", "Other threads: 1", "companion_main"):
             assert words in page, words
@@ -248,7 +235,7 @@ class TestWordsOfTheHost:
     def test_texts_before_and_after_share_a_crash_and_so_do_widths(self, box, told):
         older = "\n".join(line for line in told[64].split("\n") if not line.startswith("Signature"))
         for text in (told[32], told[64], older):
-            box.reports.add_message(made.message(text))
+            made.add(box, text)
         assert titles(box) == [("write_null", 3)]
 
     def test_signature_line_tells_which_modules_are_the_programs_and_rules_still_hold(self, told):
@@ -276,7 +263,7 @@ class TestWordsOfTheHost:
 
 class TestStates:
     def add(self, box, version):
-        box.reports.add_message(made.message(made.fault_text(version=version)))
+        made.add(box, made.fault_text(version=version))
 
     @pytest.mark.parametrize(
         "version, state", (("1.9.0.0", "fixed"), ("1.10.0.0", "open"), ("2.0.0.0", "open"), ("", "fixed"))
@@ -308,10 +295,8 @@ class TestDeletion:
 
     def test_sums_fit_what_is_left(self, box):
         for number in range(3):
-            box.reports.add_message(
-                made.message(
-                    made.fault_text(extra=[f"EBX 0000000{number}  ECX 00000000"]), sender=f"u{number}@example.org"
-                )
+            made.add(
+                box, made.fault_text(extra=[f"EBX 0000000{number}  ECX 00000000"]), sender=f"u{number}@example.org"
             )
         box.delete(schema.report.c.sender == "u1@example.org")
         (row,) = rows(box)
@@ -320,7 +305,7 @@ class TestDeletion:
     def test_by_age(self, box):
         old = int(time.time()) - 100 * 86400
         box.reports.add_message(made.message(made.fault_text()), received=old)
-        box.reports.add_message(made.message(made.fault_text(("other",))))
+        made.add(box, made.fault_text(("other",)))
         box.config.keep = "90d"
         assert box.delete_old() == 1
         assert titles(box) == [("other", 1)]
@@ -331,7 +316,7 @@ class TestSearch:
     def fill(self, box):
         for number, leaf in enumerate(("load_palette", "Widget::draw", "save")):
             text = made.fault_text((leaf, "run"), version=f"{number + 1}.0.0.0")
-            box.reports.add_message(made.message(text, sender=f"u{number}@example.org", processor=f"Chip{number}"))
+            made.add(box, text, sender=f"u{number}@example.org", processor=f"Chip{number}")
 
     @pytest.mark.parametrize(
         "asked, found",
@@ -360,4 +345,4 @@ def test_jobs_of_one_transaction_fail_alone(box):
 
     with pytest.raises(LookupError):
         box.writer.do(fail)
-    assert box.reports.add_message(made.message())[1]
+    assert made.add(box)[1]

@@ -94,6 +94,17 @@ def message(
     return MESSAGE.format(sender=sender, subject=subject, date=date, text=text).encode("latin-1", "replace")
 
 
+def add(box, *text, **headers):
+    """Of a message to the inbox: (number of the report, whether it is new, what is wrong)."""
+    return box.reports.add_message(message(*text, **headers))
+
+
+def read(box, query, *asked, **named):
+    """What a query says of the inbox."""
+    with box.engine.connect() as connection:
+        return query(connection, *asked, **named)
+
+
 def upload_files(fault=None, picture=b"", **system):
     """{part: (path, content)} for testing.upload_body."""
     files = {

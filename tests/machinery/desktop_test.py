@@ -1,7 +1,6 @@
 """A Desktop shows windows, and acts on them as a user does."""
 
 import os
-import pathlib
 import re
 import subprocess
 import sys
@@ -73,9 +72,8 @@ class TestDesktopWithAWindow:
 
         def colours():
             shown.screen.screenshot(picture)
-            return run_tool(
-                ["convert", picture, "-format", f"%wx%h %[pixel:p{{{x},{y}}}] %[pixel:p{{1,1}}]", "info:"], os.environ
-            )
+            form = f"%wx%h %[pixel:p{{{x},{y}}}] %[pixel:p{{1,1}}]"
+            return run_tool(["convert", picture, "-format", form, "info:"], os.environ)
 
         # Shown is not painted yet.
         wait_until(
@@ -120,12 +118,8 @@ class TestDesktopOnItsOwn:
             "import time\nfrom testing.desktop import Desktop\n"
             "with Desktop():\n print('ready', flush=True)\n time.sleep(600)\n"
         )
-        with subprocess.Popen(
-            [sys.executable, "-c", script],
-            stdout=subprocess.PIPE,
-            text=True,
-            env={**os.environ, "PYTHONPATH": str(REPO)},
-        ) as test:
+        env = {**os.environ, "PYTHONPATH": str(REPO)}
+        with subprocess.Popen([sys.executable, "-c", script], stdout=subprocess.PIPE, text=True, env=env) as test:
             try:
                 assert test.stdout.readline() == "ready\n"
                 started = children(test.pid)
@@ -137,25 +131,16 @@ class TestDesktopOnItsOwn:
 
 def children(parent):
     """{pid: name} of the processes that this one has started and that run."""
-    found = {}
-    for entry in pathlib.Path("/proc").glob("[0-9]*"):
-        name, state, of = stat(entry)
-        if of == parent and state not in "ZX":
-            found[int(entry.name)] = name
-    return found
+    return {pid: name for pid, name in listed("--ppid", parent).items() if name != "ps"}
 
 
 def still_running(processes):
     """Those of {pid: name} that run under the same name still."""
-    seen = {pid: stat(pathlib.Path("/proc", str(pid))) for pid in processes}
-    return {pid: name for pid, name in processes.items() if seen[pid][0] == name and seen[pid][1] not in "ZX"}
+    return dict(listed("--pid", ",".join(map(str, processes))).items() & processes.items())
 
 
-def stat(entry):
-    """Name, state and parent of a process; no name and state X if it is gone."""
-    try:
-        text = (entry / "stat").read_text(errors="replace")
-    except OSError:
-        return "", "X", 0
-    fields = text.rpartition(")")[2].split()
-    return text[text.index("(") + 1 : text.rindex(")")], fields[0], int(fields[1])
+def listed(*which):
+    command = ["ps", "-o", "pid=,stat=,comm=", *map(str, which)]
+    lines = subprocess.run(command, text=True, capture_output=True, check=False).stdout.splitlines()
+    found = (line.split(maxsplit=2) for line in lines)
+    return {int(pid): name for pid, state, name in found if state[0] not in "ZX"}

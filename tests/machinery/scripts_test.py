@@ -15,18 +15,10 @@ from testing.prefix import Prefix
 from testing.processes import REPO, spawn, stop, wait_until
 
 
-@pytest.mark.parametrize(
-    "name", ("bench", "build", "demo", "demo-upload", "fuzz", "inbox", "mutate", "profile", "setup", "test")
-)
+@pytest.mark.parametrize("name", "bench build demo demo-upload fuzz inbox mutate profile setup test".split())
 def test_help_of_a_script_says_how_to_call_it_and_does_nothing(name):
-    told = subprocess.run(
-        [REPO / "scripts" / name, "--help"],
-        text=True,
-        capture_output=True,
-        timeout=30,
-        stdin=subprocess.DEVNULL,
-        check=False,
-    )
+    command, nothing = [REPO / "scripts" / name, "--help"], subprocess.DEVNULL
+    told = subprocess.run(command, text=True, capture_output=True, timeout=30, stdin=nothing, check=False)
     assert (told.returncode, told.stderr) == (0, "")
     assert re.search(rf"usage: .*\b{name}\b|scripts/{name} ", told.stdout)
 
@@ -53,26 +45,15 @@ class Checkout:
         found = {}
         for entry in pathlib.Path("/proc").glob("[0-9]*"):
             with contextlib.suppress(OSError):
-                prefix = next(
-                    (
-                        word
-                        for word in (entry / "environ").read_bytes().split(b"\0")
-                        if word.startswith(f"WINEPREFIX={self.path}/".encode())
-                    ),
-                    None,
-                )
-                if prefix and (entry / "stat").read_text(errors="replace").rpartition(")")[2].split()[0] not in "ZX":
-                    found[int(entry.name)] = prefix.decode().partition("=")[2]
+                words = (entry / "environ").read_bytes().decode(errors="replace").split("\0")
+                prefixes = [word for word in words if word.startswith(f"WINEPREFIX={self.path}/")]
+                if prefixes and (entry / "stat").read_text(errors="replace").rpartition(")")[2].split()[0] not in "ZX":
+                    found[int(entry.name)] = prefixes[0].partition("=")[2]
         return found
 
     def set_up(self):
-        return spawn(
-            [self.path / "scripts" / "setup"],
-            env=self.environment,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT,
-            text=True,
-        )
+        out = {"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, "text": True}
+        return spawn([self.path / "scripts" / "setup"], env=self.environment, **out)
 
     def shells(self, script):
         """The process of the script, and those of its sub-shells; not the programs that they run."""

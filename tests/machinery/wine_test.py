@@ -9,7 +9,7 @@ import tempfile
 import pytest
 
 from testing.prefix import Prefix, fresh_prefix, project_prefix
-from testing.processes import REPO, wait_until
+from testing.processes import REPO, marked_processes, wait_until
 from testing.wine import Hang
 from compiled import program
 
@@ -133,13 +133,9 @@ class TestFreshPrefix:
 
     def test_shares_no_file_that_wine_writes_with_the_original(self):
         with fresh_prefix() as prefix:
-            outside = [
-                path
-                for path in prefix.path.rglob("*")
-                if path.is_file()
-                and not path.is_relative_to(prefix.drive_c / "windows")
-                and not path.is_relative_to(prefix.path / "dosdevices")
-            ]
+            shared = (prefix.drive_c / "windows", prefix.path / "dosdevices")
+            files = (path for path in prefix.path.rglob("*") if path.is_file())
+            outside = [path for path in files if not any(map(path.is_relative_to, shared))]
             assert prefix.path / "system.reg" in outside
             assert [path for path in outside if path.stat().st_nlink > 1] == []
 
@@ -205,13 +201,5 @@ class TestPrefixPaths:
 
 def servers_of(prefix):
     """The processes of Wine's servers that work for that prefix."""
-    found = []
-    for entry in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
-            if (entry / "comm").read_text().startswith("wineserver") and f"WINEPREFIX={prefix.path}".encode() in (
-                entry / "environ"
-            ).read_bytes().split(b"\0"):
-                found.append(int(entry.name))
-        except OSError:
-            continue
-    return found
+    running = marked_processes(f"WINEPREFIX={prefix.path}".encode())
+    return [pid for pid, name in running.items() if name.startswith("wineserver")]

@@ -33,6 +33,13 @@ class Scene:
         self.process.wait_family()
         return self.process.result().text.splitlines()
 
+    def goes_on(self):
+        return self.finish()[-2:] == ["reported", "end"]
+
+    def decline(self, window=None):
+        report_dialog.press(self.screen, "Don't Open & Close", window)
+        return self.finish()
+
     def icon_colour(self):
         """The colour of the icon, which is a green one in the host that has one."""
         return report_dialog.icon_colour(self.screen, self.stage.artifacts / "icon.png")
@@ -49,14 +56,14 @@ def test_open_button_opens_the_message_and_the_host_goes_on(scene, stage):
     report_dialog.press(scene.screen, "Open Error Report")
     report_dialog.wait_closed(scene.screen)
     assert len(scene.host.wait_messages(1)) == 1
-    assert scene.finish()[-2:] == ["reported", "end"]
+    assert scene.goes_on()
 
 
 def test_decline_button_makes_no_message(scene):
     scene.start("write")
     report_dialog.press(scene.screen, "Don't Open & Close")
     report_dialog.wait_closed(scene.screen)
-    assert scene.finish()[-2:] == ["reported", "end"]
+    assert scene.goes_on()
     assert scene.host.opened() == []
     assert scene.host.messages_in_temp() == []
 
@@ -65,7 +72,7 @@ def test_close_box_declines(scene):
     window = scene.start("write")
     scene.screen.close_window(window)
     report_dialog.wait_closed(scene.screen)
-    assert scene.finish()[-2:] == ["reported", "end"]
+    assert scene.goes_on()
     assert scene.host.opened() == []
 
 
@@ -73,8 +80,7 @@ def test_keys_answer_nothing(scene):
     window = scene.start("write")
     scene.screen.activate(window)
     scene.screen.key("Return", "Escape", "Tab")
-    report_dialog.press(scene.screen, "Don't Open & Close", window)
-    scene.finish()
+    scene.decline(window)
     assert scene.host.opened() == []
 
 
@@ -87,52 +93,36 @@ def test_menu_of_the_window_is_at_the_keyboard_and_closes_it(scene):
         return not scene.screen.find_window(report_dialog.TITLE)
 
     wait_until(closed, "the window's menu to close it", 60)
-    assert scene.finish()[-2:] == ["reported", "end"]
+    assert scene.goes_on()
     assert scene.host.opened() == []
 
 
-def test_dialog_stands_in_the_middle_of_the_work_area(scene):
+def test_dialog_stands_in_the_middle_of_the_work_area_and_uses_no_processor_while_it_waits(scene):
     window = scene.start("write", width=1024, height=768)
     # The window's inside; the frame is a little wider than it and its title bar stands above.
     assert abs(window.x + window.width / 2 - 512) <= 8
     assert abs(window.y + window.height / 2 - 384) <= 24
-    report_dialog.press(scene.screen, "Don't Open & Close", window)
-    scene.finish()
 
-
-def test_waiting_dialog_uses_no_processor(scene):
-    window = scene.start("write")
-    pid = scene.process.pid
-
-    def stands_still():
-        before = cpu_ticks(pid)
+    def worked():
+        before = cpu_ticks(scene.process.pid)
         time.sleep(1)  # a stretch of time to measure over, not a wait for something
-        return cpu_ticks(pid) - before
+        return cpu_ticks(scene.process.pid) - before
 
     # A loop that spins takes a hundred ticks a second; one that waits takes none.
-    assert min(stands_still() for _ in range(3)) <= 5
-    report_dialog.press(scene.screen, "Don't Open & Close", window)
-    scene.finish()
+    assert min(worked() for _ in range(3)) <= 5
+    scene.decline(window)
 
 
-def test_icon_of_the_host_is_shown(scene):
-    scene.start("write", program="fault_host_with_icon.exe")
-    assert re.search(r"\(0,192,0\)", scene.icon_colour())
-    report_dialog.press(scene.screen, "Don't Open & Close")
-    scene.finish()
-
-
-def test_icon_of_the_host_is_shown_by_the_second_report_too(scene):
+def test_icon_of_the_host_is_shown_by_each_report(scene):
     scene.start("write", "divide", program="fault_host_with_icon.exe")
+    assert re.search(r"\(0,192,0\)", scene.icon_colour())
     report_dialog.press(scene.screen, "Open Error Report")
     scene.host.wait_messages(1)
     assert re.search(r"\(0,192,0\)", scene.icon_colour())
-    report_dialog.press(scene.screen, "Don't Open & Close")
-    scene.finish()
+    scene.decline()
 
 
 def test_host_without_an_icon_leaves_the_templates(scene):
     scene.start("write")
     assert not re.search(r"\(0,192,0\)", scene.icon_colour())
-    report_dialog.press(scene.screen, "Don't Open & Close")
-    scene.finish()
+    scene.decline()

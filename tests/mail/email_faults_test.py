@@ -31,12 +31,7 @@ def report_each(stage, *args, faults):
     desktop = stage.desktop()
     host = Host(stage, "fault_host.exe", helper="full", desktop=desktop)
     process = host.start(*args, *faults, limit=280)
-    messages = []
-    for count in range(1, len(faults) + 1):
-        report_dialog.press(desktop, "Open Error Report")
-        messages = host.wait_messages(count)
-    process.wait_family()
-    return messages, process.result().text.splitlines()
+    return report_dialog.open_reports(desktop, host, process, len(faults)), process.result().text.splitlines()
 
 
 class TestFaults:
@@ -78,9 +73,8 @@ class TestFaults:
         host = Host(stage, "fault_host.exe", helper="full", desktop=desktop)
         process = host.start("--meanwhile", "divide", "write")
         wait_until(lambda: b"caught meanwhile" in process.stdout, "the other thread's fault", seen=process.output)
-        report_dialog.press(desktop, "Open Error Report")
-        assert host.wait_messages(1)[0].exception_code() == FAULTS["write"]
-        process.wait_family()
+        (message,) = report_dialog.open_reports(desktop, host, process)
+        assert message.exception_code() == FAULTS["write"]
 
     def test_thread_that_is_not_covered_is_not_translated(self, stage):
         host = Host(stage, "fault_host.exe", desktop=stage.desktop())
@@ -91,11 +85,8 @@ class TestFaults:
     @pytest.mark.parametrize("args", ((), ("--thread",)), ids=("main thread", "second thread"))
     def test_stack_overflow_is_reported_as_often_as_it_happens(self, stage, args):
         messages, lines = report_each(stage, *args, faults=["stack", "write", "stack"])
-        assert [hex(message.exception_code()) for message in messages] == [
-            "0xc00000fd",
-            hex(ACCESS_VIOLATION),
-            "0xc00000fd",
-        ]
+        codes = [0xC00000FD, ACCESS_VIOLATION, 0xC00000FD]
+        assert [hex(message.exception_code()) for message in messages] == list(map(hex, codes))
         assert lines == [MARKER, "reported"] * 3 + ["end"]
 
     def test_stack_lines_come_from_the_helper(self, stage):
@@ -117,27 +108,18 @@ def description_with(stage, helper, stray=None):
     desktop = stage.desktop()
     host = Host(stage, "fault_host.exe", helper=helper, desktop=desktop)
     if stray:
-        shutil.copy(
-            stage.helper("full"),
-            host.prefix.to_unix(stray),
-        )
-    process = host.start("divide")
-    report_dialog.press(desktop, "Open Error Report")
-    body = host.wait_messages(1)[0].body
-    process.wait_family()
+        shutil.copy(stage.helper("full"), host.prefix.to_unix(stray))
+    (message,) = report_dialog.open_reports(desktop, host, host.start("divide"))
     # The printers' section comes last in the system text; the fault's description follows the host application's.
-    return re.split(rb"Cannot extract version number of Lumivale\n", body)[1]
+    return re.split(rb"Cannot extract version number of Lumivale\n", message.body)[1].rstrip(b"\r\n")
 
 
 class TestHelpers:
     def test_without_a_helper_the_report_says_so(self, stage):
-        assert description_with(stage, None).rstrip(b"\r\n") == b"faultkit.dll was not found"
+        assert description_with(stage, None) == b"faultkit.dll was not found"
 
     def test_helper_that_is_not_beside_the_host_is_not_taken(self, stage):
-        assert (
-            description_with(stage, None, stray="C:\\windows\\system32").rstrip(b"\r\n")
-            == b"faultkit.dll was not found"
-        )
+        assert description_with(stage, None, stray="C:\\windows\\system32") == b"faultkit.dll was not found"
 
     def test_without_a_reason_the_description_begins_with_the_stack(self, stage):
         assert description_with(stage, "no_reason").startswith(b"Stack Trace:\nfirst line 0 options 15")
@@ -146,15 +128,15 @@ class TestHelpers:
     def test_without_one_of_the_stack_functions_there_is_no_line(self, stage, helper):
         assert re.search(
             rb"^Crush Expantion:\nreason code C0000094 address %b\n\nStack Trace:$" % stage.machine.address.encode(),
-            description_with(stage, helper).rstrip(b"\r\n"),
+            description_with(stage, helper),
         )
 
     def test_helper_without_reason_text_and_lines_leaves_the_captions(self, stage):
-        assert description_with(stage, "silent").rstrip(b"\r\n") == b"Crush Expantion:\n\n\nStack Trace:"
+        assert description_with(stage, "silent") == b"Crush Expantion:\n\n\nStack Trace:"
 
     def test_helper_that_clears_the_stack_itself_does_no_harm(self, stage):
         lines = [b"Crush Expantion:", b"stdcall reason", b"", b"Stack Trace:", *[b"stdcall line"] * 501]
-        assert description_with(stage, "stdcall").rstrip(b"\r\n") == b"\n".join(lines)
+        assert description_with(stage, "stdcall") == b"\n".join(lines)
 
     # A helper gone wrong: the report takes no more of a text than it could show.
     def test_helper_with_300_MB_of_reason_costs_neither_the_report_nor_the_memory(self, stage):

@@ -20,9 +20,7 @@ class Scene:
         return self.host.start(*args, "write")
 
     def message(self, process):
-        report_dialog.press(self.screen, "Open Error Report")
-        message = self.host.wait_messages(1)[0]
-        process.wait_family()
+        (message,) = report_dialog.open_reports(self.screen, self.host, process)
         return message
 
 
@@ -57,13 +55,9 @@ def test_no_picture_is_taken_unless_wanted(scene):
 
 
 def test_picture_comes_before_the_hosts_attachment(scene, stage):
-    scene.screen = stage.desktop()
-    scene.host = Host(stage, "fault_host.exe", desktop=scene.screen)
-    (scene.host.folder / "a.txt").write_bytes(b"x")
-    process = scene.host.start(
-        "--screen", "1", "--attach", scene.host.prefix.to_windows(scene.host.folder / "a.txt"), "write"
-    )
-    message = scene.message(process)
+    (stage.artifacts / "a.txt").write_bytes(b"x")
+    path = "Z:" + str(stage.artifacts / "a.txt").replace("/", "\\")
+    message = scene.message(scene.start("--screen", "1", "--attach", path))
     assert [name for name, _ in message.attachments] == ["screen_copy.jpg", "a.txt"]
 
 
@@ -75,10 +69,7 @@ def test_without_the_format_module_the_attachment_is_empty(scene):
 
 def test_second_report_overwrites_the_picture(scene):
     process = scene.start("--screen", "1", "divide")  # and then the fault of start()
-    report_dialog.press(scene.screen, "Open Error Report")
-    first = scene.host.wait_messages(1)[0].attachments[0][1]
-    report_dialog.press(scene.screen, "Open Error Report")
-    second = scene.host.wait_messages(2)[1].attachments[0][1]
-    process.wait_family()
+    messages = report_dialog.open_reports(scene.screen, scene.host, process, 2)
+    first, second = (message.attachments[0][1] for message in messages)
     assert second == scene.picture.read_bytes()
     assert first[:2] == b"\xFF\xD8"

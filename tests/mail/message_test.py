@@ -70,12 +70,8 @@ class TestReportClass:
         lines = head.split("\r\n")
         assert lines[0] == 'To: "support@wendax.invalid" '
         assert lines[1:4] == ["Reply-To: ", "From: ", "Subject: Corrowfinder Error Report [Main]"]
-        dates = {
-            f"{moment:Date: %A, %d, %y %S:%M:%H +0000}"
-            for moment in (
-                before + datetime.timedelta(seconds=n) for n in range(int((after - before).total_seconds()) + 2)
-            )
-        }
+        moments = (before + datetime.timedelta(seconds=n) for n in range(int((after - before).total_seconds()) + 2))
+        dates = {f"{moment:Date: %A, %d, %y %S:%M:%H +0000}" for moment in moments}
         assert lines[4] in dates
         assert lines[5:] == [
             "MIME-Version: 1.0",
@@ -99,14 +95,8 @@ class TestReportClass:
         assert body.startswith(b"Corrowfinder has performed an illegal operation.\nYou can help")
         assert b"faster.\n\nPlease note, that Corrowfinder has created a screenshot" in body
         assert b"\n\nThank you,\xEE\nTorvex Support\n\nPS:\nWindows Version:\n" in body
-        captions = [
-            b"\nWindows Version:\n",
-            b"\nModule Info:",
-            b"\nCPU Info:",
-            b"\nMonitor info:\n",
-            b"\nPrinters list: \n",
-            b"\nDefault printer: \n",
-        ]
+        captions = (b"\nWindows Version:\n", b"\nModule Info:", b"\nCPU Info:", b"\nMonitor info:\n")
+        captions += (b"\nPrinters list: \n", b"\nDefault printer: \n")
         places = [body.index(caption) for caption in captions]
         assert places == sorted(places)
         assert body.rstrip(b"\r\n").endswith(b"Debug info is not accessible.")
@@ -135,14 +125,8 @@ class TestReportClass:
 
     @pytest.mark.parametrize(
         "name",
-        (
-            pytest.param("50%s%n.txt", id="formats"),
-            pytest.param('a "quoted" name', id="quotes"),
-            pytest.param("it's {x}.log", id="braces"),
-            pytest.param("name\r\nBcc: other@example.org", id="header line"),
-            pytest.param("line\nend", id="line end"),
-            pytest.param("x" * 900, id="900 letters"),
-        ),
+        ("50%s%n.txt", 'a "quoted" name', "it's {x}.log", "name\r\nBcc: other@example.org", "line\nend", "x" * 900),
+        ids=("formats", "quotes", "braces", "header line", "line end", "900 letters"),
     )
     def test_name_of_a_file_stands_in_its_part_and_nowhere_else(self, report, name):
         message = report.message("0", "-", "-", "-", f"Q:\\folder\\{name}", folder="host" + os.urandom(4).hex())
@@ -247,20 +231,8 @@ class FaultHost:
         self.host = Host(self.stage, "fault_host.exe", helper="full", desktop=desktop, **options)
         if prepare:
             args = (*args[:-1], *prepare(self.host), args[-1])
-        process = self.host.start(*args)
-        report_dialog.press(desktop, "Open Error Report")
-        message = self.host.wait_messages(1)[0]
-        process.wait_family()
+        (message,) = report_dialog.open_reports(desktop, self.host, self.host.start(*args))
         return message
-
-    def attached(self, name, content):
-        def prepare(host):
-            path = host.folder / name
-            if content is not None:
-                path.write_bytes(content)
-            return ["--attach", host.prefix.to_windows(path)]
-
-        return [(os.path.basename(name), data) for name, data in self.report("write", prepare=prepare).attachments]
 
 
 @pytest.fixture
@@ -273,9 +245,7 @@ class TestReportOfAFault:
         "args",
         (
             ["--null"],
-            ["--text", "SEHWendaxExceptionGenerate"],
-            ["--text", "SEHWendaxExceptionGenerated!"],
-            ["--text", ""],
+            *(["--text", text] for text in ("SEHWendaxExceptionGenerate", "SEHWendaxExceptionGenerated!", "")),
         ),
         ids=("none", "a letter short", "a letter more", "empty"),
     )
@@ -288,14 +258,16 @@ class TestReportOfAFault:
         body = fault.report("--text", "SEHWendaxExceptionGenerated", "none").body
         assert b"Debug info is not accessible.\n" in body
 
-    def test_attachment_that_exists_is_sent(self, fault):
-        assert fault.attached("notes.txt", b"what I did\r\n") == [("notes.txt", b"what I did\r\n")]
+    @pytest.mark.parametrize("content", (b"what I did\r\n", b"", None), ids=("there", "empty", "missing"))
+    def test_attachment_is_sent_if_it_exists(self, fault, content):
+        def prepare(host):
+            path = host.folder / "notes.txt"
+            if content is not None:
+                path.write_bytes(content)
+            return ["--attach", host.prefix.to_windows(path)]
 
-    def test_attachment_that_is_missing_is_left_out(self, fault):
-        assert fault.attached("missing.txt", None) == []
-
-    def test_attachment_that_is_empty_is_sent_empty(self, fault):
-        assert fault.attached("empty.txt", b"") == [("empty.txt", b"")]
+        attached = [(os.path.basename(name), data) for name, data in fault.report("write", prepare=prepare).attachments]
+        assert attached == ([] if content is None else [("notes.txt", content)])
 
     @pytest.mark.parametrize("path", ("C:\\host", "C:\\host\\fault*.exe"), ids=("folder", "pattern"))
     def test_attachment_that_is_a_folder_or_a_pattern_is_sent_empty(self, fault, path):
@@ -311,8 +283,6 @@ class TestReportOfAFault:
         host = Host(stage, "fault_host.exe", desktop=desktop, locale="ru_RU.UTF-8", folder="папка с отчётом")
         (host.folder / "мой файл.txt").write_bytes(b"data")
         process = host.start("--attach", host.prefix.to_windows(host.folder / "мой файл.txt"), "write")
-        report_dialog.press(desktop, "Open Error Report")
-        message = host.wait_messages(1)[0]
-        process.wait_family()
+        (message,) = report_dialog.open_reports(desktop, host, process)
         assert 'filename="мой файл.txt"'.encode("cp1251") in message.raw
         assert b"\r\n\r\nZGF0YQ==\r\n" in message.raw

@@ -65,30 +65,9 @@ class Scene:
         """How much of the window's place has that colour, in percent."""
         path = self.screen.screenshot(self.stage.artifacts / f"{picture}.png")
         place = f"{window.width}x{window.height}+{window.x}+{window.y}"
-        told = subprocess.run(
-            [
-                "convert",
-                path,
-                "-crop",
-                place,
-                "+repage",
-                "-fill",
-                "black",
-                "+opaque",
-                f"#{colour}",
-                "-fill",
-                "white",
-                "-opaque",
-                f"#{colour}",
-                "-format",
-                "%[fx:100*mean]",
-                "info:",
-            ],
-            check=True,
-            capture_output=True,
-            text=True,
-        ).stdout
-        return float(told)
+        white = f"-fill black +opaque #{colour} -fill white -opaque #{colour}"
+        command = f"convert {path} -crop {place} +repage {white} -format %[fx:100*mean] info:".split()
+        return float(subprocess.run(command, check=True, capture_output=True, text=True).stdout)
 
     def decline(self):
         report_dialog.press(self.screen, "Don't Open & Close")
@@ -227,22 +206,16 @@ class TestTheKeys:
 
 
 class TestInFront:
-    def test_of_a_topmost_window(self, scene):
-        scene.start("click", "topmost", at=(200, 150, 900, 700))
-        dialog = scene.crash()
-        assert scene.covered(dialog, HOST, "dialog") < 1
-        scene.decline()
-
-    @full_screen
-    def test_of_a_full_screen_window(self, scene):
-        scene.start("click", "full-screen")
-        dialog = scene.crash()
-        assert scene.covered(dialog, HOST, "dialog") < 1
-        scene.decline()
-
-    @full_screen
-    def test_of_a_topmost_full_screen_window(self, scene):
-        scene.start("click", "full-screen", "topmost")
+    @pytest.mark.parametrize(
+        "words",
+        (
+            pytest.param(("topmost",), id="topmost"),
+            pytest.param(("full-screen",), id="full-screen", marks=full_screen),
+            pytest.param(("full-screen", "topmost"), id="topmost full-screen", marks=full_screen),
+        ),
+    )
+    def test_of_a_window(self, scene, words):
+        scene.start("click", *words, at=(200, 150, 900, 700) if words == ("topmost",) else (100, 100, 300, 200))
         dialog = scene.crash()
         assert scene.covered(dialog, HOST, "dialog") < 1
         scene.decline()

@@ -64,11 +64,8 @@ def test_looks_for_its_imports_in_few_places(stage, dll):
 
 
 def test_of_a_companion_imports_what_the_list_says(stage):
-    listed = {
-        tuple(line.split())
-        for line in (HERE / "companion_imports.txt").read_text().splitlines()
-        if not line.startswith("#")
-    }
+    lines = (HERE / "companion_imports.txt").read_text().splitlines()
+    listed = {tuple(line.split()) for line in lines if not line.startswith("#")}
     if stage.machine is X64:
         of_64_bits = {"_except_handler3": "__C_specific_handler", "_setjmp3": "_setjmp"}
         listed = {(dll, library, of_64_bits.get(name, name)) for dll, library, name in listed}
@@ -79,15 +76,8 @@ def test_of_a_companion_imports_what_the_list_says(stage):
 
 @pytest.mark.parametrize("dll", DLLS)
 def test_tells_nothing_about_the_machine_that_built_it(stage, dll):
-    places = {
-        str(REPO),
-        str(pathlib.Path.home()),
-        str(stage.product("Wendax.dll").parent),
-        "/usr/",
-        "/home/",
-        "/root/",
-        "/tmp/",
-    } - {"/"}
+    own = map(str, (REPO, pathlib.Path.home(), stage.product("Wendax.dll").parent))
+    places = {*own, "/usr/", "/home/", "/root/", "/tmp/"} - {"/"}
     for file in (dll, dll.replace(".dll", ".pdb")):
         content = stage.product(file).read_bytes().lower()
         for place in places:

@@ -6,19 +6,10 @@ from testing import report_dialog
 from testing.host import LIBRARY_FILES, Host
 
 OURS = (*LIBRARY_FILES, "faultkit.dll")
-OF_THE_SYSTEM = (
-    "gdiplus.dll",
-    "dbghelp.dll",
-    "shdocvw.dll",
-    "version.dll",
-    "wininet.dll",
-    "winspool.drv",
-    "shell32.dll",
-    "advapi32.dll",
-    "gdi32.dll",
-    "user32.dll",
-    "msvcrt.dll",
-)
+OF_THE_SYSTEM = """
+advapi32.dll dbghelp.dll gdi32.dll gdiplus.dll msvcrt.dll shdocvw.dll shell32.dll user32.dll version.dll wininet.dll
+winspool.drv
+""".split()
 # Wine prefers its own libraries to others' of the same names, as Windows doesn't.
 AS_WINDOWS = "winemenubuilder.exe=d;mscoree,mshtml=;gdiplus,dbghelp,shdocvw,version,wininet,winspool.drv=n,b"
 
@@ -30,16 +21,9 @@ def report(stage, plant, folder=None):
     host = Host(stage, "fault_host.exe", files=OURS, desktop=desktop)
     plant(host)
     log = host.prefix.drive_c / "planted.log"
-    process = host.start(
-        "--screen",
-        "1",
-        "write",
-        cwd=host.prefix.drive_c / (folder or "host"),
-        env={"PLANTED_LOG": "C:\\planted.log", "WINEDLLOVERRIDES": AS_WINDOWS},
-    )
-    report_dialog.press(desktop, "Open Error Report")
-    message = host.wait_messages(1)[0]
-    process.wait_family()
+    env = {"PLANTED_LOG": "C:\\planted.log", "WINEDLLOVERRIDES": AS_WINDOWS}
+    process = host.start("--screen", "1", "write", cwd=host.prefix.drive_c / (folder or "host"), env=env)
+    (message,) = report_dialog.open_reports(desktop, host, process)
     return (log.read_text().splitlines() if log.exists() else []), message
 
 
@@ -55,9 +39,8 @@ def assert_whole(message):
 
 
 def test_in_the_current_folder_are_left_alone(stage):
-    loaded, message = report(
-        stage, lambda host: put(stage, host.prefix.drive_c / "elsewhere", OURS + OF_THE_SYSTEM), "elsewhere"
-    )
+    plant = lambda host: put(stage, host.prefix.drive_c / "elsewhere", (*OURS, *OF_THE_SYSTEM))
+    loaded, message = report(stage, plant, "elsewhere")
     assert loaded == []
     assert_whole(message)
 

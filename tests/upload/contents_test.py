@@ -4,17 +4,15 @@ import shutil
 
 import pytest
 
-from testing import report_dialog
 from testing.processes import wait_until
-from testing.upload_body import CONFIRMATION, upload_body
+from testing.upload_body import upload_body
 from testing.web_server import WebServer, answering
-from upload_dialog_test import FAILED, START, Upload
+from uploading import FAILED, START, UploadDialog
 
-YES = answering(b"Well: " + CONFIRMATION)
 FOLDER = r"[HKEY_CLASSES_ROOT\{0}\shell\open\command]"
 
 
-class Contents(Upload):
+class Contents(UploadDialog):
     """An upload dialog that was asked to show what is sent, over a report of three files. What the shell opens folders with
     writes down which."""
 
@@ -23,16 +21,16 @@ class Contents(Upload):
         self.temp = self.wine.prefix.temp_dir
         self.opened_log = self.wine.prefix.drive_c / "opened.log"
         self.opens_folders(stage.product("mail_program.exe"))
-        self.report.end()
-        self.report = self.host.drive(env={"MAIL_PROGRAM_LOG": "C:\\opened.log"})
-        self.report.tell("new")
         assert self.report.tell("show-contents") == "1"
-        (self.host.folder / "other").mkdir()
+        (self.folder / "other").mkdir()
         self.contents = {b"a.cfg": b"config", b"a.log": b"log" * 1000, b"other\\a.log": b"the other log"}
         for name, content in self.contents.items():
-            (self.host.folder / name.decode().replace("\\", "/")).write_bytes(content)
-        self.config, self.log, self.other = (self.host.path_of(name) for name in self.contents)
-        self.report.tell("post", self.config + b"|-|" + self.log + b"|" + self.other)
+            (self.folder / name.decode().replace("\\", "/")).write_bytes(content)
+        self.config, self.log, self.other = (self.path_of(name) for name in self.contents)
+        self.post(self.config, None, self.log, self.other)
+
+    def start(self):
+        return super().start(env={"MAIL_PROGRAM_LOG": "C:\\opened.log"})
 
     def opens_folders(self, program):
         command = f'"{self.wine.prefix.to_windows(program)}" "%1"' if program else "none.exe"
@@ -47,19 +45,11 @@ class Contents(Upload):
 
     def show(self, times=1):
         """Presses the button; returns the folder that opens."""
-        report_dialog.press(self.screen, "What is sent")
+        self.press("What is sent")
         wait_until(lambda: len(self.opened()) >= times, "the folder to be opened", 60)
         folders = self.opened()
         assert len(folders) == times
         return folders[-1]
-
-    def upload(self):
-        """The body that goes out when the button is pressed."""
-        with WebServer(self.address, 80, YES) as server:
-            report_dialog.press(self.screen, "Upload Report")
-            self.finish(1)
-            (request,) = server.requests
-            return request.body
 
     def body(self, **content):
         """As upload_body, with these contents in the place of the files' own; None for a part that doesn't go."""
@@ -93,7 +83,7 @@ class TestFolder:
         assert folder.parent.samefile(contents.temp)
         assert sorted(found_in(folder).values()) == sorted(contents.contents.values())
         assert set(found_in(folder)) == {"a.cfg", "a.log", "4 a.log"}
-        assert contents.upload() == contents.body()
+        assert contents.upload_now().body == contents.body()
         assert set(contents.temp.iterdir()) == temp_before
 
     def test_loses_a_file_that_the_user_deletes_there_and_so_does_the_upload(self, contents):
@@ -102,41 +92,40 @@ class TestFolder:
         (folder / "a.cfg").unlink()
         assert contents.show(times=2) == folder
         assert set(found_in(folder)) == {"a.log", "4 a.log"}
-        body = contents.upload()
+        body = contents.upload_now().body
         assert body == contents.body(Conversion_Config=None)
         assert b"a.cfg" not in body
 
     def test_is_what_goes_also_where_the_files_have_changed_since(self, contents):
         contents.open()
         folder = contents.show()
-        (contents.host.folder / "a.log").write_bytes(b"more that the user hasn't seen")
-        (contents.host.folder / "a.cfg").unlink()
+        (contents.folder / "a.log").write_bytes(b"more that the user hasn't seen")
+        (contents.folder / "a.cfg").unlink()
         (folder / "4 a.log").write_bytes(b"without a name")
-        assert contents.upload() == contents.body(Conversion_log=b"without a name")
+        assert contents.upload_now().body == contents.body(Conversion_log=b"without a name")
 
     def test_is_the_same_for_the_next_try(self, contents):
         contents.open()
         folder = contents.show()
         (folder / "4 a.log").unlink()
         with WebServer(contents.address, 80, answering(b"No.")) as server:
-            report_dialog.press(contents.screen, "Upload Report")
+            contents.press("Upload Report")
             contents.wait_shown(FAILED, takes_clicks=True)
             assert server.requests[0].body == contents.body(Conversion_log=None)
         contents.picture("failed")
         contents.show(times=2)
-        assert contents.upload() == contents.body(Conversion_log=None)
+        assert contents.upload_now().body == contents.body(Conversion_log=None)
 
     def test_may_be_gone_by_the_upload_which_then_has_no_files(self, contents):
         contents.open()
         shutil.rmtree(contents.show())
-        assert contents.upload() == upload_body({})
+        assert contents.upload_now().body == upload_body({})
 
     def test_leaves_what_the_user_has_put_there(self, contents):
         contents.open()
         folder = contents.show()
         (folder / "notes.txt").write_bytes(b"of the user")
-        report_dialog.press(contents.screen, "Close")
-        contents.finish(2)
+        contents.close()
         assert found_in(folder) == {"notes.txt": b"of the user"}
 
     def test_has_a_name_of_its_own_beside_one_that_was_left(self, contents):
@@ -146,40 +135,32 @@ class TestFolder:
         contents.open()
         folder = contents.show()
         assert not folder.samefile(left)
-        assert contents.upload() == contents.body()
+        assert contents.upload_now().body == contents.body()
         assert found_in(left) == {"a.log": b"of another program"}
 
     def test_is_named_for_the_user_where_the_shell_does_not_open_it(self, contents):
         contents.opens_folders(None)
         contents.open()
-        report_dialog.press(contents.screen, "What is sent")
+        contents.press("What is sent")
         folder = contents.wine.prefix.to_windows(contents.temp / "What is sent 1")
         contents.wait_shown(folder, takes_clicks=True)
         contents.picture("named")
         (contents.temp / "What is sent 1" / "a.cfg").unlink()
-        assert contents.upload() == contents.body(Conversion_Config=None)
+        assert contents.upload_now().body == contents.body(Conversion_Config=None)
 
     def test_that_cannot_be_made_changes_nothing(self, contents):
         for path in contents.temp.iterdir():
             path.rename(contents.wine.prefix.drive_c / path.name)
         contents.temp.rmdir()
         contents.open()
-        report_dialog.press(contents.screen, "What is sent")
+        contents.press("What is sent")
         assert contents.shown() == (START, True, True)
-        assert contents.upload() == contents.body()
+        assert contents.upload_now().body == contents.body()
 
 
-def test_without_being_asked_for_there_is_no_button(upload_without):
-    upload_without.open()
-    upload_without.picture("without")
-    report_dialog.press(upload_without.screen, "What is sent")  # where it would be
-    with WebServer(upload_without.address, 80, YES) as server:
-        report_dialog.press(upload_without.screen, "Upload Report")
-        upload_without.finish(1)
-    assert len(server.requests) == 1
-    assert not list(upload_without.wine.prefix.temp_dir.glob("What is sent*"))
-
-
-@pytest.fixture
-def upload_without(stage):
-    return Upload(stage)
+def test_without_being_asked_for_there_is_no_button(dialog):
+    dialog.open()
+    dialog.picture("without")
+    dialog.press("What is sent")  # where it would be
+    dialog.upload_now()
+    assert not list(dialog.wine.prefix.temp_dir.glob("What is sent*"))

@@ -8,11 +8,8 @@ import pytest
 
 from testing import report_dialog
 from testing.host import Host, redirect
-from testing.loopback import loopback_address
 from testing.processes import wait_until
-from testing.upload_body import CONFIRMATION
-from testing.upload_host import UploadHost
-from testing.web_server import WebServer, answering
+from uploading import RUSSIAN, WESTERN, UploadDialog
 
 NAMES = ("--product", "Fine Drawing", "--company", "Рога & Копыта", "--program", "draw.exe")
 SORRY = " has encountered a problem and needs to close.  We are sorry for the inconvenience."
@@ -34,7 +31,6 @@ FAILED = (
     "Ошибка передачи данных.\n\nПожалуйста подключитесь к сети Internet и разрешите программе draw.exe "
     "выход в сеть для соединения с сервером компании Рога && Копыта."
 )
-WESTERN, RUSSIAN = "C.UTF-8", "ru_RU.UTF-8"
 
 pytestmark = pytest.mark.timeout(240)
 
@@ -73,24 +69,13 @@ class Email:
         assert self.process.wait_family() == 0
 
 
-class Upload:
-    def __init__(self, stage, program="upload_host.exe", locale=RUSSIAN, record=NAMES):
-        self.stage = stage
-        self.address = loopback_address()
-        self.screen = stage.desktop(width=1024, height=768)
-        self.wine = stage.wine(self.screen, locale=locale)
-        folder = f"host {len(stage.desktops)}"
-        self.host = UploadHost(stage, program, address=self.address, wine=self.wine, folder=folder)
-        self.host.redirect(*record)
-        self.report = self.host.drive()
-        self.report.tell("new")
+class Dialog(UploadDialog):
+    def __init__(self, stage, program="upload_host.exe", record=NAMES):
+        super().__init__(stage, program, record=record, folder=f"host {len(stage.desktops)}")
 
-    def open(self):
-        self.report.send("dialog")
-        return report_dialog.wait(self.screen)
-
-    def picture(self, name):
-        return self.screen.screenshot(self.stage.artifacts / f"{name}.png")
+    def system_information(self):
+        self.report.tell("system")
+        return (self.wine.prefix.temp_dir / "system_info.txt").read_bytes()
 
 
 class TestEmail:
@@ -136,42 +121,31 @@ class TestEmail:
 
 class TestUpload:
     def test_dialog_and_request_name_them(self, stage):
-        upload = Upload(stage)
-        upload.open()
-        upload.picture("start")
-        assert shown_texts(stage, upload.wine) == UPLOAD_TEXTS
-        report_dialog.press(upload.screen, "Upload Report")  # nobody listens
-
-        def failed():
-            return shown_texts(stage, upload.wine)[1:] == [FAILED]
-
-        wait_until(failed, "the failure to be told", seen=lambda: shown_texts(stage, upload.wine))
-        upload.picture("failed")
-        with WebServer(upload.address, 80, answering(b"Well: " + CONFIRMATION)) as server:
-            report_dialog.press(upload.screen, "Upload Report")
-            assert upload.report.receive() == "1"
-        assert server.requests[0].headers["user-agent"] == "Fine Drawing"
+        dialog = Dialog(stage)
+        dialog.open()
+        dialog.picture("start")
+        assert shown_texts(stage, dialog.wine) == UPLOAD_TEXTS
+        dialog.press("Upload Report")  # nobody listens
+        shown = lambda: shown_texts(stage, dialog.wine)
+        wait_until(lambda: shown()[1:] == [FAILED], "the failure to be told", seen=shown)
+        dialog.picture("failed")
+        assert dialog.upload_now().headers["user-agent"] == "Fine Drawing"
 
     def test_system_information_names_the_program(self, stage):
-        upload = Upload(stage)
-        upload.report.tell("system")
-        text = (upload.wine.prefix.temp_dir / "system_info.txt").read_bytes()
-        assert text.endswith(b"\r\nCannot extract version number of Fine Drawing")
-        shutil.copy(upload.host.exe, upload.host.folder / "draw.exe")
-        upload.report.tell("system")
-        text = (upload.wine.prefix.temp_dir / "system_info.txt").read_bytes()
-        assert b"\r\nFine Drawing module info:\r\nCompany: Unknown\r\n" in text
+        dialog = Dialog(stage)
+        assert dialog.system_information().endswith(b"\r\nCannot extract version number of Fine Drawing")
+        shutil.copy(dialog.exe, dialog.folder / "draw.exe")
+        assert b"\r\nFine Drawing module info:\r\nCompany: Unknown\r\n" in dialog.system_information()
 
     def test_dialog_shows_the_hosts_pictures_where_it_is_told_to(self, stage):
         places = (40, 40), (40, 120), (266, 18)
         for record, expected in (("yes", True), ("no", False)):
-            upload = Upload(stage, "upload_host_with_icon.exe", record=("--own-pictures", record))
-            window = upload.open()
-            seen = colours(upload.picture(f"pictures-{record}"), window, *places)
+            dialog = Dialog(stage, "upload_host_with_icon.exe", ("--own-pictures", record))
+            window = dialog.open()
+            seen = colours(dialog.picture(f"pictures-{record}"), window, *places)
             assert (seen == ["srgb(0,120,200)", "srgb(200,0,200)", "srgb(0,192,0)"]) == expected, seen
             assert ("srgb(0,192,0)" in seen) == expected
-            report_dialog.press(upload.screen, "Close")
-            assert upload.report.receive() == "2"
+            dialog.close()
 
 
 class TestRecordThatIsDamaged:
@@ -184,27 +158,20 @@ class TestRecordThatIsDamaged:
         dll.write_bytes(data)
 
     def test_has_the_texts_that_are_built_in(self, stage):
-        upload = Upload(stage, record=())
-        dll = upload.host.folder / "Wendax.dll"
-        upload.report.end()
+        dialog = Dialog(stage, record=())
+        dialog.report.end()
         for field, content in (("product", b"%s%n\0"), ("company", b"x" * 48), ("program", b"\1.exe\0")):
-            self.damage(dll, field, content)
-        upload.report = upload.host.drive()
-        upload.report.tell("new")
-        upload.report.tell("system")
-        text = (upload.wine.prefix.temp_dir / "system_info.txt").read_bytes()
-        assert text.endswith(b"\r\nCannot extract version number of Lumivale")
-        upload.open()
-        assert shown_texts(stage, upload.wine)[0] == "The program" + SORRY
-        report_dialog.press(upload.screen, "Close")
-        assert upload.report.receive() == "2"
+            self.damage(dialog.folder / "Wendax.dll", field, content)
+        dialog.start()
+        assert dialog.system_information().endswith(b"\r\nCannot extract version number of Lumivale")
+        dialog.open()
+        assert shown_texts(stage, dialog.wine)[0] == "The program" + SORRY
+        dialog.close()
 
     def test_without_an_address_fails(self, stage):
-        upload = Upload(stage, record=())
-        upload.report.end()
+        dialog = Dialog(stage, record=())
+        dialog.report.end()
         for content in (b"\xff" * 128, b"ftp://127.0.0.1/\0", b"\0"):
-            self.damage(upload.host.folder / "Wendax.dll", "server", content)
-            report = upload.host.drive()
-            report.tell("new")
-            assert report.tell("upload") == "failed"
-            report.end()
+            self.damage(dialog.folder / "Wendax.dll", "server", content)
+            assert dialog.start().tell("upload") == "failed"
+            dialog.report.end()

@@ -1,52 +1,39 @@
 """The second try of an upload, through a real proxy (tinyproxy) that alone knows where the server is."""
 
-import contextlib
-import subprocess
-
 import pytest
 
 from testing.loopback import loopback_address
-from testing.processes import spawn, stop, wait_until
-from testing.tls import SYSTEM_AUTHORITIES, SYSTEM_HOSTS, Authority, TlsFront, listens, mounted_over
-from testing.upload_body import CONFIRMATION, FORM_PATH, upload_body
-from testing.upload_host import UploadHost
+from testing.service import Service, listens
+from testing.tls import SYSTEM_AUTHORITIES, SYSTEM_HOSTS, Authority, TlsFront, mounted_over
+from testing.upload_body import FORM_PATH, YES, upload_body
 from testing.web_server import WebServer, answering
+from uploading import Uploader
 
 HOST = "reports.wendax.test"
-YES = answering(b"Well: " + CONFIRMATION)
 SETTINGS = r"HKEY_CURRENT_USER\Software\Microsoft\Windows\CurrentVersion\Internet Settings"
 
 pytestmark = pytest.mark.timeout(300)
 
 
-class Proxy:
-    """Context manager. hosts: the hosts file that the proxy alone sees."""
+class Proxy(Service):
+    """hosts: the hosts file that the proxy alone sees."""
 
     def __init__(self, folder, hosts):
+        super().__init__()
         self.address, self.port = loopback_address(3128), 3128
-        self._hosts = folder / "hosts of the proxy"
+        self._hosts, self._settings, self._requests = (folder / name for name in ("hosts", "proxy.conf", "proxy.log"))
         self._hosts.write_text(hosts)
-        self._log = folder / "proxy.log"
-        self._settings = folder / "proxy.conf"
-        self._settings.write_text(
-            f'Listen {self.address}\nPort {self.port}\nLogFile "{self._log}"\nLogLevel Connect\nMaxClients 20\nTimeout 60\n'
-        )
+        place = f'Listen {self.address}\nPort {self.port}\nLogFile "{self._requests}"\n'
+        self._settings.write_text(place + "LogLevel Connect\nMaxClients 20\nTimeout 60\n")
 
-    def __enter__(self):
+    def start(self):
         inside = 'mount --bind "$1" "$2" && exec tinyproxy -d -c "$3"'
         command = ["unshare", "--mount", "sh", "-c", inside, "sh", self._hosts, SYSTEM_HOSTS, self._settings]
-        with contextlib.ExitStack() as stack:
-            stack.callback(stop, spawn(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
-            wait_until(lambda: listens(self.address, self.port), "the proxy to listen")
-            self._stack = stack.pop_all()
-        return self
-
-    def __exit__(self, *failure):
-        self._stack.close()
+        self.launch(command, lambda: listens(self.address, self.port))
 
     def requests(self):
         """The request lines that it was sent."""
-        lines = self._log.read_text().splitlines()
+        lines = self._requests.read_text().splitlines()
         return [line.partition("): ")[2] for line in lines if "Request (" in line]
 
 
@@ -59,24 +46,18 @@ class Network:
         self.proxy = stage.enter_context(Proxy(folder, f"{self.address} {HOST}\n"))
         self.wine = stage.wine()
 
-    def serve(self, answer=YES, port=80):
+    def serve(self, answer=answering(YES), port=80):
         return self.stage.enter_context(WebServer(self.address, port, answer))
 
     def set_proxy(self, enabled=1, address=None):
         """Those of the user; taken back with the stage."""
-        for name, value in (
-            ("ProxyEnable", enabled),
-            ("ProxyServer", f"{address or self.proxy.address}:{self.proxy.port}"),
-        ):
+        server = f"{address or self.proxy.address}:{self.proxy.port}"
+        for name, value in (("ProxyEnable", enabled), ("ProxyServer", server)):
             self.wine.set_registry(SETTINGS, name, value)
             self.stage.callback(self.wine.set_registry, SETTINGS, name, None)
 
     def upload(self, *record):
-        host = UploadHost(self.stage, wine=self.wine)
-        host.redirect(*record)
-        report = host.drive()
-        report.tell("new")
-        return report.tell("upload")
+        return Uploader(self.stage, wine=self.wine, record=record).start().tell("upload")
 
 
 @pytest.fixture
@@ -107,10 +88,8 @@ def test_tls_goes_through_the_proxy_from_end_to_end(network, tmp_path):
     authority = Authority(tmp_path / "authority")
     server = network.serve(port=8081)
     network.set_proxy()
-    with contextlib.ExitStack() as stack:
-        stack.enter_context(mounted_over(SYSTEM_AUTHORITIES, authority.file.read_bytes(), tmp_path))
-        front = TlsFront(network.address, 443, authority.certificate(HOST), (network.address, 8081))
-        stack.enter_context(front)
+    front = TlsFront(network.address, 443, authority.certificate(HOST), (network.address, 8081))
+    with mounted_over(SYSTEM_AUTHORITIES, authority.file.read_bytes(), tmp_path), front:
         assert network.upload("--upload-url", f"https://{HOST}/up", "--proxy", "yes") == "uploaded"
     (request,) = server.requests
     assert request.line.startswith("POST /up HTTP/1.")

@@ -2,14 +2,12 @@
 
 import time
 
-import upload_dialog_test
 from testing import report_dialog
-from testing.processes import wait_until
 from testing.driven_host import DrivenHost
 from testing.loopback import loopback_address
-from testing.upload_body import CONFIRMATION
+from testing.upload_body import YES
 from testing.web_server import WebServer
-from testing.upload_host import UploadHost
+from uploading import FAILED
 
 LIMIT = 60  # seconds for an answer whose headers are there
 LATE = 30  # more on a busy machine
@@ -21,8 +19,8 @@ class SlowServer(WebServer):
     """Gives headers at once, then the text, then a byte each second; without a text it never answers. arrived is when
     the request was there."""
 
-    def __init__(self, text, bytes_more=0):
-        super().__init__(loopback_address(), 80, self._answer)
+    def __init__(self, text, bytes_more=0, address=None):
+        super().__init__(address or loopback_address(), 80, self._answer)
         self.text, self.more, self.arrived = text, bytes_more, None
 
     def _answer(self, client):
@@ -37,33 +35,15 @@ class SlowServer(WebServer):
         self.wait_end()
 
 
-class Dialog:
-    """The dialog of an upload report to that address, on a desktop of its own."""
-
-    def __init__(self, stage, address):
-        self.screen = stage.desktop(width=1024, height=768)
-        self.wine = stage.wine(self.screen, locale="ru_RU.UTF-8")
-        self.probe = stage.product("dialog_probe.exe")
-        self.report = UploadHost(stage, address=address, wine=self.wine).drive()
-        self.report.tell("new")
-        self.report.send("dialog")
-
-    def press(self, button):
-        report_dialog.press(self.screen, button)
-
-    def shown(self):
-        return self.wine.run(self.probe).text.split()
-
-
 def took_the_limit(seconds):
     return LIMIT - 1 < seconds < LIMIT + LATE
 
 
 class TestUserWithASlowServer:
-    def test_is_held_for_a_minute_and_what_has_come_by_then_counts(self, stage):
+    def test_is_held_for_a_minute_and_what_has_come_by_then_counts(self, stage, dialog):
         """All at once, because each takes a minute."""
-        dripping = stage.enter_context(SlowServer(b"Well: " + CONFIRMATION, bytes_more=1000))
-        dialog = Dialog(stage, dripping.address)
+        dripping = stage.enter_context(SlowServer(YES, bytes_more=1000, address=dialog.address))
+        dialog.open()
         dialog.press("Upload Report")
 
         servers = {
@@ -95,16 +75,15 @@ class TestUserWithASlowServer:
 class TestUserWithAServerThatSendsTooMuch:
     """More than the bound; then it waits, so that only the bound ends the answer."""
 
-    def serve(self, stage, text):
-        return stage.enter_context(SlowServer(text * (MOST // len(text) + 10000)))
+    def serve(self, stage, text, address=None):
+        return stage.enter_context(SlowServer(text * (MOST // len(text) + 10000), address=address))
 
-    def test_can_try_again_after_16_megabytes(self, stage):
-        dialog = Dialog(stage, self.serve(stage, b"Data ").address)
+    def test_can_try_again_after_16_megabytes(self, stage, dialog):
+        self.serve(stage, b"Data ", dialog.address)
+        dialog.open()
         dialog.press("Upload Report")
-        failed = upload_dialog_test.FAILED.encode("cp1251").hex()
-        wait_until(lambda: dialog.shown() == [failed, "1", "1"], "the failure", LIMIT - 1, seen=dialog.shown)
-        dialog.press("Close")
-        assert dialog.report.receive() == "2"
+        dialog.wait_shown(FAILED, takes_clicks=True, timeout=LIMIT - 1)
+        dialog.close()
 
     def test_gets_the_16_megabytes(self, stage):
         server = self.serve(stage, b"0123456789")

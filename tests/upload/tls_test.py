@@ -5,16 +5,14 @@ import os
 
 import pytest
 
-from testing import report_dialog
 from testing.loopback import loopback_address
 from testing.php_server import PhpServer
 from testing.tls import SYSTEM_AUTHORITIES, SYSTEM_HOSTS, Authority, TlsFront, mounted_over
-from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body
-from testing.upload_host import UploadHost
+from testing.upload_body import CONTENT_TYPE, FORM_PATH, YES, upload_body
 from testing.web_server import WebServer, answering, http_answer
+from uploading import WESTERN, UploadDialog, Uploader
 
 HOST, OTHER_HOST = "reports.wendax.test", "elsewhere.wendax.test"
-YES = b"Well: " + CONFIRMATION
 
 pytestmark = pytest.mark.timeout(300)
 
@@ -59,11 +57,8 @@ class Place:
         return server
 
     def uploads_to(self, url):
-        self.host = UploadHost(self.stage)
-        self.host.redirect("--upload-url", url)
-        self.report = self.host.drive()
-        self.report.tell("new")
-        return self.report
+        self.host = Uploader(self.stage, record=("--upload-url", url))
+        return self.host.start()
 
 
 @pytest.fixture
@@ -76,7 +71,7 @@ class TestUpload:
         server = place.serve(answering(YES))
         report = place.uploads_to(f"https://{HOST}:8443")
         log = place.host.write(b"log", b"bytes\0of the log")
-        report.tell("post", b"-|-|" + log + b"|-")
+        place.host.post(log=log)
         assert report.tell("upload") == "uploaded"
         (request,) = server.requests
         assert request.line == f"POST {FORM_PATH} HTTP/1.1"
@@ -95,7 +90,7 @@ class TestUpload:
             with TlsFront(place.address, 8443, place.certificate, (place.address, 8081)):
                 report = place.uploads_to(f"https://{HOST}:8443")
                 log = place.host.write(b"log", b"of the host")
-                report.tell("post", b"-|-|" + log + b"|-")
+                place.host.post(log=log)
                 assert report.tell("upload") == "uploaded"
             (stored,) = server.reports()
         assert stored["Conversion_log"] == (log.decode(), b"of the host")
@@ -105,7 +100,7 @@ class TestUpload:
         report = place.uploads_to(f"https://{HOST}:8443")
         content = os.urandom(64 << 20)
         file = place.host.write(b"big", content)
-        report.tell("post", b"-|-|-|" + file)
+        place.host.post(file=file)
         assert report.tell("upload", timeout=240) == "uploaded"
         assert server.requests[0].body == upload_body({"File_for_conversion": (file, content)})
 
@@ -114,7 +109,7 @@ class TestUpload:
         assert report.tell("keep", place.host.path_of(b"unsent")) == "1"
         assert report.tell("upload") == "failed"  # nobody listens
         report.end()
-        report = place.host.drive()
+        report = place.host.start()
         assert report.tell("keep", place.host.path_of(b"unsent")) == "1"
 
         def in_the_clear(client):
@@ -133,17 +128,14 @@ class TestUpload:
 
     def test_that_shows_its_progress_arrives_whole(self, place, stage):
         server = place.serve(answering(YES))
-        screen = stage.desktop(width=1024, height=768)
-        host = UploadHost(stage, wine=stage.wine(screen))
-        host.redirect("--upload-url", f"https://{HOST}:8443")
-        report = host.drive()
-        assert (report.tell("new"), report.tell("show-progress")) == ("done", "1")
+        dialog = UploadDialog(stage, locale=WESTERN, record=("--upload-url", f"https://{HOST}:8443"))
+        assert dialog.report.tell("show-progress") == "1"
         content = os.urandom(4 << 20)
-        file = host.write(b"big", content)
-        report.tell("post", b"-|-|-|" + file)
-        report.send("dialog")
-        report_dialog.press(screen, "Upload Report")
-        assert report.receive() == "1"
+        file = dialog.write(b"big", content)
+        dialog.post(file=file)
+        dialog.open()
+        dialog.press("Upload Report")
+        assert dialog.report.receive() == "1"
         (request,) = server.requests
         assert request.body == upload_body({"File_for_conversion": (file, content)})
 
@@ -186,7 +178,7 @@ class TestServerThatBreaksOff:
 
         server = place.serve(answer)
         report = place.uploads_to(f"https://{HOST}:8443")
-        report.tell("post", b"-|-|-|" + place.host.write(b"big", bytes(16 << 20)))
+        place.host.post(file=place.host.write(b"big", bytes(16 << 20)))
         assert report.tell("upload") == "failed"
         assert server.requests
 

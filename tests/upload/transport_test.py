@@ -5,14 +5,13 @@ address of their own.
 """
 
 import dataclasses
-import threading
 
 import pytest
 
 from testing.driven_host import DrivenHost
 from testing.processes import WaitTimeout
 from testing.loopback import loopback_address
-from testing.web_server import WebServer, answering, http_answer
+from testing.web_server import HoldingServer, WebServer, answering, http_answer
 
 # GetLastError() as WinINet gives it.
 NOT_ENOUGH_MEMORY = 8
@@ -55,10 +54,7 @@ class Transport:
     def post(self, server, body=b"body", path="/"):
         file = self.stage.artifacts / "body"
         file.write_bytes(body)
-        return self.request("post", server.url + path, self.host_path(file))
-
-    def host_path(self, file):
-        return "Z:" + str(file).replace("/", "\\")
+        return self.request("post", server.url + path, "Z:" + str(file).replace("/", "\\"))
 
 
 @pytest.fixture
@@ -296,19 +292,11 @@ class TestFailure:
 
     def test_to_answer_keeps_the_request_waiting_and_does_it_no_harm(self, transport):
         # For a minute; slow_server_test.py waits for its end.
-        received = threading.Event()
-
-        def answer(client):
-            client.read_request()
-            received.set()
-            client.server.wait_end()
-
-        server = transport.serve(answer)
-        transport.host.send("text", server.url + "/", "body")
-        assert received.wait(60)
-        with pytest.raises(WaitTimeout):
-            transport.host.receive(timeout=3)
-        server.end()
+        with HoldingServer(loopback_address(), 80) as server:
+            transport.host.send("text", server.url + "/", "body")
+            assert server.arrived.wait(60)
+            with pytest.raises(WaitTimeout):
+                transport.host.receive(timeout=3)
         assert not transport.answer(transport.host.receive()).text
         server = transport.serve(answering(b"fine"))
         assert transport.post(server).text == b"fine"
@@ -348,7 +336,7 @@ class TestLittleMemory:
 class TestManyRequests:
     """Nothing may be left behind by a request, whatever came of it."""
 
-    def assert_nothing_kept(self, transport, *commands, answer, count=120):
+    def assert_nothing_kept(self, transport, commands, answer, count=120):
         """Gives the commands that many times over; answer is the text that each must get, or None for failures."""
         # What the first ones set up for good (Wine's caches among it) is not counted.
         self.repeat(transport, commands, answer, 3)
@@ -374,29 +362,24 @@ class TestManyRequests:
         assert kind == "held"
         return tuple(map(int, counts))
 
-    def test_that_succeed_leave_nothing(self, transport):
-        server = transport.serve(answering(b"f" * 10000))
-        self.assert_nothing_kept(transport, ("text", server.url + "/", "body"), answer=b"f" * 10000)
-
-    def test_with_long_answers_leave_nothing(self, transport):
-        server = transport.serve(answering(b"x" * 100000))
-        self.assert_nothing_kept(transport, ("text", server.url + "/", "body"), answer=b"x" * 100000)
-
-    def test_of_both_kinds_leave_nothing(self, transport):
-        server = transport.serve(answering(b"fine"))
-        self.assert_nothing_kept(
-            transport, ("get", server.url + "/"), ("text", server.url + "/", "body"), answer=b"fine"
-        )
-
-    def test_that_fail_to_connect_leave_nothing(self, transport):
-        url = f"http://{loopback_address()}/"
-        self.assert_nothing_kept(transport, ("text", url, "body"), ("get", url), answer=None)
-
-    def test_without_a_sensible_url_leave_nothing(self, transport):
-        self.assert_nothing_kept(
-            transport, ("text", "no-url", "body"), ("get", "no-url"), ("nothing", "post"), answer=None
-        )
-
-    def test_of_many_transports_leave_nothing(self, transport):
-        server = transport.serve(answering(b"fine"))
-        self.assert_nothing_kept(transport, ("new",), ("text", server.url + "/", "body"), answer=b"fine")
+    @pytest.mark.parametrize(
+        ("size", "commands"),
+        [
+            pytest.param(10000, [("text", "{url}/", "body")], id="that succeed"),
+            pytest.param(100000, [("text", "{url}/", "body")], id="with long answers"),
+            pytest.param(4, [("get", "{url}/"), ("text", "{url}/", "body")], id="of both kinds"),
+            pytest.param(4, [("new",), ("text", "{url}/", "body")], id="of many transports"),
+            pytest.param(None, [("text", "{url}/", "body"), ("get", "{url}/")], id="that fail to connect"),
+            pytest.param(
+                None,
+                [("text", "no-url", "body"), ("get", "no-url"), ("nothing", "post")],
+                id="without a sensible url",
+            ),
+        ],
+    )
+    def test_leave_nothing(self, transport, size, commands):
+        """size: of the answers; None where nobody listens."""
+        answer = None if size is None else b"x" * size
+        url = transport.serve(answering(answer)).url if answer else f"http://{loopback_address()}"
+        commands = [tuple(word.format(url=url) for word in command) for command in commands]
+        self.assert_nothing_kept(transport, commands, answer)

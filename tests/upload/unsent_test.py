@@ -3,56 +3,46 @@
 import os
 import random
 import signal
-import threading
 import time
 
 import pytest
 
 import kept_reports
-from testing.loopback import loopback_address
 from testing.processes import wait_until
-from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body
-from testing.upload_host import UploadHost
-from testing.web_server import WebServer, answering, http_answer
+from testing.upload_body import CONTENT_TYPE, FORM_PATH, YES, upload_body
+from testing.web_server import HoldingServer, answering, http_answer
+from uploading import Uploader
 
-YES = b"Well: " + CONFIRMATION
 REFUSED = answering(b"Please come back later.")
 KILLS = 50
 FOREIGN_NAME = "Непосланное Ünsent 未送信"
 
 
-class Program:
-    """A host whose reports go to an address of the test's, and a folder that keeps what can't be sent."""
+class Program(Uploader):
+    """A host that may keep what can't be sent in a folder."""
 
     def __init__(self, stage, name="unsent"):
-        self.stage = stage
-        self.address = loopback_address()
-        self.host = UploadHost(stage, address=self.address)
+        super().__init__(stage)
         self.url = f"http://{self.address}{FORM_PATH}"
-        self.folder = self.host.folder / name
-        self.path = self.host.path_of(name.encode())
+        self.unsent = self.folder / name
+        self.unsent_path = self.path_of(name.encode("utf-8"))
 
     def start(self, keep=True):
-        """A process of it, with a report."""
-        process = self.host.drive()
-        process.tell("new")
+        process = super().start()
         if keep:
-            assert process.tell("keep", self.path) == "1"
+            assert process.tell("keep", self.unsent_path) == "1"
         return process
-
-    def serve(self, answer=answering(YES)):
-        return self.stage.enter_context(WebServer(self.address, 80, answer))
 
     def put(self, *bodies, days_old=0.0):
         """Reports with these bodies, the first the oldest."""
-        self.folder.mkdir(exist_ok=True)
+        self.unsent.mkdir(exist_ok=True)
         return [
-            kept_reports.write(self.folder, kept_reports.report(self.url, body, days_old - i / 86400))
+            kept_reports.write(self.unsent, kept_reports.report(self.url, body, days_old - i / 86400))
             for i, body in enumerate(bodies)
         ]
 
     def kept(self):
-        return kept_reports.read_all(self.folder) if self.folder.exists() else []
+        return kept_reports.read_all(self.unsent) if self.unsent.exists() else []
 
     def send(self):
         """What WendaxSendUnsent answers in a new process: (begun, sent, remaining, damaged)."""
@@ -61,9 +51,18 @@ class Program:
         assert process.end() == 0
         return answer
 
+    def write_log(self, content):
+        """Puts it into the host's log; returns (the log's path, the body of a report with it)."""
+        log = self.write(b"log", content)
+        return log, upload_body({"Conversion_log": (log, content)})
+
 
 def sent(process):
     return tuple(map(int, process.tell("send-unsent").split()))
+
+
+def bodies(requests):
+    return [request.body for request in requests]
 
 
 @pytest.fixture
@@ -73,17 +72,16 @@ def program(stage):
 
 class TestUploadThatFails:
     def test_goes_out_whole_and_to_the_same_place_at_the_next_start_and_is_gone_then(self, program):
-        log = program.host.write(b"log", os.urandom(300000))
-        expected = upload_body({"Conversion_log": (log, (program.host.folder / "log").read_bytes())})
+        log, expected = program.write_log(os.urandom(300000))
         process = program.start()
-        process.tell("post", b"-|-|" + log + b"|-")
+        program.post(log=log)
         before = kept_reports.now()
         assert process.tell("upload") == "failed"  # nobody listens
         (kept,) = program.kept()
         assert (kept.url, kept.body, kept.proxy_allowed) == (program.url, expected, False)
         assert before - kept_reports.SECOND < kept.ticks < kept_reports.now() + kept_reports.SECOND
         assert process.end() == 0
-        (program.host.folder / "log").unlink()
+        (program.folder / "log").unlink()
 
         server = program.serve()
         assert program.send() == (1, 1, 0, 0)
@@ -92,7 +90,7 @@ class TestUploadThatFails:
         assert request.headers["content-type"] == CONTENT_TYPE
         assert request.headers["host"] == program.address
         assert request.body == expected
-        assert list(program.folder.iterdir()) == []
+        assert list(program.unsent.iterdir()) == []
         assert program.send() == (1, 0, 0, 0)
         assert len(server.requests) == 1
 
@@ -120,22 +118,21 @@ class TestUploadThatFails:
         assert program.send() == (1, 0, 1, 0)
         assert program.send() == (1, 0, 1, 0)
         assert path.read_bytes() == content
-        assert [request.body for request in server.requests] == [b"body", b"body"]
+        assert bodies(server.requests) == [b"body", b"body"]
 
     def test_is_kept_once_however_often_it_is_tried_and_not_at_all_once_it_has_gone(self, program):
         process = program.start()
-        log = program.host.write(b"log", b"first")
-        process.tell("post", b"-|-|" + log + b"|-")
+        program.post(log=program.path_of(b"log"))
         for text in (b"first", b"second"):
-            program.host.write(b"log", text)
+            program.write_log(text)
             assert process.tell("upload") == "failed"
         # As long as the report's dialog might try again, nobody else does.
         assert program.send() == (1, 0, 1, 0)
         server = program.serve()
-        program.host.write(b"log", b"third")
+        _, expected = program.write_log(b"third")
         assert process.tell("upload") == "uploaded"
         assert program.kept() == []
-        assert [request.body for request in server.requests] == [upload_body({"Conversion_log": (log, b"third")})]
+        assert bodies(server.requests) == [expected]
 
     def test_is_kept_beside_one_of_another_report(self, program):
         process = program.start()
@@ -149,43 +146,42 @@ class TestUploadThatFails:
 
     def test_is_kept_in_a_folder_whose_name_no_code_page_has(self, stage):
         program = Program(stage, FOREIGN_NAME)
-        program.path = program.host.path_of(b"") + FOREIGN_NAME.encode("utf-8")
         process = program.start()
         assert process.tell("upload") == "failed"
         process.end()
-        assert [kept.body for kept in program.kept()] == [upload_body({})]
+        assert bodies(program.kept()) == [upload_body({})]
         program.serve()
         assert program.send() == (1, 1, 0, 0)
 
     def test_leaves_the_newest_ten_of_256_megabytes_and_30_days(self, program):
-        bodies = [b"%d" % i for i in range(12)]
-        program.put(*bodies, days_old=1)
+        older = [b"%d" % i for i in range(12)]
+        program.put(*older, days_old=1)
         process = program.start()
         assert process.tell("upload") == "failed"
-        assert [kept.body for kept in program.kept()] == [*bodies[-9:], upload_body({})]
+        assert bodies(program.kept()) == [*older[-9:], upload_body({})]
 
-        for path in program.folder.iterdir():
+        for path in program.unsent.iterdir():
             path.unlink(missing_ok=True)
         old = [
-            kept_reports.write(program.folder, kept_reports.report(program.url, b"", days), sparse_size=megabytes << 20)
+            kept_reports.write(program.unsent, kept_reports.report(program.url, b"", days), sparse_size=megabytes << 20)
             for days, megabytes in ((3, 1), (2, 200), (1, 100))
         ]
         assert process.tell("upload") == "failed"
         assert [path.exists() for path in old] == [False, False, True]
 
     def test_is_not_kept_unless_the_host_asks_for_it(self, program):
-        before = set(program.host.folder.rglob("*"))
+        before = set(program.folder.rglob("*"))
         process = program.start(keep=False)
         assert process.tell("upload") == "failed"
         assert sent(process) == (0, 0, 0, 0)
-        assert set(program.host.folder.rglob("*")) == before
-        assert process.tell("keep", program.path) == "1"
+        assert set(program.folder.rglob("*")) == before
+        assert process.tell("keep", program.unsent_path) == "1"
         assert process.tell("keep") == "1"
         assert process.tell("upload") == "failed"
-        assert set(program.host.folder.rglob("*")) == before
+        assert set(program.folder.rglob("*")) == before
 
     def test_is_a_failure_like_any_other_where_it_cannot_be_kept(self, program):
-        program.folder.write_bytes(b"a file, no folder")
+        program.unsent.write_bytes(b"a file, no folder")
         process = program.start()
         assert process.tell("upload") == "failed"
         assert sent(process) == (1, 0, 0, 0)
@@ -193,13 +189,13 @@ class TestUploadThatFails:
         assert process.tell("upload") == "failed"
         program.serve()
         assert process.tell("upload") == "uploaded"
-        assert program.folder.read_bytes() == b"a file, no folder"
+        assert program.unsent.read_bytes() == b"a file, no folder"
 
 
 class TestFolder:
     def test_that_is_not_there_has_nothing_to_send(self, program):
         assert program.send() == (1, 0, 0, 0)
-        assert not program.folder.exists()
+        assert not program.unsent.exists()
 
     def test_keeps_what_is_damaged_or_of_another_maker(self, program):
         program.put(b"whole")
@@ -215,41 +211,41 @@ class TestFolder:
             "other.tmp": b"of another program",
         }
         for name, content in foreign.items():
-            (program.folder / name).write_bytes(content)
-        (program.folder / "folder.unsent").mkdir()
+            (program.unsent / name).write_bytes(content)
+        (program.unsent / "folder.unsent").mkdir()
         elsewhere = kept_reports.report("gopher://example.com/", b"body")
-        kept_reports.write(program.folder, elsewhere, "elsewhere.unsent")
-        foreign["elsewhere.unsent"] = (program.folder / "elsewhere.unsent").read_bytes()
+        kept_reports.write(program.unsent, elsewhere, "elsewhere.unsent")
+        foreign["elsewhere.unsent"] = (program.unsent / "elsewhere.unsent").read_bytes()
         server = program.serve()
         assert program.send() == (1, 1, 0, len(foreign))
-        assert [request.body for request in server.requests] == [b"whole"]
-        assert {path.name: path.read_bytes() for path in program.folder.iterdir() if path.is_file()} == foreign
-        assert (program.folder / "folder.unsent").is_dir()
+        assert bodies(server.requests) == [b"whole"]
+        assert {path.name: path.read_bytes() for path in program.unsent.iterdir() if path.is_file()} == foreign
+        assert (program.unsent / "folder.unsent").is_dir()
 
     def test_loses_the_half_written_file_of_a_killed_program_and_sends_the_whole_one(self, program):
-        program.folder.mkdir()
+        program.unsent.mkdir()
         whole = kept_reports.report(program.url, b"body")
         content = kept_reports.header_of(whole) + whole.body
-        (program.folder / f"wendax-{1:016x}-00000020-0001.tmp").write_bytes(content[:-1])
-        (program.folder / f"wendax-{2:016x}-00000020-0001.tmp").write_bytes(b"")
-        (program.folder / f"wendax-{3:016x}-00000020-0001.tmp").write_bytes(content)
+        (program.unsent / f"wendax-{1:016x}-00000020-0001.tmp").write_bytes(content[:-1])
+        (program.unsent / f"wendax-{2:016x}-00000020-0001.tmp").write_bytes(b"")
+        (program.unsent / f"wendax-{3:016x}-00000020-0001.tmp").write_bytes(content)
         server = program.serve()
         assert program.send() == (1, 1, 0, 0)
-        assert [request.body for request in server.requests] == [b"body"]
-        assert list(program.folder.iterdir()) == []
+        assert bodies(server.requests) == [b"body"]
+        assert list(program.unsent.iterdir()) == []
 
     def test_is_sent_from_the_oldest_on_and_without_what_is_too_old(self, program):
         program.put(b"too old", days_old=31)
         program.put(b"1", b"2", b"3", days_old=29)
         server = program.serve()
         assert program.send() == (1, 3, 0, 0)
-        assert [request.body for request in server.requests] == [b"1", b"2", b"3"]
+        assert bodies(server.requests) == [b"1", b"2", b"3"]
 
     def test_keeps_its_newest_however_old_it_is(self, program):
         program.put(b"older", b"old", days_old=100)
         server = program.serve()
         assert program.send() == (1, 1, 0, 0)
-        assert [request.body for request in server.requests] == [b"old"]
+        assert bodies(server.requests) == [b"old"]
 
     def test_goes_on_behind_a_report_that_the_server_refuses(self, program):
         def answer(client):
@@ -259,44 +255,29 @@ class TestFolder:
         program.put(b"first", b"refused", b"last")
         server = program.serve(answer)
         assert program.send() == (1, 2, 1, 0)
-        assert [request.body for request in server.requests] == [b"first", b"refused", b"last"]
-        assert [kept.body for kept in program.kept()] == [b"refused"]
+        assert bodies(server.requests) == [b"first", b"refused", b"last"]
+        assert bodies(program.kept()) == [b"refused"]
 
 
 class TestTwoProcesses:
     def test_never_send_from_one_folder_at_the_same_time(self, program):
-        arrived, release = threading.Event(), threading.Event()
-
-        def answer(client):
-            client.read_request()
-            arrived.set()
-            release.wait(120)
-            client.send(http_answer(YES))
-
         program.put(b"one", b"two")
-        server = program.serve(answer)
+        server = program.stage.enter_context(HoldingServer(program.address, 80, http_answer(YES)))
         first, second = program.start(), program.start()
         first.send("send-unsent")
-        assert arrived.wait(60)
+        assert server.arrived.wait(60)
         assert sent(second) == (0, 0, 0, 0)
-        release.set()
+        server.release.set()
         assert first.receive() == "1 2 0 0"
-        assert [request.body for request in server.requests] == [b"one", b"two"]
+        assert bodies(server.requests) == [b"one", b"two"]
         assert sent(second) == (1, 0, 0, 0)
 
     def test_are_not_kept_apart_by_one_that_was_killed(self, program):
-        arrived = threading.Event()
-
-        def hold(client):
-            client.read_request()
-            arrived.set()
-            client.server.wait_end()
-
         program.put(b"body")
-        with WebServer(program.address, 80, hold):
+        with HoldingServer(program.address, 80) as server:
             first = program.start()
             first.send("send-unsent")
-            assert arrived.wait(60)
+            assert server.arrived.wait(60)
             first.process.kill()
         program.serve()
         assert program.send() == (1, 1, 0, 0)
@@ -324,14 +305,9 @@ class KillingServer:
 
     def answer(self, client):
         self.reached("connected")
-        head = b""
-        while b"\r\n\r\n" not in head:
-            got = client.connection.recv(4096)
-            if not got:
-                return
-            head += got
-        head, _, body = head.partition(b"\r\n\r\n")
-        length = int(head.lower().partition(b"content-length: ")[2].split()[0])
+        _, body, length = client.read_head(piece=4096)
+        if length is None:
+            return
         halved = False
         while len(body) < length:
             if len(body) >= length // 2 and not halved:
@@ -370,7 +346,7 @@ class TestKilledProgram:
             wait_until(lambda: not process.process.running(), f"the kill at {moment}", 60)
             process.process.kill()
             confirmed = server.bodies[before:]
-            kept = [report.body for report in program.kept()]  # each is whole, or this raises
+            kept = bodies(program.kept())  # each is whole, or this raises
             again = set(confirmed) & set(kept)
             assert len(again) <= 1, moment
             assert again <= set(confirmed[-1:]), "only the last one's confirmation was arriving"
@@ -385,36 +361,32 @@ class TestKilledProgram:
     def test_while_the_user_waits_for_an_upload_loses_nothing(self, program):
         server = KillingServer()
         program.serve(server.answer)
-        content = os.urandom(3 << 20)
-        log = program.host.write(b"log", content)
-        expected = upload_body({"Conversion_log": (log, content)})
+        log, expected = program.write_log(os.urandom(3 << 20))
         for moment in server.MOMENTS:
             process = program.start()
-            process.tell("post", b"-|-|" + log + b"|-")
+            program.post(log=log)
             server.arm(process.process, moment, report=0)
             process.send("upload")
             wait_until(lambda: not process.process.running(), f"the kill at {moment}", 60)
             process.process.kill()
             server.arm(None, None, 0)
-            kept = [report.body for report in program.kept()]
+            kept = bodies(program.kept())
             assert kept in ([expected], []) if moment == "answered" else kept == [expected], moment
             assert program.send() == (1, len(kept), 0, 0), moment
             assert program.kept() == []
 
     def test_while_the_report_is_written_leaves_it_whole_or_nothing(self, program):
-        content = os.urandom(48 << 20)
-        log = program.host.write(b"log", content)
-        expected = upload_body({"Conversion_log": (log, content)})
+        log, expected = program.write_log(os.urandom(48 << 20))
         server = program.serve()
         whole = 0
         for _ in range(5):
             process = program.start()
-            process.tell("post", b"-|-|" + log + b"|-")
+            program.post(log=log)
             process.send("upload")
-            limit = random.randrange(len(content))
+            limit = random.randrange(48 << 20)
 
             def far_enough():
-                files = list(program.folder.glob("*")) if program.folder.exists() else []
+                files = list(program.unsent.glob("*")) if program.unsent.exists() else []
                 return not process.process.running() or any(size_of(path) > limit for path in files)
 
             while not far_enough():
@@ -423,11 +395,10 @@ class TestKilledProgram:
             before = len(server.requests)
             begun, sent_now, *rest = program.send()
             assert (begun, *rest) == (1, 0, 0)
-            assert [request.body for request in server.requests[before:] if len(request.body) == len(expected)] in (
-                [expected] * sent_now,
-            )
+            whole_ones = [body for body in bodies(server.requests[before:]) if len(body) == len(expected)]
+            assert whole_ones == [expected] * sent_now
             whole += sent_now
-            assert list(program.folder.iterdir()) == []
+            assert list(program.unsent.iterdir()) == []
         print(f"{whole} of 5 were whole")
 
 

@@ -2,50 +2,16 @@
 
 import os
 import re
+import shutil
 
 import pytest
 
 from testing.php_server import PhpServer
-from testing.loopback import loopback_address
 from testing.picture import described
 from testing.processes import REPO
-from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, upload_body
-from testing.web_server import WebServer, answering, http_answer
-from testing.upload_host import UploadHost
-
-YES = b"Well: " + CONFIRMATION
-
-
-class Uploads:
-    """A host with a report, and the address that it uploads to."""
-
-    def __init__(self, stage):
-        self.stage = stage
-        self.address = loopback_address()
-        self.host = UploadHost(self.stage, address=self.address)
-        self.report = self.host.drive()
-        self.report.tell("new")
-
-    def serve(self, answer=answering(YES)):
-        self.server = self.stage.enter_context(WebServer(self.address, 80, answer))
-        return self.server
-
-    def post(self, config=None, script=None, log=None, file=None):
-        """PostRequest."""
-        words = (b"-" if path is None else path for path in (config, script, log, file))
-        self.report.tell("post", b"|".join(words))
-
-    def upload(self, timeout=120):
-        return self.report.tell("upload", timeout=timeout)
-
-    def sent(self):
-        """The body of the last request."""
-        return self.server.requests[-1].body
-
-
-@pytest.fixture
-def uploads(stage):
-    return Uploads(stage)
+from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, YES, upload_body
+from testing.web_server import answering, http_answer
+from uploading import RUSSIAN, Uploader
 
 
 class TestBody:
@@ -61,7 +27,7 @@ class TestBody:
     def test_is_the_one_that_the_document_shows(self, uploads):
         uploads.serve()
         content = b"(the bytes of the file)"
-        path = uploads.host.write(b"shown", content)
+        path = uploads.write(b"shown", content)
         uploads.post(file=path)
         assert uploads.upload() == "uploaded"
         shown = (REPO / "docs" / "upload-format.md").read_text("ascii")
@@ -72,43 +38,32 @@ class TestBody:
 
     def test_holds_the_four_files_of_the_host_under_their_names(self, uploads):
         uploads.serve()
-        files = {
-            name: (uploads.host.write(name, content), content)
-            for name, content in (
-                (b"a.cfg", b"config\r\n"),
-                (b"a.scr", b"script\nwith\x00zero bytes\x00"),
-                (b"a.log", b"\x1alog\r"),
-                (b"a.dat", bytes(range(256)) * 1000),
-            )
+        contents = {
+            "Conversion_Config": b"config\r\n",
+            "Conversion_Script": b"script\nwith\x00zero bytes\x00",
+            "Conversion_log": b"\x1alog\r",
+            "File_for_conversion": bytes(range(256)) * 1000,
         }
-        uploads.post(
-            config=files[b"a.cfg"][0], script=files[b"a.scr"][0], log=files[b"a.log"][0], file=files[b"a.dat"][0]
-        )
+        files = {part: (uploads.write(part.encode(), content), content) for part, content in contents.items()}
+        uploads.post(*(path for path, _ in files.values()))
         assert uploads.upload() == "uploaded"
-        assert uploads.sent() == upload_body(
-            {
-                "Conversion_Config": files[b"a.cfg"],
-                "Conversion_Script": files[b"a.scr"],
-                "Conversion_log": files[b"a.log"],
-                "File_for_conversion": files[b"a.dat"],
-            }
-        )
+        assert uploads.sent() == upload_body(files)
 
     def test_holds_files_of_every_size_whole(self, uploads):
         uploads.serve()
         for size in (0, 1, 2, 63, 64, 65, 127, 128, 129, 4095, 4096, 4097, 1000003):
             content = os.urandom(size)
-            path = uploads.host.write(b"sized", content)
+            path = uploads.write(b"sized", content)
             uploads.post(file=path)
             assert uploads.upload() == "uploaded", size
             assert uploads.sent() == upload_body({"File_for_conversion": (path, content)}), size
 
     def test_has_an_empty_part_for_what_cannot_be_read(self, uploads):
         uploads.serve()
-        missing = uploads.host.path_of(b"missing.cfg")
-        (uploads.host.folder / "folder").mkdir()
-        folder = uploads.host.path_of(b"folder")
-        empty = uploads.host.write(b"empty", b"")
+        missing = uploads.path_of(b"missing.cfg")
+        (uploads.folder / "folder").mkdir()
+        folder = uploads.path_of(b"folder")
+        empty = uploads.write(b"empty", b"")
         uploads.post(config=missing, script=folder, log=empty, file=b"Q:\\no such drive")
         assert uploads.upload() == "uploaded"
         assert uploads.sent() == upload_body(
@@ -122,7 +77,7 @@ class TestBody:
 
     def test_has_no_path_for_null_and_for_an_empty_text(self, uploads):
         uploads.serve()
-        path = uploads.host.write(b"file", b"bytes")
+        path = uploads.write(b"file", b"bytes")
         uploads.post(path, path, path, path)
         uploads.post(config=None, script=b"", log=path, file=None)
         assert uploads.upload() == "uploaded"
@@ -130,14 +85,14 @@ class TestBody:
 
     def test_leaves_the_attachments_out(self, uploads):
         uploads.serve()
-        uploads.report.tell("attach", uploads.host.write(b"attached", b"bytes"))
-        uploads.report.tell("attach", uploads.host.path_of(b"missing"))
+        uploads.report.tell("attach", uploads.write(b"attached", b"bytes"))
+        uploads.report.tell("attach", uploads.path_of(b"missing"))
         assert uploads.upload() == "uploaded"
         assert uploads.sent() == upload_body({})
 
     def test_names_its_paths_as_the_host_gave_them(self, uploads):
         uploads.serve()
-        uploads.host.write(b"file", b"bytes")
+        uploads.write(b"file", b"bytes")
         path = b'Q:/host/../HOST\\%s "a" {x} .\\file'
         uploads.post(script=path, log=b"file")
         assert uploads.upload() == "uploaded"
@@ -145,74 +100,58 @@ class TestBody:
 
 
 class TestPreparedFiles:
-    def test_screenshot_and_system_text_are_sent(self, stage):
-        address = loopback_address()
-        wine = stage.wine(prefix=stage.fresh_prefix())
-        report = UploadHost(stage, address=address, wine=wine).drive()
-        server = stage.enter_context(WebServer(address, 80, answering(YES)))
-        for command in ("new", "screen", "system"):
-            report.tell(command)
-        assert report.tell("upload") == "uploaded"
-        temp = wine.prefix.temp_dir
-        folder = wine.prefix.to_windows(temp).encode("ascii")
-        picture = temp / "screen_copy.jpg"
-        text = (temp / "system_info.txt").read_bytes()
-        assert server.requests[0].body == upload_body(
-            {
-                "Screen_copy": (folder + b"\\screen_copy.jpg", picture.read_bytes()),
-                "System_info": (folder + b"\\system_info.txt", text),
-            }
-        )
-        assert described(picture, "%m %w %h %Q") == "JPEG 512 512 75"
-        assert b"Windows Version:" in text
+    @pytest.fixture
+    def uploads(self, stage):
+        """With the files made, in a folder of temporary files of its own."""
+        made = Uploader(stage, wine=stage.wine(prefix=stage.fresh_prefix()))
+        made.start()
+        for command in ("screen", "system"):
+            made.report.tell(command)
+        made.serve()
+        return made
 
-    def test_of_eight_megabytes_each_go_out_whole_with_memory_for_two_bodies_at_most(self, stage):
-        address = loopback_address()
-        wine = stage.wine(prefix=stage.fresh_prefix())
-        host = UploadHost(stage, address=address, wine=wine)
-        server = stage.enter_context(WebServer(address, 80, answering(YES)))
-        report = host.drive()
-        for command in ("new", "screen", "system"):
-            report.tell(command)
-        temp = wine.prefix.temp_dir
-        folder = wine.prefix.to_windows(temp).encode("ascii")
+    def prepared(self, uploads):
+        """{part: file}"""
+        temp = uploads.wine.prefix.temp_dir
+        return {"Screen_copy": temp / "screen_copy.jpg", "System_info": temp / "system_info.txt"}
+
+    def as_sent(self, uploads):
+        name = uploads.wine.prefix.to_windows
+        return {part: (name(file).encode(), file.read_bytes()) for part, file in self.prepared(uploads).items()}
+
+    def test_screenshot_and_system_text_are_sent(self, uploads):
+        assert uploads.upload() == "uploaded"
+        assert uploads.sent() == upload_body(self.as_sent(uploads))
+        prepared = self.prepared(uploads)
+        assert described(prepared["Screen_copy"], "%m %w %h %Q") == "JPEG 512 512 75"
+        assert b"Windows Version:" in prepared["System_info"].read_bytes()
+
+    def test_of_eight_megabytes_each_go_out_whole_with_memory_for_two_bodies_at_most(self, uploads):
         content = os.urandom(8 << 20)
-        files = {part: (host.write(part.encode(), content), content) for part in PARTS[:4]}
-        for part, name in (("Screen_copy", "screen_copy.jpg"), ("System_info", "system_info.txt")):
-            (temp / name).write_bytes(content)
-            files[part] = (folder + b"\\" + name.encode(), content)
-        report.tell(
-            "post",
-            b"|".join(
-                files[part][0]
-                for part in ("Conversion_Config", "Conversion_Script", "Conversion_log", "File_for_conversion")
-            ),
-        )
-        before = self.memory(report)[0]
-        assert report.tell("upload") == "uploaded"
-        most = self.memory(report)[1]
-        body = upload_body(files)
-        assert server.requests[0].body == body
+        files = {part: (uploads.write(part.encode(), content), content) for part in PARTS[:4]}
+        for file in self.prepared(uploads).values():
+            file.write_bytes(content)
+        script, config, file, log = (path for path, _ in files.values())
+        uploads.post(config, script, log, file)
+        before = uploads.memory()[0]
+        assert uploads.upload() == "uploaded"
+        most = uploads.memory()[1]
+        body = upload_body({**files, **self.as_sent(uploads)})
+        assert uploads.sent() == body
         assert most - before > len(body)
         # The body itself, a copy that this Wine sends from, and a little for the connection.
         assert most - before < 2 * len(body) + (4 << 20)
 
-    def memory(self, report):
-        """Bytes in RAM, now and at most so far."""
-        return tuple(1024 * int(kib) for kib in report.tell("usage").split()[3:])
-
 
 class TestNonAsciiPath:
     def test_is_sent_in_the_hosts_code_page(self, stage):
-        address = loopback_address()
-        host = UploadHost(stage, address=address, wine=stage.wine(prefix=stage.fresh_prefix(), locale="ru_RU.UTF-8"))
-        server = stage.enter_context(WebServer(address, 80, answering(YES)))
-        path = host.write("отчёт №1.log".encode("cp1251"), b"bytes", "cp1251")
-        report = host.drive()
-        report.tell("new")
-        report.tell("post", b"-|-|" + path + b"|-")
-        assert report.tell("upload") == "uploaded"
-        assert server.requests[0].body == upload_body({"Conversion_log": (path, b"bytes")})
+        uploads = Uploader(stage, wine=stage.wine(prefix=stage.fresh_prefix(), locale=RUSSIAN))
+        path = uploads.write("отчёт №1.log".encode("cp1251"), b"bytes", "cp1251")
+        uploads.start()
+        uploads.serve()
+        uploads.post(log=path)
+        assert uploads.upload() == "uploaded"
+        assert uploads.sent() == upload_body({"Conversion_log": (path, b"bytes")})
 
 
 def in_single_bytes(client):
@@ -268,26 +207,26 @@ class TestFailure:
             client.reset()
 
         uploads.serve(answer)
-        uploads.post(file=uploads.host.write(b"big", bytes(16 << 20)))
+        uploads.post(file=uploads.write(b"big", bytes(16 << 20)))
         assert uploads.upload() == "failed"
 
     def test_is_followed_by_a_success_once_the_server_is_back(self, uploads):
-        path = uploads.host.write(b"log", b"first")
+        path = uploads.write(b"log", b"first")
         uploads.post(log=path)
         assert uploads.upload() == "failed"
-        uploads.host.write(b"log", b"as it is by now, and longer")
+        uploads.write(b"log", b"as it is by now, and longer")
         uploads.serve()
         assert uploads.upload() == "uploaded"
         assert uploads.sent() == upload_body({"Conversion_log": (path, b"as it is by now, and longer")})
-        (uploads.host.folder / "log").unlink()
+        (uploads.folder / "log").unlink()
         assert uploads.upload() == "uploaded"
         assert uploads.sent() == upload_body({"Conversion_log": (path, b"")})
 
     def test_for_want_of_memory_is_the_librarys_exception_and_leaves_the_report_usable(self, uploads):
         uploads.serve()
-        with open(uploads.host.folder / "huge", "wb") as file:
+        with open(uploads.folder / "huge", "wb") as file:
             file.truncate((2 << 30) - 2)
-        uploads.post(file=uploads.host.path_of(b"huge"))
+        uploads.post(file=uploads.path_of(b"huge"))
         assert uploads.upload() == "out of memory"
         uploads.post()
         assert uploads.upload() == "uploaded"
@@ -295,9 +234,9 @@ class TestFailure:
 
 class TestBuiltInServer:
     def test_reaches_nobody(self, stage):
-        report = UploadHost(stage).drive()
-        report.tell("new")
-        assert report.tell("upload") == "failed"
+        uploads = Uploader(stage)
+        shutil.copy(stage.product("Wendax.dll"), uploads.folder)
+        assert uploads.start().tell("upload") == "failed"
 
 
 class TestNewestReport:
@@ -334,34 +273,25 @@ class TestManyUploads:
     def usage(self, uploads):
         return tuple(map(int, uploads.report.tell("usage").split()[1:3]))
 
-    def test_that_succeed_leave_nothing(self, uploads):
-        uploads.serve()
-        uploads.post(file=uploads.host.write(b"file", os.urandom(500000)))
-        self.assert_nothing_kept(uploads, "uploaded")
-
-    def test_that_fail_leave_nothing(self, uploads):
-        uploads.post(file=uploads.host.write(b"file", os.urandom(500000)))
-        self.assert_nothing_kept(uploads, "failed")
+    @pytest.mark.parametrize("outcome", ("uploaded", "failed"))
+    def test_leave_nothing(self, uploads, outcome):
+        if outcome == "uploaded":
+            uploads.serve()
+        uploads.post(file=uploads.write(b"file", os.urandom(500000)))
+        self.assert_nothing_kept(uploads, outcome)
 
 
 class TestServerThatComesWithIt:
     def test_stores_what_the_library_sends(self, uploads, stage):
-        files = {
-            name: uploads.host.write(name, content)
-            for name, content in (
-                (b"config", b"a\r\nb\n"),
-                (b"script", b"zero\0byte"),
-                (b"log", b"\n\n--AaB03x--\n"),
-                (b"file", b""),
-            )
+        contents = {
+            "Conversion_Config": b"a\r\nb\n",
+            "Conversion_Script": b"zero\0byte",
+            "Conversion_log": b"\n\n--AaB03x--\n",
+            "File_for_conversion": b"",
         }
+        paths = [uploads.write(part.encode(), content) for part, content in contents.items()]
         with PhpServer(uploads.address, 80, stage.artifacts / "store") as server:
-            uploads.report.tell("post", b"|".join(files[name] for name in (b"config", b"script", b"log", b"file")))
+            uploads.post(*paths)
             assert uploads.upload() == "uploaded"
             (stored,) = server.reports()
-        assert stored == {
-            "Conversion_Config": (files[b"config"].decode(), b"a\r\nb\n"),
-            "Conversion_Script": (files[b"script"].decode(), b"zero\0byte"),
-            "Conversion_log": (files[b"log"].decode(), b"\n\n--AaB03x--\n"),
-            "File_for_conversion": (files[b"file"].decode(), b""),
-        }
+        assert stored == {part: (path.decode(), contents[part]) for part, path in zip(contents, paths)}
