@@ -2,6 +2,8 @@
 
 import math
 
+import pytest
+
 EXPORTS = {
     "??0Scale@glib@@QAE@PBXIIHI0I@Z",
     "?CalcDestBpp@Scale@glib@@QBEIH@Z",
@@ -67,11 +69,8 @@ def test_exports_the_names_that_visual_cpp_makes_of_the_header(stage):
 
 
 def test_needs_only_libraries_that_every_windows_has(stage):
-    assert {library.lower() for library in stage.image("KOBRTL.dll").libraries()} == {
-        "kernel32.dll",
-        "msvcrt.dll",
-        "user32.dll",
-    }
+    found = {library.lower() for library in stage.image("KOBRTL.dll").libraries()}
+    assert found == {"kernel32.dll", "msvcrt.dll", "user32.dll"}
 
 
 def check_picture(stage, type, bpp, width, height, to_width, to_height, *how):
@@ -91,31 +90,26 @@ def check_picture(stage, type, bpp, width, height, to_width, to_height, *how):
                 assert abs(given - min(max(ideal, 0), 255)) < 0.53, f"column {x}, row {y}, channel {c}"
 
 
-def test_a_shrunk_picture_is_what_the_formula_says(stage):
-    check_picture(stage, AREA, 24, 83, 61, 20, 13)
+PICTURES = {
+    "shrunk": (AREA, 24, 83, 61, 20, 13),
+    "grown": (AREA, 24, 19, 14, 50, 45),
+    "low, and then narrow and high": (AREA, 24, 300, 3, 4, 120),
+    "linear, low, and then narrow and high": (LINEAR, 8, 400, 1, 3, 150),
+    "grey": (AREA, 8, 83, 61, 20, 13),
+    "linear": (LINEAR, 24, 40, 30, 17, 33),
+}
 
 
-def test_a_grown_picture_is_what_the_formula_says(stage):
-    check_picture(stage, AREA, 24, 19, 14, 50, 45)
-
-
-def test_a_low_picture_that_gets_narrow_and_high_is_what_the_formula_says(stage):
-    check_picture(stage, AREA, 24, 300, 3, 4, 120)
-    check_picture(stage, LINEAR, 8, 400, 1, 3, 150)
-
-
-def test_greys_and_the_linear_type_are_what_the_formula_says(stage):
-    check_picture(stage, AREA, 8, 83, 61, 20, 13)
-    check_picture(stage, LINEAR, 24, 40, 30, 17, 33)
+@pytest.mark.parametrize("picture", PICTURES.values(), ids=PICTURES)
+def test_a_scaled_picture_is_what_the_formula_says(stage, picture):
+    check_picture(stage, *picture)
 
 
 def test_is_the_same_in_the_middle_of_the_hosts_floating_point_work(stage):
     check_picture(stage, AREA, 24, 83, 61, 20, 13, "troubled")
     for type in (NEAREST, AREA, LINEAR):
         # Its opacities are anything, also none.
-        usual, troubled = (
-            told_by_host(stage, *how, "scale", type, 32, 300, 300, 11, 17) for how in ((), ("troubled",))
-        )
+        usual, troubled = (told_by_host(stage, *how, "scale", type, 32, 300, 300, 11, 17) for how in ([], ["troubled"]))
         assert troubled == {**usual, "floating point": "kept"}
 
 

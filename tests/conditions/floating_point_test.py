@@ -9,25 +9,18 @@ from testing import report_dialog
 from testing.host import Host, redirect
 from testing.loopback import loopback_address
 from testing.picture import described
-from testing.upload_body import CONFIRMATION
+from testing.upload_body import YES
 from testing.web_server import WebServer, answering
 
 CAUGHT = "caught SEHWendaxExceptionGenerated"
 # What a host calls, each with a fault of its own: once translated, once as it is.
 FAILING = (
-    "OpenCrushReport",
-    "OpenDlg",
-    "GenerateEmail",
-    "CopyScreenToBitmap",
-    "MsgBox",
-    "ScaleTo",
-    "upload's OpenDlg",
-    "Upload",
+    "OpenCrushReport, OpenDlg, GenerateEmail, CopyScreenToBitmap, MsgBox, ScaleTo, upload's OpenDlg, Upload".split(", ")
 )
 # By what is unusual when the fault comes; the host's source says more.
-STATES = ("invalid", "zero-divide", "everything", "inexact", "pending", "sse", "mmx", "full-stack", "rounding")
+STATES = "invalid zero-divide everything inexact pending sse mmx full-stack rounding"
 
-pytestmark = pytest.mark.parametrize("state", STATES)
+pytestmark = pytest.mark.parametrize("state", STATES.split())
 
 
 class FloatingPointHost:
@@ -38,7 +31,7 @@ class FloatingPointHost:
         self.host = Host(stage, "floating_point_host.exe", helper="full", desktop=self.screen)
         self.picture = self.host.temp / "screen_copy.jpg"
         self.address = loopback_address()
-        self.server = stage.enter_context(WebServer(self.address, 80, answering(b"Well: " + CONFIRMATION)))
+        self.server = stage.enter_context(WebServer(self.address, 80, answering(YES)))
         redirect(self.host.folder / "Wendax.dll", "--upload-server", self.address)
         (self.host.folder / "notes.txt").write_bytes(b"what the host noted")
 
@@ -81,29 +74,14 @@ def test_of_the_host_come_back_when_what_it_called_fails(host, state):
 
 
 def test_of_the_host_come_back_after_each_member_of_the_message_report(host, state, artifacts):
-    assert host.lines("members", state, button="Open Error Report") == [
-        CAUGHT,
-        "kept AttachScreenCopy",
-        "kept OpenDlg",
-        "answer 1",
-        "kept GenerateEmail",
-        "kept CopyScreenToBitmap",
-        "end",
-    ]
+    kept = ["kept AttachScreenCopy", "kept OpenDlg", "answer 1", "kept GenerateEmail", "kept CopyScreenToBitmap"]
+    assert host.lines("members", state, button="Open Error Report") == [CAUGHT, *kept, "end"]
     host.whole_message(artifacts)
 
 
 def test_of_the_host_leave_a_whole_upload_and_come_back(host, state):
-    assert host.lines("upload", state, "notes.txt", button="Upload Report") == [
-        CAUGHT,
-        "kept CreateScreenCopy",
-        "kept CreateSystemInfo",
-        "kept Upload",
-        "answer 1",
-        "kept OpenDlg",
-        "answer 1",
-        "end",
-    ]
+    kept = ["kept CreateScreenCopy", "kept CreateSystemInfo", "kept Upload", "answer 1", "kept OpenDlg", "answer 1"]
+    assert host.lines("upload", state, "notes.txt", button="Upload Report") == [CAUGHT, *kept, "end"]
     assert len(host.server.requests) == 2
     for request in host.server.requests:
         assert b"what the host noted" in request.body

@@ -9,7 +9,7 @@ from testing.host import LIBRARY_FILES, Host, redirect
 from testing.loopback import loopback_address
 from testing.processes import wait_until
 from testing.product import MACHINE
-from testing.upload_body import CONFIRMATION
+from testing.upload_body import YES
 from testing.web_server import WebServer, answering
 
 NOTES = b"what the host noted\r\n" * 500
@@ -52,10 +52,7 @@ def mail(stage, *args, times=1):
     desktop = stage.desktop(width=800, height=600)
     host = overflow_host(stage, desktop)
     process = host.start("mail", *args, "--times", times, cwd=host.folder)
-    for count in range(1, times + 1):
-        report_dialog.press(desktop, "Open Error Report")
-        messages = host.wait_messages(count)
-    process.wait_family()
+    messages = report_dialog.open_reports(desktop, host, process, times)
     assert process.result().text.splitlines() == [*ONCE * times, "end"]
     for message in messages:
         check_message(message, stage.machine.address)
@@ -66,7 +63,7 @@ def upload(stage, *args, times=1):
     host = overflow_host(stage, desktop)
     address = loopback_address()
     redirect(host.folder / "Wendax.dll", "--upload-server", address)
-    server = stage.enter_context(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
+    server = stage.enter_context(WebServer(address, 80, answering(YES)))
     process = host.start("upload", *args, "--times", times, cwd=host.folder)
     for count in range(1, times + 1):
         report_dialog.press(desktop, "Upload Report")

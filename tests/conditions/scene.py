@@ -18,9 +18,8 @@ from testing.loopback import loopback_address
 from testing.mail import Message
 from testing.processes import POLL_SECONDS
 from testing.product import MACHINE
-from testing.upload_body import PARTS
+from testing.upload_body import PARTS, YES
 from testing.web_server import WebServer, answering
-from troubles import YES
 
 WAIT = "Upload отчёта"
 FAILED = "Ошибка передачи данных."
@@ -120,15 +119,8 @@ class Scene(contextlib.ExitStack):
         }
         self.theatre.server.requests.clear()
         self._began = datetime.datetime.now()
-        with self.theatre.wine.start(
-            self.exe,
-            self.road,
-            *self.trouble.arguments,
-            cwd=self.folder,
-            env=environment,
-            limit=150,
-            memory=self.trouble.memory,
-        ) as process:
+        options = {"cwd": self.folder, "env": environment, "limit": 150, "memory": self.trouble.memory}
+        with self.theatre.wine.start(self.exe, self.road, *self.trouble.arguments, **options) as process:
             sees = self._play(process)
             process.wait_family()
             result = process.result()
@@ -171,9 +163,8 @@ class Scene(contextlib.ExitStack):
             sees.append(outcome.MESSAGE)
             paths = [line.partition(" ")[2].strip().strip('"') for line in opened]
             assert [pathlib.PureWindowsPath(path).name for path in paths] == [path.name for path in messages]
-        return outcome.Mail(
-            tuple(sees), _message(messages[0], self._began) if messages else NONE, self._picture(), host
-        )
+        message = _message(messages[0], self._began) if messages else NONE
+        return outcome.Mail(tuple(sees), message, self._picture(), host)
 
     def _upload(self, sees, host):
         system_text = self.temp / "system_info.txt"
@@ -211,12 +202,8 @@ def _message(path, began):
         return CUT_SHORT
     assert message.parsed["Date"] in _dates_since(began)
     attached = dict(message.attachments)
-    return outcome.Content(
-        _description(message.body),
-        _picture_state(attached.get("screen_copy.jpg")),
-        attached.get("notes.txt") == NOTES,
-        _lacks(message.body),
-    )
+    picture, notes = _picture_state(attached.get("screen_copy.jpg")), attached.get("notes.txt") == NOTES
+    return outcome.Content(_description(message.body), picture, notes, _lacks(message.body))
 
 
 def _dates_since(began):
@@ -248,11 +235,9 @@ def _picture_state(content):
 def _lacks(text):
     if not text:
         return Lacks(0)
-    return (
-        (Lacks.CLOCK if b"Procesor Clock Frequecy: 0\n" in text else Lacks(0))
-        | (Lacks.PRINTERS if b"Printers list: \n\n" in text else Lacks(0))
-        | (Lacks.DEFAULT_PRINTER if b"Default printer: \nOffice\n" not in text else Lacks(0))
-    )
+    clock = Lacks.CLOCK if b"Procesor Clock Frequecy: 0\n" in text else Lacks(0)
+    printers = Lacks.PRINTERS if b"Printers list: \n\n" in text else Lacks(0)
+    return clock | printers | (Lacks.DEFAULT_PRINTER if b"Default printer: \nOffice\n" not in text else Lacks(0))
 
 
 def _sent(body):
@@ -262,11 +247,8 @@ def _sent(body):
         start = body.index(b'form-data; name="%s"; filename="' % name.encode())
         content = body[body.index(b"\n\n", start) + 2 :]
         found[name] = content[: content.index(b"\n\n--AaB03x--\n")]
-    return outcome.Sent(
-        found["Conversion_Config"] == NOTES,
-        _picture_state(found["Screen_copy"] or None),
-        bool(found["System_info"]),
-    )
+    picture = _picture_state(found["Screen_copy"] or None)
+    return outcome.Sent(found["Conversion_Config"] == NOTES, picture, bool(found["System_info"]))
 
 
 def _text(word):

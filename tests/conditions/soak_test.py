@@ -16,7 +16,7 @@ import pytest
 from testing.driven_host import DrivenHost
 from testing.host import redirect
 from testing.loopback import loopback_address
-from testing.upload_body import CONFIRMATION
+from testing.upload_body import YES
 from testing.web_server import WebServer, answering
 
 REPORTS = int(os.environ.get("WENDAX_SOAK_REPORTS", "40"))
@@ -42,7 +42,7 @@ def soak(stage, road):
     """Makes the reports and looks what the process holds. Gives what had grown too much between the first ones and the
     end: {name: by how much}. More than as many dialogs of the system alone had grown it, that is."""
     address = loopback_address()
-    server = stage.enter_context(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
+    server = stage.enter_context(WebServer(address, 80, answering(YES)))
     wine = stage.wine(stage.desktop(width=800, height=600))
     wine.associate(".eml", stage.product("mail_program.exe"))
     folder = stage.artifacts / "host"

@@ -16,9 +16,7 @@ def described_thread(stage, order):
     host = Host(stage, "threads_host.exe", desktop=desktop)
     shutil.copy(stage.helper("faultkit_of_access"), host.folder)
     process = host.start(order, ROUNDS)
-    report_dialog.press(desktop, "Open Error Report")
-    (message,) = host.wait_messages(1)
-    process.wait_family()
+    (message,) = report_dialog.open_reports(desktop, host, process)
     assert process.result().text == f"caught {THREADS * ROUNDS}\n"
     assert process.returncode == 0
     whole = re.search(

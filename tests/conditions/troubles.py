@@ -6,27 +6,11 @@ import os
 import subprocess
 from dataclasses import replace
 
-from outcome import (
-    CUT_SHORT,
-    DIALOG,
-    EMPTY,
-    FAILURE,
-    FLEETING,
-    MANY_FRAMES,
-    NONE,
-    Box,
-    Content,
-    Host,
-    Lacks,
-    Mail,
-    Sent,
-    Upload,
-)
+from outcome import CUT_SHORT, DIALOG, EMPTY, FAILURE, FLEETING, MANY_FRAMES, NONE
+from outcome import Box, Content, Host, Lacks, Mail, Sent, Upload
 from testing.product import MACHINE
-from testing.upload_body import CONFIRMATION
+from testing.upload_body import CONFIRMATION, YES
 from testing.web_server import answering, http_answer
-
-YES = b"Well: " + CONFIRMATION
 
 
 @dataclasses.dataclass(frozen=True)
@@ -154,15 +138,21 @@ def breaking_off(client):
 
 
 def confirmed_after(size):
-    return answered(answering(b"Data " * (size >> 2) + CONFIRMATION))
+    return answering(b"Data " * (size >> 2) + CONFIRMATION)
 
 
 def complaining_of(text):
     return {road: replace(outcome, sees=(Box(text), *outcome.sees)) for road, outcome in NO_PICTURE.items()}
 
 
-def described(*lines):
-    return {"mail": Mail(message=Content(lines)), "upload": None}
+def helped(condition, variant, reason, stack):
+    """reason, stack: the lines of the fault's description in the message."""
+    lines = ("Crush Expantion:", reason, "", "Stack Trace:", *stack)
+    return Trouble(f"`faultkit.dll` {condition}", Mail(message=Content(lines)), None, helper=f"helper_{variant}")
+
+
+def served(condition, answer, outcome=UPLOAD_FAILED):
+    return Trouble(f"The server {condition}", **outcome, arrange=answered(answer))
 
 
 def fault(function, *arguments):
@@ -172,6 +162,7 @@ def fault(function, *arguments):
 NO_GDIPLUS = {"WINEDLLOVERRIDES": "winemenubuilder.exe=d;mscoree,mshtml=;gdiplus=d"}  # Wine's way to say it
 FILLED_AT = MACHINE.choose(None, 16 << 30)  # bytes; a 64-bit program would never come to the end
 HELPER_FAULT = "(faultkit.dll met a fault)"
+BROKEN_OFF = ("frame", "frame", HELPER_FAULT)
 
 TROUBLES = {
     "nothing": (Trouble("Nothing"),),
@@ -279,71 +270,39 @@ TROUBLES = {
         Trouble("`fall.dll` faults while it saves", **NO_PICTURE, module="faulty_module"),
     ),
     "helper": (
-        Trouble("`faultkit.dll` is missing", **described("faultkit.dll was not found"), helper=None),
-        Trouble(
-            "`faultkit.dll` faults while it gives the reason",
-            **described("Crush Expantion:", HELPER_FAULT, "", "Stack Trace:", *MANY_FRAMES),
-            helper="helper_faulting_in_reason",
+        Trouble("`faultkit.dll` is missing", Mail(message=Content(("faultkit.dll was not found",))), None, helper=None),
+        helped("faults while it gives the reason", "faulting_in_reason", HELPER_FAULT, MANY_FRAMES),
+        helped("faults while it gives the stack", "faulting_in_stack", "the reason", BROKEN_OFF),
+        helped("gives frames without end", "without_end", "the reason", MANY_FRAMES),
+        helped("throws a C++ exception in place of the reason", "throwing_in_reason", HELPER_FAULT, MANY_FRAMES),
+        helped(
+            "throws one in place of the first line of the stack",
+            "throwing_in_first_line",
+            "the reason",
+            (HELPER_FAULT,),
         ),
-        Trouble(
-            "`faultkit.dll` faults while it gives the stack",
-            **described("Crush Expantion:", "the reason", "", "Stack Trace:", "frame", "frame", HELPER_FAULT),
-            helper="helper_faulting_in_stack",
-        ),
-        Trouble(
-            "`faultkit.dll` gives frames without end",
-            **described("Crush Expantion:", "the reason", "", "Stack Trace:", *MANY_FRAMES),
-            helper="helper_without_end",
-        ),
-        Trouble(
-            "`faultkit.dll` throws a C++ exception in place of the reason",
-            **described("Crush Expantion:", HELPER_FAULT, "", "Stack Trace:", *MANY_FRAMES),
-            helper="helper_throwing_in_reason",
-        ),
-        Trouble(
-            "`faultkit.dll` throws one in place of the first line of the stack",
-            **described("Crush Expantion:", "the reason", "", "Stack Trace:", HELPER_FAULT),
-            helper="helper_throwing_in_first_line",
-        ),
-        Trouble(
-            "`faultkit.dll` throws one in place of a later line",
-            **described("Crush Expantion:", "the reason", "", "Stack Trace:", "frame", "frame", HELPER_FAULT),
-            helper="helper_throwing_in_stack",
-        ),
+        helped("throws one in place of a later line", "throwing_in_stack", "the reason", BROKEN_OFF),
     ),
     "server": (
         Trouble("The server refuses the connection", **NOT_SENT, arrange=refused),
-        Trouble(
-            "The server hangs up before it answers",
-            **UPLOAD_FAILED,
-            arrange=answered(lambda client: client.read_request()),
-        ),
-        Trouble("The server hangs up in the middle of its answer", **UPLOAD_FAILED, arrange=answered(breaking_off)),
+        served("hangs up before it answers", lambda client: client.read_request()),
+        served("hangs up in the middle of its answer", breaking_off),
         *(
-            Trouble(
-                f"The server answers “{status}”",
-                **UPLOAD_FAILED,
-                arrange=answered(answering(b"no", status)),
-            )
+            served(f"answers “{status}”", answering(b"no", status))
             for status in ("404 Not Found", "413 Content Too Large", "500 Internal Server Error")
         ),
-        Trouble(
-            "The server answers with 15 MB, the confirmation last", None, Upload(), arrange=confirmed_after(12 << 20)
-        ),
+        served("answers with 15 MB, the confirmation last", confirmed_after(12 << 20), {"mail": None}),
         Trouble(
             "The server answers with 10 MB, and no block of memory larger than 5 MB is left",
             **UPLOAD_FAILED,
             arguments=("blocks", "5120"),
-            arrange=confirmed_after(8 << 20),
+            arrange=answered(confirmed_after(8 << 20)),
         ),
-        Trouble(
-            "The server never answers; the connection ends after a while",
-            **UPLOAD_FAILED,
-            arrange=answered(lambda client: (client.read_request(), client.server.wait_end(4))),
+        served(
+            "never answers; the connection ends after a while",
+            lambda client: (client.read_request(), client.server.wait_end(4)),
         ),
-        Trouble(
-            "The server answers with 80 MB, the confirmation last", **UPLOAD_FAILED, arrange=confirmed_after(64 << 20)
-        ),
+        served("answers with 80 MB, the confirmation last", confirmed_after(64 << 20)),
     ),
     # That others throw: hooks, in-process servers, drivers.
     "foreign_exceptions": (

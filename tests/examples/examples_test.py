@@ -1,6 +1,7 @@
 """Each console example, run as it lies there, does what its first lines say."""
 
 import re
+import shutil
 import struct
 import subprocess
 import sys
@@ -31,10 +32,13 @@ class Scene:
     def __init__(self, stage):
         self.stage = stage
 
-    def start(self, program, *more_files):
+    def start(self, program, *args, exe=None):
+        """exe: of another build of it."""
         self.screen = self.stage.desktop()
-        self.host = Host(self.stage, program, files=(*LIBRARY_FILES, "faultkit.dll", *more_files), desktop=self.screen)
-        return self.host.start(cwd=self.host.folder)
+        self.host = Host(self.stage, program, files=(*LIBRARY_FILES, "faultkit.dll"), desktop=self.screen)
+        if exe:
+            shutil.copy(exe, self.host.exe)
+        return self.host.start(*args, cwd=self.host.folder)
 
     def open_report(self, count=1):
         report_dialog.press(self.screen, "Open Error Report")
@@ -91,31 +95,14 @@ def test_host_in_plain_c_reports_its_fault(scene):
 def test_host_in_plain_c_built_by_gcc_does_the_same(scene, stage):
     program = stage.artifacts / "c_host_gcc.exe"
     library = stage.product("Wendax.dll").parent.parent / "lib" / "Wendax.lib"
-    subprocess.run(
-        [
-            stage.machine.choose("i686", "x86_64") + "-w64-mingw32-gcc-posix",
-            "-Wall",
-            "-Wextra",
-            "-Werror",
-            f"-I{REPO}/include",
-            REPO / "examples/c-host/c_host.c",
-            library,
-            "-o",
-            program,
-        ],
-        check=True,
-    )
-    scene.screen = stage.desktop()
-    scene.host = Host(stage, "c_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=scene.screen)
-    scene.host.exe.write_bytes(program.read_bytes())
-    process = scene.host.start()
+    compiler = stage.machine.choose("i686", "x86_64") + "-w64-mingw32-gcc-posix"
+    source = [f"-I{REPO}/include", REPO / "examples/c-host/c_host.c", library]
+    subprocess.run([compiler, "-Wall", "-Wextra", "-Werror", *source, "-o", program], check=True)
+    process = scene.start("c_host.exe", exe=program)
     message = scene.open_report()
     assert_describes(message, ACCESS_VIOLATION)
-    for detail in (
-        r"Signature: EXCEPTION_ACCESS_VIOLATION, written \| c_host\.exe@",
-        r"[RE]IP [0-9A-F]{8}",
-        "Modules ",
-    ):
+    details = (r"Signature: EXCEPTION_ACCESS_VIOLATION, written \| c_host\.exe@", r"[RE]IP [0-9A-F]{8}", "Modules ")
+    for detail in details:
         assert re.search(rf"\n{detail}", message.body.decode("windows-1251")), detail
     assert b"c_host.exe+" in message.body.partition(b"\nStack Trace:\n")[2]
     process.wait_family()
@@ -125,20 +112,13 @@ def test_host_in_plain_c_built_by_gcc_does_the_same(scene, stage):
 class TestRust:
     def reported(self, scene, *args):
         """(code by which it ends, the trace with functions and lines) of the host in Rust."""
-        scene.screen = scene.stage.desktop()
-        scene.host = Host(scene.stage, "rust_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=scene.screen)
-        process = scene.host.start(*args)
+        process = scene.start("rust_host.exe", *args)
         message = scene.open_report()
         code = process.wait_family()
         report = scene.stage.artifacts / "report.eml"
         report.write_bytes(message.raw)
-        done = subprocess.run(
-            [sys.executable, REPO / "tools/symbolize/symbolize.py", report, scene.host.folder],
-            text=True,
-            capture_output=True,
-            check=False,
-        )
-        return code, done.stdout
+        command = [sys.executable, REPO / "tools/symbolize/symbolize.py", report, scene.host.folder]
+        return code, subprocess.run(command, text=True, capture_output=True, check=False).stdout
 
     def test_fault_is_reported_with_function_and_line(self, scene):
         code, text = self.reported(scene)

@@ -17,7 +17,7 @@ from outcomes import WHOLE, MailOutcomes, UploadOutcomes
 from testing.host import redirect
 from testing.image import X86
 from testing.loopback import loopback_address
-from testing.upload_body import CONFIRMATION
+from testing.upload_body import YES
 from testing.web_server import WebServer, answering
 
 EVERY = "WENDAX_EVERY_CALL" in os.environ
@@ -140,7 +140,7 @@ def test_a_failing_call_costs_a_dialog_its_own_name_or_picture_at_most(stage, ro
 @pytest.mark.timeout(LIMIT)
 def test_a_failing_call_costs_the_upload_report_no_more_than_expected(stage):
     address = loopback_address()
-    server = stage.enter_context(WebServer(address, 80, answering(b"Well: " + CONFIRMATION)))
+    server = stage.enter_context(WebServer(address, 80, answering(YES)))
     host = FailingHost(stage, "upload", lambda dll: redirect(dll, "--upload-server", address))
     outcomes, taken = None, 0
 

@@ -28,9 +28,14 @@ class Recording:
         return red, green, blue
 
 
-def small_desktop(stage):
-    desktop = stage.desktop(width=640, height=480)
-    return desktop, stage.wine(desktop)
+@pytest.fixture
+def small(stage):
+    return stage.desktop(width=640, height=480)
+
+
+@pytest.fixture
+def wine(stage, small):
+    return stage.wine(small)
 
 
 def show_corners(stage, desktop):
@@ -82,35 +87,30 @@ def check_corners(pixel, tolerance=0):
                 assert abs(got - wanted) <= tolerance, f"at {x}, {y}"
 
 
-def test_screenshot_grabs_the_part_that_is_asked_for(stage):
-    desktop = stage.desktop(width=640, height=480)
-    show_corners(stage, desktop)
-    wine = stage.wine(desktop)
+def test_screenshot_grabs_the_part_that_is_asked_for(stage, small, wine):
+    show_corners(stage, small)
     for x, y in [(100, 100), (600, 100), (100, 400), (600, 400)]:
         facts = take(stage, wine, "grab", x, y)
         red, green, blue = CORNERS[int(x > 320), int(y > 240)]
         assert facts == {"width": "10", "height": "8", "red, green, blue": f"{red} {green} {blue}"}
 
 
-def test_second_screenshot_overwrites_the_first(stage):
-    desktop, wine = small_desktop(stage)
+def test_second_screenshot_overwrites_the_first(stage, small, wine):
     first = recording(wine, take(stage, wine))
-    show_corners(stage, desktop)
+    show_corners(stage, small)
     second = recording(wine, take(stage, wine))
     assert len(second.pixels) == SIDE * SIDE * 3
     assert first.pixel(10, 10) != second.pixel(10, 10)
 
 
-def test_without_a_module_there_is_no_screenshot_file_and_no_window(stage):
-    desktop, wine = small_desktop(stage)
+def test_without_a_module_there_is_no_screenshot_file_and_no_window(stage, small, wine):
     facts = take(stage, wine, IMAGING_MODULES="no such module")
     assert not wine.prefix.to_unix(facts["path"]).exists()
     assert facts["documents"] == "0"
-    assert desktop.windows() == []
+    assert small.windows() == []
 
 
-def test_place_that_cant_be_written_is_left_as_it_is(stage):
-    desktop, wine = small_desktop(stage)
+def test_place_that_cant_be_written_is_left_as_it_is(stage, wine):
     place = wine.prefix.to_unix(take(stage, wine)["path"])
     place.unlink()
     place.mkdir()
@@ -121,9 +121,8 @@ def test_place_that_cant_be_written_is_left_as_it_is(stage):
     assert facts["documents"] == "0"
 
 
-def test_200_screenshots_leave_no_objects_and_handles_behind(stage):
-    desktop = stage.desktop(width=640, height=480)
-    facts = take(stage, stage.wine(desktop), "many-screenshots", 200, IMAGING_MODULES="fall\n")
+def test_200_screenshots_leave_no_objects_and_handles_behind(stage, wine):
+    facts = take(stage, wine, "many-screenshots", 200, IMAGING_MODULES="fall\n")
     assert int(facts["objects before"]) > 0
     assert facts["objects after"] == facts["objects before"]
     assert facts["handles after"] == facts["handles before"]
@@ -136,12 +135,11 @@ def test_screenshot_takes_little_of_the_stack(stage):
     assert int(facts["stack bytes"]) < 24 * 1024
 
 
-def test_module_that_is_none_is_complained_about_once(stage):
-    desktop, wine = small_desktop(stage)
+def test_module_that_is_none_is_complained_about_once(stage, small, wine):
     shutil.copy(stage.product("KOBRTL.dll"), stage.artifacts / "none.dll")
     env = {"IMAGING_MODULES": "none", "IMAGING_DIRECTORY": wine.prefix.to_windows(stage.artifacts)}
     host = wine.start(stage.product("imaging_host.exe"), "formats", env=env)
-    box = desktop.wait_window("imaging_host")
-    desktop.activate(box)
-    desktop.key("Return")
+    box = small.wait_window("imaging_host")
+    small.activate(box)
+    small.key("Return")
     assert host.wait() == 0

@@ -46,30 +46,17 @@ def parse(data):
     reader = Reader(data)
     version, signature, _, extended, style, count, x, y, width, height = reader.take("HHIIIHhhhh")
     assert (version, signature) == (1, 0xFFFF)
-    dialog = {
-        "style": style,
-        "extended": extended,
-        "size": (x, y, width, height),
-        "menu": reader.name(),
-        "class": reader.name(),
-        "caption": reader.name(),
-    }
+    dialog = {"style": style, "extended": extended, "size": (x, y, width, height)}
+    for field in ("menu", "class", "caption"):
+        dialog[field] = reader.name()
     dialog["font size"], _, _, _ = reader.take("HHBB")
     dialog["font"] = reader.name()
     controls = []
     for _ in range(count):
         reader.align()
         _, extended, style, x, y, width, height, number = reader.take("IIIhhhhi")
-        controls.append(
-            {
-                "extended": extended,
-                "style": style,
-                "place": (x, y, width, height),
-                "id": number,
-                "class": reader.name(),
-                "text": reader.name(),
-            }
-        )
+        control = {"extended": extended, "style": style, "place": (x, y, width, height), "id": number}
+        controls.append({**control, "class": reader.name(), "text": reader.name()})
         creation_data = reader.take("H")
         reader.at += creation_data
     return dialog, controls
@@ -146,10 +133,8 @@ def test_dialogs_are_in_american_english(stage):
     told = stage.image("Wendax.dll").read("--coff-resources")
     dialogs = told[told.index("Type: DIALOG") :]
     found = re.findall(r"Name: \(ID (\d+)\).*?Language: \(ID (\d+)\)", dialogs, re.S)
-    assert [(number, language) for number, language in found if number in ("299", "300")] == [
-        ("299", str(0x0409)),
-        ("300", str(0x0409)),
-    ]
+    ours = [(number, language) for number, language in found if number in ("299", "300")]
+    assert ours == [("299", str(0x0409)), ("300", str(0x0409))]
 
 
 def test_icon_and_banner_are_there(stage):

@@ -25,14 +25,8 @@ class CodecBuild:
         self.cmake("--preset", "windows", "-S", REPO, "-B", self.build, f"-DSTB_INCLUDE={self.stb}").check_returncode()
 
     def cmake(self, *args):
-        return subprocess.run(
-            ["cmake", *map(str, args)],
-            cwd=REPO,
-            text=True,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT,
-            check=False,
-        )
+        out = {"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
+        return subprocess.run(["cmake", *map(str, args)], cwd=REPO, text=True, check=False, **out)
 
     def build_codec(self):
         return self.cmake("--build", self.build, "--target", "companions/fall/CMakeFiles/fall_core.dir/codec.c.obj")

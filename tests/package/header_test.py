@@ -10,18 +10,9 @@ from testing.processes import REPO
 
 
 def clang(processor, macro):
-    return [
-        "clang-19",
-        f"--target={processor}-pc-windows-msvc",
-        "-nostdlibinc",
-        f"-isystem{REPO}/crt/include",
-        f"-isystem/usr/{processor}-w64-mingw32/include",
-        "-fgnuc-version=12.2",
-        f"-D{macro}=1",
-        "-D__declspec=__declspec",
-        "-fexceptions",
-        "-fasync-exceptions",
-    ]
+    headers = [f"-isystem{REPO}/crt/include", f"-isystem/usr/{processor}-w64-mingw32/include"]
+    options = f"-fgnuc-version=12.2 -D{macro}=1 -D__declspec=__declspec -fexceptions -fasync-exceptions".split()
+    return ["clang-19", f"--target={processor}-pc-windows-msvc", "-nostdlibinc", *headers, *options]
 
 
 CLANGS = {"32 bits": clang("i686", "_X86_"), "64 bits": clang("x86_64", "_AMD64_")}
@@ -110,14 +101,12 @@ C_STANDARDS = ("c89", "c99", "c11", "c17", "gnu17")
 CXX_STANDARDS = ("c++98", "c++11", "c++14", "c++17", "c++20", "gnu++20")
 
 
+def run(source, *command):
+    return subprocess.run(command, input=source, text=True, capture_output=True, timeout=120, check=False)
+
+
 def compiled(compiler, language, standard, source):
-    return subprocess.run(
-        [*compiler, *STRICT, f"-x{language}", f"-std={standard}", "-"],
-        input=source,
-        text=True,
-        capture_output=True,
-        check=False,
-    )
+    return run(source, *compiler, *STRICT, f"-x{language}", f"-std={standard}", "-")
 
 
 def assert_clean(compiler, language, standard, source):
@@ -175,13 +164,8 @@ def test_cxx_with_gcc_has_no_classes(compiler):
 
 @gcc_of_both_widths
 def test_cxx_host_of_gcc_is_told_what_works(compiler):
-    done = subprocess.run(
-        [*compiler, f"-I{REPO}/include", "-xc++", "-S", "-o/dev/null", "-"],
-        text=True,
-        input='#include "wendax.h"\nint main() { WendaxCoverThread(); }\n',
-        capture_output=True,
-        check=False,
-    )
+    source = '#include "wendax.h"\nint main() { WendaxCoverThread(); }\n'
+    done = run(source, *compiler, f"-I{REPO}/include", "-xc++", "-S", "-o/dev/null", "-")
     assert "examples/c-host shows what works with GCC" in done.stderr
 
 
@@ -211,20 +195,14 @@ LAYOUT = {
 @of_both_widths
 @pytest.mark.parametrize("view", ([], ["-DWENDAX_LIBRARY"]), ids=("host", "library"))
 def test_members_are_where_hosts_and_library_expect_them(compiler, view):
-    done = subprocess.run(
-        [*compiler, *view, f"-I{REPO}", f"-I{REPO}/mfc", "-fcxx-exceptions", "-DWINVER=0x0600", "-xc++", "-std=c++20"]
-        + ["-fsyntax-only", "-Xclang", "-fdump-record-layouts", "-"],
-        input='#include "include/wendax.h"\nchar sizes[sizeof(CCrashReport) + sizeof(CCrashReport2)];\n',
-        text=True,
-        capture_output=True,
-        timeout=120,
-        check=True,
-    )
+    source = '#include "include/wendax.h"\nchar sizes[sizeof(CCrashReport) + sizeof(CCrashReport2)];\n'
+    options = "-fcxx-exceptions -DWINVER=0x0600 -xc++ -std=c++20 -fsyntax-only -Xclang -fdump-record-layouts -".split()
+    done = run(source, *compiler, *view, f"-I{REPO}", f"-I{REPO}/mfc", *options)
+    done.check_returncode()
     which = list(CLANGS.values()).index(compiler)
     for name, members in LAYOUT.items():
         dump = re.search(rf" 0 \| class {name}\n.*?sizeof=\d+", done.stdout, re.DOTALL)[0]
-        found = {
-            member: int(offset) for offset, member in re.findall(r"^ +(\d+) \|   \S.* (m_\w+)$", dump, re.MULTILINE)
-        }
+        members_found = re.findall(r"^ +(\d+) \|   \S.* (m_\w+)$", dump, re.MULTILINE)
+        found = {member: int(offset) for offset, member in members_found}
         found["all"] = int(dump.rpartition("=")[2])
         assert found == {member: offsets[which] for member, offsets in members.items()}

@@ -120,13 +120,8 @@ class InstalledHost:
         return match
 
     def print_system(self, names):
-        self.windows.import_registry(
-            "".join(
-                f'[{PRINTERS_KEY}\\{name}]\n"Name"="{name}"\n"Port"="LPT1:"\n"Printer Driver"="none"\n'
-                f'"Attributes"=dword:00000040\n\n'
-                for name in names
-            )
-        )
+        rest = '"Port"="LPT1:"\n"Printer Driver"="none"\n"Attributes"=dword:00000040\n\n'
+        self.windows.import_registry("".join(f'[{PRINTERS_KEY}\\{name}]\n"Name"="{name}"\n{rest}' for name in names))
 
     def sections(self, *trouble):
         """{section: text} of a file that is written while a call faults; the clock as 1, if it was measured."""
@@ -179,10 +174,8 @@ class TestTheFile:
         shutil.copy(host.exe, host.folder / "Lumivale.exe")
         whole = host.sections()
         assert whole["printers"] == b"Printers list: \nAlpha tray\nZebra\n\nDefault printer: \nAlpha tray\n"
-        assert (
-            whole["module"]
-            == b"\nCompany: Example Hosts\nProduct Name: System information host\nProduct Version: 3.1.0.12\n"
-        )
+        product = b"Product Name: System information host\nProduct Version: 3.1.0.12\n"
+        assert whole["module"] == b"\nCompany: Example Hosts\n" + product
         for (function, calls), changed in TROUBLE.items():
             if changed == "no clock":
                 changed = {"cpu": whole["cpu"].replace(b"Frequecy: 1\n", b"Frequecy: 0\n")}
@@ -198,7 +191,7 @@ class TestTheFile:
         for group, flag in {"mmx": "mmx", "sse": "sse", "sse2": "sse2", "threednow": "3dnow"}.items():
             assert (facts[group] == b"yes") == (flag in flags), flag
         assert (facts["width"], facts["height"], facts["depth"]) == (b"1152", b"864", b"32")
-        assert (facts["company"], facts["product"], facts["version"]) == (
+        assert facts.group("company", "product", "version") == (
             b"Example Hosts",
             b"System information host",
             b"3.1.0.12",
@@ -264,7 +257,7 @@ class TestTheFile:
         host.exe = shutil.copy(host.exe, host.folder / "хост.exe")
         shutil.copy(host.exe, host.folder / "Lumivale.exe")
         facts = host.facts()
-        assert (facts["company"], facts["product"], facts["version"]) == (
+        assert facts.group("company", "product", "version") == (
             b"Example Hosts",
             b"System information host",
             b"3.1.0.12",
@@ -272,23 +265,16 @@ class TestTheFile:
         assert facts["host"] == LUMIVALE % (b"Example Hosts", b"System information host", b"3", b"1", b"0", b"12")
 
     def test_finds_the_host_application_where_it_is_registered(self, host):
-        found = (
-            b"Lumivale module info:\nCompany: Example Hosts\nProduct name:System information host\n"
-            b"Version number: 3.1.0\nBuild number 12"
-        )
-        missing = b"Cannot extract version number of Lumivale"
+        found = LUMIVALE % (b"Example Hosts", b"System information host", b"3", b"1", b"0", b"12")
         installed = host.prefix.drive_c / "Programs" / "Lumivale.exe"
         host.windows.set_registry(APP_PATHS_KEY, "", "C:\\Programs\\Lumivale.exe")
-        assert host.facts()["host"] == missing
+        assert host.facts()["host"] == NO_LUMIVALE
         installed.parent.mkdir()
         shutil.copy(host.exe, installed)
         assert host.facts()["host"] == found
         installed.write_bytes(b"no program at all")
-        assert host.facts()["host"] == (
-            b"Lumivale module info:\nCompany: Unknown\nProduct name:Unknown\n"
-            b"Version number: Unknown..\nBuild number "
-        )
+        assert host.facts()["host"] == UNREADABLE_LUMIVALE
         installed.unlink()
-        assert host.facts()["host"] == missing
+        assert host.facts()["host"] == NO_LUMIVALE
         shutil.copy(host.exe, host.folder / "Lumivale.exe")
         assert host.facts()["host"] == found

@@ -30,18 +30,9 @@ def now():
 
 def header_of(report, body_size=None, version=1):
     url = report.url.encode("ascii") + b"\0"
-    numbers = NUMBERS.pack(
-        MARK,
-        version,
-        NUMBERS.size + CHECKSUM.size + len(url),
-        len(report.body) if body_size is None else body_size,
-        report.ticks,
-        zlib.crc32(report.body),
-        report.proxy_allowed,
-        len(url),
-        0,
-        0,
-    )
+    sizes = (NUMBERS.size + CHECKSUM.size + len(url), len(report.body) if body_size is None else body_size)
+    rest = (report.ticks, zlib.crc32(report.body), report.proxy_allowed, len(url), 0, 0)
+    numbers = NUMBERS.pack(MARK, version, *sizes, *rest)
     return numbers + CHECKSUM.pack(zlib.crc32(numbers + bytes(4) + url)) + url
 
 

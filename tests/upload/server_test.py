@@ -32,20 +32,15 @@ class Uploads:
         self.stage = stage
 
     def serve(self, env=None, ini=None, store="store"):
-        self.server = self.stage.enter_context(
-            PhpServer(loopback_address(PORT), PORT, self.stage.artifacts / store, env, ini)
-        )
-        return self.server
+        server = PhpServer(loopback_address(PORT), PORT, self.stage.artifacts / store, env, ini)
+        self.server = self.stage.enter_context(server)
 
     def request(self, method="POST", path=FORM_PATH, body=None, headers=None):
         """The status, the body of the answer and its headers."""
-        connection = http.client.HTTPConnection(self.server.address, PORT, timeout=60)
-        try:
+        with contextlib.closing(http.client.HTTPConnection(self.server.address, PORT, timeout=60)) as connection:
             connection.request(method, path, body, headers or {})
             answer = connection.getresponse()
             return answer.status, answer.read(), answer.headers
-        finally:
-            connection.close()
 
     def post(self, body, content_type=CONTENT_TYPE, path=FORM_PATH):
         status, answer, _ = self.request("POST", path, body, {"Content-Type": content_type})
@@ -53,9 +48,10 @@ class Uploads:
             assert CONFIRMATION not in answer, "a refusal must not read as a success"
         return status, answer
 
-    def assert_stored(self, files, report):
+    def assert_only(self, files):
+        """There is one report, of these files."""
         expected = {part: (_as_listed(path), content) for part, (path, content) in files.items()}
-        assert report == expected
+        assert self.server.reports() == [expected]
 
 
 @pytest.fixture
@@ -63,49 +59,48 @@ def uploads(stage):
     return Uploads(stage)
 
 
+@pytest.fixture
+def served(uploads):
+    """With the server as it is by default."""
+    uploads.serve()
+    return uploads
+
+
+@pytest.fixture
+def unpacked(uploads):
+    """With one where PHP takes the body apart, on web hosts that can't switch it off."""
+    uploads.serve(ini={"enable_post_data_reading": 1})
+    return uploads
+
+
 class TestReport:
-    def test_is_stored_byte_for_byte_and_confirmed(self, uploads):
-        uploads.serve()
-        status, answer = uploads.post(upload_body(GOOD))
+    def test_is_stored_byte_for_byte_and_confirmed(self, served):
+        status, answer = served.post(upload_body(GOOD))
         assert status == 200
         assert answer.find(CONFIRMATION) > 0, "the library wants the text after the answer's beginning"
-        uploads.assert_stored(GOOD, *uploads.server.reports())
+        served.assert_only(GOOD)
 
-    def test_without_files_is_stored(self, uploads):
-        uploads.serve()
-        assert uploads.post(upload_body({}))[0] == 200
-        assert uploads.server.reports() == [{}]
+    def test_without_files_is_stored(self, served):
+        assert served.post(upload_body({}))[0] == 200
+        assert served.server.reports() == [{}]
 
-    def test_may_hold_boundaries_in_its_files(self, uploads):
-        uploads.serve()
-        files = {
-            part: (b"C:\\f", content)
-            for part, content in zip(
-                PARTS,
-                (
-                    b"\n\n--AaB03x--\n",
-                    b"--AaB03x\n",
-                    b'\n--AaB03x\ncontent-disposition: form-data; name="Conversion_log',
-                    b"\n\n--AaB03x--\n\n--AaB03x\n",
-                    b"\r\n--AaB03x--\r\n",
-                    b"\n\n--AaB03x--\n--AaB03x\n",
-                ),
-            )
-        }
-        assert uploads.post(upload_body(files))[0] == 200
-        uploads.assert_stored(files, *uploads.server.reports())
+    def test_may_hold_boundaries_in_its_files(self, served):
+        header = b'\n--AaB03x\ncontent-disposition: form-data; name="Conversion_log'
+        contents = [b"\n\n--AaB03x--\n", b"--AaB03x\n", header]
+        contents += [b"\n\n--AaB03x--\n\n--AaB03x\n", b"\r\n--AaB03x--\r\n", b"\n\n--AaB03x--\n--AaB03x\n"]
+        files = {part: (b"C:\\f", content) for part, content in zip(PARTS, contents)}
+        assert served.post(upload_body(files))[0] == 200
+        served.assert_only(files)
 
-    def test_of_48_megabytes_is_stored(self, uploads):
-        uploads.serve()
+    def test_of_48_megabytes_is_stored(self, served):
         files = {part: (b"C:\\big", os.urandom(8 << 20)) for part in PARTS}
-        assert uploads.post(upload_body(files))[0] == 200
-        uploads.assert_stored(files, *uploads.server.reports())
+        assert served.post(upload_body(files))[0] == 200
+        served.assert_only(files)
 
-    def test_gets_a_folder_of_its_own_that_only_the_server_can_read(self, uploads):
-        uploads.serve()
+    def test_gets_a_folder_of_its_own_that_only_the_server_can_read(self, served):
         for _ in range(5):
-            assert uploads.post(upload_body(GOOD))[0] == 200
-        folders = uploads.server.report_folders()
+            assert served.post(upload_body(GOOD))[0] == 200
+        folders = served.server.report_folders()
         assert len(folders) == 5
         for folder in folders:
             assert re.search(r"^\d{8}-\d{6}-[0-9a-f]{16}$", folder.name)
@@ -113,30 +108,13 @@ class TestReport:
             for file in folder.iterdir():
                 assert stat.S_IMODE(file.stat().st_mode) == 0o600
 
-    def test_never_names_a_file(self, uploads, stage):
-        uploads.serve()
-        names = (
-            b"../../../evil.php",
-            b"C:\\..\\..\\evil.php",
-            b"/etc/passwd",
-            b"index.php",
-            b"report.json",
-            b'a" onload="x',
-        )
-        for name in names:
-            assert uploads.post(upload_body({part: (name, b"<?php evil();") for part in PARTS}))[0] == 200
-        written = {path.name for path in uploads.server.store.rglob("*") if path.is_file()}
-        assert written == {
-            ".htaccess",
-            ".lock",
-            "report.json",
-            "conversion_script.bin",
-            "conversion_config.bin",
-            "file_for_conversion.bin",
-            "conversion_log.txt",
-            "screen_copy.jpg",
-            "system_info.txt",
-        }
+    def test_never_names_a_file(self, served, stage):
+        paths = (b"../../../evil.php", b"C:\\..\\..\\evil.php", b"/etc/passwd")
+        for name in (*paths, b"index.php", b"report.json", b'a" onload="x'):
+            assert served.post(upload_body({part: (name, b"<?php evil();") for part in PARTS}))[0] == 200
+        written = {path.name for path in served.server.store.rglob("*") if path.is_file()}
+        kept = "conversion_script.bin conversion_config.bin file_for_conversion.bin conversion_log.txt screen_copy.jpg"
+        assert written == {".htaccess", ".lock", "report.json", *kept.split(), "system_info.txt"}
         assert not [path for path in stage.artifacts.rglob("evil*")]
 
 
@@ -190,48 +168,36 @@ NO_REPORTS = {
 
 class TestWhatIsNoReport:
     @pytest.mark.parametrize("body", NO_REPORTS.values(), ids=NO_REPORTS)
-    def test_is_refused(self, uploads, body):
-        uploads.serve()
-        assert uploads.post(body)[0] == 400
-        assert uploads.server.reports() == []
+    def test_is_refused(self, served, body):
+        assert served.post(body)[0] == 400
+        assert served.server.reports() == []
 
     @pytest.mark.parametrize(
         "content_type",
         [
-            "application/x-www-form-urlencoded",
-            "multipart/form-data",
-            "text/plain",
-            "",
-            "multipart/form-data; boundary=other",
-            "multipart/form-data; boundary=AaB03xx",
+            *("", "text/plain", "application/x-www-form-urlencoded", "multipart/form-data"),
+            *("multipart/form-data; boundary=other", "multipart/form-data; boundary=AaB03xx"),
             "multipart/mixed; boundary=AaB03x",
         ],
     )
-    def test_of_another_type_is_refused(self, uploads, content_type):
-        uploads.serve()
-        assert uploads.post(upload_body(GOOD), content_type)[0] == 415
-        assert uploads.server.reports() == []
+    def test_of_another_type_is_refused(self, served, content_type):
+        assert served.post(upload_body(GOOD), content_type)[0] == 415
+        assert served.server.reports() == []
 
     @pytest.mark.parametrize(
         "path",
         [
-            "/",
-            "/index.php",
-            "/index.php?option=other",
-            "/index.php?option[]=com_mosforms",
-            "/other.php?option=com_mosforms",
-            "/index.php/x?option=com_mosforms",
+            *("/", "/index.php", "/index.php?option=other", "/index.php?option[]=com_mosforms"),
+            *("/other.php?option=com_mosforms", "/index.php/x?option=com_mosforms"),
         ],
     )
-    def test_for_another_page_is_refused(self, uploads, path):
-        uploads.serve()
-        assert uploads.post(upload_body(GOOD), path=path)[0] == 404
-        assert uploads.server.reports() == []
+    def test_for_another_page_is_refused(self, served, path):
+        assert served.post(upload_body(GOOD), path=path)[0] == 404
+        assert served.server.reports() == []
 
     @pytest.mark.parametrize("method", ["PUT", "DELETE", "OPTIONS", "PATCH"])
-    def test_by_another_method_is_refused(self, uploads, method):
-        uploads.serve()
-        status, _, headers = uploads.request(method)
+    def test_by_another_method_is_refused(self, served, method):
+        status, _, headers = served.request(method)
         assert status == 405
         assert headers["Allow"] == "GET, HEAD, POST"
 
@@ -246,18 +212,17 @@ class TestWhatIsNoReport:
             pytest.param(65 << 20, b"", id="larger than allowed"),
         ],
     )
-    def test_of_a_length_that_lies_is_refused(self, uploads, length, body):
-        uploads.serve()
+    def test_of_a_length_that_lies_is_refused(self, served, length, body):
         announced = b"" if length is None else b"Content-Length: %s\r\n" % str(length).encode()
         answer = self.raw(
-            uploads,
+            served,
             b"POST %s HTTP/1.1\r\nHost: x\r\nContent-Type: %s\r\n%s\r\n%s"
             % (FORM_PATH.encode(), CONTENT_TYPE.encode(), announced, body),
         )
         assert CONFIRMATION not in answer
         assert not re.search(rb"HTTP/1.\d 2", answer[:15])
-        assert uploads.server.reports() == []
-        assert uploads.post(WHOLE)[0] == 200, "the server goes on"
+        assert served.server.reports() == []
+        assert served.post(WHOLE)[0] == 200, "the server goes on"
 
     def raw(self, uploads, request):
         """What comes back when the client says no more than this."""
@@ -270,16 +235,15 @@ class TestWhatIsNoReport:
                     pieces.append(piece)
             return b"".join(pieces)
 
-    def test_cut_off_in_the_middle_leaves_nothing(self, uploads):
-        uploads.serve()
+    def test_cut_off_in_the_middle_leaves_nothing(self, served):
         body = upload_body(GOOD)
-        with socket.create_connection((uploads.server.address, PORT), timeout=60) as client:
+        with socket.create_connection((served.server.address, PORT), timeout=60) as client:
             client.sendall(
                 b"POST %s HTTP/1.1\r\nHost: x\r\nContent-Type: %s\r\nContent-Length: %d\r\n\r\n%s"
                 % (FORM_PATH.encode(), CONTENT_TYPE.encode(), len(body), body[:-100])
             )
-        assert uploads.post(body)[0] == 200
-        assert len(uploads.server.reports()) == 1
+        assert served.post(body)[0] == 200
+        assert len(served.server.reports()) == 1
 
 
 class TestBounds:
@@ -313,14 +277,9 @@ class TestOwnerOfTheServer:
     def test_finds_each_refusal_in_the_log_with_its_status_and_size(self, uploads):
         body = upload_body({"Screen_copy": (b"C:\\s", b"<secret>" * 500)})
         uploads.serve({"UPLOAD_MAX_REPORTS": "1", "UPLOAD_MAX_BODY": str(len(body))})
-        assert [
-            uploads.post(body)[0],
-            uploads.post(body)[0],
-            uploads.post(body + b"\n")[0],
-            uploads.post(body[:-1])[0],
-            uploads.request("PUT")[0],
-            uploads.request("GET", "/<secret>")[0],
-        ] == [200, 507, 413, 400, 405, 404]
+        answers = [*map(uploads.post, (body, body, body + b"\n", body[:-1]))]
+        answers += [uploads.request("PUT"), uploads.request("GET", "/<secret>")]
+        assert [answer[0] for answer in answers] == [200, 507, 413, 400, 405, 404]
         log = re.sub(r"^\[[^]]*\] ", "", uploads.server.log(), flags=re.MULTILINE)
         assert re.findall("^Refused .*", log, re.MULTILINE) == [
             f"Refused with 507, {len(body)} bytes: There is no room for more reports.",
@@ -330,12 +289,11 @@ class TestOwnerOfTheServer:
             "Refused with 404, 0 bytes: There is nothing here.",
         ]
 
-    def test_sees_on_the_page_how_full_the_store_is(self, uploads):
-        uploads.serve()
-        assert b"In the store: 0 of 1000, 0 of 4 GiB." in uploads.request("GET", "/")[1]
+    def test_sees_on_the_page_how_full_the_store_is(self, served):
+        assert b"In the store: 0 of 1000, 0 of 4 GiB." in served.request("GET", "/")[1]
         body = upload_body({"Screen_copy": (b"C:\\s", b"x" * (50 << 20))})
-        assert [uploads.post(body)[0] for _ in range(2)] == [200, 200]
-        assert b"In the store: 2 of 1000, 0.1 of 4 GiB." in uploads.request("GET", "/")[1]
+        assert [served.post(body)[0] for _ in range(2)] == [200, 200]
+        assert b"In the store: 2 of 1000, 0.1 of 4 GiB." in served.request("GET", "/")[1]
 
     def test_sees_bounds_of_his_own(self, uploads):
         uploads.serve({"UPLOAD_MAX_REPORTS": "20", "UPLOAD_MAX_TOTAL": str(1536 << 20)})
@@ -354,37 +312,28 @@ class TestStore:
         uploads.serve()
         assert uploads.post(upload_body(GOOD))[0] == 500
 
-    def test_is_not_shown(self, uploads):
-        uploads.serve()
-        assert uploads.post(upload_body(GOOD))[0] == 200
-        report = uploads.server.report_folders()[0].name
+    def test_is_not_shown(self, served):
+        assert served.post(upload_body(GOOD))[0] == 200
+        report = served.server.report_folders()[0].name
         for path in (
-            f"/{report}/report.json",
-            f"/store/{report}/screen_copy.jpg",
-            f"/../reports/{report}/report.json",
-            f"/..%2freports%2f{report}%2freport.json",
-            "/.htaccess",
-            "/.user.ini",
-            "/../src/settings.php",
-            "/%2e%2e/src/settings.php",
-            "//",
-            "/index.php/../../src/settings.php",
+            *(f"/{report}/report.json", f"/store/{report}/screen_copy.jpg", f"/../reports/{report}/report.json"),
+            *(f"/..%2freports%2f{report}%2freport.json", "/.htaccess", "/.user.ini", "//"),
+            *("/../src/settings.php", "/%2e%2e/src/settings.php", "/index.php/../../src/settings.php"),
         ):
-            status, answer, _ = uploads.request("GET", path)
+            status, answer, _ = served.request("GET", path)
             assert status == 404, (path, answer)
 
-    def test_lists_its_reports_on_a_plain_page(self, uploads):
-        uploads.serve()
-        assert b"(0)" in uploads.request("GET", "/")[1]
-        assert uploads.post(upload_body({"Screen_copy": (b"<script>", b"<script>")}))[0] == 200
-        status, page, headers = uploads.request("GET", "/index.php")
+    def test_lists_its_reports_on_a_plain_page(self, served):
+        assert b"(0)" in served.request("GET", "/")[1]
+        assert served.post(upload_body({"Screen_copy": (b"<script>", b"<script>")}))[0] == 200
+        status, page, headers = served.request("GET", "/index.php")
         assert status == 200
-        assert uploads.server.report_folders()[0].name.encode() in page
+        assert served.server.report_folders()[0].name.encode() in page
         assert b"Screen_copy&nbsp;(8)" in page
         assert b"<script>" not in page
         assert headers["X-Content-Type-Options"] == "nosniff"
         assert "default-src 'none'" in headers["Content-Security-Policy"]
-        assert uploads.request("HEAD", "/")[:2] == (200, b"")
+        assert served.request("HEAD", "/")[:2] == (200, b"")
 
 
 NO_REPORTS_EITHER = {
@@ -400,16 +349,14 @@ NO_REPORTS_EITHER = {
 class TestWherePhpTakesTheBodyApart:
     """On web hosts that can't switch it off."""
 
-    def test_the_report_is_stored_all_the_same(self, uploads):
-        uploads.serve(ini={"enable_post_data_reading": 1})
+    def test_the_report_is_stored_all_the_same(self, unpacked):
         files = {**GOOD, "Conversion_log": (b"C:\\log", b"ends in a lone CR\r")}
-        assert uploads.post(upload_body(files))[0] == 200
-        uploads.assert_stored(files, *uploads.server.reports())
+        assert unpacked.post(upload_body(files))[0] == 200
+        unpacked.assert_only(files)
 
-    def test_a_file_that_php_has_cut_is_refused(self, uploads):
-        uploads.serve(ini={"enable_post_data_reading": 1})
+    def test_a_file_that_php_has_cut_is_refused(self, unpacked):
         body = upload_body({"Conversion_log": (b"C:\\log", b"before\n--AaB03x--\nafter")})
-        assert uploads.post(body)[0] == 400
+        assert unpacked.post(body)[0] == 400
 
     def test_a_file_beyond_its_limit_is_too_large(self, uploads):
         uploads.serve(ini={"enable_post_data_reading": 1, "upload_max_filesize": 1000})
@@ -420,13 +367,12 @@ class TestWherePhpTakesTheBodyApart:
         uploads.serve(ini={"enable_post_data_reading": 1, "post_max_size": 20000})
         files = {"Screen_copy": (b"C:\\s", b"x" * 20000)}
         assert uploads.post(upload_body(files))[0] == 200
-        uploads.assert_stored(files, *uploads.server.reports())
+        uploads.assert_only(files)
 
     @pytest.mark.parametrize("body", NO_REPORTS_EITHER.values(), ids=NO_REPORTS_EITHER)
-    def test_what_is_no_report_is_refused(self, uploads, body):
-        uploads.serve(ini={"enable_post_data_reading": 1})
-        assert uploads.post(body)[0] == 400
-        assert uploads.server.reports() == []
+    def test_what_is_no_report_is_refused(self, unpacked, body):
+        assert unpacked.post(body)[0] == 400
+        assert unpacked.server.reports() == []
 
 
 def _as_listed(path):
