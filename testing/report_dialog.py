@@ -1,6 +1,6 @@
 """The report dialogs as a user meets them."""
 
-import subprocess
+from testing.picture import colours
 
 TITLE = "Software Error Report"
 
@@ -42,14 +42,8 @@ def icon_colour(desktop, picture):
     """The colour near the left upper corner of the dialog's icon; takes the picture of the screen to see it."""
     window = wait(desktop)
     desktop.screenshot(picture)
-    x, y = window.x + 266 * window.width // 300, window.y + 18 * window.height // 175
-    return subprocess.run(
-        ["convert", picture, "-format", f"%[pixel:p{{{x},{y}}}]", "info:"],
-        check=True,
-        capture_output=True,
-        text=True,
-        timeout=60,
-    ).stdout
+    (colour,) = colours(picture, (window.x + 266 * window.width // 300, window.y + 18 * window.height // 175))
+    return colour
 
 
 def wait_closed(desktop, timeout=120):

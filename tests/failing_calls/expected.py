@@ -4,11 +4,11 @@ import functools
 import operator
 from dataclasses import replace
 
-from outcomes import WHOLE, Also, End, Outcome, Part
+from outcomes import SYSTEM, WHOLE, Also, End, Outcome, Part
 
 FAULT, PROCESS, MODULES, STACK = Part.FAULT, Part.PROCESS, Part.MODULES, Part.STACK
 PROGRAM, DISPLAY, BROWSER, PRINTERS = Part.PROGRAM, Part.DISPLAY, Part.BROWSER, Part.PRINTERS
-APPLICATION, SYSTEM, SCREENSHOT, FILE, DATE = Part.APPLICATION, Part.SYSTEM, Part.SCREENSHOT, Part.FILE, Part.DATE
+APPLICATION, SCREENSHOT, FILE, DATE = Part.APPLICATION, Part.SCREENSHOT, Part.FILE, Part.DATE
 REASON = FAULT | PROCESS | MODULES
 
 NONE, NONE_UNTOLD, NO_DIALOG = Outcome(end=End.NONE), Outcome(end=End.NONE_UNTOLD), Outcome(end=End.NO_DIALOG)

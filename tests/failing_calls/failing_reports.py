@@ -54,19 +54,11 @@ class FailingHost:
         """plan: {(library, function): numbers}. Returns ({call: count in a whole report}, [Round], {what was
         left: how often})."""
         orders = self.host.folder / "orders.txt"
-        orders.write_text(
-            "".join(f"{library} {name} {' '.join(map(str, numbers))}\n" for (library, name), numbers in plan.items())
-        )
+        lines = (f"{library} {name} {' '.join(map(str, numbers))}\n" for (library, name), numbers in plan.items())
+        orders.write_text("".join(lines))
+        words = ("C:\\host\\calls.txt", self.variant, "C:\\host\\attached.bin")
         with open(orders, "rb") as stdin:
-            result = self.host.run(
-                "C:\\host\\calls.txt",
-                self.variant,
-                "C:\\host\\attached.bin",
-                cwd=self.host.folder,
-                limit=limit,
-                stdin=stdin,
-            )
-        return self._read(result)
+            return self._read(self.host.run(*words, cwd=self.host.folder, limit=limit, stdin=stdin))
 
     def _read(self, result):
         counts, rounds, held, call = {}, [], collections.Counter(), None
@@ -79,16 +71,8 @@ class FailingHost:
                 call = words[1], words[2]
             elif words[0] == "round":
                 number = int(words[1])
-                rounds.append(
-                    Round(
-                        call if number else None,
-                        number,
-                        words[2] == "failed",
-                        words[3],
-                        *map(int, words[4:9]),
-                        " ".join(words[9:]),
-                    )
-                )
+                facts = (words[2] == "failed", words[3], *map(int, words[4:9]), " ".join(words[9:]))
+                rounds.append(Round(call if number else None, number, *facts))
             elif words[0] == "held":
                 held[f"{call}: {line}"] += 1
             elif line != "end":

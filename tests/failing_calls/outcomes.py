@@ -7,24 +7,12 @@ import re
 from testing.mail import Message
 
 
-class Part(enum.Flag):
-    """Of a report, in the order in which words() names them."""
-
-    WINDOWS = enum.auto()
-    PROGRAM = enum.auto()
-    PROCESSOR = enum.auto()
-    DISPLAY = enum.auto()
-    BROWSER = enum.auto()
-    PRINTERS = enum.auto()
-    APPLICATION = enum.auto()
-    FAULT = enum.auto()
-    PROCESS = enum.auto()
-    MODULES = enum.auto()
-    STACK = enum.auto()
-    SCREENSHOT = enum.auto()
-    FILE = enum.auto()
-    DATE = enum.auto()
-    SYSTEM = WINDOWS | PROGRAM | PROCESSOR | DISPLAY | BROWSER | PRINTERS | APPLICATION
+# The parts of a report, in the order in which words() names them.
+Part = enum.Flag(
+    "Part",
+    "WINDOWS PROGRAM PROCESSOR DISPLAY BROWSER PRINTERS APPLICATION FAULT PROCESS MODULES STACK SCREENSHOT FILE DATE",
+)
+SYSTEM = Part.WINDOWS | Part.PROGRAM | Part.PROCESSOR | Part.DISPLAY | Part.BROWSER | Part.PRINTERS | Part.APPLICATION
 
 
 class End(enum.Enum):
@@ -40,12 +28,8 @@ class End(enum.Enum):
     NO_DIALOG = "no dialog, no {road}"
 
 
-class Also(enum.Flag):
-    """What happens beside. OUT_OF_MEMORY: an exception to the host. NEXT_TOO: the next report has the same outcome."""
-
-    OUT_OF_MEMORY = enum.auto()
-    BOX = enum.auto()
-    NEXT_TOO = enum.auto()
+# What happens beside. OUT_OF_MEMORY: an exception to the host. NEXT_TOO: the next report has the same outcome.
+Also = enum.Flag("Also", "OUT_OF_MEMORY BOX NEXT_TOO")
 
 
 @dataclasses.dataclass(frozen=True)
@@ -56,10 +40,8 @@ class Outcome:
 
     def words(self, road):
         lost = [name for part, name in _NAMES.items() if part in self.lost]
-        if Part.SYSTEM in self.lost:
-            lost = ["the system information"] + [
-                name for part, name in _NAMES.items() if part in self.lost & ~Part.SYSTEM
-            ]
+        if SYSTEM in self.lost:
+            lost = ["the system information"] + [name for part, name in _NAMES.items() if part in self.lost & ~SYSTEM]
         report = f"{road} without {', '.join(lost)}" if lost else "whole report"
         return self.end.value.format(road=road, report=report) + "".join(
             f" (and {words})" for one, words in _ALSO.items() if one in self.also
@@ -153,9 +135,8 @@ def _mail_facts(message):
     files = dict(message.attachments)
     facts[Part.SCREENSHOT] = files.get("screen_copy.jpg", b"")[:3] == b"\xff\xd8\xff"
     facts[Part.FILE] = files.get("attached.bin")
-    facts[Part.DATE] = (
-        re.fullmatch(r"\w+day, \d\d, \d\d \d\d:\d\d:\d\d \+0000", message.parsed["Date"] or "") is not None
-    )
+    date = message.parsed["Date"] or ""
+    facts[Part.DATE] = re.fullmatch(r"\w+day, \d\d, \d\d \d\d:\d\d:\d\d \+0000", date) is not None
     return facts
 
 
@@ -210,7 +191,7 @@ class UploadOutcomes:
 
     def __init__(self, whole):
         self.whole = _upload_facts(whole)
-        _check_whole(self.whole, Part.SYSTEM | Part.SCREENSHOT | Part.FILE)
+        _check_whole(self.whole, SYSTEM | Part.SCREENSHOT | Part.FILE)
 
     def of(self, dialogs, answer, body):
         if not dialogs:

@@ -4,10 +4,7 @@ import pathlib
 import re
 import time
 
-import pytest
-
 from testing import report_dialog
-from testing.host import Host
 from testing.processes import wait_until
 
 
@@ -17,37 +14,9 @@ def cpu_ticks(pid):
     return int(fields[11]) + int(fields[12])
 
 
-class Scene:
-    """A host that fails, and its dialog."""
-
-    def __init__(self, stage):
-        self.stage = stage
-
-    def start(self, *args, program="fault_host.exe", **size):
-        self.screen = self.stage.desktop(**size)
-        self.host = Host(self.stage, program, helper="full", desktop=self.screen)
-        self.process = self.host.start(*args)
-        return report_dialog.wait(self.screen)
-
-    def finish(self):
-        self.process.wait_family()
-        return self.process.result().text.splitlines()
-
-    def goes_on(self):
-        return self.finish()[-2:] == ["reported", "end"]
-
-    def decline(self, window=None):
-        report_dialog.press(self.screen, "Don't Open & Close", window)
-        return self.finish()
-
-    def icon_colour(self):
-        """The colour of the icon, which is a green one in the host that has one."""
-        return report_dialog.icon_colour(self.screen, self.stage.artifacts / "icon.png")
-
-
-@pytest.fixture
-def scene(stage):
-    return Scene(stage)
+def icon_is_the_hosts(scene):
+    """It is a green one in the host that has one."""
+    return re.search(r"\(0,192,0\)", report_dialog.icon_colour(scene.screen, scene.stage.artifacts / "icon.png"))
 
 
 def test_open_button_opens_the_message_and_the_host_goes_on(scene, stage):
@@ -98,7 +67,7 @@ def test_menu_of_the_window_is_at_the_keyboard_and_closes_it(scene):
 
 
 def test_dialog_stands_in_the_middle_of_the_work_area_and_uses_no_processor_while_it_waits(scene):
-    window = scene.start("write", width=1024, height=768)
+    window = scene.start("write", size=(1024, 768))
     # The window's inside; the frame is a little wider than it and its title bar stands above.
     assert abs(window.x + window.width / 2 - 512) <= 8
     assert abs(window.y + window.height / 2 - 384) <= 24
@@ -115,14 +84,14 @@ def test_dialog_stands_in_the_middle_of_the_work_area_and_uses_no_processor_whil
 
 def test_icon_of_the_host_is_shown_by_each_report(scene):
     scene.start("write", "divide", program="fault_host_with_icon.exe")
-    assert re.search(r"\(0,192,0\)", scene.icon_colour())
+    assert icon_is_the_hosts(scene)
     report_dialog.press(scene.screen, "Open Error Report")
     scene.host.wait_messages(1)
-    assert re.search(r"\(0,192,0\)", scene.icon_colour())
+    assert icon_is_the_hosts(scene)
     scene.decline()
 
 
 def test_host_without_an_icon_leaves_the_templates(scene):
     scene.start("write")
-    assert not re.search(r"\(0,192,0\)", scene.icon_colour())
+    assert not icon_is_the_hosts(scene)
     scene.decline()

@@ -7,7 +7,6 @@ import re
 
 import pytest
 
-from testing import report_dialog
 from testing.host import Host
 
 BOUNDARY = "----=_NextPart_000_023D_01C25DB8.8402B210"
@@ -220,24 +219,10 @@ class TestReportClass:
         assert [show for show, _ in report.host.opened()] == [5]
 
 
-class FaultHost:
-    """Messages made by OpenCrushReport after a fault."""
-
-    def __init__(self, stage):
-        self.stage = stage
-
-    def report(self, *args, prepare=None, **options):
-        desktop = self.stage.desktop()
-        self.host = Host(self.stage, "fault_host.exe", helper="full", desktop=desktop, **options)
-        if prepare:
-            args = (*args[:-1], *prepare(self.host), args[-1])
-        (message,) = report_dialog.open_reports(desktop, self.host, self.host.start(*args))
-        return message
-
-
-@pytest.fixture
-def fault(stage):
-    return FaultHost(stage)
+def report_of(scene, *args, **options):
+    """The message that OpenCrushReport makes after a fault."""
+    scene.start(*args, **options)
+    return scene.open_reports()[0]
 
 
 class TestReportOfAFault:
@@ -249,40 +234,43 @@ class TestReportOfAFault:
         ),
         ids=("none", "a letter short", "a letter more", "empty"),
     )
-    def test_text_that_is_not_the_marker_gives_no_fault_details(self, fault, args):
-        body = fault.report(*args, "write").body
+    def test_text_that_is_not_the_marker_gives_no_fault_details(self, scene, args):
+        body = report_of(scene, *args, "write").body
         assert b"Debug info is not accessible.\n" in body
         assert b"Crush Expantion" not in body
 
-    def test_marker_without_a_fault_gives_no_fault_details(self, fault):
-        body = fault.report("--text", "SEHWendaxExceptionGenerated", "none").body
+    def test_marker_without_a_fault_gives_no_fault_details(self, scene):
+        body = report_of(scene, "--text", "SEHWendaxExceptionGenerated", "none").body
         assert b"Debug info is not accessible.\n" in body
 
     @pytest.mark.parametrize("content", (b"what I did\r\n", b"", None), ids=("there", "empty", "missing"))
-    def test_attachment_is_sent_if_it_exists(self, fault, content):
+    def test_attachment_is_sent_if_it_exists(self, scene, content):
         def prepare(host):
             path = host.folder / "notes.txt"
             if content is not None:
                 path.write_bytes(content)
             return ["--attach", host.prefix.to_windows(path)]
 
-        attached = [(os.path.basename(name), data) for name, data in fault.report("write", prepare=prepare).attachments]
+        attached = [
+            (os.path.basename(name), data) for name, data in report_of(scene, "write", prepare=prepare).attachments
+        ]
         assert attached == ([] if content is None else [("notes.txt", content)])
 
     @pytest.mark.parametrize("path", ("C:\\host", "C:\\host\\fault*.exe"), ids=("folder", "pattern"))
-    def test_attachment_that_is_a_folder_or_a_pattern_is_sent_empty(self, fault, path):
-        message = fault.report("--attach", path, "write")
+    def test_attachment_that_is_a_folder_or_a_pattern_is_sent_empty(self, scene, path):
+        message = report_of(scene, "--attach", path, "write")
         assert message.attachments == [(path.rpartition("\\")[2], b"")]
 
     @pytest.mark.parametrize("length", (1023, 1024, 1025, 5000))
-    def test_attachment_of_a_path_that_is_too_long_is_left_out(self, fault, length):
-        assert fault.report("--attach", "C:\\host\\".ljust(length, "x"), "write").attachments == []
+    def test_attachment_of_a_path_that_is_too_long_is_left_out(self, scene, length):
+        assert report_of(scene, "--attach", "C:\\host\\".ljust(length, "x"), "write").attachments == []
 
-    def test_attachment_with_blanks_and_other_letters_is_sent(self, stage):
-        desktop = stage.desktop()
-        host = Host(stage, "fault_host.exe", desktop=desktop, locale="ru_RU.UTF-8", folder="папка с отчётом")
-        (host.folder / "мой файл.txt").write_bytes(b"data")
-        process = host.start("--attach", host.prefix.to_windows(host.folder / "мой файл.txt"), "write")
-        (message,) = report_dialog.open_reports(desktop, host, process)
+    def test_attachment_with_blanks_and_other_letters_is_sent(self, scene):
+        def prepare(host):
+            (host.folder / "мой файл.txt").write_bytes(b"data")
+            return ["--attach", host.prefix.to_windows(host.folder / "мой файл.txt")]
+
+        options = {"helper": None, "locale": "ru_RU.UTF-8", "folder": "папка с отчётом"}
+        message = report_of(scene, "write", prepare=prepare, **options)
         assert 'filename="мой файл.txt"'.encode("cp1251") in message.raw
         assert b"\r\n\r\nZGF0YQ==\r\n" in message.raw

@@ -2,12 +2,12 @@
 message and in what is uploaded."""
 
 import shutil
-import subprocess
 
 import pytest
 
 from testing import report_dialog
 from testing.host import Host, redirect
+from testing.picture import colours
 from testing.processes import wait_until
 from uploading import RUSSIAN, WESTERN, UploadDialog
 
@@ -42,13 +42,10 @@ def shown_texts(stage, wine):
     return [text for text in texts if len(text) > 20]
 
 
-def colours(picture, window, *places):
+def colours_in(window, picture, *places):
     """Of the picture's points, at these places in dialog units of the e-mail dialog, from its left upper corner."""
-    points = [
-        f"%[pixel:p{{{window.x + x * window.width // 300},{window.y + y * window.height // 173}}}]\n" for x, y in places
-    ]
-    command = ["convert", picture, "-format", "".join(points), "info:"]
-    return subprocess.run(command, check=True, capture_output=True, text=True, timeout=60).stdout.split()
+    points = ((window.x + x * window.width // 300, window.y + y * window.height // 173) for x, y in places)
+    return colours(picture, *points)
 
 
 class Email:
@@ -112,7 +109,7 @@ class TestEmail:
             (("--own-pictures", "yes"), "fault_host.exe"),
         ):
             email = Email(stage, program, record=record)
-            seen.append(colours(email.picture(f"banner-{len(seen)}"), email.window, *places))
+            seen.append(colours_in(email.window, email.picture(f"banner-{len(seen)}"), *places))
             email.finish("Don't Open & Close")
         assert seen[0] == ["srgb(0,120,200)", "srgb(200,0,200)"]
         assert seen[1] == seen[2]
@@ -142,7 +139,7 @@ class TestUpload:
         for record, expected in (("yes", True), ("no", False)):
             dialog = Dialog(stage, "upload_host_with_icon.exe", ("--own-pictures", record))
             window = dialog.open()
-            seen = colours(dialog.picture(f"pictures-{record}"), window, *places)
+            seen = colours_in(window, dialog.picture(f"pictures-{record}"), *places)
             assert (seen == ["srgb(0,120,200)", "srgb(200,0,200)", "srgb(0,192,0)"]) == expected, seen
             assert ("srgb(0,192,0)" in seen) == expected
             dialog.close()
