@@ -61,6 +61,8 @@ void __cdecl tell_parameters(EXCEPTION_POINTERS* fault, void* context) {
         auto* const thrown = reinterpret_cast<EXCEPTION_POINTERS*>(words[2]);
         printf("type %s, words %s, throw %08lX\n", shown(words[0]), shown(words[1]),
                thrown ? thrown->ExceptionRecord->ExceptionCode : 0);
+        if (record.NumberParameters != 3)
+            printf("%lu parameters\n", record.NumberParameters);
     } else if (record.ExceptionCode == WENDAX_FAULT_INVALID_PARAMETER) {
         printf("%lu parameters, line %u\n", record.NumberParameters, static_cast<unsigned>(words[3]));
     }

@@ -8,6 +8,7 @@ namespace {
 constexpr unsigned kMostStarted = 80;
 DWORD started[kMostStarted];
 unsigned started_count;
+unsigned free_one = kMostStarted; // place of the thread whose registers are never kept back
 HANDLE at_it;
 volatile LONG spins;
 
@@ -57,12 +58,43 @@ void wait_deep() {
     go_deep(3000);
 }
 
+// Two ways down whose frames lie at the same places of the stack; each function adds another number, or the linker
+// takes them for one.
+#define WAY(name, called, number)                                                                                      \
+    void __attribute__((noinline)) name() {                                                                            \
+        called();                                                                                                      \
+        spins = spins + number;                                                                                        \
+    }
+#define BOTTOM(name, number)                                                                                           \
+    void __attribute__((noinline)) name() {                                                                            \
+        for (int i = 0; i < 100; ++i)                                                                                  \
+            spins = spins + number;                                                                                    \
+    }
+BOTTOM(left_4, 1)
+WAY(left_3, left_4, 2)
+WAY(left_2, left_3, 3)
+WAY(left_1, left_2, 4)
+BOTTOM(right_4, 5)
+WAY(right_3, right_4, 6)
+WAY(right_2, right_3, 7)
+WAY(right_1, right_2, 8)
+
+void alternate() {
+    SetEvent(at_it);
+    for (;;) {
+        left_1();
+        right_1();
+    }
+}
+
 const struct {
     const char* name;
     void (*run)();
-} kKinds[] = {{"wait", wait_for_ever},     {"spin", spin},           {"heap", use_heap},
-              {"loader", use_loader},      {"hold-heap", hold_heap}, {"suspended", wait_for_ever},
-              {"refusing", wait_for_ever}, {"deep", wait_deep}};
+} kKinds[] = {{"wait", wait_for_ever},     {"spin", spin},
+              {"heap", use_heap},          {"loader", use_loader},
+              {"hold-heap", hold_heap},    {"suspended", wait_for_ever},
+              {"refusing", wait_for_ever}, {"deep", wait_deep},
+              {"alternate", alternate},    {"free", spin}};
 
 DWORD WINAPI companion_main(void* run) {
     reinterpret_cast<void (*)()>(run)();
@@ -71,7 +103,7 @@ DWORD WINAPI companion_main(void* run) {
 
 BOOL WINAPI never_get(HANDLE thread, CONTEXT* context) {
     for (unsigned i = 0; i < started_count; ++i)
-        if (GetThreadId(thread) == started[i])
+        if (GetThreadId(thread) == started[i] && i != free_one)
             Sleep(INFINITE);
     return GetThreadContext(thread, context);
 }
@@ -84,6 +116,8 @@ void start_companion(const char* kind) {
         if (strcmp(one.name, kind) != 0)
             continue;
         const bool suspended = strcmp(kind, "suspended") == 0;
+        if (strcmp(kind, "free") == 0)
+            free_one = started_count;
         const HANDLE thread = CreateThread(nullptr, 0, companion_main, reinterpret_cast<void*>(one.run),
                                            suspended ? CREATE_SUSPENDED : 0, &started[started_count++]);
         if (!suspended)

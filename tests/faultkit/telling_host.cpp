@@ -7,8 +7,9 @@
 //   long-note LENGTH    adds a note of so many letters
 //   flood COUNT         adds COUNT notes from each of 8 threads at once, as fast as they can
 //   load DLL            loads one
-//   thread KIND         starts a thread: wait, spin, heap, loader, hold-heap, suspended, refusing, deep
-//   stuck               from now on no registers of a thread that was started can be had
+//   thread KIND         starts a thread: wait, spin, heap, loader, hold-heap, suspended, refusing, deep, alternate,
+//                       free
+//   stuck               from now on no registers of a thread that was started can be had, but for those of kind free
 //   text PATH           writes the text file as well
 //   text-alone PATH     writes nothing but the text file
 //   dump PATH           writes a minidump as well

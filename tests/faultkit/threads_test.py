@@ -79,6 +79,26 @@ def test_thread_that_can_not_be_stopped_in_time_is_said_and_the_others_are_there
 
 
 @pytest.mark.timeout(120)
+def test_behind_three_threads_that_can_not_be_stopped_the_next_one_is_there(told):
+    blocks, _ = told("wait", "wait", "wait", "free", more=("stuck",))
+    assert blocks[:3] == [" could not be stopped in time"] * 3
+    assert "::spin+" in blocks[3]
+
+
+def test_thread_that_runs_on_is_shown_as_it_was_at_one_moment(describer):
+    folder = describer.folder(*HOST)
+    threads = ["thread", "alternate"] * 12
+    describer.describe_one(*threads, "text", "t.txt", "fault", "write", folder=folder, host="telling_host.exe")
+    whole = (folder / "t.txt").read_text("windows-1252").partition("\nOther threads: 12\n")[2]
+    blocks = re.split(r"^Thread [0-9A-F]{8}:\n", whole, flags=re.M)[1:]
+    stacks = [re.findall(r"::(left|right)_(\d)\+", block) for block in blocks]
+    assert len(stacks) == 12 and any(len(stack) == 4 for stack in stacks)
+    for stack, block in zip(stacks, blocks):
+        assert len({way for way, _ in stack}) <= 1, block
+        assert [int(depth) for _, depth in stack] == list(range(len(stack), 0, -1)), block
+
+
+@pytest.mark.timeout(120)
 def test_thread_that_holds_the_heap_for_a_while_only_delays_the_text(told):
     begin = time.monotonic()
     (block,), description = told("hold-heap")
