@@ -45,7 +45,7 @@ class Symbols:
         """(the frames with what is known about them, {identity: module} of those that a PDB could tell, whether one that is
         here would tell more). With ask it is asked; without, only what has been asked before is looked up."""
         wanted = {frame.key: frame.module for frame in frames if frame.key}
-        if time.monotonic() - self._asked > 5:  # another worker may have got a PDB
+        if ask or time.monotonic() - self._asked > 5:  # another worker may have got a PDB
             with self._engine.connect() as connection:
                 self._keys = set(connection.execute(sa.select(schema.symbol.c.key)).scalars())
             self._asked = time.monotonic()

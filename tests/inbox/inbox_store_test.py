@@ -1,5 +1,6 @@
 """Taking in, grouping, moving and deleting: what the store holds afterwards."""
 
+import json
 import pathlib
 import textwrap
 import threading
@@ -10,8 +11,9 @@ import pytest
 import sqlalchemy as sa
 
 import made
-from inbox import fault_text, mail, queries, reports, schema
+from inbox import fault_text, mail, queries, reports, schema, symbols
 from inbox.config import BadSetting
+from inbox.core import Inbox
 from inbox.queries import Filters
 from inbox.signature import Rules, signature
 from testing.processes import wait_until
@@ -125,6 +127,19 @@ class TestIntake:
         facts, _ = box.reports.told(row)
         assert facts.values == {"build": "nightly-412", "Signature": "something new"}
         assert facts.more[:3] == ["entirely new", "Thread 2:", "00401000 board.exe+00001000"]
+
+
+class TestSymbols:
+    def test_pdb_that_another_process_has_just_filed_resolves_what_waits_for_it(self, box, config):
+        box.reports.add_message(made.message(made.fault_text((0x1000,))))
+        other = Inbox(config)
+        row = {"key": made.KEY, "name": "board.pdb", "content": b""}
+        other.writer.do(lambda connection: symbols._file(connection, row))
+        said = {"at": f"{made.KEY}+1000!", "said": json.dumps([["draw", "draw.cpp", 7]])}
+        other.writer.do(lambda connection: schema.put(connection, schema.place, [said], said=lambda new: new))
+        other.engine.dispose()
+        assert box.resolve_pending() == 1
+        assert titles(box) == [("draw", 1)]
 
 
 class TestGrouping:

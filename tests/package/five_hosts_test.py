@@ -20,7 +20,8 @@ from testing.host import Host
 from testing.loopback import loopback_address
 from testing.processes import REPO, spawn, stop, wait_until
 from testing.product import MACHINE
-from testing.tls import SYSTEM_AUTHORITIES, SYSTEM_HOSTS, Authority, TlsFront, listens, mounted_over
+from testing.service import listens
+from testing.tls import SYSTEM_AUTHORITIES, SYSTEM_HOSTS, Authority, TlsFront, mounted_over
 
 KIT = HERE / "kit"
 SERVER = "reports.wendax.test"
@@ -47,8 +48,8 @@ def place_of(host):
 
 @pytest.fixture(scope="module")
 def built(module_stage):
-    """The folder of what the developer of the hosts has."""
-    build, gcc = module_stage.artifacts / "build", module_stage.artifacts / "gcc"
+    """The folder of what the developer of the hosts keeps, which isn't where the programs say that their PDBs were made."""
+    build, gcc, kept = (module_stage.artifacts / name for name in ("build", "gcc", "kept"))
     reporter = unpacked() / "examples" / "upload-reporter"
     configure(KIT, build, unpacked(), f"-DREPORTER={reporter}", f"-DUPLOAD_URL=https://{SERVER}:8443")
     run("cmake", "--build", build)
@@ -60,9 +61,11 @@ def built(module_stage):
     }
     run("cmake", "-G", "Ninja", "-S", KIT, "-B", gcc, *(f"-D{name}={value}" for name, value in settings.items()))
     run("cmake", "--build", gcc)
-    for file in (gcc / "gcc.exe", build / "reporter" / "upload_reporter.dll"):
-        shutil.copy2(file, build)
-    return build
+    kept.mkdir()
+    made = [file for file in build.glob("*.*") if file.suffix in (".exe", ".dll", ".pdb")]
+    for file in (*made, gcc / "gcc.exe", build / "reporter" / "upload_reporter.dll"):
+        shutil.move(file, kept)
+    return kept
 
 
 class Machine:
@@ -136,6 +139,14 @@ class Receiver:
         with urllib.request.urlopen(self.url + path, timeout=60) as answer:
             return json.load(answer)
 
+    def places(self):
+        """{(function, file, line) where it failed: how many reports}"""
+        reports = [self.get(f"/report/{each['id']}.json") for each in self.get("/reports.json")]
+        frames = [report["stack"][0] for report in reports]
+        return collections.Counter(
+            (plain(frame["function"]), re.split(r"[\\/]", frame["file"])[-1], frame["line"]) for frame in frames
+        )
+
 
 @pytest.fixture
 def receiver(address, tmp_path):
@@ -164,12 +175,13 @@ def test_reports_of_both_roads_are_five_bugs_in_the_inbox(machine, receiver, bui
         machine.upload(name)
         assert len(receiver.get("/reports.json")) == number, f"{name} has uploaded nothing"
         (tmp_path / "mail" / f"{name}.eml").write_bytes(machine.message(name).raw)
+    assert {f"{name}.exe" for name in FUNCTIONS} == {
+        each["title"].partition("+")[0] for each in receiver.get("/crashes.json")
+    }
     receiver.tell("add", tmp_path / "mail")
     receiver.tell("symbols", "add", built)
     counts = {crash["title"]: crash["count"] for crash in receiver.get("/crashes.json")}
     assert counts == dict.fromkeys(FUNCTIONS.values(), 2)
-    places = collections.Counter()
-    for each in receiver.get("/reports.json"):
-        frame = receiver.get(f"/report/{each['id']}.json")["stack"][0]
-        places[plain(frame["function"]), re.split(r"[\\/]", frame["file"])[-1], frame["line"]] += 1
-    assert places == {place_of(name): 2 for name in FUNCTIONS}
+    expected = {place_of(name): 2 for name in FUNCTIONS}
+    # A server that knew its PDBs a moment ago looks for new ones within seconds.
+    wait_until(lambda: receiver.places() == expected, "the functions and lines", seen=receiver.places)

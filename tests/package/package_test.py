@@ -111,6 +111,10 @@ class TestPackage:
         assert papers | {"examples/upload-server/public/index.php"} <= set(found)
         assert "docs/Doxyfile" not in found
 
+    def test_packages_are_all_that_is_made(self):
+        made = {path.name for path in (unpacked().parent / "made").iterdir()}
+        assert made == {f"Wendax-{VERSION}.zip", f"Wendax.{VERSION}.nupkg"}
+
     def test_zip_is_named_after_the_version_of_the_dlls(self):
         assert unpacked().name == f"Wendax-{VERSION}"
         for name in RUNTIME:
