@@ -20,33 +20,25 @@ struct Holding : VMemStream {
     }
 };
 
-TEST(MemStream, Growth_takes_the_step_when_it_is_more_than_the_shortfall) {
-    VMemStream stream(65535, 65535);
-    const std::string full(65535, 'x');
-    EXPECT_EQ(stream.Write(full.data(), 1, 65535), 65535u);
-    EXPECT_EQ(stream.capacity(), 65535u);
-    EXPECT_EQ(stream.Write("0123456789", 1, 10), 10u);
-    EXPECT_EQ(stream.capacity(), 131070u);
-    EXPECT_EQ(stream.Size(), 65545u);
-    EXPECT_EQ(stream.Tell(), 65545u);
-    EXPECT_EQ(contents(stream), full + "0123456789");
-}
-
-TEST(MemStream, Growth_takes_the_shortfall_when_it_is_more_than_the_step) {
-    VMemStream stream(65535, 65535);
-    const std::string full(65535, 'x'), more(100000, 'y');
-    stream.Write(full.data(), 1, 65535);
-    EXPECT_EQ(stream.Write(more.data(), 1, 100000), 100000u);
-    EXPECT_EQ(stream.capacity(), 165535u);
-    EXPECT_EQ(contents(stream), full + more);
-}
-
-TEST(MemStream, Growth_is_of_what_is_left_after_filling_the_capacity) {
-    VMemStream stream(4, 10);
-    stream.Write("abcdefgh", 1, 8);
-    EXPECT_EQ(stream.Write("0123456789", 1, 10), 10u); // two fit, eight are left
-    EXPECT_EQ(stream.capacity(), 18u);
-    EXPECT_EQ(contents(stream), "abcdefgh0123456789");
+TEST(MemStream, Grows_by_the_step_or_by_what_is_left_after_filling_the_capacity) {
+    const struct {
+        const char* what;
+        uint32_t step, capacity, first, second, grown;
+    } cases[] = {{"the step is more than the shortfall", 65535, 65535, 65535, 10, 131070},
+                 {"the shortfall is more than the step", 65535, 65535, 65535, 100000, 165535},
+                 {"two bytes fit, eight are left", 4, 10, 8, 10, 18}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        VMemStream stream(c.step, c.capacity);
+        const std::string first(c.first, 'x'), second(c.second, 'y');
+        EXPECT_EQ(stream.Write(first.data(), 1, c.first), c.first);
+        EXPECT_EQ(stream.capacity(), c.capacity);
+        EXPECT_EQ(stream.Write(second.data(), 1, c.second), c.second);
+        EXPECT_EQ(stream.capacity(), c.grown);
+        EXPECT_EQ(stream.Size(), c.first + c.second);
+        EXPECT_EQ(stream.Tell(), c.first + c.second);
+        EXPECT_EQ(contents(stream), first + second);
+    }
 }
 
 TEST(MemStream, Seven_bytes_in_elements_of_two_are_three_elements) {
@@ -93,18 +85,16 @@ TEST(MemStream, A_stream_for_reading_takes_no_bytes) {
 TEST(MemStream, Seek_knows_three_origins_and_refuses_others) {
     VMemStream stream;
     stream.WriteString("0123456789");
-    EXPECT_EQ(stream.Seek(4, 0), 1u);
-    EXPECT_EQ(stream.Tell(), 4u);
-    EXPECT_EQ(stream.Seek(3, 1), 1u);
-    EXPECT_EQ(stream.Tell(), 7u);
-    EXPECT_EQ(stream.Seek(-5, 1), 1u);
-    EXPECT_EQ(stream.Tell(), 2u);
-    EXPECT_EQ(stream.Seek(-1, 2), 1u);
-    EXPECT_EQ(stream.Tell(), 9u);
-    for (int origin : {3, -1, 100}) {
-        EXPECT_EQ(stream.Seek(0, origin), 0u);
-        EXPECT_EQ(stream.Tell(), 9u);
+    const struct {
+        int offset, origin;
+        uint64_t position;
+    } good[] = {{4, 0, 4}, {3, 1, 7}, {-5, 1, 2}, {-1, 2, 9}};
+    for (const auto& seek : good) {
+        EXPECT_EQ(stream.Seek(seek.offset, seek.origin), 1u);
+        EXPECT_EQ(stream.Tell(), seek.position);
     }
+    for (int origin : {3, -1, 100})
+        EXPECT_EQ(stream.Seek(0, origin), 0u);
     EXPECT_EQ(stream.Seek(-10, 1), 0u);
     EXPECT_EQ(stream.Seek(-11, 2), 0u);
     EXPECT_EQ(stream.SetPosition(~uint64_t(0)), 0u);

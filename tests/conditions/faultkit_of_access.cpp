@@ -21,7 +21,3 @@ extern "C" const char* __cdecl GetFaultReason(EXCEPTION_POINTERS* pointers) {
                 : "another place");
     return text;
 }
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
-    return TRUE;
-}

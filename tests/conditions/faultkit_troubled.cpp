@@ -42,7 +42,3 @@ extern "C" const char* __cdecl GetNextStackTraceString(unsigned, EXCEPTION_POINT
 #endif
     return "frame";
 }
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
-    return TRUE;
-}

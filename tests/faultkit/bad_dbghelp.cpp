@@ -103,8 +103,4 @@ BOOL WINAPI bad_MiniDumpWriteDump(HANDLE, DWORD, HANDLE, MINIDUMP_TYPE, PMINIDUM
     maybe_fault("MiniDumpWriteDump");
     return FALSE;
 }
-
-BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
-    return TRUE;
-}
 }

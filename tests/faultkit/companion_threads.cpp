@@ -1,7 +1,8 @@
 #include "tests/faultkit/companion_threads.h"
 
-#include <stdint.h>
 #include <string.h>
+
+#include "testing/cxx/import_slot.h"
 
 namespace {
 
@@ -129,21 +130,5 @@ void start_companion(const char* kind) {
 }
 
 void keep_registers_back(HMODULE library) {
-    uint8_t* const base = reinterpret_cast<uint8_t*>(library);
-    const auto* dos = reinterpret_cast<IMAGE_DOS_HEADER*>(base);
-    const auto* headers = reinterpret_cast<IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-    const auto& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    for (auto* from = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + directory.VirtualAddress); from->Name; ++from) {
-        auto* names = reinterpret_cast<IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
-        auto* addresses = reinterpret_cast<IMAGE_THUNK_DATA*>(base + from->FirstThunk);
-        for (; names->u1.AddressOfData; ++names, ++addresses) {
-            const auto* name = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-            if (strcmp(reinterpret_cast<const char*>(name->Name), "GetThreadContext") != 0)
-                continue;
-            DWORD before;
-            VirtualProtect(addresses, sizeof *addresses, PAGE_READWRITE, &before);
-            addresses->u1.Function = reinterpret_cast<uintptr_t>(&never_get);
-            VirtualProtect(addresses, sizeof *addresses, before, &before);
-        }
-    }
+    replace_import(library, "kernel32.dll", "GetThreadContext", never_get);
 }

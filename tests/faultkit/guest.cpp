@@ -26,8 +26,4 @@ int __cdecl guest_call(void(__cdecl* function)()) {
     calls = calls + 1;
     return calls;
 }
-
-BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
-    return TRUE;
-}
 }

@@ -12,7 +12,3 @@ extern "C" const char* __cdecl GetFirstStackTraceString(unsigned, EXCEPTION_POIN
 extern "C" const char* __cdecl GetNextStackTraceString(unsigned, EXCEPTION_POINTERS*) {
     return "must not be asked";
 }
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
-    return TRUE;
-}

@@ -19,7 +19,3 @@ extern "C" const char* __stdcall GetFirstStackTraceString(unsigned, EXCEPTION_PO
 extern "C" const char* __stdcall GetNextStackTraceString(unsigned, EXCEPTION_POINTERS*) {
     return ++lines_given > 500 ? nullptr : "stdcall line";
 }
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
-    return TRUE;
-}

@@ -34,7 +34,3 @@ extern "C" int overrun(const char* letters, int count) {
         buffer[i] = letters[i];
     return buffer[0];
 }
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
-    return TRUE;
-}
