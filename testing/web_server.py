@@ -150,6 +150,31 @@ def answering(body, status="200 OK", headers=()):
     return answer
 
 
+def sending(*pieces, pause=0.0):
+    """For WebServer: reads one request and sends these bytes, each after a pause."""
+
+    def answer(client):
+        client.read_request()
+        for piece in pieces:
+            client.send(piece)
+            client.server.wait_end(pause)
+
+    return answer
+
+
+def byte_by_byte(data):
+    """For WebServer: reads one request and sends these bytes, each alone."""
+    return sending(*(bytes([byte]) for byte in data), pause=0.01)
+
+
+def hanging_up(client):
+    """For WebServer: ends the connection in the middle of a body."""
+    client.read_some(100000)
+    # Once the client can send no more: Wine's own send can miss a reset that comes earlier, and hang.
+    client.server.wait_end(0.5)
+    client.reset()
+
+
 class HoldingServer(WebServer):
     """Keeps requests waiting. arrived: one is there. release: to be set for the answer, bytes; without one there never is
     any."""

@@ -20,6 +20,12 @@ def own_functions(description):
     ]
 
 
+@pytest.fixture
+def own(describer):
+    """own(fault): those of its stack."""
+    return lambda *args, **options: own_functions(describer.describe_one(*args, **options))
+
+
 class TestStack:
     def test_calls_of_every_kind_are_followed_through_code_without_frame_pointers(self, describer):
         description = describer.describe_one("mixed")
@@ -39,14 +45,12 @@ class TestStack:
         assert system["function"] in ("EnumSystemLocalesA", None)
 
     # By its ANSI name the system's library doesn't find the program, nor the PDB beside it.
-    def test_program_in_a_folder_outside_the_code_page_has_its_functions_names(self, describer):
+    def test_program_in_a_folder_outside_the_code_page_has_its_functions_names(self, describer, own):
         folder = describer.folder(*describer.FILES, *describer.PDBS) / "Программа"
         folder.mkdir()
         for file in folder.parent.glob("*.*"):
             file.rename(folder / file.name)
-        assert own_functions(describer.describe_one("mixed", folder=folder)) == own_functions(
-            describer.describe_one("mixed")
-        )
+        assert own("mixed", folder=folder) == own("mixed")
 
     def test_lines_are_those_of_the_calls(self, describer):
         for frame in describer.describe_one("mixed").frames:
@@ -61,15 +65,14 @@ class TestStack:
         assert inlined["offset"] == outer["offset"]
         assert source_line(inlined).endswith("// mark: inlined_step")
 
-    def test_destructors_on_the_way_do_not_hide_the_frames(self, describer):
-        description = describer.describe_one("nested")
-        assert own_functions(description)[:4] == ["write_null", "inner", "nested", "commit_fault"]
+    def test_destructors_on_the_way_do_not_hide_the_frames(self, own):
+        assert own("nested")[:4] == ["write_null", "inner", "nested", "commit_fault"]
 
-    def test_recursion_within_the_bound_is_whole(self, describer):
-        own = own_functions(describer.describe_one("shallow"))
+    def test_recursion_within_the_bound_is_whole(self, own):
+        found = own("shallow")
         # 100 levels, and the one that noticed the end.
-        assert [name for name in own if name != "descend"] == ["write_to_null", "shallow", *BELOW]
-        assert own.count("descend") == 101
+        assert [name for name in found if name != "descend"] == ["write_to_null", "shallow", *BELOW]
+        assert found.count("descend") == 101
 
     def test_recursion_100000_deep_keeps_its_top_and_its_bottom_and_counts_the_rest(self, describer):
         description = describer.describe_one("deep")
@@ -83,20 +86,17 @@ class TestStack:
         assert gap[0] == 96
         assert sum(len(line) + 1 for line in description.stack) < MACHINE.choose(14, 15) * 1024
 
-    def test_overwritten_return_address_is_bridged(self, describer):
-        own = own_functions(describer.describe_one("smashed"))
-        assert own[:2] == ["write_to_null", "overrun"]
-        assert own[-3:] == ["run_faults", "main", "mainCRTStartup"]
+    def test_overwritten_return_address_is_bridged(self, own):
+        found = own("smashed")
+        assert found[:2] == ["write_to_null", "overrun"]
+        assert found[-3:] == ["run_faults", "main", "mainCRTStartup"]
         # What was lost is left out, and nothing is made up.
-        assert own[2:] == [name for name in BELOW if name in own[2:]]
+        assert found[2:] == [name for name in BELOW if name in found[2:]]
 
-    def test_corrupted_frame_pointer_does_not_end_the_walk(self, describer):
-        own = own_functions(describer.describe_one("bad-frame-pointer"))
-        assert own == ["fault_with_bad_frame_pointer", "bad_frame_pointer", *BELOW]
-
-    def test_circular_chain_does_not_trap_the_walk(self, describer):
-        own = own_functions(describer.describe_one("circular-chain"))
-        assert own == ["fault_with_circular_chain", "circular_chain", *BELOW]
+    @pytest.mark.parametrize("damage", ("bad-frame-pointer", "circular-chain"))
+    def test_corrupted_frame_pointer_and_circular_chain_neither_end_nor_trap_the_walk(self, own, damage):
+        name = damage.replace("-", "_")
+        assert own(damage) == [f"fault_with_{name}", name, *BELOW]
 
     @pytest.mark.skipif(MACHINE.choose(True, False), reason="32-bit code is nowhere described")
     def test_code_that_no_unwind_data_describe_is_bridged_by_a_marked_guess(self, describer):
@@ -128,11 +128,10 @@ class TestStack:
         assert description.frames[2]["gone"]
         assert own_functions(description) == ["write_to_null", "unload_and_fault", "?", "below_unloaded_guest", *BELOW]
 
-    def test_nearly_used_up_stack_is_walked_with_symbols(self, describer):
-        description = describer.describe_one("--thread", "little-stack")
-        own = own_functions(description)
-        assert own[:3] == ["write_to_null", "use_up_stack", "use_up_stack"]
-        assert own[-1] == "thread_main"
+    def test_nearly_used_up_stack_is_walked_with_symbols(self, own):
+        found = own("--thread", "little-stack")
+        assert found[:3] == ["write_to_null", "use_up_stack", "use_up_stack"]
+        assert found[-1] == "thread_main"
 
     def test_same_fault_twice_gives_the_same_lines(self, describer):
         first, second = describer.describe("mixed", "mixed")

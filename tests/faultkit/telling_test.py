@@ -19,9 +19,9 @@ HOST = ("telling_host.exe", "faultkit.dll")
 def teller(describer):
     """teller(command...): the Description of the fault that telling_host ends with."""
 
-    def tell(*commands, pdbs=True, folder=None):
+    def tell(*commands, pdbs=True, folder=None, env=None):
         folder = folder or describer.folder(*HOST, *(("telling_host.pdb",) if pdbs else ()))
-        return describer.describe_one(*commands, folder=folder, host="telling_host.exe")
+        return describer.describe_one(*commands, folder=folder, host="telling_host.exe", env=env)
 
     return tell
 

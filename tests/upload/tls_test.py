@@ -9,10 +9,11 @@ from testing.loopback import loopback_address
 from testing.php_server import PhpServer
 from testing.tls import SYSTEM_AUTHORITIES, SYSTEM_HOSTS, Authority, TlsFront, mounted_over
 from testing.upload_body import CONTENT_TYPE, FORM_PATH, YES, upload_body
-from testing.web_server import WebServer, answering, http_answer
+from testing.web_server import WebServer, answering, http_answer, sending
 from uploading import WESTERN, UploadDialog, Uploader
 
 HOST, OTHER_HOST = "reports.wendax.test", "elsewhere.wendax.test"
+URL = f"https://{HOST}:8443"
 
 pytestmark = pytest.mark.timeout(300)
 
@@ -69,7 +70,7 @@ def place(stage, network):
 class TestUpload:
     def test_arrives_at_the_form_of_a_server_that_is_trusted(self, place):
         server = place.serve(answering(YES))
-        report = place.uploads_to(f"https://{HOST}:8443")
+        report = place.uploads_to(URL)
         log = place.host.write(b"log", b"bytes\0of the log")
         place.host.post(log=log)
         assert report.tell("upload") == "uploaded"
@@ -88,7 +89,7 @@ class TestUpload:
     def test_is_stored_by_the_server_that_comes_with_the_library(self, place, stage):
         with PhpServer(place.address, 8081, stage.artifacts / "store") as server:
             with TlsFront(place.address, 8443, place.certificate, (place.address, 8081)):
-                report = place.uploads_to(f"https://{HOST}:8443")
+                report = place.uploads_to(URL)
                 log = place.host.write(b"log", b"of the host")
                 place.host.post(log=log)
                 assert report.tell("upload") == "uploaded"
@@ -97,7 +98,7 @@ class TestUpload:
 
     def test_of_64_megabytes_arrives_whole(self, place):
         server = place.serve(answering(YES))
-        report = place.uploads_to(f"https://{HOST}:8443")
+        report = place.uploads_to(URL)
         content = os.urandom(64 << 20)
         file = place.host.write(b"big", content)
         place.host.post(file=file)
@@ -105,7 +106,7 @@ class TestUpload:
         assert server.requests[0].body == upload_body({"File_for_conversion": (file, content)})
 
     def test_that_failed_goes_over_tls_at_the_next_start_too_or_not_at_all(self, place):
-        report = place.uploads_to(f"https://{HOST}:8443")
+        report = place.uploads_to(URL)
         assert report.tell("keep", place.host.path_of(b"unsent")) == "1"
         assert report.tell("upload") == "failed"  # nobody listens
         report.end()
@@ -128,7 +129,7 @@ class TestUpload:
 
     def test_that_shows_its_progress_arrives_whole(self, place, stage):
         server = place.serve(answering(YES))
-        dialog = UploadDialog(stage, locale=WESTERN, record=("--upload-url", f"https://{HOST}:8443"))
+        dialog = UploadDialog(stage, locale=WESTERN, record=("--upload-url", URL))
         assert dialog.report.tell("show-progress") == "1"
         content = os.urandom(4 << 20)
         file = dialog.write(b"big", content)
@@ -141,7 +142,7 @@ class TestUpload:
 
     def test_without_a_confirmation_is_a_failure(self, place):
         server = place.serve(answering(b"Please log in."))
-        assert place.uploads_to(f"https://{HOST}:8443").tell("upload") == "failed"
+        assert place.uploads_to(URL).tell("upload") == "failed"
         assert len(server.requests) == 1
 
 
@@ -151,7 +152,7 @@ class TestServerThatIsNotTrusted:
     def assert_refused(self, place, certificate):
         server = place.serve(answering(YES), certificate)
         plain = place.stage.enter_context(WebServer(place.address, 80, answering(YES)))
-        assert place.uploads_to(f"https://{HOST}:8443").tell("upload") == "failed"
+        assert place.uploads_to(URL).tell("upload") == "failed"
         assert (server.requests, plain.requests) == ([], [])
 
     def test_by_its_authority(self, place, stage):
@@ -166,7 +167,7 @@ class TestServerThatIsNotTrusted:
 
     def test_by_speaking_no_tls(self, place):
         server = place.stage.enter_context(WebServer(place.address, 8443, lambda client: client.read_some(5)))
-        assert place.uploads_to(f"https://{HOST}:8443").tell("upload") == "failed"
+        assert place.uploads_to(URL).tell("upload") == "failed"
         assert {request[:2] for request in server.requests} == {b"\x16\x03"}, "greetings of TLS alone"
 
 
@@ -177,21 +178,17 @@ class TestServerThatBreaksOff:
             client.reset()
 
         server = place.serve(answer)
-        report = place.uploads_to(f"https://{HOST}:8443")
+        report = place.uploads_to(URL)
         place.host.post(file=place.host.write(b"big", bytes(16 << 20)))
         assert report.tell("upload") == "failed"
         assert server.requests
 
     def test_in_the_middle_of_the_answer_is_a_failure(self, place):
-        def answer(client):
-            client.read_request()
-            client.send(http_answer(YES)[:-10])
-
-        place.serve(answer)
-        assert place.uploads_to(f"https://{HOST}:8443").tell("upload") == "failed"
+        place.serve(sending(http_answer(YES)[:-10]))
+        assert place.uploads_to(URL).tell("upload") == "failed"
 
     def test_is_followed_by_a_success_once_it_is_back(self, place):
-        report = place.uploads_to(f"https://{HOST}:8443")
+        report = place.uploads_to(URL)
         assert report.tell("upload") == "failed"
         server = place.serve(answering(YES))
         assert report.tell("upload") == "uploaded"
@@ -209,7 +206,7 @@ class TestRedirect:
                 client.send(http_answer(YES))
 
         server = place.serve(answer)
-        return server, place.uploads_to(f"https://{HOST}:8443")
+        return server, place.uploads_to(URL)
 
     @pytest.mark.parametrize("location", ("/thanks", f"https://{HOST}:8443/thanks", "thanks"))
     def test_on_the_same_server_is_followed(self, place, location):
@@ -245,4 +242,4 @@ class TestRedirect:
 
     def test_without_a_place_is_a_failure(self, place):
         place.serve(answering(YES, "302 Found"))
-        assert place.uploads_to(f"https://{HOST}:8443").tell("upload") == "failed"
+        assert place.uploads_to(URL).tell("upload") == "failed"

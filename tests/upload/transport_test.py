@@ -11,13 +11,16 @@ import pytest
 from testing.driven_host import DrivenHost
 from testing.processes import WaitTimeout
 from testing.loopback import loopback_address
-from testing.web_server import HoldingServer, WebServer, answering, http_answer
+from testing.web_server import HoldingServer, WebServer, answering, byte_by_byte, hanging_up, http_answer, sending
 
 # GetLastError() as WinINet gives it.
 NOT_ENOUGH_MEMORY = 8
 NAME_NOT_RESOLVED = 12007
 CANNOT_CONNECT = 12029
 ALL_ONES = 0xFFFFFFFF
+
+CHUNKS = (1, 5000, 8191, 3)
+WORDS = b"Well. Data has uploaded successfully"
 
 pytestmark = pytest.mark.timeout(240)
 
@@ -191,41 +194,24 @@ class TestAnswer:
     def test_of_zero_bytes_is_empty(self, transport):
         self.assert_text(transport, b"\0" * 30000, b"")
 
-    def test_without_a_length_ends_with_the_connection(self, transport):
-        def answer(client):
-            client.read_request()
-            client.send(b"HTTP/1.0 200 OK\r\n\r\n" + b"x" * 20000)
+    PIECED = {
+        "without a length ends with the connection": (b"x" * 20000, sending(b"HTTP/1.0 200 OK\r\n\r\n" + b"x" * 20000)),
+        "in http chunks is put together": (
+            b"y" * sum(CHUNKS),
+            sending(
+                b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
+                *(b"%x\r\n%s\r\n" % (size, b"y" * size) for size in (*CHUNKS, 0)),
+            ),
+        ),
+        "in single bytes is put together": (WORDS, byte_by_byte(http_answer(WORDS))),
+    }
 
-        assert transport.post(transport.serve(answer)).text == b"x" * 20000
-
-    def test_in_http_chunks_is_put_together(self, transport):
-        def answer(client):
-            client.read_request()
-            client.send(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n")
-            for size in (1, 5000, 8191, 3):
-                client.send(b"%x\r\n%s\r\n" % (size, b"y" * size))
-            client.send(b"0\r\n\r\n")
-
-        assert transport.post(transport.serve(answer)).text == b"y" * (1 + 5000 + 8191 + 3)
-
-    def test_in_single_bytes_is_put_together(self, transport):
-        text = b"Well. Data has uploaded successfully"
-
-        def answer(client):
-            client.read_request()
-            for byte in http_answer(text):
-                client.send(bytes([byte]))
-                client.server.wait_end(0.01)  # So that each goes out alone.
-
-        server = transport.serve(answer)
-        assert transport.post(server).text == text
+    @pytest.mark.parametrize("text, answer", PIECED.values(), ids=PIECED)
+    def test_that_comes_in_pieces(self, transport, text, answer):
+        assert transport.post(transport.serve(answer)).text == text
 
     def test_that_breaks_off_gives_what_had_arrived_or_nothing(self, transport):
-        def answer(client):
-            client.read_request()
-            client.send(http_answer(b"z" * 20000)[:-5000])
-
-        text = transport.post(transport.serve(answer)).text
+        text = transport.post(transport.serve(sending(http_answer(b"z" * 20000)[:-5000]))).text
         assert text is not None
         assert text == b"z" * len(text)
 
@@ -263,14 +249,7 @@ class TestFailure:
         assert (answer.text, answer.error) == (None, ALL_ONES)
 
     def test_in_the_middle_of_the_body_is_null(self, transport):
-        def answer(client):
-            client.read_some(100000)
-            # Until the client can send no more: Wine's own send can miss a reset that comes earlier, and hang.
-            client.server.wait_end(0.5)
-            client.reset()
-
-        server = transport.serve(answer)
-        answer = transport.post(server, b"x" * (16 << 20))
+        answer = transport.post(transport.serve(hanging_up), b"x" * (16 << 20))
         assert answer.text is None
         assert answer.error != 0
 
@@ -279,11 +258,7 @@ class TestFailure:
         assert not transport.post(transport.serve(lambda client: client.read_request())).text
 
     def test_by_an_answer_that_is_not_http_is_null_or_empty(self, transport):
-        def answer(client):
-            client.read_request()
-            client.send(b"220 mail server, go away\r\n")
-
-        assert not transport.post(transport.serve(answer)).text
+        assert not transport.post(transport.serve(sending(b"220 mail server, go away\r\n"))).text
 
     def test_is_forgotten_by_the_next_request(self, transport):
         assert transport.request("text", f"http://{loopback_address()}/", "body").text is None

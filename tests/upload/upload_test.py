@@ -10,7 +10,7 @@ from testing.php_server import PhpServer
 from testing.picture import described
 from testing.processes import REPO
 from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, YES, upload_body
-from testing.web_server import answering, http_answer
+from testing.web_server import answering, byte_by_byte, hanging_up, http_answer, sending
 from uploading import RUSSIAN, Uploader
 
 
@@ -154,13 +154,6 @@ class TestNonAsciiPath:
         assert uploads.sent() == upload_body({"Conversion_log": (path, b"bytes")})
 
 
-def in_single_bytes(client):
-    client.read_request()
-    for byte in http_answer(YES):
-        client.send(bytes([byte]))
-        client.server.wait_end(0.01)  # So that each goes out alone.
-
-
 def redirecting(client):
     if client.read_request().line.startswith("POST"):
         client.send(http_answer(b"", "302 Found", ["Location: /thanks"]))
@@ -181,10 +174,10 @@ ANSWERS = {
     "a zero byte, then the text": (answering(b"Well\0: " + CONFIRMATION), "failed"),
     "the text, then a zero byte": (answering(YES + b"\0rest"), "uploaded"),
     "5 MB, then the text": (answering(b"Data " * (1 << 20) + CONFIRMATION), "uploaded"),
-    "the text in single bytes": (in_single_bytes, "uploaded"),
+    "the text in single bytes": (byte_by_byte(http_answer(YES)), "uploaded"),
     "a redirect to the text": (redirecting, "uploaded"),
-    "no answer, but an end": (lambda client: client.read_request(), "failed"),
-    "no HTTP": (lambda client: (client.read_request(), client.send(b"220 " + YES + b"\r\n")), "failed"),
+    "no answer, but an end": (sending(), "failed"),
+    "no HTTP": (sending(b"220 " + YES + b"\r\n"), "failed"),
 }
 
 
@@ -200,13 +193,7 @@ class TestFailure:
         assert uploads.upload() == "failed"
 
     def test_in_the_middle_of_the_body_is_reported(self, uploads):
-        def answer(client):
-            client.read_some(100000)
-            # Until the client can send no more: Wine's own send can miss a reset that comes earlier, and hang.
-            client.server.wait_end(0.5)
-            client.reset()
-
-        uploads.serve(answer)
+        uploads.serve(hanging_up)
         uploads.post(file=uploads.write(b"big", bytes(16 << 20)))
         assert uploads.upload() == "failed"
 
