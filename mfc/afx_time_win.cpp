@@ -6,12 +6,12 @@
 #include <string.h>
 #include <windows.h>
 
+#include "win/clock.h"
 #include "win/guard.h"
 
 namespace {
 
 // Windows counts in 100 ns since 1601, the C runtime in seconds since 1970.
-constexpr ULONGLONG kTicksASecond = 10000000;
 constexpr ULONGLONG kSecondsTo1970 = 11644473600;
 
 constexpr int kCapacity = 128; // of a text with its terminator
@@ -20,9 +20,7 @@ constexpr int kCapacity = 128; // of a text with its terminator
 // that holds now. Empty where that doesn't do.
 void format_plainly(__time64_t time, const char* format, char (&text)[kCapacity]) {
     static const char* const kDays[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
-    ULARGE_INTEGER ticks;
-    ticks.QuadPart = (static_cast<ULONGLONG>(time) + kSecondsTo1970) * kTicksASecond;
-    const FILETIME greenwich = {ticks.LowPart, ticks.HighPart};
+    const FILETIME greenwich = win::file_time((static_cast<ULONGLONG>(time) + kSecondsTo1970) * win::kTicksASecond);
     FILETIME local;
     SYSTEMTIME now;
     *text = '\0';
@@ -67,10 +65,8 @@ CTime::CTime(int year, int month, int day, int hour, int minute, int second) {
 }
 
 CTime CTime::GetCurrentTime() {
-    FILETIME now; // not _time64, which may take memory from the runtime's heap
-    GetSystemTimeAsFileTime(&now);
-    const ULARGE_INTEGER ticks = {{now.dwLowDateTime, now.dwHighDateTime}};
-    return CTime(static_cast<__time64_t>(ticks.QuadPart / kTicksASecond - kSecondsTo1970));
+    // Not by _time64, which may take memory from the runtime's heap.
+    return CTime(static_cast<__time64_t>(win::system_time() / win::kTicksASecond - kSecondsTo1970));
 }
 
 CString CTime::Format(LPCSTR pFormat) const {

@@ -7,6 +7,7 @@
 #include <string.h>
 
 #include "net/unsent_format.h"
+#include "win/clock.h"
 #include "win/files.h"
 #include "win/handle.h"
 
@@ -32,12 +33,6 @@ struct Path {
     }
 };
 static_assert(kMostFolder + MAX_PATH < 1024);
-
-uint64_t now() {
-    FILETIME time;
-    GetSystemTimeAsFileTime(&time);
-    return uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
-}
 
 // Fails as long as a process has the report open for writing: it is that one's to send.
 win::FileHandle open_for_reading(const wchar_t* path) {
@@ -161,7 +156,7 @@ Outcome send(const wchar_t* path, DWORD length, Sender sender) {
 
 bool KeptReport::Keep(const wchar_t* folder, const Destination& to, const void* body, unsigned length) {
     CreateDirectoryW(folder, nullptr);
-    Header header = {to.url.c_str(), to.proxy_allowed, 0, length, now(), checksum(body, length)};
+    Header header = {to.url.c_str(), to.proxy_allowed, 0, length, win::system_time(), checksum(body, length)};
     char data[kMostHeader];
     static uint16_t number; // of those of this process, which keeps one at a time
     ++number;
@@ -197,7 +192,7 @@ void KeptReport::LetGo() noexcept {
 }
 
 void KeptReport::DropOlder(const wchar_t* folder) {
-    Limits limits(now());
+    Limits limits(win::system_time());
     if (m_file)
         limits.Stays(~uint64_t{0}, GetFileSize(m_file, nullptr));
     Listing(folder).Read(limits);
@@ -210,7 +205,7 @@ bool send_all(const wchar_t* folder, Sender sender, int (&counts)[kOutcomes]) {
     if (!lock)
         return GetLastError() == ERROR_PATH_NOT_FOUND;
     Listing reports(folder);
-    reports.Read(Limits(now()));
+    reports.Read(Limits(win::system_time()));
     counts[kRemains] = reports.held;
     counts[kDamaged] = reports.damaged;
     for (unsigned i = reports.Count(); i > 0; --i) {

@@ -10,8 +10,7 @@
 
 namespace {
 
-constexpr DWORD kCxxThrow = 0xE06D7363; // in the Microsoft ABI
-constexpr DWORD kGccThrow = 0x20474343; // in that of GCC, with 64 bits
+constexpr DWORD kGccThrow = 0x20474343; // of GCC's ABI, with 64 bits
 // In bytes: the stack of the waiting thread, and the least with which a thread makes its report itself: what any has
 // needed.
 constexpr SIZE_T kReportStack = 128 << 10;
@@ -34,7 +33,7 @@ DWORD fault_code;             // of that fault
 LONG CALLBACK note_throw(EXCEPTION_POINTERS* pointers) {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
     // What a handler throws on has no object as yet: the throw before stays.
-    if (record.ExceptionCode == kCxxThrow && record.NumberParameters > 2 && record.ExceptionInformation[1]) {
+    if (record.ExceptionCode == win::kCxxException && record.NumberParameters > 2 && record.ExceptionInformation[1]) {
         TlsSetValue(record_slot, pointers->ExceptionRecord);
         TlsSetValue(context_slot, pointers->ContextRecord);
     }
@@ -43,7 +42,7 @@ LONG CALLBACK note_throw(EXCEPTION_POINTERS* pointers) {
 
 // Whether that throw, noted before, is still being worked on: its record then lies above `frame` on the stack.
 bool lasts(const EXCEPTION_RECORD* thrown, const void* frame) {
-    return static_cast<const void*>(thrown) > frame && thrown->ExceptionCode == kCxxThrow;
+    return static_cast<const void*>(thrown) > frame && thrown->ExceptionCode == win::kCxxException;
 }
 
 // The fault as the reporter is to see it. Behind std::terminate that is a throw, behind an exception that was thrown on
@@ -54,7 +53,7 @@ struct Origin {
         const bool terminates = m_record.ExceptionCode == WENDAX_FAULT_TERMINATE && m_record.NumberParameters > 2;
         m_thrown = *fault;
         auto* const noted = static_cast<EXCEPTION_RECORD*>(TlsGetValue(record_slot));
-        if ((terminates || m_record.ExceptionCode == kCxxThrow) && lasts(noted, this)) {
+        if ((terminates || m_record.ExceptionCode == win::kCxxException) && lasts(noted, this)) {
             m_thrown = {noted, static_cast<CONTEXT*>(TlsGetValue(context_slot))};
             fault = &m_thrown;
             if (terminates) {
@@ -70,7 +69,8 @@ struct Origin {
 private:
     static bool is_marker(const EXCEPTION_RECORD& thrown) {
         auto* const object = reinterpret_cast<const char* const*>(thrown.ExceptionInformation[1]);
-        return thrown.ExceptionCode == kCxxThrow && object && *object == kExceptionMarker && last_translated_exception;
+        return thrown.ExceptionCode == win::kCxxException && object && *object == kExceptionMarker &&
+               last_translated_exception;
     }
 
     EXCEPTION_RECORD m_record;

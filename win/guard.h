@@ -11,6 +11,9 @@ struct _EXCEPTION_RECORD;
 
 namespace win {
 
+// The code of what `throw` raises in the Microsoft ABI.
+inline constexpr uint32_t kCxxException = 0xE06D7363;
+
 // What ended a guarded call: the exception's code and the address of its instruction.
 struct Fault {
     uint32_t code;

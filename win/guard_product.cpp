@@ -10,8 +10,6 @@ namespace win {
 
 namespace {
 
-constexpr DWORD kCxxException = 0xE06D7363;
-
 constexpr bool kWide = sizeof(void*) == 8;
 
 // Where something is: its address in 32-bit programs, in 64-bit ones how far from the start of the throwing image.

@@ -20,7 +20,7 @@ DLLS = {
         "compose": "message, base64, memory file",
         "sysinfo": "probes and their joined text",
         "mfc": "our subset of the application framework",
-        "win": "the guard, owners of handles, files, paths, run-time binding",
+        "win": "the guard, owners of handles, files, paths, the clock, run-time binding",
         "base": "strings and containers, no Windows",
         "crt": "start-up and exception glue of the cross toolchain",
     },

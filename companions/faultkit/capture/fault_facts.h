@@ -2,6 +2,7 @@
 #pragma once
 
 #include "companions/faultkit/memory.h"
+#include "win/guard.h"
 
 namespace faultkit {
 
@@ -21,7 +22,7 @@ struct Registers {
 // Codes of exceptions that are treated specially.
 constexpr uint32_t kAccessViolation = 0xC0000005;
 constexpr uint32_t kInPageError = 0xC0000006;
-constexpr uint32_t kCxxException = 0xE06D7363;
+using win::kCxxException;
 
 // Raised by the crash-report library where a program ends without a fault. Their parameters are pointers into it.
 constexpr uint32_t kTerminate = 0xE0575801; // type and what() of the exception, pointers of its throw; each may be 0

@@ -42,9 +42,6 @@ struct ProcessFacts {
     char path[260], command_line[512], folder[260];
 };
 
-// The time now: UTC, in 100 nanoseconds since 1601.
-uint64_t system_time();
-
 // Fills *facts but for the address space and the threads. Each of the system's functions is called under a guard of its
 // own: where one faults or fails, what it tells is not known, and the rest is. with_private: also path, command line
 // and folder.

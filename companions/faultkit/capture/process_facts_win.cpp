@@ -5,6 +5,7 @@
 #include <winternl.h>
 
 #include "companions/faultkit/capture/process_modules.h"
+#include "win/clock.h"
 #include "win/guard.h"
 #include "win/library.h"
 
@@ -20,12 +21,11 @@ constexpr unsigned kCommandLineAt = kPathAt + sizeof(UNICODE_STRING);
 // One call of the system's per function: each runs under its own guard.
 bool ask_time(ProcessFacts* facts) {
     FILETIME local;
-    facts->time = system_time();
-    const FILETIME utc = {static_cast<DWORD>(facts->time), static_cast<DWORD>(facts->time >> 32)};
+    facts->time = win::system_time();
+    const FILETIME utc = win::file_time(facts->time);
     if (FileTimeToLocalFileTime(&utc, &local)) {
-        const int64_t ahead = static_cast<int64_t>(
-            (static_cast<uint64_t>(local.dwHighDateTime) << 32 | local.dwLowDateTime) - facts->time);
-        constexpr int64_t kMinute = 600000000; // units of 100 ns
+        const int64_t ahead = static_cast<int64_t>(win::ticks_of(local) - facts->time);
+        constexpr int64_t kMinute = 60 * win::kTicksASecond;
         facts->zone = static_cast<int32_t>(ahead / kMinute);
     }
     return true;
@@ -36,7 +36,7 @@ bool ask_uptime(ProcessFacts* facts) {
     facts->system_uptime = GetTickCount64();
     if (!GetProcessTimes(GetCurrentProcess(), &begin, &end, &kernel, &user))
         return false;
-    const uint64_t since = static_cast<uint64_t>(begin.dwHighDateTime) << 32 | begin.dwLowDateTime;
+    const uint64_t since = win::ticks_of(begin);
     facts->program_uptime = facts->time > since ? (facts->time - since) / 10000 : 0;
     return true;
 }
@@ -134,12 +134,6 @@ void ask_private(Memory& memory, ProcessFacts* facts) {
 }
 
 } // namespace
-
-uint64_t system_time() {
-    FILETIME now;
-    GetSystemTimeAsFileTime(&now);
-    return static_cast<uint64_t>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
-}
 
 void gather_process_facts(Memory& memory, bool with_private, ProcessFacts* facts) {
     static constexpr struct {

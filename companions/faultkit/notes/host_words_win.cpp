@@ -5,8 +5,8 @@
 #include <windows.h>
 #include <string.h>
 
-#include "companions/faultkit/capture/process_facts.h"
 #include "companions/faultkit/faultkit.h"
+#include "win/clock.h"
 
 namespace faultkit {
 namespace {
@@ -34,7 +34,7 @@ uint32_t add_note(const char* text) {
     if (!text)
         return ERROR_INVALID_PARAMETER;
     const unsigned length = copy_bounded(copy, text, FaultNote::kMostText);
-    return note_ring.add(copy, length, GetCurrentThreadId(), system_time, give_way) ? ERROR_SUCCESS : ERROR_BUSY;
+    return note_ring.add(copy, length, GetCurrentThreadId(), win::system_time, give_way) ? ERROR_SUCCESS : ERROR_BUSY;
 }
 
 void HostWords::take() {
