@@ -127,7 +127,7 @@ class TestPackage:
     def test_all_that_tells_a_version_tells_that_one(self):
         told = {
             "packaging/vcpkg/wendax/vcpkg.json": r'"version": "(.*?)"',
-            "CHANGELOG.md": r"^## (\S+)",
+            "CHANGELOG.md": r"^## (\d\S*)",
             "inbox/forward.py": r"wendax-inbox/([\d.]+)",
             unpacked() / "docs/api/index.html": r'id="projectnumber">(?:&#160;)?(.*?)<',
             unpacked() / "lib/cmake/Wendax/WendaxConfigVersion.cmake": r'set\(PACKAGE_VERSION "(.*?)"\)',
