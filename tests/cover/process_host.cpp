@@ -154,19 +154,25 @@ void count_what_it_costs() {
     printf("threads %d, then %d\n", after - before, process_threads() - after);
 }
 
-// Nearly as much stack is left as a report may need.
-void overflow() {
+void overflow_with(ULONG bytes) {
     cover(tell);
-    guard_stack_at((sizeof(void*) == 4 ? 36 : 52) << 10);
-    descend(0);
-}
-
-void overflow_with_reserve() {
-    cover(tell);
-    ULONG bytes = 128 << 10;
     SetThreadStackGuarantee(&bytes);
     guard_stack_reserve();
     descend(0);
+}
+
+constexpr ULONG kNeeded = (sizeof(void*) == 4 ? 40 : 56) << 10; // bytes of stack that a report may take
+
+void overflow() {
+    overflow_with(kNeeded - (4 << 10));
+}
+
+void overflow_with_enough() {
+    overflow_with(kNeeded + (8 << 10));
+}
+
+void overflow_with_reserve() {
+    overflow_with(128 << 10);
 }
 
 // The parameters of what the runtime calls.
@@ -239,6 +245,7 @@ const Fault kWays[] = {
     {"filter-before", with_filter_before},
     {"cost", count_what_it_costs},
     {"overflow", overflow},
+    {"overflow-with-enough", overflow_with_enough},
     {"overflow-with-reserve", overflow_with_reserve},
     {"terminate", terminate_now},
     {"noexcept", throw_out_of_noexcept},

@@ -54,8 +54,9 @@ def test_stack_overflow_without_stack_is_reported_by_the_thread_that_waits(ends)
     assert ends("overflow") == (0xFD, ["reporter: code C00000FD on another thread"])
 
 
-def test_stack_overflow_with_stack_kept_back_is_reported_by_its_own_thread(ends):
-    assert ends("overflow-with-reserve") == (0xFD, ["reporter: code C00000FD on its own thread"])
+@pytest.mark.parametrize("way", ("overflow-with-enough", "overflow-with-reserve"))
+def test_stack_overflow_with_stack_kept_back_is_reported_by_its_own_thread(ends, way):
+    assert ends(way) == (0xFD, ["reporter: code C00000FD on its own thread"])
 
 
 def terminated(words, thread="its own"):
