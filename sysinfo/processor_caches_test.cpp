@@ -152,14 +152,16 @@ public:
     }
 };
 
-TEST(CacheSizes, Are_unknown_without_any_leaf) {
+struct CacheLeaves : testing::Test {
     FakeCpuid cpuid;
+};
+
+TEST_F(CacheLeaves, Are_unknown_without_any_leaf) {
     expect_sizes(cpuid.sizes(1, 0), -1, -1, -1);
     expect_sizes(cpuid.sizes(1, 0x80000004), -1, -1, -1);
 }
 
-TEST(CacheSizes, Come_from_the_extended_leaves_first) {
-    FakeCpuid cpuid;
+TEST_F(CacheLeaves, Come_from_the_extended_leaves_first) {
     cpuid.leaves[0x80000005] = {{0, 0, 0x40020140, 0x20020140}};
     cpuid.leaves[0x80000006] = {{0, 0, 0x01008140, 0x12345678}};
     expect_sizes(cpuid.sizes(1, 0x80000006), 0x40 + 0x20, 0x100, -1);
@@ -167,15 +169,13 @@ TEST(CacheSizes, Come_from_the_extended_leaves_first) {
     expect_sizes(cpuid.sizes(2, 0x80000006), 0x40 + 0x20, 0x100, 1024);
 }
 
-TEST(CacheSizes, Are_unknown_where_the_extended_leaves_are_empty) {
-    FakeCpuid cpuid;
+TEST_F(CacheLeaves, Are_unknown_where_the_extended_leaves_are_empty) {
     cpuid.leaves[0x80000005] = {{0, 0, 0x00FFFFFF, 0x00FFFFFF}};
     cpuid.leaves[0x80000006] = {{0, 0, 0x0000FFFF, 0}};
     expect_sizes(cpuid.sizes(1, 0x80000006), -1, -1, -1);
 }
 
-TEST(CacheSizes, Fall_back_to_leaf_2_level_by_level) {
-    FakeCpuid cpuid;
+TEST_F(CacheLeaves, Fall_back_to_leaf_2_level_by_level) {
     cpuid.leaves[2] = {{0x00000801, 0x0C, 0x43, 0x23}};
     cpuid.leaves[0x80000005] = {{0, 0, 0, 0}};
     cpuid.leaves[0x80000006] = {{0, 0, 0x01008140, 0}};
@@ -188,8 +188,7 @@ TEST(CacheSizes, Fall_back_to_leaf_2_level_by_level) {
     expect_sizes(cpuid.sizes(2, 0x80000005), 32, 512, 1024);
 }
 
-TEST(CacheSizes, Read_leaf_2_as_often_as_its_lowest_byte_says) {
-    FakeCpuid cpuid;
+TEST_F(CacheLeaves, Read_leaf_2_as_often_as_its_lowest_byte_says) {
     cpuid.leaves[2] = {{0x00000803, 0, 0, 0}, {0x00000C03, 0, 0, 0}, {0x00430003, 0, 0, 0}, {0x23000003, 0, 0, 0}};
     expect_sizes(cpuid.sizes(2, 0), 32, 512, -1);
     EXPECT_EQ(cpuid.reads[2], 3u);
@@ -200,8 +199,7 @@ TEST(CacheSizes, Read_leaf_2_as_often_as_its_lowest_byte_says) {
     EXPECT_EQ(cpuid.reads[2], 255u);
 }
 
-TEST(CacheSizes, Read_leaf_2_once_if_its_lowest_byte_is_0) {
-    FakeCpuid cpuid;
+TEST_F(CacheLeaves, Read_leaf_2_once_if_its_lowest_byte_is_0) {
     cpuid.leaves[2] = {{0x00000800, 0, 0, 0}, {0x00430000, 0, 0, 0}};
     expect_sizes(cpuid.sizes(2, 0), 16, -1, -1);
     EXPECT_EQ(cpuid.reads[2], 1u);
@@ -214,15 +212,13 @@ const std::vector<CpuidRegisters> kLeaf4 = {
     {0x1C03C163, 0x02C0003F, 32767, 0}, {0x1C03C160, 0x02C0003F, 32767, 0}, // type 0: the end
 };
 
-TEST(CacheSizes, Come_from_leaf_4_where_leaf_2_refers_to_it) {
-    FakeCpuid cpuid;
+TEST_F(CacheLeaves, Come_from_leaf_4_where_leaf_2_refers_to_it) {
     cpuid.leaves[2] = {{0x00FEFF01, 0xF0, 0, 0}};
     cpuid.leaves[4] = kLeaf4;
     expect_sizes(cpuid.sizes(4, 0), 64, 1280, 24576);
 }
 
-TEST(CacheSizes, Leaf_4_completes_what_other_leaves_lack) {
-    FakeCpuid cpuid;
+TEST_F(CacheLeaves, Leaf_4_completes_what_other_leaves_lack) {
     cpuid.leaves[2] = {{0x00FEFF01, 0x43, 0, 0}};
     cpuid.leaves[4] = kLeaf4;
     expect_sizes(cpuid.sizes(4, 0), 64, 512, 24576);
@@ -230,8 +226,7 @@ TEST(CacheSizes, Leaf_4_completes_what_other_leaves_lack) {
     expect_sizes(cpuid.sizes(4, 0), 64, 1280, 1024);
 }
 
-TEST(CacheSizes, Leaf_4_is_left_alone_where_leaf_2_doesn_t_refer_to_it) {
-    FakeCpuid cpuid;
+TEST_F(CacheLeaves, Leaf_4_is_left_alone_where_leaf_2_doesn_t_refer_to_it) {
     cpuid.leaves[2] = {{0x00FE0801, 0, 0, 0}};
     expect_sizes(cpuid.sizes(4, 0), 16, -1, -1);
     cpuid.reads.clear();
@@ -239,8 +234,7 @@ TEST(CacheSizes, Leaf_4_is_left_alone_where_leaf_2_doesn_t_refer_to_it) {
     expect_sizes(cpuid.sizes(3, 0), 16, -1, -1);
 }
 
-TEST(CacheSizes, Endless_leaf_4_comes_to_an_end) {
-    FakeCpuid cpuid;
+TEST_F(CacheLeaves, Endless_leaf_4_comes_to_an_end) {
     cpuid.leaves[2] = {{0x0000FF01, 0, 0, 0}};
     cpuid.leaves[4] = {{0xFFFFFF7F, 0xFFFFFFFF, 0xFFFFFFFF, 0}}; // of level 3, as large as can be said
     expect_sizes(cpuid.sizes(4, 0), -1, -1, 0x7FFFFFFF);

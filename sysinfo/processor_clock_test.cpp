@@ -42,39 +42,38 @@ public:
     }
 };
 
-TEST(ProcessorClock, Is_the_ticks_of_50_ms_less_the_overhead) {
-    FakeClock clock; // 10 MHz counter, 261 ticks a step: 2610 MHz
-    clock.ticks_a_step = 261;
+struct ProcessorClock : testing::Test {
+    FakeClock clock;
+};
+
+TEST_F(ProcessorClock, Is_the_ticks_of_50_ms_less_the_overhead) {
+    clock.ticks_a_step = 261; // of a counter of 10 MHz: 2610 MHz
     // The first look and the 50000 that wait, less the two looks of the overhead: 499990 steps.
     EXPECT_EQ(measure_clock(clock, true, kPentium), 499990 * 261 / 50 / 1000);
     EXPECT_LT(clock.looks, 50010u) << "measured more than once";
 }
 
-TEST(ProcessorClock, Subtracts_what_a_call_without_waiting_takes) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Subtracts_what_a_call_without_waiting_takes) {
     clock.steps_a_look = 1000; // 50 ms are 500 looks, and two looks are 0.4 % of them
     // Wait: one look, then 500 until 500000 steps have passed. Overhead: one look, then one.
     EXPECT_EQ(measure_clock(clock, true, kPentium), 2600 * (501 - 2) / 500);
 }
 
-TEST(ProcessorClock, Is_cut_to_whole_megahertz) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Is_cut_to_whole_megahertz) {
     clock.steps_a_second = 1000000;
     clock.steps_a_look = 1;
     clock.ticks_a_step = 99; // 50000 steps: 50001 of the wait less 2 of the overhead are 4949901 ticks
     EXPECT_EQ(measure_clock(clock, true, kPentium), 98);
 }
 
-TEST(ProcessorClock, Counts_steps_in_whole_milliseconds) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Counts_steps_in_whole_milliseconds) {
     clock.steps_a_second = 3579545; // / 1000 * 50 is 178950
     clock.steps_a_look = 1;
     clock.ticks_a_step = 100;
     EXPECT_EQ(measure_clock(clock, true, kPentium), (178951 - 2) * 100 / 50 / 1000);
 }
 
-TEST(ProcessorClock, Long_wait_is_reduced_to_50_ms) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Long_wait_is_reduced_to_50_ms) {
     clock.steps_a_look = 100;
     clock.looks_away = std::vector<uint64_t>(100);
     clock.looks_away.push_back(4000000); // 400 ms go by within the wait, which then is over
@@ -84,15 +83,13 @@ TEST(ProcessorClock, Long_wait_is_reduced_to_50_ms) {
     EXPECT_EQ(clock.looks, 104u) << "measured more than once";
 }
 
-TEST(ProcessorClock, Measures_again_when_time_passed_beside_the_wait) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Measures_again_when_time_passed_beside_the_wait) {
     clock.steps_a_look = 1000;
     clock.looks_away = {0, 4000000}; // 400 ms between the reading of the time stamp and the wait
     EXPECT_EQ(measure_clock(clock, true, kPentium), 2600 * (501 - 2) / 500);
 }
 
-TEST(ProcessorClock, Takes_the_least_spoilt_of_five_measurements) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Takes_the_least_spoilt_of_five_measurements) {
     clock.steps_a_look = 500000; // each wait takes a single look, each measurement six
     clock.looks_away = std::vector<uint64_t>(30, 0);
     const uint64_t away[] = {900000, 700000, 100000, 300000, 500000};
@@ -103,7 +100,7 @@ TEST(ProcessorClock, Takes_the_least_spoilt_of_five_measurements) {
     EXPECT_EQ(clock.looks, 30u);
 }
 
-TEST(ProcessorClock, Counter_that_steps_back_once_does_no_harm) {
+TEST_F(ProcessorClock, Counter_that_steps_back_once_does_no_harm) {
     // Before the wait, within it, in the overhead, and behind all.
     for (unsigned look : {1u, 2u, 25000u, 50001u, 50002u, 50003u, 50004u}) {
         FakeClock clock; // as in Is_the_ticks_of_50_ms_less_the_overhead
@@ -113,43 +110,37 @@ TEST(ProcessorClock, Counter_that_steps_back_once_does_no_harm) {
     }
 }
 
-TEST(ProcessorClock, Scan_in_which_the_counter_steps_back_is_repeated) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Scan_in_which_the_counter_steps_back_is_repeated) {
     clock.steps_a_look = 0;
     clock.steps_of_a_scan = clock.steps_a_second / 20;
     clock.steps_back_at = 1; // behind the scan
     EXPECT_EQ(measure_clock(clock, false, kPentium), 430000000ull * 20 >> 20);
 }
 
-TEST(ProcessorClock, Is_0_when_the_overhead_is_all_there_is) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Is_0_when_the_overhead_is_all_there_is) {
     clock.steps_a_second = 999; // no whole step a millisecond: nothing is waited for
     EXPECT_EQ(measure_clock(clock, true, kPentium), 0);
 }
 
-TEST(ProcessorClock, Is_0_without_a_counter_of_real_time) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Is_0_without_a_counter_of_real_time) {
     clock.steps_a_second = 0;
     EXPECT_EQ(measure_clock(clock, true, kPentium), 0);
     EXPECT_EQ(measure_clock(clock, false, kPentium), 0);
     EXPECT_EQ(clock.scanned, 0u);
 }
 
-TEST(ProcessorClock, Counter_that_stands_still_ends_the_measurement) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Counter_that_stands_still_ends_the_measurement) {
     clock.steps_a_look = 0;
     clock.ticks_a_look = 50;
     EXPECT_EQ(measure_clock(clock, true, kPentium), 0);
 }
 
-TEST(ProcessorClock, Absurd_time_stamps_stay_an_int) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Absurd_time_stamps_stay_an_int) {
     clock.ticks_a_step = uint64_t{1} << 38;
     EXPECT_EQ(measure_clock(clock, true, kPentium), 0x7FFFFFFF);
 }
 
-TEST(ProcessorClock, Absurd_time_stamps_of_a_long_wait_stay_an_int) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Absurd_time_stamps_of_a_long_wait_stay_an_int) {
     clock.steps_a_look = 100;
     clock.looks_away = std::vector<uint64_t>(100);
     clock.looks_away.push_back(4000000); // as above, but so many ticks can't be multiplied by the steps of 50 ms
@@ -163,7 +154,7 @@ struct Scanning {
     int megahertz; // constant / seconds / 1048576, cut
 };
 
-TEST(ProcessorClock, Without_time_stamps_scans_bits_and_divides_by_2_to_the_20) {
+TEST_F(ProcessorClock, Without_time_stamps_scans_bits_and_divides_by_2_to_the_20) {
     const Scanning cases[] = {
         {3, 28750, 38},  // 1150000000 / 28.75 / 1048576 = 38.15
         {4, 4700, 95},   // 470000000 / 4.7 / 1048576 = 95.37
@@ -183,7 +174,7 @@ TEST(ProcessorClock, Without_time_stamps_scans_bits_and_divides_by_2_to_the_20) 
     }
 }
 
-TEST(ProcessorClock, Scans_take_the_cycles_of_their_family) {
+TEST_F(ProcessorClock, Scans_take_the_cycles_of_their_family) {
     const struct {
         uint32_t family;
         int cycles;
@@ -197,15 +188,14 @@ TEST(ProcessorClock, Scans_take_the_cycles_of_their_family) {
     }
 }
 
-TEST(ProcessorClock, Scans_too_where_reading_time_stamps_is_forbidden) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Scans_too_where_reading_time_stamps_is_forbidden) {
     clock.usable = false;
     clock.steps_a_look = 0;
     clock.steps_of_a_scan = clock.steps_a_second;
     EXPECT_EQ(measure_clock(clock, true, kPentium), 410);
 }
 
-TEST(ProcessorClock, Of_other_families_stays_unknown_without_time_stamps) {
+TEST_F(ProcessorClock, Of_other_families_stays_unknown_without_time_stamps) {
     for (uint32_t family : {0u, 1u, 2u, 6u, 7u, 15u}) {
         FakeClock clock;
         clock.steps_of_a_scan = clock.steps_a_second;
@@ -214,14 +204,12 @@ TEST(ProcessorClock, Of_other_families_stays_unknown_without_time_stamps) {
     }
 }
 
-TEST(ProcessorClock, Scan_that_takes_no_time_tells_nothing) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Scan_that_takes_no_time_tells_nothing) {
     clock.steps_a_look = 0;
     EXPECT_EQ(measure_clock(clock, false, kPentium), 0);
 }
 
-TEST(ProcessorClock, Scan_at_an_absurd_frequency_tells_nothing) {
-    FakeClock clock;
+TEST_F(ProcessorClock, Scan_at_an_absurd_frequency_tells_nothing) {
     clock.steps_a_second = ~uint64_t{0};
     clock.steps_of_a_scan = 1;
     EXPECT_EQ(measure_clock(clock, false, kPentium), 0);

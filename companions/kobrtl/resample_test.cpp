@@ -24,15 +24,6 @@ Bitmap scaled(const Bitmap& from, unsigned width, unsigned height, const RowKern
     return to;
 }
 
-// Those that run on this processor.
-std::vector<const RowKernels*> all_kernels() {
-    std::vector<const RowKernels*> all = {&kobrtl::plain_kernels()};
-    for (const RowKernels* kernels : {kobrtl::sse2_kernels(), kobrtl::avx2_kernels()})
-        if (kernels)
-            all.push_back(kernels);
-    return all;
-}
-
 double greatest_error(const Bitmap& bitmap, const std::vector<double>& ideal) {
     double greatest = 0;
     for (size_t i = 0; i < ideal.size(); ++i)
@@ -58,12 +49,13 @@ protected:
     Bitmap scaled_by_all(const Bitmap& from) {
         const Case& c = GetParam();
         const Bitmap plain = scaled(from, c.to_width, c.to_height, kobrtl::plain_kernels());
-        for (const RowKernels* kernels : all_kernels()) {
-            SCOPED_TRACE(kernels->name);
-            const Bitmap other = scaled(from, c.to_width, c.to_height, *kernels);
-            for (size_t i = 0; i < plain.bytes.size(); ++i)
-                EXPECT_NEAR(other.bytes[i], plain.bytes[i], 1) << i;
-        }
+        for (const RowKernels* kernels : {kobrtl::sse2_kernels(), kobrtl::avx2_kernels()})
+            if (kernels) {
+                SCOPED_TRACE(kernels->name);
+                const Bitmap other = scaled(from, c.to_width, c.to_height, *kernels);
+                for (size_t i = 0; i < plain.bytes.size(); ++i)
+                    EXPECT_NEAR(other.bytes[i], plain.bytes[i], 1) << i;
+            }
         return plain;
     }
 };
@@ -138,10 +130,11 @@ TEST(Resample, The_triangle_filter_is_within_rounding_of_its_ideal) {
 TEST(Resample, A_lane_may_begin_a_row_above_the_first_lane_of_its_band) {
     const Bitmap from = kobrtl_test::noise(5, 3, 3);
     const std::vector<double> ideal = kobrtl_test::ideal(from, 19, 63, kobrtl::ReferenceFilter::linear);
-    for (const RowKernels* kernels : all_kernels()) {
-        SCOPED_TRACE(kernels->name);
-        EXPECT_LE(greatest_error(scaled(from, 19, 63, *kernels, kLinear), ideal), kBound);
-    }
+    for (const RowKernels* kernels : {&kobrtl::plain_kernels(), kobrtl::sse2_kernels(), kobrtl::avx2_kernels()})
+        if (kernels) {
+            SCOPED_TRACE(kernels->name);
+            EXPECT_LE(greatest_error(scaled(from, 19, 63, *kernels, kLinear), ideal), kBound);
+        }
 }
 
 // As many steps as there are columns, of as many rows as a band has.
@@ -226,10 +219,11 @@ TEST(Resample, A_wide_picture_comes_from_memory_once_however_many_lanes_a_band_h
 TEST(Resample, A_picture_of_many_strips_is_within_rounding_of_the_ideal) {
     const Bitmap from = kobrtl_test::noise(5000, 120, 3);
     const std::vector<double> ideal = kobrtl_test::ideal(from, 200, 3);
-    for (const RowKernels* kernels : all_kernels()) {
-        SCOPED_TRACE(kernels->name);
-        EXPECT_LE(greatest_error(scaled(from, 200, 3, *kernels), ideal), kBound);
-    }
+    for (const RowKernels* kernels : {&kobrtl::plain_kernels(), kobrtl::sse2_kernels(), kobrtl::avx2_kernels()})
+        if (kernels) {
+            SCOPED_TRACE(kernels->name);
+            EXPECT_LE(greatest_error(scaled(from, 200, 3, *kernels), ideal), kBound);
+        }
 }
 
 TEST(Resample, One_pixel_that_is_not_opaque_in_the_last_strip_is_found) {
