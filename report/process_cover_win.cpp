@@ -135,6 +135,7 @@ void prepare() {
     win::keep_loaded(&reporter);
     record_slot = TlsAlloc();
     context_slot = TlsAlloc();
+    // Last of all such handlers: what one before it lets go on needs no note.
     AddVectoredExceptionHandler(0, note_throw);
     sleeper = CreateThread(nullptr, kReportStack, wait_for_fault, nullptr, 0, &sleeper_id);
 }

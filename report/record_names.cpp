@@ -1,3 +1,4 @@
+// The record may have been changed by hand: a name counts only if it ends within its field and is plain text.
 #include "report/destinations.h"
 
 const char* record_name(const char* field, unsigned size, const char* otherwise) {

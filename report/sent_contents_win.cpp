@@ -25,6 +25,7 @@ const char* name_in(const char* path) {
 SentContents::SentContents(const char* const (&paths)[upload_form::part_count]) : m_copies{} {
     const unsigned long length = win::temporary_folder(m_folder, kMostPath / 2);
     char* const name = m_folder + (length < kMostPath / 2 ? length : 0);
+    // A folder of that name may be another program's, or one that somebody has open.
     for (int number = 1;; ++number) {
         wsprintfA(name, "What is sent %d", number);
         if (CreateDirectoryA(m_folder, nullptr))

@@ -55,6 +55,7 @@ uint64_t MachineClock::frequency() {
 }
 
 void MachineClock::scan_bits(uint32_t count) {
+    // BSF begins at the lowest bit and finds this one last.
     asm volatile("1:\n\t"
                  "bsfl %1, %%eax\n\t"
                  "decl %0\n\t"

@@ -84,6 +84,7 @@ void read_pdb_identity(Memory& memory, Image* image) {
         uint32_t entry[7] = {};
         if (!memory.read(image->base + debug.offset + i * kDebugEntrySize, entry, sizeof entry))
             return;
+        // The entry's fields of four bytes: flags, time, version, type, size, place in memory, place in the file.
         const uint32_t type = entry[3], length = entry[4], offset = entry[5];
         if (type == kCodeView && image->contains(offset, length))
             read_code_view(memory, image->base + offset, length, &image->pdb);

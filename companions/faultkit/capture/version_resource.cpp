@@ -7,6 +7,7 @@ namespace {
 constexpr uint32_t kVersionType = 16;
 constexpr uint32_t kSubdirectory = 0x80000000;
 constexpr uint32_t kFixedInfoSignature = 0xFEEF04BD;
+// More than any image has: of a damaged directory no more are read.
 constexpr uint32_t kMostEntries = 4096;
 // The fixed record follows the header and the name "VS_VERSION_INFO" in UTF-16, aligned to 4 bytes.
 constexpr uint32_t kFixedInfoOffset = 40;
