@@ -39,35 +39,35 @@ TEST(ThrownType, Name_is_found_through_the_throw_description) {
 class ThrownText : public testing::Test {
 protected:
     ThrownText() {
-        memory.fill(0x6000, 0x20, 0);
-        memory.fill(0x5000, 0x300, 0);
-        memory.put_u32(0x5000 + 12, 0x5020); // list of types
-        memory.put_u32(0x5020, 3);
+        m_memory.fill(0x6000, 0x20, 0);
+        m_memory.fill(0x5000, 0x300, 0);
+        m_memory.put_u32(0x5000 + 12, 0x5020); // list of types
+        m_memory.put_u32(0x5020, 3);
         put_type(0, 0x5040, 0x5100, ".?AVFileError@@", 0);
         put_type(1, 0x5060, 0x5140, ".?AUCounted@@", 0);
         put_type(2, 0x5080, 0x5180, ".?AVexception@std@@", 8);
-        memory.put_u32(0x6000 + 8 + 4, 0x5200); // the object's text, behind its second vtable
+        m_memory.put_u32(0x6000 + 8 + 4, 0x5200); // the object's text, behind its second vtable
         put_text(0x5200, "no file");
     }
 
     void put_text(std::uint32_t at, const char* text) {
-        memory.put(at, faultkit::FakeMemory::Bytes(text, text + std::strlen(text) + 1));
+        m_memory.put(at, faultkit::FakeMemory::Bytes(text, text + std::strlen(text) + 1));
     }
     void put_type(unsigned index, std::uint32_t at, std::uint32_t descriptor, const char* name, std::uint32_t place) {
-        memory.put_u32(0x5020 + 4 + index * 4, at);
-        memory.put_u32(at + 4, descriptor);
-        memory.put_u32(at + 8, place);
-        memory.put_u32(at + 12, 0xFFFFFFFF);
+        m_memory.put_u32(0x5020 + 4 + index * 4, at);
+        m_memory.put_u32(at + 4, descriptor);
+        m_memory.put_u32(at + 8, place);
+        m_memory.put_u32(at + 12, 0xFFFFFFFF);
         put_text(descriptor + 8, name);
     }
     std::string text(std::uint32_t size = 204) {
         const std::uint32_t parameters[] = {0x19930520, 0x6000, 0x5000};
         char storage[204];
-        faultkit::read_thrown_text(memory, parameters, 3, storage, size);
+        faultkit::read_thrown_text(m_memory, parameters, 3, storage, size);
         return storage;
     }
 
-    faultkit::FakeMemory memory;
+    faultkit::FakeMemory m_memory;
 };
 
 TEST_F(ThrownText, Of_an_exception_is_found_in_the_base_that_holds_it) {
@@ -83,32 +83,32 @@ TEST_F(ThrownText, Object_that_is_no_exception_has_none) {
 }
 
 TEST_F(ThrownText, Exception_as_a_virtual_base_is_left_alone) {
-    memory.put_u32(0x5080 + 12, 4);
+    m_memory.put_u32(0x5080 + 12, 4);
     EXPECT_EQ(text(), "");
 }
 
 TEST_F(ThrownText, That_is_not_there_is_none) {
     for (const std::uint32_t place : {0u, 0x9000u}) {
-        memory.put_u32(0x6000 + 8 + 4, place);
+        m_memory.put_u32(0x6000 + 8 + 4, place);
         EXPECT_EQ(text(), "");
     }
-    memory.put_u32(0x5080 + 8, 0x4000); // outside the object
+    m_memory.put_u32(0x5080 + 8, 0x4000); // outside the object
     EXPECT_EQ(text(), "");
-    memory.put_u32(0x5020, 2);
+    m_memory.put_u32(0x5020, 2);
     EXPECT_EQ(text(), "");
 }
 
 TEST_F(ThrownText, Damaged_count_of_types_leaves_the_first) {
     put_text(0x5108, ".?AVexception@std@@");
-    memory.put_u32(0x5040 + 8, 8);
-    memory.put_u32(0x5020, 0x10000);
+    m_memory.put_u32(0x5040 + 8, 8);
+    m_memory.put_u32(0x5020, 0x10000);
     EXPECT_EQ(text(), "no file");
 }
 
 TEST_F(ThrownText, Thrown_itself_is_its_own) {
     for (const char* name : {".PAD", ".PBD"}) {
         put_text(0x5108, name);
-        memory.put_u32(0x6000, 0x5200);
+        m_memory.put_u32(0x6000, 0x5200);
         EXPECT_EQ(text(), "no file");
     }
 }

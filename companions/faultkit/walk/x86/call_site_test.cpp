@@ -16,10 +16,10 @@ constexpr std::uint32_t kReturn = FakeProcess::kCode + 0x100;
 class CallSiteTest : public testing::Test {
 protected:
     CallSite before(std::uint32_t address = kReturn) {
-        return faultkit::find_call_before(process.memory, process.modules, address);
+        return faultkit::find_call_before(m_process.memory, m_process.modules, address);
     }
 
-    FakeProcess process;
+    FakeProcess m_process;
 };
 
 struct Encoding {
@@ -32,7 +32,7 @@ class CallEncoding : public CallSiteTest, public testing::WithParamInterface<Enc
 
 TEST_P(CallEncoding, Is_told_from_its_bytes) {
     const FakeMemory::Bytes& bytes = GetParam().bytes;
-    process.memory.put(kReturn - static_cast<std::uint32_t>(bytes.size()), bytes);
+    m_process.memory.put(kReturn - static_cast<std::uint32_t>(bytes.size()), bytes);
     EXPECT_EQ(before().kind, GetParam().kind);
 }
 
@@ -56,52 +56,52 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return info.param.name; });
 
 TEST_F(CallSiteTest, Relative_call_leads_to_its_target) {
-    process.put_call(kReturn, FakeProcess::kCode + 0x40);
+    m_process.put_call(kReturn, FakeProcess::kCode + 0x40);
     EXPECT_EQ(before().kind, CallSite::kKnown);
     EXPECT_EQ(before().target, FakeProcess::kCode + 0x40);
 }
 
 TEST_F(CallSiteTest, Call_through_an_import_leads_to_the_imported_function) {
-    process.memory.put(kReturn - 6, {0xFF, 0x15, 0x00, 0x50, 0x40, 0x00});
-    process.memory.put_u32(0x405000, FakeProcess::kCode + 0x80);
+    m_process.memory.put(kReturn - 6, {0xFF, 0x15, 0x00, 0x50, 0x40, 0x00});
+    m_process.memory.put_u32(0x405000, FakeProcess::kCode + 0x80);
     EXPECT_EQ(before().kind, CallSite::kKnown);
     EXPECT_EQ(before().target, FakeProcess::kCode + 0x80);
-    process.memory.put_u32(0x405000, 0x12345678);
+    m_process.memory.put_u32(0x405000, 0x12345678);
     EXPECT_EQ(before().kind, CallSite::kComputed) << "it holds no code any more, but was called all the same";
 }
 
 TEST_F(CallSiteTest, Jump_stubs_on_the_way_are_followed_and_a_circle_of_them_ends) {
-    process.put_call(kReturn, FakeProcess::kCode + 0x20);
-    process.memory.put(FakeProcess::kCode + 0x20, {0xE9, 0x1B, 0, 0, 0});             // to +0x40
-    process.memory.put(FakeProcess::kCode + 0x40, {0xFF, 0x25, 0x00, 0x50, 0x40, 0}); // through memory
-    process.memory.put_u32(0x405000, FakeProcess::kCode + 0x80);
+    m_process.put_call(kReturn, FakeProcess::kCode + 0x20);
+    m_process.memory.put(FakeProcess::kCode + 0x20, {0xE9, 0x1B, 0, 0, 0});             // to +0x40
+    m_process.memory.put(FakeProcess::kCode + 0x40, {0xFF, 0x25, 0x00, 0x50, 0x40, 0}); // through memory
+    m_process.memory.put_u32(0x405000, FakeProcess::kCode + 0x80);
     EXPECT_EQ(before().target, FakeProcess::kCode + 0x80);
-    process.memory.put(FakeProcess::kCode + 0x20, {0xE9, 0xFB, 0xFF, 0xFF, 0xFF}); // to itself
+    m_process.memory.put(FakeProcess::kCode + 0x20, {0xE9, 0xFB, 0xFF, 0xFF, 0xFF}); // to itself
     EXPECT_EQ(before().kind, CallSite::kKnown);
 }
 
 TEST_F(CallSiteTest, Target_is_the_last_stub_where_that_leads_nowhere) {
-    process.put_call(kReturn, FakeProcess::kCode + 0x20);
+    m_process.put_call(kReturn, FakeProcess::kCode + 0x20);
     const auto target = [&](const FakeMemory::Bytes& stub) {
-        process.memory.put(FakeProcess::kCode + 0x20, stub);
+        m_process.memory.put(FakeProcess::kCode + 0x20, stub);
         return before().target;
     };
     EXPECT_EQ(target({0xE9, 0xDB, 0, 0x50, 0}), FakeProcess::kCode + 0x500100); // outside every module
     EXPECT_EQ(target({0xFF, 0x24, 0, 0, 0, 0}), FakeProcess::kCode + 0x20);
     EXPECT_EQ(target({0xFF, 0x25, 0, 0, 0x70, 0}), FakeProcess::kCode + 0x20); // through a place that can't be read
-    process.put_call(kReturn, FakeProcess::kCodeEnd - 2);
+    m_process.put_call(kReturn, FakeProcess::kCodeEnd - 2);
     EXPECT_EQ(target({0x40}), FakeProcess::kCodeEnd - 2);
 }
 
 TEST_F(CallSiteTest, Bytes_before_the_section_are_not_read) {
-    process.memory.put(FakeProcess::kCode, {0xFF, 0xD0});
+    m_process.memory.put(FakeProcess::kCode, {0xFF, 0xD0});
     EXPECT_EQ(before(FakeProcess::kCode).kind, CallSite::kNone);
     EXPECT_EQ(before(FakeProcess::kCode + 2).kind, CallSite::kComputed);
 }
 
 TEST_F(CallSiteTest, Address_outside_every_module_is_no_return_address_but_one_in_an_unloaded_module_passes) {
     EXPECT_EQ(before(0x900000).kind, CallSite::kNone);
-    process.modules.add_unloaded({0x900000, 0x4000, 1, "gone.dll"});
+    m_process.modules.add_unloaded({0x900000, 0x4000, 1, "gone.dll"});
     EXPECT_EQ(before(0x901010).kind, CallSite::kComputed);
 }
 

@@ -16,10 +16,10 @@ constexpr std::uint32_t kFunction = FakeProcess::kCode + 0x100;
 class FunctionBoundsTest : public testing::Test {
 protected:
     FunctionBounds find(std::uint32_t address) {
-        return faultkit::find_function(process.memory, process.modules, address);
+        return faultkit::find_function(m_process.memory, m_process.modules, address);
     }
 
-    FakeProcess process;
+    FakeProcess m_process;
 };
 
 struct Gap {
@@ -30,9 +30,9 @@ struct Gap {
 class GapBetweenFunctions : public FunctionBoundsTest, public testing::WithParamInterface<Gap> {};
 
 TEST_P(GapBetweenFunctions, Marks_the_start_of_the_next_one) {
-    process.memory.fill(kFunction - 0x80, 0x80, 0x40);
-    process.memory.put(kFunction - static_cast<std::uint32_t>(GetParam().bytes.size()), GetParam().bytes);
-    process.put_frameless_function(kFunction);
+    m_process.memory.fill(kFunction - 0x80, 0x80, 0x40);
+    m_process.memory.put(kFunction - static_cast<std::uint32_t>(GetParam().bytes.size()), GetParam().bytes);
+    m_process.put_frameless_function(kFunction);
     EXPECT_EQ(find(kFunction).start, kFunction);
     EXPECT_EQ(find(kFunction + 0x20).start, kFunction);
 }
@@ -49,7 +49,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, GapBetweenFunctions,
                          [](const auto& info) { return info.param.name; });
 
 TEST_F(FunctionBoundsTest, What_only_resembles_a_gap_does_not_split_a_function) {
-    process.put_frameless_function(kFunction);
+    m_process.put_frameless_function(kFunction);
     EXPECT_EQ(find(kFunction + 0x20).start, kFunction);
     EXPECT_FALSE(find(kFunction + 0x20).framed);
     const struct {
@@ -61,16 +61,16 @@ TEST_F(FunctionBoundsTest, What_only_resembles_a_gap_does_not_split_a_function) 
                  {"an early return; what follows is aligned", 0x0F, {0xC3}},
                  {"a return and lea eax, [esi + 8]", 0x0C, {0xC3, 0x8D, 0x46, 0x08}}};
     for (const auto& one : cases) {
-        process.put_frameless_function(kFunction);
-        process.memory.put(kFunction + one.offset, one.code);
+        m_process.put_frameless_function(kFunction);
+        m_process.memory.put(kFunction + one.offset, one.code);
         EXPECT_EQ(find(kFunction + 0x20).start, kFunction) << one.what;
     }
 }
 
 TEST_F(FunctionBoundsTest, Frame_is_recognised_even_where_nothing_is_aligned) {
-    process.memory.fill(kFunction, 0x80, 0x40);
-    process.memory.put(kFunction + 0x12, {0xC3});
-    process.put_framed_function(kFunction + 0x13);
+    m_process.memory.fill(kFunction, 0x80, 0x40);
+    m_process.memory.put(kFunction + 0x12, {0xC3});
+    m_process.put_framed_function(kFunction + 0x13);
     const FunctionBounds function = find(kFunction + 0x30);
     EXPECT_EQ(function.start, kFunction + 0x13);
     EXPECT_TRUE(function.framed);
@@ -78,8 +78,8 @@ TEST_F(FunctionBoundsTest, Frame_is_recognised_even_where_nothing_is_aligned) {
 }
 
 TEST_F(FunctionBoundsTest, Frame_made_by_a_helper_of_the_runtime_is_recognised) {
-    process.memory.fill(kFunction, 64, 0x40);
-    process.memory.put(kFunction, {0x6A, 0x10, 0x68, 0, 0x50, 0x40, 0, 0xE8, 1, 2, 3, 4});
+    m_process.memory.fill(kFunction, 64, 0x40);
+    m_process.memory.put(kFunction, {0x6A, 0x10, 0x68, 0, 0x50, 0x40, 0, 0xE8, 1, 2, 3, 4});
     EXPECT_TRUE(find(kFunction + 0x20).framed);
     EXPECT_EQ(find(kFunction + 0x20).push, 0u);
 }
@@ -103,9 +103,9 @@ TEST_F(FunctionBoundsTest, Frame_is_told_from_the_first_instructions) {
         {{0xB8, 0, 0x50, 0x40, 0, 0xE9}, false},
     };
     for (const auto& one : cases) {
-        process.memory.fill(kFunction, 64, 0x40);
-        process.memory.put(kFunction, one.code);
-        const FunctionBounds function = faultkit::bounds_of_function(process.memory, kFunction);
+        m_process.memory.fill(kFunction, 64, 0x40);
+        m_process.memory.put(kFunction, one.code);
+        const FunctionBounds function = faultkit::bounds_of_function(m_process.memory, kFunction);
         EXPECT_EQ(function.framed, one.framed) << int(one.code[0]) << ' ' << int(one.code[1]);
         EXPECT_EQ(function.push, one.framed && one.code[0] == 0x55 ? kFunction : 0);
     }
@@ -113,13 +113,13 @@ TEST_F(FunctionBoundsTest, Frame_is_told_from_the_first_instructions) {
 
 TEST_F(FunctionBoundsTest, Function_is_found_from_its_first_byte_to_the_sections_last) {
     EXPECT_EQ(find(FakeProcess::kCode + 0x850).start, 0u) << "a gap with no function in front of it";
-    process.put_frameless_function(FakeProcess::kCode);
+    m_process.put_frameless_function(FakeProcess::kCode);
     EXPECT_EQ(find(FakeProcess::kCode + 5).start, FakeProcess::kCode);
-    process.put_framed_function(FakeProcess::kCodeEnd - 64);
+    m_process.put_framed_function(FakeProcess::kCodeEnd - 64);
     EXPECT_EQ(find(FakeProcess::kCodeEnd - 1).start, FakeProcess::kCodeEnd - 64);
     EXPECT_EQ(find(FakeProcess::kCodeEnd).start, 0u);
     EXPECT_EQ(find(0x900000).start, 0u);
-    process.memory.fill(kFunction, 0x1800, 0x40);
+    m_process.memory.fill(kFunction, 0x1800, 0x40);
     EXPECT_EQ(find(kFunction + 0x17FF).start, kFunction) << "over many pieces";
 }
 
@@ -177,28 +177,28 @@ TEST(Prologue, Tells_where_the_callers_frame_pointer_is_kept) {
 }
 
 TEST_F(FunctionBoundsTest, Possible_starts_lie_behind_returns_and_behind_padding_up_to_an_aligned_place) {
-    process.memory.fill(kFunction, 0x100, 0x40);
-    process.memory.put(kFunction + 0x13, {0xC3});
-    process.memory.put(kFunction + 0x2D, {0xC3, 0x66, 0x90});
+    m_process.memory.fill(kFunction, 0x100, 0x40);
+    m_process.memory.put(kFunction + 0x13, {0xC3});
+    m_process.memory.put(kFunction + 0x2D, {0xC3, 0x66, 0x90});
     std::uint32_t places[8];
-    const faultkit::CodeRange& section = *process.modules.find_code(kFunction);
+    const faultkit::CodeRange& section = *m_process.modules.find_code(kFunction);
     const unsigned count =
-        faultkit::list_possible_starts(process.memory, section, kFunction, kFunction + 0x40, places, 8);
+        faultkit::list_possible_starts(m_process.memory, section, kFunction, kFunction + 0x40, places, 8);
     EXPECT_EQ((std::vector<std::uint32_t>(places, places + count)),
               (std::vector<std::uint32_t>{kFunction + 0x30, kFunction + 0x2E, kFunction + 0x14}));
-    EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, kFunction, kFunction + 0x40, places, 2), 2u);
-    EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, kFunction + 0x30, kFunction + 0x40, places, 8),
+    EXPECT_EQ(faultkit::list_possible_starts(m_process.memory, section, kFunction, kFunction + 0x40, places, 2), 2u);
+    EXPECT_EQ(faultkit::list_possible_starts(m_process.memory, section, kFunction + 0x30, kFunction + 0x40, places, 8),
               0u);
 }
 
 TEST_F(FunctionBoundsTest, Possible_starts_begin_behind_what_can_be_told_of_the_sections_first_bytes) {
-    process.memory.fill(FakeProcess::kCode, 0x100, 0x40);
-    process.memory.put(FakeProcess::kCode + 0x0F, {0xC3}); // there is too little code in front of it to tell
-    process.memory.put(FakeProcess::kCode + 0x1F, {0xC3});
+    m_process.memory.fill(FakeProcess::kCode, 0x100, 0x40);
+    m_process.memory.put(FakeProcess::kCode + 0x0F, {0xC3}); // there is too little code in front of it to tell
+    m_process.memory.put(FakeProcess::kCode + 0x1F, {0xC3});
     std::uint32_t places[8];
-    const faultkit::CodeRange& section = *process.modules.find_code(FakeProcess::kCode);
+    const faultkit::CodeRange& section = *m_process.modules.find_code(FakeProcess::kCode);
     for (const std::uint32_t after : {0u, 0x17u, 0x18u, 0x1Fu})
-        EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, section.begin + after, section.begin + 0x40,
+        EXPECT_EQ(faultkit::list_possible_starts(m_process.memory, section, section.begin + after, section.begin + 0x40,
                                                  places, 8),
                   1u)
             << after;
@@ -239,29 +239,29 @@ TEST(MayStartFunction, Behind_padding_up_to_an_aligned_place) {
 }
 
 TEST_F(FunctionBoundsTest, May_start_at_the_sections_first_byte_and_not_just_behind_it) {
-    process.memory.fill(FakeProcess::kCode, 0x100, 0xC3);
-    const faultkit::CodeRange& section = *process.modules.find_code(FakeProcess::kCode);
-    EXPECT_TRUE(faultkit::may_start_function(process.memory, section, section.begin));
-    EXPECT_FALSE(faultkit::may_start_function(process.memory, section, section.begin + 1));
-    EXPECT_FALSE(faultkit::may_start_function(process.memory, section, section.begin + 23));
-    EXPECT_TRUE(faultkit::may_start_function(process.memory, section, section.begin + 24));
+    m_process.memory.fill(FakeProcess::kCode, 0x100, 0xC3);
+    const faultkit::CodeRange& section = *m_process.modules.find_code(FakeProcess::kCode);
+    EXPECT_TRUE(faultkit::may_start_function(m_process.memory, section, section.begin));
+    EXPECT_FALSE(faultkit::may_start_function(m_process.memory, section, section.begin + 1));
+    EXPECT_FALSE(faultkit::may_start_function(m_process.memory, section, section.begin + 23));
+    EXPECT_TRUE(faultkit::may_start_function(m_process.memory, section, section.begin + 24));
 }
 
 TEST_F(FunctionBoundsTest, Read_that_fails_tells_of_nothing) {
-    process.put_framed_function(FakeProcess::kCode + 0x100);
+    m_process.put_framed_function(FakeProcess::kCode + 0x100);
     const std::uint32_t address = FakeProcess::kCode + 0x110;
-    const faultkit::CodeRange& section = process.modules[0].image.code[0];
+    const faultkit::CodeRange& section = m_process.modules[0].image.code[0];
     for (unsigned every = 1; every < 6; ++every) {
-        process.memory.fail_every(every);
-        const std::uint32_t start = faultkit::find_function(process.memory, process.modules, address).start;
+        m_process.memory.fail_every(every);
+        const std::uint32_t start = faultkit::find_function(m_process.memory, m_process.modules, address).start;
         EXPECT_TRUE(start == 0 || start == FakeProcess::kCode + 0x100);
     }
-    process.memory.fail_every(1);
+    m_process.memory.fail_every(1);
     std::uint32_t places[4];
-    EXPECT_EQ(faultkit::list_possible_starts(process.memory, section, section.begin, address, places, 4), 0u);
-    EXPECT_FALSE(faultkit::may_start_function(process.memory, section, address));
-    EXPECT_FALSE(faultkit::bounds_of_function(process.memory, address).framed);
-    EXPECT_EQ(faultkit::read_prologue(process.memory, address - 0x10, address).taken, 0u);
+    EXPECT_EQ(faultkit::list_possible_starts(m_process.memory, section, section.begin, address, places, 4), 0u);
+    EXPECT_FALSE(faultkit::may_start_function(m_process.memory, section, address));
+    EXPECT_FALSE(faultkit::bounds_of_function(m_process.memory, address).framed);
+    EXPECT_EQ(faultkit::read_prologue(m_process.memory, address - 0x10, address).taken, 0u);
 }
 
 } // namespace
