@@ -83,6 +83,20 @@ TEST_F(NoteRingTest, Text_is_kept_up_to_200_bytes) {
     EXPECT_EQ(texts(), (std::vector<std::string>{std::string(200, 'a'), std::string(200, 'b')}));
 }
 
+TEST_F(NoteRingTest, Note_that_is_too_long_leaves_the_others_as_they_are) {
+    ticks = 100;
+    for (int i = 0; i < 64; ++i)
+        add(std::to_string(i));
+    add(std::string(230, 'x'));
+    ASSERT_EQ(texts().size(), 64u);
+    EXPECT_EQ(m_notes.back(), std::string(200, 'x'));
+    for (unsigned i = 0; i < 63; ++i) {
+        EXPECT_EQ(m_notes[i], std::to_string(i + 1));
+        EXPECT_EQ(m_storage[i].time, 102u + i);
+        EXPECT_EQ(m_storage[i].thread, 7u);
+    }
+}
+
 #ifndef _WIN32 // there a host with threads of the system's own does the same (tests/faultkit/telling_test.py)
 TEST_F(NoteRingTest, Notes_of_eight_threads_at_full_speed_are_whole_and_in_order) {
     constexpr unsigned kThreads = 8, kEach = 5000;
