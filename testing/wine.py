@@ -258,7 +258,7 @@ class WineProcess:
                 stdin=subprocess.DEVNULL,
                 stdout=subprocess.PIPE,
                 stderr=subprocess.DEVNULL,
-                timeout=60,
+                timeout=150,
                 check=False,
             ).stdout
         except subprocess.TimeoutExpired as slow:

@@ -16,10 +16,10 @@ OWN_DEBUG_LIBRARY = {"WINEDLLOVERRIDES": "winemenubuilder.exe=d;mscoree,mshtml=;
 
 
 def addresses(description):
-    """(address, module, offset) of each frame, inlined ones left out: they need symbols."""
-    return [
-        (frame["address"], frame["module"], frame["offset"]) for frame in description.frames if not frame["inlined"]
-    ]
+    """(module, offset) of each frame, or its address where it is in none: the same in another process, where a module may
+    be elsewhere. Inlined ones are left out: they need symbols."""
+    frames = [frame for frame in description.frames if not frame["inlined"]]
+    return [(frame["module"], frame["offset"]) if frame["module"] else frame["address"] for frame in frames]
 
 
 class TestWithoutDebugLibrary:

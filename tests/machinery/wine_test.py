@@ -67,12 +67,12 @@ class TestWineOnADesktop:
 
 class TestWatchdog:
     def test_ends_a_program_with_its_children_and_says_where_it_hung(self, stage):
-        process = stage.wine().start(program("console"), "hang-with-child", limit=4)
+        process = stage.wine().start(program("console"), "hang-with-child", limit=12)
         wait_until(lambda: len(process.family()) == 2, "both processes", seen=process.family)
         with pytest.raises(Hang) as caught:
             process.wait()
         assert re.search(
-            r"(?s)console.exe was still running after 4 s.*about to hang.*"
+            r"(?s)console.exe was still running after 12 s.*about to hang.*"
             r"Backtracing for thread .*console\.exe.*=>0.* in console ",
             str(caught.value),
         )
