@@ -36,8 +36,7 @@ TEST(ThrownType, Name_is_found_through_the_throw_description) {
 }
 
 // An exception of two bases, of which the second is std::exception, 8 bytes into the object.
-class ThrownText : public testing::Test {
-protected:
+struct ThrownText : testing::Test {
     ThrownText() {
         m_memory.fill(0x6000, 0x20, 0);
         m_memory.fill(0x5000, 0x300, 0);

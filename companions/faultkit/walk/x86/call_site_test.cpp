@@ -13,8 +13,7 @@ using faultkit::FakeProcess;
 
 constexpr std::uint32_t kReturn = FakeProcess::kCode + 0x100;
 
-class CallSiteTest : public testing::Test {
-protected:
+struct CallSiteTest : testing::Test {
     CallSite before(std::uint32_t address = kReturn) {
         return faultkit::find_call_before(m_process.memory, m_process.modules, address);
     }

@@ -13,8 +13,7 @@ using faultkit::FunctionBounds;
 
 constexpr std::uint32_t kFunction = FakeProcess::kCode + 0x100;
 
-class FunctionBoundsTest : public testing::Test {
-protected:
+struct FunctionBoundsTest : testing::Test {
     FunctionBounds find(std::uint32_t address) {
         return faultkit::find_function(m_process.memory, m_process.modules, address);
     }
