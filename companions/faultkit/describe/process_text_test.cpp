@@ -184,6 +184,13 @@ TEST_F(NoteLines, The_last_notes_that_fit_are_kept) {
     EXPECT_EQ(lines(0, 140), "\n... 2 earlier notes\nNote 09:24:11.123 000000E0: third");
 }
 
+TEST_F(NoteLines, As_many_that_are_gone_as_do_not_fit_are_counted_too) {
+    add(kFault, "first");
+    add(kFault - std::uint64_t(86400) * 10000000, std::string(190, 'y'));
+    add(kFault, "third");
+    EXPECT_EQ(lines(2, 140), "\n... 4 earlier notes\nNote 09:24:11.123 000000E0: third");
+}
+
 TEST_F(NoteLines, All_notes_fit_where_there_is_no_bound) {
     for (int i = 0; i < 64; ++i)
         add(kFault, std::string(100, 'x'));
