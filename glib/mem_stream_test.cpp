@@ -93,8 +93,10 @@ TEST(MemStream, Seek_knows_three_origins_and_refuses_others) {
         EXPECT_EQ(stream.Seek(seek.offset, seek.origin), 1u);
         EXPECT_EQ(stream.Tell(), seek.position);
     }
-    for (int origin : {3, -1, 100})
+    for (int origin : {3, -1, 100}) {
         EXPECT_EQ(stream.Seek(0, origin), 0u);
+        EXPECT_EQ(stream.Tell(), 9u);
+    }
     EXPECT_EQ(stream.Seek(-10, 1), 0u);
     EXPECT_EQ(stream.Seek(-11, 2), 0u);
     EXPECT_EQ(stream.SetPosition(~uint64_t(0)), 0u);
