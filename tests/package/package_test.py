@@ -168,7 +168,7 @@ class TestPackage:
             (("-DCMAKE_SYSTEM_NAME=Windows", *compiler), f"not installed here for {OTHER.name}"),
         ):
             with pytest.raises(AssertionError, match=f"Wendax is {reason}"):
-                places = ("-S", project, "-B", stage.artifacts / reason, f"-DCMAKE_PREFIX_PATH={one}")
+                places = ("-G", "Ninja", "-S", project, "-B", stage.artifacts / reason, f"-DCMAKE_PREFIX_PATH={one}")
                 run("cmake", *places, *settings)
 
     def test_reports_go_where_the_host_says(self, stage):
