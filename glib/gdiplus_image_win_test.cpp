@@ -182,8 +182,12 @@ TEST_F(GdiplusDrawing, A_metafiles_clone_and_handle_are_its_own) {
     auto image = rectangle(40, 20);
     const std::unique_ptr<MetafileImage> copy(image->Clone());
     HENHMETAFILE handle = image->CopyHandle();
-    image.reset();
     ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(copy->width(), image->width());
+    EXPECT_EQ(copy->height(), image->height());
+    EXPECT_EQ(copy->resolution_x(), image->resolution_x());
+    EXPECT_EQ(copy->resolution_y(), image->resolution_y());
+    image.reset();
     make(page, 10, 10);
     EXPECT_TRUE(copy->Draw(page, 0, 0, 10, 10));
     EXPECT_NEAR(level(page.row(5)[5]), 40, 3);

@@ -168,6 +168,14 @@ class TestRandomDescents:
         self.check(describer, pdbs=True)
 
 
+@pytest.mark.parametrize("variable", ("_NT_SYMBOL_PATH", "_NT_ALTERNATE_SYMBOL_PATH"))
+def test_pdbs_are_found_where_the_environment_says(describer, variable):
+    place = "Z:" + str(describer.folder(*describer.PDBS)).replace("/", "\\")
+    named = describer.describe_one("guest", pdbs=False, env={variable: place})
+    assert "guest_fault" in named.functions[:3], named.functions
+    assert "guest_fault" not in describer.describe_one("guest", pdbs=False).functions
+
+
 class TestOptions:
     ADDRESS = MACHINE.address
     MODULE = r"describe_host\.exe\+[0-9A-F]{8}"

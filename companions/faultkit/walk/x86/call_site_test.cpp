@@ -114,6 +114,7 @@ TEST(ArgumentsPushed, Are_counted_back_from_the_call) {
         {{0x6A, 0x03, 0x52}, 8},                                  // push 3, edx
         {{0x68, 0x10, 0x20, 0x30, 0x40, 0xFF, 0x75, 0xF8}, 8},    // push value, [ebp - 8]
         {{0xFF, 0x35, 0, 0x10, 0x40, 0, 0xFF, 0x74, 0x24, 8}, 8}, // push [address], [esp + 8]
+        {{0x51, 0xFF, 0x35, 0, 0x10, 0x40, 0}, 8},                // push ecx, [address]
     };
     FakeProcess process;
     const std::uint32_t end = FakeProcess::kCode + 0x100;

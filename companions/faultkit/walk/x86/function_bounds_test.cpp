@@ -47,6 +47,27 @@ INSTANTIATE_TEST_SUITE_P(Kinds, GapBetweenFunctions,
                                          Gap{"move_to_itself", {0xC3, 0x8B, 0xFF}}),
                          [](const auto& info) { return info.param.name; });
 
+TEST_F(FunctionBoundsTest, Function_behind_nops_begins_by_taking_stack) {
+    const struct {
+        FakeMemory::Bytes code;
+        bool begins;
+    } cases[] = {{{0x53}, true}, // push of what the callee keeps
+                 {{0x55}, true},
+                 {{0x57}, true},
+                 {{0x52}, false},
+                 {{0x54}, false},
+                 {{0x83, 0xEC, 0x10}, true}, // sub esp
+                 {{0x81, 0xEC, 0, 1, 0, 0}, true},
+                 {{0x82, 0xEC, 0x10}, false},
+                 {{0x83, 0xED, 0x10}, false}};
+    for (const auto& one : cases) {
+        m_process.memory.fill(kFunction - 0x80, 0x100, 0x40);
+        m_process.memory.put(kFunction - 3, {0xC3, 0x90, 0x90});
+        m_process.memory.put(kFunction, one.code);
+        EXPECT_EQ(find(kFunction + 0x20).start == kFunction, one.begins) << int(one.code[0]) << ' ' << one.code.size();
+    }
+}
+
 TEST_F(FunctionBoundsTest, What_only_resembles_a_gap_does_not_split_a_function) {
     m_process.put_frameless_function(kFunction);
     EXPECT_EQ(find(kFunction + 0x20).start, kFunction);
