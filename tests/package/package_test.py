@@ -162,7 +162,8 @@ class TestPackage:
         one = stage.artifacts / "one"
         run("cmake", "--install", BUILD, "--prefix", one)
         target = "-DCMAKE_C_COMPILER_TARGET=" + OTHER.choose("i686", "x86_64") + "-pc-windows-msvc"
-        compiler = ("-DCMAKE_C_COMPILER=clang-19", target, "-DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY")
+        compiler = ("-DCMAKE_C_COMPILER=clang-19", "-DCMAKE_RC_COMPILER=llvm-rc-19", target)
+        compiler += ("-DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY",)
         for settings, reason in (
             ((), "for programs that run on Windows"),
             (("-DCMAKE_SYSTEM_NAME=Windows", *compiler), f"not installed here for {OTHER.name}"),
