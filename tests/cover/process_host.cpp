@@ -223,6 +223,19 @@ void terminate_on_covered_thread() {
     WaitForSingleObject(CreateThread(nullptr, 0, cover_and_terminate, nullptr, 0, nullptr), INFINITE);
 }
 
+#ifdef _MSC_VER
+void end_by_itself() {
+    puts("the program's own handler");
+    ExitProcess(0);
+}
+
+void terminate_with_the_translator_alone() {
+    set_terminate(end_by_itself);
+    WendaxCoverThread();
+    std::terminate();
+}
+#endif
+
 LONG CALLBACK report_at_once(EXCEPTION_POINTERS* fault) {
     printf("answer %d\n", WendaxReportFault(fault));
     ExitProcess(0);
@@ -252,6 +265,9 @@ const Fault kWays[] = {
     {"terminate-later", terminate_after_a_caught_exception},
     {"invalid-parameter", pass_invalid},
     {"covered-thread", terminate_on_covered_thread},
+#ifdef _MSC_VER
+    {"translator-alone", terminate_with_the_translator_alone},
+#endif
     {"vectored", report_from_vectored_handler},
     {"no-pointers", report_nothing},
 };

@@ -89,6 +89,11 @@ def test_terminate_of_another_thread_is_reported(ends):
     assert ends("covered-thread") == terminated(NOTHING_THROWN, "another")
 
 
+@pytest.mark.parametrize("ends", OF_MICROSOFT, indirect=True)
+def test_translator_without_the_cover_leaves_terminate_to_the_program(ends):
+    assert ends("translator-alone") == (0, ["the program's own handler"])
+
+
 @pytest.mark.parametrize("button, answer, messages", (("Open Error Report", 1, 1), ("Don't Open & Close", 2, 0)))
 @pytest.mark.parametrize("way", ("vectored", "no-pointers"))
 def test_report_of_a_fault_answers_what_the_dialog_did(stage, way, button, answer, messages):
