@@ -24,8 +24,8 @@ REPO = pathlib.Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(REPO), str(REPO / "tests" / "inbox")]
 
 import made  # noqa: E402
-from conftest import Served  # noqa: E402
 from postgres import Postgres  # noqa: E402
+from testing.inbox_server import Served  # noqa: E402
 from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body  # noqa: E402
 
 CLIENTS = 16

@@ -8,7 +8,8 @@ import time
 import pytest
 
 import made
-from conftest import MESSAGES, command
+from conftest import MESSAGES
+from testing.inbox_server import command
 from testing.processes import REPO, wait_until
 
 

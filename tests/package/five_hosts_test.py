@@ -2,14 +2,11 @@
 and by upload over TLS into the inbox. Each names the function and the line."""
 
 import collections
-import contextlib
 import json
-import os
 import re
 import shutil
 import subprocess
 import sys
-import urllib.request
 
 import pytest
 from package_test import HERE, RUNTIME, configure, run, unpacked
@@ -17,10 +14,10 @@ from package_test import HERE, RUNTIME, configure, run, unpacked
 from inbox.signature import plain
 from testing import report_dialog
 from testing.host import Host
+from testing.inbox_server import Served, command
 from testing.loopback import loopback_address
-from testing.processes import REPO, spawn, stop, wait_until
+from testing.processes import REPO, wait_until
 from testing.product import MACHINE
-from testing.service import listens
 from testing.tls import SYSTEM_AUTHORITIES, SYSTEM_HOSTS, Authority, TlsFront, mounted_over
 
 KIT = HERE / "kit"
@@ -122,26 +119,22 @@ def machine(address, module_stage, built):
     return Machine(module_stage, built)
 
 
-class Receiver:
+class Receiver(Served):
     """An inbox behind the server."""
 
     def __init__(self, address, store):
-        self.url = f"http://{address}:8081"
-        self._command = [sys.executable, "-m", "inbox", "--store", store]
-        self._env = {**os.environ, "PYTHONPATH": str(REPO)}
-        self.process = spawn([*self._command, "--listen", f"{address}:8081"], env=self._env)
-        wait_until(lambda: listens(address, 8081), "the inbox to listen")
+        super().__init__(store, address=address, port=8081)
+        self._tell = command("--store", store)
 
     def tell(self, *words):
-        return run(*self._command, *words, env=self._env)
+        return run(*self._tell, *words, cwd=REPO)
 
-    def get(self, path):
-        with urllib.request.urlopen(self.url + path, timeout=60) as answer:
-            return json.load(answer)
+    def json(self, path):
+        return json.loads(self.get(path)[1])
 
     def places(self):
         """{(function, file, line) where it failed: how many reports}"""
-        reports = [self.get(f"/report/{each['id']}.json") for each in self.get("/reports.json")]
+        reports = [self.json(f"/report/{each['id']}.json") for each in self.json("/reports.json")]
         frames = [report["stack"][0] for report in reports]
         return collections.Counter(
             (plain(frame["function"]), re.split(r"[\\/]", frame["file"])[-1], frame["line"]) for frame in frames
@@ -150,9 +143,7 @@ class Receiver:
 
 @pytest.fixture
 def receiver(address, tmp_path):
-    with contextlib.ExitStack() as stack:
-        made = Receiver(address, tmp_path / "store")
-        stack.callback(stop, made.process)
+    with Receiver(address, tmp_path / "store") as made:
         yield made
 
 
@@ -173,14 +164,14 @@ def test_reports_of_both_roads_are_five_bugs_in_the_inbox(machine, receiver, bui
     (tmp_path / "mail").mkdir()
     for number, name in enumerate(FUNCTIONS, 1):
         machine.upload(name)
-        assert len(receiver.get("/reports.json")) == number, f"{name} has uploaded nothing"
+        assert len(receiver.json("/reports.json")) == number, f"{name} has uploaded nothing"
         (tmp_path / "mail" / f"{name}.eml").write_bytes(machine.message(name).raw)
     assert {f"{name}.exe" for name in FUNCTIONS} == {
-        each["title"].partition("+")[0] for each in receiver.get("/crashes.json")
+        each["title"].partition("+")[0] for each in receiver.json("/crashes.json")
     }
     receiver.tell("add", tmp_path / "mail")
     receiver.tell("symbols", "add", built)
-    counts = {crash["title"]: crash["count"] for crash in receiver.get("/crashes.json")}
+    counts = {crash["title"]: crash["count"] for crash in receiver.json("/crashes.json")}
     assert counts == dict.fromkeys(FUNCTIONS.values(), 2)
     expected = {place_of(name): 2 for name in FUNCTIONS}
     # A server that knew its PDBs a moment ago looks for new ones within seconds.
