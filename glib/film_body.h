@@ -24,7 +24,7 @@ class FilmBody final : private ProgressSink {
 public:
     static constexpr unsigned kAllPages = ~0u;
 
-    FilmBody() { SetCurrentPage(-1); }
+    FilmBody() = default;
     FilmBody(const FilmBody&) = delete;
     FilmBody& operator=(const FilmBody&) = delete;
 

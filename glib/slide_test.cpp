@@ -96,6 +96,10 @@ TEST(Fitted, Keeps_the_aspect_ratio_in_the_middle_of_the_page) {
         EXPECT_EQ(sides(fitted(c.rect, c.width, c.height)), sides(c.expected));
 }
 
+TEST(Slide, Of_no_document_is_nobodys_current_page) {
+    EXPECT_EQ(Slide().current_page(), -1);
+}
+
 TEST(Slide, Layers_are_named_by_their_place_and_the_first_gives_the_size) {
     Slide page;
     page.AddLayer(filled(8, 6, {}));

@@ -121,6 +121,11 @@ TEST(UnsentHeader, Takes_a_url_up_to_its_bound) {
     EXPECT_TRUE(parses(formatted(header)));
     header.url = longer.c_str();
     EXPECT_EQ(formatted(header), "");
+    const std::string extended = formatted(kHeader).substr(0, kFixedSize) + longer + '\0';
+    EXPECT_FALSE(parses(with_number(with_number(extended, 48, kMostUrl + 1), 20, kMostHeader + 1)));
+    header.url = "";
+    EXPECT_EQ(formatted(header).size(), kFixedSize + 1);
+    EXPECT_TRUE(parses(formatted(header)));
 }
 
 struct Kept {

@@ -98,7 +98,7 @@ static uint32_t pnm_maximum(ByteSource* source) {
         maximum = (uint32_t)stbi__pnm_getinteger(context, &next);
     }
     free_memory(context);
-    if (!maximum) /* one beyond 65535 was refused when the picture was measured */
+    if (!maximum || maximum > 65535) /* the library takes one that wraps below 0 for at most 255 */
         give_up(BADI);
     return maximum;
 }

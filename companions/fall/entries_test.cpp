@@ -186,6 +186,8 @@ TEST(Fall, White_is_what_a_pgm_or_ppm_names_as_its_maximum) {
     Image image;
     EXPECT_EQ(fall_test::load(image_pgm, pnm("P5 3 1 0\n", {0, 0, 0}), image), glib::BADI) << "without any white";
     EXPECT_EQ(fall_test::load(image_pgm, pnm("P5 3 1 65536\n", {0, 0, 0, 0, 0, 0}), image), glib::BADI);
+    // As an int it wraps to -1, which the codec took for at most 255: of its bytes twice as many were read.
+    EXPECT_EQ(fall_test::load(image_pgm, pnm("P5 3 1 4294967295\n", {0, 0, 0}), image), glib::BADI);
 }
 
 // The user was told that a good file is damaged.
