@@ -45,7 +45,7 @@ def _parser():
     add = command("add", _add, "take in messages: .eml, mbox, Maildir, or folders of them")
     add.add_argument("files", nargs="+", metavar="FILE")
     add.add_argument("--watch", dest="stay", action="store_true", help="go on with what appears there")
-    symbols = command("symbols", _symbols, "add: file the PDBs below a folder")
+    symbols = command("symbols", _symbols, "add: file the PDBs, and GCC's programs with their symbols, below a folder")
     symbols.add_argument("action", choices=["add"])
     symbols.add_argument("files", nargs="+", metavar="FOLDER")
     command("regroup", _regroup, "group all reports anew, after a change of the rules")
@@ -65,11 +65,11 @@ def main(arguments=None):
     logging.basicConfig(format="%(asctime)s %(levelname)s %(message)s", level=logging.INFO)
     given = {name: getattr(options, name) for name in ("database", "rules", "listen", "threads", "keep")}
     try:
-        for name in getattr(options, "files", ()):
+        for name in [*getattr(options, "files", []), *options.watch]:
             if not pathlib.Path(name).exists():
                 raise OSError(f"{name} is missing")
         return options.run(settings.load(options.store, **given), options) or 0
-    except (settings.BadSetting, OSError, sa.exc.OperationalError, sa.exc.ArgumentError) as error:
+    except (settings.BadSetting, OSError, ImportError, sa.exc.OperationalError, sa.exc.ArgumentError) as error:
         print(f"inbox: {error}", file=sys.stderr)
         return 2
     except KeyboardInterrupt:
@@ -121,7 +121,7 @@ def _symbols(config, options):
     for folder in options.files:
         added, bad = inbox.symbols.add(folder, inbox.writer)
         wrong += bad
-        print(f"{folder}: {len(added)} new PDBs")
+        print(f"{folder}: {len(added)} new PDBs or programs")
     print(f"{inbox.resolve_pending()} reports resolved")
     print("\n".join(wrong), file=sys.stderr, end="\n" if wrong else "")
     return 1 if wrong else 0
@@ -141,7 +141,7 @@ def _delete(config, options):
     if options.sender:
         condition = report.c.sender == options.sender.lower()
     else:
-        condition = report.c.received < int(time.time()) - settings.seconds(options.older)
+        condition = report.c.received < int(time.time()) - settings.seconds(options.older, "--older")
     print(f"{Inbox(config).delete(condition)} reports deleted")
 
 

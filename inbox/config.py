@@ -37,12 +37,13 @@ class Config:
 
     @property
     def keep_seconds(self):
-        return seconds(self.keep) if self.keep else None
+        return seconds(self.keep, "keep") if self.keep else None
 
 
-def seconds(days):
+def seconds(days, name):
+    """An age. name: of the setting that says it."""
     if not re.fullmatch(r"[1-9]\d{0,5}d", days):
-        raise BadSetting(f"keep must be a number of days such as 180d, not {days!r}")
+        raise BadSetting(f"{name} must be a number of days such as 180d, not {days!r}")
     return int(days[:-1]) * 86400
 
 
@@ -60,17 +61,22 @@ def load(store, **given):
     for name, value in values.items():
         if name not in Config.__annotations__ or name == "store":
             raise BadSetting(f"inbox.ini: there is no setting {name!r}")
-        try:
-            setattr(config, name, type(getattr(config, name))(value))
-        except ValueError as error:
-            raise BadSetting(f"{name} must be a number, not {value!r}") from error
+        kind = type(getattr(config, name))
+        if kind is int and not re.fullmatch(r"[1-9]\d{0,14}|0", value):
+            raise BadSetting(f"{name} must be a number, not {value!r}")
+        setattr(config, name, kind(value))
+    if not config.threads:
+        raise BadSetting("threads must be 1 at least")
     return config
 
 
 def _read(store):
     file = configparser.ConfigParser(interpolation=None)
     file["inbox"] = {}
-    file.read(store / "inbox.ini", "utf-8")
+    try:
+        file.read(store / "inbox.ini", "utf-8")
+    except (configparser.Error, UnicodeDecodeError) as error:
+        raise BadSetting(f"inbox.ini: {error}") from error
     return file
 
 

@@ -28,7 +28,7 @@ class Inbox:
         if not config.rules and not rules.is_file():
             rules = pathlib.Path(__file__).with_name("groups.txt")
         self.symbols = Symbols(self.engine, config.store / "symbols")
-        self.reports = reports.Reports(self.writer, Rules(rules.read_text("utf-8")), self.symbols, ask)
+        self.reports = reports.Reports(self.writer, Rules(rules.read_text("utf-8", "replace")), self.symbols, ask)
         self._seen = {}
 
     def add_files(self, paths, say=print):

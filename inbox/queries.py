@@ -159,9 +159,8 @@ def by_version(connection, crash_id=None):
     sums = {"count": sa.func.count(), "first_seen": sa.func.min(at), "last_seen": sa.func.max(at)}
     sums |= {"machines": distinct(report.c.machine), "crashes": distinct(report.c.crash_id)}
     asked = sa.select(*columns, *(each.label(name) for name, each in sums.items())).group_by(*columns)
-    rows = all_of(
-        connection, asked.where(report.c.crash_id == crash_id if crash_id else report.c.crash_id.is_not(None))
-    )
+    of = report.c.crash_id == crash_id if crash_id else report.c.crash_id.is_not(None)
+    rows = all_of(connection, asked.where(of))
     return sorted(rows, key=lambda row: (row.get("product", ""), version_order(row["version"])))
 
 
@@ -187,7 +186,7 @@ def one_attachment(connection, attachment_id):
 
 
 def symbols(connection, _filters, whole=False):
-    """([row], how many): modules whose PDB would tell functions, the most wanted first, then the PDBs that are here."""
+    """([row], how many): modules whose symbols would tell functions, the most wanted first, then what is here."""
     here, count, most = sa.select(symbol.c.key), sa.func.count().label("count"), _MOST_ROWS if whole else 200
     wanted = sa.select(wants.c.module, wants.c.key, count).where(wants.c.key.not_in(here))
     wanted = wanted.group_by(wants.c.module, wants.c.key).order_by(count.desc(), wants.c.key).limit(most)

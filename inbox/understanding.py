@@ -23,9 +23,8 @@ def understand(parcel):
         raise Unreadable("this message is no report: it has neither system information nor a fault")
     read = lambda pattern, text=system: found[1].strip() if (found := re.search(pattern, text, re.M)) else ""
     program = facts.modules[0] if facts and facts.modules else None
-    product = read(r"^Product Name: (?!Unknown$)(.+)$") or (
-        program and (program.name.rpartition(".")[0] or program.name)
-    )
+    product = read(r"^Product Name: (?!Unknown$)(.+)$")
+    product = product or (program and (program.name.rpartition(".")[0] or program.name))
     product = product or read(r"^(.{1,80}?) has performed an illegal operation\.", parcel.text)
     version = program.version if program else ""
     version = version or read(r"^Product Version: (?!0\.0\.0\.0$)(\d+\.\d+\.\d+\.\d+)$")
@@ -46,11 +45,7 @@ def _facts(parcel):
     texts = (fault_text.find(text.decode("windows-1251", "replace")) for text in texts if b"Stack Trace:" in text)
     found = found or next(filter(None, texts), None)
     for each in parcel.attachments:
-        if (
-            not (found and found.frames)
-            and minidump.is_minidump(each.content)
-            and (text := minidump.text(each.content))
-        ):
+        if not (found and found.frames) and (text := minidump.text(each.content)):
             found = fault_text.find(text)
             found.source = "minidump"
     return found

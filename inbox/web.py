@@ -47,10 +47,9 @@ def make_app(inbox):
 
     @app.errorhandler(HTTPException)
     def refuse(error):
-        is_form = flask.request.path == "/index.php"
-        return (
-            _plain(error.code, error.description) if is_form else (_message(error.name, error.description), error.code)
-        )
+        if flask.request.path == "/index.php":
+            return _plain(error.code, error.description)
+        return _message(error.name, error.description), error.code
 
     @app.errorhandler(Exception)
     def fail(error):

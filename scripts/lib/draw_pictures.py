@@ -163,9 +163,8 @@ PICTURES = {
     "message.png": (message, MESSAGE),
     **{
         f"inbox-{page}.png": (pages, PAGES)
-        for page in ("crashes", "crash", "report", "report-words", "report-files", "reports", "versions", "symbols")
+        for page in "crashes crash report report-words report-files reports versions symbols unreadable".split()
     },
-    "inbox-unreadable.png": (pages, PAGES),
     PLOT: (plot, []),  # drawn again and compared
 }
 

@@ -1,5 +1,6 @@
 """The command: what each of its words does, and what it refuses."""
 
+import http.client
 import mailbox
 import re
 import subprocess
@@ -45,8 +46,9 @@ def test_messages_are_taken_in_once(inbox, tmp_path):
     assert "1 new, 1 known already, 1 unreadable" in said
 
 
-def test_missing_file_is_named(inbox):
-    assert inbox("add", "/nothing/here.eml") == (2, "inbox: /nothing/here.eml is missing\n")
+@pytest.mark.parametrize("words", (["add", "/nothing/here"], ["--watch", "/nothing/here"]), ids=("file", "folder"))
+def test_what_is_missing_is_named(inbox, words):
+    assert inbox(*words) == (2, "inbox: /nothing/here is missing\n")
 
 
 def test_folder_is_watched(served, tmp_path):
@@ -56,8 +58,8 @@ def test_folder_is_watched(served, tmp_path):
     wait_until(lambda: b"arrived_later" in server.get("/")[1], "the message to be taken in", seen=server.log)
 
 
-def test_symbols_resolve_reports_that_came_before(inbox, served, tmp_path, stage):
-    """The report is of another build than the PDB at hand, so its offsets stay; the PDB is filed all the same."""
+def test_symbols_are_filed_and_what_is_none_is_named(inbox, served, tmp_path, stage):
+    """Those of another build stay wanted."""
     inbox("add", MESSAGES / "without_pdbs.eml")
     code, said = inbox("symbols", "add", stage.product("faultkit.pdb"))
     assert (code, "1 new PDBs" in said) == (0, True)
@@ -75,12 +77,13 @@ def test_reports_are_deleted_by_sender_and_age(inbox, tmp_path):
     inbox("add", *tmp_path.glob("*.eml"))
     assert inbox("delete", "--older", "10d") == (0, "0 reports deleted\n")
     assert inbox("delete", "--sender", "u0@example.org") == (0, "2 reports deleted\n")
-    assert inbox("delete", "--older", "soon")[0] == 2
+    wrong = "inbox: --older must be a number of days such as 180d, not 'soon'\n"
+    assert inbox("delete", "--older", "soon") == (2, wrong)
 
 
 def test_rules_of_the_store_group_anew(inbox, tmp_path):
     inbox("add", MESSAGES / "with_pdbs.eml")
-    (tmp_path / "store" / "groups.txt").write_text("frames 1\nskip *!set_title\n")
+    (tmp_path / "store" / "groups.txt").write_bytes(b"frames 1\nskip *!set_title # \xfcber\n")
     assert inbox("regroup") == (0, "1 reports have moved\n")
     (tmp_path / "store" / "groups.txt").write_text("frames none\n")
     assert inbox("regroup") == (2, "inbox: line 1 is no rule: frames none\n")
@@ -96,8 +99,6 @@ def test_elsewhere_it_listens_with_a_password_alone(inbox, tmp_path):
 
 
 def test_body_that_is_too_large_is_refused_before_it_is_read(served, tmp_path):
-    import http.client
-
     server = served()
     connection = http.client.HTTPConnection("127.0.0.1", server.port, timeout=60)
     connection.putrequest("POST", "/index.php?option=com_mosforms")

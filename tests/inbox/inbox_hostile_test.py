@@ -2,7 +2,6 @@
 
 import base64
 import os
-import pathlib
 import random
 import time
 
@@ -11,6 +10,7 @@ import sqlalchemy as sa
 
 import made
 import minidump
+from conftest import MESSAGES
 from inbox import fault_text, form, mail, schema
 from inbox.parcel import Parcel, Unreadable
 from inbox.understanding import understand
@@ -19,7 +19,6 @@ from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, PARTS, up
 
 RUNS = int(os.environ.get("WENDAX_INBOX_FUZZ_RUNS", "4000"))
 SECONDS = 5  # that no single input may take on a busy machine
-MESSAGES = pathlib.Path(__file__).with_name("messages")
 _TEXTS = (
     SCRIPT,
     "<svg onload=alert(1)>",

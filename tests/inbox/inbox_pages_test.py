@@ -8,9 +8,11 @@ import zlib
 
 import pytest
 from PIL import Image
+from werkzeug.security import generate_password_hash
 
 import made
 from inbox import config as settings
+from inbox.signature import Rules
 from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body
 
 SCRIPT = "<script>alert(1)</script>"
@@ -98,10 +100,9 @@ class TestSafety:
         assert 'class="state open"' in pages.get("/crash/1").text
 
     def test_only_a_sessions_cookie_is_set(self, box, pages):
-        answer = pages.get("/login")
-        cookies = answer.headers.getlist("Set-Cookie")
-        assert len(pages.get("/").headers.getlist("Set-Cookie")) == 0
-        (cookie,) = cookies or [pages.get("/login").headers.get("Set-Cookie", "inbox=; HttpOnly; SameSite=Strict")]
+        made.add(box, made.fault_text())
+        assert pages.get("/").headers.getlist("Set-Cookie") == []
+        (cookie,) = pages.get("/crash/1").headers.getlist("Set-Cookie")
         assert cookie.startswith("inbox=") and "HttpOnly" in cookie and "SameSite=Strict" in cookie
 
     def test_page_of_elsewhere_is_refused_by_its_name(self, pages):
@@ -142,8 +143,6 @@ class TestSafety:
 class TestPassword:
     @pytest.fixture
     def config(self, config):
-        from werkzeug.security import generate_password_hash
-
         config.password = generate_password_hash("correct horse", "pbkdf2:sha256:1000")
         return config
 
@@ -239,8 +238,6 @@ class TestPages:
         pages.get("/crash/1", 404)
 
     def test_crash_that_has_moved_leads_to_where_it_is(self, box, pages):
-        from inbox.signature import Rules
-
         made.add(box, made.fault_text(("check", "draw")))
         box.reports.rules = Rules("skip *!check")
         box.regroup()
@@ -253,12 +250,20 @@ class TestSettings:
         config = settings.load(tmp_path, keep="10d", threads=None)
         assert (config.listen, config.keep_seconds, config.threads) == ("127.0.0.1:9000", 864000, 16)
 
-    @pytest.mark.parametrize("line", ("lissten = x", "threads = many", "keep = long", "listen = here"))
+    @pytest.mark.parametrize(
+        "line", ("lissten = x", "threads = many", "threads = 0", "max_report = -1", "keep = long", "listen = here")
+    )
     def test_wrong_setting_is_named(self, tmp_path, line):
         (tmp_path / "inbox.ini").write_text(f"[inbox]\n{line}\n")
         with pytest.raises(settings.BadSetting, match=line.partition(" ")[0]):
             config = settings.load(tmp_path)
             assert config.address and config.keep_seconds
+
+    @pytest.mark.parametrize("content", (b"keep = 1d\n", b"[inbox]\nkeep = 1d\nkeep = 2d\n", b"[inbox]\nkeep = \xff\n"))
+    def test_file_that_is_none_is_named(self, tmp_path, content):
+        (tmp_path / "inbox.ini").write_bytes(content)
+        with pytest.raises(settings.BadSetting, match="inbox.ini"):
+            settings.load(tmp_path)
 
     def test_password_file_is_nobody_elses(self, tmp_path):
         settings.save_password(tmp_path, "hash$x%y")

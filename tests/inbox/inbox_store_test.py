@@ -1,7 +1,6 @@
 """Taking in, grouping, moving and deleting: what the store holds afterwards."""
 
 import json
-import pathlib
 import textwrap
 import threading
 import time
@@ -11,6 +10,7 @@ import pytest
 import sqlalchemy as sa
 
 import made
+from conftest import MESSAGES
 from inbox import fault_text, mail, queries, reports, schema, symbols
 from inbox.config import BadSetting
 from inbox.core import Inbox
@@ -29,8 +29,7 @@ def titles(box, **asked):
 
 
 def change(box, crash_id, **values):
-    update = schema.crash.update().where(schema.crash.c.id == crash_id).values(values)
-    box.writer.do(lambda connection: connection.execute(update))
+    box.writer.do(lambda connection: schema.change(connection, schema.crash, crash_id, **values))
 
 
 def add_messages(box, leaves, version):
@@ -101,7 +100,7 @@ class TestIntake:
         assert titles(box) == [("No fault told by Drawing Board", 1)]
 
     def test_minidump_tells_where_no_text_does(self, box):
-        dump = (pathlib.Path(made.__file__).parent / "messages" / "wine.dmp").read_bytes()
+        dump = (MESSAGES / "wine.dmp").read_bytes()
         files = made.upload_files()
         files["File_for_conversion"] = (b"C:\\Temp\\minidump.dmp", dump)
         report_id, _, _ = box.reports.add_upload(upload_body(files))

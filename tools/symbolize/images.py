@@ -52,39 +52,9 @@ def stand_in(pdb, key):
     struct.pack_into("<II", directories, 6 * 8, _PAGE, 28)
     dos = b"MZ" + bytes(58) + struct.pack("<I", 64)
     coff = b"PE\0\0" + struct.pack("<HHIIIHH", 0x14C, 1, 0, 0, 0, 96 + len(directories), 0x102)
-    optional = struct.pack(
-        "<HBBIIIIIIIIIHHHHHHIIIIHHIIIIII",
-        0x10B,
-        14,
-        0,
-        0,
-        raw,
-        0,
-        0,
-        _PAGE,
-        _PAGE,
-        _BASE,
-        _PAGE,
-        _FILE,
-        4,
-        0,
-        0,
-        0,
-        4,
-        0,
-        0,
-        size,
-        _FILE,
-        0,
-        3,
-        0,
-        0x100000,
-        0x1000,
-        0x100000,
-        0x1000,
-        0,
-        16,
-    )
+    optional = struct.pack("<HBBIIIII", 0x10B, 14, 0, 0, raw, 0, 0, _PAGE)  # linker, sizes, and where code begins
+    optional += struct.pack("<IIIIHHHHHH", _PAGE, _BASE, _PAGE, _FILE, 4, 0, 0, 0, 4, 0)  # places, alignments, versions
+    optional += struct.pack("<IIIIHHIIIIII", 0, size, _FILE, 0, 3, 0, 0x100000, 0x1000, 0x100000, 0x1000, 0, 16)
     section = struct.pack("<8sIIIIIIHHI", b".rdata", len(data), _PAGE, raw, _FILE, 0, 0, 0, 0, 0x40000040)
     headers = dos + coff + optional + bytes(directories) + section
     return headers.ljust(_FILE, b"\0") + data.ljust(raw, b"\0")

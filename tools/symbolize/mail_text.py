@@ -38,14 +38,13 @@ def words(part):
 
 def _unwrapped(lines):
     """Joins what was wrapped: long lines of the reason, and those of modules and frames, which begin with a number."""
-    more_of = {r"[^()]{0,80}\([0-9A-F]{8}\)[:,] |Instruction: ": r"(?![A-Z]\w+: )"}
-    named = (
-        r"(?:Signature|Signature names|Time|Uptime|Program|Windows|Memory|Objects|Path|Command line|Folder|Thread): "
-    )
-    more_of[
-        named + "|Value |Note "
-    ] = rf"(?!{named}|Value |Note |Other threads: |\.\.\. |[A-Z0-9]{{2,5}} +[0-9A-F]{{8}})"
-    more_of[r"[A-Z]\w{1,5} {1,2}[0-9A-F]{8,16} "] = r"[0-9A-F]{4,16}\b|[A-Z]\w{1,5} {1,2}[0-9A-F]{4,16}$"  # registers
+    names = "Signature|Signature names|Time|Uptime|Program|Windows|Memory|Objects|Path|Command line|Folder|Thread"
+    told = rf"(?:{names}): |Value |Note "
+    more_of = {  # what a line begins with, and what goes on with it
+        r"[^()]{0,80}\([0-9A-F]{8}\)[:,] |Instruction: ": r"(?![A-Z]\w+: )",
+        told: rf"(?!{told}|Other threads: |\.\.\. |[A-Z0-9]{{2,5}} +[0-9A-F]{{8}})",
+        r"[A-Z]\w{1,5} {1,2}[0-9A-F]{8,16} ": r"[0-9A-F]{4,16}\b|[A-Z]\w{1,5} {1,2}[0-9A-F]{4,16}$",  # registers
+    }
     start = re.compile(r"[0-9A-F]{8,16} |\.\.\. |Stack Trace:|Thread [0-9A-F]{8}:|\(|[^\s+]+\+[0-9A-F]{8,16}")
     inside, kept = "", []
     for line in lines:

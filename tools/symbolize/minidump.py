@@ -32,9 +32,9 @@ def is_minidump(content):
 
 
 def text(content):
-    """The text; None where the minidump is damaged or tells of no exception."""
+    """The text; None where this is no minidump, a damaged one, or one that tells of no exception."""
     try:
-        return _text(memoryview(content))
+        return _text(memoryview(content)) if is_minidump(content) else None
     except (struct.error, ValueError, IndexError):
         return None
 

@@ -28,20 +28,15 @@ class Folders:
 
     def pdbs(self):
         """All PDBs that can be read."""
-        return [
-            pdb
-            for path in self._files
-            if path.suffix.lower() == ".pdb"
-            for pdb in [self._pdb(path)]
-            if isinstance(pdb, Pdb)
-        ]
+        found = (self._pdb(path) for path in self._files if path.suffix.lower() == ".pdb")
+        return [pdb for pdb in found if isinstance(pdb, Pdb)]
 
     def named(self, name):
-        """The PDBs of that file name, in either case: a Pdb each, or the BadPdb that it raised."""
-        return [self._pdb(path) for path in self._files if path.name.lower() == name.lower()]
+        """The PDBs of that file name: a Pdb each, or the BadPdb that it raised."""
+        return [self._pdb(path) for path in self.images(name)]
 
     def images(self, name):
-        """The program files of that name."""
+        """The files of that name, in either case."""
         return [path for path in self._files if path.name.lower() == name.lower()]
 
     def _pdb(self, path):

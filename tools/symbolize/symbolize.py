@@ -23,10 +23,7 @@ import resolver
 
 
 def main(arguments=None):
-    parser = argparse.ArgumentParser(
-        usage="symbolize.py REPORT FOLDER...",
-        description="Turns the stack trace of an " "error report into functions, files and lines.",
-    )
+    parser = argparse.ArgumentParser(usage="symbolize.py REPORT FOLDER...", description=__doc__.splitlines()[0])
     parser.add_argument("report", metavar="REPORT", help="the .eml, its text in a file, or a minidump")
     parser.add_argument("folders", metavar="FOLDER", nargs="+", help="where the PDBs are")
     options = parser.parse_args(arguments)
