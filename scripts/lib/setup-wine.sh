@@ -220,11 +220,11 @@ start_xvfb() {
 # first_start: fills the new prefix and shows that a program runs in it.
 first_start() {
     local code=0 link
-    timeout --foreground 300 "$wine_program" wineboot --init || return 1
+    timeout --foreground 300 "${wine_command[@]}" wineboot --init || return 1
     # No window that waits for a click when a program ends by a fault, for tests without a user.
-    timeout --foreground 60 "$wine_program" reg add 'HKCU\Software\Wine\WineDbg' \
+    timeout --foreground 60 "${wine_command[@]}" reg add 'HKCU\Software\Wine\WineDbg' \
         /v ShowCrashDialog /t REG_DWORD /d 0 /f || return 1
-    timeout --foreground 60 "$wine_program" cmd /c exit 42 || code=$?
+    timeout --foreground 60 "${wine_command[@]}" cmd /c exit 42 || code=$?
     [ "$code" -eq 42 ] || return 1
     timeout --foreground 60 "$wineserver_program" -w || return 1
     grep -q "^#arch=$arch" "$WINEPREFIX/system.reg" || return 1

@@ -2,7 +2,7 @@
 # Finds the project's Wine and sets the environment to run it. Sourced.
 # There is one for 32-bit programs and one for 64-bit programs, each with a prefix of its own. WENDAX_WINE=newer chooses
 # another one for 32-bit programs, of "scripts/setup --wine newer".
-# Afterwards wine_program and wineserver_program are set, and WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES exported.
+# Afterwards wine_program, wine_command (an array: how it is run) and wineserver_program are set, and WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES exported.
 # A caller's own WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES are kept.
 
 # wine_fail TEXT...: ends the calling script with one sentence. 125 is no exit code of a Windows program in use here.
@@ -50,14 +50,21 @@ wine_places() {
 # wine_use_root DIR: takes Wine from the unpacked 32-bit Debian packages in DIR.
 wine_use_root() {
     wine_program=$1/usr/lib/wine/wine
+    wine_command=("$wine_program")
     wineserver_program=$1/usr/lib/wine/wineserver
     wine_libraries=$1/usr/lib/i386-linux-gnu:$1/lib/i386-linux-gnu
     export LD_LIBRARY_PATH=$wine_libraries${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
 }
 
-# wine_use_program FILE: takes a Wine that the machine already has.
+# wine_use_program FILE: takes a Wine that the machine already has. 64-bit programs need the page at 0x7ffe0000. Since 6.9
+# Linux begins their heap anywhere in the gigabyte around it: one in some thousands gets that page, and ends before its first
+# instruction, by code 1 or, as another's child, as if it had never been. So they get fixed addresses, where they may.
 wine_use_program() {
     wine_program=$1
+    wine_command=("$1")
+    if [ "${1##*/}" = wine64 ] && setarch -R true 2>/dev/null; then
+        wine_command=(setarch -R "$1")
+    fi
     wineserver_program=wineserver
     if [ "${1##*/}" = wine64 ] && [ -x "${1%/*}/wineserver64" ]; then
         wineserver_program=${1%/*}/wineserver64
