@@ -27,6 +27,11 @@ double mean_time(const Contestant& contestant, unsigned repeats) {
 
 } // namespace
 
+unsigned rounds_of(int argc, char** argv) {
+    const int wanted = argc > 1 ? atoi(argv[1]) : 31;
+    return wanted < 1 ? 1 : static_cast<unsigned>(wanted) > kMostRounds ? kMostRounds : static_cast<unsigned>(wanted);
+}
+
 double now() {
 #ifdef _WIN32
     LARGE_INTEGER frequency, count;

@@ -6,6 +6,9 @@ namespace bench {
 
 constexpr unsigned kMostRounds = 1001;
 
+// How many rounds the command line asks for by its first argument: 1 to kMostRounds, or 31 when there is none.
+unsigned rounds_of(int argc, char** argv);
+
 double now(); // milliseconds from some fixed moment
 
 // The middle one; sorts the values.

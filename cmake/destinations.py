@@ -9,19 +9,13 @@ import pathlib
 import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tools"))
-import redirect  # pylint: disable=wrong-import-position
+import redirect
 
 
 def literal(text):
     """As C has it."""
-    return (
-        '"'
-        + "".join(
-            chr(byte) if 32 <= byte < 127 and byte not in b'"\\\\?' else f"\\{byte:03o}"
-            for byte in text.encode("cp1251")
-        )
-        + '"'
-    )
+    is_plain = lambda byte: 32 <= byte < 127 and byte not in b'"\\?'
+    return '"' + "".join(chr(byte) if is_plain(byte) else f"\\{byte:03o}" for byte in text.encode("cp1251")) + '"'
 
 
 def switch(word):

@@ -1,18 +1,13 @@
 // A processor that answers every CPUID leaf with bytes of the input. Whatever it claims, the identification ends, its
 // numbers are in their ranges, and its text has the fixed lines and a bounded length.
-#include <stdlib.h>
 #include <string.h>
 
 #include <initializer_list>
 
 #include "sysinfo/processor_info.h"
+#include "testing/cxx/require.h"
 
 namespace {
-
-void require(bool holds) {
-    if (!holds)
-        abort();
-}
 
 class FuzzedCpuid : public sysinfo::CpuidSource {
 public:

@@ -1,15 +1,9 @@
 // Reads the input as an image of every format that knows it. What comes of it must be a result that there is, within
 // the limits, and nothing may be left behind; a small picture is written as PNG and must come back the same.
-#include <cstdlib>
-
 #include "testing/cxx/fake_host.h"
+#include "testing/cxx/require.h"
 
 namespace {
-
-void check(bool truth) {
-    if (!truth)
-        std::abort();
-}
 
 void check_round_trip(fall_test::Image& image) {
     const glib::IDEPage& page = image.pages[0].record;
@@ -17,12 +11,12 @@ void check_round_trip(fall_test::Image& image) {
         return;
     fall_test::Stream stream;
     fall_test::Image again;
-    check(fall_test::save(fall::image_png, image, stream, glib::JPGSave()) == glib::RCOK);
-    check(fall_test::load(fall::image_png, stream.bytes, again) == glib::RCOK);
+    require(fall_test::save(fall::image_png, image, stream, glib::JPGSave()) == glib::RCOK);
+    require(fall_test::load(fall::image_png, stream.bytes, again) == glib::RCOK);
     const glib::IDEPage& other = again.pages[0].record;
-    check(other.width == page.width && other.height == page.height && other.bits_per_pixel == 24);
+    require(other.width == page.width && other.height == page.height && other.bits_per_pixel == 24);
     for (unsigned y = 0; y < page.height; ++y)
-        check(std::memcmp(page.pixels + y * page.row_bytes, other.pixels + y * page.row_bytes, 3 * page.width) == 0);
+        require(std::memcmp(page.pixels + y * page.row_bytes, other.pixels + y * page.row_bytes, 3 * page.width) == 0);
 }
 
 } // namespace
@@ -41,13 +35,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fall_test::Image image;
         const glib::ResultCode loaded = fall_test::load(format, bytes, image);
         const bool has_unread_kinds = format == fall::image_bmp || format == fall::image_psd;
-        check(loaded == glib::RCOK || loaded == glib::OKAF || loaded == glib::BADI || loaded == glib::OMEM ||
-              (loaded == glib::NSUP && has_unread_kinds));
-        check(fall::memory_held() == 0);
+        require(loaded == glib::RCOK || loaded == glib::OKAF || loaded == glib::BADI || loaded == glib::OMEM ||
+                (loaded == glib::NSUP && has_unread_kinds));
+        require(fall::memory_held() == 0);
         if (!glib::succeeded(loaded))
             continue;
-        check(!image.pages.empty() && measured == glib::RCOK);
-        check(image.pages[0].record.width == info.width && image.pages[0].record.height == info.height);
+        require(!image.pages.empty() && measured == glib::RCOK);
+        require(image.pages[0].record.width == info.width && image.pages[0].record.height == info.height);
         check_round_trip(image);
     }
     return 0;

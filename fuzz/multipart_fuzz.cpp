@@ -2,21 +2,16 @@
 // own header and the place where the next part begins. And the judgement of an answer, against the standard string's.
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include <unistd.h>
 
 #include "net/upload_form.h"
+#include "testing/cxx/require.h"
 
 namespace {
 
 using namespace upload_form;
-
-void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 // A folder of this process alone, where the files of one body lie.
 struct Folder {

@@ -9,13 +9,9 @@
 #include "companions/kobrtl/kobrtl.h"
 #include "companions/kobrtl/resample.h"
 #include "companions/kobrtl/row_source.h"
+#include "testing/cxx/require.h"
 
 namespace {
-
-void require(bool truth) {
-    if (!truth)
-        std::abort();
-}
 
 struct Input {
     const uint8_t* data;

@@ -2,23 +2,18 @@
 // allows, and exactly those that the record chooses.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
-#include "testing/cxx/fake_loader.h"
 #include "glib/film_body.h"
 #include "glib/mem_stream.h"
+#include "testing/cxx/fake_loader.h"
+#include "testing/cxx/require.h"
 
 namespace {
 
 const glib::ModuleServices* g_services;
 std::uint32_t g_pages;
 std::uint8_t g_received[sizeof(glib::JPGSave)];
-
-void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 void GLIB_CALL describe(std::uint32_t, glib::FilterInfoRequest* request) {
     static const std::uint32_t kFormats[] = {glib::EFormat_JPG};

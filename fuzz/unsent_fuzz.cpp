@@ -1,20 +1,15 @@
 // Kept reports of any bytes: what is taken for one comes out of its own header again, and nothing beyond the bytes is
 // read. And what is dropped of any folder.
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "net/unsent_format.h"
+#include "testing/cxx/require.h"
 
 namespace {
 
 using namespace unsent;
-
-void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 void check_header(const std::vector<char>& data) {
     Header header;

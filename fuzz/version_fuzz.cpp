@@ -1,19 +1,14 @@
 // The texts that are cut out of what files and the registry hold: product versions, printer entries, instruction sets,
 // Windows versions.
-#include <stdlib.h>
 #include <string.h>
 
 #include "sysinfo/instruction_set_setting.h"
 #include "sysinfo/system_info_text.h"
 #include "sysinfo/version_texts.h"
 #include "sysinfo/win_version_text.h"
+#include "testing/cxx/require.h"
 
 namespace {
-
-void require(bool holds) {
-    if (!holds)
-        abort();
-}
 
 void check_text(const char* text) {
     size_t commas = 0;

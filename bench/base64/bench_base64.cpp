@@ -90,8 +90,7 @@ constexpr bench::Contestant kDecoders[] = {{"ours", ours_decode}, {"ours, plain"
 } // namespace
 
 int main(int argc, char** argv) {
-    const int wanted = argc > 1 ? atoi(argv[1]) : 31;
-    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::kMostRounds;
+    const unsigned rounds = bench::rounds_of(argc, argv);
     const unsigned most_text = kMostBytes / 3 * 4 + 16;
     data = static_cast<unsigned char*>(malloc(kMostBytes));
     text = static_cast<char*>(malloc(most_text));

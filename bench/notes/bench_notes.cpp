@@ -43,8 +43,7 @@ void tell_debugger() {
 } // namespace
 
 int main(int argc, char** argv) {
-    const int wanted = argc > 1 ? atoi(argv[1]) : 31;
-    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::kMostRounds;
+    const unsigned rounds = bench::rounds_of(argc, argv);
     InitializeCriticalSection(&lock);
     constexpr bench::Contestant kContestants[] = {
         {"ours", add_notes}, {"printf into a locked ring", print_into_ring}, {"OutputDebugString", tell_debugger}};

@@ -103,8 +103,7 @@ void run(unsigned width, unsigned height, unsigned bpp, unsigned rounds, bool wi
 } // namespace
 
 int main(int argc, char** argv) {
-    const int wanted = argc > 1 ? atoi(argv[1]) : 31;
-    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::kMostRounds;
+    const unsigned rounds = bench::rounds_of(argc, argv);
     if (!bench::start_gdiplus()) {
         printf("can't start GDI+\n");
         return 1;

@@ -108,8 +108,7 @@ void measure(const char* row, void (*run)(), unsigned rounds) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const int wanted = argc > 1 ? atoi(argv[1]) : 31;
-    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::kMostRounds;
+    const unsigned rounds = bench::rounds_of(argc, argv);
     for (lines = 20; lines <= 2000; lines *= 10) {
         make_template();
         measure("text: append", append, rounds);

@@ -53,8 +53,7 @@ void build_body() {
 } // namespace
 
 int main(int argc, char** argv) {
-    const int wanted = argc > 1 ? atoi(argv[1]) : 31;
-    const unsigned rounds = wanted < 1 ? 1 : static_cast<unsigned>(wanted) % bench::kMostRounds;
+    const unsigned rounds = bench::rounds_of(argc, argv);
     constexpr bench::Contestant kContestants[] = {{"ours", build_body}, {"reading plainly", read_plainly}};
     constexpr size_t kSizes[] = {80, 800, 8000};
     for (const size_t kibibytes : kSizes) {

@@ -1,5 +1,6 @@
 """Runs the benchmarks that scripts/bench has built, and prints their tables."""
 
+import argparse
 import collections
 import contextlib
 import csv
@@ -8,7 +9,6 @@ import pathlib
 import shutil
 import statistics
 import subprocess
-import sys
 import tempfile
 
 import bench_plot
@@ -174,10 +174,11 @@ def this_machine():
 
 
 def main():
-    args = sys.argv[1:]
-    keep = "--keep" in args
-    args = [arg for arg in args if arg != "--keep"]
-    rounds = int(args[0]) if args else 21
+    parser = argparse.ArgumentParser("scripts/bench")
+    parser.add_argument("--keep", action="store_true")
+    parser.add_argument("rounds", nargs="?", type=int, default=21)
+    options = parser.parse_args()
+    rounds = options.rounds
     with contextlib.ExitStack() as stack:
         figures = Figures()
         benches = [Bench(rounds, stack, figures, machine) for machine in BINS]
@@ -193,7 +194,7 @@ def main():
     for bench in benches:
         for road, deepest in bench.stack_use.items():
             print(f"{bench.mark + road:56} {deepest:8} bytes")
-    if keep:
+    if options.keep:
         with open(REPO / "docs" / "benchmarks.csv", "w", encoding="ascii", newline="\n") as file:
             writer = csv.writer(file, lineterminator="\n")
             writer.writerow(("row", "work", "contestant", "median"))

@@ -2,17 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "glib/mem_stream.h"
+#include "testing/cxx/require.h"
 
 namespace stream_model {
-
-inline void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 inline std::string contents(VMemStream& stream) {
     return std::string(reinterpret_cast<const char*>(stream.data()), static_cast<std::size_t>(stream.Size()));
