@@ -8,7 +8,6 @@ include(${CMAKE_CURRENT_LIST_DIR}/ring-${WENDAX_RING}.cmake)
 
 option(WENDAX_NEWER_WINE "Run the tests under the newer Wine as well, as newer-wine.NAME" OFF)
 
-set(WENDAX_WARNINGS -Wall -Wextra -Werror)
 # The system's own, for which its packages are: pytest is one.
 set(Python3_EXECUTABLE /usr/bin/python3 CACHE FILEPATH "the Python that runs tests and generators")
 find_package(Python3 REQUIRED COMPONENTS Interpreter)

@@ -14,6 +14,7 @@ import http.client
 import os
 import pathlib
 import random
+import re
 import statistics
 import sys
 import tempfile
@@ -94,10 +95,8 @@ def milliseconds(server, *paths, rounds=5):
 
 
 def memory(server):
-    for line in pathlib.Path(f"/proc/{server.process.pid}/status").read_text().splitlines():
-        if line.startswith("VmRSS"):
-            return int(line.split()[1]) / 1024
-    return 0
+    status = pathlib.Path(f"/proc/{server.process.pid}/status").read_text("ascii")
+    return int(re.search(r"^VmRSS:\s+(\d+)", status, re.M)[1]) / 1024
 
 
 def main():

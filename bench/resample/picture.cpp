@@ -16,18 +16,13 @@ struct Random {
 
 Closeness compare(const uint8_t* result, const double* ideal, size_t count) {
     Closeness closeness = {};
-    size_t misrounded = 0;
     for (size_t i = 0; i < count; ++i) {
         const double wanted = ideal[i] < 0 ? 0 : ideal[i] > 255 ? 255 : ideal[i];
         const double error = fabs(result[i] - wanted);
         closeness.greatest = error > closeness.greatest ? error : closeness.greatest;
-        closeness.mean += error;
         closeness.rms += error * error;
-        misrounded += floor(wanted + 0.5) != result[i];
     }
-    closeness.mean /= static_cast<double>(count);
     closeness.rms = sqrt(closeness.rms / static_cast<double>(count));
-    closeness.misrounded = static_cast<double>(misrounded) / static_cast<double>(count);
     return closeness;
 }
 

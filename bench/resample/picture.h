@@ -7,10 +7,7 @@
 namespace bench {
 
 struct Closeness {
-    double greatest; // levels
-    double mean;     // of the absolute values
-    double rms;
-    double misrounded; // share of the values that are not the nearest whole number to the ideal
+    double rms, greatest; // of the errors, in levels
 };
 Closeness compare(const uint8_t* result, const double* ideal, size_t count);
 

@@ -209,16 +209,10 @@ def table(figures, rows):
 
 def growth(figures):
     lines = ["| What | Once | 10 times | 100 times | Growth |", "| --- | ---: | ---: | ---: | ---: |"]
-    for label, row, contestant, works in GROWTH:
-        values = [figures.get(row, work, contestant) for work in works]
-        lines.append(
-            f"| {label} | {' | '.join(number(value) + ' ms' for value in values)} | "
-            f"{values[1] / values[0]:.1f}, {values[2] / values[1]:.1f} |"
-        )
+    grown = [(label, [figures.get(row, work, who) for work in works]) for label, row, who, works in GROWTH]
     sizes = [("640 x 324", 640 * 324), ("1920 x 1080", FULL_HD), ("6400 x 3240", 6400 * 3240)]
-    values = [figures.get(f"resample {name}, 24 bits", work, "ours, AVX2") for name, work in sizes]
-    lines.append(
-        f"| resample 640 x 324, 24 bits | {' | '.join(number(value) + ' ms' for value in values)} | "
-        f"{values[1] / values[0]:.1f}, {values[2] / values[1]:.1f} |"
-    )
+    resampled = [figures.get(f"resample {name}, 24 bits", work, "ours, AVX2") for name, work in sizes]
+    for label, (once, ten, hundred) in [*grown, ("resample 640 x 324, 24 bits", resampled)]:
+        times = " | ".join(f"{number(value)} ms" for value in (once, ten, hundred))
+        lines.append(f"| {label} | {times} | {ten / once:.1f}, {hundred / ten:.1f} |")
     return "\n".join(lines) + "\n"

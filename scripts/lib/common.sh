@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034,SC2154 # variables of the scripts that source it
-# Shared by the scripts: places, messages and the lock. Sourced, never run.
+# Shared by the scripts: places, messages, logs, and the rights of root. Sourced, never run.
 # Sets repo_dir and tools_dir. The sourcing script has set -euo pipefail.
 
 repo_dir=$(cd "${BASH_SOURCE[0]%/*}/../.." && pwd -P)
@@ -16,7 +16,7 @@ show_help() {
     esac
 }
 
-# say TEXT...: one line of progress.
+# say TEXT...: one line of the set-up's progress.
 say() {
     printf 'setup: %s\n' "$*"
 }

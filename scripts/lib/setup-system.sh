@@ -1,5 +1,6 @@
 # shellcheck shell=bash disable=SC2034,SC2154 # variables of the scripts that source it
-# The part of scripts/setup that changes the machine: Debian packages and a locale. Sourced by it.
+# The part of scripts/setup that changes the machine: Debian packages and a locale. Sourced by it, and by scripts that want
+# packages of their own.
 
 # run_as_owner ARGS...: under "sudo scripts/setup" the files in build/ must still belong to the checkout's owner (Wine
 # refuses another user's prefix), so the script starts again as the owner and asks sudo where it needs root.
