@@ -8,21 +8,9 @@
 #include "compose/base64_coding.h"
 #include "compose/email_tool.h"
 #include "compose/memory_file.h"
+#include "testing/cxx/foreign_view.h"
 
 namespace {
-
-// Virtual function number `slot`, counted from 1.
-template <typename Function>
-Function* slot_of(void* object, unsigned slot) {
-    return reinterpret_cast<Function*>((*static_cast<void***>(object))[slot - 1]);
-}
-
-template <typename T>
-T field(void* object, unsigned offset) {
-    T value;
-    memcpy(&value, static_cast<char*>(object) + offset, sizeof(value));
-    return value;
-}
 
 void print(const char* name, const char* value) {
     printf("%s: %s\n", name, value);

@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "include/wendax.h"
+#include "testing/cxx/foreign_view.h"
 
 namespace {
 
@@ -84,6 +85,14 @@ void check_newest_upload_report() {
     check(CCrashReport2::m_pThis == nullptr, "the newest one that goes leaves none");
 }
 
+// Hosts of other compilers call these by their numbers. A report's destructor comes last.
+template <class Report>
+void check_slots(const char* first) {
+    Report report(nullptr);
+    auto* const expected = GetProcAddress(GetModuleHandleA("Wendax.dll"), first);
+    check(expected && slot_of<intptr_t __stdcall()>(&report, 1) == expected, first);
+}
+
 } // namespace
 
 int main() {
@@ -99,6 +108,10 @@ int main() {
     check_screen_copy();
     check_capture();
     check_newest_upload_report();
+    check_slots<CCrashReport>(kWide ? "?GenerateEmail@CCrashReport@@UEAAXHPEBD00@Z"
+                                    : "?GenerateEmail@CCrashReport@@UAEXHPBD00@Z");
+    check_slots<CCrashReport2>(kWide ? "?PostRequest@CCrashReport2@@UEAAXPEBD000@Z"
+                                     : "?PostRequest@CCrashReport2@@UAEXPBD000@Z");
     printf("checked %d\n", checked);
     return 0;
 }

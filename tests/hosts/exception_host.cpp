@@ -1,30 +1,13 @@
 // Looks at a CSeException the way a caller does that was compiled without our headers: virtual functions by their
 // numbers, fields at their offsets. Prints one "name: value" a line.
 #include <stdio.h>
-#include <string.h>
 
 #include "report/se_exception.h"
+#include "testing/cxx/foreign_view.h"
 
 namespace {
 
 constexpr unsigned kSlots = 7;
-
-void** slots_of(void* object) {
-    return *static_cast<void***>(object);
-}
-
-// Virtual function number `slot`, counted from 1.
-template <typename Function>
-Function* slot_of(void* object, unsigned slot) {
-    return reinterpret_cast<Function*>(slots_of(object)[slot - 1]);
-}
-
-template <typename T>
-T field(void* object, unsigned offset) {
-    T value;
-    memcpy(&value, static_cast<char*>(object) + offset, sizeof(value));
-    return value;
-}
 
 void show_class(void* exception) {
     const CRuntimeClass* const record = slot_of<CRuntimeClass* __thiscall(void*)>(exception, 1)(exception);

@@ -18,16 +18,6 @@
 
 namespace {
 
-// Hosts may derive from the class: the call goes through the library's slot.
-class HostReport : public CCrashReport {
-public:
-    explicit HostReport(CSeException* exception) : CCrashReport(exception) {}
-    void GenerateEmail(int context, const char* product, const char* subject, const char* recipient) override {
-        printf("context %d\n", context);
-        CCrashReport::GenerateEmail(context, product, subject, recipient);
-    }
-};
-
 const char* text(const char* argument) {
     return strcmp(argument, "-") == 0 ? nullptr : argument;
 }
@@ -88,7 +78,7 @@ int main(int argc, char** argv) {
         return 2;
     HCURSOR const cross = LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_CROSS));
     SetCursor(cross);
-    CCrashReport* const report = new HostReport(exception);
+    CCrashReport* const report = new CCrashReport(exception);
     for (int i = 5; i < argc; ++i)
         report->AddAttachment(argv[i]);
     if (start_signal)

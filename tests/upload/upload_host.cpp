@@ -2,38 +2,31 @@
 // standard output.
 //
 //   new                     makes a report; it answers to the commands below until the next "new"
-//   delete first|last       destroys the oldest or the newest report that there is
-//   post CONFIG|SCRIPT|LOG|FILE   PostRequest; "-" for null
+//   delete                  destroys the newest report
+//   post CONFIG|SCRIPT|LOG|FILE
+//                           PostRequest; "-" for null
 //   attach PATH             AddAttachment
 //   screen, system          CreateScreenCopy, CreateSystemInfo
 //   upload                  "uploaded", "failed" or "out of memory"
 //   dialog [first]          the number that OpenDlg returns; of the oldest report
 //   hold                    from here on a dialog that closes says "closing", and goes when the next line arrives
 //   quit-upload             once a dialog uploads, the program is told to quit by another window's procedure
+//   press-again             once a dialog uploads, another thread presses its button 1 by a sent message, and says
+//                           "pressing"
 //   keep [FOLDER]           WendaxKeepUnsent, of a path in UTF-8; its answer
 //   send-unsent             WendaxSendUnsent's answer and the three numbers, all in one line
 //   show-progress           WendaxShowProgress(1); its answer
 //   show-contents           WendaxShowContents(1); its answer
-//   press-again             once a dialog uploads, another thread presses its button 1 by a sent message; says
-//   "pressing" newest                  which report m_pThis is: "first", "last", "none" usage                   handles
-//   of the process, and KiB of memory: its own, in RAM, and the most in RAM so far
+//   usage                   handles of the process, and KiB of memory: its own, in RAM, and the most in RAM so far
 #include <stdio.h>
 #include <string.h>
 
 #include "include/wendax.h"
 #include "testing/cxx/command_line.h"
+#include "testing/cxx/report_window.h"
 #include "testing/cxx/usage.h"
 
 namespace {
-
-// Hosts may derive from the class; the call goes through the library's slot.
-class HostReport : public CCrashReport2 {
-public:
-    HostReport() : CCrashReport2(nullptr) {}
-    void PostRequest(const char* config, const char* script, const char* log, const char* file) override {
-        CCrashReport2::PostRequest(config, script, log, file);
-    }
-};
 
 CCrashReport2* reports[2];
 int count;
@@ -44,15 +37,7 @@ const char* path(const char* word) {
 
 void make() {
     if (count < 2)
-        reports[count++] = new HostReport;
-    puts("done");
-}
-
-void destroy(bool first) {
-    delete reports[first ? 0 : count - 1];
-    if (first)
-        reports[0] = reports[1];
-    --count;
+        reports[count++] = new CCrashReport2(nullptr);
     puts("done");
 }
 
@@ -85,13 +70,18 @@ LRESULT CALLBACK hold_closing_dialog(int code, WPARAM window, LPARAM details) {
     return CallNextHookEx(nullptr, code, window, details);
 }
 
-DWORD WINAPI press_again(void*) {
+HWND wait_for_uploading_dialog() {
     HWND dialog;
-    while (!(dialog = FindWindowA("#32770", "Software Error Report")) || IsWindowEnabled(GetDlgItem(dialog, IDOK)))
+    while (IsWindowEnabled(GetDlgItem(dialog = wait_for_report_window(), IDOK)))
         Sleep(10);
+    return dialog;
+}
+
+DWORD WINAPI press_again(void*) {
+    HWND const dialog = wait_for_uploading_dialog();
     puts("pressing");
     fflush(stdout);
-    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(IDOK, BN_CLICKED), 0);
+    press_button_of(dialog, IDOK);
     return 0;
 }
 
@@ -102,9 +92,7 @@ LRESULT CALLBACK quit_procedure(HWND window, UINT message, WPARAM wparam, LPARAM
 }
 
 DWORD WINAPI tell_to_quit(void* window) {
-    HWND dialog;
-    while (!(dialog = FindWindowA("#32770", "Software Error Report")) || IsWindowEnabled(GetDlgItem(dialog, IDOK)))
-        Sleep(10);
+    wait_for_uploading_dialog();
     SendMessageA(static_cast<HWND>(window), WM_APP, 0, 0);
     return 0;
 }
@@ -133,72 +121,57 @@ void send_unsent() {
     printf("%d %d %d %d\n", begun, unsent.sent, unsent.remaining, unsent.damaged);
 }
 
-void show_newest() {
-    const CCrashReport2* const newest = CCrashReport2::m_pThis;
-    puts(!newest ? "none" : newest == reports[count - 1] ? "last" : newest == reports[0] ? "first" : "unknown");
+void show_usage() {
+    const ProcessMemory memory = process_memory();
+    printf("usage %u %u %u %u\n", process_handles(), memory.own, memory.present, memory.most_present);
 }
 
 bool obey(char* line) {
     char* const rest = rest_of(line);
-    if (strcmp(line, "new") == 0) {
+    const auto is = [line](const char* command) { return strcmp(line, command) == 0; };
+    if (is("new")) {
         make();
-        return true;
-    }
-    if (strcmp(line, "newest") == 0) {
-        show_newest();
-        return true;
-    }
-    if (strcmp(line, "usage") == 0) {
-        const ProcessMemory memory = process_memory();
-        printf("usage %u %u %u %u\n", process_handles(), memory.own, memory.present, memory.most_present);
-        return true;
-    }
-    if (strcmp(line, "keep") == 0) {
-        keep_unsent(rest);
-        return true;
-    }
-    if (strcmp(line, "quit-upload") == 0) {
-        quit_upload();
-        return true;
-    }
-    if (strcmp(line, "send-unsent") == 0) {
-        send_unsent();
-        return true;
-    }
-    if (strcmp(line, "show-progress") == 0) {
-        printf("%d\n", WendaxShowProgress(1));
-        return true;
-    }
-    if (strcmp(line, "show-contents") == 0) {
-        printf("%d\n", WendaxShowContents(1));
         return true;
     }
     if (count == 0)
         return false;
     CCrashReport2& report = *reports[count - 1];
-    if (strcmp(line, "delete") == 0) {
-        destroy(strcmp(rest, "first") == 0);
-    } else if (strcmp(line, "post") == 0) {
+    if (is("delete")) {
+        delete reports[--count];
+        puts("done");
+    } else if (is("post")) {
         post(report, rest);
-    } else if (strcmp(line, "attach") == 0) {
+    } else if (is("attach")) {
         report.AddAttachment(rest);
         puts("done");
-    } else if (strcmp(line, "screen") == 0) {
+    } else if (is("screen")) {
         report.CreateScreenCopy();
         puts("done");
-    } else if (strcmp(line, "system") == 0) {
+    } else if (is("system")) {
         report.CreateSystemInfo();
         puts("done");
-    } else if (strcmp(line, "upload") == 0) {
+    } else if (is("upload")) {
         upload(report);
-    } else if (strcmp(line, "hold") == 0) {
+    } else if (is("dialog")) {
+        printf("%u\n", (strcmp(rest, "first") == 0 ? *reports[0] : report).OpenDlg());
+    } else if (is("hold")) {
         SetWindowsHookExA(WH_CBT, hold_closing_dialog, nullptr, GetCurrentThreadId());
         puts("done");
-    } else if (strcmp(line, "press-again") == 0) {
+    } else if (is("quit-upload")) {
+        quit_upload();
+    } else if (is("press-again")) {
         CloseHandle(CreateThread(nullptr, 0, press_again, nullptr, 0, nullptr));
         puts("done");
-    } else if (strcmp(line, "dialog") == 0) {
-        printf("%u\n", (strcmp(rest, "first") == 0 ? *reports[0] : report).OpenDlg());
+    } else if (is("keep")) {
+        keep_unsent(rest);
+    } else if (is("send-unsent")) {
+        send_unsent();
+    } else if (is("show-progress")) {
+        printf("%d\n", WendaxShowProgress(1));
+    } else if (is("show-contents")) {
+        printf("%d\n", WendaxShowContents(1));
+    } else if (is("usage")) {
+        show_usage();
     } else {
         return false;
     }

@@ -226,20 +226,6 @@ class TestBuiltInServer:
         assert uploads.start().tell("upload") == "failed"
 
 
-class TestNewestReport:
-    def test_is_known_to_the_class_until_it_is_gone(self, uploads):
-        assert uploads.report.tell("newest") == "last"
-        uploads.report.tell("new")
-        assert uploads.report.tell("newest") == "last"
-        uploads.report.tell("delete", "last")
-        assert uploads.report.tell("newest") == "none"
-
-    def test_stays_known_when_an_older_one_goes(self, uploads):
-        uploads.report.tell("new")
-        uploads.report.tell("delete", "first")
-        assert uploads.report.tell("newest") == "last"
-
-
 class TestManyUploads:
     def repeat(self, uploads, outcome, count):
         for _ in range(count):
