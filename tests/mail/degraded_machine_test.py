@@ -30,6 +30,11 @@ def assert_host_went_on(lines):
     assert lines[-2:] == ["reported", "end"]
 
 
+def assert_no_message(host):
+    assert list(host.prefix.drive_c.rglob("*.eml")) == []
+    assert host.opened() == []
+
+
 def test_no_program_for_messages_leaves_the_message_in_the_temporary_folder(scene, report):
     assert_host_went_on(report(mail_program=False))
     assert len(scene.host.messages_in_temp()) == 1
@@ -37,7 +42,7 @@ def test_no_program_for_messages_leaves_the_message_in_the_temporary_folder(scen
 
 def test_missing_temporary_folder_leaves_nothing(scene, report):
     assert_host_went_on(report(temp="C:\\nowhere\\at all"))
-    assert scene.host.messages_in_temp() == []
+    assert_no_message(scene.host)
 
 
 def test_temporary_folder_that_is_a_file_leaves_nothing(scene, report):
@@ -46,6 +51,7 @@ def test_temporary_folder_that_is_a_file_leaves_nothing(scene, report):
 
     assert_host_went_on(report(temp="C:\\file", prepare=prepare))
     assert (scene.host.prefix.drive_c / "file").read_bytes() == b"kept"
+    assert_no_message(scene.host)
 
 
 def test_temporary_folder_with_blanks_and_other_letters_is_used(scene, report):

@@ -112,8 +112,11 @@ def description_with(scene):
     system's search path, by its name, another one lies."""
 
     def describe(helper, stray=None):
-        other = lambda host: shutil.copy(scene.stage.helper("full"), host.prefix.to_unix(stray)) and None
-        scene.start("divide", helper=helper, prepare=other if stray else None)
+        def prepare(host):
+            if stray:
+                shutil.copy(scene.stage.helper("full"), host.prefix.to_unix(stray))
+
+        scene.start("divide", helper=helper, prepare=prepare)
         (message,) = scene.open_reports()
         # The printers' section comes last in the system text; the fault's description follows the host application's.
         return re.split(rb"Cannot extract version number of Lumivale\n", message.body)[1].rstrip(b"\r\n")

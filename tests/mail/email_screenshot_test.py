@@ -50,6 +50,10 @@ def test_without_the_format_module_the_attachment_is_empty(scene):
 
 def test_second_report_overwrites_the_picture(scene):
     scene.start("--screen", "1", "divide", "write", helper=None)
+    longer = bytes(1 << 20)  # than a picture
+    assert picture(scene).exists()
+    picture(scene).write_bytes(longer)
     first, second = (each.attachments[0][1] for each in scene.open_reports(2))
+    assert first == longer
     assert second == picture(scene).read_bytes()
-    assert first[:2] == b"\xFF\xD8"
+    assert second[:2] == b"\xFF\xD8" and len(second) < len(longer)

@@ -215,7 +215,7 @@ class TestInFront:
         ),
     )
     def test_of_a_window(self, scene, words):
-        scene.start("click", *words, at=(200, 150, 900, 700) if words == ("topmost",) else (100, 100, 300, 200))
+        scene.start("click", *words, at=(200, 150, 900, 700))
         dialog = scene.crash()
         assert scene.covered(dialog, HOST, "dialog") < 1
         scene.decline()
