@@ -142,6 +142,13 @@ function(wendax_dll name)
   endif()
 endfunction()
 
+# wendax_stand_in(DLL NAME FOLDER): it is built as test-helpers/FOLDER/NAME.dll, for tests to put in another's place.
+function(wendax_stand_in dll name folder)
+  set_target_properties(${dll} PROPERTIES OUTPUT_NAME ${name}
+    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/test-helpers/${folder}
+    ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/test-helpers/${folder})
+endfunction()
+
 # wendax_host(NAME [GUI] SOURCES ... [RESOURCES script.rc] [RESOURCE_FILES ...] [DEPENDS layers or DLLs...] [LIBS ...])
 # A Windows program: a console program with main(), or with GUI a program with WinMain().
 function(wendax_host name)

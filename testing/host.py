@@ -27,6 +27,18 @@ def redirect(dll, *options):
         raise ValueError(done.stderr)
 
 
+def opened_files(log):
+    """How the mail program that writes this log was called so far: (show state, path as Windows writes it) for each call."""
+    if not log.exists():
+        return []
+    calls = []
+    text = log.read_text("latin-1")
+    for line in text[: text.rfind("\n") + 1].splitlines():  # what is being written isn't a line yet
+        show, _, path = line.partition(" ")
+        calls.append((int(show), path.strip().strip('"')))
+    return calls
+
+
 class Host:
     """A folder with a host and the library's files; runs the host and knows how the mail program was called.
 
@@ -72,15 +84,7 @@ class Host:
         return self.wine.run(self.exe, *args, env={**self.environment, **(env or {})}, **options)
 
     def opened(self):
-        """How the mail program was called so far: (show state, path as Windows writes it) for each call."""
-        if not self.mail_log.exists():
-            return []
-        calls = []
-        text = self.mail_log.read_text("latin-1")
-        for line in text[: text.rfind("\n") + 1].splitlines():  # what is being written isn't a line yet
-            show, _, path = line.partition(" ")
-            calls.append((int(show), path.strip().strip('"')))
-        return calls
+        return opened_files(self.mail_log)
 
     def wait_messages(self, count):
         """The messages that the mail program was opened with, when there are that many."""

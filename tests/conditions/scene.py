@@ -13,7 +13,7 @@ import outcome
 from outcome import CUT_SHORT, EMPTY, NONE, WHOLE, Host, Lacks
 from testing import report_dialog
 from testing.driven_host import DrivenHost
-from testing.host import redirect
+from testing.host import opened_files, redirect
 from testing.loopback import loopback_address
 from testing.mail import Message
 from testing.processes import POLL_SECONDS
@@ -158,11 +158,10 @@ class Scene(contextlib.ExitStack):
     def _mail(self, sees, host):
         messages = [path for path in self.temp.glob("*.eml") if path.name != "earlier.eml"]
         assert len(messages) <= 1
-        opened = self.mail_log.read_text("latin-1").splitlines() if self.mail_log.exists() else []
+        opened = [pathlib.PureWindowsPath(path).name for _, path in opened_files(self.mail_log)]
         if opened:
             sees.append(outcome.MESSAGE)
-            paths = [line.partition(" ")[2].strip().strip('"') for line in opened]
-            assert [pathlib.PureWindowsPath(path).name for path in paths] == [path.name for path in messages]
+            assert opened == [path.name for path in messages]
         message = _message(messages[0], self._began) if messages else NONE
         return outcome.Mail(tuple(sees), message, self._picture(), host)
 
@@ -198,7 +197,7 @@ def _message(path, began):
     if not path.stat().st_size:
         return EMPTY
     message = Message(path)
-    if not message.raw.endswith(b"------=_NextPart_000_023D_01C25DB8.8402B210\r\n"):
+    if not message.whole:
         return CUT_SHORT
     assert message.parsed["Date"] in _dates_since(began)
     attached = dict(message.attachments)

@@ -17,9 +17,10 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "testing/cxx/faults.h"
 #include "testing/cxx/command_line.h"
+#include "testing/cxx/faults.h"
 #include "testing/cxx/usage.h"
+#include "tests/conditions/notes_report.h"
 #include "win/library.h"
 
 namespace {
@@ -37,27 +38,18 @@ DWORD WINAPI press_first_button(void*) {
     }
 }
 
-void upload() {
-    CCrashReport2 report(nullptr);
-    report.PostRequest("notes.txt", nullptr, nullptr, nullptr);
-    report.CreateScreenCopy();
-    report.CreateSystemInfo();
-    if (report.OpenDlg() != 1) {
-        puts("not uploaded");
-        exit(1);
-    }
-}
-
 __attribute__((noinline)) void fail_and_report(bool by_mail) {
     try {
         commit_fault("write");
     } catch (char* marker) {
         answered = nullptr;
         asked = true;
-        if (by_mail)
+        if (by_mail) {
             OpenCrushReport(marker);
-        else
-            upload();
+        } else if (upload_notes_and_screenshot() != 1) {
+            puts("not uploaded");
+            exit(1);
+        }
         asked = false;
     }
 }
@@ -158,10 +150,7 @@ bool obey(char* line) {
 
 int main() {
     InitCrushReport();
-    SetCreateScreenCopy(1);
-    char notes[MAX_PATH];
-    GetFullPathNameA("notes.txt", sizeof notes, notes, nullptr);
-    SetAttachment(notes);
+    attach_notes_and_screenshot();
     CloseHandle(CreateThread(nullptr, 0, press_first_button, nullptr, 0, nullptr));
     return obey_commands(obey);
 }

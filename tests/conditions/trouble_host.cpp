@@ -12,8 +12,9 @@
 #include <string.h>
 
 #include "include/wendax.h"
-#include "tests/conditions/conditions.h"
 #include "testing/cxx/faults.h"
+#include "tests/conditions/conditions.h"
+#include "tests/conditions/notes_report.h"
 
 namespace {
 
@@ -38,22 +39,12 @@ void make_conditions() {
     }
 }
 
-void upload() {
-    CCrashReport2 report(nullptr);
-    report.PostRequest("notes.txt", nullptr, nullptr, nullptr);
-    report.CreateScreenCopy();
-    report.CreateSystemInfo();
-    static const char* const kAnswers[] = {"answer 0", "answer 1", "answer 2"};
-    const unsigned answer = report.OpenDlg();
-    say(kAnswers[answer < 3 ? answer : 0]);
-}
-
 void report(const char* marker) {
     try {
         if (by_mail)
             OpenCrushReport(marker);
         else
-            upload();
+            upload_notes_and_screenshot();
         say("reported");
     } catch (const gen::genlib_out_of_memory&) {
         say("out of memory");
@@ -106,6 +97,8 @@ int main(int argc, char** argv) {
             uncovered = true;
         else if (strcmp(argv[i], "--stack") == 0)
             fault_name = "stack";
+        else
+            return 2;
     }
     if (argc < 2)
         return 2;
@@ -113,10 +106,7 @@ int main(int argc, char** argv) {
     conditions = argv + i;
     condition_count = argc - i;
     set_temporary_folder();
-    SetCreateScreenCopy(1);
-    char notes[MAX_PATH];
-    GetFullPathNameA("notes.txt", sizeof notes, notes, nullptr);
-    SetAttachment(notes);
+    attach_notes_and_screenshot();
     SetUnhandledExceptionFilter(end_by_fault);
     WendaxCoverThread();
     make_conditions();

@@ -137,8 +137,9 @@ def breaking_off(client):
     client.reset()
 
 
-def confirmed_after(size):
-    return answering(b"Data " * (size >> 2) + CONFIRMATION)
+def confirmed_after(megabytes):
+    text = b"Data "
+    return answering(text * ((megabytes << 20) // len(text)) + CONFIRMATION)
 
 
 def complaining_of(text):
@@ -291,18 +292,18 @@ TROUBLES = {
             served(f"answers “{status}”", answering(b"no", status))
             for status in ("404 Not Found", "413 Content Too Large", "500 Internal Server Error")
         ),
-        served("answers with 15 MB, the confirmation last", confirmed_after(12 << 20), {"mail": None}),
+        served("answers with 15 MB, the confirmation last", confirmed_after(15), {"mail": None}),
         Trouble(
             "The server answers with 10 MB, and no block of memory larger than 5 MB is left",
             **UPLOAD_FAILED,
             arguments=("blocks", "5120"),
-            arrange=answered(confirmed_after(8 << 20)),
+            arrange=answered(confirmed_after(10)),
         ),
         served(
             "never answers; the connection ends after a while",
             lambda client: (client.read_request(), client.server.wait_end(4)),
         ),
-        served("answers with 80 MB, the confirmation last", confirmed_after(64 << 20)),
+        served("answers with 80 MB, the confirmation last", confirmed_after(80)),
     ),
     # That others throw: hooks, in-process servers, drivers.
     "foreign_exceptions": (

@@ -14,7 +14,6 @@ import pytest
 from expected import EXPECTED, OF_32_BITS, and_box, and_exception, and_next
 from failing_reports import CALLS, FailingHost
 from outcomes import WHOLE, MailOutcomes, UploadOutcomes
-from testing.host import redirect
 from testing.image import X86
 from testing.loopback import loopback_address
 from testing.upload_body import YES
@@ -27,6 +26,8 @@ FIRST, SPREAD = 4, 5  # of the calls of a function, those that fail
 MUCH_USED = {"HeapAlloc": 40}  # what hangs on one of its calls differs more than with others
 LOOKED_UP = {("user32.dll", "GetGuiResources")}  # where the program has the library, which is not loaded for it
 SOMETIMES = {("user32.dll", "SendMessageA")}  # not called where the dialog's message queue never runs empty
+
+ROADS = pytest.mark.parametrize("road", ("message", "upload"))
 
 
 def listed_calls():
@@ -51,9 +52,44 @@ def test_the_list_has_every_import_of_the_libraries(stage):
     assert {call for call in listed - imported if call[0] in libraries} == LOOKED_UP
 
 
-def sweep(host, outcome_of, names=None):
-    """Lets every call fail, or those of these names. Gives [(call, its Outcome)], and what is wrong with the reports
-    whichever call failed."""
+def mail_outcomes(host):
+    """What tells the Outcome of a report, of which the first one must be whole."""
+    outcomes = None
+
+    def outcome_of(one):
+        nonlocal outcomes
+        path = host.path_of(one.message)
+        outcomes = outcomes or MailOutcomes(path)
+        return outcomes.of(one.dialogs, path)
+
+    return outcome_of
+
+
+def upload_outcomes(server):
+    """The same, of reports that go to that server."""
+    outcomes, taken = None, 0
+
+    def outcome_of(one):
+        nonlocal outcomes, taken
+        assert one.uploads <= 1
+        body = server.requests[taken].body if one.uploads else None
+        taken += one.uploads
+        outcomes = outcomes or UploadOutcomes(body)
+        return outcomes.of(one.dialogs, one.answer, body)
+
+    return outcome_of
+
+
+def sweep(stage, road, record=(), names=None):
+    """Lets every call fail, or those of these names, in reports of a library with that record. Gives [(call, its
+    Outcome)], and what is wrong with the reports whichever call failed."""
+    if road == "message":
+        host = FailingHost(stage, road, record)
+        outcome_of = mail_outcomes(host)
+    else:
+        address = loopback_address()
+        outcome_of = upload_outcomes(stage.enter_context(WebServer(address, 80, answering(YES))))
+        host = FailingHost(stage, road, (*record, "--upload-server", address))
     counts, rounds, _ = host.run({}, 120)
     assert [outcome_of(one) for one in rounds] == [WHOLE, WHOLE]
     listed = listed_calls()
@@ -97,7 +133,6 @@ def compare(came, wrong, road, machine):
         for outcome in outcomes.get(road, ())
         if machine is X86 or outcome not in OF_32_BITS.get((library, name), ()) or road != "message"
     }
-
     differences = [("unexpected", row) for row in came - expected]
     if EVERY:
         differences += [("expected in vain", row) for row in expected - came if row[0] not in SOMETIMES]
@@ -106,50 +141,16 @@ def compare(came, wrong, road, machine):
 
 
 @pytest.mark.timeout(LIMIT)
-def test_a_failing_call_costs_the_email_report_no_more_than_expected(stage):
-    host = FailingHost(stage, "email")
-    outcomes = None
-
-    def outcome_of(one):
-        nonlocal outcomes
-        path = host.path_of(one.message)
-        outcomes = outcomes or MailOutcomes(path)
-        return outcomes.of(one.dialogs, path)
-
-    compare(*sweep(host, outcome_of), "message", stage.machine)
+@ROADS
+def test_a_failing_call_costs_the_report_no_more_than_expected(stage, road):
+    compare(*sweep(stage, road), road, stage.machine)
 
 
 @pytest.mark.timeout(LIMIT)
-@pytest.mark.parametrize("road", ("email", "upload"))
+@ROADS
 def test_a_failing_call_costs_a_dialog_its_own_name_or_picture_at_most(stage, road):
-    options = ("--company", "Pencil & Co", "--own-pictures", "yes")
-    host = FailingHost(stage, road, lambda dll: redirect(dll, *options))
-    dialogs = []
-
-    def outcome_of(one):
-        dialogs.append(one.dialogs)
-        return WHOLE
-
     names = {"GetWindow", "GetWindowTextW", "LoadBitmapA", "MultiByteToWideChar", "SetWindowTextW"}
-    came, wrong = sweep(host, outcome_of, names)
+    came, wrong = sweep(stage, road, ("--company", "Pencil & Co", "--own-pictures", "yes"), names)
     assert not wrong
     assert {call[1] for call, _ in came} == names
-    assert set(dialogs) == {1}
-
-
-@pytest.mark.timeout(LIMIT)
-def test_a_failing_call_costs_the_upload_report_no_more_than_expected(stage):
-    address = loopback_address()
-    server = stage.enter_context(WebServer(address, 80, answering(YES)))
-    host = FailingHost(stage, "upload", lambda dll: redirect(dll, "--upload-server", address))
-    outcomes, taken = None, 0
-
-    def outcome_of(one):
-        nonlocal outcomes, taken
-        assert one.uploads <= 1
-        body = server.requests[taken].body if one.uploads else None
-        taken += one.uploads
-        outcomes = outcomes or UploadOutcomes(body)
-        return outcomes.of(one.dialogs, one.answer, body)
-
-    compare(*sweep(host, outcome_of), "upload", stage.machine)
+    assert {outcome for _, outcome in came} == {WHOLE}

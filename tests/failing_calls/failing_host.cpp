@@ -1,6 +1,6 @@
 // Makes whole reports of real faults while one call after the other fails, once each.
 //
-// usage: failing_host CALLS email|upload ATTACHED
+// usage: failing_host CALLS message|upload ATTACHED
 //   CALLS is calls.txt. Standard input has a line for each function: LIBRARY NAME NUMBER..., which of its calls fail.
 //   The library is loaded anew for each report.
 //
@@ -220,7 +220,7 @@ void fail_each(char* line, unsigned whole) {
 int main(int argc, char** argv) {
     if (argc < 4 || !read_calls(argv[1]))
         return 2;
-    by_email = strcmp(argv[2], "email") == 0;
+    by_email = strcmp(argv[2], "message") == 0;
     attached = argv[3];
     dialog_made = greet_dialog;
     find_call("shell32.dll", "ShellExecuteA")->replacement = reinterpret_cast<const void*>(take_message);

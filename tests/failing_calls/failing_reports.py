@@ -5,7 +5,7 @@ import dataclasses
 import pathlib
 import shutil
 
-from testing.host import Host
+from testing.host import Host, redirect
 from testing.product import MACHINE
 
 HERE = pathlib.Path(__file__).parent
@@ -31,11 +31,14 @@ class Round:
 
 
 class FailingHost:
-    def __init__(self, stage, variant, place_library=lambda path: None):
-        self.variant = variant
+    """road: "message" or "upload". record: what is written into the library's record."""
+
+    def __init__(self, stage, road, record):
+        self.road = road
         # A small screen: its picture is taken each time.
         self.host = Host(stage, "failing_host.exe", desktop=stage.desktop(width=320, height=240))
-        place_library(self.host.folder / "Wendax.dll")
+        if record:
+            redirect(self.host.folder / "Wendax.dll", *record)
         shutil.copy(stage.product("faultkit.dll"), self.host.folder)
         (self.host.folder / "calls.txt").write_text(CALLS)
         application = shutil.copy(self.host.exe, self.host.folder / "Lumivale.exe")
@@ -56,7 +59,7 @@ class FailingHost:
         orders = self.host.folder / "orders.txt"
         lines = (f"{library} {name} {' '.join(map(str, numbers))}\n" for (library, name), numbers in plan.items())
         orders.write_text("".join(lines))
-        words = ("C:\\host\\calls.txt", self.variant, "C:\\host\\attached.bin")
+        words = ("C:\\host\\calls.txt", self.road, "C:\\host\\attached.bin")
         with open(orders, "rb") as stdin:
             return self._read(self.host.run(*words, cwd=self.host.folder, limit=limit, stdin=stdin))
 

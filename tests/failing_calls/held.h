@@ -15,5 +15,5 @@ void closed(const char* kind, uintptr_t value);
 unsigned held_count();
 void for_each_held(void (*visit)(const Held& held));
 
-// Forgets what is held: it went with its library. What lies in the heap or counts a library is freed.
+// Forgets what is held: it went with its library. The libraries among it are let go.
 void drop_held();

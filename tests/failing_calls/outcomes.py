@@ -163,7 +163,7 @@ class MailOutcomes:
         if not path.exists() or not path.stat().st_size:
             return Outcome(end=End.UNWRITTEN)
         message = Message(path)
-        if not message.raw.endswith(b".8402B210\r\n"):
+        if not message.whole:
             return Outcome(end=End.CUT_OFF)
         return Outcome(_lost(_mail_facts(message), self.whole))
 

@@ -4,23 +4,13 @@
 #include <string.h>
 
 #include "base/genlib_error.h"
+#include "testing/cxx/faults.h"
 #include "tests/failing_calls/held.h"
+#include "win/library.h"
+
+using win::function_of;
 
 namespace {
-
-template <class Function>
-Function* function_of(HMODULE module, const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-}
-
-volatile int zero;
-
-void write_null() {
-    *reinterpret_cast<volatile int*>(zero) = 1;
-}
-
-// Volatile, so that the compiler can't foresee the fault.
-void (*volatile fault)() = write_null;
 
 Return worse(Return left, Return right) {
     return static_cast<int>(left) > static_cast<int>(right) ? left : right;
@@ -74,9 +64,7 @@ public:
 private:
     template <class Result, class... Arguments>
     Result call(const char* member, Arguments... arguments) {
-        using Member = Result(__thiscall*)(void*, Arguments...);
-        return reinterpret_cast<Member>(reinterpret_cast<void*>(GetProcAddress(m_module, member)))(m_object,
-                                                                                                   arguments...);
+        return function_of<Result __thiscall(void*, Arguments...)>(m_module, member)(m_object, arguments...);
     }
 
     HMODULE m_module;
@@ -105,7 +93,7 @@ Return Library::email(const char* attached) {
     const auto open_report = function_of<void(const char*)>(m_module, "OpenCrushReport");
     return run([&] {
         try {
-            fault();
+            commit_fault("write");
         } catch (char* marker) {
             open_report(marker);
         }
@@ -116,7 +104,7 @@ Return Library::upload(const char* log, unsigned* answer) {
     Return result = Return::plain;
     const auto then = [&](auto step) { result = worse(result, run(step)); };
     try {
-        fault();
+        commit_fault("write");
     } catch (char*) {
         then([&] {
             UploadReport report(m_module);

@@ -4,6 +4,7 @@ import shutil
 
 import pytest
 
+from testing.host import opened_files
 from testing.processes import wait_until
 from testing.upload_body import upload_body
 from testing.web_server import WebServer, answering
@@ -40,8 +41,7 @@ class Contents(UploadDialog):
 
     def opened(self):
         """The folders that the shell was told to open."""
-        lines = self.opened_log.read_text("latin-1").splitlines() if self.opened_log.exists() else []
-        return [self.wine.prefix.to_unix(line.partition(" ")[2].strip().strip('"')) for line in lines]
+        return [self.wine.prefix.to_unix(path) for _, path in opened_files(self.opened_log)]
 
     def show(self, times=1):
         """Presses the button; returns the folder that opens."""
