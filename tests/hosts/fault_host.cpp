@@ -1,7 +1,7 @@
 // A host that faults on request, catches the marker and asks for the e-mail report.
 //
-// usage: fault_host [--bare] [--screen N] [--attach PATH] [--text TEXT | --null] [--no-report] [--thread]
-//                   [--meanwhile FAULT] FAULT...
+// usage: fault_host [--bare] [--screen N] [--attach PATH] [--text TEXT | --null] [--thread] [--meanwhile FAULT]
+//                   FAULT...
 //   --bare       does not cover its thread
 //   --text, --null  calls OpenCrushReport with that instead of what it caught; the FAULT "none" makes no fault
 //   --thread     the faults happen on a second thread
@@ -14,12 +14,12 @@
 
 #include "include/wendax.h"
 #include "testing/cxx/faults.h"
+#include "testing/cxx/report_window.h"
 
 namespace {
 
 struct Options {
     bool cover = true;
-    bool report = true;
     bool own_text = false;
     bool second_thread = false;
     const char* text = nullptr;
@@ -36,8 +36,7 @@ void say(const char* format, const char* text) {
 
 DWORD WINAPI fault_meanwhile(void*) {
     InitCrushReport();
-    while (!FindWindowA(nullptr, "Software Error Report"))
-        Sleep(10);
+    wait_for_report_window();
     try {
         commit_fault(options.meanwhile);
     } catch (char*) {
@@ -47,8 +46,6 @@ DWORD WINAPI fault_meanwhile(void*) {
 }
 
 void report(const char* caught) {
-    if (!options.report)
-        return;
     HANDLE const other = options.meanwhile ? CreateThread(nullptr, 0, fault_meanwhile, nullptr, 0, nullptr) : nullptr;
     OpenCrushReport(options.own_text ? options.text : caught);
     if (other) {
@@ -93,8 +90,6 @@ int main(int argc, char** argv) {
         const char* const name = argv[i] + 2;
         if (strcmp(name, "bare") == 0) {
             options.cover = false;
-        } else if (strcmp(name, "no-report") == 0) {
-            options.report = false;
         } else if (strcmp(name, "thread") == 0) {
             options.second_thread = true;
         } else if (strcmp(name, "null") == 0) {

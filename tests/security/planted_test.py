@@ -49,6 +49,7 @@ def test_in_the_programs_folder_are_left_alone_where_the_library_names_the_place
     loaded, message = report(stage, lambda host: put(stage, host.folder, ("gdiplus.dll", "dbghelp.dll")))
     assert loaded == []
     assert_whole(message)
+    assert_whole(message)
 
 
 def test_are_seen_when_they_are_loaded(stage):

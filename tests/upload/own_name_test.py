@@ -32,11 +32,9 @@ FAILED = (
     "выход в сеть для соединения с сервером компании Рога && Копыта."
 )
 
-pytestmark = pytest.mark.timeout(240)
-
 
 def shown_texts(stage, wine):
-    """Of the dialog, in the order of its controls; those with a blank, which buttons but one have not."""
+    """Of the dialog, in the order of its controls; without those of its buttons, which are short."""
     lines = wine.run(stage.product("dialog_probe.exe"), "all").text.splitlines()
     texts = [bytes.fromhex(line).decode("utf-16-be") for line in lines]
     return [text for text in texts if len(text) > 20]

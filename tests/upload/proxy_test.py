@@ -12,8 +12,6 @@ from uploading import Uploader
 HOST = "reports.wendax.test"
 SETTINGS = r"HKEY_CURRENT_USER\Software\Microsoft\Windows\CurrentVersion\Internet Settings"
 
-pytestmark = pytest.mark.timeout(300)
-
 
 class Proxy(Service):
     """hosts: the hosts file that the proxy alone sees."""

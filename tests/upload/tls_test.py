@@ -15,8 +15,6 @@ from uploading import WESTERN, UploadDialog, Uploader
 HOST, OTHER_HOST = "reports.wendax.test", "elsewhere.wendax.test"
 URL = f"https://{HOST}:8443"
 
-pytestmark = pytest.mark.timeout(300)
-
 
 class Network:
     """Two hosts, and an authority that Wine trusts."""
