@@ -1,8 +1,16 @@
 """Reads a composed message as a mail program would."""
 
+import datetime
 import email
 import email.policy
 import re
+
+
+def dates_since(began):
+    """What a message that was made since then may have for its date."""
+    seconds = int((datetime.datetime.now() - began).total_seconds()) + 2
+    moments = (began + datetime.timedelta(seconds=n) for n in range(seconds))
+    return {f"{moment:%A, %d, %y %S:%M:%H +0000}" for moment in moments}
 
 
 class Message:

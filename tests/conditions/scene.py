@@ -15,7 +15,7 @@ from testing import report_dialog
 from testing.driven_host import DrivenHost
 from testing.host import opened_files, redirect
 from testing.loopback import loopback_address
-from testing.mail import Message
+from testing.mail import Message, dates_since
 from testing.processes import POLL_SECONDS
 from testing.product import MACHINE
 from testing.upload_body import PARTS, YES
@@ -199,17 +199,10 @@ def _message(path, began):
     message = Message(path)
     if not message.whole:
         return CUT_SHORT
-    assert message.parsed["Date"] in _dates_since(began)
+    assert message.parsed["Date"] in dates_since(began)
     attached = dict(message.attachments)
     picture, notes = _picture_state(attached.get("screen_copy.jpg")), attached.get("notes.txt") == NOTES
     return outcome.Content(_description(message.body), picture, notes, _lacks(message.body))
-
-
-def _dates_since(began):
-    """What a message that was made since then may have for its date."""
-    seconds = int((datetime.datetime.now() - began).total_seconds()) + 2
-    moments = (began + datetime.timedelta(seconds=n) for n in range(seconds))
-    return {f"{moment:%A, %d, %y %S:%M:%H +0000}" for moment in moments}
 
 
 def _description(body):

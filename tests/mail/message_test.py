@@ -8,6 +8,7 @@ import re
 import pytest
 
 from testing.host import Host
+from testing.mail import dates_since
 
 BOUNDARY = "----=_NextPart_000_023D_01C25DB8.8402B210"
 
@@ -61,17 +62,14 @@ class TestReportClass:
         assert message.attachments == [("large.bin", b""), ("small.txt", b"behind it")]
 
     def test_headers_are_those_of_an_unsent_draft(self, report):
-        before = datetime.datetime.now()
+        began = datetime.datetime.now()
         message = report.message("0", "-", "-", "-")
-        after = datetime.datetime.now()
         text = message.raw.decode("latin-1")
         head, _, rest = text.partition("\r\n\r\n")
         lines = head.split("\r\n")
         assert lines[0] == 'To: "support@wendax.invalid" '
         assert lines[1:4] == ["Reply-To: ", "From: ", "Subject: Corrowfinder Error Report [Main]"]
-        moments = (before + datetime.timedelta(seconds=n) for n in range(int((after - before).total_seconds()) + 2))
-        dates = {f"{moment:Date: %A, %d, %y %S:%M:%H +0000}" for moment in moments}
-        assert lines[4] in dates
+        assert lines[4] in {f"Date: {date}" for date in dates_since(began)}
         assert lines[5:] == [
             "MIME-Version: 1.0",
             "Content-Type: multipart/mixed;",

@@ -308,19 +308,6 @@ class TestLittleMemory:
 class TestManyRequests:
     """Nothing may be left behind by a request, whatever came of it."""
 
-    def assert_nothing_kept(self, transport, commands, answer):
-        """Gives the commands over and over; answer is the text that each must get, or None for failures."""
-        # What the first ones set up for good (Wine's caches among it) is not counted.
-        self.repeat(transport, commands, answer, 3)
-        before = self.held(transport)
-        self.repeat(transport, commands, answer, 120)
-        after = self.held(transport)
-        assert after[:2] == before[:2], "blocks and WinINet handles"
-        assert before[2] > 0
-        assert after[2] - before[2] < 10, "handles of the process"
-        transport.host.tell("drop")
-        assert self.held(transport)[:2] == (0, 0), "blocks and WinINet handles at the end"
-
     def repeat(self, transport, commands, answer, count):
         for command in commands * count:
             transport.host.send(*command)
@@ -354,4 +341,13 @@ class TestManyRequests:
         answer = None if size is None else b"x" * size
         url = transport.serve(answering(answer)).url if answer else f"http://{loopback_address()}"
         commands = [tuple(word.format(url=url) for word in command) for command in commands]
-        self.assert_nothing_kept(transport, commands, answer)
+        # What the first ones set up for good (Wine's caches among it) is not counted.
+        self.repeat(transport, commands, answer, 3)
+        before = self.held(transport)
+        self.repeat(transport, commands, answer, 120)
+        after = self.held(transport)
+        assert after[:2] == before[:2], "blocks and WinINet handles"
+        assert before[2] > 0
+        assert after[2] - before[2] < 10, "handles of the process"
+        transport.host.tell("drop")
+        assert self.held(transport)[:2] == (0, 0), "blocks and WinINet handles at the end"
