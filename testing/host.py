@@ -54,7 +54,6 @@ class Host:
         files=LIBRARY_FILES,
         desktop=None,
         locale=None,
-        mail_program=True,
     ):
         self.prefix = stage.fresh_prefix()
         self.wine = stage.wine(desktop, self.prefix, locale)
@@ -67,10 +66,7 @@ class Host:
             shutil.copy(stage.helper(helper), self.folder)
         self.mail_log = self.prefix.drive_c / "mail.log"
         self.environment = {"MAIL_PROGRAM_LOG": "C:\\mail.log"}
-        if mail_program:
-            self.wine.associate(".eml", stage.product("mail_program.exe"))
-        else:
-            self.wine.dissociate(".eml")
+        self.wine.associate(".eml", stage.product("mail_program.exe"))
 
     @property
     def temp(self):

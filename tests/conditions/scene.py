@@ -112,6 +112,7 @@ class Scene(contextlib.ExitStack):
         self.keep_earlier_message()
         self.trouble.arrange(self)
         before = {path: path.read_bytes() for path in self._earlier}
+        messages = self._messages_anywhere()
         environment = {
             "MAIL_PROGRAM_LOG": self.prefix.to_windows(self.mail_log),
             "TROUBLE_TEMP": self.temp_name or self.prefix.to_windows(self.temp),
@@ -127,12 +128,16 @@ class Scene(contextlib.ExitStack):
         print(result)
         for path, content in before.items():
             assert path.read_bytes() == content, f"{path} was there before"
+        assert {path.parent for path in self._messages_anywhere() - messages} <= {self.temp}, "a message elsewhere"
         lines = result.text.splitlines()
         assert "the condition could not be made" not in lines
         host = _host(lines, result.returncode)
         return self._mail(sees, host) if self.road == "mail" else self._upload(sees, host)
 
     # Inside
+
+    def _messages_anywhere(self):
+        return set(self.prefix.drive_c.rglob("*.eml"))
 
     def _play(self, process):
         """Answers as a user who wants the report to go out, and gives up when it can't. Returns what was to be seen."""

@@ -259,12 +259,12 @@ class TestReportOfAFault:
     def test_attachment_of_a_path_that_is_too_long_is_left_out(self, scene, length):
         assert report_of(scene, "--attach", "C:\\host\\".ljust(length, "x"), "write").attachments == []
 
-    def test_attachment_with_blanks_and_other_letters_is_sent(self, scene):
+    def test_host_library_and_attachment_may_have_blanks_and_other_letters(self, scene):
         def prepare(host):
             (host.folder / "мой файл.txt").write_bytes(b"data")
             return ["--attach", host.prefix.to_windows(host.folder / "мой файл.txt")]
 
-        options = {"helper": None, "locale": "ru_RU.UTF-8", "folder": "папка с отчётом"}
-        message = report_of(scene, "write", prepare=prepare, **options)
+        message = report_of(scene, "write", prepare=prepare, locale="ru_RU.UTF-8", folder="папка с отчётом")
         assert 'filename="мой файл.txt"'.encode("cp1251") in message.raw
         assert b"\r\n\r\nZGF0YQ==\r\n" in message.raw
+        assert b"reason code C0000005" in message.body
