@@ -1,12 +1,11 @@
 """The screenshot of the e-mail report, decoded by a JPEG reader."""
 
-from testing.host import LIBRARY_FILES
 from testing.picture import described
 
 
-def message(scene, *args, **options):
+def message(scene, *args):
     """The message of a host that fails with these options."""
-    scene.start(*args, "write", helper=None, **options)
+    scene.start(*args, "write", helper=None)
     return scene.open_reports()[0]
 
 
@@ -41,11 +40,6 @@ def test_picture_comes_before_the_hosts_attachment(scene, stage):
     path = "Z:" + str(stage.artifacts / "a.txt").replace("/", "\\")
     attachments = message(scene, "--screen", "1", "--attach", path).attachments
     assert [name for name, _ in attachments] == ["screen_copy.jpg", "a.txt"]
-
-
-def test_without_the_format_module_the_attachment_is_empty(scene):
-    files = [name for name in LIBRARY_FILES if name != "fall.dll"]
-    assert message(scene, "--screen", "1", files=files).attachments == [("screen_copy.jpg", b"")]
 
 
 def test_second_report_overwrites_the_picture(scene):
