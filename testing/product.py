@@ -7,6 +7,7 @@ from testing.image import X86, Image, machine_of
 from testing.processes import REPO
 
 BIN = pathlib.Path(os.environ.get("WENDAX_BIN") or REPO / "build" / "windows" / "bin").absolute()
+DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")  # what ships
 MACHINE = machine_of(BIN / "Wendax.dll") if (BIN / "Wendax.dll").is_file() else X86
 
 

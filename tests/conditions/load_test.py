@@ -5,6 +5,8 @@ import shutil
 
 import pytest
 
+from testing.product import DLLS
+
 OURS = {"Wendax.dll", "KOBRTL.dll"}
 HARMLESS = {"RtlInitializeCriticalSection", "InitializeCriticalSection", "HeapCreate", "HeapAlloc", "RtlAllocateHeap"}
 HARMLESS |= {"DisableThreadLibraryCalls"}
@@ -16,7 +18,7 @@ class LoadHost:
         self.prefix, self.machine = stage.fresh_prefix(), stage.machine
         self.folder = self.prefix.drive_c / "host"
         self.folder.mkdir()
-        for name in ("load_host.exe", "Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"):
+        for name in ("load_host.exe", *DLLS):
             shutil.copy(stage.product(name), self.folder)
         self.wine = stage.wine(prefix=self.prefix)
 

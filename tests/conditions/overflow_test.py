@@ -5,10 +5,10 @@ import re
 import pytest
 
 from testing import report_dialog
-from testing.host import LIBRARY_FILES, Host, redirect
+from testing.host import Host, redirect
 from testing.loopback import loopback_address
 from testing.processes import wait_until
-from testing.product import MACHINE
+from testing.product import DLLS, MACHINE
 from testing.upload_body import YES
 from testing.web_server import WebServer, answering
 
@@ -21,7 +21,7 @@ SMALL_STACKS = (64, 128, 256, 512, 1024)  # KB
 
 
 def overflow_host(stage, desktop):
-    host = Host(stage, "overflow_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=desktop)
+    host = Host(stage, "overflow_host.exe", files=DLLS, desktop=desktop)
     (host.folder / "notes.txt").write_bytes(NOTES)
     return host
 

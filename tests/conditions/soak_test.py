@@ -16,6 +16,7 @@ import pytest
 from testing.driven_host import DrivenHost
 from testing.host import redirect
 from testing.loopback import loopback_address
+from testing.product import DLLS
 from testing.upload_body import YES
 from testing.web_server import WebServer, answering
 
@@ -47,7 +48,7 @@ def soak(stage, road):
     wine.associate(".eml", stage.product("mail_program.exe"))
     folder = stage.artifacts / "host"
     folder.mkdir()
-    for name in ("soak_host.exe", "Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"):
+    for name in ("soak_host.exe", *DLLS):
         shutil.copy(stage.product(name), folder)
     redirect(folder / "Wendax.dll", "--upload-server", address)
     (folder / "notes.txt").write_bytes(b"notes")

@@ -16,12 +16,12 @@ from failing_reports import CALLS, FailingHost
 from outcomes import WHOLE, MailOutcomes, UploadOutcomes
 from testing.image import X86
 from testing.loopback import loopback_address
+from testing.product import DLLS
 from testing.upload_body import YES
 from testing.web_server import WebServer, answering
 
 EVERY = "WENDAX_EVERY_CALL" in os.environ
 LIMIT = 7000 if EVERY else 600  # seconds
-DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")
 FIRST, SPREAD = 4, 5  # of the calls of a function, those that fail
 MUCH_USED = {"HeapAlloc": 40}  # what hangs on one of its calls differs more than with others
 LOOKED_UP = {("user32.dll", "GetGuiResources")}  # where the program has the library, which is not loaded for it

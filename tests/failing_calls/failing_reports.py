@@ -6,7 +6,7 @@ import pathlib
 import shutil
 
 from testing.host import Host, redirect
-from testing.product import MACHINE
+from testing.product import DLLS, MACHINE
 
 HERE = pathlib.Path(__file__).parent
 # Those of both machines, and those of the one that the build tree is for.
@@ -36,10 +36,9 @@ class FailingHost:
     def __init__(self, stage, road, record):
         self.road = road
         # A small screen: its picture is taken each time.
-        self.host = Host(stage, "failing_host.exe", desktop=stage.desktop(width=320, height=240))
+        self.host = Host(stage, "failing_host.exe", files=DLLS, desktop=stage.desktop(width=320, height=240))
         if record:
             redirect(self.host.folder / "Wendax.dll", *record)
-        shutil.copy(stage.product("faultkit.dll"), self.host.folder)
         (self.host.folder / "calls.txt").write_text(CALLS)
         application = shutil.copy(self.host.exe, self.host.folder / "Lumivale.exe")
         self.host.wine.set_registry(

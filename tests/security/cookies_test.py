@@ -3,9 +3,8 @@
 import pytest
 
 from testing.image import X64
-from testing.product import MACHINE
+from testing.product import DLLS, MACHINE
 
-DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")
 UNMADE = {0xBB40E64E, 0x00002B992DDFA232}  # what the linked images have, for the loader to find
 
 

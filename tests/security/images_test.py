@@ -7,9 +7,9 @@ import pytest
 
 from testing.image import X64
 from testing.processes import REPO
+from testing.product import DLLS
 
 HERE = pathlib.Path(__file__).parent
-DLLS = ("Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll")
 GUARD_INSTRUMENTED, GUARD_FUNCTIONS_LISTED = 0x100, 0x400  # IMAGE_GUARD_CF_...
 APPLICATION_DIR, SYSTEM32 = 0x200, 0x800  # LOAD_LIBRARY_SEARCH_...
 

@@ -3,9 +3,9 @@
 import shutil
 
 from testing import report_dialog
-from testing.host import LIBRARY_FILES, Host
+from testing.host import Host
+from testing.product import DLLS
 
-OURS = (*LIBRARY_FILES, "faultkit.dll")
 OF_THE_SYSTEM = """
 advapi32.dll dbghelp.dll gdi32.dll gdiplus.dll msvcrt.dll shdocvw.dll shell32.dll user32.dll version.dll wininet.dll
 winspool.drv
@@ -18,7 +18,7 @@ def report(stage, plant, folder=None):
     """Makes a whole report; plant(host) puts DLLs somewhere, folder is the current one. Returns the planted ones that
     were loaded, and the message."""
     desktop = stage.desktop()
-    host = Host(stage, "fault_host.exe", files=OURS, desktop=desktop)
+    host = Host(stage, "fault_host.exe", files=DLLS, desktop=desktop)
     plant(host)
     log = host.prefix.drive_c / "planted.log"
     env = {"PLANTED_LOG": "C:\\planted.log", "WINEDLLOVERRIDES": AS_WINDOWS}
@@ -39,7 +39,7 @@ def assert_whole(message):
 
 
 def test_in_the_current_folder_are_left_alone(stage):
-    plant = lambda host: put(stage, host.prefix.drive_c / "elsewhere", (*OURS, *OF_THE_SYSTEM))
+    plant = lambda host: put(stage, host.prefix.drive_c / "elsewhere", (*DLLS, *OF_THE_SYSTEM))
     loaded, message = report(stage, plant, "elsewhere")
     assert loaded == []
     assert_whole(message)
