@@ -1,5 +1,5 @@
-// An object as a caller sees it that was compiled without its header: virtual functions by their numbers, fields at their
-// offsets.
+// An object as a caller sees it that was compiled without its header: virtual functions by their numbers, fields at
+// their offsets.
 #pragma once
 
 #include <string.h>
