@@ -16,6 +16,24 @@ show_help() {
     esac
 }
 
+# run_demo PROGRAM [--x86] [--here]: sets up, builds, and ends in that demonstration of scripts/lib.
+run_demo() {
+    local program=$1 preset=windows-x64 argument
+    shift
+    show_help "$@"
+    for argument in "$@"; do
+        case $argument in
+            --x86) preset=windows ;;
+            --here) ;;
+            *) die "unknown argument '$argument': see scripts/${0##*/} --help" ;;
+        esac
+    done
+    cd "$repo_dir" || exit
+    scripts/setup
+    scripts/build "$preset"
+    exec env PYTHONPATH=. WENDAX_BIN="build/$preset/bin" /usr/bin/python3 "scripts/lib/$program" "$@"
+}
+
 # say TEXT...: one line of the set-up's progress.
 say() {
     printf 'setup: %s\n' "$*"

@@ -99,6 +99,12 @@ class TestSafety:
             pages.post(path, 400, token="wrong", state="ignored", sender="x")
         assert 'class="state open"' in pages.get("/crash/1").text
 
+    @pytest.mark.parametrize("path", ("/login", "/nothing", "/crash/1/state"))
+    def test_form_that_is_too_large_is_not_taken_apart(self, pages, path):
+        form = {"data": b"a=&" * (1 << 20), "content_type": "application/x-www-form-urlencoded"}
+        answer = pages.client.post(path, **form)
+        assert (answer.status_code, "The form is too large." in answer.text) == (413, True)
+
     def test_only_a_sessions_cookie_is_set(self, box, pages):
         made.add(box, made.fault_text())
         assert pages.get("/").headers.getlist("Set-Cookie") == []
