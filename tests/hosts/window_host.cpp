@@ -5,8 +5,7 @@
 //   drag, key, click, menu   faults while the window is dragged over with the capture held, at a key, at a click, while
 //                            the choice of its open menu is drawn under the pointer; without any of these it never does
 //   confined, no-pointer     keeps the pointer in a corner of the screen, and hides it, before it faults
-//   upload                   shows the dialog of the upload road; else makes the e-mail report
-// Prints a line for each thing that happens, and ends after the report.
+// Prints a line for each thing that happens, and ends after its e-mail report.
 #include <windows.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -38,10 +37,7 @@ void say(const char* format, int number = 0) {
 }
 
 void report(const char* marker) {
-    if (wanted("upload"))
-        say("answer %d\n", static_cast<int>(CCrashReport2(nullptr).OpenDlg()));
-    else
-        OpenCrushReport(marker);
+    OpenCrushReport(marker);
     say("reported\n");
     ShowCursor(TRUE);
     say("pointer's show count %d\n", ShowCursor(FALSE));

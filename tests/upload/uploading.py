@@ -6,9 +6,10 @@ import subprocess
 
 from testing import report_dialog
 from testing.driven_host import DrivenHost
-from testing.host import LIBRARY_FILES, redirect
+from testing.host import redirect
 from testing.loopback import loopback_address
 from testing.processes import wait_until
+from testing.product import DLLS
 from testing.upload_body import YES
 from testing.web_server import WebServer, answering
 
@@ -40,8 +41,7 @@ class Uploader:
         self.folder = stage.artifacts / folder
         self.folder.mkdir()
         self.exe = pathlib.Path(shutil.copy(stage.product(program), self.folder))
-        # What describes the fault, for the example that uploads the text of it.
-        for name in (*LIBRARY_FILES, *(("faultkit.dll",) if program == "upload.exe" else ())):
+        for name in DLLS:
             shutil.copy(stage.product(name), self.folder)
         for options in filter(None, (("--upload-server", self.address), record)):
             redirect(self.folder / "Wendax.dll", *options)
