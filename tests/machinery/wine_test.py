@@ -51,7 +51,6 @@ class TestWineRun:
             wine.run(program("console"), "leave-child", wine.prefix.to_windows(written))
             assert written.exists()
 
-
     # One start in some thousands failed, without a word.
     @pytest.mark.skipif(MACHINE is X86, reason="32-bit Wine reserves the page before there is a heap")
     def test_keeps_the_heap_off_the_page_that_64_bit_programs_need(self, stage):
