@@ -8,6 +8,7 @@ import sys
 import threading
 import time
 
+import resolver
 import sqlalchemy as sa
 import waitress
 from waitress.channel import HTTPChannel
@@ -20,6 +21,7 @@ from inbox.core import Inbox
 from inbox.schema import report
 from inbox.web import make_app
 
+_DATABASE_ERRORS = sa.exc.OperationalError, sa.exc.ArgumentError
 _STORE = pathlib.Path(__file__).resolve().parents[1] / "build" / "inbox"
 
 
@@ -69,7 +71,7 @@ def main(arguments=None):
             if not pathlib.Path(name).exists():
                 raise OSError(f"{name} is missing")
         return options.run(settings.load(options.store, **given), options) or 0
-    except (settings.BadSetting, OSError, ImportError, sa.exc.OperationalError, sa.exc.ArgumentError) as error:
+    except (settings.BadSetting, resolver.NoSymbolizer, OSError, ImportError, *_DATABASE_ERRORS) as error:
         print(f"inbox: {error}", file=sys.stderr)
         return 2
     except KeyboardInterrupt:

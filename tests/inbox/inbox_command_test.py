@@ -9,6 +9,7 @@ import time
 import pytest
 
 import made
+import pdbs
 from conftest import MESSAGES
 from testing.inbox_server import command
 from testing.processes import REPO, wait_until
@@ -68,6 +69,17 @@ def test_symbols_are_filed_and_what_is_none_is_named(inbox, served, tmp_path, st
     assert (code, "wrong.pdb: no PDB" in said) == (1, True)
     page = served().get("/symbols")[1].decode()
     assert "faultkit.pdb" in page and "bugs_host.exe" in page
+
+
+def test_symbolizer_that_is_missing_is_told(inbox, tmp_path, stage, monkeypatch):
+    pdb = stage.product("faultkit.pdb")
+    (tmp_path / "a.eml").write_bytes(made.message(made.fault_text((0x1000,), key=pdbs.read_key(pdb))))
+    inbox("symbols", "add", pdb)
+    monkeypatch.setenv("LLVM_SYMBOLIZER", "/nothing/here")
+    code, said = inbox("add", tmp_path / "a.eml")
+    assert (code, said.startswith("inbox: /nothing/here failed: ")) == (2, True), said
+    monkeypatch.delenv("LLVM_SYMBOLIZER")
+    assert inbox("add", tmp_path / "a.eml") == (0, "1 new, 0 known already, 0 unreadable\n")
 
 
 def test_reports_are_deleted_by_sender_and_age(inbox, tmp_path):
