@@ -29,8 +29,8 @@ class Window:
 class Desktop:
     """Context manager. Inside it, env holds the environment for programs that are to show here."""
 
-    def __init__(self, width=1280, height=1024, depth=24):
-        self.width, self.height, self.depth = width, height, depth
+    def __init__(self, width=1280, height=1024):
+        self.width, self.height = width, height
         self.env = {}
         self._stack = contextlib.ExitStack()
 
@@ -82,7 +82,7 @@ class Desktop:
 
     def click(self, x, y, button=1):
         """Moves the pointer to that place on the desktop and presses a button there (1 left, 2 middle, 3 right)."""
-        self._do("xdotool", "mousemove", x, y)
+        self.point(x, y)
         wait_until(lambda: self._pointer() == (x, y), f"the pointer to be at {x}, {y}", seen=self._pointer)
         self._do("xdotool", "click", button)
 
@@ -144,7 +144,7 @@ class Desktop:
                     writer,
                     "-screen",
                     "0",
-                    f"{self.width}x{self.height}x{self.depth}",
+                    f"{self.width}x{self.height}x24",
                     "-noreset",
                     "-nolisten",
                     "tcp",

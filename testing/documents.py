@@ -2,6 +2,7 @@
 
 import dataclasses
 import re
+import subprocess
 
 
 @dataclasses.dataclass(frozen=True)
@@ -12,6 +13,12 @@ class Fence:
     language: str
     marks: frozenset
     text: str
+
+
+def tracked(root):
+    """Those that Git has of the tree."""
+    listed = subprocess.run(["git", "ls-files", "*.md"], cwd=root, text=True, capture_output=True, check=True).stdout
+    return [root / name for name in listed.splitlines()]
 
 
 def fences(root, document):

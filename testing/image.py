@@ -15,6 +15,11 @@ class Machine:
     pointer: int
 
     @property
+    def processor(self):
+        """As compilers name it."""
+        return self.choose("i686", "x86_64")
+
+    @property
     def address(self):
         """A regular expression for an address as reports write it."""
         return f"[0-9A-F]{{{2 * self.pointer}}}"

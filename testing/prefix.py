@@ -79,11 +79,11 @@ class Prefix:
             path = _entry(path, part)
         return path
 
-    def server(self, *args, timeout=60.0):
+    def server(self, *args):
         """Runs Wine's server for this prefix: "-w" waits until nothing runs in it, "-k" ends what does."""
         subprocess.run(
             [REPO / "scripts" / "lib" / "wineserver", *args],
-            timeout=timeout,
+            timeout=60,
             check=False,
             env={**os.environ, "WINEPREFIX": str(self.path)},
             stdin=subprocess.DEVNULL,

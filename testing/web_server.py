@@ -96,7 +96,7 @@ class Client:
         return head, body, int((head.lower() + b"\r\n").partition(b"content-length: ")[2].partition(b"\r\n")[0] or 0)
 
     def read_request(self):
-        """Reads a whole request and keeps it; returns it, or None if the client hung up before its first byte."""
+        """Reads a request and keeps it; returns it, or None if the client hung up before its body."""
         head, body, length = self.read_head()
         if length is None:
             self.server.requests += [head] if head else []

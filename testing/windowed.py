@@ -2,8 +2,8 @@
 
 TITLE = "Ways to fail"
 
-# The faults of its buttons, in their order.
-READ_NOWHERE, WRITE_NOWHERE, OVERFLOW_STACK = 0, 1, 9
+# Faults, by the places of their buttons.
+WRITE_NOWHERE, OVERFLOW_STACK = 1, 9
 
 # Where the window has its controls, in pixels.
 _MARGIN, _ROW, _COLUMN = 12, 28, 190

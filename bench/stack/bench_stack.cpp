@@ -8,29 +8,10 @@
 #include <string.h>
 
 #include "include/wendax.h"
+#include "testing/cxx/painted_stack.h"
 #include "testing/cxx/report_window.h"
 
 namespace {
-
-constexpr unsigned kPainted = 700 * 1024;
-constexpr unsigned char kPaint = 0xA5;
-
-unsigned char* painted_from;
-
-__attribute__((noinline)) void paint() {
-    volatile unsigned char block[kPainted];
-    for (unsigned i = kPainted; i-- > 0;) // downwards, as the guard page has to be met
-        block[i] = kPaint;
-    painted_from = const_cast<unsigned char*>(block);
-}
-void (*volatile paint_stack)() = paint;
-
-unsigned deepest() {
-    unsigned untouched = 0;
-    while (untouched < kPainted && painted_from[untouched] == kPaint)
-        ++untouched;
-    return kPainted - untouched;
-}
 
 int button;
 
@@ -86,9 +67,7 @@ __attribute__((noinline)) void measure(const Road& road) {
     try {
         faulting();
     } catch (char*) {
-        paint_stack();
-        road.run();
-        printf("%-42s %8u bytes\n", road.name, deepest());
+        printf("%-42s %8u bytes\n", road.name, stack_taken_by(road.run));
         fflush(stdout);
     }
     if (thread) {

@@ -11,9 +11,9 @@
 
 #include "glib/film.h"
 #include "glib/filter_manager.h"
+#include "glib/slide.h"
 #include "testing/cxx/recorded_boxes.h"
 #include "testing/cxx/scratch_folder.h"
-#include "glib/slide.h"
 
 namespace glib {
 
@@ -21,7 +21,7 @@ namespace glib {
 class Section {
 public:
     Section(int width, int height, int bits, bool top_down, const std::vector<uint32_t>& masks_or_palette = {})
-        : height_(height), top_down_(top_down) {
+        : m_height(height), m_top_down(top_down) {
         struct {
             BITMAPINFOHEADER header;
             uint32_t colours[256];
@@ -37,18 +37,18 @@ public:
         void* bits_of_section = nullptr;
         handle = CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS, &bits_of_section,
                                   nullptr, 0);
-        bits_ = static_cast<uint8_t*>(bits_of_section);
-        row_bytes_ = static_cast<int>(row_length(static_cast<uint32_t>(bits), static_cast<uint32_t>(width)));
+        m_bits = static_cast<uint8_t*>(bits_of_section);
+        m_row_bytes = static_cast<int>(row_length(static_cast<uint32_t>(bits), static_cast<uint32_t>(width)));
     }
     ~Section() { DeleteObject(handle); }
-    uint8_t* row(int y) { return bits_ + (top_down_ ? y : height_ - 1 - y) * row_bytes_; }
+    uint8_t* row(int y) { return m_bits + (m_top_down ? y : m_height - 1 - y) * m_row_bytes; }
 
     HBITMAP handle;
 
 private:
-    uint8_t* bits_;
-    int height_, row_bytes_;
-    bool top_down_;
+    uint8_t* m_bits;
+    int m_height, m_row_bytes;
+    bool m_top_down;
 };
 
 // 0xAARRGGBB, from the top left corner of the page's first layer.

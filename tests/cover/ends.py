@@ -6,10 +6,10 @@ import dataclasses
 
 @dataclasses.dataclass(frozen=True)
 class Outcome:
-    """code: by which the program ends, as the report has it; of 32 and of 64 bits where they differ, None where the program
-    goes on. at: the function that the report names
-    with its line; name: how the lines that count are marked in ends_host.cpp. prints: what a program that goes on prints.
-    words: as the table has it. says: how the report's first line goes on behind the code."""
+    """words: as the table has it. code: by which the program ends, as the report has it; of 32 and of 64 bits where they
+    differ, None where the program goes on. at: the function that the report names with its line; name: how the lines that
+    count are marked in ends_host.cpp. prints: what a program that goes on prints. says: how the report's first line goes on
+    behind the code."""
 
     words: str
     code: int | tuple | None
@@ -33,7 +33,6 @@ TERMINATE, PURE_CALL, INVALID_PARAMETER, ABORT = 0xE0575801, 0xE0575802, 0xE0575
 CXX_EXCEPTION = 0xE06D7363
 ACCESS_VIOLATION, STACK_OVERFLOW = 0xC0000005, 0xC00000FD
 
-
 OF_THROW = "report of the throw with type and `what()`"
 THROWN = ', what() "the disk is full"'
 TERMINATED = "the program was ended by std::terminate"
@@ -42,6 +41,13 @@ TERMINATED = "the program was ended by std::terminate"
 def fault(argument, title, code, function, name=None, words=None, says=""):
     outcome = Outcome(words or f"report, {code:08X}", code, function, name or argument, says=says)
     return End(argument, title, outcome, outcome)
+
+
+# By either compiler.
+UNCAUGHT = (
+    Outcome(f"{OF_THROW}, E06D7363", CXX_EXCEPTION, "throw_uncaught", "uncaught", says=THROWN),
+    Outcome(f"{OF_THROW}, E0575801", TERMINATE, "throw_uncaught", "uncaught", says=THROWN),
+)
 
 
 ENDS = (
@@ -69,18 +75,8 @@ ENDS = (
     fault("single-step", "single step", 0x80000004, "single_step"),
     fault("guard-page", "touch of a guard page", 0x80000001, "touch_guard_page"),
     fault("raise", "`RaiseException` with a code of the host's", 0xE0000001, "raise"),
-    End(
-        "uncaught",
-        "uncaught C++ exception",
-        Outcome(f"{OF_THROW}, E06D7363", CXX_EXCEPTION, "throw_uncaught", "uncaught", says=THROWN),
-        Outcome(f"{OF_THROW}, E0575801", TERMINATE, "throw_uncaught", "uncaught", says=THROWN),
-    ),
-    End(
-        "uncaught-thread",
-        "the same on another thread",
-        Outcome(f"{OF_THROW}, E06D7363", CXX_EXCEPTION, "throw_uncaught", "uncaught", says=THROWN),
-        Outcome(f"{OF_THROW}, E0575801", TERMINATE, "throw_uncaught", "uncaught", says=THROWN),
-    ),
+    End("uncaught", "uncaught C++ exception", *UNCAUGHT),
+    End("uncaught-thread", "the same on another thread", *UNCAUGHT),
     fault(
         "noexcept",
         "throw out of `noexcept`",

@@ -8,16 +8,16 @@
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include "wendax.h"
 
 #ifdef _MSC_VER
-#include "tests/cover/microsoft_exception.h"
+#include "testing/cxx/microsoft_exception.h"
 #else
 #include <exception>
 #include <stdexcept>
 #endif
+#include "testing/cxx/faults.h"
 #include "testing/cxx/stack_guard.h"
 
 #define APART __attribute__((noinline))
@@ -230,45 +230,38 @@ APART void create_window() {
     printf("CreateWindow %s\n", created ? "succeeded" : "failed");
 }
 
-struct End {
-    const char* name;
-    void (*volatile commit)();
-};
-
 DWORD WINAPI run(void* end) {
-    static_cast<End*>(end)->commit();
+    reinterpret_cast<void (*)()>(end)();
     return 0;
 }
 
-void on_thread(void (*commit)()) {
-    End end = {"", commit};
-    WaitForSingleObject(CreateThread(nullptr, 0, run, &end, 0, nullptr), INFINITE);
+HANDLE start(void (*end)()) {
+    return CreateThread(nullptr, 0, run, reinterpret_cast<void*>(end), 0, nullptr);
 }
 
 void throw_on_thread() {
-    on_thread(throw_uncaught);
+    WaitForSingleObject(start(throw_uncaught), INFINITE);
 }
 
 volatile LONG ready;
 
 // In turns: what a thread fails by.
 void fail_among_many() {
-    static void (*const kEnds[])() = {write, overflow_stack, give_up, divide};
+    static void (*const kTurns[])() = {write, overflow_stack, give_up, divide};
     const LONG number = InterlockedIncrement(&ready);
     while (ready < 16)
         SwitchToThread();
-    kEnds[number % 4]();
+    kTurns[number % 4]();
 }
 
 void fail_at_once() {
-    End end = {"", fail_among_many};
     HANDLE last = nullptr;
     for (int i = 0; i < 16; ++i)
-        last = CreateThread(nullptr, 0, run, &end, 0, nullptr);
+        last = start(fail_among_many);
     WaitForSingleObject(last, INFINITE);
 }
 
-End ends[] = {
+const Fault kEnds[] = {
     {"read", read},
     {"write", write},
     {"execute", execute},
@@ -304,10 +297,9 @@ End ends[] = {
 int main(int argc, char** argv) {
     setvbuf(stdout, nullptr, _IONBF, 0);
     WendaxCover();
-    for (End& end : ends)
-        if (argc == 2 && strcmp(end.name, argv[1]) == 0) {
-            end.commit();
-            return 0;
-        }
-    return 2;
+    void (*const end)() = argc == 2 ? find_fault(kEnds, argv[1]) : nullptr;
+    if (!end)
+        return 2;
+    end();
+    return 0;
 }

@@ -3,8 +3,6 @@ way, a real dialog, a real message."""
 
 import re
 import signal
-import subprocess
-import sys
 
 import pytest
 
@@ -13,9 +11,9 @@ from testing import report_dialog
 from testing.host import LIBRARY_FILES, Host
 from testing.prefix import WINE
 from testing.processes import REPO, wait_until
+from testing.symbolizer import resolve
 
 SOURCE = (REPO / "tests/cover/ends_host.cpp").read_text("utf-8").splitlines()
-SYMBOLIZE = REPO / "tools/symbolize/symbolize.py"
 
 
 class Scene:
@@ -51,14 +49,10 @@ class Scene:
         """The lines of the trace, of a program without PDB as tools/symbolize resolves them."""
         if program == "ends_host.exe":
             text = message.body.decode("windows-1251")
-        else:
-            path = self.stage.artifacts / "report.eml"
-            path.write_bytes(message.raw)
-            done = subprocess.run(
-                [sys.executable, SYMBOLIZE, path, self.host.folder], capture_output=True, text=True, check=False
-            )
-            text = done.stdout
-        return re.split("\nStack [Tt]race:\n", text)[1].split("\n\n")[0].splitlines()
+            return text.partition("\nStack Trace:\n")[2].partition("\n\n")[0].splitlines()
+        path = self.stage.artifacts / "report.eml"
+        path.write_bytes(message.raw)
+        return resolve(path, self.host.folder)[1]
 
 
 @pytest.fixture(scope="module")
@@ -72,7 +66,7 @@ def lines_of(name):
 
 
 def check_report(trace, outcome):
-    """Function and line are in it, in one of the first frames of the host's own."""
+    """Function and line are in it, in a frame of the host's own."""
     own = [line for line in trace if re.search(r"\bends_host(_gcc)?\.exe\+", line)]
     wanted = rf"(^|[:\s]){re.escape(outcome.at)}(\+0x[0-9A-F]+)? \([^()]*ends_host\.cpp:{lines_of(outcome.name)}\)"
     assert any(re.search(wanted, line) for line in own), (outcome, trace)

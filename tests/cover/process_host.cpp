@@ -10,7 +10,7 @@
 #include "wendax.h"
 
 #ifdef _MSC_VER
-#include "tests/cover/microsoft_exception.h"
+#include "testing/cxx/microsoft_exception.h"
 #else
 #include <exception>
 #include <stdexcept>

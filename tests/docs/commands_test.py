@@ -6,7 +6,9 @@ import xml.etree.ElementTree
 
 import pytest
 
-from testing.documents import fences
+from testing.compilers import clang
+from testing.documents import fences, tracked
+from testing.image import X64, X86
 from testing.processes import REPO
 
 LANGUAGES = {"sh", "bat", "c", "cpp", "cmake", "xml", "mermaid", "text"}
@@ -21,26 +23,19 @@ READERS = """#include <windows.h>
 RUN, WORK = "void run_the_program(void);\n", "void work(void);\n"
 
 
-def compiler(processor, macro, language):
+def compiler(machine, language):
     return [
-        *("clang-19", f"--target={processor}-pc-windows-msvc", "-nostdlibinc", f"-isystem{REPO}/crt/include"),
-        *(f"-isystem/usr/{processor}-w64-mingw32/include", "-fgnuc-version=12.2", f"-D{macro}=1"),
-        *("-D__declspec=__declspec", "-fexceptions", "-fasync-exceptions", "-DWINVER=0x0600"),
+        *(*clang(machine), "-DWINVER=0x0600"),
         *(("-fcxx-exceptions", "-xc++", "-std=c++17") if language == "cpp" else ("-xc", "-std=c11")),
         *("-Wall", "-Wextra", "-Werror", "-Wno-unused-function", "-fsyntax-only"),
         *(f"-I{REPO}/include", f"-I{REPO}/companions/faultkit", f"-I{REPO}", "-"),
     ]
 
 
-WIDTHS = {"32 bits": ("i686", "_X86_"), "64 bits": ("x86_64", "_AMD64_")}
+WIDTHS = {"32 bits": X86, "64 bits": X64}
 
 
-def all_fences():
-    names = subprocess.run(["git", "ls-files", "*.md"], cwd=REPO, text=True, capture_output=True, check=True).stdout
-    return [fence for name in names.split() for fence in fences(REPO, REPO / name)]
-
-
-FENCES = all_fences()
+FENCES = [fence for document in tracked(REPO) for fence in fences(REPO, document)]
 CODE = [fence for fence in FENCES if fence.language in ("c", "cpp")]
 
 
@@ -80,23 +75,22 @@ def test_list_of_commands_names_each_block():
 
 
 def test_no_command_stands_outside_of_a_block():
-    names = subprocess.run(["git", "ls-files", "*.md"], cwd=REPO, text=True, capture_output=True, check=True).stdout
     command = re.compile(r"(?: {4,}|\t)(?:\$ |scripts/|tools/|examples/|cmake |python|php |vcpkg |sudo |apt)")
     found = [
-        f"{name}:{number}"
-        for name in names.split()
-        for number, line in enumerate((REPO / name).read_text("utf-8").splitlines(), 1)
+        f"{document.relative_to(REPO)}:{number}"
+        for document in tracked(REPO)
+        for number, line in enumerate(document.read_text("utf-8").splitlines(), 1)
         if command.match(line)
     ]
     assert found == []
 
 
-@pytest.mark.parametrize("width", WIDTHS.values(), ids=WIDTHS)
+@pytest.mark.parametrize("machine", WIDTHS.values(), ids=WIDTHS)
 @pytest.mark.parametrize("fence", CODE, ids=[fence.document for fence in CODE])
-def test_code_compiles(fence, width):
+def test_code_compiles(fence, machine):
     source = program_of(fence.text)
     done = subprocess.run(
-        compiler(*width, fence.language), input=source, text=True, capture_output=True, timeout=120, check=False
+        compiler(machine, fence.language), input=source, text=True, capture_output=True, timeout=120, check=False
     )
     assert (done.returncode, done.stderr) == (0, ""), done.stderr + source
 

@@ -6,25 +6,13 @@ import subprocess
 from testing import documents
 from testing.processes import REPO
 
-FOLDERS = """
-base bench capture cmake companions compose crt docs examples fuzz glib include mfc net packaging report resources scripts
-sysinfo tests tools win
-""".split()
-
-# Written for the top of the zip; the package's test follows its links.
-ELSEWHERE = REPO / "packaging/README.md"
-
-
-def all_documents():
-    # Not even looked into: build, where other tests make and remove folders meanwhile.
-    folders = [path for path in REPO.iterdir() if path.is_dir() and path.name != "build"]
-    found = [*REPO.glob("*.md"), *(path for folder in folders for path in folder.rglob("*.md"))]
-    return [path for path in found if path != ELSEWHERE]
+# One is written for the top of the zip; the package's test follows its links.
+DOCUMENTS = [path for path in documents.tracked(REPO) if path != REPO / "packaging/README.md"]
 
 
 def test_links_lead_somewhere():
-    assert len(all_documents()) > 10
-    assert documents.broken_links(REPO, all_documents()) == []
+    assert len(DOCUMENTS) > 10
+    assert documents.broken_links(REPO, DOCUMENTS) == []
 
 
 def test_what_is_drawn_from_sources_and_expectations_is_drawn_from_those_of_today():
@@ -33,10 +21,11 @@ def test_what_is_drawn_from_sources_and_expectations_is_drawn_from_those_of_toda
 
 
 def test_files_that_are_named_exist():
+    folders = {path.name for path in REPO.iterdir() if path.is_dir() and path.name != "build"}
     missing = []
-    for document in all_documents():
+    for document in DOCUMENTS:
         for name in re.findall(r"`([\w./-]+/[\w.-]+\.(?:h|c|cpp|py|md|txt|cmake))`", document.read_text("utf-8")):
-            if name.partition("/")[0] in FOLDERS and not (REPO / name).exists():
+            if name.partition("/")[0] in folders and not (REPO / name).exists():
                 missing.append(f"{document.relative_to(REPO)}: {name}")
     assert missing == []
 

@@ -4,21 +4,22 @@ import re
 import shutil
 import struct
 import subprocess
-import sys
 
 import pytest
 
 from testing import report_dialog
+from testing.compilers import gcc
 from testing.host import LIBRARY_FILES, Host
 from testing.image import X86
 from testing.processes import REPO
 from testing.product import MACHINE
+from testing.symbolizer import resolve
 
 ACCESS_VIOLATION, DIVISION_BY_ZERO = "C0000005", "C0000094"
 
 
 def codes_in(message):
-    """The exception codes of the fault's description, which follows the last of the system text's captions."""
+    """The exception codes that the message names."""
     return re.findall(rb"\b(C00000[0-9A-F]{2})\b", message.body)
 
 
@@ -95,9 +96,8 @@ def test_host_in_plain_c_reports_its_fault(scene):
 def test_host_in_plain_c_built_by_gcc_does_the_same(scene, stage):
     program = stage.artifacts / "c_host_gcc.exe"
     library = stage.product("Wendax.dll").parent.parent / "lib" / "Wendax.lib"
-    compiler = stage.machine.choose("i686", "x86_64") + "-w64-mingw32-gcc-posix"
     source = [f"-I{REPO}/include", REPO / "examples/c-host/c_host.c", library]
-    subprocess.run([compiler, "-Wall", "-Wextra", "-Werror", *source, "-o", program], check=True)
+    subprocess.run([*gcc(MACHINE), "-Wall", "-Wextra", "-Werror", *source, "-o", program], check=True)
     process = scene.start("c_host.exe", exe=program)
     message = scene.open_report()
     assert_describes(message, ACCESS_VIOLATION)
@@ -111,14 +111,13 @@ def test_host_in_plain_c_built_by_gcc_does_the_same(scene, stage):
 @pytest.mark.skipif(MACHINE is X86, reason="the distribution's Rust makes programs of 64 bits for Windows")
 class TestRust:
     def reported(self, scene, *args):
-        """(code by which it ends, the trace with functions and lines) of the host in Rust."""
+        """(code by which the host in Rust ends, its report with functions and lines)."""
         process = scene.start("rust_host.exe", *args)
         message = scene.open_report()
         code = process.wait_family()
         report = scene.stage.artifacts / "report.eml"
         report.write_bytes(message.raw)
-        command = [sys.executable, REPO / "tools/symbolize/symbolize.py", report, scene.host.folder]
-        return code, subprocess.run(command, text=True, capture_output=True, check=False).stdout
+        return code, resolve(report, scene.host.folder)[2]
 
     def test_fault_is_reported_with_function_and_line(self, scene):
         code, text = self.reported(scene)

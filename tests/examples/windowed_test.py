@@ -1,11 +1,15 @@
 """The windowed example, used with the pointer: every button, both reports."""
 
+import re
+
 import pytest
 
 from testing import report_dialog, windowed
 from testing.host import LIBRARY_FILES, Host
+from testing.processes import WaitTimeout
 
-CODES = ("C0000005", "C0000005", "C0000005", "C0000094", None, "C000008E", "C000001D", "C0000096", "80000003")
+# Of an overflowing division Wine has the code of one by zero.
+CODES = ("C0000005", "C0000005", "C0000005", "C0000094", "C000009[45]", "C000008E", "C000001D", "C0000096", "80000003")
 
 pytestmark = pytest.mark.timeout(600)
 
@@ -33,13 +37,12 @@ def example(stage):
 
 
 def test_each_fault_becomes_a_report_and_the_program_goes_on(example, stage):
-    for count, (number, code) in enumerate(enumerate(CODES), 1):
+    for number, code in enumerate(CODES):
         example.commit(number)
         report_dialog.press(example.screen, "Open Error Report")
-        body = example.host.wait_messages(count)[-1].body
+        body = example.host.wait_messages(number + 1)[-1].body
         report_dialog.wait_closed(example.screen)
-        if code:
-            assert code.encode() in body, f"fault {number}"
+        assert re.search(code.encode(), body), f"fault {number}"
     example.screen.screenshot(stage.artifacts / "window.png")
     example.close()
 
@@ -76,5 +79,5 @@ def test_stack_overflow_is_reported(example):
     example.commit(windowed.OVERFLOW_STACK)
     try:
         report_dialog.wait(example.screen, 20)
-    except Exception as timeout:
+    except WaitTimeout as timeout:
         raise AssertionError("no dialog") from timeout

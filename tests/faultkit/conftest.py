@@ -14,6 +14,7 @@ class Describer:
 
     FILES = ("describe_host.exe", "faultkit.dll", "fault_guest.dll")
     PDBS = ("describe_host.pdb", "fault_guest.pdb")
+    TELLING = ("telling_host.exe", "faultkit.dll")
 
     def __init__(self, stage):
         self.stage = stage
@@ -39,3 +40,14 @@ class Describer:
 @pytest.fixture
 def describer(stage):
     return Describer(stage)
+
+
+@pytest.fixture
+def teller(describer):
+    """teller(command...): the Description of the fault that telling_host ends with."""
+
+    def tell(*commands, pdbs=True, folder=None, env=None):
+        folder = folder or describer.folder(*describer.TELLING, *(("telling_host.pdb",) if pdbs else ()))
+        return describer.describe_one(*commands, folder=folder, host="telling_host.exe", env=env)
+
+    return tell

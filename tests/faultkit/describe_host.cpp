@@ -1,9 +1,9 @@
 // A host that faults on request and prints what faultkit.dll beside it says, in the form of a report's fault text.
 //
-// usage: describe_host [--thread | --threads N] [--options BITS] [--dump PATH] [--pointers KIND] [--ask-again]
+// usage: describe_host [--thread | --race] [--options BITS] [--dump PATH] [--pointers KIND] [--ask-again]
 // [--vectored] FAULT...
 //   --thread    the faults happen on a second thread, whose stack has 1 MB
-//   --threads   they happen on N threads at the same time, and nothing is printed but each thread's end
+//   --race      they happen on four threads at the same time, and each prints only how many were described to it
 //   --options   the option bits of the stack trace, 15 if not given
 //   --dump      writes a minidump of each fault, too
 //   --pointers  hands over worse exception pointers than it got: null, wild, guarded (on a page that must not be
@@ -176,49 +176,47 @@ void __cdecl translate_to_pointers(unsigned, EXCEPTION_POINTERS* pointers) {
 
 DWORD WINAPI racing_thread(void*) {
     _set_se_translator(translate_to_pointers);
+    int described = 0;
     for (int i = 0; i < fault_count; ++i) {
         try {
             commit(faults[i]);
         } catch (EXCEPTION_POINTERS* pointers) {
             describe_quietly(pointers);
+            ++described;
         }
     }
-    printf("thread ends\n");
+    printf("%d described\n", described);
     fflush(nullptr);
     return 0;
 }
 
-HANDLE start_thread(DWORD(WINAPI* function)(void*)) {
-    return CreateThread(nullptr, 1024 * 1024, function, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
-}
-
-void run_threads(unsigned count, DWORD(WINAPI* function)(void*)) {
-    HANDLE threads[8];
-    for (unsigned i = 0; i < count; ++i)
-        threads[i] = start_thread(function);
-    WaitForMultipleObjects(count, threads, TRUE, INFINITE);
-    for (unsigned i = 0; i < count; ++i)
-        CloseHandle(threads[i]);
+template <unsigned Count>
+void run_threads(DWORD(WINAPI* function)(void*)) {
+    HANDLE threads[Count];
+    for (HANDLE& thread : threads)
+        thread = CreateThread(nullptr, 1024 * 1024, function, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    WaitForMultipleObjects(Count, threads, TRUE, INFINITE);
+    for (HANDLE thread : threads)
+        CloseHandle(thread);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    unsigned thread_count = 0;
-    bool race = false;
+    void (*run)() = run_faults;
     int i = 1;
     for (; i < argc && strncmp(argv[i], "--", 2) == 0; ++i) {
         const char* const option = argv[i] + 2;
         if (strcmp(option, "thread") == 0)
-            thread_count = 1;
+            run = [] { run_threads<1>(thread_main); };
+        else if (strcmp(option, "race") == 0)
+            run = [] { run_threads<4>(racing_thread); };
         else if (strcmp(option, "ask-again") == 0)
             asks_again = true;
         else if (strcmp(option, "vectored") == 0)
             AddVectoredExceptionHandler(1, describe_first);
         else if (++i == argc)
             return 2;
-        else if (strcmp(option, "threads") == 0)
-            race = (thread_count = static_cast<unsigned>(atoi(argv[i]))) <= 8;
         else if (strcmp(option, "options") == 0)
             options = static_cast<unsigned>(atoi(argv[i]));
         else if (strcmp(option, "dump") == 0)
@@ -230,9 +228,6 @@ int main(int argc, char** argv) {
     }
     faults = argv + i;
     fault_count = argc - i;
-    if (thread_count)
-        run_threads(thread_count, race ? racing_thread : thread_main);
-    else
-        run_faults();
+    run();
     return 0;
 }

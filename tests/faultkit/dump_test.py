@@ -3,19 +3,14 @@
 import re
 import struct
 import subprocess
-import sys
 
 import pytest
+import report
 
-from testing.processes import REPO
 from testing.product import MACHINE
 
-sys.path.insert(0, str(REPO / "tools" / "symbolize"))
-
-import report  # noqa: E402
-
 ADDRESS = MACHINE.choose("<I", "<Q")
-THREADS, MODULES, EXCEPTION, SYSTEM = 3, 4, 6, 7  # kinds of stream
+THREADS, EXCEPTION = 3, 6  # kinds of stream
 
 
 class Minidump:
@@ -57,12 +52,12 @@ class Minidump:
         return found
 
 
-def dump_of(describer, *faults, args=()):
-    """(Description, path of the dump) of the last fault."""
+def dump_of(describer, *args):
+    """(Description, path of the dump) of the fault."""
     folder = describer.folder(*describer.FILES)
-    descriptions = describer.describe(*args, "--dump", "fault.dmp", *faults, folder=folder)
-    assert descriptions[-1].after == ["--- dump 1 error 0"]
-    return descriptions[-1], folder / "fault.dmp"
+    description = describer.describe_one("--dump", "fault.dmp", *args, folder=folder)
+    assert description.after == ["--- dump 1 error 0"]
+    return description, folder / "fault.dmp"
 
 
 @pytest.mark.parametrize("fault, code", {"write": 0xC0000005, "divide": 0xC0000094}.items(), ids=("write", "divide"))
@@ -125,7 +120,7 @@ def test_replaces_what_is_there(describer):
 
 def test_names_the_faulting_thread_when_another_one_writes_it(describer):
     # With its stack nearly used up, the faulting thread has the dump written for it.
-    description, path = dump_of(describer, "little-stack", args=["--thread"])
+    description, path = dump_of(describer, "--thread", "little-stack")
     thread, code, _ = Minidump(path.read_bytes()).exception
     assert code == 0xC0000005
     assert f"Thread: {thread:08X}" in description.reason
@@ -140,5 +135,5 @@ def test_failure_leaves_no_file_and_says_why(describer, path, error):
 
 
 def test_without_pointers_there_is_a_dump_without_a_fault(describer):
-    _, path = dump_of(describer, "write", args=["--pointers", "null"])
+    _, path = dump_of(describer, "--pointers", "null", "write")
     assert EXCEPTION not in Minidump(path.read_bytes()).streams

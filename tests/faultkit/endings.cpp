@@ -1,24 +1,7 @@
 #include "tests/faultkit/endings.h"
 
 #include "testing/cxx/faults.h"
-
-// As the runtimes of Visual C++ lay it out.
-namespace std {
-class exception {
-public:
-    explicit exception(const char* text) : m_text(text), m_owned(false) {}
-    virtual ~exception() {}
-    virtual const char* what() const { return m_owned ? "" : m_text; }
-
-private:
-    const char* m_text;
-    bool m_owned;
-};
-class runtime_error : public exception {
-public:
-    using exception::exception;
-};
-} // namespace std
+#include "testing/cxx/microsoft_exception.h"
 
 namespace {
 

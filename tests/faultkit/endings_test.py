@@ -6,7 +6,6 @@ import pytest
 
 from testing.prefix import WINE
 
-HOST = ("telling_host.exe", "faultkit.dll", "telling_host.pdb")
 ENDINGS = {
     "terminate": "std::terminate (E0575801): the program was ended by std::terminate, "
     'type std::runtime_error, what() "the disk is full"',
@@ -19,15 +18,6 @@ ENDINGS = {
 }
 
 
-@pytest.fixture
-def ended(describer):
-    def end(ending):
-        folder = describer.folder(*HOST)
-        return describer.describe_one("fault", ending, folder=folder, host="telling_host.exe")
-
-    return end
-
-
 # The newer Wine notes another frame for what is raised: the frame of what threw is lost.
 frames_are_lost = pytest.mark.xfail(
     WINE == "newer", strict=True, raises=AssertionError, reason="Wine 10 notes another frame for what is raised"
@@ -35,13 +25,13 @@ frames_are_lost = pytest.mark.xfail(
 
 
 @pytest.mark.parametrize("ending", ENDINGS)
-def test_end_is_put_in_words_with_what_the_runtime_knew(ended, ending):
-    assert ended(ending).reason[0] == ENDINGS[ending]
+def test_end_is_put_in_words_with_what_the_runtime_knew(teller, ending):
+    assert teller("fault", ending).reason[0] == ENDINGS[ending]
 
 
 @frames_are_lost
-def test_thrown_exception_has_its_type_and_what_it_says(ended):
-    description = ended("throw-derived")
+def test_thrown_exception_has_its_type_and_what_it_says(teller):
+    description = teller("fault", "throw-derived")
     assert re.fullmatch(
         r'C\+\+ exception \(E06D7363\): thrown by throw, type \.\?AVFileError@\S+@@, what\(\) "cannot open "a\.bmp"\?"',
         description.reason[0],
@@ -49,16 +39,16 @@ def test_thrown_exception_has_its_type_and_what_it_says(ended):
     assert "throw_derived" in description.functions
 
 
-def test_thrown_text_is_shown(ended):
+def test_thrown_text_is_shown(teller):
     assert re.fullmatch(
         r'C\+\+ exception \(E06D7363\): thrown by throw, type \.PE?AD, text "out of cheese"',
-        ended("throw-text").reason[0],
+        teller("fault", "throw-text").reason[0],
     )
 
 
 @frames_are_lost
-def test_end_by_an_exception_shows_the_stack_of_its_throw(ended):
-    description = ended("terminate-throw")
+def test_end_by_an_exception_shows_the_stack_of_its_throw(teller):
+    description = teller("fault", "terminate-throw")
     assert re.fullmatch(
         r"std::terminate \(E0575801\): the program was ended by std::terminate, type \.\?AVFileError@\S+@@, "
         r'what\(\) "cannot open "a\.bmp"\?"',

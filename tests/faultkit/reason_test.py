@@ -83,7 +83,7 @@ class TestReason:
         description = describer.describe_one("software")
         assert description.reason[0] == f"exception (E0001234), parameters {NULL[2:]}11 {NULL[2:]}22"
 
-    def test_fault_on_a_second_thread_names_another_thread(self, describer):
+    def test_fault_on_a_second_thread_has_the_stack_of_that_thread(self, describer):
         first, second = describer.describe_one("write"), describer.describe_one("--thread", "write")
         assert second.reason[0] == WRITTEN
         assert "thread_main" in second.functions
@@ -112,9 +112,9 @@ class TestReason:
         )
         assert re.search(r"\nMXCSR [0-9A-F]{8}", text)
 
-    def test_reason_fits_into_its_share_of_a_report(self, describer):
-        for description in describer.describe("write", "unloaded", "float"):
-            assert len("\n".join(description.reason)) < 12 * 1024
+    @pytest.mark.parametrize("fault", ("write", "unloaded", "float"))
+    def test_reason_fits_into_its_share_of_a_report(self, describer, fault):
+        assert len("\n".join(describer.describe_one(fault).reason)) < 12 * 1024
 
 
 class TestModules:

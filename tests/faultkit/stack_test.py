@@ -148,9 +148,11 @@ class TestRandomDescents:
 
     SEEDS = range(1, 26)
 
-    def check(self, describer, pdbs):
-        seeds = [f"descent-{seed}" for seed in self.SEEDS]
-        for description in describer.describe(*seeds, pdbs=pdbs):
+    @pytest.mark.parametrize("pdbs", (False, True), ids=("as released", "with PDBs"))
+    def test_every_frame_is_there_and_no_other(self, describer, pdbs):
+        descriptions = describer.describe(*(f"descent-{seed}" for seed in self.SEEDS), pdbs=pdbs)
+        assert len(descriptions) == len(self.SEEDS)
+        for description in descriptions:
             truth = description.truth
             assert len(truth) > 10, description.fault
             found = [
@@ -160,12 +162,6 @@ class TestRandomDescents:
             ]
             # The faulting instruction comes first; behind the truth are the frames that commit the fault.
             assert found[1 : len(truth) + 1] == truth, description.fault
-
-    def test_release_host_without_pdbs_gives_every_frame_and_no_other(self, describer):
-        self.check(describer, pdbs=False)
-
-    def test_host_with_pdbs_gives_every_frame_and_no_other(self, describer):
-        self.check(describer, pdbs=True)
 
 
 @pytest.mark.parametrize("variable", ("_NT_SYMBOL_PATH", "_NT_ALTERNATE_SYMBOL_PATH"))

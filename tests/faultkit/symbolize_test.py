@@ -7,21 +7,16 @@ import re
 import shutil
 import struct
 import subprocess
-import sys
 
+import images
+import pdbs
 import pytest
+import report
 
 from testing.image import Image
-from testing.processes import REPO
+from testing.symbolizer import resolve
 from describing import FRAME, short
 
-sys.path.insert(0, str(REPO / "tools" / "symbolize"))
-
-import images  # noqa: E402
-import pdbs  # noqa: E402
-import report  # noqa: E402
-
-TOOL = REPO / "tools" / "symbolize" / "symbolize.py"
 OWN = ("describe_host.exe", "fault_guest.dll")
 
 
@@ -39,13 +34,6 @@ def places(lines):
         )
         for match in matches
     ]
-
-
-def resolve(path, *folders):
-    """(exit code, lines of the trace, whole output) of the tool."""
-    done = subprocess.run([sys.executable, TOOL, path, *folders], capture_output=True, text=True, check=False)
-    trace = done.stdout.partition("\nStack trace:\n")[2].partition("\n\n")[0].splitlines()
-    return done.returncode, trace, done.stdout + done.stderr
 
 
 @pytest.fixture

@@ -12,12 +12,13 @@
 //   stuck               from now on no registers of a thread that was started can be had, but for those of kind free
 //   text PATH           writes the text file as well
 //   text-alone PATH     writes nothing but the text file
+//   bad-pointers        hands pointers that can't be read to the text file
 //   dump PATH           writes a minidump as well
 //   by another          has the fault described by another thread, and prints which one has failed
 //   left BYTES          puts the end of the stack where so much of it is left for what describes the fault
-//   fault NAME          fails; what faultkit.dll says is printed, and the host ends. NAME is one of
-//   testing/cxx/faults.cpp
-//                       or of endings.cpp
+//   fault NAME          fails by one of testing/cxx/faults.cpp or endings.cpp; what faultkit.dll says is printed, and
+//   the
+//                       host ends
 //   again COUNT         fails COUNT times and goes on, and prints how often a reason came that tells of other threads
 #include <windows.h>
 #include <stdio.h>
@@ -47,7 +48,7 @@ struct Faultkit {
 Faultkit kit;
 const char* text_path;
 const char* dump_path;
-bool text_alone, by_another;
+bool text_alone, bad_pointers, by_another;
 const char* fault;
 
 template <class Function>
@@ -66,8 +67,8 @@ void load() {
     look_up("AddFaultNote", &kit.note);
 }
 
-const char* bad_pointer() {
-    return reinterpret_cast<const char*>(0x1001);
+char* bad_pointer() {
+    return reinterpret_cast<char*>(0x1001);
 }
 
 void set_value(const char* key, const char* text) {
@@ -126,7 +127,8 @@ DWORD WINAPI describe_pointers(void* data) {
             printf("%s\n", line);
     }
     if (text_path) {
-        const int written = kit.text(text_path, pointers);
+        const int written =
+            kit.text(text_path, bad_pointers ? reinterpret_cast<EXCEPTION_POINTERS*>(bad_pointer()) : pointers);
         printf("--- text %d error %lu\n", written, written ? 0 : GetLastError());
     }
     if (dump_path)
@@ -183,6 +185,10 @@ int main(int argc, char** argv) {
             keep_registers_back(kit.module);
             continue;
         }
+        if (strcmp(command, "bad-pointers") == 0) {
+            bad_pointers = true;
+            continue;
+        }
         ++i;
         if (strcmp(command, "value") == 0) {
             set_value(first, second);
@@ -212,6 +218,9 @@ int main(int argc, char** argv) {
             fail_again(static_cast<unsigned>(atoi(first)));
         } else if (strcmp(command, "fault") == 0) {
             fail(first);
+        } else {
+            printf("unknown command: %s\n", command);
+            return 2;
         }
         fflush(stdout);
     }

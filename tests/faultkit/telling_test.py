@@ -3,27 +3,11 @@
 import datetime
 import re
 import shutil
-import subprocess
-import sys
 
 import pytest
 
-from testing.processes import REPO
 from testing.product import MACHINE
-
-TOOL = REPO / "tools" / "symbolize" / "symbolize.py"
-HOST = ("telling_host.exe", "faultkit.dll")
-
-
-@pytest.fixture
-def teller(describer):
-    """teller(command...): the Description of the fault that telling_host ends with."""
-
-    def tell(*commands, pdbs=True, folder=None, env=None):
-        folder = folder or describer.folder(*HOST, *(("telling_host.pdb",) if pdbs else ()))
-        return describer.describe_one(*commands, folder=folder, host="telling_host.exe", env=env)
-
-    return tell
+from testing.symbolizer import resolve
 
 
 @pytest.fixture
@@ -31,7 +15,7 @@ def answers(describer, stage):
     """answers(command...): what telling_host answers to each, without a fault."""
 
     def ask(*commands):
-        folder = describer.folder(*HOST)
+        folder = describer.folder(*describer.TELLING)
         return stage.wine().run(folder / "telling_host.exe", *commands, cwd=folder).text.splitlines()
 
     return ask
@@ -171,7 +155,7 @@ class TestNotes:
 
     @pytest.mark.timeout(300)
     def test_last_64_notes_of_eight_threads_at_full_speed_are_whole_and_in_order(self, describer, teller):
-        folder = describer.folder(*HOST)
+        folder = describer.folder(*describer.TELLING)
         teller("flood", "20000", "text", "t.txt", "fault", "write", folder=folder)
         text = (folder / "t.txt").read_text("windows-1252")
         assert f"\n... {8 * 20000 - 64} earlier notes\n" in text
@@ -207,15 +191,15 @@ class TestFit:
         assert {"telling_host.exe", "faultkit.dll"} <= set(listed)
 
     def test_threads_give_way_to_the_programs_own_modules_and_these_to_values_and_notes(self, teller, describer):
-        folder = describer.folder(*HOST, "fault_guest.dll")
+        folder = describer.folder(*describer.TELLING, "fault_guest.dll")
         own = [f"own{number:02}.dll" for number in range(40)]
         for name in own:
             shutil.copy(folder / "fault_guest.dll", folder / name)
         loads = [word for name in own for word in ("load", name)]
-        values = [word for number in range(32) for word in ("value", f"key {number}", f"{number} " + "v" * 110)]
+        told = values(*((f"key {number}", f"{number} " + "v" * 110) for number in range(32)))
         notes = [word for number in range(20) for word in ("note", f"{number} " + "n" * 150)]
         threads = ["thread", "wait"] * 12
-        description = teller(*loads, *values, *notes, *threads, "fault", "write", folder=folder)
+        description = teller(*loads, *told, *notes, *threads, "fault", "write", folder=folder)
         assert len(lines(description, "Value key ")) == 32
         assert 1800 < len("\n".join(lines(description, "Note "))) <= 2048
         listed = {name.partition(" | ")[0] for name in description.modules()}
@@ -244,7 +228,7 @@ class TestText:
         """write(command...): the Description, and the text in the file."""
 
         def written(*commands, pdbs=False, fault="write"):
-            folder = describer.folder(*HOST, *(("telling_host.pdb",) if pdbs else ()))
+            folder = describer.folder(*describer.TELLING, *(("telling_host.pdb",) if pdbs else ()))
             description = teller(*commands, "text", "t.txt", "fault", fault, folder=folder)
             assert description.after == ["--- text 1 error 0"]
             return description, (folder / "t.txt").read_bytes().decode("windows-1252")
@@ -265,11 +249,13 @@ class TestText:
 
     def test_deep_stack_of_the_fault_is_whole(self, write):
         _, text = write(pdbs=True, fault="deep-write")
-        assert text.count("descend") > 500
+        stack = text.partition("\n\nStack Trace:\n")[2].partition("\n\n")[0]
+        assert stack.count("::descend+") == 1001
+        assert "more frames" not in stack
 
     @pytest.mark.parametrize("left", (8, 32))
     def test_thread_that_has_used_up_its_stack_has_it_written_too(self, describer, left):
-        folder = describer.folder(*HOST)
+        folder = describer.folder(*describer.TELLING)
         done = describer.stage.wine().run(
             folder / "telling_host.exe",
             *("thread", "wait", "left", left * 1024, "text-alone", "t.txt", "fault", "overflow"),
@@ -286,16 +272,19 @@ class TestText:
         _, text = write("thread", "spin")
         folder = describer.folder("telling_host.pdb")
         (folder / "t.txt").write_text(text, "windows-1252")
-        command = [sys.executable, TOOL, folder / "t.txt", folder]
-        done = subprocess.run(command, capture_output=True, text=True, check=False)
-        assert done.returncode == 0, done.stdout + done.stderr
-        assert "write_null" in done.stdout.partition("\nStack trace:\n")[2].partition("\n\n")[0]
-        others = done.stdout.partition("\nOther threads: 1\n")[2]
-        assert re.search(r"^Thread [0-9A-F]{8}:\n[^\n]*spin", others), done.stdout
+        code, trace, output = resolve(folder / "t.txt", folder)
+        assert code == 0, output
+        assert any("write_null" in frame for frame in trace)
+        others = output.partition("\nOther threads: 1\n")[2]
+        assert re.search(r"^Thread [0-9A-F]{8}:\n[^\n]*spin", others), output
 
     def test_bad_path_and_pointers_are_refused_with_a_reason(self, describer, teller):
-        folder = describer.folder(*HOST)
-        for path, error in (("", 87), ("no\\such\\folder\\t.txt", 3)):
-            description = teller("text", path, "fault", "write", folder=folder)
+        folder = describer.folder(*describer.TELLING)
+        for error, *commands in (
+            (87, "text", ""),
+            (3, "text", "no\\such\\folder\\t.txt"),
+            (87, "bad-pointers", "text", "t.txt"),
+        ):
+            description = teller(*commands, "fault", "write", folder=folder)
             assert description.after == [f"--- text 0 error {error}"]
-        assert sorted(file.name for file in folder.iterdir()) == sorted(HOST)
+        assert sorted(file.name for file in folder.iterdir()) == sorted(describer.TELLING)

@@ -8,17 +8,20 @@ import pytest
 from dump_test import Minidump
 from testing.product import MACHINE
 
-HOST = ("telling_host.exe", "faultkit.dll", "telling_host.pdb")
+
+@pytest.fixture
+def folder(describer):
+    """Where telling_host lies, its PDB beside it."""
+    return describer.folder(*describer.TELLING, "telling_host.pdb")
 
 
 @pytest.fixture
-def told(describer):
+def told(teller):
     """told(kind...): (the blocks of the other threads, without "Thread NUMBER:"; the Description)."""
 
     def tell(*kinds, more=()):
-        folder = describer.folder(*HOST)
         threads = [word for kind in kinds for word in ("thread", kind)]
-        description = describer.describe_one(*threads, *more, "fault", "write", folder=folder, host="telling_host.exe")
+        description = teller(*threads, *more, "fault", "write")
         text = "\n".join(description.reason)
         if "\nOther threads: " not in text:
             return [], description
@@ -85,10 +88,8 @@ def test_behind_three_threads_that_can_not_be_stopped_the_next_one_is_there(told
     assert "::spin+" in blocks[3]
 
 
-def test_thread_that_runs_on_is_shown_as_it_was_at_one_moment(describer):
-    folder = describer.folder(*HOST)
-    threads = ["thread", "alternate"] * 12
-    describer.describe_one(*threads, "text", "t.txt", "fault", "write", folder=folder, host="telling_host.exe")
+def test_thread_that_runs_on_is_shown_as_it_was_at_one_moment(teller, folder):
+    teller(*["thread", "alternate"] * 12, "text", "t.txt", "fault", "write", folder=folder)
     whole = (folder / "t.txt").read_text("windows-1252").partition("\nOther threads: 12\n")[2]
     blocks = re.split(r"^Thread [0-9A-F]{8}:\n", whole, flags=re.M)[1:]
     stacks = [re.findall(r"::(left|right)_(\d)\+", block) for block in blocks]
@@ -109,8 +110,7 @@ def test_thread_that_holds_the_heap_for_a_while_only_delays_the_text(told):
 
 @pytest.mark.timeout(300)
 @pytest.mark.parametrize("kind", ("heap", "loader"))
-def test_threads_that_take_the_locks_of_heap_and_loader_all_the_time_never_hold_it_up(describer, stage, kind):
-    folder = describer.folder(*HOST)
+def test_threads_that_take_the_locks_of_heap_and_loader_all_the_time_never_hold_it_up(stage, folder, kind):
     done = stage.wine().run(
         folder / "telling_host.exe", "thread", kind, "thread", kind, "again", "20", cwd=folder, limit=90
     )
@@ -118,12 +118,9 @@ def test_threads_that_take_the_locks_of_heap_and_loader_all_the_time_never_hold_
 
 
 @pytest.mark.timeout(120)
-def test_sixteen_threads_are_shown_as_far_as_there_is_space_and_all_in_the_file(describer):
-    folder = describer.folder(*HOST)
+def test_sixteen_threads_are_shown_as_far_as_there_is_space_and_all_in_the_file(teller, folder):
     threads = [word for kind in ("wait", "spin", "deep", "suspended") * 4 for word in ("thread", kind)]
-    description = describer.describe_one(
-        *threads, "text", "t.txt", "fault", "write", folder=folder, host="telling_host.exe"
-    )
+    description = teller(*threads, "text", "t.txt", "fault", "write", folder=folder)
     text = "\n".join(description.reason)
     assert "Other threads: 16" in description.reason
     shown = len(re.findall("^Thread [0-9A-F]{8}:", text, re.M))
@@ -137,13 +134,9 @@ def test_sixteen_threads_are_shown_as_far_as_there_is_space_and_all_in_the_file(
         assert sum(function in block for block in blocks) == count, function
 
 
-def test_fault_that_another_thread_describes_is_told_of_the_thread_that_failed(describer):
-    folder = describer.folder(*HOST)
-    description = describer.describe_one(
-        *("thread", "wait", "by", "another", "text", "t.txt", "dump", "fault.dmp", "fault", "write"),
-        folder=folder,
-        host="telling_host.exe",
-    )
+def test_fault_that_another_thread_describes_is_told_of_the_thread_that_failed(teller, folder):
+    files = ("text", "t.txt", "dump", "fault.dmp")
+    description = teller("thread", "wait", "by", "another", *files, "fault", "write", folder=folder)
     number = description.after[-1].removeprefix("--- thread ")
     text = (folder / "t.txt").read_text("windows-1252")
     for told in ("\n".join(description.reason), text):
@@ -159,10 +152,8 @@ def test_fault_that_another_thread_describes_is_told_of_the_thread_that_failed(d
 
 
 @pytest.mark.timeout(120)
-def test_of_more_than_64_threads_the_rest_is_counted(describer):
-    folder = describer.folder(*HOST)
-    threads = ["thread", "wait"] * 70
-    describer.describe_one(*threads, "text", "t.txt", "fault", "write", folder=folder, host="telling_host.exe")
+def test_of_more_than_64_threads_the_rest_is_counted(teller, folder):
+    teller(*["thread", "wait"] * 70, "text", "t.txt", "fault", "write", folder=folder)
     told = (folder / "t.txt").read_text("windows-1252").partition("\nOther threads: 70\n")[2]
     shown = len(re.findall("^Thread [0-9A-F]{8}:", told, re.M))
     assert 0 < shown <= 64  # fewer where they can't be walked in 5 seconds

@@ -7,14 +7,15 @@
 
 #include "base/genlib_error.h"
 #include "capture/screenshot.h"
-#include "commands.h"
 #include "glib/film.h"
 #include "glib/filter_manager.h"
 #include "glib/gdiplus_api.h"
 #include "glib/gdiplus_init.h"
 #include "glib/slide.h"
-#include "testing/cxx/usage.h"
+#include "testing/cxx/painted_stack.h"
 #include "testing/cxx/stack_guard.h"
+#include "testing/cxx/usage.h"
+#include "tests/imaging/stream_slots.h"
 
 namespace {
 
@@ -57,29 +58,10 @@ int many_screenshots(int count) {
     return 0;
 }
 
-constexpr size_t kMarkedStack = 400 * 1024;
-constexpr char kStackMark = 0x5A;
-
-// Marks the stack below its caller and notes the lowest marked address.
-__attribute__((noinline)) void mark_stack(uintptr_t* lowest) {
-    volatile char area[kMarkedStack];
-    for (size_t i = 0; i < kMarkedStack; ++i)
-        area[i] = kStackMark;
-    *lowest = reinterpret_cast<uintptr_t>(area);
-}
-
-// How much of the stack a screenshot takes: what lies below is marked first, and looked at afterwards.
 int screenshot_stack() {
     const CStdString path = screenshot_path();
     write_screenshot(path); // libraries are loaded and bound now
-    uintptr_t address;
-    mark_stack(&address);
-    const volatile char* const lowest = reinterpret_cast<const volatile char*>(address);
-    write_screenshot(path);
-    size_t untouched = 0;
-    while (untouched < kMarkedStack && lowest[untouched] == kStackMark)
-        ++untouched;
-    print_number("stack bytes", static_cast<unsigned long>(kMarkedStack - untouched));
+    print_number("stack bytes", stack_taken_by([&] { write_screenshot(path); }));
     return 0;
 }
 

@@ -3,10 +3,9 @@
 import shutil
 
 
-def told_by_host(stage, *args, modules=None, directory=None, cwd=None):
-    asked = {"IMAGING_MODULES": modules, "IMAGING_DIRECTORY": directory}
-    env = {name: value for name, value in asked.items() if value is not None}
-    result = stage.wine().run(stage.product("imaging_host.exe"), *args, env=env, cwd=cwd, check=True)
+def told_by_host(stage, *args, modules=None, directory=None):
+    env = {"IMAGING_MODULES": modules, "IMAGING_DIRECTORY": directory}
+    result = stage.wine().run(stage.product("imaging_host.exe"), *args, env=env, check=True)
     return dict(line.split(": ", 1) if ": " in line else (line.rstrip(":"), "") for line in result.text.splitlines())
 
 

@@ -1,12 +1,13 @@
 // The streams as a caller sees them who knows nothing but the order of their operations: every one is called through
 // its slot in the table of virtual operations.
+#include "tests/imaging/stream_slots.h"
+
 #include <new>
 #include <stdint.h>
 #include <stdio.h>
 #include <string.h>
 #include <windows.h>
 
-#include "commands.h"
 #include "glib/mem_stream.h"
 #include "glib/stdio_file_stream.h"
 

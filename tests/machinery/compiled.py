@@ -6,6 +6,7 @@ import pathlib
 import subprocess
 import tempfile
 
+from testing.compilers import gcc
 from testing.product import MACHINE
 
 _folder = tempfile.TemporaryDirectory()
@@ -17,9 +18,6 @@ def program(name):
     """The path of the program made from programs/NAME.c."""
     source = pathlib.Path(__file__).parent / "programs" / f"{name}.c"
     made = pathlib.Path(_folder.name) / f"{name}.exe"
-    compiler = MACHINE.choose("i686", "x86_64") + "-w64-mingw32-gcc-posix"
-    subprocess.run(
-        [compiler, "-Wall", "-Wextra", "-Werror", "-g", "-O1", "-o", made, source, "-lgdi32"],
-        check=True,
-    )
+    options = ("-Wall", "-Wextra", "-Werror", "-g", "-O1")
+    subprocess.run([*gcc(MACHINE), *options, "-o", made, source, "-lgdi32"], check=True)
     return made

@@ -2,7 +2,7 @@
 //
 // usage: cover_host init | cover | twice | chain | abort | uncaught | small BYTES
 //   uncaught  the process is covered as well, and nobody catches the marker
-//   small    faults nowhere: what is asked for on a thread whose stack has space for no more than that
+//   small     faults nowhere: what is asked for on a thread whose stack has space for no more than that
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>

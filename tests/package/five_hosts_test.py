@@ -5,8 +5,6 @@ import collections
 import json
 import re
 import shutil
-import subprocess
-import sys
 
 import pytest
 from package_test import HERE, RUNTIME, configure, run, unpacked
@@ -18,6 +16,7 @@ from testing.inbox_server import Served, command
 from testing.loopback import loopback_address
 from testing.processes import REPO, wait_until
 from testing.product import MACHINE
+from testing.symbolizer import resolve
 from testing.tls import SYSTEM_AUTHORITIES, SYSTEM_HOSTS, Authority, TlsFront, mounted_over
 
 KIT = HERE / "kit"
@@ -80,7 +79,7 @@ class Machine:
         for file in (f"{name}.exe", "upload_reporter.dll", *RUNTIME):
             shutil.copy(self.built / file, folder)
         if name == "gcc":
-            run(MACHINE.choose("i686", "x86_64") + "-w64-mingw32-strip", folder / "gcc.exe")
+            run(f"{MACHINE.processor}-w64-mingw32-strip", folder / "gcc.exe")
         elif pdbs:
             shutil.copy(self.built / f"{name}.pdb", folder)
         return self.host.wine.start(folder / f"{name}.exe", *arguments, cwd=folder, env=self.host.environment)
@@ -150,12 +149,11 @@ def receiver(address, tmp_path):
 @pytest.mark.parametrize("name", FUNCTIONS)
 def test_message_names_function_and_line(machine, built, tmp_path, name):
     text = machine.message(name).body.decode("windows-1251")
+    first = text.partition("\nStack Trace:\n")[2].partition("\n")[0]
     if name == "gcc":  # the system's library doesn't read its symbols
         (tmp_path / "report.eml").write_bytes(machine.message(name).raw)
         tool = unpacked() / "tools" / "symbolize" / "symbolize.py"
-        done = subprocess.run([sys.executable, tool, tmp_path / "report.eml", built], stdout=-1, text=True, check=False)
-        text = done.stdout
-    first = re.split("\nStack [Tt]race:\n", text)[1].splitlines()[0]
+        _, (first, *_), text = resolve(tmp_path / "report.eml", built, tool=tool)
     function, file, line = place_of(name)
     assert re.search(rf"\b{name}\.exe\+.*\b{function}\b.*\b{re.escape(file)}:{line}\)", first), text
 

@@ -6,17 +6,12 @@ import subprocess
 
 import pytest
 
+from testing.compilers import clang, gcc
+from testing.image import X64, X86
 from testing.processes import REPO
 
-
-def clang(processor, macro):
-    headers = [f"-isystem{REPO}/crt/include", f"-isystem/usr/{processor}-w64-mingw32/include"]
-    options = f"-fgnuc-version=12.2 -D{macro}=1 -D__declspec=__declspec -fexceptions -fasync-exceptions".split()
-    return ["clang-19", f"--target={processor}-pc-windows-msvc", "-nostdlibinc", *headers, *options]
-
-
-CLANGS = {"32 bits": clang("i686", "_X86_"), "64 bits": clang("x86_64", "_AMD64_")}
-GCCS = {"32 bits": ["i686-w64-mingw32-gcc-posix"], "64 bits": ["x86_64-w64-mingw32-gcc-posix"]}
+CLANGS = {"32 bits": clang(X86), "64 bits": clang(X64)}
+GCCS = {"32 bits": gcc(X86), "64 bits": gcc(X64)}
 STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Wundef", "-Wshadow", "-Werror", "-fsyntax-only", f"-I{REPO}/include"]
 
 FUNCTIONS = """

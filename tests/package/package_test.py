@@ -52,7 +52,6 @@ def unpacked():
     (archive,) = (place / "made").glob("*.zip")
     with zipfile.ZipFile(archive) as opened:
         opened.extractall(place)
-    (place / "name").write_text(archive.name)
     return place / archive.stem
 
 
@@ -161,7 +160,7 @@ class TestPackage:
         )
         one = stage.artifacts / "one"
         run("cmake", "--install", BUILD, "--prefix", one)
-        target = "-DCMAKE_C_COMPILER_TARGET=" + OTHER.choose("i686", "x86_64") + "-pc-windows-msvc"
+        target = f"-DCMAKE_C_COMPILER_TARGET={OTHER.processor}-pc-windows-msvc"
         compiler = ("-DCMAKE_C_COMPILER=clang-19", "-DCMAKE_RC_COMPILER=llvm-rc-19", target)
         compiler += ("-DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY",)
         for settings, reason in (

@@ -3,10 +3,10 @@
 import pathlib
 import re
 import shutil
-import subprocess
 import tempfile
 
 import pytest
+from package_test import run
 
 from testing.processes import REPO
 from testing.product import BIN
@@ -26,15 +26,7 @@ def build_elsewhere(stage, settings):
         ["cmake", "--preset", BIN.parent.name, "-S", source, *settings],
         ["cmake", "--build", source / "build" / BIN.parent.name, "--target", *SHIPPED],
     ):
-        done = subprocess.run(
-            [*map(str, command)],
-            cwd=source,
-            text=True,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT,
-            check=False,
-        )
-        assert done.returncode == 0, done.stdout[-4000:]
+        run(*command, cwd=source)
     return source / "build" / BIN.parent.name
 
 
@@ -50,4 +42,4 @@ def test_dlls_pdbs_and_import_libraries_are_the_same_wherever_they_are_built(sta
     for name in SHIPPED:
         for file in (f"bin/{name}.dll", f"bin/{name}.pdb", f"lib/{name}.lib"):
             same = (ours / file).read_bytes() == (theirs / file).read_bytes()
-            assert same, file
+            assert same, file  # of the bytes pytest would show too many

@@ -8,6 +8,7 @@
 #include "sysinfo/processor_info.h"
 #include "sysinfo/std_info.h"
 #include "testing/cxx/import_slot.h"
+#include "testing/cxx/painted_stack.h"
 #include "win/guard.h"
 
 namespace {
@@ -47,7 +48,7 @@ __attribute__((naked)) void gate() {
         "jmp *trouble" FROM_HERE);
 }
 
-void fault() {
+void access_violation() {
     *reinterpret_cast<volatile int*>(4) = 0;
 }
 
@@ -74,40 +75,21 @@ bool put_gate(const char* function) {
 // FUNCTION CALLS fault|throw: the function does so from its call number CALLS + 1 on.
 int write_file_in_trouble(char** words) {
     calls_left = atoi(words[1]);
-    trouble = strcmp(words[2], "throw") == 0 ? throw_foreign_error : fault;
+    trouble = strcmp(words[2], "throw") == 0 ? throw_foreign_error : access_violation;
     return put_gate(words[0]) ? write_file() : 3;
 }
 
-// How far down the stack goes: the bytes below the caller that were painted and are so no longer.
-DWORD WINAPI measure_stack(void*) {
-    constexpr unsigned char kPaint = 0xA5;
-    constexpr int kPainted = 512 * 1024;
-    volatile unsigned char* const top = static_cast<unsigned char*>(__builtin_frame_address(0)) - 1024;
-    for (int i = 0; i < kPainted; ++i)
-        top[-i] = kPaint;
-    CStdString path;
-    write_system_info_file(path);
-    int depth = kPainted;
-    while (depth > 0 && top[-depth + 1] == kPaint)
-        --depth;
-    return static_cast<DWORD>(depth + 1024);
-}
-
 int stack() {
-    HANDLE thread = CreateThread(nullptr, 4 * 1024 * 1024, measure_stack, nullptr, 0, nullptr);
-    DWORD bytes = 0;
-    if (!thread || WaitForSingleObject(thread, 60000) != WAIT_OBJECT_0 || !GetExitCodeThread(thread, &bytes))
-        return 1;
-    CloseHandle(thread);
-    printf("deepest %lu\n", bytes);
+    const unsigned bytes = stack_taken_by([] {
+        CStdString path;
+        write_system_info_file(path);
+    });
+    printf("deepest %u\n", bytes);
     return 0;
 }
 
 void illegal_instruction() {
     asm volatile("ud2");
-}
-void access_violation() {
-    *reinterpret_cast<volatile int*>(4) = 0;
 }
 void privileged_instruction() {
     asm volatile("hlt");

@@ -39,6 +39,8 @@ SECTIONS = re.compile(
 )
 CLOCK = re.compile(rb"(Procesor Clock Frequecy: )[1-9]\d*")
 LUMIVALE = b"Lumivale module info:\nCompany: %s\nProduct name:%s\nVersion number: %s.%s.%s\nBuild number %s"
+OWN_VERSION = (b"Example Hosts", b"System information host", b"3.1.0.12")  # system_info_host.rc
+OWN_LUMIVALE = LUMIVALE % (*OWN_VERSION[:2], b"3", b"1", b"0", b"12")
 NO_MODULE = b"\nCompany: Unknown\nProduct Name: Unknown\nProduct Version: 0.0.0.0\n"
 NO_LUMIVALE = b"Cannot extract version number of Lumivale"
 UNREADABLE_LUMIVALE = LUMIVALE % (b"Unknown", b"Unknown", b"Unknown", b"", b"", b"")
@@ -119,7 +121,7 @@ class InstalledHost:
         assert match, text.decode("cp1252")
         return match
 
-    def print_system(self, names):
+    def install_printers(self, names):
         rest = '"Port"="LPT1:"\n"Printer Driver"="none"\n"Attributes"=dword:00000040\n\n'
         self.windows.import_registry("".join(f'[{PRINTERS_KEY}\\{name}]\n"Name"="{name}"\n{rest}' for name in names))
 
@@ -169,7 +171,7 @@ class TestInThisMachine:
 
 class TestTheFile:
     def test_has_everything_but_what_a_call_was_asked_for_that_faults_or_throws(self, host):
-        host.print_system(["Alpha tray", "Zebra"])
+        host.install_printers(["Alpha tray", "Zebra"])
         host.windows.set_registry(DEFAULT_PRINTER_KEY, "device", "Alpha tray,winspool,LPT1:")
         shutil.copy(host.exe, host.folder / "Lumivale.exe")
         whole = host.sections()
@@ -191,12 +193,8 @@ class TestTheFile:
         for group, flag in {"mmx": "mmx", "sse": "sse", "sse2": "sse2", "threednow": "3dnow"}.items():
             assert (facts[group] == b"yes") == (flag in flags), flag
         assert (facts["width"], facts["height"], facts["depth"]) == (b"1152", b"864", b"32")
-        assert facts.group("company", "product", "version") == (
-            b"Example Hosts",
-            b"System information host",
-            b"3.1.0.12",
-        )
-        assert facts["host"] == b"Cannot extract version number of Lumivale"
+        assert facts.group("company", "product", "version") == OWN_VERSION
+        assert facts["host"] == NO_LUMIVALE
 
     def test_ends_its_lines_in_CR_LF(self, host):
         _, path, _ = host.write()
@@ -233,7 +231,7 @@ class TestTheFile:
         assert re.search(WHOLE_TEXT, text)
 
     def test_lists_the_printers_on_NT_and_before(self, host):
-        host.print_system(["Zebra", "Alpha tray"])
+        host.install_printers(["Zebra", "Alpha tray"])
         host.windows.set_registry(DEFAULT_PRINTER_KEY, "device", "Alpha tray,winspool,LPT1:")
         for version in ("winxp", "win98"):
             host.windows.set_registry(VERSION_KEY, "Version", version)
@@ -242,7 +240,7 @@ class TestTheFile:
             assert facts["default_printer"] == b"Alpha tray", version
 
     def test_is_cut_at_its_end_with_very_many_printers(self, host):
-        host.print_system(f"Printer number {number:06}" for number in range(2000))
+        host.install_printers(f"Printer number {number:06}" for number in range(2000))
         written, _, text = host.write()
         assert written
         assert text.startswith(b"\nWindows Version:\n")
@@ -257,24 +255,19 @@ class TestTheFile:
         host.exe = shutil.copy(host.exe, host.folder / "хост.exe")
         shutil.copy(host.exe, host.folder / "Lumivale.exe")
         facts = host.facts()
-        assert facts.group("company", "product", "version") == (
-            b"Example Hosts",
-            b"System information host",
-            b"3.1.0.12",
-        )
-        assert facts["host"] == LUMIVALE % (b"Example Hosts", b"System information host", b"3", b"1", b"0", b"12")
+        assert facts.group("company", "product", "version") == OWN_VERSION
+        assert facts["host"] == OWN_LUMIVALE
 
     def test_finds_the_host_application_where_it_is_registered(self, host):
-        found = LUMIVALE % (b"Example Hosts", b"System information host", b"3", b"1", b"0", b"12")
         installed = host.prefix.drive_c / "Programs" / "Lumivale.exe"
         host.windows.set_registry(APP_PATHS_KEY, "", "C:\\Programs\\Lumivale.exe")
         assert host.facts()["host"] == NO_LUMIVALE
         installed.parent.mkdir()
         shutil.copy(host.exe, installed)
-        assert host.facts()["host"] == found
+        assert host.facts()["host"] == OWN_LUMIVALE
         installed.write_bytes(b"no program at all")
         assert host.facts()["host"] == UNREADABLE_LUMIVALE
         installed.unlink()
         assert host.facts()["host"] == NO_LUMIVALE
         shutil.copy(host.exe, host.folder / "Lumivale.exe")
-        assert host.facts()["host"] == found
+        assert host.facts()["host"] == OWN_LUMIVALE

@@ -1,5 +1,4 @@
-/* What the hosts have in common: one call covers them. Their reports are messages, or uploads where they are told to.
- */
+/* What the hosts have in common: one call covers them. Their reports are messages, or uploads on demand. */
 #ifndef KIT_HOST_H
 #define KIT_HOST_H
 
