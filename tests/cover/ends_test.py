@@ -8,9 +8,10 @@ import pytest
 
 from ends import ACCESS_VIOLATION, ENDS
 from testing import report_dialog
-from testing.host import LIBRARY_FILES, Host
+from testing.host import Host
 from testing.prefix import WINE
 from testing.processes import REPO, wait_until
+from testing.product import DLLS
 from testing.symbolizer import resolve
 
 SOURCE = (REPO / "tests/cover/ends_host.cpp").read_text("utf-8").splitlines()
@@ -22,7 +23,7 @@ class Scene:
     def __init__(self, stage):
         self.stage = stage
         self.desktop = stage.desktop(width=640, height=480)
-        files = (*LIBRARY_FILES, "faultkit.dll", "ends_library.dll", "ends_host.pdb", "ends_host_gcc.exe")
+        files = (*DLLS, "ends_library.dll", "ends_host.pdb", "ends_host_gcc.exe")
         self.host = Host(stage, "ends_host.exe", files=files, desktop=self.desktop)
         self.messages = 0
 

@@ -3,7 +3,8 @@
 import pytest
 
 from testing import report_dialog
-from testing.host import LIBRARY_FILES, Host
+from testing.host import Host
+from testing.product import DLLS
 
 FAULT = "code C0000005 on its own thread"
 HOSTS = ("process_host.exe", "process_host_gcc.exe")
@@ -98,7 +99,7 @@ def test_translator_without_the_cover_leaves_terminate_to_the_program(ends):
 @pytest.mark.parametrize("way", ("vectored", "no-pointers"))
 def test_report_of_a_fault_answers_what_the_dialog_did(stage, way, button, answer, messages):
     desktop = stage.desktop(width=640, height=480)
-    host = Host(stage, "process_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=desktop)
+    host = Host(stage, "process_host.exe", files=DLLS, desktop=desktop)
     process = host.start(way)
     report_dialog.press(desktop, button)
     process.wait_family()

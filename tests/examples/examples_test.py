@@ -9,10 +9,10 @@ import pytest
 
 from testing import report_dialog
 from testing.compilers import gcc
-from testing.host import LIBRARY_FILES, Host
+from testing.host import Host
 from testing.image import X86
 from testing.processes import REPO
-from testing.product import MACHINE
+from testing.product import DLLS, MACHINE
 from testing.symbolizer import resolve
 
 ACCESS_VIOLATION, DIVISION_BY_ZERO = "C0000005", "C0000094"
@@ -36,7 +36,7 @@ class Scene:
     def start(self, program, *args, exe=None):
         """exe: of another build of it."""
         self.screen = self.stage.desktop()
-        self.host = Host(self.stage, program, files=(*LIBRARY_FILES, "faultkit.dll"), desktop=self.screen)
+        self.host = Host(self.stage, program, files=DLLS, desktop=self.screen)
         if exe:
             shutil.copy(exe, self.host.exe)
         return self.host.start(*args, cwd=self.host.folder)

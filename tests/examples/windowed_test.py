@@ -5,8 +5,9 @@ import re
 import pytest
 
 from testing import report_dialog, windowed
-from testing.host import LIBRARY_FILES, Host
+from testing.host import Host
 from testing.processes import WaitTimeout
+from testing.product import DLLS
 
 # Of an overflowing division Wine has the code of one by zero.
 CODES = ("C0000005", "C0000005", "C0000005", "C0000094", "C000009[45]", "C000008E", "C000001D", "C0000096", "80000003")
@@ -19,7 +20,7 @@ class Windowed:
 
     def __init__(self, stage):
         self.screen = stage.desktop()
-        self.host = Host(stage, "windowed.exe", files=(*LIBRARY_FILES, "faultkit.dll"), desktop=self.screen)
+        self.host = Host(stage, "windowed.exe", files=DLLS, desktop=self.screen)
         self.process = self.host.start(limit=600)
         self.window = windowed.wait(self.screen)
 

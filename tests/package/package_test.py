@@ -15,13 +15,13 @@ from testing import documents, report_dialog
 from testing.host import Host
 from testing.image import X86, X64, Image, machine_of
 from testing.processes import REPO
-from testing.product import BIN, MACHINE
+from testing.product import BIN, DLLS, MACHINE
 
 HERE = pathlib.Path(__file__).parent
 BUILD = BIN.parent
 OTHER = MACHINE.choose(X64, X86)
 VERSION = re.search(r"^project\(Wendax VERSION (\S+)", (REPO / "CMakeLists.txt").read_text(), re.M)[1]
-RUNTIME = ["KOBRTL.dll", "Wendax.dll", "fall.dll", "faultkit.dll"]
+RUNTIME = sorted(DLLS)
 EXAMPLES = {name: name for name in ("cover", "smallest", "upload", "windowed", "threads", "minidump")}
 EXAMPLES |= {"c-host": "c_host", "upload-reporter": "upload_reporter"}
 

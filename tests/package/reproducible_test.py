@@ -9,10 +9,9 @@ import pytest
 from package_test import run
 
 from testing.processes import REPO
-from testing.product import BIN
+from testing.product import BIN, DLLS
 
-SHIPPED = ("Wendax", "KOBRTL", "fall", "faultkit")
-
+SHIPPED = [pathlib.Path(name).stem for name in DLLS]
 
 pytestmark = pytest.mark.timeout(800)
 
