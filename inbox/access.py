@@ -42,7 +42,9 @@ def protect(app, engine, config):
         endpoint = flask.request.endpoint
         if endpoint == "upload":
             return None
-        if (flask.request.content_length or 0) > _MOST_FORM:  # to take one apart could keep a processor busy for minutes
+        if (
+            flask.request.content_length or 0
+        ) > _MOST_FORM:  # to take one apart could keep a processor busy for minutes
             flask.abort(413, "The form is too large.")
         # Without a password a page of elsewhere could reach this one under a name of its own that leads here.
         host = re.sub(r":\d+$", "", flask.request.host).strip("[]").lower()
