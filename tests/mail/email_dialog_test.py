@@ -45,14 +45,6 @@ def test_close_box_declines(scene):
     assert scene.host.opened() == []
 
 
-def test_keys_answer_nothing(scene):
-    window = scene.start("write")
-    scene.screen.activate(window)
-    scene.screen.key("Return", "Escape", "Tab")
-    scene.decline(window)
-    assert scene.host.opened() == []
-
-
 def test_menu_of_the_window_is_at_the_keyboard_and_closes_it(scene):
     window = scene.start("write")
     scene.screen.activate(window)

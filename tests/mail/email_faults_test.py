@@ -63,11 +63,6 @@ class TestFaults:
         assert messages[0].exception_code() in (0xC0000094, 0xC0000095)
         assert lines == [MARKER, "reported", "end"]
 
-    def test_second_of_two_faults_is_the_one_described(self, report_each):
-        messages, _ = report_each(faults=["divide", "write"])
-        assert messages[0].exception_code() == FAULTS["divide"]
-        assert messages[1].exception_code() == FAULTS["write"]
-
     def test_fault_on_a_second_thread_is_reported(self, report_each):
         messages, lines = report_each("--thread", faults=["divide"])
         assert messages[0].exception_code() == FAULTS["divide"]

@@ -184,11 +184,6 @@ class TestWhatTheDialogShows:
         dialog.open("first")
         assert dialog.upload_now().body == upload_body({"Conversion_log": (b"newest", b"")})
 
-    def test_after_a_failure_is_a_dialog_that_can_be_closed(self, dialog):
-        dialog.open()
-        dialog.fail()
-        dialog.close()
-
     def test_outlasts_a_server_that_never_answers(self, dialog):
         dialog.open()
         with HoldingServer(dialog.address, 80) as server:
