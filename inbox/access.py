@@ -12,7 +12,7 @@ from werkzeug.security import check_password_hash
 from inbox import schema
 from inbox.config import is_loopback
 
-_MOST_FORM = 1 << 18  # bytes of a form of the pages
+_MOST_FORM = 1 << 18  # bytes of a form of the pages: to take a larger one apart could take minutes
 _POLICY = (
     "default-src 'none'; style-src 'self'; img-src 'self'; form-action 'self'; frame-ancestors 'none'; base-uri 'none'"
 )
@@ -42,9 +42,7 @@ def protect(app, engine, config):
         endpoint = flask.request.endpoint
         if endpoint == "upload":
             return None
-        if (
-            flask.request.content_length or 0
-        ) > _MOST_FORM:  # to take one apart could keep a processor busy for minutes
+        if (flask.request.content_length or 0) > _MOST_FORM:
             flask.abort(413, "The form is too large.")
         # Without a password a page of elsewhere could reach this one under a name of its own that leads here.
         host = re.sub(r":\d+$", "", flask.request.host).strip("[]").lower()

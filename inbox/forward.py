@@ -69,12 +69,8 @@ def envelope(inbox, report_id, dsn):
 def event(row, crash, facts, data):
     """A report as an event of the protocol."""
     system = {"type": "os", "name": "Windows", "version": row["windows"]}
-    made = {
-        "event_id": uuid.UUID(row["digest"][:32]).hex,
-        "timestamp": row["happened"],
-        "fingerprint": [crash["signature"]],
-    }
-    made |= {"platform": "native", "level": "fatal", "logger": "wendax"}
+    made = {"event_id": uuid.UUID(row["digest"][:32]).hex, "timestamp": row["happened"]}
+    made |= {"fingerprint": [crash["signature"]], "platform": "native", "level": "fatal", "logger": "wendax"}
     made["release"] = f"{row['product']}@{row['version']}" if row["version"] else row["product"]
     made["tags"] = {name: row[name] for name in ("product", "version", "road") if row[name]}
     made["user"] = {"id": row["machine"]} if row["machine"] else None
