@@ -67,6 +67,8 @@ def protect(app, engine, config):
     def login():
         wrong = False
         if flask.request.method == "POST" and config.password:
+            if slow.locked():  # guesses that waited would keep the threads that take reports in
+                flask.abort(429, "Somebody else is logging in: try again in a second.")
             with slow:  # one guess at a time
                 wrong = not check_password_hash(config.password, flask.request.form.get("password", "")[:1000])
                 if wrong:

@@ -4,13 +4,18 @@ import io
 import json
 import re
 import struct
+import threading
+import types
 import zlib
+from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 from PIL import Image
 from werkzeug.security import generate_password_hash
 
 import made
+from conftest import Pages
+from inbox import access
 from inbox import config as settings
 from inbox.signature import Rules
 from testing.upload_body import CONFIRMATION, CONTENT_TYPE, FORM_PATH, upload_body
@@ -164,6 +169,21 @@ class TestPassword:
         pages.get("/reports")
         pages.post("/logout", token=pages.token("/"))
         pages.get("/reports", 302)
+
+    def test_guess_while_another_is_judged_is_refused_at_once(self, box, pages, monkeypatch):
+        judged, go = threading.Event(), threading.Event()
+        monkeypatch.setattr(access, "time", types.SimpleNamespace(sleep=lambda _: (judged.set(), go.wait(20))))
+        other = Pages(box)
+        other.client = pages.client.application.test_client()
+        with ThreadPoolExecutor(1) as pool:
+            first = pool.submit(pages.post, "/login", 403, token=pages.token(), password="wrong")
+            assert judged.wait(60)
+            try:
+                other.post("/login", 429, token=other.token(), password="correct horse")
+            finally:
+                go.set()
+            first.result()
+        other.post("/login", token=other.token(), password="correct horse")
 
     @pytest.mark.parametrize("target", ("//evil.example", "https://evil.example", "/\\evil.example"))
     def test_login_leads_nowhere_else(self, pages, target):
