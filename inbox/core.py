@@ -52,7 +52,7 @@ class Inbox:
                     state = path.stat()
                     mark = (state.st_mtime_ns, state.st_size)
                     # What is still being written is left for the next time.
-                    young = time.time() - state.st_mtime < 1 or path.parent.name == "tmp"
+                    young = 0 <= time.time() - state.st_mtime < 1 or path.parent.name == "tmp"
                     if not young and path.is_file() and self._seen.get(path) != mark:
                         self.add_files([path], say)
                         self._seen[path] = mark

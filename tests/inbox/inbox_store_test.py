@@ -1,6 +1,7 @@
 """Taking in, grouping, moving and deleting: what the store holds afterwards."""
 
 import json
+import os
 import textwrap
 import threading
 import time
@@ -118,6 +119,13 @@ class TestIntake:
                 sa.select(schema.attachment.c.content).where(schema.attachment.c.report_id == report_id)
             ).scalar()
         assert (row["unreadable"], total, bytes(kept)) == (wrong, 1, raw)
+
+    def test_watched_message_whose_clock_is_ahead_is_taken_in(self, box, tmp_path):
+        path = tmp_path / "a.eml"
+        path.write_bytes(made.message(made.fault_text()))
+        os.utime(path, (time.time() + 86400,) * 2)
+        box.watch_once([tmp_path])
+        assert titles(box) == [("draw", 1)]
 
     def test_lines_of_a_later_helper_are_kept(self, box):
         text = made.fault_text(extra=["build = nightly-412", "Signature: something new", "entirely new"])
