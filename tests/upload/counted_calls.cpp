@@ -6,6 +6,8 @@
 #include <string.h>
 #include <wininet.h>
 
+#include "testing/cxx/import_slot.h"
+
 namespace {
 
 HeldCounts held;
@@ -38,11 +40,11 @@ HANDLE heap() {
     return kOwn;
 }
 
-// The functions of the same names that are defined below take the place of the imported ones, so these ask for them.
-template <class Function>
-Function* real(const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(LoadLibraryA("wininet.dll"), name)));
-}
+decltype(InternetOpenA)* real_open;
+decltype(InternetConnectA)* real_connect;
+decltype(HttpOpenRequestA)* real_request;
+decltype(InternetOpenUrlA)* real_url;
+decltype(InternetCloseHandle)* real_close;
 
 HINTERNET counted(HINTERNET handle) {
     held.handles += handle ? 1 : 0;
@@ -51,36 +53,44 @@ HINTERNET counted(HINTERNET handle) {
 
 HINTERNET WINAPI open_session(LPCSTR agent, DWORD type, LPCSTR proxy, LPCSTR bypass, DWORD flags) {
     note("session %s %lu %s %s %lX; ", agent, type, shown(proxy), shown(bypass), flags);
-    return counted(real<decltype(InternetOpenA)>("InternetOpenA")(agent, type, proxy, bypass, flags));
+    return counted(real_open(agent, type, proxy, bypass, flags));
 }
 
 HINTERNET WINAPI open_connection(HINTERNET session, LPCSTR host, INTERNET_PORT port, LPCSTR user, LPCSTR password,
                                  DWORD service, DWORD flags, DWORD_PTR context) {
     note("connect %s %u %s %s %lu %lX %lX; ", host, port, shown(user), shown(password), service, flags, context);
-    return counted(real<decltype(InternetConnectA)>("InternetConnectA")(session, host, port, user, password, service,
-                                                                        flags, context));
+    return counted(real_connect(session, host, port, user, password, service, flags, context));
 }
 
 HINTERNET WINAPI open_request(HINTERNET connection, LPCSTR verb, LPCSTR path, LPCSTR version, LPCSTR referrer,
                               LPCSTR* accept, DWORD flags, DWORD_PTR context) {
     note("request %s %s %s %s %s%s %lX %lX; ", verb, path, shown(version), shown(referrer), accept[0],
          accept[1] ? " and more" : "", flags, context);
-    return counted(real<decltype(HttpOpenRequestA)>("HttpOpenRequestA")(connection, verb, path, version, referrer,
-                                                                        accept, flags, context));
+    return counted(real_request(connection, verb, path, version, referrer, accept, flags, context));
 }
 
 HINTERNET WINAPI open_url(HINTERNET session, LPCSTR url, LPCSTR headers, DWORD length, DWORD flags, DWORD_PTR context) {
     note("url %s %s %lu %lX %lX; ", url, shown(headers), length, flags, context);
-    return counted(real<decltype(InternetOpenUrlA)>("InternetOpenUrlA")(session, url, headers, length, flags, context));
+    return counted(real_url(session, url, headers, length, flags, context));
 }
 
 // Counted even where the handle is gone: a connection takes its requests along.
 BOOL WINAPI close_handle(HINTERNET handle) {
     --held.handles;
-    return real<decltype(InternetCloseHandle)>("InternetCloseHandle")(handle);
+    return real_close(handle);
 }
 
 } // namespace
+
+bool watch_wininet() {
+    HMODULE const host = GetModuleHandleA(nullptr);
+    real_open = replace_import(host, "wininet.dll", "InternetOpenA", open_session);
+    real_connect = replace_import(host, "wininet.dll", "InternetConnectA", open_connection);
+    real_request = replace_import(host, "wininet.dll", "HttpOpenRequestA", open_request);
+    real_url = replace_import(host, "wininet.dll", "InternetOpenUrlA", open_url);
+    real_close = replace_import(host, "wininet.dll", "InternetCloseHandle", close_handle);
+    return real_open && real_connect && real_request && real_url && real_close;
+}
 
 HeldCounts held_counts() {
     return held;
@@ -124,21 +134,4 @@ void free(void* block) {
     HeapFree(heap(), 0, block);
     --held.blocks;
 }
-
-// What the linker finds where a call goes through the import table; with 32 bits the names count the arguments' bytes.
-#ifdef _WIN64
-#define IMPORTED(name, bytes) "__imp_" name
-#else
-#define IMPORTED(name, bytes) "__imp__" name "@" bytes
-#endif
-extern const void* const kImportedOpen __asm__(IMPORTED("InternetOpenA", "20"));
-const void* const kImportedOpen = reinterpret_cast<const void*>(open_session);
-extern const void* const kImportedConnect __asm__(IMPORTED("InternetConnectA", "32"));
-const void* const kImportedConnect = reinterpret_cast<const void*>(open_connection);
-extern const void* const kImportedRequest __asm__(IMPORTED("HttpOpenRequestA", "32"));
-const void* const kImportedRequest = reinterpret_cast<const void*>(open_request);
-extern const void* const kImportedUrl __asm__(IMPORTED("InternetOpenUrlA", "24"));
-const void* const kImportedUrl = reinterpret_cast<const void*>(open_url);
-extern const void* const kImportedClose __asm__(IMPORTED("InternetCloseHandle", "4"));
-const void* const kImportedClose = reinterpret_cast<const void*>(close_handle);
 }

@@ -1,5 +1,5 @@
-// Counts what the transport holds, and notes what it asks for. Linked into a host, these stand in for the C runtime's
-// allocator and for WinINet's opening and closing calls, and hand each call on to the real one.
+// Counts what the transport holds, and notes what it asks for. Linked into a host, this is the C runtime's allocator,
+// too.
 #pragma once
 
 #include <stddef.h>
@@ -8,6 +8,9 @@ struct HeldCounts {
     int blocks;  // from malloc, calloc or realloc, and not freed
     int handles; // of WinINet, without the call that closes them
 };
+
+// From here on WinINet's opening and closing calls are noted and counted on their way; false when they can't be.
+bool watch_wininet();
 
 HeldCounts held_counts();
 

@@ -19,8 +19,8 @@
 #include "net/http_transport.h"
 #include "net/super_buffer.h"
 #include "testing/cxx/command_line.h"
-#include "tests/upload/counted_calls.h"
 #include "testing/cxx/usage.h"
+#include "tests/upload/counted_calls.h"
 
 namespace {
 
@@ -90,6 +90,8 @@ bool obey(char* line) {
 } // namespace
 
 int main() {
+    if (!watch_wininet())
+        return 1;
     transport = new CHttpTransport;
     const int code = obey_commands(obey);
     delete transport;
