@@ -1,6 +1,7 @@
 """CCrashReport2's upload, through the library's exports: what is sent, and what is taken for a success."""
 
 import os
+import pathlib
 import re
 import shutil
 
@@ -222,7 +223,8 @@ class TestFailure:
 class TestBuiltInServer:
     def test_reaches_nobody(self, stage):
         uploads = Uploader(stage)
-        shutil.copy(stage.product("Wendax.dll"), uploads.folder)
+        library = pathlib.Path(shutil.copy(stage.product("Wendax.dll"), uploads.folder))
+        assert b"\0upload.wendax.invalid\0" in library.read_bytes()
         assert uploads.start().tell("upload") == "failed"
 
 
