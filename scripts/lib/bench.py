@@ -17,6 +17,7 @@ from testing.desktop import Desktop
 from testing.image import X64, X86
 from testing.prefix import fresh_prefix
 from testing.processes import REPO
+from testing.product import DLLS
 from testing.wine import Wine
 
 BINS = {X86: REPO / "build" / "windows" / "bin", X64: REPO / "build" / "windows-x64" / "bin"}
@@ -125,7 +126,7 @@ class Bench:
         """Of a screen that large; the message's figures only with an attachment of so many bytes."""
         host = self.desktop_prefix.drive_c / "host"
         host.mkdir(exist_ok=True)
-        for name in ("bench_report.exe", "Wendax.dll", "KOBRTL.dll", "fall.dll", "faultkit.dll"):
+        for name in ("bench_report.exe", *DLLS):
             shutil.copy(self.bin / name, host)
         if not helper:
             (host / "faultkit.dll").unlink()

@@ -8,11 +8,11 @@ import sys
 from testing.php_server import PhpServer
 from testing import report_dialog
 from testing.desktop import Desktop
-from testing.host import LIBRARY_FILES, redirect
+from testing.host import redirect
 from testing.loopback import loopback_address, need_port_80
 from testing.prefix import fresh_prefix
 from testing.processes import REPO, wait_until
-from testing.product import product
+from testing.product import DLLS, product
 from testing.wine import Wine
 
 OUT = REPO / "build" / "demo-upload"
@@ -26,7 +26,7 @@ def main():
     host = OUT / "host"
     host.mkdir(parents=True)
     address = loopback_address()
-    for name in ("upload.exe", "faultkit.dll", *LIBRARY_FILES):
+    for name in ("upload.exe", *DLLS):
         shutil.copy(product(name), host)
     # The server's name is a build setting; this copy of the library gets the one that runs here.
     redirect(host / "Wendax.dll", "--upload-server", address)

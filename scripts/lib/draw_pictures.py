@@ -12,11 +12,11 @@ import bench_plot
 from testing import report_dialog, windowed
 from testing.claws_mail import ClawsMail, MailServer
 from testing.desktop import Desktop
-from testing.host import LIBRARY_FILES, redirect
+from testing.host import redirect
 from testing.mail import Message
 from testing.prefix import fresh_prefix
 from testing.processes import REPO, run_tool, wait_until
-from testing.product import product
+from testing.product import DLLS, product
 from testing.wine import Wine
 
 IMAGES = REPO / "docs" / "images"
@@ -88,7 +88,7 @@ def host(stack, program, *names):
     desktop, prefix = stack.enter_context(Desktop()), stack.enter_context(fresh_prefix())
     folder = prefix.drive_c / "program"
     folder.mkdir()
-    for name in (program, "faultkit.dll", *LIBRARY_FILES):
+    for name in (program, *DLLS):
         shutil.copy(product(name), folder)
     redirect(folder / "Wendax.dll", *names)
     return desktop, prefix, Wine(desktop, prefix), folder / program

@@ -3,8 +3,7 @@
 import contextlib
 import shutil
 
-from testing.host import LIBRARY_FILES
-from testing.stage import product
+from testing.product import BIN, DLLS
 
 BUGS = 30
 _WINDOWS = ("win7", "win10", "vista", "winxp")  # as Wine tells programs
@@ -12,7 +11,7 @@ _WINDOWS = ("win7", "win10", "vista", "winxp")  # as Wine tells programs
 
 def helpers(version):
     """The folder with that version of the program."""
-    return product("Wendax.dll").parent.parent / "test-helpers" / f"bugs-{version}"
+    return BIN.parent / "test-helpers" / f"bugs-{version}"
 
 
 class Machine:
@@ -29,9 +28,7 @@ class Machine:
         folder = self.prefix.drive_c / f"board-{version}-{seed}"
         folder.mkdir()
         names = ["bugs_host.exe", "bugs_plugin.dll", *(("bugs_host.pdb", "bugs_plugin.pdb") if pdbs else ())]
-        for path in [helpers(version) / name for name in names] + [
-            product(name) for name in (*LIBRARY_FILES, "faultkit.dll")
-        ]:
+        for path in [helpers(version) / name for name in names] + [BIN / name for name in DLLS]:
             shutil.copy(path, folder)
         for left in self.prefix.temp_dir.glob("*.eml"):
             with contextlib.suppress(FileNotFoundError):

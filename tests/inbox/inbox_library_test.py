@@ -11,8 +11,9 @@ import made
 from inbox import mail, schema
 from testing import report_dialog
 from testing.claws_mail import ClawsMail, MailServer
-from testing.host import LIBRARY_FILES, Host, redirect
+from testing.host import Host, redirect
 from testing.loopback import loopback_address
+from testing.product import DLLS
 
 ADDRESS = "Crash Desk <crashes@example.com>"
 
@@ -30,7 +31,7 @@ def test_upload_of_the_library_is_confirmed_and_understood(box, served, stage, t
     prefix = stage.fresh_prefix()
     folder = prefix.drive_c / "host"
     folder.mkdir()
-    for name in ("upload.exe", "faultkit.dll", *LIBRARY_FILES):
+    for name in ("upload.exe", *DLLS):
         shutil.copy(stage.product(name), folder)
     redirect(folder / "Wendax.dll", "--upload-server", address)
     with stage.wine(desktop, prefix, "ru_RU.UTF-8").start(folder / "upload.exe", cwd=folder, limit=200) as process:
@@ -52,7 +53,7 @@ def test_upload_of_the_library_is_confirmed_and_understood(box, served, stage, t
 
 @pytest.mark.timeout(300)
 def test_draft_and_the_copy_that_a_mail_program_sends_are_one_report(box, stage):
-    host = Host(stage, "fault_host.exe", files=(*LIBRARY_FILES, "faultkit.dll"))
+    host = Host(stage, "fault_host.exe", files=DLLS)
     redirect(host.folder / "Wendax.dll", "--support-address", ADDRESS)
     desktop = stage.desktop()
     wine = stage.wine(desktop, host.prefix)

@@ -14,10 +14,9 @@ import zipfile
 
 from testing import report_dialog, windowed
 from testing.desktop import Desktop
-from testing.host import LIBRARY_FILES
 from testing.mail import Message
 from testing.processes import REPO, wait_until
-from testing.product import BIN
+from testing.product import BIN, DLLS
 from testing.stage import Stage
 
 FAULTS = 10
@@ -54,7 +53,7 @@ def record(stage, version):
         folder = prefix.drive_c / "ways"
         folder.mkdir()
         built = BIN.parent / "test-helpers" / f"windowed-{version}"
-        for path in [built / "windowed.exe"] + [BIN / name for name in (*LIBRARY_FILES, "faultkit.dll")]:
+        for path in [built / "windowed.exe"] + [BIN / name for name in DLLS]:
             shutil.copy(path, folder)
         wine.associate(".eml", BIN / "mail_program.exe")
         log = prefix.drive_c / "mail.log"
