@@ -63,9 +63,9 @@ NO_PRINTERS, NO_CLOCK = without(Lacks.PRINTERS), without(Lacks.CLOCK)
 # What brings it about
 
 
-def mounted(size, read_only=False):
+def mounted(read_only=False):
     def arrange(scene):
-        subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size}", "none", scene.temp], check=True)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "none", scene.temp], check=True)
         scene.callback(subprocess.run, ["umount", "--lazy", scene.temp], check=True)
         scene.keep_earlier_message()
         if read_only:
@@ -78,7 +78,7 @@ def full_but_for(left):
     """left: bytes that are free in the end, in whole pages."""
 
     def arrange(scene):
-        mounted("64k")(scene)
+        mounted()(scene)
         with open(scene.temp / "filler", "wb") as file:
             while os.statvfs(scene.temp).f_bavail * os.statvfs(scene.temp).f_frsize > left:
                 file.write(bytes(4096))
@@ -229,7 +229,7 @@ TROUBLES = {
         ),
         Trouble("It is missing", **NOT_WRITTEN, arrange=missing_folder),
         Trouble("It is a file", **NOT_WRITTEN, arrange=folder_is_file),
-        Trouble("It can't be written", **NOT_WRITTEN, arrange=mounted("64k", read_only=True)),
+        Trouble("It can't be written", **NOT_WRITTEN, arrange=mounted(read_only=True)),
         Trouble("Its name has 240 characters", arrange=long_name(240)),
         Trouble(
             "Its name has 300 characters",

@@ -110,7 +110,7 @@ class TestFolder:
         (folder / "4 a.log").unlink()
         with WebServer(contents.address, 80, answering(b"No.")) as server:
             contents.press("Upload Report")
-            contents.wait_shown(FAILED, takes_clicks=True)
+            contents.wait_shown(FAILED)
             assert server.requests[0].body == contents.body(Conversion_log=None)
         contents.picture("failed")
         contents.show(times=2)
@@ -143,7 +143,7 @@ class TestFolder:
         contents.open()
         contents.press("What is sent")
         folder = contents.wine.prefix.to_windows(contents.temp / "What is sent 1")
-        contents.wait_shown(folder, takes_clicks=True)
+        contents.wait_shown(folder)
         contents.picture("named")
         (contents.temp / "What is sent 1" / "a.cfg").unlink()
         assert contents.upload_now().body == contents.body(Conversion_Config=None)

@@ -92,7 +92,7 @@ class TestProgress:
         for _ in range(2):
             with WebServer(progress.address, 80, answering(b"No.")) as server:
                 progress.press("Upload Report")
-                progress.wait_shown(FAILED, takes_clicks=True)
+                progress.wait_shown(FAILED)
                 (request,) = server.requests
                 assert request.body == progress.body()
             assert progress.bar() is None

@@ -80,7 +80,7 @@ class TestUserWithAServerThatSendsTooMuch:
         self.serve(stage, b"Data ", dialog.address)
         dialog.open()
         dialog.press("Upload Report")
-        dialog.wait_shown(FAILED, takes_clicks=True, timeout=LIMIT - 1)
+        dialog.wait_shown(FAILED, timeout=LIMIT - 1)
         dialog.close()
 
     def test_gets_the_16_megabytes(self, stage):

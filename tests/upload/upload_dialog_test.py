@@ -127,7 +127,7 @@ class TestWhatTheDialogShows:
                 assert server.arrived.wait(60)
                 dialog.picture(f"{i}-sending")
                 server.release.set()
-                dialog.wait_shown(FAILED, takes_clicks=True)
+                dialog.wait_shown(FAILED)
         dialog.close()
 
     def test_is_never_a_second_upload_by_what_is_typed_meanwhile(self, dialog):
@@ -139,7 +139,7 @@ class TestWhatTheDialogShows:
             time.sleep(1.5)  # beyond the time in which the new dialog takes no keys: no wait for something
             dialog.screen.key("space", "space")
             server.release.set()
-            dialog.wait_shown(FAILED, takes_clicks=True)
+            dialog.wait_shown(FAILED)
             dialog.close()
         assert len(server.requests) == 1
 
@@ -190,9 +190,9 @@ class TestWhatTheDialogShows:
             dialog.press("Upload Report")
             assert server.arrived.wait(60)
             with pytest.raises(WaitTimeout):
-                dialog.wait_shown(FAILED, takes_clicks=True, timeout=5)
+                dialog.wait_shown(FAILED, timeout=5)
             assert dialog.shown() == (SENDING, False, False)
-        dialog.wait_shown(FAILED, takes_clicks=True)
+        dialog.wait_shown(FAILED)
         dialog.upload_now()
 
     def test_for_a_file_beyond_the_memory_is_a_failure(self, dialog):

@@ -68,8 +68,8 @@ class Uploader:
         """PostRequest."""
         self.report.tell("post", b"|".join(b"-" if path is None else path for path in (config, script, log, file)))
 
-    def upload(self, **options):
-        return self.report.tell("upload", **options)
+    def upload(self):
+        return self.report.tell("upload")
 
     def sent(self):
         """The body of the last request."""
@@ -104,9 +104,9 @@ class UploadDialog(Uploader):
         self.press("Close")
         self.finish(2)
 
-    def upload_now(self, answer=answering(YES)):
-        """Presses the button before a server, which confirms; returns the one request."""
-        with WebServer(self.address, 80, answer) as server:
+    def upload_now(self):
+        """Presses the button before a server that confirms; returns the one request."""
+        with WebServer(self.address, 80, answering(YES)) as server:
             self.press("Upload Report")
             self.finish(1)
         (request,) = server.requests
@@ -115,7 +115,7 @@ class UploadDialog(Uploader):
     def fail(self):
         """Presses the button while nobody listens."""
         self.press("Upload Report")
-        self.wait_shown(FAILED, takes_clicks=True)
+        self.wait_shown(FAILED)
 
     def probe(self, *words):
         return self.wine.run(self.stage.product("dialog_probe.exe"), *words).text
@@ -126,9 +126,9 @@ class UploadDialog(Uploader):
         assert len(told) == 3, told
         return bytes.fromhex(told[0]).decode("cp1251"), told[1] == "1", told[2] == "1"
 
-    def wait_shown(self, text, takes_clicks, timeout=60):
-        wanted = (text, takes_clicks, takes_clicks)
-        wait_until(lambda: self.shown() == wanted, "the dialog's next state", timeout, seen=self.shown)
+    def wait_shown(self, text, timeout=60):
+        """Waits until the dialog shows the text and takes clicks."""
+        wait_until(lambda: self.shown() == (text, True, True), "the dialog's next state", timeout, seen=self.shown)
 
     def picture(self, name):
         """Takes a picture once the place of the dialog's text has a text, and one of none of the pictures before. The
