@@ -131,6 +131,12 @@ TEST_F(ImageTest, Version_comes_from_the_resource) {
     EXPECT_EQ(image.version[3], 4);
 }
 
+TEST_F(ImageTest, Version_is_the_first_one_whatever_its_number_and_language) {
+    put32(kResources + 0x18 + 16, 7);
+    put32(kResources + 0x30 + 16, 0);
+    EXPECT_TRUE(image().has_version);
+}
+
 TEST_F(ImageTest, Module_without_resources_or_debug_record_has_neither) {
     put_directory(2, 0, 0);
     put_directory(6, 0, 0);
