@@ -5,8 +5,8 @@
 //                                  templates, and for mail reads the symbols of the DLLs that the stack leads through
 //                                  and opens plain.eml each time
 //
-// Each answers "usage GDI USER KERNEL MEMORY ADDRESSES": GDI objects, the number of a fresh user object, kernel
-// handles, KiB of memory of its own, and KiB of addresses that aren't free
+// Each answers "usage GDI USER KERNEL MEMORY ADDRESSES HEAPS": GDI objects, the number of a fresh user object, kernel
+// handles, KiB of memory of its own, KiB of addresses that aren't free, and bytes of all blocks in the process's heaps
 //
 // The reports have a screenshot and the host's file notes.txt.
 #include <windows.h>
@@ -83,7 +83,7 @@ void read_symbols() {
     const auto find = win::function_of<decltype(SymFromAddr)>(dbghelp, "SymFromAddr");
     const auto clean_up = win::function_of<decltype(SymCleanup)>(dbghelp, "SymCleanup");
     initialize(nobody, nullptr, FALSE);
-    static const char* const kNames[] = {"kernel32.dll", "ntdll.dll"};
+    static const char* const kNames[] = {"kernel32.dll", "kernelbase.dll", "ntdll.dll"};
     for (const char* name : kNames) {
         HMODULE const module = GetModuleHandleA(name);
         char path[MAX_PATH];
@@ -122,6 +122,18 @@ unsigned long long taken_addresses() {
     return taken / 1024;
 }
 
+unsigned long long heap_bytes() {
+    HANDLE heaps[64];
+    const DWORD count = GetProcessHeaps(64, heaps);
+    unsigned long long held = 0;
+    for (DWORD i = 0; i < count && i < 64; ++i) {
+        PROCESS_HEAP_ENTRY entry = {};
+        while (HeapWalk(heaps[i], &entry))
+            held += entry.wFlags & PROCESS_HEAP_ENTRY_BUSY ? entry.cbData : 0;
+    }
+    return held;
+}
+
 bool obey(char* line) {
     char* what = line;
     char* rest = rest_of(line);
@@ -141,8 +153,8 @@ bool obey(char* line) {
         } else
             fail_and_report(by_mail);
     }
-    printf("usage %u %u %u %u %llu\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory().own,
-           taken_addresses());
+    printf("usage %u %u %u %u %llu %llu\n", gdi_objects(), fresh_user_object(), process_handles(), process_memory().own,
+           taken_addresses(), heap_bytes());
     return true;
 }
 
