@@ -1,6 +1,7 @@
 """The report dialogs as a user meets them."""
 
 from testing.picture import colours
+from testing.processes import wait_until
 
 TITLE = "Software Error Report"
 
@@ -27,6 +28,16 @@ def press(desktop, button, window=None):
     (width, height), (x, y) = _BUTTONS[button]
     desktop.click_window(window, x * window.width // width, y * window.height // height)
     return window
+
+
+def close_by_keys(desktop, *keys):
+    """Types the keys until the dialog has gone: when it comes it takes none for a moment."""
+
+    def closed():
+        desktop.key(*keys)
+        return not desktop.find_window(TITLE)
+
+    wait_until(closed, f"{' '.join(keys)} to close the dialog", 60)
 
 
 def open_reports(desktop, host, process, count=1):

@@ -5,7 +5,6 @@ import re
 import time
 
 from testing import report_dialog
-from testing.processes import wait_until
 
 
 def cpu_ticks(pid):
@@ -48,12 +47,7 @@ def test_close_box_declines(scene):
 def test_menu_of_the_window_is_at_the_keyboard_and_closes_it(scene):
     window = scene.start("write")
     scene.screen.activate(window)
-
-    def closed():
-        scene.screen.key("alt+space", "c")
-        return not scene.screen.find_window(report_dialog.TITLE)
-
-    wait_until(closed, "the window's menu to close it", 60)
+    report_dialog.close_by_keys(scene.screen, "alt+space", "c")
     assert scene.goes_on()
     assert scene.host.opened() == []
 

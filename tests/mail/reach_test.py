@@ -93,11 +93,7 @@ class Scene:
         time.sleep(DEAF_SECONDS + 0.5)
 
     def answer_by_space(self):
-        def closed():
-            self.screen.key("space")
-            return not self.screen.find_window(report_dialog.TITLE)
-
-        wait_until(closed, "the space bar to press the button", 60)
+        report_dialog.close_by_keys(self.screen, "space")
         self.host.wait_messages(1)
 
     def stands_behind_another_program(self):

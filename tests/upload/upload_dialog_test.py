@@ -8,7 +8,7 @@ import pytest
 from testing import report_dialog
 from testing.php_server import PhpServer
 from testing.picture import described
-from testing.processes import WaitTimeout, wait_until
+from testing.processes import WaitTimeout
 from testing.upload_body import YES, upload_body
 from testing.web_server import HoldingServer, WebServer, answering, http_answer
 from uploading import FAILED, RUSSIAN, SENDING, START, THANKED, WESTERN, UploadDialog, Uploader
@@ -157,14 +157,9 @@ class TestWhatTheDialogShows:
     def test_after_a_failure_is_a_dialog_that_tries_again_at_the_space_bar(self, dialog):
         dialog.open()
         dialog.fail()
-
-        def closed():
-            dialog.screen.key("space")
-            return not dialog.screen.find_window(report_dialog.TITLE)
-
         with WebServer(dialog.address, 80, answering(YES)) as server:
             dialog.screen.activate(report_dialog.wait(dialog.screen))
-            wait_until(closed, "the space bar to press the button", 60)
+            report_dialog.close_by_keys(dialog.screen, "space")
             dialog.finish(1)
         assert len(server.requests) == 1
 
