@@ -170,7 +170,7 @@ APART void pass_invalid() {
 
 APART int recurse(int depth) {
     volatile char frame[200];
-    frame[0] = static_cast<char>(depth);
+    frame[0] = static_cast<char>(depth);                     // ends: overflow
     return depth < zero ? 0 : recurse(depth + 1) + frame[0]; // ends: overflow
 }
 
