@@ -38,11 +38,11 @@ protected:
         *strrchr(path, '\\') = 0;
         glib::filter_manager().SetUp(path, "jpg_recorder\n");
         GetTempPathA(MAX_PATH, path);
-        temp_ = path;
+        m_temp = path;
         clear_recorded_boxes();
     }
     void TearDown() override {
-        set_temp(temp_.c_str());
+        set_temp(m_temp.c_str());
         DeleteFileA(screenshot_path().c_str());
         EXPECT_EQ(glib::live_documents(), 0);
         EXPECT_EQ(recorded_boxes().size(), 0u);
@@ -53,7 +53,7 @@ protected:
     }
 
 private:
-    std::string temp_;
+    std::string m_temp;
 };
 
 TEST_F(Screenshot, Lies_directly_in_the_temporary_directory) {

@@ -18,18 +18,18 @@ protected:
     void SetUp() override {
         gdiplus_switch(true);
         ASSERT_NE(gdiplus_period(), 0u);
-        real_ = gdiplus_api();
+        m_real = gdiplus_api();
     }
     static void make(Canvas& canvas, uint32_t width, uint32_t height) { ASSERT_TRUE(canvas.Create(width, height)); }
 
     Canvas page, picture;
     void TearDown() override {
-        gdiplus_api() = real_;
+        gdiplus_api() = m_real;
         gdiplus_switch(false);
     }
 
 private:
-    GdiplusApi real_;
+    GdiplusApi m_real;
 };
 
 int level(const RGB32& c) {

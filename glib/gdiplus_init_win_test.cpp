@@ -37,7 +37,7 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(bind_gdiplus());
         gdiplus_switch(false);
-        real_ = gdiplus_api();
+        m_real = gdiplus_api();
         gdiplus_api().Startup = start;
         gdiplus_api().Shutdown = end;
         g_notes.clear();
@@ -46,11 +46,11 @@ protected:
     void TearDown() override {
         EXPECT_EQ(live_documents(), 0);
         gdiplus_switch(false);
-        gdiplus_api() = real_;
+        gdiplus_api() = m_real;
     }
 
 private:
-    GdiplusApi real_;
+    GdiplusApi m_real;
 };
 
 TEST_F(GdiplusGuard, The_switch_keeps_no_count) {
