@@ -96,14 +96,15 @@ _EXPECTED = {
         "GetFileSize": mail(without(SCREENSHOT), without(FILE))
         | upload(without(SCREENSHOT), without(FILE), without(SYSTEM)),
         "GetModuleFileNameA": mail(WHOLE, without(PROGRAM), without(REASON, STACK)) | upload(WHOLE, without(PROGRAM)),
-        "GetModuleHandleA": mail(WHOLE, without(PROCESS), without(FAULT, MODULES), without(REASON)) | upload(WHOLE),
+        "GetModuleHandleA": mail(WHOLE, without(PROCESS)) | upload(WHOLE),
         "GetProcAddress": mail(
             WHOLE,
             without(STACK),
             and_box(WHOLE),
             without(BROWSER),
             and_next(without(SCREENSHOT)),
-            without(FAULT, MODULES),
+            without(PROCESS),
+            without(REASON),
             and_next(and_box(without(SCREENSHOT))),
         )
         | upload(WHOLE, without(SCREENSHOT), and_box(WHOLE), without(BROWSER), and_box(without(SCREENSHOT))),
@@ -126,11 +127,8 @@ _EXPECTED = {
         "LoadLibraryA": mail(WHOLE, without(BROWSER)) | upload(without(BROWSER)),
         "ReadFile": upload(without(SCREENSHOT), without(FILE), without(SYSTEM)),
         "VirtualAlloc": both(WHOLE, NO_DIALOG, without(SCREENSHOT)),
-        "VirtualQuery": mail(
-            WHOLE, *each(MODULES, FAULT, PROCESS, REASON), without(PROCESS, MODULES), without(FAULT, MODULES)
-        ),
-        "WideCharToMultiByte": mail(WHOLE, without(MODULES), without(PROCESS), without(FAULT, MODULES), without(REASON))
-        | upload(WHOLE),
+        "VirtualQuery": mail(WHOLE, *each(MODULES, FAULT, REASON), without(PROCESS, MODULES), without(FAULT, MODULES)),
+        "WideCharToMultiByte": both(WHOLE),
         "WriteFile": mail(without(SCREENSHOT), UNWRITTEN) | upload(without(SCREENSHOT), without(SYSTEM)),
     },
     "KOBRTL.dll": {
@@ -141,9 +139,8 @@ _EXPECTED = {
         "_vsnprintf": both(WHOLE),
     },
     "ntdll.dll": {
-        "NtCreateThreadEx NtGetNextThread": mail(WHOLE),
+        "NtCreateThreadEx NtGetNextThread NtQueryVirtualMemory": mail(WHOLE),
         "NtOpenProcessToken NtQueryInformationToken RtlGetVersion": mail(without(PROCESS)),
-        "NtQueryVirtualMemory": mail(WHOLE, without(MODULES), without(FAULT, MODULES), without(REASON)),
     },
     "shdocvw.dll": {
         "DllGetVersion": both(without(BROWSER)),
@@ -181,16 +178,8 @@ EXPECTED = {
     for library, calls in _EXPECTED.items()
 }
 
-# Of these, what no report of a 64-bit program comes to: faultkit.dll unwinds its stack by itself, and dbghelp and psapi of the
-# 64-bit Wine find modules by other calls.
-OF_32_BITS = {
-    ("dbghelp.dll", "StackWalk64"): {WHOLE},
-    ("dbghelp.dll", "SymFunctionTableAccess64"): {WHOLE},
-    ("dbghelp.dll", "SymGetModuleBase64"): {WHOLE},
-    ("kernel32.dll", "GetModuleHandleA"): {without(FAULT, MODULES)},
-    ("kernel32.dll", "WideCharToMultiByte"): {without(MODULES), without(FAULT, MODULES)},
-    ("ntdll.dll", "NtQueryVirtualMemory"): {without(MODULES), without(FAULT, MODULES)},
-}
+# Of these, what 64-bit programs don't call: faultkit.dll unwinds their stacks by itself.
+OF_32_BITS = {("dbghelp.dll", name) for name in ("StackWalk64", "SymFunctionTableAccess64", "SymGetModuleBase64")}
 
 
 def drawn():
