@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include <windows.h>
@@ -10,19 +11,23 @@ namespace {
 
 class TemporaryFolder : public testing::Test {
 protected:
-    void SetUp() override { GetEnvironmentVariableW(L"TMP", before_, MAX_PATH); }
-    void TearDown() override { SetEnvironmentVariableW(L"TMP", before_); }
+    void SetUp() override { GetEnvironmentVariableW(L"TMP", m_before, MAX_PATH); }
+    void TearDown() override { SetEnvironmentVariableW(L"TMP", m_before); }
 
     std::string found(const wchar_t* folder, unsigned long size = MAX_PATH) {
         SetEnvironmentVariableW(L"TMP", folder);
-        char buffer[MAX_PATH] = "";
+        char buffer[MAX_PATH + 1];
+        memset(buffer, 'x', sizeof buffer);
+        buffer[0] = '\0';
         const unsigned long length = win::temporary_folder(buffer, size);
-        EXPECT_EQ(length < size ? length : 0, std::string(buffer).size());
-        return buffer;
+        const std::string name = buffer;
+        EXPECT_EQ(length < size ? length : 0, name.size());
+        EXPECT_EQ(buffer[name.size() + 1], 'x') << "written behind the terminator";
+        return name;
     }
 
 private:
-    wchar_t before_[MAX_PATH] = L"";
+    wchar_t m_before[MAX_PATH] = L"";
 };
 
 TEST_F(TemporaryFolder, Is_the_one_of_the_system) {

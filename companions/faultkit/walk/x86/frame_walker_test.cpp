@@ -8,6 +8,7 @@
 
 namespace {
 
+using faultkit::FakeMemory;
 using faultkit::FakeProcess;
 using faultkit::Frame;
 using faultkit::FrameOrigin;
@@ -233,6 +234,29 @@ TEST_F(FrameWalkerTest, Call_through_a_null_pointer_leads_back_to_its_maker) {
     m_process.put_call_by_register(kMiddle + 0x20);
     put_stack({{0, kMiddle + 0x20}});
     EXPECT_EQ(walk(interrupted(0)), (Path{kMiddle + 0x20}));
+}
+
+TEST_F(FrameWalkerTest, Link_that_leads_out_of_the_stack_or_4_megabytes_up_is_none) {
+    put_framed({kInner});
+    m_process.put_call(kMiddle + 0x20, kInner);
+    const std::uint32_t end = FakeProcess::kStackEnd;
+    m_process.memory.put(end, FakeMemory::Bytes(8));
+    m_process.memory.put_u32(end + 4, kMiddle + 0x20);
+    EXPECT_EQ(walk(interrupted(kInner + 0x10, kStack, end)), Path());
+
+    constexpr std::uint32_t kMost = 0x400000, kLargeStack = 0x10000000;
+    m_process.memory.fill(kLargeStack, kMost + 0x100, 0);
+    const auto first_caller = [this](std::uint32_t link) {
+        m_process.memory.put_u32(kLargeStack + link + 4, kMiddle + 0x20);
+        FrameWalker walker(m_process.memory, m_process.modules, kLargeStack + kMost + 0x100);
+        Frame caller = {};
+        const Frame frame = interrupted(kInner + 0x10, kLargeStack, kLargeStack + link);
+        const bool found = walker.find_caller(frame, &caller);
+        m_process.memory.put_u32(kLargeStack + link + 4, 0);
+        return found ? caller.pc : 0;
+    };
+    EXPECT_EQ(first_caller(kMost - 4), kMiddle + 0x20);
+    EXPECT_EQ(first_caller(kMost), 0u);
 }
 
 TEST_F(FrameWalkerTest, Circular_chain_ends) {
