@@ -299,7 +299,8 @@ class KillingServer:
 
     def reached(self, moment):
         process = self.process
-        if process and self.left == 0 and moment == self.moment:
+        # Below 0 where the answer to one that was killed has ended only after the next was armed.
+        if process and self.left <= 0 and moment == self.moment:
             self.process = None
             time.sleep(self.delay)
             os.killpg(process.pid, signal.SIGKILL)
