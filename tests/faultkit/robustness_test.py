@@ -31,6 +31,12 @@ class TestWithoutDebugLibrary:
         assert without.reason[-1] == "(no symbols: the system has no usable dbghelp.dll)"
         assert without.reason[0] == with_it.reason[0]
 
+    def test_text_file_says_so_before_the_stack(self, describer, teller):
+        folder = describer.folder(*describer.TELLING)
+        teller("text", "t.txt", "fault", "write", folder=folder, env=NO_DEBUG_LIBRARY)
+        text = (folder / "t.txt").read_text("windows-1252")
+        assert "\n(no symbols: the system has no usable dbghelp.dll)\n\nStack Trace:\n" in text
+
     def test_dump_is_refused_and_leaves_no_file(self, describer):
         folder = describer.folder(*describer.FILES)
         description = describer.describe_one("--dump", "fault.dmp", "write", folder=folder, env=NO_DEBUG_LIBRARY)

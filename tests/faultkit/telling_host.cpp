@@ -17,8 +17,7 @@
 //   by another          has the fault described by another thread, and prints which one has failed
 //   left BYTES          puts the end of the stack where so much of it is left for what describes the fault
 //   fault NAME          fails by one of testing/cxx/faults.cpp or endings.cpp; what faultkit.dll says is printed, and
-//   the
-//                       host ends
+//                       the host ends
 //   again COUNT         fails COUNT times and goes on, and prints how often a reason came that tells of other threads
 #include <windows.h>
 #include <stdio.h>

@@ -88,6 +88,13 @@ def test_behind_three_threads_that_can_not_be_stopped_the_next_one_is_there(told
     assert "::spin+" in blocks[3]
 
 
+@pytest.mark.timeout(120)
+def test_behind_four_threads_that_can_not_be_stopped_no_other_is_tried(told):
+    blocks, description = told("wait", "wait", "wait", "wait", "free", more=("stuck",))
+    assert blocks == [" could not be stopped in time"] * 5
+    assert description.functions[0] == "write_null"
+
+
 def test_thread_that_runs_on_is_shown_as_it_was_at_one_moment(teller, folder):
     teller(*["thread", "alternate"] * 12, "text", "t.txt", "fault", "write", folder=folder)
     whole = (folder / "t.txt").read_text("windows-1252").partition("\nOther threads: 12\n")[2]
