@@ -18,6 +18,7 @@ from testing.product import MACHINE
 
 COPIES = REPO / "build" / "test-prefixes"
 SERVER_IDLE_SECONDS = 300
+NO_DISPLAY_MARK = ".without-display"  # see scripts/lib/wine-env.sh
 
 # Which of the machine's Wines all of this is about: "" for the first one, or "newer".
 WINE = os.environ.get("WENDAX_WINE", "")
@@ -172,8 +173,10 @@ def _copy(original, target):
     temporary = original.temp_dir
 
     def passing(folder, names):
-        # Should a server be at work in the original: it writes the registry anew under such names.
-        return names if pathlib.Path(folder) == temporary else fnmatch.filter(names, "reg*.tmp")
+        # Should a server be at work in the original: it writes the registry anew under such names. The mark is that of
+        # scripts/wine for a desktop without a display, which the copy doesn't have.
+        left = [*fnmatch.filter(names, "reg*.tmp"), NO_DISPLAY_MARK]
+        return names if pathlib.Path(folder) == temporary else left
 
     shutil.copytree(original.path, target, symlinks=True, copy_function=copy, ignore=passing)
     home = pathlib.Path.home()

@@ -40,11 +40,11 @@ def spawn(argv, **options):
     return subprocess.Popen(watched, start_new_session=True, **options)
 
 
-def stop(process, timeout=10.0):
+def stop(process):
     """Ends a process of spawn() and its process group: asks first, then kills. Fine if it has ended already."""
     signal_group(process, signal.SIGTERM)
     try:
-        process.wait(timeout)
+        process.wait(10)
     except subprocess.TimeoutExpired:
         signal_group(process, signal.SIGKILL)
         process.wait()
@@ -57,7 +57,7 @@ def signal_group(process, number):
         os.killpg(process.pid, number)
 
 
-def run_tool(argv, env, timeout=60.0, check=True):
+def run_tool(argv, env, check=True):
     """Runs a command-line tool of the desktop and returns what it printed, as text.
 
     With check, a failure raises RuntimeError with the tool's own words; without, it gives None.
@@ -65,7 +65,7 @@ def run_tool(argv, env, timeout=60.0, check=True):
     done = subprocess.run(
         [*map(str, argv)],
         env=env,
-        timeout=timeout,
+        timeout=60,
         stdin=subprocess.DEVNULL,
         stdout=subprocess.PIPE,
         stderr=subprocess.PIPE,

@@ -9,9 +9,9 @@ WRITE_NOWHERE, OVERFLOW_STACK = 1, 9
 _MARGIN, _ROW, _COLUMN = 12, 28, 190
 
 
-def wait(desktop, timeout=120):
+def wait(desktop):
     """The example's window, when it has come to rest."""
-    return desktop.wait_window(TITLE, timeout)
+    return desktop.wait_window(TITLE, 120)
 
 
 def choose_upload(desktop, window):

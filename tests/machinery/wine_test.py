@@ -9,7 +9,7 @@ import tempfile
 import pytest
 
 from testing.image import X86
-from testing.prefix import Prefix, fresh_prefix, project_prefix
+from testing.prefix import NO_DISPLAY_MARK, Prefix, fresh_prefix, project_prefix
 from testing.processes import REPO, marked_processes, wait_until
 from testing.product import MACHINE
 from testing.wine import Hang
@@ -154,6 +154,11 @@ class TestFreshPrefix:
             outside = [path for path in files if not any(map(path.is_relative_to, shared))]
             assert prefix.path / "system.reg" in outside
             assert [path for path in outside if path.stat().st_nlink > 1] == []
+
+    def test_takes_no_mark_of_a_desktop_without_a_display_from_the_original(self):
+        (project_prefix().path / NO_DISPLAY_MARK).touch()
+        with fresh_prefix() as prefix:
+            assert not (prefix.path / NO_DISPLAY_MARK).exists()
 
     def test_removes_what_a_killed_run_has_left(self):
         with subprocess.Popen(["true"]) as ended:
