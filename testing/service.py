@@ -32,7 +32,7 @@ class Service(contextlib.ExitStack):
             raise
         return self
 
-    def launch(self, command, ready=lambda: True, **options):
+    def launch(self, command, ready=lambda: True, timeout=60, **options):
         """Starts the program and waits until it is ready()."""
         self._log = self.enter_context(tempfile.TemporaryFile())
         self.process = spawn(command, stdout=self._log, stderr=self._log, **options)
@@ -43,7 +43,7 @@ class Service(contextlib.ExitStack):
                 raise RuntimeError(f"{command[0]} ended at once: {self.log()}")
             return ready()
 
-        wait_until(is_ready, f"{command[0]} to start", seen=self.log)
+        wait_until(is_ready, f"{command[0]} to start", timeout, seen=self.log)
 
     def log(self):
         """What the program has written."""

@@ -1,9 +1,11 @@
 """Wine runs programs under a watchdog, in prefixes of which a test may have its own."""
 
+import os
 import pathlib
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 
 import pytest
@@ -108,6 +110,17 @@ class TestWatchdog:
         assert process.wait() == 0
         process.kill()
         assert process.result().returncode == 0
+
+
+class TestUnitTests:
+    def test_pass_on_what_the_program_writes_and_nothing_of_wines_own_programs(self):
+        runner = [sys.executable, "-m", "testing.unit_tests", program("console"), "echo", "text"]
+        env = {**os.environ, "WINEDEBUG": "+process"}
+        done = subprocess.run(runner, cwd=REPO, env=env, capture_output=True, stdin=subprocess.DEVNULL, timeout=120)
+        assert done.returncode == 42
+        assert done.stdout.split() == [b"text"]
+        assert b":trace:process:" in done.stderr and b"an error" in done.stderr
+        assert b"winedevice.exe" not in done.stderr
 
 
 class TestFreshPrefix:
