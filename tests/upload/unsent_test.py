@@ -292,21 +292,29 @@ class KillingServer:
     def __init__(self):
         self.arm(None, None, 0)
         self.bodies = []  # of requests that were answered whole
+        self._open = set()  # requests
 
     def arm(self, process, moment, report, delay=0.0):
         """moment: one of MOMENTS, of the report of that number from now on."""
-        self.process, self.moment, self.left, self.delay = process, moment, report, delay
+        self._process, self._moment, self._left, self._delay = process, moment, report, delay
 
-    def reached(self, moment):
-        process = self.process
-        # Below 0 where the answer to one that was killed has ended only after the next was armed.
-        if process and self.left <= 0 and moment == self.moment:
-            self.process = None
-            time.sleep(self.delay)
-            os.killpg(process.pid, signal.SIGKILL)
+    def wait_killed(self, process):
+        """Waits until the program that was armed has been killed, and nothing that it had sent is on its way."""
+        wait_until(lambda: not process.running() and not self._open, f"the kill at {self._moment}", 60)
+        process.kill()
 
     def answer(self, client):
-        self.reached("connected")
+        self._open.add(client)
+        # Counted now: the program may begin the next request before this one's thread goes on.
+        due = self._left <= 0
+        self._left -= 1
+        try:
+            self._serve(client, due)
+        finally:
+            self._open.discard(client)
+
+    def _serve(self, client, due):
+        self._reached("connected", due)
         _, body, length = client.read_head(piece=4096)
         if length is None:
             return
@@ -316,14 +324,20 @@ class KillingServer:
                 if not got:
                     return
                 body += got
-            self.reached(moment)
+            self._reached(moment, due)
         answer = http_answer(YES)
         self.bodies.append(body)
         client.send(answer[: len(answer) // 2])
-        self.reached("half answered")
+        self._reached("half answered", due)
         client.send(answer[len(answer) // 2 :])
-        self.reached("answered")
-        self.left -= 1
+        self._reached("answered", due)
+
+    def _reached(self, moment, due):
+        process = self._process
+        if due and process and moment == self._moment:
+            self._process = None
+            time.sleep(self._delay)
+            os.killpg(process.pid, signal.SIGKILL)
 
 
 @pytest.mark.timeout(800)
@@ -342,8 +356,7 @@ class TestKilledProgram:
             process = program.start()
             server.arm(process.process, moment, report=kill // 5 % 4, delay=random.choice((0, 0, 0.001, 0.005, 0.02)))
             process.send("send-unsent")
-            wait_until(lambda: not process.process.running(), f"the kill at {moment}", 60)
-            process.process.kill()
+            server.wait_killed(process.process)
             confirmed = server.bodies[before:]
             kept = bodies(program.kept())  # each is whole, or this raises
             again = set(confirmed) & set(kept)
@@ -366,8 +379,7 @@ class TestKilledProgram:
             program.post(log=log)
             server.arm(process.process, moment, report=0)
             process.send("upload")
-            wait_until(lambda: not process.process.running(), f"the kill at {moment}", 60)
-            process.process.kill()
+            server.wait_killed(process.process)
             server.arm(None, None, 0)
             kept = bodies(program.kept())
             assert kept in ([expected], []) if moment == "answered" else kept == [expected], moment
