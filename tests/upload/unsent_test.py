@@ -4,6 +4,7 @@ import contextlib
 import os
 import random
 import signal
+import threading
 import time
 
 import pytest
@@ -284,37 +285,44 @@ class TestTwoProcesses:
         assert program.send() == (1, 1, 0, 0)
 
 
+class Kill:
+    """When a program is to be killed: at a moment of the report of that number."""
+
+    def __init__(self, process=None, moment=None, report=0, delay=0.0):
+        self.process, self.moment, self.left, self.delay = process, moment, report, delay
+        self.done = False
+
+
 class KillingServer:
     """Confirms what arrives. Kills the program once it has come to a moment of its work."""
 
     MOMENTS = ("connected", "half read", "read", "half answered", "answered")
 
     def __init__(self):
-        self.arm(None, None, 0)
-        self.bodies = []  # of requests that were answered whole
-        self._open = set()  # requests
+        self.bodies = []  # that came whole while the program lived
+        self._kill = Kill()
+        self._lock = threading.Lock()
 
-    def arm(self, process, moment, report, delay=0.0):
-        """moment: one of MOMENTS, of the report of that number from now on."""
-        self._process, self._moment, self._left, self._delay = process, moment, report, delay
-
-    def wait_killed(self, process):
-        """Waits until the program that was armed has been killed, and nothing that it had sent is on its way."""
-        wait_until(lambda: not process.running() and not self._open, f"the kill at {self._moment}", 60)
-        process.kill()
+    def arm(self, *args, **options):
+        """From now on, as Kill has it. What the program before has sent remains its own."""
+        self._kill = Kill(*args, **options)
 
     def answer(self, client):
-        self._open.add(client)
+        kill = self._kill
         # Counted now: the program may begin the next request before this one's thread goes on.
-        due = self._left <= 0
-        self._left -= 1
-        try:
-            self._serve(client, due)
-        finally:
-            self._open.discard(client)
+        due = kill.left <= 0
+        kill.left -= 1
+        for moment in self._serve(client, kill):
+            if due and moment == kill.moment and not kill.done:
+                time.sleep(kill.delay)
+                with self._lock:
+                    kill.done = True
+                os.killpg(kill.process.pid, signal.SIGKILL)
+            if kill.done:
+                return
 
-    def _serve(self, client, due):
-        self._reached("connected", due)
+    def _serve(self, client, kill):
+        yield "connected"
         _, body, length = client.read_head(piece=4096)
         if length is None:
             return
@@ -324,20 +332,16 @@ class KillingServer:
                 if not got:
                     return
                 body += got
-            self._reached(moment, due)
+            if moment == "read":
+                with self._lock:
+                    if not kill.done:
+                        self.bodies.append(body)
+            yield moment
         answer = http_answer(YES)
-        self.bodies.append(body)
         client.send(answer[: len(answer) // 2])
-        self._reached("half answered", due)
+        yield "half answered"
         client.send(answer[len(answer) // 2 :])
-        self._reached("answered", due)
-
-    def _reached(self, moment, due):
-        process = self._process
-        if due and process and moment == self._moment:
-            self._process = None
-            time.sleep(self._delay)
-            os.killpg(process.pid, signal.SIGKILL)
+        yield "answered"
 
 
 @pytest.mark.timeout(800)
@@ -356,14 +360,15 @@ class TestKilledProgram:
             process = program.start()
             server.arm(process.process, moment, report=kill // 5 % 4, delay=random.choice((0, 0, 0.001, 0.005, 0.02)))
             process.send("send-unsent")
-            server.wait_killed(process.process)
+            wait_until(lambda: not process.process.running(), f"the kill at {moment}")
+            process.process.kill()
             confirmed = server.bodies[before:]
             kept = bodies(program.kept())  # each is whole, or this raises
             again = set(confirmed) & set(kept)
             assert len(again) <= 1, moment
             assert again <= set(confirmed[-1:]), "only the last one's confirmation was arriving"
             twice += len(again)
-        server.arm(None, None, 0)
+        server.arm()
         assert program.send() == (1, len(kept), 0, 0)
         numbers = [int(body.split()[1]) for body in server.bodies]
         assert set(numbers) == set(range(written))
@@ -379,8 +384,9 @@ class TestKilledProgram:
             program.post(log=log)
             server.arm(process.process, moment, report=0)
             process.send("upload")
-            server.wait_killed(process.process)
-            server.arm(None, None, 0)
+            wait_until(lambda: not process.process.running(), f"the kill at {moment}")
+            process.process.kill()
+            server.arm()
             kept = bodies(program.kept())
             assert kept in ([expected], []) if moment == "answered" else kept == [expected], moment
             assert program.send() == (1, len(kept), 0, 0), moment
