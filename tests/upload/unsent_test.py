@@ -313,11 +313,12 @@ class KillingServer:
         due = kill.left <= 0
         kill.left -= 1
         for moment in self._serve(client, kill):
-            if due and moment == kill.moment and not kill.done:
+            if due and moment == kill.moment:
                 time.sleep(kill.delay)
                 with self._lock:
+                    if not kill.done:
+                        os.killpg(kill.process.pid, signal.SIGKILL)
                     kill.done = True
-                os.killpg(kill.process.pid, signal.SIGKILL)
             if kill.done:
                 return
 
